@@ -1,0 +1,118 @@
+# The commands of daily work; `make help` lists them.
+.DEFAULT_GOAL := help
+export CCACHE_BASEDIR ?= $(CURDIR)
+export CCACHE_NOHASHDIR ?= 1
+
+JOBS ?= $(shell nproc)
+X86_64 := $(filter x86_64,$(shell uname -m))
+# $(call configured,preset): configures once; CMake itself sees later changes.
+configured = @test -f build$(if $(filter release,$(1)),,-$(1))/build.ninja || cmake --preset $(1) > /dev/null
+build_preset = @cmake --build --preset $(1) -j $(JOBS) -- --quiet
+
+.PHONY: help
+help:  ## this list
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+
+.PHONY: build
+build: setup  ## the host and the plug-in, in build/
+	$(call configured,release)
+	$(call build_preset,release)
+
+.PHONY: demo
+demo: build  ## a script on real input, through the real plug-in
+	build/bin/tavhost run examples/demo.tav README.md CHANGELOG.md
+
+.PHONY: test
+test: setup-test build $(if $(X86_64),windows-build) fuzz-build  ## everything that must pass, in some minutes
+ifeq ($(X86_64),)
+	@echo "the tests under Wine are skipped: this machine is no x86-64"
+endif
+	@scripts/run_tests.py native $(if $(X86_64),windows) fuzz
+
+.PHONY: check
+check: build  ## the tests of this system alone, in a minute
+	@scripts/run_tests.py native
+
+.PHONY: faults
+faults: build  ## the file commands under a fault at every system call, extreme trees
+	tests/faults/run.py --long
+
+.PHONY: soak
+soak: build  ## the script service under 32 clients for an hour (SOAK_SECONDS=3600)
+	tests/service/service_test.py --seconds $(or $(SOAK_SECONDS),3600) Soak
+
+.PHONY: bench
+bench:  ## measurements beside tclsh, lua and python3
+	@scripts/setup --bench
+	$(call configured,bench)
+	$(call build_preset,bench)
+	$(call build_preset,release)
+	@set -e; for program in build-bench/bin/*_bench; do $$program; done
+	@set -e; for script in bench/*_bench.py; do python3 $$script; done
+	@if [ -x bench/run ]; then bench/run; fi
+
+.PHONY: windows
+windows: setup-windows windows-build  ## the Windows build, in build-windows/
+
+.PHONY: windows-test
+windows-test: windows  ## the tests of the Windows build, under Wine
+	@scripts/run_tests.py windows
+
+.PHONY: package
+package: setup-windows setup-package build windows-build  ## a .deb and a Windows zip, each tried out
+	@scripts/package
+
+.PHONY: asan tsan
+asan tsan: setup  ## the native tests with sanitizers
+	$(call configured,$@)
+	$(call build_preset,$@)
+	@scripts/run_tests.py --build build-$@ native
+
+.PHONY: coverage
+coverage: setup  ## what the tests reach, in build-coverage/report
+	@scripts/setup --coverage
+	$(call configured,coverage)
+	$(call build_preset,coverage)
+	@scripts/run_tests.py --build build-coverage native
+	@mkdir -p build-coverage/report
+	@gcovr --root . --filter 'plugin/' --filter 'commands/' --filter 'tavhost/' \
+	  --html-details build-coverage/report/index.html --print-summary build-coverage
+
+.PHONY: fuzz fuzz-short
+fuzz: fuzz-build  ## each fuzzer for ten minutes (FUZZ_SECONDS=600)
+	@scripts/run_tests.py --fuzz-seconds $(or $(FUZZ_SECONDS),600) fuzz
+fuzz-short: fuzz-build  ## each fuzzer for half a minute, as in make test
+	@scripts/run_tests.py fuzz
+
+.PHONY: gallery
+gallery: build  ## every dialog in one page to look at: build/gallery/index.html
+	@cmake --build build --target gallery
+
+.PHONY: lint
+lint:  ## formatting; TIDY=1 adds clang-tidy
+	@scripts/lint $(if $(TIDY),--tidy)
+
+.PHONY: format
+format:  ## formats all of our sources
+	@scripts/lint --fix
+
+.PHONY: clean
+clean:  ## removes what was built
+	rm -rf dist build build-dev build-asan build-tsan build-bench build-coverage build-fuzz build-windows
+
+.PHONY: setup setup-test setup-windows setup-package windows-build fuzz-build
+setup:
+	@scripts/setup
+setup-windows:
+	@scripts/setup --windows
+setup-package:
+	@scripts/setup --package
+setup-test:
+	@scripts/setup $(if $(X86_64),--windows) --fuzz
+windows-build:
+	$(call configured,windows)
+	$(call build_preset,windows)
+fuzz-build:
+	@scripts/setup --fuzz
+	$(call configured,fuzz)
+	$(call build_preset,fuzz)

@@ -1,0 +1,17 @@
+# Header-only libraries reach a cross-build through a folder of links made here: the system's own
+# include folder would bring the build machine's C library along.
+set(TAVHOST_PRIVATE_INCLUDE "${CMAKE_BINARY_DIR}/private-include")
+add_library(tav_private_headers INTERFACE)
+if(CMAKE_CROSSCOMPILING)
+  file(MAKE_DIRECTORY "${TAVHOST_PRIVATE_INCLUDE}")
+  foreach(entry CLI nlohmann utf8.h utf8 boost)
+    if(EXISTS "/usr/include/${entry}")
+      file(CREATE_LINK "/usr/include/${entry}" "${TAVHOST_PRIVATE_INCLUDE}/${entry}" SYMBOLIC)
+    elseif(EXISTS "/usr/include/utf8cpp/${entry}")
+      file(CREATE_LINK "/usr/include/utf8cpp/${entry}" "${TAVHOST_PRIVATE_INCLUDE}/${entry}" SYMBOLIC)
+    endif()
+  endforeach()
+  target_include_directories(tav_private_headers SYSTEM INTERFACE "${TAVHOST_PRIVATE_INCLUDE}")
+elseif(EXISTS "/usr/include/utf8cpp")
+  target_include_directories(tav_private_headers SYSTEM INTERFACE /usr/include/utf8cpp)
+endif()

@@ -1,0 +1,424 @@
+// Message boxes, text boxes, list boxes, and dialogs for files, directories and images. Each opens
+// above the top window, runs and is gone again when its command ends; only the message window of
+// MSGWIN stays.
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "commands/handlers.h"
+#include "commands/message_window.h"
+#include "host/dialog/directory_dialog.h"
+#include "host/dialog/edit_box.h"
+#include "host/dialog/file_dialog.h"
+#include "host/dialog/list_box_dialog.h"
+#include "host/dialog/mess_win.h"
+#include "host/dialog/multi_list_box_dialog.h"
+#include "host/dialog/simple_edit_dialog.h"
+#include "host/dialog/startup_box.h"
+#include "host/dialog/view_box.h"
+#include "host/notation/kel_parser.h"
+#include "host/notation/kel_value.h"
+#include "host/services/info_box.h"
+#include "host/services/query_box.h"
+#include "host/services/top_window.h"
+#include "host/services/warning_box.h"
+#include "host/sv/application.h"
+#include "host/sv/error_box.h"
+#include "host/sv/font.h"
+#include "host/sv/map_mode.h"
+#include "host/sv/sequence.h"
+#include "host/sv/string.h"
+#include "host/tools/image_preview_dialog.h"
+#include "plugin/checks.h"
+#include "plugin/results.h"
+
+namespace commands {
+
+namespace {
+
+// The message window, owned here; null when none is shown.
+TavMessWin* messageWindow = nullptr;
+
+struct StyleKeyword {
+  const char* name;
+  std::uint32_t value;
+};
+
+// In the order in which they are looked for; the first one present counts.
+constexpr StyleKeyword kButtonSets[] = {
+    {"ok", SV::kMessBoxOk},
+    {"ok-cancel", SV::kMessBoxOkCancel},
+    {"yes-no", SV::kMessBoxYesNo},
+    {"yes-no-cancel", SV::kMessBoxYesNoCancel},
+    {"retry-cancel", SV::kMessBoxRetryCancel},
+};
+constexpr StyleKeyword kDefaultButtons[] = {
+    {"def-ok", SV::kMessBoxDefaultOk},       {"def-cancel", SV::kMessBoxDefaultCancel},
+    {"def-yes", SV::kMessBoxDefaultYes},     {"def-no", SV::kMessBoxDefaultNo},
+    {"def-retry", SV::kMessBoxDefaultRetry},
+};
+
+template <std::size_t count>
+std::uint32_t FirstPresent(const TavKelParser& parser, const StyleKeyword (&keywords)[count],
+                           std::uint32_t otherwise) {
+  for (const StyleKeyword& keyword : keywords) {
+    if (parser.IsContained(keyword.name)) return keyword.value;
+  }
+  return otherwise;
+}
+
+// The name under which the box was called decides what it is; every other name is a warning.
+std::unique_ptr<SV::MessBox> MakeMessageBox(const char* name, std::uint32_t style,
+                                            const SV::String& text) {
+  SV::Window* const parent = Tav_GetTopWindow(0);
+  if (std::strcmp(name, "QUERYBOX") == 0) return std::make_unique<TavQueryBox>(parent, style, text);
+  if (std::strcmp(name, "ERRORBOX") == 0) {
+    return std::make_unique<SV::ErrorBox>(parent, style, text);
+  }
+  return std::make_unique<TavWarningBox>(parent, style, text);
+}
+
+const char* EndButtonOfBox(short executed) {
+  switch (executed) {
+    case 1:
+      return "ok";
+    case 2:
+      return "yes";
+    case 3:
+      return "no";
+    case 4:
+      return "retry";
+    default:
+      return "cancel";
+  }
+}
+
+const char* EndButton(bool confirmed) { return confirmed ? "ok" : "cancel"; }
+
+void SetTitleIfPresent(TavKelParser& parser, SV::Window& window) {
+  if (parser.IsContained("title")) window.SetText(parser.GetStrValue("title"));
+}
+
+// The font for a long text: the application's, with the face or the height changed.
+void ApplyTextFont(TavKelParser& parser, SV::MultiLineEdit& control) {
+  SV::Font font(SV::GetpApp()->GetAppFont());
+  const bool hasName = parser.IsContained("fontname");
+  const bool hasHeight = parser.IsContained("fontheight");
+  if (hasName) font.ChangeName(parser.GetStrValue("fontname"));
+  if (hasHeight) font.ChangeSize(SV::Size(0, parser.GetIntValue("fontheight")));
+  if (hasName || hasHeight) control.ChangeFont(font);
+}
+
+// Calls `visit` for each piece between separators; there is none in an empty text. One walk, as
+// lists can have many entries.
+template <typename Visit>
+void ForEachPiece(const SV::String& text, char separator, Visit visit) {
+  const char* at = text.GetStr();
+  const char* const end = at + text.Len();
+  if (at == end) return;
+  for (;;) {
+    const auto* const found =
+        static_cast<const char*>(std::memchr(at, separator, static_cast<std::size_t>(end - at)));
+    const char* const pieceEnd = found ? found : end;
+    visit(SV::String(at, static_cast<long>(pieceEnd - at)));
+    if (!found) return;
+    at = found + 1;
+  }
+}
+
+void Preselect(TavListBoxDialog& dialog, const SV::String& selection, char) {
+  dialog.SelectEntry(selection);
+}
+
+void Preselect(TavMultiListBoxDialog& dialog, const SV::String& selection, char separator) {
+  ForEachPiece(selection, separator,
+               [&dialog](const SV::String& entry) { dialog.SelectEntry(entry); });
+}
+
+SV::String Selection(TavListBoxDialog& dialog, char) { return dialog.GetSelectEntry(); }
+
+// Joined by the separator, which stands only behind what is not empty.
+SV::String Selection(TavMultiListBoxDialog& dialog, char separator) {
+  SV::String joined;
+  const std::uint32_t count = dialog.GetSelectEntryCount();
+  for (std::uint32_t index = 0; index < count; ++index) {
+    if (joined.Len() > 0) joined += separator;
+    joined += dialog.GetSelectEntry(index);
+  }
+  return joined;
+}
+
+// Calls `visit` with each CHECKBOX element current.
+template <typename Visit>
+void ForEachCheckBox(TavKelParser& extra, Visit visit) {
+  for (unsigned long index = 0; extra.SetCurElemIndex(index); ++index) {
+    if (extra.GetCurElemName() == "CHECKBOX") visit();
+  }
+}
+
+bool ListBoxParametersFail(TavKelParser& parser, TavScriptResult& result) {
+  using checks::Fails;
+  using checks::kOptional;
+  return Fails(parser, "entries", TavKelString, result, checks::kRequired) ||
+         Fails(parser, "toksep", TavKelString, result, kOptional) ||
+         Fails(parser, "selection", TavKelString, result, kOptional) ||
+         Fails(parser, "title", TavKelString, result, kOptional) ||
+         Fails(parser, "boxtext", TavKelString, result, kOptional) ||
+         Fails(parser, "oktext", TavKelString, result, kOptional) ||
+         Fails(parser, "w", TavKelInteger, result, kOptional) ||
+         Fails(parser, "h", TavKelInteger, result, kOptional);
+}
+
+template <typename Dialog>
+void FillListBox(TavKelParser& parser, Dialog& dialog, char separator) {
+  if (parser.IsContained("boxtext")) dialog.SetBoxText(parser.GetStrValue("boxtext"));
+  SetTitleIfPresent(parser, dialog);
+  if (parser.IsContained("oktext")) dialog.SetOKText(parser.GetStrValue("oktext"));
+
+  ForEachPiece(parser.GetStrValue("entries"), separator,
+               [&dialog](const SV::String& entry) { dialog.InsertEntry(entry); });
+  if (parser.IsContained("selection")) {
+    Preselect(dialog, parser.GetStrValue("selection"), separator);
+  }
+
+  long width = 0;
+  long height = 0;
+  if (parser.TryGetIntValue("w", width) && parser.TryGetIntValue("h", height)) {
+    const SV::Size units(width, height);
+    dialog.ChangeOutputSizePixel(dialog.LogicToPixel(units, SV::MapMode(SV::MapAppFont)));
+  }
+}
+
+// LISTBOX and MLISTBOX, which differ in their dialogs.
+template <typename Dialog>
+void RunListBox(TavKelParser& parser, TavScriptResult& result) {
+  if (ListBoxParametersFail(parser, result)) return;
+
+  Dialog dialog(Tav_GetTopWindow(0));
+  const char separator =
+      parser.IsContained("toksep") ? parser.GetStrValue("toksep").GetChar(0) : ' ';
+  FillListBox(parser, dialog, separator);
+  TavKelParser* const extra = parser.GetBodyParser("extra");
+  if (extra) {
+    ForEachCheckBox(*extra, [&] {
+      const bool checked = extra->GetIntValue("checked") != 0;
+      dialog.AddCheckBox(extra->GetStrValue(), checked);
+    });
+  }
+
+  const bool confirmed = dialog.Execute() == 1;
+
+  results::SetString(result, "selection", Selection(dialog, separator));
+  results::SetString(result, "endbutton", EndButton(confirmed));
+  if (!extra) return;
+  ForEachCheckBox(*extra, [&] {
+    const SV::String variable = extra->GetModifier("result-var");
+    if (variable.Len() == 0) return;
+    results::SetInteger(result, variable.GetStr(), dialog.IsChecked(extra->GetStrValue()) ? 1 : 0);
+  });
+}
+
+// Pairs "filter1" with "type1" and so on, up to the first that is not whole.
+void AddFilters(TavKelParser& parser, TavFileDialog& dialog) {
+  for (int number = 1;; ++number) {
+    SV::String filterName("filter");
+    filterName += SV::String(number);
+    SV::String typeName("type");
+    typeName += SV::String(number);
+    SV::String filter;
+    SV::String type;
+    if (!parser.TryGetStrValue(filterName, filter)) return;
+    if (!parser.TryGetStrValue(typeName, type)) return;
+    dialog.AddFilter(filter, type);
+  }
+}
+
+TavKelValue* SelectedFiles(TavFileDialog& dialog) {
+  ISequence<SV::String> files;
+  dialog.GetSelectedFiles(files);
+  auto* const list = new TavKelValue(TavKelList);
+  if (!list) return nullptr;
+  for (long index = 0; index < files.Count(); ++index) {
+    list->Append(new TavKelValue(new SV::String(files.Get(index))));
+  }
+  return list;
+}
+
+}  // namespace
+
+void ReleaseMessageWindow() {
+  delete messageWindow;
+  messageWindow = nullptr;
+}
+
+void Command_INFOBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+
+  TavInfoBox box(Tav_GetTopWindow(0), parser.GetStrValue());
+  SetTitleIfPresent(parser, box);
+  box.Execute();
+}
+
+void Command_QUERYBOX(const char* name, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+
+  const std::uint32_t style =
+      FirstPresent(parser, kButtonSets, SV::kMessBoxOk) | FirstPresent(parser, kDefaultButtons, 0);
+  std::unique_ptr<SV::MessBox> box = MakeMessageBox(name, style, parser.GetStrValue());
+  SetTitleIfPresent(parser, *box);
+
+  const bool wait = SV::GetpApp()->IsWait();
+  if (wait) SV::GetpApp()->Wait(false);
+  const short executed = box->Execute();
+  box.reset();
+  results::SetString(result, "endbutton", EndButtonOfBox(executed));
+  SV::GetpApp()->Wait(wait);
+}
+
+void Command_MSGWIN(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (parser.IsContained("hide")) {
+    ReleaseMessageWindow();
+    return;
+  }
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+
+  const SV::String text = parser.GetStrValue();
+  if (TavStartupBox* const startup = TavStartupBox::GetGlobal()) {
+    startup->SetAdditionalMessage(text);
+  } else if (messageWindow) {
+    messageWindow->SetText(text);
+  } else {
+    messageWindow = new TavMessWin(SV::GetpApp()->GetAppWindow(), text, 0, true);
+    messageWindow->Show();
+  }
+}
+
+void Command_VIEWBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "fontname", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "fontheight", TavKelInteger, result, checks::kOptional)) return;
+
+  TavViewBox box(Tav_GetTopWindow(0), parser.IsContained("fileeditor") ? 1 : 0);
+  SetTitleIfPresent(parser, box);
+  box.SetViewText(parser.GetStrValue("text"));
+  ApplyTextFont(parser, box.GetTextControl());
+  box.Execute();
+}
+
+void Command_EDITBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "oktext", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "fontname", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "fontheight", TavKelInteger, result, checks::kOptional)) return;
+
+  TavEditBox box(Tav_GetTopWindow(0), parser.IsContained("fileeditor") ? 1 : 0);
+  SetTitleIfPresent(parser, box);
+  if (parser.IsContained("oktext")) box.SetOKText(parser.GetStrValue("oktext"));
+  box.SetEditText(parser.GetStrValue("text"));
+  ApplyTextFont(parser, box.GetTextControl());
+  const bool confirmed = box.Execute() == 1;
+  results::SetString(result, "text", box.GetEditText());
+  results::SetString(result, "endbutton", EndButton(confirmed));
+}
+
+void Command_EDITFIELD(const char*, TavKelParser& parser, TavScriptResult& result) {
+  constexpr std::uint32_t kFieldStyle = 0x3F10;
+  if (checks::Fails(parser, "caption", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+
+  const SV::String caption = parser.GetStrValue("caption");
+  TavSimpleEditDialog dialog(Tav_GetTopWindow(0), caption, kFieldStyle);
+  if (parser.IsContained("text")) dialog.setFieldValue(parser.GetStrValue("text"));
+  if (parser.IsContained("title")) {
+    dialog.SetText(parser.GetStrValue("title"));
+  } else if (const SV::Window* const app = SV::GetpApp()->GetAppWindow()) {
+    dialog.SetText(app->GetText());
+  }
+  // Any result but 0 confirms.
+  const bool confirmed = dialog.Execute() != 0;
+  results::SetInteger(result, "ecode", confirmed ? 0 : 1);
+  if (confirmed) results::SetString(result, "text", dialog.getFieldValue());
+}
+
+void Command_LISTBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
+  RunListBox<TavListBoxDialog>(parser, result);
+}
+
+void Command_MLISTBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
+  RunListBox<TavMultiListBoxDialog>(parser, result);
+}
+
+void Command_FILE_DIALOG(const char*, TavKelParser& parser, TavScriptResult& result) {
+  constexpr std::uint32_t kAlways = 0x20;
+  constexpr std::uint32_t kOpen = 0x1000;
+  constexpr std::uint32_t kSaveAs = 0x2000;
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "filename", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "default-ext", TavKelString, result, checks::kOptional)) return;
+
+  const std::uint32_t mode = parser.IsContained("open")     ? kOpen
+                             : parser.IsContained("saveas") ? kSaveAs
+                                                            : 0;
+  TavFileDialog dialog(Tav_GetTopWindow(0), mode | kAlways);
+  const bool multiple = parser.GetBoolValue("multi-sel", false);
+  if (multiple) dialog.AllowMultiSelectOnOpen();
+  if (parser.IsContained("path")) dialog.SetPath(parser.GetStrValue("path"));
+  AddFilters(parser, dialog);
+  // The filter meant is that of the parameter without a number; what "cur-filter" holds is no
+  // matter.
+  if (parser.IsContained("cur-filter")) dialog.SetCurFilter(parser.GetStrValue("filter"));
+  if (parser.IsContained("default-ext")) dialog.SetDefaultExt(parser.GetStrValue("default-ext"));
+  if (parser.IsContained("filename")) dialog.SetInitialFileName(parser.GetStrValue("filename"));
+
+  const bool wait = SV::GetpApp()->IsWait();
+  if (wait) SV::GetpApp()->Wait(false);
+  const bool confirmed = dialog.Execute() == 1;
+  results::SetString(result, "endbutton", EndButton(confirmed));
+  if (multiple) {
+    results::SetValue(result, "path", SelectedFiles(dialog));
+  } else {
+    results::SetString(result, "path", dialog.GetPath());
+  }
+  SV::GetpApp()->Wait(wait);
+}
+
+void Command_DIRECTORY_DIALOG(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kOptional)) return;
+
+  SV::String path;
+  if (parser.IsContained("path")) {
+    path = parser.GetStrValue("path");
+    // "C:\" keeps its backslash.
+    const long last = path.Len() - 1;
+    if (last >= 3 && path.GetChar(last) == '\\') path.Erase(last, 1);
+  }
+  const bool confirmed = ExecuteDirectoryDialog(Tav_GetTopWindow(0), path);
+  results::SetString(result, "endbutton", EndButton(confirmed));
+  results::SetString(result, "path", path);
+}
+
+void Command_IMAGE_PREVIEW_DLG(const char*, TavKelParser& parser, TavScriptResult& result) {
+  SV::String extensions;
+  if (parser.IsContained("extensions")) extensions = parser.GetStrValue("extensions");
+
+  TavImagePreviewDialog dialog(Tav_GetTopWindow(0));
+  dialog.Init(extensions);
+  SetTitleIfPresent(parser, dialog);
+  if (dialog.Execute() == 1) {
+    results::SetInteger(result, "ecode", 0);
+    SV::String file("db:\\");
+    file += dialog.GetPreviewControl().GetSelected();
+    results::SetString(result, "files", file);
+  } else {
+    results::SetInteger(result, "ecode", 1);
+    results::SetString(result, "files", "");
+  }
+}
+
+}  // namespace commands

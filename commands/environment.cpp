@@ -1,0 +1,212 @@
+// The host and its surroundings: message ports, printer, display, clipboard, sound, waiting,
+// script text and notation.
+#include <cstdint>
+
+#include "commands/handlers.h"
+#include "host/notation/extended_message_port.h"
+#include "host/notation/kel_converter.h"
+#include "host/notation/kel_parser.h"
+#include "host/notation/kel_value_set.h"
+#include "host/notation/message_port_manager.h"
+#include "host/script/script.h"
+#include "host/script/script_runtime.h"
+#include "host/script/script_service.h"
+#include "host/script/type_check.h"
+#include "host/services/error_message.h"
+#include "host/services/printer.h"
+#include "host/sv/application.h"
+#include "host/sv/clipboard.h"
+#include "host/sv/size.h"
+#include "host/sv/sound.h"
+#include "host/sv/string.h"
+#include "host/sv/system.h"
+#include "host/tools/modeling_shell.h"
+#include "host/windows/windows.h"
+#include "plugin/checks.h"
+#include "plugin/results.h"
+
+namespace commands {
+
+namespace {
+
+// Not from the compiler: caches of compiled files can give it another folder.
+constexpr char kSourceFile[] = "commands/environment.cpp";
+
+constexpr unsigned kAllEvents = 31;  // of SV::Application::Reschedule
+
+// Always null. Volatile, so that the read through it is made.
+const std::int32_t* volatile nowhere = nullptr;
+
+// What joins the names of a list: the first character of `toksep`, NUL when that is empty.
+char Separator(TavKelParser& parser) {
+  return parser.IsContained("toksep") ? parser.GetStrValue("toksep").GetChar(0) : ' ';
+}
+
+}  // namespace
+
+void Command_SET_MP_TYPE_CHECKING(const char*, TavKelParser& parser, TavScriptResult&) {
+  if (parser.IsContained("on")) {
+    Tav_EnableGlobalTypeChecking(true);
+  } else if (parser.IsContained("off")) {
+    Tav_EnableGlobalTypeChecking(false);
+  }
+}
+
+void Command_GET_MESSAGE_PORTS(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "toksep", TavKelString, result, checks::kOptional)) return;
+
+  const char separator = Separator(parser);
+  SV::String names;
+  for (const auto& [name, port] : TavMessagePortManager::Instance().m_ports) {
+    if (names.Len() > 0) names += separator;
+    names += name;
+  }
+  results::SetString(result, "msgports", names);
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_GET_MP_COMMANDS(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "toksep", TavKelString, result, checks::kOptional)) return;
+
+  TavMessagePortManager& manager = TavMessagePortManager::Instance();
+  const char* key = manager.GetMPNameStrAddress(parser.GetStrValue());
+  if (!key) {
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  auto* port = dynamic_cast<TavExtendedMessagePort*>(manager.FindMessagePort(key));
+  if (!port) {
+    displayErrorMessage(kSourceFile, __LINE__);
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  results::SetString(result, "commands", port->GetAllCommands(Separator(parser)));
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_GET_PRINTER_INFO(const char*, TavKelParser& parser, TavScriptResult& result) {
+  const bool noAutoCreate = parser.GetBoolValue("noautocreate", false);
+  const TavPrinter* printer = Tav_GetPrinter(!noAutoCreate);
+  if (printer) {
+    results::SetString(result, "name", printer->name);
+    results::SetString(result, "device", printer->device);
+    results::SetString(result, "port", printer->port);
+    results::SetString(result, "driver", printer->driver);
+    results::SetInteger(result, "valid", printer->name.Len() > 0 ? 1 : 0);
+  }
+  results::SetInteger(result, "ecode", printer ? 0 : 1);
+}
+
+void Command_SET_PRINTER(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "name", TavKelString, result, checks::kRequired)) return;
+
+  Tav_ReplacePrinter(new TavPrinter(parser.GetStrValue("name")));
+  results::SetInteger(result, "ecode", 0);
+}
+
+// Unsigned 32-bit all through: a deadline behind the start, or one that wraps around, ends the
+// wait at once.
+void Command_SLEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "ms", TavKelInteger, result, checks::kRequired)) return;
+
+  const std::uint32_t start = GetTickCount();
+  const std::uint32_t deadline = start + static_cast<std::uint32_t>(parser.GetIntValue("ms"));
+  if (TavModelingShell* shell = TavModelingShell::GetGlobal()) shell->UpdateAllModelWindows();
+
+  std::uint32_t now = GetTickCount();
+  if (now >= deadline) {
+    SV::GetpApp()->Reschedule(kAllEvents);
+    return;
+  }
+  while (now < deadline) {
+    MsgWaitForMultipleObjectsEx(0, nullptr, deadline - now, QS_ALLEVENTS, 0);
+    SV::GetpApp()->Reschedule(kAllEvents);
+    now = GetTickCount();
+  }
+}
+
+void Command_GET_DISPLAY_SIZE(const char*, TavKelParser&, TavScriptResult& result) {
+  const SV::Size screen = SV::System::GetScreenSizePixel();
+  results::SetInteger(result, "w", screen.Width());
+  results::SetInteger(result, "h", screen.Height());
+}
+
+void Command_COPY_TO_CLIPBOARD(const char*, TavKelParser& parser, TavScriptResult& result) {
+  const SV::String text = parser.GetStrValue();
+  SV::Clipboard::Clear();
+  const bool copied = SV::Clipboard::CopyString(text) != 0;
+  results::SetInteger(result, "ecode", copied ? 0 : 1);
+}
+
+void Command_BEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "freq", TavKelInteger, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "ms", TavKelInteger, result, checks::kRequired)) return;
+
+  const auto frequency = static_cast<std::uint32_t>(parser.GetIntValue("freq"));
+  const auto milliseconds = static_cast<std::uint32_t>(parser.GetIntValue("ms"));
+  SV::Sound::Beep(frequency, milliseconds);
+}
+
+// Ends the process by an access violation; that is what it is for.
+void Command_CRASH(const char*, TavKelParser&, TavScriptResult& result) {
+  results::SetInteger(result, "ecode", static_cast<int>(*nowhere));
+}
+
+// The text runs in variables of its own inside the global ones; the caller's are out of its sight,
+// and nothing of the run comes back but what it changes there.
+void Command_EXECUTE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+
+  const SV::String text = parser.GetStrValue();
+  TavScript script(0, "Do_Execute", "", "");
+  SV::String parseError;
+  if (script.Parse(text, parseError) != 0) return;
+
+  TavScriptRuntime runtime;
+  TavKelValueSet variables(TavScript::GlobalVars());
+  TavScriptExitType exitType = TavScriptExitEnd;
+  long exitCode = 0;
+  script.Execute(exitType, exitCode, runtime, &variables, true, false);
+}
+
+void Command_KEL_TO_XML(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+
+  const SV::String text = parser.GetStrValue();
+  const bool withHeader = parser.GetBoolValue("with-header", false);
+  const SV::String rootTag = parser.GetStrValue("roottag");
+  TavKelConverter converter(text);
+  if (converter.Parse() != 0) {
+    results::SetInteger(result, "ecode", 1);
+    results::SetString(result, "errtext", "KEL parse error");
+    return;
+  }
+  const SV::String xml = converter.ToXML(withHeader, rootTag);
+  results::SetInteger(result, "ecode", 0);
+  results::SetString(result, "xml", xml);
+}
+
+void Command_SERVICE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  bool done = false;
+  if (parser.IsContained("start")) {
+    const long port = parser.IsContained("port") ? parser.GetIntValue("port") : 80;
+    const long backlog = parser.IsContained("backlog") ? parser.GetIntValue("backlog") : 100;
+    const auto format = parser.GetModifier("logformat") == "long" ? TavWSLogLong : TavWSLogShort;
+    const auto type =
+        parser.GetModifier("output") == "textfield" ? TavWSLogTextField : TavWSLogConsole;
+    done = TavScriptService::Start(static_cast<int>(port), static_cast<int>(backlog), format, type,
+                                   nullptr, true);
+  } else if (parser.IsContained("stop")) {
+    done = TavScriptService::Stop();
+  } else {
+    results::SetInteger(result, "ecode", -1);
+    return;
+  }
+  results::SetInteger(result, "ecode", done ? 0 : 1);
+}
+
+void Command_IS_SCRIPT_SERVICE_RUNNING(const char*, TavKelParser&, TavScriptResult& result) {
+  results::SetInteger(result, "result", TavScriptService::IsRunning() ? 1 : 0);
+}
+
+}  // namespace commands

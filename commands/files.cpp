@@ -1,0 +1,402 @@
+// Files and directories: reading, writing, copying, moving, deleting and listing them.
+#include <functional>
+#include <new>
+#include <set>
+
+#include "commands/files_search.h"
+#include "commands/files_trees.h"
+#include "commands/handlers.h"
+#include "host/core/file_manager.h"
+#include "host/notation/kel_parser.h"
+#include "host/services/base64.h"
+#include "host/services/core_variables.h"
+#include "host/services/database_names.h"
+#include "host/services/error_message.h"
+#include "host/services/system_file_manager.h"
+#include "host/sv/dir_entry.h"
+#include "host/sv/string.h"
+#include "host/windows/directories.h"
+#include "host/windows/windows.h"
+#include "plugin/checks.h"
+#include "plugin/results.h"
+
+namespace commands {
+
+namespace {
+
+constexpr long kNoLibrary = -1;
+constexpr char kListSeparator = '*';  // never part of a file's name
+
+// The file that FWRITE keeps open from `open` to `close`, across scripts too.
+TavFileHandle openWriteFile = 0;
+
+// The line under which the failure to name a temporary file is known.
+constexpr int kTemporaryNameLine = 724;
+
+// What the base64 functions made; freed whether they succeeded or not.
+class Base64Buffer {
+ public:
+  using Convert = bool (*)(const char*, unsigned long, char*&, unsigned long&);
+
+  Base64Buffer(Convert convert, const SV::String& data)
+      : success_(convert(data.GetStr(), static_cast<unsigned long>(data.Len()), buffer_, length_)) {
+  }
+  Base64Buffer(const Base64Buffer&) = delete;
+  Base64Buffer& operator=(const Base64Buffer&) = delete;
+  ~Base64Buffer() { ::operator delete(buffer_); }
+
+  bool Succeeded() const { return success_; }
+  bool HasBuffer() const { return buffer_ != nullptr; }
+  const char* Text() const { return buffer_; }
+  SV::String Bytes() const {
+    return buffer_ ? SV::String(buffer_, static_cast<long>(length_)) : SV::String();
+  }
+
+ private:
+  char* buffer_ = nullptr;
+  unsigned long length_ = 0;
+  bool success_;
+};
+
+int OpenMode(bool binary, bool append) {
+  return TavFileManager::kWrite + (binary ? TavFileManager::kBinary : 0) +
+         (append ? TavFileManager::kAppend : 0);
+}
+
+TavFileHandle OpenForWriting(const SV::String& file, bool binary, bool append) {
+  const SV::String path =
+      Tav_Valid_DBFilename(file.GetStr()) ? file : Tav_GetProgramPathFilename(file.GetStr());
+  return TavFileManager::fileOpenWrite(path.GetStr(), OpenMode(binary, append), kNoLibrary);
+}
+
+// Opens `file` for the FWRITE commands that follow. A file opened before stays open, its handle
+// forgotten.
+void OpenWriteFile(TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  const SV::String file = parser.GetStrValue("file");
+  const bool binary = parser.GetBoolValue("binary", false);
+  const bool base64 = parser.GetBoolValue("base64", false);
+  const bool append = parser.GetBoolValue("append", false);
+
+  openWriteFile = OpenForWriting(file, binary || base64, append);
+
+  results::SetInteger(result, "ecode", openWriteFile != 0 ? 0 : 1);
+}
+
+void CloseWriteFile(TavScriptResult& result) {
+  const bool wasOpen = openWriteFile != 0;
+  if (wasOpen) TavFileManager::fileClose(openWriteFile);
+  results::SetInteger(result, "ecode", wasOpen ? 0 : 1);
+}
+
+enum WriteCode { kWritten = 0, kNotOpened = 1, kShortWrite = 2, kRefused = 3, kNoFile = 4 };
+
+WriteCode WriteTo(TavFileHandle handle, const SV::String& data, long& written) {
+  written = TavFileManager::fileWrite(handle, data.GetStr(), data.Len());
+  return written == data.Len() ? kWritten : kShortWrite;
+}
+
+// Either conversion of ENCODE and DECODE: takes the bytes of `file`, else the main value. False
+// when the command must return at once.
+bool ReadConversionInput(TavKelParser& parser, TavScriptResult& result, SV::String& data) {
+  if (parser.IsContained("file")) {
+    if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return false;
+    TavSystemFileManager::readStringFromFile(data, parser.GetStrValue("file"), true);
+    return true;
+  }
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) {
+    return false;
+  }
+  data = parser.GetStrValue();
+  return true;
+}
+
+bool FileExists(TavKelParser& parser) {
+  return TavFileManager::fileExists(parser.GetStrValue("file"), kNoLibrary, false);
+}
+
+bool DeleteFileOf(TavKelParser& parser) {
+  return TavFileManager::fileDelete(parser.GetStrValue("file"), kNoLibrary);
+}
+
+long LibraryId(TavKelParser& parser, const char* name) {
+  return parser.IsContained(name) ? parser.GetIntValue(name) : kNoLibrary;
+}
+
+// A list of names, each followed by the separator.
+void AppendName(SV::String& list, const char* name) {
+  list += name;
+  list += kListSeparator;
+}
+
+void DropLastSeparator(SV::String& list) {
+  if (list.Len() > 0) list.Erase(list.Len() - 1, 1);
+}
+
+// Calls a runtime function on `path`; 0 is its success.
+void CallWithPath(int (*function)(const char*), TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+  SV::String path;
+  const bool success = parser.TryGetStrValue("path", path) && function(path.GetStr()) == 0;
+  results::SetInteger(result, "ecode", success ? 0 : 1);
+}
+
+}  // namespace
+
+void Command_FREAD(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  const SV::String file = parser.GetStrValue("file");
+  const bool binary = parser.GetBoolValue("binary", false);
+  const bool base64 = parser.GetBoolValue("base64", false);
+
+  constexpr long kNotEncoded = 3;
+  SV::String contents;
+  long code = TavSystemFileManager::readStringFromFile(contents, file, binary || base64);
+  if (code == 0 && base64) {
+    const Base64Buffer encoded(Tav_NewBase64Encode, contents);
+    if (encoded.Succeeded() && encoded.HasBuffer()) contents = encoded.Text();
+    code = encoded.Succeeded() ? 0 : kNotEncoded;
+  }
+
+  results::SetInteger(result, "ecode", code);
+  results::SetString(result, "text", contents);
+}
+
+void Command_FWRITE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (parser.IsContained("open")) return OpenWriteFile(parser, result);
+  if (parser.IsContained("close")) return CloseWriteFile(result);
+
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
+  SV::String data = parser.GetStrValue("text");
+  const bool base64 = parser.GetBoolValue("base64", false);
+  WriteCode code = kWritten;
+  long written = 0;
+  if (base64) {
+    const Base64Buffer decoded(Tav_NewBase64Decode, data);
+    if (!decoded.Succeeded()) code = kRefused;
+    data = decoded.Bytes();
+  }
+  if (code == kWritten && !parser.IsContained("file")) {
+    code = openWriteFile != 0 ? WriteTo(openWriteFile, data, written) : kNoFile;
+  } else if (code == kWritten && openWriteFile != 0) {
+    code = kRefused;
+  } else if (code == kWritten) {
+    if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+    const SV::String file = parser.GetStrValue("file");
+    const bool binary = parser.GetBoolValue("binary", false);
+    const bool append = parser.GetBoolValue("append", false);
+    TavFileHandle handle = OpenForWriting(file, binary || base64, append);
+    if (handle != 0) {
+      code = WriteTo(handle, data, written);
+      TavFileManager::fileClose(handle);
+    } else {
+      code = kNotOpened;
+    }
+  }
+
+  results::SetInteger(result, "ecode", code);
+  results::SetInteger(result, "written", written);
+}
+
+void Command_ENCODE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  SV::String data;
+  if (!ReadConversionInput(parser, result, data)) return;
+
+  const Base64Buffer encoded(Tav_NewBase64Encode, data);
+  data = SV::String();  // its memory serves for the result
+
+  results::SetInteger(result, "ecode", encoded.Succeeded() ? 0 : 1);
+  results::SetString(result, "text",
+                     encoded.Succeeded() && encoded.HasBuffer() ? encoded.Text() : "");
+}
+
+void Command_DECODE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  SV::String data;
+  if (!ReadConversionInput(parser, result, data)) return;
+
+  const Base64Buffer decoded(Tav_NewBase64Decode, data);
+
+  results::SetInteger(result, "ecode", decoded.Succeeded() ? 0 : 1);
+  results::SetString(result, "text", decoded.HasBuffer() ? decoded.Text() : "");
+}
+
+void Command_GET_TEMP_FILENAME(const char*, TavKelParser&, TavScriptResult& result) {
+  const SV::String name = TavSystemFileManager::fileCreateTempName("tav", nullptr);
+  if (name.Len() == 0) {
+    displayErrorMessage(__FILE__, kTemporaryNameLine);
+    return;
+  }
+  results::SetString(result, "filename", name);
+}
+
+void Command_FILE_EXIST(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  results::SetInteger(result, "exist", FileExists(parser) ? 1 : 0);
+}
+
+void Command_FILE_EXISTS(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  results::SetInteger(result, "exists", FileExists(parser) ? 1 : 0);
+}
+
+void Command_FDELETE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  results::SetInteger(result, "ecode", DeleteFileOf(parser) ? 1 : 0);
+}
+
+void Command_FILE_DELETE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  results::SetInteger(result, "ecode", DeleteFileOf(parser) ? 0 : 1);
+}
+
+void Command_DELETE_FILES(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+  const bool success = DeleteTree(parser.GetStrValue());
+  results::SetInteger(result, "ecode", success ? 0 : 1);
+}
+
+void Command_FCOPY(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  const SV::String from = parser.GetStrValue("from");
+  const SV::String to = parser.GetStrValue("to");
+
+  const bool copied =
+      TavFileManager::fileCopy(from.GetStr(), to.GetStr(), kNoLibrary, kNoLibrary, false);
+
+  results::SetInteger(result, "ecode", copied ? 1 : 0);
+}
+
+void Command_FILE_COPY(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "from-libraryid", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "to-libraryid", TavKelInteger, result, checks::kOptional)) return;
+  const SV::String from = parser.GetStrValue("from");
+  const SV::String to = parser.GetStrValue("to");
+  const long fromLibraryId = LibraryId(parser, "from-libraryid");
+  const long toLibraryId = LibraryId(parser, "to-libraryid");
+  const bool copyAttributes = parser.IsContained("copy-file-attributes");
+
+  const bool copied = TavFileManager::fileCopy(from.GetStr(), to.GetStr(), fromLibraryId,
+                                               toLibraryId, copyAttributes);
+
+  results::SetInteger(result, "ecode", copied ? 0 : 1);
+}
+
+void Command_COPY_FILES(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  CopyFlags flags;
+  flags.keepExistingFiles = parser.IsContained("no-overwrite");
+  flags.fillExistingFolders = parser.IsContained("overwrite-existing-dir");
+
+  const bool success = CopyTree(parser.GetStrValue(), parser.GetStrValue("to"), flags);
+
+  results::SetInteger(result, "ecode", success ? 0 : 1);
+}
+
+void Command_MOVE_FILES(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+
+  const bool success = MoveTree(parser.GetStrValue(), parser.GetStrValue("to"));
+
+  results::SetInteger(result, "ecode", success ? 0 : 1);
+}
+
+void Command_FILE_RENAME(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  const SV::String from = parser.GetStrValue("from");
+  const SV::String to = parser.GetStrValue("to");
+
+  const bool renamed = TavFileManager::fileRename(from.GetStr(), to.GetStr(), kNoLibrary);
+
+  results::SetInteger(result, "ecode", renamed ? 0 : 1);
+}
+
+void Command_GET_CWD(const char*, TavKelParser&, TavScriptResult& result) {
+  SV::DirEntry current(SV::FSYS_FLAG_CURRENT);
+  current.ToAbs();
+  results::SetString(result, "cwd", current.GetFull());
+}
+
+void Command_SET_CWD(const char*, TavKelParser& parser, TavScriptResult& result) {
+  CallWithPath(_chdir, parser, result);
+}
+
+void Command_DIR_EXIST(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+  const DWORD attributes = GetFileAttributesA(parser.GetStrValue("path").GetStr());
+  const bool exists =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  results::SetInteger(result, "exist", exists ? 1 : 0);
+}
+
+void Command_DIR_CREATE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  CallWithPath(_mkdir, parser, result);
+}
+
+void Command_DIR_REMOVE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  CallWithPath(_rmdir, parser, result);
+}
+
+void Command_DIR_LIST(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "filemask", TavKelString, result, checks::kOptional)) return;
+  SV::String pattern = WithBackslash(parser.GetStrValue("path"));
+  SV::String mask("*");
+  parser.TryGetStrValue("filemask", mask);
+  pattern += mask;
+
+  FileSearch search(pattern);
+  if (!search.Found()) {
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  SV::String files;
+  SV::String directories;
+  do {
+    if (!search.IsDirectory()) {
+      AppendName(files, search.Name());
+    } else if (!search.IsDots()) {
+      AppendName(directories, search.Name());
+    }
+  } while (search.Next());
+  DropLastSeparator(files);
+  DropLastSeparator(directories);
+
+  results::SetString(result, "files", files);
+  results::SetString(result, "dirs", directories);
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_IS_DIR_EMPTY(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+  SV::String pattern = WithBackslash(parser.GetStrValue("path"));
+  pattern += '*';
+
+  bool isEmpty = false;
+  const bool searched = TestDirectoryEmpty(pattern, isEmpty);
+
+  results::SetInteger(result, "ecode", searched ? 0 : 1);
+  if (searched) results::SetInteger(result, "isempty", isEmpty ? 1 : 0);
+}
+
+void Command_DB_FILE_LIST(const char*, TavKelParser&, TavScriptResult& result) {
+  const long directory = Tav_GetCoreVarConst(TavCoreVarDatabaseDirectory);
+  std::set<SV::String, std::less<SV::String>> names;
+  if (!TavFileManager::getAllDBFilesOfDir(directory, names)) {
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  SV::String files;
+  for (const SV::String& name : names) AppendName(files, name.GetStr());
+  DropLastSeparator(files);
+
+  results::SetString(result, "files", files);
+  results::SetInteger(result, "ecode", 0);
+}
+
+}  // namespace commands

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "host/sv/string.h"
+#include "host/windows/windows.h"
+
+namespace commands {
+
+// One search, at its first entry when there is any; closed when it goes.
+class FileSearch {
+ public:
+  explicit FileSearch(const SV::String& pattern)
+      : handle_(FindFirstFileA(pattern.GetStr(), &entry_)) {}
+  FileSearch(const FileSearch&) = delete;
+  FileSearch& operator=(const FileSearch&) = delete;
+  ~FileSearch() {
+    if (Found()) FindClose(handle_);
+  }
+
+  bool Found() const { return handle_ != INVALID_HANDLE_VALUE; }
+  bool Next() { return FindNextFileA(handle_, &entry_) != 0; }
+
+  const char* Name() const { return entry_.cFileName; }
+  bool IsDirectory() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+  bool IsLink() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+  // The entry is named "." or "..", exactly.
+  bool IsDots() const {
+    const char* name = entry_.cFileName;
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+  }
+
+ private:
+  WIN32_FIND_DATAA entry_;
+  HANDLE handle_;
+};
+
+// `path` with a backslash behind it unless it ends in one.
+inline SV::String WithBackslash(const SV::String& path) {
+  SV::String result = path;
+  if (result.GetChar(result.Len() - 1) != '\\') result += '\\';
+  return result;
+}
+
+}  // namespace commands

@@ -1,0 +1,297 @@
+// The tree list box: one dialog for the whole process, made by TLB_CREATE, filled by the commands
+// behind it and run by TLB_SHOW as often as a script likes. It stays until the next TLB_CREATE.
+#include "commands/handlers.h"
+#include "host/dialog/simple_tlb_dlg.h"
+#include "host/dialog/tlb_image_pool.h"
+#include "host/notation/kel_parser.h"
+#include "host/services/top_window.h"
+#include "host/sv/application.h"
+#include "host/sv/image.h"
+#include "host/sv/map_mode.h"
+#include "host/sv/sequence.h"
+#include "host/sv/string.h"
+#include "plugin/checks.h"
+#include "plugin/results.h"
+
+namespace commands {
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kNotOk = 1;
+constexpr int kNoDialog = 2;
+constexpr int kMissing = 3;
+constexpr int kRefused = 4;
+
+constexpr long kMaxColumns = 16;
+
+// Owned here; null before the first TLB_CREATE.
+TavSimpleTLBDlg* dialog = nullptr;
+
+TavTLBImagePool imagePool;
+
+// What TLB_CREATE checks behind the title, in this order.
+constexpr const char* kTexts[] = {"oktext", "canceltext", "boxtext"};
+constexpr const char* kNumbers[] = {"button-w",
+                                    "no-cancel",
+                                    "no-help",
+                                    "x",
+                                    "y",
+                                    "w",
+                                    "h",
+                                    "max-w",
+                                    "max-h",
+                                    "min-w",
+                                    "min-h",
+                                    "searchable",
+                                    "sorted",
+                                    "flat",
+                                    "columns",
+                                    "multi-sel",
+                                    "no-child-sel",
+                                    "no-parent-sel",
+                                    "checklistbox",
+                                    "okbutton-enabled"};
+
+bool CreateFails(TavKelParser& parser, TavScriptResult& result) {
+  if (checks::FailsWhenPresent(parser, "title", TavKelString, result, checks::kRequired)) {
+    return true;
+  }
+  for (const char* name : kTexts) {
+    if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return true;
+  }
+  for (const char* name : kNumbers) {
+    if (checks::Fails(parser, name, TavKelInteger, result, checks::kOptional)) return true;
+  }
+  return false;
+}
+
+TavSimpleTLBDlg* MakeDialog(TavKelParser& parser) {
+  const bool checkListBox = parser.GetIntValue("checklistbox") != 0;
+  const bool sizeable = parser.GetBoolValue("sizeable", true);
+  const bool searchable = parser.GetIntValue("searchable") != 0;
+  const bool noCancel = parser.GetIntValue("no-cancel") != 0;
+  const bool noHelp = parser.GetIntValue("no-help") != 0;
+  const bool setDblClick = parser.GetIntValue("setdblclick") != 0;
+  const bool okEnabled = parser.GetIntValue("okbutton-enabled") != 0;
+  // These three count only above 0, the others whenever they are not 0.
+  unsigned long style = parser.GetIntValue("multi-sel") > 0 ? TavSimpleTLBDlg::kMultipleSelection
+                                                            : TavSimpleTLBDlg::kSingleSelection;
+  if (parser.GetIntValue("no-child-sel") == 0) style |= TavSimpleTLBDlg::kChildrenSelectable;
+  if (parser.GetIntValue("no-parent-sel") == 0) style |= TavSimpleTLBDlg::kParentsSelectable;
+  if (parser.GetIntValue("sorted") > 0) style |= TavSimpleTLBDlg::kSorted;
+  if (parser.GetIntValue("flat") > 0) style |= TavSimpleTLBDlg::kFlat;
+  long columns = 1;
+  if (parser.TryGetIntValue("columns", columns) && (columns < 1 || columns > kMaxColumns)) {
+    columns = 1;
+  }
+  return new TavSimpleTLBDlg(Tav_GetTopWindow(0), sizeable, style, checkListBox, searchable,
+                             noCancel, noHelp, columns, setDblClick, okEnabled, false);
+}
+
+void SetTexts(TavKelParser& parser) {
+  SV::String text;
+  if (parser.TryGetStrValue("title", text)) {
+    dialog->SetText(text);
+  } else {
+    const SV::Window* const window = SV::GetpApp()->GetAppWindow();
+    dialog->SetText(window ? window->GetText() : SV::String());
+  }
+  if (parser.TryGetStrValue("oktext", text)) dialog->setOKText(text);
+  if (parser.TryGetStrValue("canceltext", text)) dialog->setCancelText(text);
+  if (parser.TryGetStrValue("boxtext", text)) dialog->setHeadline(text);
+}
+
+// Both halves of a pair in dialog units; a half alone does not count.
+bool TryGetPair(TavKelParser& parser, const char* first, const char* second, long& a, long& b) {
+  return parser.TryGetIntValue(first, a) && parser.TryGetIntValue(second, b);
+}
+
+void SetPlaces(TavKelParser& parser) {
+  const SV::MapMode units(SV::MapAppFont);
+  long a = 0;
+  long b = 0;
+  if (parser.TryGetIntValue("button-w", a)) {
+    dialog->setButtonWidthPixel(dialog->LogicToPixel(SV::Size(a, 0), units).Width());
+  }
+  if (TryGetPair(parser, "x", "y", a, b)) {
+    dialog->SetPosPixel(dialog->LogicToPixel(SV::Point(a, b), units));
+  }
+  if (TryGetPair(parser, "w", "h", a, b)) {
+    dialog->SetSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
+  }
+  if (TryGetPair(parser, "min-w", "min-h", a, b)) {
+    dialog->setMinOutputSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
+  }
+  if (TryGetPair(parser, "max-w", "max-h", a, b)) {
+    dialog->setMaxOutputSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
+  }
+}
+
+void SetEcode(TavScriptResult& result, int code) { results::SetInteger(result, "ecode", code); }
+
+// An absent id is the command's own affair, so it is checked only when it is there.
+bool IdFails(TavKelParser& parser, TavScriptResult& result) {
+  return checks::FailsWhenPresent(parser, "id", TavKelInteger, result, checks::kRequired);
+}
+
+// What most item commands have in common behind their checks: a dialog and an id. False when one
+// is missing, the code then being set.
+bool GetItem(TavKelParser& parser, TavScriptResult& result, long& id) {
+  if (!dialog) {
+    SetEcode(result, kNoDialog);
+    return false;
+  }
+  if (!parser.TryGetIntValue("id", id)) {
+    SetEcode(result, kMissing);
+    return false;
+  }
+  return true;
+}
+
+void SetOutcome(TavScriptResult& result, bool done) { SetEcode(result, done ? kDone : kRefused); }
+
+// A switch that is on when absent, and off at 0 and below.
+bool IsOn(TavKelParser& parser, const char* name) {
+  long value = 1;
+  parser.TryGetIntValue(name, value);
+  return value > 0;
+}
+
+// The image of that name; empty for no name and for names that the pool does not know.
+SV::Image ImageNamed(TavKelParser& parser, const char* name) {
+  const SV::String image = parser.GetStrValue(name);
+  return image.Len() == 0 ? SV::Image() : imagePool.GetImage(image);
+}
+
+}  // namespace
+
+void Command_TLB_CREATE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (CreateFails(parser, result)) return;
+
+  delete dialog;
+  dialog = nullptr;
+  dialog = MakeDialog(parser);
+  SetTexts(parser);
+  SetPlaces(parser);
+  SetEcode(result, kDone);
+}
+
+void Command_TLB_INSERT(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (IdFails(parser, result)) return;
+  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::FailsWhenPresent(parser, "text", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "is-parent", TavKelInteger, result, checks::kOptional)) return;
+
+  long id = 0;
+  if (!GetItem(parser, result, id)) return;
+  SV::String text;
+  if (!parser.TryGetStrValue("text", text)) return SetEcode(result, kMissing);
+  long parentId = -1;
+  parser.TryGetIntValue("parentid", parentId);
+  const bool isParent = parser.GetIntValue("is-parent") > 0;
+  SetOutcome(result, dialog->addItem(id, parentId, text, isParent));
+  // Also when the item was refused: the images then go to the item that has the id.
+  if (const SV::Image image = ImageNamed(parser, "bitmap"); !image.IsEmpty()) {
+    dialog->setItemImage(id, image);
+  }
+  if (const SV::Image image = ImageNamed(parser, "bitmap2"); !image.IsEmpty()) {
+    dialog->setItemImage2(id, image);
+  }
+}
+
+void Command_TLB_REMOVE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (IdFails(parser, result)) return;
+  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
+
+  long id = 0;
+  if (!GetItem(parser, result, id)) return;
+  long parentId = 0;
+  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
+  SetOutcome(result, hasParent ? dialog->removeItem(id, parentId) : dialog->removeItem(id));
+}
+
+void Command_TLB_SELECT(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (IdFails(parser, result)) return;
+  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "select", TavKelInteger, result, checks::kOptional)) return;
+
+  long id = 0;
+  if (!GetItem(parser, result, id)) return;
+  long parentId = 0;
+  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
+  const bool select = IsOn(parser, "select");
+  SetOutcome(result,
+             hasParent ? dialog->selectItem(id, parentId, select) : dialog->selectItem(id, select));
+}
+
+void Command_TLB_SELECT_ALL(const char*, TavKelParser&, TavScriptResult& result) {
+  if (!dialog) return SetEcode(result, kNoDialog);
+  SetOutcome(result, dialog->selectAll());
+}
+
+void Command_TLB_EXPAND(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (IdFails(parser, result)) return;
+  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "expand", TavKelInteger, result, checks::kOptional)) return;
+
+  long id = 0;
+  if (!GetItem(parser, result, id)) return;
+  long parentId = 0;
+  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
+  const bool expand = IsOn(parser, "expand");
+  SetOutcome(result,
+             hasParent ? dialog->expandItem(id, parentId, expand) : dialog->expandItem(id, expand));
+}
+
+void Command_TLB_EXPAND_TO(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (IdFails(parser, result)) return;
+
+  long id = 0;
+  if (!GetItem(parser, result, id)) return;
+  SetOutcome(result, dialog->expandToItem(id));
+}
+
+void Command_TLB_EXPAND_ALL(const char*, TavKelParser&, TavScriptResult& result) {
+  if (!dialog) return SetEcode(result, kNoDialog);
+  SetOutcome(result, dialog->expandAll());
+}
+
+void Command_TLB_ADD_BUTTON(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::FailsWhenPresent(parser, "text", TavKelString, result, checks::kRequired)) return;
+  if (checks::FailsWhenPresent(parser, "name", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "index", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "disable_if_no_selection", TavKelInteger, result, checks::kOptional)) {
+    return;
+  }
+
+  if (!dialog) return SetEcode(result, kNoDialog);
+  const SV::String text = parser.GetStrValue("text");
+  const SV::String name = parser.GetStrValue("name");
+  const long index = parser.GetIntValue("index");
+  const bool disable = parser.GetIntValue("disable_if_no_selection") != 0;
+  dialog->addAdditionalButton(text, name, index < 1 ? -1 : static_cast<int>(index), disable);
+  SetEcode(result, kDone);
+}
+
+void Command_TLB_SHOW(const char*, TavKelParser&, TavScriptResult& result) {
+  if (!dialog) return SetEcode(result, kNoDialog);
+
+  const bool isOk = dialog->Execute() == 1;
+  SetEcode(result, isOk ? kDone : kNotOk);
+  if (!isOk) {
+    results::SetString(result, "endbutton", "cancel");
+    return;
+  }
+  ISequence<long> selected;
+  dialog->getSelectedItems(selected);
+  SV::String ids;
+  for (long i = 0; i < selected.Count(); ++i) {
+    if (ids.Len() > 0) ids += ' ';
+    ids += SV::String(selected.Get(i));
+  }
+  results::SetString(result, "selectedids", ids);
+  results::SetString(result, "endbutton", dialog->GetEndButton());
+}
+
+}  // namespace commands

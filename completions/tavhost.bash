@@ -1,0 +1,54 @@
+# bash completion for tavhost; source it, or put it into a folder that bash-completion reads.
+_tavhost() {
+    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
+    local options="--ui --answers --record --trace --screenshots --plugin --db --screen --printer
+        --timeout --quiet --model-window --version --help"
+    local with_value=" --ui --answers --record --trace --screenshots --plugin --db --screen --printer --timeout -e --port "
+    local subcommand= operands=0 word i
+
+    # What stands before the cursor: the subcommand, and how many operands follow it.
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
+        if [[ $with_value == *" $word "* ]]; then
+            [[ $word == -e ]] && operands=1
+            ((i++))
+        elif [[ $word == -?* ]]; then
+            :
+        elif [[ -z $subcommand ]]; then
+            subcommand=$word
+        else
+            ((operands++))
+        fi
+    done
+
+    COMPREPLY=()
+    case $prev in
+        --ui) COMPREPLY=($(compgen -W "auto qt headless" -- "$cur")); return ;;
+        --answers) COMPREPLY=($(compgen -W "accept cancel ask" -- "$cur") $(compgen -f -- "$cur")); return ;;
+        --screenshots | --db) COMPREPLY=($(compgen -d -- "$cur")); return ;;
+        --record | --trace | --plugin) COMPREPLY=($(compgen -f -- "$cur")); return ;;
+        --screen | --printer | --timeout | -e | --port) return ;;
+    esac
+    if [[ $subcommand == run && $operands -gt 0 ]]; then
+        COMPREPLY=($(compgen -f -- "$cur")) # the script's own arguments
+        return
+    fi
+    if [[ $cur == -* ]]; then
+        case $subcommand in
+            run) options+=" -e" ;;
+            check | commands | validate) options+=" --json" ;;
+            serve) options+=" --port" ;;
+        esac
+        COMPREPLY=($(compgen -W "$options" -- "$cur"))
+        return
+    fi
+    case $subcommand in
+        "") COMPREPLY=($(compgen -W "run send check commands validate repl serve lsp trace" -- "$cur")) ;;
+        run | check) COMPREPLY=($(compgen -f -X '!*.tav' -- "$cur") $(compgen -d -S / -- "$cur")); compopt -o nospace 2> /dev/null ;;
+        commands | send) COMPREPLY=($(compgen -W "$(_tavhost_commands)" -- "$cur")) ;;
+        validate) COMPREPLY=($(compgen -f -- "$cur")) ;;
+        trace) if ((operands == 0)); then COMPREPLY=($(compgen -W diff -- "$cur")); else COMPREPLY=($(compgen -f -- "$cur")); fi ;;
+    esac
+}
+_tavhost_commands() { "${COMP_WORDS[0]}" commands 2> /dev/null | awk '/^  / { print $1 }'; }
+complete -F _tavhost tavhost

@@ -1,0 +1,41 @@
+# fish completion for tavhost; put it into ~/.config/fish/completions.
+
+set -l subcommands run send check commands validate repl serve lsp trace
+
+function __tavhost_command_names
+    tavhost commands 2>/dev/null | string replace -rf '^  (\S+)\s+(.*)$' '$1\t$2'
+end
+
+complete -c tavhost -f
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a run -d 'Run a script'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a send -d 'Send commands and print each reply'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a check -d 'Find mistakes without running'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a commands -d 'List the commands, or explain one'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a validate -d 'Test a plug-in'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a repl -d 'An interactive prompt'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a serve -d 'Serve scripts over HTTP'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a lsp -d 'Speak the language server protocol'
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a trace -d 'Compare traces'
+
+complete -c tavhost -l ui -x -a 'auto qt headless' -d 'Real windows or none'
+complete -c tavhost -l answers -r -F -a 'accept cancel ask' -d 'Who answers dialogs'
+complete -c tavhost -l record -r -F -d 'Write the answers to a file'
+complete -c tavhost -l trace -r -F -d 'Write the calls into the host'
+complete -c tavhost -l screenshots -x -a '(__fish_complete_directories)' -d 'Write a picture of each window'
+complete -c tavhost -l plugin -r -F -d 'Load this plug-in'
+complete -c tavhost -l db -x -a '(__fish_complete_directories)' -d 'The folder behind db:\\ names'
+complete -c tavhost -l screen -x -d 'Size of the screen without a display'
+complete -c tavhost -l printer -x -d 'Printer without a display'
+complete -c tavhost -l timeout -x -d 'Stop after so many seconds'
+complete -c tavhost -l quiet -d 'No output windows, progress or notes'
+complete -c tavhost -l model-window -d 'Have a model window'
+complete -c tavhost -l version -d 'Print the version'
+complete -c tavhost -s h -l help -d 'Print help'
+
+complete -c tavhost -n '__fish_seen_subcommand_from run' -s e -x -d 'Run this text'
+complete -c tavhost -n '__fish_seen_subcommand_from run check' -F
+complete -c tavhost -n '__fish_seen_subcommand_from check commands validate' -l json -d 'Write JSON'
+complete -c tavhost -n '__fish_seen_subcommand_from commands send' -a '(__tavhost_command_names)'
+complete -c tavhost -n '__fish_seen_subcommand_from validate' -F
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l port -x -d 'Port to listen on'
+complete -c tavhost -n '__fish_seen_subcommand_from trace' -a diff -F

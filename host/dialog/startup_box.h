@@ -1,0 +1,11 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/sv/forward.h"
+
+// What the host shows while it starts.
+class TAV_HOST_API TavStartupBox {
+ public:
+  static TavStartupBox* GetGlobal();  // the one that is showing, or null
+  void SetAdditionalMessage(const SV::String& text);
+};

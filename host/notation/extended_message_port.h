@@ -1,0 +1,11 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/notation/message_port.h"
+#include "host/sv/string.h"
+
+// A port that can list its commands.
+class TAV_HOST_API TavExtendedMessagePort : public TavMessagePort {
+ public:
+  virtual SV::String GetAllCommands(char separator);
+};

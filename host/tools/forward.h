@@ -1,0 +1,6 @@
+#pragma once
+
+class TavGraphRepTool;
+class TavImagePreviewControl;
+class TavImagePreviewDialog;
+class TavModelingShell;

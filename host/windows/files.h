@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/windows/types.h"
+
+// Files and directories as the commands use them. `\` and `/` both separate, `.` and `..` are
+// resolved in the text, a path with a drive or a leading double separator is not found, names are
+// bytes and found in the case in which they are stored. A link is a leaf: it is copied, moved and
+// removed as itself.
+//
+// While a search is open, a call that leads through a directory which the search returned, or
+// which was made meanwhile, fails when that name no longer stands for the same directory.
+
+inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x1;
+inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
+inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
+inline constexpr int MAX_PATH = 260;
+
+struct FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+};
+
+// Name and attributes are set, the attributes as far as the directory itself tells them (never
+// read-only); all else is 0.
+struct WIN32_FIND_DATAA {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD dwReserved0;
+  DWORD dwReserved1;
+  char cFileName[MAX_PATH];
+  char cAlternateFileName[14];
+};
+
+struct SECURITY_ATTRIBUTES;
+
+// Finds what stands in the pattern's directory now; later changes are not seen. Only the last
+// component may hold wildcards. `.` and `..` come first, then names in ascending order without
+// regard to case. INVALID_HANDLE_VALUE when nothing matches.
+TAV_HOST_API HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data);
+TAV_HOST_API BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* data);
+TAV_HOST_API BOOL FindClose(HANDLE search);
+
+// A link to a directory has both the directory and the reparse bit.
+TAV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
+// One level, with the permissions that the process's mask leaves of 0777.
+TAV_HOST_API BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* unused);
+// An empty directory that is not the current one, or a link to a directory.
+TAV_HOST_API BOOL RemoveDirectoryA(LPCSTR path);
+// Refuses directories, read-only files and files that the host holds open for writing.
+TAV_HOST_API BOOL DeleteFileA(LPCSTR path);
+// Copies contents, permissions and modification time, or the link itself. The target holds the old
+// contents until the new ones stand whole in its place.
+TAV_HOST_API BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists);
+// Never replaces a target; moves a file to another file system by copying it.
+TAV_HOST_API BOOL MoveFileA(LPCSTR from, LPCSTR to);

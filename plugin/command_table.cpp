@@ -1,0 +1,95 @@
+// How to add a command:
+//  1. a row in the table below, at its end but before INTERNAL_TAVSCRIPT_FINISHED: scripts see the
+//     commands in this order;
+//  2. the handler's declaration in commands/handlers.h, beside its family, as Command_NAME;
+//  3. the handler in the source file of its family in commands/: check, read, do, write;
+//  4. its description in commands/reference/<family>.kel;
+//  5. a script test in tests/scripts/<family>/.
+// All five carry the command's name, so that one search finds them.
+#include "plugin/command_table.h"
+
+#include "commands/handlers.h"
+
+namespace plugin {
+
+const TavMessagePortCommand kCommandTable[kCommandCount + 1] = {
+    {"INFOBOX", commands::Command_INFOBOX},
+    {"QUERYBOX", commands::Command_QUERYBOX},
+    {"ERRORBOX", commands::Command_QUERYBOX},
+    {"WARNINGBOX", commands::Command_QUERYBOX},
+    {"VIEWBOX", commands::Command_VIEWBOX},
+    {"EDITBOX", commands::Command_EDITBOX},
+    {"LISTBOX", commands::Command_LISTBOX},
+    {"MLISTBOX", commands::Command_MLISTBOX},
+    {"MSGWIN", commands::Command_MSGWIN},
+    {"CLOSE_DOCKABLE_WINDOW", commands::Command_CLOSE_DOCKABLE_WINDOW},
+    {"DOCKABLE_BROWSER", commands::Command_DOCKABLE_BROWSER},
+    {"BROWSER", commands::Command_BROWSER},
+    {"EDIT_BROWSER", commands::Command_EDIT_BROWSER},
+    {"EDITFIELD", commands::Command_EDITFIELD},
+    {"FILE_EXIST", commands::Command_FILE_EXIST},
+    {"FILE_EXISTS", commands::Command_FILE_EXISTS},
+    {"FREAD", commands::Command_FREAD},
+    {"FWRITE", commands::Command_FWRITE},
+    {"FDELETE", commands::Command_FDELETE},
+    {"FILE_DELETE", commands::Command_FILE_DELETE},
+    {"DELETE_FILES", commands::Command_DELETE_FILES},
+    {"FCOPY", commands::Command_FCOPY},
+    {"FILE_COPY", commands::Command_FILE_COPY},
+    {"COPY_FILES", commands::Command_COPY_FILES},
+    {"MOVE_FILES", commands::Command_MOVE_FILES},
+    {"FILE_RENAME", commands::Command_FILE_RENAME},
+    {"FILE_DIALOG", commands::Command_FILE_DIALOG},
+    {"GET_TEMP_FILENAME", commands::Command_GET_TEMP_FILENAME},
+    {"ENCODE", commands::Command_ENCODE},
+    {"DECODE", commands::Command_DECODE},
+    {"GET_CWD", commands::Command_GET_CWD},
+    {"SET_CWD", commands::Command_SET_CWD},
+    {"DIR_EXIST", commands::Command_DIR_EXIST},
+    {"DIR_CREATE", commands::Command_DIR_CREATE},
+    {"DIR_REMOVE", commands::Command_DIR_REMOVE},
+    {"DIR_LIST", commands::Command_DIR_LIST},
+    {"IS_DIR_EMPTY", commands::Command_IS_DIR_EMPTY},
+    {"DB_FILE_LIST", commands::Command_DB_FILE_LIST},
+    {"DIRECTORY_DIALOG", commands::Command_DIRECTORY_DIALOG},
+    {"TLB_CREATE", commands::Command_TLB_CREATE},
+    {"TLB_INSERT", commands::Command_TLB_INSERT},
+    {"TLB_REMOVE", commands::Command_TLB_REMOVE},
+    {"TLB_SELECT", commands::Command_TLB_SELECT},
+    {"TLB_SELECT_ALL", commands::Command_TLB_SELECT_ALL},
+    {"TLB_EXPAND", commands::Command_TLB_EXPAND},
+    {"TLB_EXPAND_TO", commands::Command_TLB_EXPAND_TO},
+    {"TLB_EXPAND_ALL", commands::Command_TLB_EXPAND_ALL},
+    {"TLB_ADD_BUTTON", commands::Command_TLB_ADD_BUTTON},
+    {"TLB_SHOW", commands::Command_TLB_SHOW},
+    {"PERCWIN_CREATE", commands::Command_PERCWIN_CREATE},
+    {"PERCWIN_SET", commands::Command_PERCWIN_SET},
+    {"PERCWIN_IS_CANCELED", commands::Command_PERCWIN_IS_CANCELED},
+    {"PERCWIN_DESTROY", commands::Command_PERCWIN_DESTROY},
+    {"SET_MP_TYPE_CHECKING", commands::Command_SET_MP_TYPE_CHECKING},
+    {"GET_MESSAGE_PORTS", commands::Command_GET_MESSAGE_PORTS},
+    {"GET_MP_COMMANDS", commands::Command_GET_MP_COMMANDS},
+    {"GET_PRINTER_INFO", commands::Command_GET_PRINTER_INFO},
+    {"SET_PRINTER", commands::Command_SET_PRINTER},
+    {"SLEEP", commands::Command_SLEEP},
+    {"GET_DISPLAY_SIZE", commands::Command_GET_DISPLAY_SIZE},
+    {"COPY_TO_CLIPBOARD", commands::Command_COPY_TO_CLIPBOARD},
+    {"BEEP", commands::Command_BEEP},
+    {"CREATE_OUTPUT_WIN", commands::Command_CREATE_OUTPUT_WIN},
+    {"SET_OUTPUT_WIN_SUBTITLE", commands::Command_SET_OUTPUT_WIN_SUBTITLE},
+    {"OUT", commands::Command_OUT},
+    {"SET_OUT_MAX_LINE_COUNT", commands::Command_SET_OUT_MAX_LINE_COUNT},
+    {"HTTP_REQUEST", commands::Command_HTTP_REQUEST},
+    {"GET_PROXY_SETTINGS", commands::Command_GET_PROXY_SETTINGS},
+    {"EXECUTE", commands::Command_EXECUTE},
+    {"CRASH", commands::Command_CRASH},
+    {"KEL_TO_XML", commands::Command_KEL_TO_XML},
+    {"SERVICE", commands::Command_SERVICE},
+    {"GRAPHREP_TOOL", commands::Command_GRAPHREP_TOOL},
+    {"IMAGE_PREVIEW_DLG", commands::Command_IMAGE_PREVIEW_DLG},
+    {"IS_SCRIPT_SERVICE_RUNNING", commands::Command_IS_SCRIPT_SERVICE_RUNNING},
+    {"INTERNAL_TAVSCRIPT_FINISHED", commands::Command_INTERNAL_TAVSCRIPT_FINISHED},
+    {nullptr, nullptr},
+};
+
+}  // namespace plugin

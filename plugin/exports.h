@@ -1,0 +1,20 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/notation/forward.h"
+#include "host/script/forward.h"
+#include "host/sv/forward.h"
+
+// What the host finds in the plug-in, by these plain names. None needs another to have been called
+// before.
+TAV_PLUGIN_API int TavPluginFctGetVersion();
+TAV_PLUGIN_API int TavPluginFctGetType();
+TAV_PLUGIN_API int TavPluginFctTavScriptGetExecutionType();
+TAV_PLUGIN_API const char* TavPluginFctTavScriptGetMessagePortName();
+TAV_PLUGIN_API bool TavPluginFctTavScriptHandleRequestMsg(const char* command, TavKelParser& params,
+                                                          TavMessage* message);
+TAV_PLUGIN_API bool TavPluginFctTavScriptHandleRequestDirect(const char* command,
+                                                             TavKelParser& params,
+                                                             TavScriptResult& result);
+TAV_PLUGIN_API bool TavPluginFctTavScriptIsCommandExisting(const char* command);
+TAV_PLUGIN_API void TavPluginFctTavScriptGetAllCommands(SV::String& out, char separator);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/notation/forward.h"
+#include "host/script/forward.h"
+#include "host/sv/forward.h"
+
+// How a handler reports: result variables, written wherever the result wants them (the calling
+// script's variables, an object value, or KEL text). Handlers never ask which. There are no other
+// types: outcomes that are true or false are the integers 1 and 0.
+namespace results {
+
+// Kept as 32-bit signed values, also where `long` is wider.
+void SetInteger(TavScriptResult& result, const char* name, int value);
+void SetInteger(TavScriptResult& result, const char* name, long value);
+// The text up to its first NUL.
+void SetString(TavScriptResult& result, const char* name, const char* text);
+// All bytes; the variable shares them.
+void SetString(TavScriptResult& result, const char* name, const SV::String& text);
+// Takes ownership of the value.
+void SetValue(TavScriptResult& result, const char* name, TavKelValue* value);
+
+}  // namespace results

@@ -1,0 +1,261 @@
+#!/usr/bin/env python3
+"""Runs the tests of a build, step by step, and adds them up.
+
+    scripts/run_tests.py GROUP...      groups: native, windows (under Wine), fuzz (a short run)
+"""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+import xml.etree.ElementTree as ElementTree
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests"))
+import wine  # noqa: E402
+
+EXPORTS = re.findall(r"^\s+(\w+)$", (ROOT / "plugin/exports.def").read_text(), re.MULTILINE)
+FUZZ_SECONDS = 30
+SUMMARY = re.compile(r"(\d+) passed, (\d+) failed")
+
+
+class Totals:
+    def __init__(self):
+        self.passed = self.failed = 0
+        self.failed_steps = []
+
+    def add(self, step, passed, failed, seconds, note=""):
+        self.passed += passed
+        self.failed += failed
+        if failed:
+            self.failed_steps.append(step)
+        print(f"  {step:<28} {passed} passed, {failed} failed  ({seconds:.0f} s){note}", flush=True)
+
+
+def output_of(command, **more):
+    result = subprocess.run([str(part) for part in command], cwd=ROOT, stdin=subprocess.DEVNULL,
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                            errors="replace", **more)
+    return result.returncode, result.stdout
+
+
+def by_summary(command):
+    """A runner that ends in "N passed, N failed" itself."""
+    code, out = output_of(command)
+    found = SUMMARY.findall(out)
+    lines = out.rstrip("\n").split("\n")
+    passed, failed = map(int, found[-1]) if found else (0, 1)
+    if found:
+        lines = [line for line in lines if not SUMMARY.match(line)]
+    if lines and "".join(lines):
+        print("\n".join(lines))
+    if code != 0 and failed == 0:
+        print(f"{command[0]} ended with exit code {code}")
+        failed = 1
+    return passed, failed
+
+
+def python_tests():
+    """Tests of the tools that test: the script-test runner, the include check."""
+    passed = failed = 0
+    for path in sorted((ROOT / "tests/runner").glob("*_test.py")):
+        code, out = output_of([sys.executable, path])
+        ran = int(re.search(r"^Ran (\d+) test", out, re.MULTILINE)[1]) if "\nRan " in out else 0
+        bad = sum(int(n) for n in re.findall(r"(?:failures|errors)=(\d+)", out)) or (code != 0)
+        if code:
+            print(out)
+        passed, failed = passed + ran - bad, failed + bad
+    return passed, failed
+
+
+def include_check():
+    code, out = output_of([sys.executable, ROOT / "scripts/check_includes.py"])
+    if code:
+        print(out, end="")
+    return (0, 1) if code else (1, 0)
+
+
+def google_test_counts(folder):
+    """(passed, failed) of all reports in a folder, and how many programs had a failure."""
+    passed = failed = programs = bad_programs = 0
+    for report in folder.glob("*.json"):
+        counts = json.loads(report.read_text())
+        bad = counts["failures"] + counts.get("errors", 0)
+        passed += counts["tests"] - bad - counts.get("disabled", 0)
+        failed += bad
+        programs += 1
+        bad_programs += bad > 0
+    return passed, failed, programs, bad_programs
+
+
+def ctest(build):
+    """All that CTest knows; a GoogleTest program counts with each of its tests."""
+    reports = build / "test-reports"
+    shutil.rmtree(reports, ignore_errors=True)
+    reports.mkdir()
+    code, out = output_of(
+        ["ctest", "--test-dir", build, "--output-on-failure", "-j", "2", "--timeout", "300",
+         "--output-junit", reports / "ctest.xml", "--no-tests=error"],
+        env={**os.environ, "GTEST_OUTPUT": f"json:{reports}/", "GTEST_BRIEF": "1"})
+    if code:
+        print(out)
+    try:
+        suite = ElementTree.parse(reports / "ctest.xml").getroot()
+    except (OSError, ElementTree.ParseError):
+        return 0, 1
+    cases = suite.findall("testcase")
+    failed = sum(1 for case in cases if case.get("status") == "fail")
+    passed = len(cases) - failed
+    more_passed, more_failed, programs, bad = google_test_counts(reports)
+    passed += more_passed - (programs - bad)
+    failed += more_failed - bad
+    return passed, failed or int(code != 0)
+
+
+def rows_not_available():
+    """How many commands are rows of the table without their work yet; said, not failed."""
+    script = ROOT / "tests/count_unavailable.sh"
+    if script.exists():
+        print("  commands not available yet: " + output_of(["sh", script])[1].strip(), flush=True)
+
+
+def fuzz(program, seconds):
+    """One fuzzer on its kept corpus; 0 when it found nothing."""
+    stem = program.name.removesuffix("_fuzz")
+    found = ROOT / "build-fuzz/found" / stem
+    found.mkdir(parents=True, exist_ok=True)
+    kept = ROOT / "tests/fuzz/corpus" / stem
+    dictionary = ROOT / "tests/fuzz" / f"{stem}.dict"
+    return output_of(
+        [program, f"-max_total_time={seconds}", "-timeout=20", "-rss_limit_mb=3000",
+         "-print_final_stats=1", f"-artifact_prefix={found}/crash-",
+         *([f"-dict={dictionary}"] if dictionary.exists() else []),
+         found, *([kept] if kept.is_dir() else [])])
+
+
+def fuzzers(seconds):
+    """Each fuzzer on its kept corpus for some time; what it finds is a failure."""
+    programs = sorted((ROOT / "build-fuzz/bin").glob("*_fuzz"))
+    passed = failed = 0
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        for program, (code, out) in zip(programs, pool.map(lambda p: fuzz(p, seconds), programs)):
+            if code:
+                print(f"{program.name}:", "\n".join(out.split("\n")[-60:]))
+            passed, failed = passed + (code == 0), failed + (code != 0)
+    return (passed, failed) if programs else (0, 1)
+
+
+# What follows tests the Windows build.
+
+def windows_unit_tests():
+    program = ROOT / "build-windows/bin/tavhost_unit_tests.exe"
+    report = ROOT / "build-windows/test-reports"
+    shutil.rmtree(report, ignore_errors=True)
+    report.mkdir(parents=True)
+    with wine.Wine(program) as machine:
+        code, out = output_of(
+            machine.command([program, "--gtest_brief=1"]),
+            env={**os.environ, **machine.environment(), "GTEST_OUTPUT": f"json:Z:{report}/unit.json"})
+    passed, failed, programs, _ = google_test_counts(report)
+    if code or not programs:
+        print(out)
+    return passed, failed or int(code != 0 or not programs)
+
+
+def windows_exports():
+    """The plug-in is a 64-bit DLL and shows exactly the eight names."""
+    module = ROOT / "build-windows/bin/plugins/tavscript_commands.dll"
+    code, out = output_of(["x86_64-w64-mingw32-objdump", "-p", module])
+    names = out.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
+    exported = re.findall(r"^\s+\[\s*\d+\]\s+(?:\+base\[\s*\d+\]\s+[0-9a-f]+\s+)?(\S+)$", names,
+                          re.MULTILINE)
+    problems = []
+    if code or "file format pei-x86-64" not in out:
+        problems.append("not a 64-bit Windows file")
+    if not re.search(r"^\s+DLL$", out, re.MULTILINE):
+        problems.append("not a DLL")
+    if not re.search(r"^Magic\s+020b\s+\(PE32\+\)", out, re.MULTILINE):
+        problems.append("not PE32+")
+    if sorted(exported) != sorted(EXPORTS):
+        problems.append(f"exports {sorted(exported)}, not {sorted(EXPORTS)}")
+    for problem in problems:
+        print(f"{module.name}: {problem}")
+    return (0, 1) if problems else (1, 0)
+
+
+def windows_validate():
+    program = ROOT / "build-windows/bin/tavhost.exe"
+    with wine.Wine(program) as machine:
+        code, out = output_of(
+            machine.command([program, "validate",
+                             "build-windows/bin/plugins/tavscript_commands.dll"]),
+            env={**os.environ, **machine.environment()})
+    if code:
+        print(out)
+    return (0, 1) if code else (1, 0)
+
+
+def script_tests(*arguments):
+    return by_summary([sys.executable, ROOT / "tests/run_scripts.py", *arguments])
+
+
+def reference_tests(program, *arguments):
+    return by_summary([sys.executable, ROOT / "tests/reference" / program, *arguments])
+
+
+def groups(options):
+    return {
+        "native": [("includes", include_check), ("tests of the runners", python_tests),
+                   ("unit tests and checks", lambda: ctest(options.build)),
+                   ("script tests", lambda: script_tests("--tavhost", options.build / "bin/tavhost")),
+                   ("every parameter", lambda: reference_tests(
+                       "sweep.py", "--tavhost", options.build / "bin/tavhost")),
+                   ("examples of the commands", lambda: reference_tests(
+                       "examples.py", "--tavhost", options.build / "bin/tavhost"))],
+        "windows": [("Windows exports", windows_exports),
+                    ("Windows unit tests", windows_unit_tests),
+                    ("Windows validate", windows_validate),
+                    ("Windows script tests", lambda: script_tests("--wine")),
+                    ("Windows every parameter", lambda: reference_tests("sweep.py", "--wine", "--short")),
+                    ("Windows examples", lambda: reference_tests("examples.py", "--wine"))],
+        "fuzz": [("fuzzers", lambda: fuzzers(options.fuzz_seconds))],
+    }
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Runs the tests of a build and adds them up.")
+    parser.add_argument("groups", nargs="+", choices=("native", "windows", "fuzz"), metavar="GROUP",
+                        help="native, windows (under Wine) or fuzz (a short run of each)")
+    parser.add_argument("--step", action="append", default=[],
+                        help="only steps whose name holds this")
+    parser.add_argument("--build", type=Path, default=ROOT / "build", metavar="DIR",
+                        help="the native build to test (default: build)")
+    parser.add_argument("--fuzz-seconds", type=int, default=FUZZ_SECONDS, metavar="S",
+                        help="how long each fuzzer runs")
+    options = parser.parse_args()
+    options.build = options.build.resolve()
+    totals = Totals()
+    for group in options.groups:
+        for name, step in groups(options)[group]:
+            if options.step and not any(part in name for part in options.step):
+                continue
+            start = time.monotonic()
+            passed, failed = step()
+            totals.add(name, passed, failed, time.monotonic() - start)
+        if group == "native":
+            rows_not_available()
+    if totals.failed_steps:
+        print("failed: " + ", ".join(totals.failed_steps))
+    print(f"{totals.passed} passed, {totals.failed} failed")
+    return 1 if totals.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,184 @@
+#include "tavhost/app/command_line.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "host/services/version.h"
+#include "tavhost/app/command_line_tables.h"
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/script/nearest_name.h"
+
+// A parser of its own rather than a library's: the one that would serve takes a seventh of the
+// time of a start, for its streams, its objects and its size.
+namespace app {
+
+namespace {
+
+std::string DidYouMean(std::string_view name, const std::vector<std::string_view>& candidates) {
+  const std::string nearest = script::NearestName(name, candidates);
+  return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
+}
+
+// The options and operands of one subcommand.
+class Parser {
+ public:
+  Parser(const SubcommandRow& row, CommandLine& line) : row_(row), line_(line) {}
+
+  // Takes the arguments from `first` on; what is behind the operands' begin is left alone where
+  // options may not stand there. Returns what is wrong; empty when nothing is.
+  std::string Parse(const std::vector<std::string>& arguments, std::size_t first) {
+    for (at_ = first; at_ < arguments.size(); ++at_) {
+      const std::string& argument = arguments[at_];
+      if (argument == "--") {
+        ++at_;
+        break;
+      }
+      if (argument.size() < 2 || argument[0] != '-') {
+        if (!row_.optionsBehindOperands) break;
+        line_.operands.push_back(argument);
+        continue;
+      }
+      if (std::string mistake = TakeOption(arguments); !mistake.empty()) return mistake;
+    }
+    line_.operands.insert(line_.operands.end(), arguments.begin() + static_cast<long>(at_),
+                          arguments.end());
+    return {};
+  }
+
+ private:
+  const OptionRow* Find(std::string_view name) const {
+    for (const OptionRow& option : kOptions) {
+      if (option.name == name && IsOptionOf(option, row_.subcommand)) return &option;
+    }
+    return nullptr;
+  }
+
+  // `--name`, `--name=value`, `--name value`, and the same with `-x` and `-xvalue`.
+  std::string TakeOption(const std::vector<std::string>& arguments) {
+    const std::string& argument = arguments[at_];
+    const bool isLong = argument[1] == '-';
+    const std::size_t nameEnd = isLong ? std::min(argument.find('='), argument.size()) : 2;
+    std::string name = argument.substr(0, nameEnd);
+    if (name == "-h") name = "--help";
+    const OptionRow* const option = Find(name);
+    if (!option) return "unknown option '" + argument.substr(0, nameEnd) + "'" + Nearest(name);
+    const bool hasValue = nameEnd < argument.size();
+    if (!option->value) {
+      if (hasValue) return std::string(option->name) + " takes no value";
+      return option->take(line_, {});
+    }
+    std::string value;
+    if (hasValue) {
+      value = argument.substr(nameEnd + (isLong ? 1 : 0));
+    } else if (at_ + 1 < arguments.size()) {
+      value = arguments[++at_];
+    } else {
+      return std::string(option->name) + " needs a value";
+    }
+    const std::string mistake = option->take(line_, std::move(value));
+    return mistake.empty() ? mistake : std::string(option->name) + ": " + mistake;
+  }
+
+  std::string Nearest(std::string_view name) const {
+    std::vector<std::string_view> known;
+    for (const OptionRow& option : kOptions) {
+      if (IsOptionOf(option, row_.subcommand) && option.name.size() > 2) {
+        known.push_back(option.name);
+      }
+    }
+    return DidYouMean(name, known);
+  }
+
+  const SubcommandRow& row_;
+  CommandLine& line_;
+  std::size_t at_ = 0;
+};
+
+const SubcommandRow* FindSubcommand(std::string_view name) {
+  for (const SubcommandRow& row : kSubcommands) {
+    if (name == row.name) return &row;
+  }
+  return nullptr;
+}
+
+int Complain(const std::string& message, const SubcommandRow& row) {
+  std::string text = "tavhost: " + message + "\nTry 'tavhost ";
+  if (!row.name.empty()) text.append(row.name).append(" ");
+  WriteError(text + "--help'.\n");
+  return kExitUsage;
+}
+
+std::string UnknownSubcommandText(const std::string& name) {
+  if (name.ends_with(".tav")) {
+    return "unknown subcommand '" + name + "'; a script is run by 'tavhost run " + name + "'";
+  }
+  std::vector<std::string_view> known;
+  for (const SubcommandRow& row : kSubcommands) {
+    if (!row.summary.empty()) known.push_back(row.name);
+  }
+  return "unknown subcommand '" + name + "'" + DidYouMean(name, known);
+}
+
+std::string VersionText() {
+  const int version = Tav_GetVersionIdentifier();
+  return std::to_string(version / 10000) + "." + std::to_string(version / 100 % 100) + "." +
+         std::to_string(version % 100);
+}
+
+// What is wrong with the number of operands; empty when nothing is.
+std::string OperandMistake(const CommandLine& line) {
+  const std::size_t count = line.operands.size();
+  switch (line.subcommand) {
+    case Subcommand::kRun:
+      return count == 0 && !line.scriptText ? "run needs a script" : "";
+    case Subcommand::kSend:
+      if (count == 0) return "send needs a command";
+      for (const std::string& operand : line.operands) {
+        if (operand.starts_with("--")) return "options stand before the commands: " + operand;
+      }
+      return {};
+    case Subcommand::kCheck:
+      return count == 0 ? "check needs a script" : "";
+    case Subcommand::kCommands:
+      return count > 1 ? "commands takes one name" : "";
+    case Subcommand::kValidate:
+      return count != 1 ? "validate needs the path of one plug-in" : "";
+    case Subcommand::kValidateChild:
+      return count != 3 ? "validate-child needs a plug-in, a test and a mark" : "";
+    case Subcommand::kTrace:
+      if (count > 0 && line.operands[0] != "diff") {
+        return "unknown subcommand 'trace " + line.operands[0] + "'; there is 'trace diff A B'";
+      }
+      return count != 3 ? "trace diff needs two trace files" : "";
+    default:
+      return count > 0 ? "unexpected operand '" + line.operands[0] + "'" : "";
+  }
+}
+
+}  // namespace
+
+std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& arguments) {
+  CommandLine line;
+  const SubcommandRow* row = &kWorkbenchRow;
+  // Options before the subcommand's name; the rest is left for the subcommand.
+  std::string mistake = Parser(*row, line).Parse(arguments, 0);
+  if (mistake.empty() && !line.operands.empty()) {
+    const std::vector<std::string> rest = std::exchange(line.operands, {});
+    row = FindSubcommand(rest[0]);
+    if (!row) return Complain(UnknownSubcommandText(rest[0]), kWorkbenchRow);
+    line.subcommand = row->subcommand;
+    mistake = Parser(*row, line).Parse(rest, 1);
+  }
+  if (!mistake.empty()) return Complain(mistake, *row);
+  if (line.help || line.version) {
+    Print(line.help ? HelpText(*row) : "tavhost " + VersionText() + "\n");
+    return kExitSuccess;
+  }
+  mistake = OperandMistake(line);
+  if (!mistake.empty()) return Complain(mistake, *row);
+  return line;
+}
+
+}  // namespace app

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/sv/size.h"
+
+namespace app {
+
+// What can be said to every subcommand.
+struct Options {
+  std::string userInterface = "auto";  // auto, qt or headless
+  std::optional<std::string> answers;  // a file's name, accept, cancel or ask
+  std::string recordFile;
+  std::string traceFile;  // "-": standard error
+  std::string screenshotFolder;
+  std::string pluginPath;  // empty: the one that belongs to this program
+  std::string databaseFolder;
+  std::optional<SV::Size> screen;
+  std::string printer;
+  double timeoutSeconds = 0;  // 0: none
+  bool quiet = false;
+  bool modelWindow = false;
+};
+
+enum class Subcommand : std::uint8_t {
+  kWorkbench,
+  kRun,
+  kSend,
+  kCheck,
+  kCommands,
+  kValidate,
+  kValidateChild,  // started by the validator itself
+  kRepl,
+  kServe,
+  kLanguageServer,
+  kTrace,
+};
+
+struct CommandLine {
+  Subcommand subcommand = Subcommand::kWorkbench;
+  Options options;
+  std::vector<std::string> operands;
+  std::optional<std::string> scriptText;  // run -e
+  bool json = false;
+  int port = 0;  // serve --port
+  bool help = false;
+  bool version = false;
+};
+
+// The program's arguments, its own name left out, as UTF-8. Help, the version and mistakes are
+// written right away; the answer is then the exit code.
+std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& arguments);
+
+}  // namespace app

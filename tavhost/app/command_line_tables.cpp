@@ -1,0 +1,185 @@
+#include "tavhost/app/command_line_tables.h"
+
+#include <charconv>
+#include <utility>
+
+namespace app {
+
+namespace {
+
+constexpr unsigned Only(Subcommand subcommand) { return 1u << static_cast<unsigned>(subcommand); }
+constexpr unsigned kAll = ~0u;
+constexpr unsigned kWithJson =
+    Only(Subcommand::kCheck) | Only(Subcommand::kCommands) | Only(Subcommand::kValidate);
+
+constexpr SubcommandRow kSubcommandTable[] = {
+    {"run", Subcommand::kRun, "[OPTION...] SCRIPT|-|-e TEXT [ARG...]",
+     "Run a script: a file, '-' for standard input, or the text behind -e", false},
+    {"send", Subcommand::kSend, "[OPTION...] 'COMMAND ...'... | -",
+     "Send commands and print each reply; '-' reads them from standard input", false},
+    {"check", Subcommand::kCheck, "SCRIPT... [--json]", "Find mistakes without running", true},
+    {"commands", Subcommand::kCommands, "[NAME] [--json]", "List the commands, or explain one",
+     true},
+    {"validate", Subcommand::kValidate, "PLUGIN [--json]",
+     "Load a plug-in in a process of its own and test it", true},
+    {"validate-child", Subcommand::kValidateChild, "PLUGIN TEST MARK", "", false},
+    {"repl", Subcommand::kRepl, "[OPTION...]", "Run statements as they are typed", true},
+    {"serve", Subcommand::kServe, "[--port N] [OPTION...]",
+     "Serve scripts over HTTP until interrupted", true},
+    {"lsp", Subcommand::kLanguageServer, "", "Speak the language server protocol", true},
+    {"trace", Subcommand::kTrace, "diff A B", "Name the first call in which two traces part", true},
+};
+
+std::string TakeUserInterface(CommandLine& line, std::string value) {
+  if (value != "auto" && value != "qt" && value != "headless") {
+    return "must be auto, qt or headless";
+  }
+  line.options.userInterface = std::move(value);
+  return {};
+}
+
+std::string TakeScreen(CommandLine& line, std::string value) {
+  constexpr int kLongestSide = 32767;
+  int sides[2] = {};
+  const char* at = value.data();
+  const char* const end = at + value.size();
+  for (int& side : sides) {
+    const bool first = &side == &sides[0];
+    const auto [rest, error] = std::from_chars(at, end, side);
+    const bool endsRight = first ? rest != end && *rest == 'x' : rest == end;
+    if (error != std::errc() || side < 1 || side > kLongestSide || !endsRight) {
+      return "must be WIDTHxHEIGHT, for example 1280x720";
+    }
+    at = rest + 1;
+  }
+  line.options.screen = SV::Size(sides[0], sides[1]);
+  return {};
+}
+
+std::string TakeTimeout(CommandLine& line, std::string value) {
+  constexpr double kLongest = 1e9;  // seconds; far beyond any run, well within any timer
+  double seconds = 0;
+  const char* const end = value.data() + value.size();
+  const auto [rest, error] = std::from_chars(value.data(), end, seconds);
+  if (error != std::errc() || rest != end || !(seconds > 0) || seconds > kLongest) {
+    return "must be a number of seconds above 0";
+  }
+  line.options.timeoutSeconds = seconds;
+  return {};
+}
+
+std::string TakePort(CommandLine& line, std::string value) {
+  int port = 0;
+  const char* const end = value.data() + value.size();
+  const auto [rest, error] = std::from_chars(value.data(), end, port);
+  if (error != std::errc() || rest != end || port < 0 || port > 65535) {
+    return "must be a port number from 0 to 65535";
+  }
+  line.port = port;
+  return {};
+}
+
+std::string TakeScriptText(CommandLine& line, std::string value) {
+  line.scriptText = line.scriptText ? *line.scriptText + "\n" + value : std::move(value);
+  return {};
+}
+
+// Options that only keep what they are given.
+template <auto member>
+std::string Keep(CommandLine& line, std::string value) {
+  line.options.*member = std::move(value);
+  return {};
+}
+template <auto member>
+std::string SetOption(CommandLine& line, std::string) {
+  line.options.*member = true;
+  return {};
+}
+template <auto member>
+std::string Set(CommandLine& line, std::string) {
+  line.*member = true;
+  return {};
+}
+
+constexpr OptionRow kOptionTable[] = {
+    {"-e", "TEXT", "Run this text; given several times, they are the lines of one script",
+     Only(Subcommand::kRun), TakeScriptText},
+    {"--json", nullptr, "Write JSON", kWithJson, Set<&CommandLine::json>},
+    {"--port", "N", "The port to listen on; 0 takes a free one", Only(Subcommand::kServe),
+     TakePort},
+    {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be", kAll,
+     TakeUserInterface},
+    {"--answers", "FILE|accept|cancel|ask",
+     "Answer dialogs from a file, all alike, or in the terminal", kAll, Keep<&Options::answers>},
+    {"--record", "FILE", "Write the answers given to dialogs to a file", kAll,
+     Keep<&Options::recordFile>},
+    {"--trace", "FILE|-", "Write a line for each call of the plug-in into the host", kAll,
+     Keep<&Options::traceFile>},
+    {"--screenshots", "DIR", "Write a picture of each window", kAll,
+     Keep<&Options::screenshotFolder>},
+    {"--plugin", "PATH", "Load this plug-in", kAll, Keep<&Options::pluginPath>},
+    {"--db", "DIR", "The folder behind names that begin with db:\\", kAll,
+     Keep<&Options::databaseFolder>},
+    {"--screen", "WxH", "The size of the screen where there is no display", kAll, TakeScreen},
+    {"--printer", "NAME", "The printer where there is no display", kAll, Keep<&Options::printer>},
+    {"--timeout", "S", "Stop the run after so many seconds", kAll, TakeTimeout},
+    {"--quiet", nullptr, "No output windows, progress or notes", kAll, SetOption<&Options::quiet>},
+    {"--model-window", nullptr, "Have a model window without a display", kAll,
+     SetOption<&Options::modelWindow>},
+    {"--version", nullptr, "Print the version", kAll, Set<&CommandLine::version>},
+    {"--help", nullptr, "Print this help (also -h)", kAll, Set<&CommandLine::help>},
+};
+
+constexpr std::string_view kFooter =
+    "\n"
+    "Options stand anywhere before the script or the commands; all behind is the script's own.\n"
+    "\n"
+    "Exit codes: 0 success, 1 script error, 2 usage or parse error, 3 a dialog without a fitting\n"
+    "answer, 4 the plug-in could not be loaded, 130 stopped; `exit N` in a script gives N.\n";
+
+// A name and what it means, the meanings below each other.
+void AppendEntry(std::string& help, const std::string& name, std::string_view meaning) {
+  constexpr std::size_t kColumn = 26;
+  std::string entry = "  " + name;
+  if (entry.size() + 2 > kColumn) {
+    help += entry + "\n";
+    entry.clear();
+  }
+  entry.resize(kColumn, ' ');
+  help.append(entry).append(meaning).append("\n");
+}
+
+}  // namespace
+
+constexpr SubcommandRow kWorkbenchRow = {"", Subcommand::kWorkbench, "[OPTION...] [SUBCOMMAND ...]",
+                                         "The TavScript host. Without a subcommand: the workbench.",
+                                         false};
+constexpr std::span<const SubcommandRow> kSubcommands = kSubcommandTable;
+constexpr std::span<const OptionRow> kOptions = kOptionTable;
+
+bool IsOptionOf(const OptionRow& option, Subcommand subcommand) {
+  return (option.subcommands & Only(subcommand)) != 0;
+}
+
+std::string HelpText(const SubcommandRow& row) {
+  std::string help(row.summary);
+  help += "\n\nUsage: tavhost";
+  for (const std::string_view part : {row.name, row.operands}) {
+    if (!part.empty()) help.append(" ").append(part);
+  }
+  help += "\n\nOptions:\n";
+  for (const OptionRow& option : kOptions) {
+    if (!IsOptionOf(option, row.subcommand)) continue;
+    std::string name(option.name);
+    if (option.value) name.append(" ").append(option.value);
+    AppendEntry(help, name, option.description);
+  }
+  if (row.subcommand != Subcommand::kWorkbench) return help;
+  help += "\nSubcommands:\n";
+  for (const SubcommandRow& other : kSubcommands) {
+    if (!other.summary.empty()) AppendEntry(help, std::string(other.name), other.summary);
+  }
+  return help.append(kFooter);
+}
+
+}  // namespace app

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "tavhost/app/command_line.h"
+
+// The subcommands and options as data: what the parser knows and what the help says.
+namespace app {
+
+struct SubcommandRow {
+  std::string_view name;
+  Subcommand subcommand;
+  std::string_view operands;  // as the usage line shows them
+  std::string_view summary;   // empty: not for users, in no list
+  bool optionsBehindOperands;
+};
+
+struct OptionRow {
+  std::string_view name;  // with its dashes
+  const char* value;      // what its value is; null for a switch
+  std::string_view description;
+  unsigned subcommands;  // a bit for each that has it
+  // Puts the value into its place. Returns what is wrong with it; empty when nothing is.
+  std::string (*take)(CommandLine& line, std::string value);
+};
+
+extern const SubcommandRow kWorkbenchRow;
+extern const std::span<const SubcommandRow> kSubcommands;
+extern const std::span<const OptionRow> kOptions;
+
+bool IsOptionOf(const OptionRow& option, Subcommand subcommand);
+
+// What `--help` prints.
+std::string HelpText(const SubcommandRow& row);
+
+}  // namespace app

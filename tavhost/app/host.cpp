@@ -1,0 +1,125 @@
+#include "tavhost/app/host.h"
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/interrupts.h"
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/core/database_area.h"
+#include "tavhost/script/ports.h"
+#include "tavhost/script/script_service.h"
+#include "tavhost/sv/main_frames.h"
+#include "tavhost/sv/stop.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/tools/modeling_shell.h"
+#include "tavhost/ui/deferred_toolkit.h"
+#include "tavhost/ui/headless/headless_toolkit.h"
+#include "tavhost/ui/qt_module.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace app {
+
+namespace {
+
+bool Fail(int& exitCode, int code, const std::string& message) {
+  WriteError("tavhost: " + message + "\n");
+  exitCode = code;
+  return false;
+}
+
+// Beside the folder of plug-ins.
+std::string ModuleFolder() { return loader::PluginFolder() + "/../modules"; }
+
+std::unique_ptr<ui::Toolkit> LoadWindows(const ui::QtOptions& options, std::string& error) {
+  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
+                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  return ui::LoadQtToolkit(ModuleFolder(), host, options, error);
+}
+
+// Real windows, loaded when the first thing of theirs is needed.
+std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
+                                          const ui::QtOptions& options) {
+  return ui::DeferToolkit(std::move(headless), [options] {
+    std::string error;
+    std::unique_ptr<ui::Toolkit> windows = LoadWindows(options, error);
+    if (!windows) WriteError("tavhost: there are no windows: " + error + "\n");
+    return windows;
+  });
+}
+
+}  // namespace
+
+bool Host::StartUserInterface(const Options& options, int& exitCode) {
+  const bool isAuto =
+      options.userInterface == "auto" && ui::HasDisplay() && ui::HasQtModule(ModuleFolder());
+  const bool hasWindows = options.userInterface == "qt" || isAuto;
+  if (!options.screenshotFolder.empty() && !hasWindows) {
+    return Fail(exitCode, kExitUsage, "--screenshots needs real windows (--ui qt)");
+  }
+  const bool hasUser = hasWindows && ui::HasDisplay();
+  ui::AnswerOptions answers = ui::ReadAnswerOption(options.answers ? &*options.answers : nullptr,
+                                                   hasUser, IsInputTerminal());
+  answers.recordPath = options.recordFile;
+  std::string error;
+  answers_ = ui::AnswerSession::Create(answers, error);
+  if (!answers_) {
+    WriteError(error.ends_with('\n') ? error : error + "\n");
+    exitCode = kExitUsage;
+    return false;
+  }
+  ui::HeadlessOptions headless;
+  if (options.screen) headless.screen = *options.screen;
+  headless.printer = options.printer;
+  headless.quiet = options.quiet;
+  headless.answers = answers_;
+  const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder, answers_};
+  if (isAuto) {
+    ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
+    return true;
+  }
+  std::unique_ptr<ui::Toolkit> toolkit =
+      hasWindows ? LoadWindows(windows, error) : ui::CreateHeadlessToolkit(headless);
+  if (!toolkit) return Fail(exitCode, kExitUsage, "there are no windows: " + error);
+  ui::SetToolkit(std::move(toolkit));
+  return true;
+}
+
+bool Host::LoadPlugins(const Options& options, int& exitCode) {
+  std::string error;
+  plugins_.emplace();
+  const bool loaded = options.pluginPath.empty() ? plugins_->LoadFound(error)
+                                                 : plugins_->Load(options.pluginPath, error);
+  return loaded || Fail(exitCode, kExitNoPlugin, error);
+}
+
+std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
+  std::unique_ptr<Host> host(new Host);
+  if (!host->StartUserInterface(options, exitCode)) return nullptr;
+  if (!options.traceFile.empty() && !trace::Open(options.traceFile)) {
+    Fail(exitCode, kExitUsage, "cannot write the trace " + options.traceFile);
+    return nullptr;
+  }
+  database_area::SetFolder(options.databaseFolder);
+  main_frames::Create();
+  if (options.modelWindow) modeling_shell::SetModelWindow(true);
+  script::RegisterHostPorts();
+  if (!host->LoadPlugins(options, exitCode)) return nullptr;
+  HandleInterrupts();
+  if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
+  return host;
+}
+
+Host::~Host() {
+  script::service::Shutdown();  // its requests need the plug-ins
+  plugins_.reset();             // what a plug-in still holds needs the windows
+  main_frames::Destroy();
+  ui::SetToolkit(nullptr);
+  trace::Close();
+}
+
+int Host::Finish(int exitCode) {
+  std::string error;
+  if (exitCode != kExitSuccess || answers_->Finish(error)) return exitCode;
+  WriteError(error.ends_with('\n') ? error : error + "\n");
+  return kExitNoAnswer;
+}
+
+}  // namespace app

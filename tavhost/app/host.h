@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tavhost/app/command_line.h"
+#include "tavhost/loader/plugins.h"
+#include "tavhost/ui/headless/answer_session.h"
+
+namespace app {
+
+// The host as the options ask for it: a user interface, the trace, the plug-ins. There is one at a
+// time; it lives as long as commands are sent.
+class Host {
+ public:
+  // Null when it cannot start; why has been said, and `exitCode` is set.
+  static std::unique_ptr<Host> Start(const Options& options, int& exitCode);
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+  ~Host();
+
+  // What the exit code is in the end: 3 when answers are left over although all went well.
+  int Finish(int exitCode);
+
+ private:
+  Host() = default;
+  bool StartUserInterface(const Options& options, int& exitCode);
+  bool LoadPlugins(const Options& options, int& exitCode);
+
+  std::shared_ptr<ui::AnswerSession> answers_;
+  std::optional<loader::Plugins> plugins_;
+};
+
+}  // namespace app

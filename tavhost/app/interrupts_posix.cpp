@@ -1,0 +1,54 @@
+#include <csignal>
+#include <ctime>
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/interrupts.h"
+#include "tavhost/sv/stop.h"
+
+namespace app {
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void Interrupt(int) {
+  if (interrupted) _exit(kExitStopped);
+  interrupted = 1;
+  stop::Request(stop::Reason::kUser);
+}
+
+void TimeIsOver(int) { stop::Request(stop::Reason::kTimeout); }
+
+void Handle(int signal, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  sigaction(signal, &action, nullptr);
+}
+
+}  // namespace
+
+void HandleInterrupts() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    // What the caller wants ignored (nohup, a background job of a shell) stays so.
+    if (before.sa_handler != SIG_IGN) Handle(signal, Interrupt);
+  }
+}
+
+void StopAfter(double seconds) {
+  Handle(SIGALRM, TimeIsOver);
+  itimerval timer{};
+  timer.it_value.tv_sec = static_cast<std::time_t>(seconds);
+  const double rest = seconds - static_cast<double>(timer.it_value.tv_sec);
+  timer.it_value.tv_usec = static_cast<suseconds_t>(rest * 1e6);
+  if (timer.it_value.tv_sec == 0 && timer.it_value.tv_usec == 0) timer.it_value.tv_usec = 1;
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void ForgetInterrupts() { interrupted = 0; }
+
+}  // namespace app

@@ -1,0 +1,38 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/interrupts.h"
+#include "tavhost/sv/stop.h"
+
+namespace app {
+
+namespace {
+
+std::atomic<bool> interrupted{false};
+
+// Runs on a thread of the system's.
+BOOL WINAPI Interrupt(DWORD) {
+  if (interrupted.exchange(true)) TerminateProcess(GetCurrentProcess(), kExitStopped);
+  stop::Request(stop::Reason::kUser);
+  return TRUE;
+}
+
+void CALLBACK TimeIsOver(void*, BOOLEAN) { stop::Request(stop::Reason::kTimeout); }
+
+}  // namespace
+
+void HandleInterrupts() { SetConsoleCtrlHandler(Interrupt, TRUE); }
+
+void StopAfter(double seconds) {
+  const double milliseconds = std::clamp(seconds * 1000.0, 1.0, 4294967294.0);
+  HANDLE timer = nullptr;  // lives as long as the process
+  CreateTimerQueueTimer(&timer, nullptr, TimeIsOver, nullptr, static_cast<DWORD>(milliseconds), 0,
+                        WT_EXECUTEDEFAULT | WT_EXECUTEONLYONCE);
+}
+
+void ForgetInterrupts() { interrupted = false; }
+
+}  // namespace app

@@ -1,0 +1,42 @@
+#include "tavhost/app/line_editor.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/ui/headless/terminal_input.h"
+
+namespace app {
+
+namespace {
+
+class PlainReader final : public LineEditor {
+ public:
+  explicit PlainReader(bool withPrompt) : withPrompt_(withPrompt) {}
+
+  std::optional<std::string> Read(const std::string& prompt) override {
+    if (withPrompt_) Print(prompt);
+    std::fflush(stdout);
+    std::string line;
+    // The same reader as that of dialogs that ask in the terminal, so that none takes lines away
+    // from the other.
+    if (ui::ReadTerminalLine(line) != ui::LineOutcome::kLine) return std::nullopt;
+    return line;
+  }
+  void Remember(const std::string&) override {}
+
+ private:
+  bool withPrompt_;
+};
+
+}  // namespace
+
+std::unique_ptr<LineEditor> LineEditor::Create(Completer completer) {
+  const bool terminal = IsInputTerminal();
+  if (terminal && IsOutputTerminal()) {
+    if (auto editor = CreateTerminalEditor(std::move(completer))) return editor;
+  }
+  return std::make_unique<PlainReader>(terminal);
+}
+
+}  // namespace app

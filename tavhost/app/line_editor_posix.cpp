@@ -1,0 +1,148 @@
+#include <dlfcn.h>
+#include <editline/readline.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "tavhost/app/line_editor.h"
+
+namespace app {
+
+namespace {
+
+constexpr int kHistoryLength = 2000;
+// What ends a word for completion: all that cannot stand in a name.
+constexpr char kWordBreaks[] = " \t\n\"\\'`@$><=;|&{}(),:+*/%[]!#.?";
+
+// libedit, loaded when a prompt starts: nothing else needs it, and other starts should not pay
+// for it.
+struct Library {
+  decltype(&::readline) readLine = nullptr;
+  decltype(&::add_history) addHistory = nullptr;
+  decltype(&::read_history) readHistory = nullptr;
+  decltype(&::write_history) writeHistory = nullptr;
+  decltype(&::stifle_history) stifleHistory = nullptr;
+  decltype(&::rl_completion_matches) completionMatches = nullptr;
+  decltype(&::rl_initialize) initialize = nullptr;
+  rl_completion_func_t** attemptedCompletion = nullptr;
+  int* attemptedCompletionOver = nullptr;
+  int* appendCharacter = nullptr;
+  int* catchSignals = nullptr;
+  const char** wordBreaks = nullptr;
+  const char** programName = nullptr;
+  char** lineBuffer = nullptr;
+
+  bool Load() {
+    void* handle = nullptr;
+    for (const char* name : {"libedit.so.2", "libedit.so.0", "libedit.so"}) {
+      handle = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+      if (handle) break;
+    }
+    return handle && Find(handle, "readline", readLine) &&
+           Find(handle, "add_history", addHistory) && Find(handle, "read_history", readHistory) &&
+           Find(handle, "write_history", writeHistory) &&
+           Find(handle, "stifle_history", stifleHistory) &&
+           Find(handle, "rl_completion_matches", completionMatches) &&
+           Find(handle, "rl_initialize", initialize) &&
+           Find(handle, "rl_attempted_completion_function", attemptedCompletion) &&
+           Find(handle, "rl_attempted_completion_over", attemptedCompletionOver) &&
+           Find(handle, "rl_completion_append_character", appendCharacter) &&
+           Find(handle, "rl_catch_signals", catchSignals) &&
+           Find(handle, "rl_basic_word_break_characters", wordBreaks) &&
+           Find(handle, "rl_readline_name", programName) &&
+           Find(handle, "rl_line_buffer", lineBuffer);
+  }
+
+ private:
+  template <typename T>
+  static bool Find(void* handle, const char* name, T& target) {
+    target = reinterpret_cast<T>(dlsym(handle, name));
+    return target != nullptr;
+  }
+};
+
+// libedit's callbacks carry no context of ours.
+Library library;
+LineEditor::Completer completer;
+std::vector<std::string> candidates;
+
+char* NextCandidate(const char*, int state) {
+  static std::size_t next = 0;
+  if (state == 0) next = 0;
+  return next < candidates.size() ? strdup(candidates[next++].c_str()) : nullptr;
+}
+
+char** CompleteWord(const char* word, int, int end) {
+  *library.attemptedCompletionOver = 1;  // no file names where there are no candidates
+  candidates = completer(std::string_view(*library.lineBuffer, static_cast<std::size_t>(end)));
+  if (candidates.empty()) return nullptr;
+  // Behind a parameter's colon its value follows at once.
+  *library.appendCharacter = candidates[0].ends_with(':') ? '\0' : ' ';
+  return library.completionMatches(word, NextCandidate);
+}
+
+// The history's file, its folder made; empty when there is no place for it.
+std::string HistoryFile() {
+  std::string folder;
+  if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state == '/') {
+    folder = state;
+  } else if (const char* home = std::getenv("HOME"); home && *home == '/') {
+    folder = home;
+    for (const char* part : {"/.local", "/state"}) {
+      folder += part;
+      mkdir(folder.c_str(), 0700);
+    }
+  } else {
+    return {};
+  }
+  folder += "/tavhost";
+  mkdir(folder.c_str(), 0700);
+  return folder + "/history";
+}
+
+class TerminalEditor final : public LineEditor {
+ public:
+  TerminalEditor() : historyFile_(HistoryFile()) {
+    std::setlocale(LC_CTYPE, "");  // how wide characters are
+    *library.programName = "tavhost";
+    library.initialize();
+    *library.catchSignals = 0;  // the program's own handlers
+    *library.wordBreaks = kWordBreaks;
+    *library.attemptedCompletion = CompleteWord;
+    library.stifleHistory(kHistoryLength);
+    if (!historyFile_.empty()) library.readHistory(historyFile_.c_str());
+  }
+
+  std::optional<std::string> Read(const std::string& prompt) override {
+    char* const line = library.readLine(prompt.c_str());
+    if (!line) return std::nullopt;
+    std::string text(line);
+    std::free(line);
+    return text;
+  }
+
+  void Remember(const std::string& entry) override {
+    if (entry == last_) return;
+    last_ = entry;
+    library.addHistory(entry.c_str());
+    // At once, so that a crash does not take it along.
+    if (!historyFile_.empty()) library.writeHistory(historyFile_.c_str());
+  }
+
+ private:
+  std::string historyFile_;
+  std::string last_;
+};
+
+}  // namespace
+
+std::unique_ptr<LineEditor> CreateTerminalEditor(LineEditor::Completer wordCompleter) {
+  if (!library.Load()) return nullptr;
+  completer = std::move(wordCompleter);
+  return std::make_unique<TerminalEditor>();
+}
+
+}  // namespace app

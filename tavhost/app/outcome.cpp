@@ -1,0 +1,47 @@
+#include "tavhost/app/outcome.h"
+
+#include <charconv>
+#include <string>
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/standard_streams.h"
+
+namespace app {
+
+void ReportOutcome(const script::Outcome& outcome, const Options& options) {
+  if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
+    WriteError(outcome.error.text);
+  } else if (outcome.exitType == TavScriptExitStop) {
+    ReportStop(outcome.stopReason, options);
+  }
+}
+
+void ReportStop(stop::Reason reason, const Options& options) {
+  if (reason != stop::Reason::kTimeout) return;  // who interrupts knows, and dialogs tell it all
+  char seconds[32];
+  const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
+  WriteError("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)\n");
+}
+
+int ExitCodeOf(const script::Outcome& outcome) {
+  if (!outcome.parsed) return kExitUsage;
+  switch (outcome.exitType) {
+    case TavScriptExitEnd:
+      return kExitSuccess;
+    case TavScriptExitCode:
+      return static_cast<int>(outcome.code);
+    case TavScriptExitError:
+      return kExitScriptError;
+    case TavScriptExitStop:
+      return ExitCodeOf(outcome.stopReason);
+  }
+  return kExitScriptError;
+}
+
+int ExitCodeOf(stop::Reason reason) {
+  if (reason == stop::Reason::kNoAnswer) return kExitNoAnswer;
+  // A closed standard output stops a script too; that is an error and nobody's wish.
+  return FinishOutput() ? kExitStopped : kExitScriptError;
+}
+
+}  // namespace app

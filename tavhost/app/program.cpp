@@ -1,0 +1,60 @@
+#include "tavhost/app/program.h"
+
+#include <variant>
+
+#include "tavhost/app/command_line.h"
+#include "tavhost/app/commands_command.h"
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/app/subcommands.h"
+#include "tavhost/loader/validate.h"
+
+namespace app {
+
+namespace {
+
+int NotAvailable(const char* what) {
+  WriteError(std::string("tavhost: ") + what + " is not available yet\n");
+  return kExitUsage;
+}
+
+int RunSubcommand(const CommandLine& line) {
+  switch (line.subcommand) {
+    case Subcommand::kWorkbench:
+      return NotAvailable("the workbench");
+    case Subcommand::kRun:
+      return RunScript(line);
+    case Subcommand::kSend:
+      return SendCommands(line);
+    case Subcommand::kCheck:
+      return CheckScripts(line);
+    case Subcommand::kCommands:
+      return RunCommands(line.operands.empty() ? std::string() : line.operands[0], line.json);
+    case Subcommand::kValidate:
+      return loader::RunValidate(line.operands[0], line.json);
+    case Subcommand::kValidateChild:
+      return loader::RunValidateChild(line.operands[0], line.operands[1], line.operands[2]);
+    case Subcommand::kRepl:
+      return RunPrompt(line);
+    case Subcommand::kServe:
+      return ServeScripts(line);
+    case Subcommand::kLanguageServer:
+      return NotAvailable("the language server");
+    case Subcommand::kTrace:
+      return CompareTraces(line);
+  }
+  return kExitUsage;
+}
+
+}  // namespace
+
+int RunProgram(const std::vector<std::string>& arguments) {
+  PrepareStandardStreams();
+  const auto parsed = ParseCommandLine(arguments);
+  const int* const done = std::get_if<int>(&parsed);
+  const int code = done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
+  if (!FinishOutput() && code == kExitSuccess) return kExitScriptError;
+  return code;
+}
+
+}  // namespace app

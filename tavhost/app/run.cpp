@@ -1,0 +1,52 @@
+#include <optional>
+#include <utility>
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/host.h"
+#include "tavhost/app/outcome.h"
+#include "tavhost/app/script_source.h"
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/app/subcommands.h"
+#include "tavhost/script/runner.h"
+#include "tavhost/services/program_path.h"
+
+namespace app {
+
+namespace {
+
+std::optional<ScriptSource> TextOnCommandLine(const std::string& text) {
+  return ScriptSource{"<command line>", SV::String(text.data(), static_cast<long>(text.size()))};
+}
+
+// Scripts find their files beside them. A script without a file has the current directory.
+void SetProgramPath(const CommandLine& line) {
+  if (line.scriptText || line.operands[0] == "-") return;
+  const std::string& script = line.operands[0];
+  program_path::SetFolderOf(script);
+}
+
+}  // namespace
+
+int RunScript(const CommandLine& line) {
+  const auto source =
+      line.scriptText ? TextOnCommandLine(*line.scriptText) : ReadScript(line.operands[0]);
+  if (!source) return kExitUsage;
+
+  int exitCode = kExitSuccess;
+  const auto host = Host::Start(line.options, exitCode);
+  if (!host) return exitCode;
+  SetProgramPath(line);
+
+  script::RunOptions options;
+  options.name = source->name;
+  options.args.assign(line.operands.begin() + (line.scriptText ? 0 : 1), line.operands.end());
+  options.sinks.print = Print;
+  options.sinks.error = WriteError;
+  const script::Outcome outcome = script::RunText(source->text, options);
+  ReportOutcome(outcome, line.options);
+  const bool stopped = outcome.exitType == TavScriptExitStop;
+  const int exitCodeOfRun = ExitCodeOf(outcome);
+  return host->Finish(stopped ? exitCodeOfRun : FinishServing(line.options, exitCodeOfRun));
+}
+
+}  // namespace app

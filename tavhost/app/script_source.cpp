@@ -1,0 +1,21 @@
+#include "tavhost/app/script_source.h"
+
+#include "tavhost/app/standard_streams.h"
+
+namespace app {
+
+std::optional<ScriptSource> ReadScript(const std::string& path) {
+  const bool fromInput = path == "-";
+  std::string error;
+  const auto text = fromInput ? ReadStandardInput(error) : ReadWholeFile(path, error);
+  const std::string name = fromInput ? "<stdin>" : path;
+  if (text && text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
+    error = "a script is at most 2 GiB long";
+  } else if (text) {
+    return ScriptSource{name, SV::String(text->data(), static_cast<long>(text->size()))};
+  }
+  WriteError("tavhost: cannot read " + name + ": " + error + "\n");
+  return std::nullopt;
+}
+
+}  // namespace app

@@ -1,0 +1,86 @@
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/notation/message_port.h"
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/app/host.h"
+#include "tavhost/app/outcome.h"
+#include "tavhost/app/standard_streams.h"
+#include "tavhost/app/subcommands.h"
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/parser_access.h"
+#include "tavhost/script/message.h"
+#include "tavhost/script/ports.h"
+#include "tavhost/sv/stop.h"
+
+namespace app {
+
+namespace {
+
+using Documents = std::vector<std::shared_ptr<const kel::Document>>;
+
+// Parses one operand, or standard input for "-". False when that fails, which has been said.
+bool ParseCommands(const std::string& operand, std::size_t number, Documents& documents) {
+  const bool fromInput = operand == "-";
+  const std::string name = fromInput ? "<stdin>" : "command " + std::to_string(number);
+  std::string error;
+  const auto text = fromInput ? ReadStandardInput(error) : std::optional(operand);
+  if (!text || text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
+    WriteError("tavhost: cannot read " + name + ": " + (text ? "too long" : error) + "\n");
+    return false;
+  }
+  kel::ParseError mistake;
+  auto document =
+      kel::Document::Parse(SV::String(text->data(), static_cast<long>(text->size())), mistake);
+  if (!document) {
+    WriteError(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
+               ": error: " + mistake.message + "\n");
+    return false;
+  }
+  documents.push_back(std::move(document));
+  return true;
+}
+
+// Sends one command, prints its reply, and returns whether that was an error.
+bool SendCommand(const kel::Element& element) {
+  const std::string command(element.Name());
+  kel::BorrowedParser parser(&element);
+  TavMessage message;
+  if (!script::ScriptPort::TavScript().Handle(command.c_str(), parser, message)) {
+    const std::string text = script::UnknownCommandText(TavMessagePort::TavScript(), command);
+    message.Result().SetError(SV::String(text.data(), static_cast<long>(text.size())));
+  }
+  Print(message.Reply().View());
+  Print("\n");
+  return message.HasError();
+}
+
+}  // namespace
+
+int SendCommands(const CommandLine& line) {
+  // Everything is parsed before anything is done.
+  Documents documents;
+  for (std::size_t i = 0; i < line.operands.size(); ++i) {
+    if (!ParseCommands(line.operands[i], i + 1, documents)) return kExitUsage;
+  }
+  int exitCode = kExitSuccess;
+  const auto host = Host::Start(line.options, exitCode);
+  if (!host) return exitCode;
+  try {
+    for (const auto& document : documents) {
+      for (std::uint32_t i = 0; i < document->Count(); ++i) {
+        stop::ThrowIfRequested();
+        if (SendCommand(document->Elements()[i])) exitCode = kExitScriptError;
+      }
+    }
+  } catch (const stop::Stopped&) {
+    ReportStop(stop::Requested(), line.options);
+    exitCode = ExitCodeOf(stop::Requested());
+  }
+  return host->Finish(exitCode);
+}
+
+}  // namespace app

@@ -1,0 +1,76 @@
+#include "tavhost/app/standard_streams.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "tavhost/sv/stop.h"
+
+namespace app {
+
+namespace {
+
+constexpr std::size_t kBufferSize = std::size_t{1} << 16;
+
+int outputError = 0;  // errno of the first write that failed
+bool outputErrorShown = false;
+
+void NoteOutputError() {
+  if (outputError != 0) return;
+  outputError = errno != 0 ? errno : EIO;
+  stop::Request(stop::Reason::kUser);  // nobody reads what the script goes on to print
+}
+
+std::optional<std::string> ReadAll(std::FILE* file, std::string& error) {
+  std::string text;
+  char part[1 << 16];
+  while (const std::size_t count = std::fread(part, 1, sizeof part, file)) text.append(part, count);
+  if (std::ferror(file)) {
+    error = std::strerror(errno);
+    return std::nullopt;
+  }
+  return text;
+}
+
+}  // namespace
+
+void PrepareStandardStreams() {
+  PreparePlatformStreams();
+  if (!IsOutputTerminal()) std::setvbuf(stdout, nullptr, _IOFBF, kBufferSize);
+}
+
+void Print(std::string_view text) {
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();
+}
+
+void WriteError(std::string_view text) {
+  std::fflush(stdout);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+bool FinishOutput() {
+  errno = 0;
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) NoteOutputError();
+  if (outputError != 0 && !outputErrorShown) {
+    outputErrorShown = true;
+    WriteError(std::string("tavhost: cannot write standard output: ") + std::strerror(outputError) +
+               "\n");
+  }
+  return outputError == 0;
+}
+
+std::optional<std::string> ReadStandardInput(std::string& error) { return ReadAll(stdin, error); }
+
+std::optional<std::string> ReadWholeFile(const std::string& path, std::string& error) {
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) {
+    error = std::strerror(errno);
+    return std::nullopt;
+  }
+  std::optional<std::string> text = ReadAll(file, error);
+  std::fclose(file);
+  return text;
+}
+
+}  // namespace app

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The program's standard streams. Standard output is buffered unless it is a terminal; all that
+// writes to standard error through here lets what was printed before go out first.
+namespace app {
+
+// Before anything is written: bytes go out as they are, on every platform; a closed pipe is a
+// write error and no signal; a crash still shows what was printed before it.
+void PrepareStandardStreams();
+
+// Writes to standard output. The first failure asks the running script to stop.
+void Print(std::string_view text);
+void WriteError(std::string_view text);
+
+// Writes out what is buffered. False when something could not be written, now or before; the
+// first such call says so on standard error.
+bool FinishOutput();
+
+bool IsInputTerminal();
+bool IsOutputTerminal();
+
+// All of standard input, or of a file; empty when it cannot be read, `error` then says why.
+std::optional<std::string> ReadStandardInput(std::string& error);
+std::optional<std::string> ReadWholeFile(const std::string& path, std::string& error);
+
+// Platform part of PrepareStandardStreams.
+void PreparePlatformStreams();
+
+}  // namespace app

@@ -1,0 +1,42 @@
+#include <csignal>
+#include <cstdio>
+
+#include <unistd.h>
+
+#include "tavhost/app/standard_streams.h"
+
+namespace app {
+
+namespace {
+
+// What was printed before a crash is what its reader needs most. The stream is left alone when
+// the crash struck while it was being written to.
+void FlushAndCrash(int signal) {
+  if (ftrylockfile(stdout) == 0) {
+    fflush_unlocked(stdout);
+    funlockfile(stdout);
+  }
+  raise(signal);  // the default action, which was restored on entry
+}
+
+void FlushAtCrash(int signal) {
+  struct sigaction before {};
+  sigaction(signal, nullptr, &before);
+  if (before.sa_handler != SIG_DFL) return;  // a sanitizer's or a debugger's own
+  struct sigaction action {};
+  action.sa_handler = FlushAndCrash;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  sigaction(signal, &action, nullptr);
+}
+
+}  // namespace
+
+void PreparePlatformStreams() {
+  std::signal(SIGPIPE, SIG_IGN);
+  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) FlushAtCrash(signal);
+}
+
+bool IsInputTerminal() { return isatty(STDIN_FILENO) == 1; }
+bool IsOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+}  // namespace app

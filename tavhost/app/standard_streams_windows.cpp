@@ -1,0 +1,34 @@
+#include <windows.h>
+
+#include <cstdio>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include "tavhost/app/standard_streams.h"
+
+namespace app {
+
+namespace {
+
+// What was printed before a crash is what its reader needs most.
+LONG WINAPI FlushAtCrash(EXCEPTION_POINTERS*) {
+  std::fflush(stdout);
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
+void PreparePlatformStreams() {
+  for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+  SetConsoleCP(CP_UTF8);
+  SetConsoleOutputCP(CP_UTF8);
+  SetUnhandledExceptionFilter(FlushAtCrash);
+  // A crash ends the process with its code; no box waits for a user who may not be there.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+}
+
+bool IsInputTerminal() { return _isatty(_fileno(stdin)) != 0; }
+bool IsOutputTerminal() { return _isatty(_fileno(stdout)) != 0; }
+
+}  // namespace app

@@ -1,0 +1,32 @@
+#include "host/dialog/directory_dialog.h"
+
+#include "host/sv/modal_dialog.h"
+#include "host/sv/string.h"
+#include "tavhost/services/window_stack.h"
+#include "tavhost/sv/modal.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace {
+
+class DirectoryWindow final : public SV::ModalDialog {
+ public:
+  DirectoryWindow(SV::Window* parent, std::string start)
+      : ModalDialog(parent, std::make_unique<ui::DirectoryDialogModel>(std::move(start))) {}
+
+  ui::DirectoryDialogModel& Directory() { return static_cast<ui::DirectoryDialogModel&>(Model()); }
+};
+
+}  // namespace
+
+bool ExecuteDirectoryDialog(SV::Window* parent, SV::String& path) {
+  trace::Call call("ExecuteDirectoryDialog", trace::Window(parent), path);
+  DirectoryWindow window(parent, std::string(path.View()));
+  const window_stack::Scope scope(&window);
+  const bool confirmed = modal::Run(window) == 1;
+  if (confirmed) {
+    const std::string& chosen = window.Directory().path;
+    path = SV::String(chosen.data(), static_cast<long>(chosen.size()));
+  }
+  return call.Result(confirmed);
+}

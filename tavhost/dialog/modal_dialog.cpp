@@ -1,0 +1,17 @@
+#include "host/dialog/modal_dialog.h"
+
+#include <utility>
+
+#include "tavhost/services/window_stack.h"
+#include "tavhost/sv/modal.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+TavModalDialog::TavModalDialog(SV::Window* parent, std::unique_ptr<ui::WindowModel> model)
+    : ModalDialog(parent, std::move(model)) {}
+
+long TavModalDialog::Execute() {
+  trace::Call call(this, "Execute");
+  const window_stack::Scope scope(this);
+  return call.Result(modal::Run(*this));
+}

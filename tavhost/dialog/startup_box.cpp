@@ -1,0 +1,57 @@
+#include "tavhost/dialog/startup_box.h"
+
+#include <memory>
+
+#include "host/dialog/startup_box.h"
+#include "host/sv/string.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace {
+
+struct State {
+  TavStartupBox box;
+  ui::MessageWindowModel window{""};
+};
+std::unique_ptr<State>& Shown() {
+  static std::unique_ptr<State>& shown = *new std::unique_ptr<State>;
+  return shown;
+}
+
+}  // namespace
+
+namespace startup_box {
+
+void Show() {
+  if (Shown()) return;
+  Shown() = std::make_unique<State>();
+  trace::NameFixed("TavStartupBox", &Shown()->box);
+  ui::CurrentToolkit().Show(Shown()->window);
+}
+
+void Hide() {
+  if (!Shown()) return;
+  ui::CurrentToolkit().Close(Shown()->window);
+  trace::Forget(&Shown()->box);
+  Shown().reset();
+}
+
+SV::String AdditionalMessage() {
+  if (!Shown()) return SV::String();
+  const std::string& text = Shown()->window.text;
+  return SV::String(text.data(), static_cast<long>(text.size()));
+}
+
+}  // namespace startup_box
+
+TavStartupBox* TavStartupBox::GetGlobal() {
+  trace::Call call("TavStartupBox::GetGlobal");
+  return call.ResultObject(Shown() ? &Shown()->box : nullptr);
+}
+
+void TavStartupBox::SetAdditionalMessage(const SV::String& text) {
+  trace::Call call(this, "SetAdditionalMessage", text);
+  call.Write();
+  Shown()->window.text = text.View();
+  ui::CurrentToolkit().Update(Shown()->window);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace loader {
+
+struct ChildOutcome {
+  enum class End { kNotStarted, kExited, kCrashed, kTimedOut };
+
+  End end = End::kNotStarted;
+  int code = 0;        // the exit code of a child that exited
+  std::string reason;  // of one that crashed or did not start
+  std::string output;  // its standard output
+};
+
+// Runs this program again with the given arguments (UTF-8, without the program's name), without
+// input and with its standard error dropped. Behind `limit` the child is ended; whatever it started
+// ends with it in any case.
+ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::milliseconds limit);
+
+// For the child: a crash shall leave no dump and open no window.
+void CrashQuietly();
+
+}  // namespace loader

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace loader {
+
+// What the host expects of a plug-in, as tests that each stand alone.
+struct ConformanceTest {
+  std::string id;
+  std::string sentence;  // what it proves
+  bool isGate;           // nothing behind it can be tested when it fails
+};
+
+const std::vector<ConformanceTest>& ConformanceTests();
+
+// Runs a test on a plug-in in this process; empty when it passed, else what is wrong. A plug-in
+// that is no good may crash or hang here.
+std::string RunConformanceTest(const std::string& path, const std::string& id);
+
+}  // namespace loader

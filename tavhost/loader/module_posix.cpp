@@ -1,0 +1,42 @@
+#include <dlfcn.h>
+
+#include <utility>
+
+#include "tavhost/loader/module.h"
+
+namespace loader {
+
+namespace {
+
+std::string LoadError(const std::string& path) {
+  const char* text = dlerror();
+  std::string error = text ? text : "unknown error";
+  const std::string prefix = path + ": ";
+  return error.starts_with(prefix) ? error.substr(prefix.size()) : error;
+}
+
+}  // namespace
+
+std::optional<Module> Module::Load(const std::string& path, std::string& error) {
+  Module module;
+  module.handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!module.handle_) {
+    error = LoadError(path);
+    return std::nullopt;
+  }
+  return module;
+}
+
+bool Module::IsLoaded(const std::string& path) {
+  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle) dlclose(handle);
+  return handle != nullptr;
+}
+
+void* Module::Symbol(const char* name) const { return dlsym(handle_, name); }
+
+void Module::Unload() {
+  if (void* handle = std::exchange(handle_, nullptr)) dlclose(handle);
+}
+
+}  // namespace loader

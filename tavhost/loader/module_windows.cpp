@@ -1,0 +1,31 @@
+#include <utility>
+
+#include "host/windows/windows.h"
+#include "tavhost/loader/module.h"
+#include "tavhost/loader/wide_text_windows.h"
+
+namespace loader {
+
+std::optional<Module> Module::Load(const std::string& path, std::string& error) {
+  Module module;
+  module.handle_ = LoadLibraryExW(ToWide(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (!module.handle_) {
+    error = SystemErrorText(GetLastError());
+    return std::nullopt;
+  }
+  return module;
+}
+
+bool Module::IsLoaded(const std::string& path) {
+  return GetModuleHandleW(ToWide(path).c_str()) != nullptr;
+}
+
+void* Module::Symbol(const char* name) const {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
+}
+
+void Module::Unload() {
+  if (void* handle = std::exchange(handle_, nullptr)) FreeLibrary(static_cast<HMODULE>(handle));
+}
+
+}  // namespace loader

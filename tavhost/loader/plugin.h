@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tavhost/loader/module.h"
+#include "tavhost/script/command_provider.h"
+
+namespace loader {
+
+inline constexpr int kPluginType = 102;    // of plug-ins that serve a script port
+inline constexpr int kExecutionType = 44;  // that the script port wants
+
+// The functions of a plug-in, by the names under which it exports them.
+struct PluginFunctions {
+  int (*getVersion)() = nullptr;
+  int (*getType)() = nullptr;
+  int (*getExecutionType)() = nullptr;
+  const char* (*getMessagePortName)() = nullptr;
+  bool (*handleRequestMsg)(const char*, TavKelParser&, TavMessage*) = nullptr;
+  bool (*handleRequestDirect)(const char*, TavKelParser&, TavScriptResult&) = nullptr;
+  bool (*isCommandExisting)(const char*) = nullptr;
+  void (*getAllCommands)(SV::String&, char) = nullptr;
+};
+
+// The eight names, in the order in which a plug-in is asked for them.
+inline constexpr const char* kFunctionNames[] = {
+    "TavPluginFctGetVersion",
+    "TavPluginFctGetType",
+    "TavPluginFctTavScriptGetExecutionType",
+    "TavPluginFctTavScriptGetMessagePortName",
+    "TavPluginFctTavScriptHandleRequestMsg",
+    "TavPluginFctTavScriptHandleRequestDirect",
+    "TavPluginFctTavScriptIsCommandExisting",
+    "TavPluginFctTavScriptGetAllCommands",
+};
+
+// A loaded plug-in, found to fit this host. What it throws, a stop apart, becomes the command's
+// error. Everything belongs to the user-interface thread.
+class Plugin : public script::CommandProvider {
+ public:
+  // Null when the plug-in does not fit; `error` then is a whole sentence about what is wrong.
+  // `name` is the library's path, from the working folder or from the root.
+  static std::unique_ptr<Plugin> Load(const std::string& name, std::string& error);
+  ~Plugin() override;  // unloads it
+
+  const std::string& Path() const { return path_; }
+
+  bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) override;
+  bool Handle(const char* command, TavKelParser& params, TavMessage& message) override;
+  bool Exists(const char* command) override;
+  SV::String AllCommands(char separator) override;
+
+ private:
+  Plugin(const std::string& path, Module module, const PluginFunctions& functions);
+
+  std::string path_;
+  Module module_;
+  PluginFunctions functions_;
+};
+
+// The steps of loading, each empty or what is wrong, in the order in which they are taken.
+std::string FindFaultOfFunctions(const Module& module, PluginFunctions& functions);
+std::string FindFaultOfType(const PluginFunctions& functions);
+std::string FindFaultOfExecutionType(const PluginFunctions& functions);
+std::string FindFaultOfVersion(const PluginFunctions& functions);
+std::string FindFaultOfPort(const PluginFunctions& functions);
+
+}  // namespace loader

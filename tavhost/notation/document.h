@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "host/sv/string.h"
+#include "tavhost/notation/arena.h"
+#include "tavhost/notation/element.h"
+#include "tavhost/notation/memory_budget.h"
+#include "tavhost/notation/table.h"
+
+namespace kel {
+
+// Why a text is no KEL, and where: line and column count from 1, the column in characters.
+struct ParseError {
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
+  std::string message;  // what was expected and what was found
+};
+
+// A parsed KEL text: its elements' tables and the text that they point into.
+class Document {
+ public:
+  // Null when the text is no KEL or there is no memory for its tables; `error` then says why.
+  static std::shared_ptr<const Document> Parse(const SV::String& text, ParseError& error,
+                                               std::size_t tableBytes = kTableBytes) noexcept;
+
+  // What the tables of one text may take: twice what 1 GiB of records needs.
+  static constexpr std::size_t kTableBytes = std::size_t{4} << 30;
+
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+
+  const Element* Elements() const noexcept { return elements_.Data(); }
+  std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(elements_.Count()); }
+  const SV::String& Text() const noexcept { return text_; }
+
+ private:
+  friend class TextParser;
+  struct Key {};
+
+ public:
+  Document(Key, const SV::String& text, std::size_t tableBytes)
+      : text_(text), budget_(tableBytes), elements_(&budget_), arena_(&budget_) {}
+
+ private:
+  SV::String text_;
+  MemoryBudget budget_;
+  Table<Element> elements_;  // those of the text itself
+  Arena arena_;              // all other tables
+};
+
+}  // namespace kel

@@ -1,0 +1,162 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "host/notation/kel_value_set.h"
+#include "tavhost/notation/value.h"
+
+// Scopes: the named values behind every TavKelValueSet. A scope can lend some of its names a fixed
+// place (a slot) in the memory of a running script; all other names live in a map.
+namespace kel {
+
+std::uint64_t HashName(std::string_view name) noexcept;
+
+struct NameHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view name) const noexcept {
+    return static_cast<std::size_t>(HashName(name));
+  }
+};
+
+// The names that have slots in a piece of compiled script, in the order of their slots. Made once
+// by the compiler, then shared by all runs.
+class Layout {
+ public:
+  static constexpr std::uint32_t kAbsent = ~std::uint32_t{0};
+
+  Layout() = default;
+  Layout(const Layout&) = delete;
+  Layout& operator=(const Layout&) = delete;
+
+  std::uint32_t Find(std::string_view name) const noexcept;
+  // The name's slot, a new one when it has none.
+  std::uint32_t Add(std::string_view name);
+  std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(entries_.size()); }
+  const SV::String& Name(std::uint32_t slot) const { return entries_[slot].name; }
+
+  // A slot whose name belongs to the outermost scope: what is set under it is set there.
+  void MarkGlobal(std::uint32_t slot) { entries_[slot].global = true; }
+  bool IsGlobal(std::uint32_t slot) const { return entries_[slot].global; }
+
+ private:
+  struct Entry {
+    SV::String name;
+    std::uint64_t hash;
+    bool global;
+  };
+
+  void Rehash();
+
+  std::vector<Entry> entries_;
+  std::vector<std::uint32_t> table_;  // open addressing; slot + 1, 0 when free
+};
+
+class Scope {
+ public:
+  explicit Scope(Scope* enclosing = nullptr) noexcept : enclosing_(enclosing) {}
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
+  ~Scope() = default;
+
+  Scope* Enclosing() const noexcept { return enclosing_; }
+
+  Scope& Outermost() noexcept {
+    Scope* scope = this;
+    while (scope->enclosing_) scope = scope->enclosing_;
+    return *scope;
+  }
+
+  // The value of a name, looked for outwards; null when it has none anywhere.
+  const Value* Read(std::string_view name) const noexcept;
+  // Only in this scope; null when it has none.
+  const Value* ReadOwn(std::string_view name) const noexcept;
+  void Set(std::string_view name, Value value) { *PlaceFor(name).value = std::move(value); }
+  // The same; names that come over and over in the same strings are found faster.
+  void SetRepeated(const SV::String& name, Value&& value);
+  // The place of a name's value in this scope; null when it has none.
+  Value* Find(std::string_view name) noexcept { return const_cast<Value*>(ReadOwn(name)); }
+  void Clear();
+
+  // Lends the layout's names their slots; values that the scope holds move into them. `slots` are
+  // layout.Count() values that stay where they are until Detach.
+  void Attach(const Layout& layout, Value* slots);
+  // As Attach for a scope that is new and empty.
+  void AttachEmpty(const Layout& layout, Value* slots) noexcept {
+    layout_ = &layout;
+    slots_ = slots;
+  }
+  // For the scope of a call: begins anew inside `enclosing` with slots that are set already.
+  void Begin(Scope& enclosing, const Layout& layout, Value* slots) noexcept {
+    generation_ = ++lastGeneration;
+    enclosing_ = &enclosing;
+    AttachEmpty(layout, slots);
+  }
+  // Ends a call's scope; the slots' values belong to their owner.
+  void End() noexcept {
+    layout_ = nullptr;
+    if (others_) {
+      others_.reset();
+      generation_ = ++lastGeneration;
+    }
+  }
+  // Takes the values out of the slots again.
+  void Detach();
+  bool IsAttached() const noexcept { return layout_ != nullptr; }
+
+  void ForEach(const std::function<void(std::string_view, const Value&)>& visit) const;
+
+  // Changes whenever pointers that Read gave may have gone stale; no two scopes share one.
+  std::uint64_t Generation() const noexcept { return generation_; }
+
+  static Scope& Of(TavKelValueSet& set) noexcept { return *set.scope_; }
+
+ private:
+  friend class ::TavKelValueSet;
+  friend class BorrowedSet;
+  static void Lead(TavKelValueSet& set, Scope& scope) noexcept { set.scope_ = &scope; }
+
+  // Where a name's value is kept, and whether that is in this scope.
+  struct Place {
+    Value* value;
+    bool isOwn;
+  };
+  Place PlaceFor(std::string_view name);
+
+  using Map = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
+
+  Scope* enclosing_;
+  const Layout* layout_ = nullptr;
+  Value* slots_ = nullptr;
+  std::unique_ptr<Map> others_;
+  std::uint64_t generation_ = ++lastGeneration;
+
+  static inline std::uint64_t lastGeneration = 0;
+};
+
+// A TavKelValueSet that can be led over scopes that somebody else owns.
+class BorrowedSet {
+ public:
+  BorrowedSet() : own_(&Scope::Of(set_)) {}
+  BorrowedSet(const BorrowedSet&) = delete;
+  BorrowedSet& operator=(const BorrowedSet&) = delete;
+  ~BorrowedSet() { Scope::Lead(set_, *own_); }
+
+  Scope& Current() noexcept { return Scope::Of(set_); }
+  TavKelValueSet* Over(Scope& scope) noexcept {
+    Scope::Lead(set_, scope);
+    return &set_;
+  }
+
+ private:
+  TavKelValueSet set_;
+  Scope* own_;
+};
+
+}  // namespace kel

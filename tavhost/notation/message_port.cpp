@@ -1,0 +1,13 @@
+#include "host/notation/message_port.h"
+
+#include "host/notation/extended_message_port.h"
+#include "tavhost/sv/trace.h"
+
+TavMessagePort::~TavMessagePort() = default;
+
+const char* TavMessagePort::TavScript() {
+  trace::Call call("TavMessagePort::TavScript");
+  return call.Result("TavScript");
+}
+
+SV::String TavExtendedMessagePort::GetAllCommands(char separator) { return SV::String(); }

@@ -1,0 +1,126 @@
+#include <vector>
+
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/scan.h"
+#include "tavhost/notation/text.h"
+
+namespace kel {
+
+namespace {
+
+// A body without an owner: its text, parsed anew.
+Value CopyBody(const Operand& body) {
+  SV::String text;
+  for (std::uint32_t i = 0; i < body.length; ++i) {
+    if (i > 0) text += '\n';
+    AppendKel(text, body.elements[i]);
+  }
+  ParseError error;
+  const auto document = Document::Parse(text, error);
+  if (!document) throw std::bad_alloc();  // the text itself is right
+  return Value::Body(document, document->Elements(), document->Count());
+}
+
+// A value but for what a list or record holds.
+Value Shallow(const Operand& operand, const std::shared_ptr<const Document>& owner) {
+  switch (operand.storage) {
+    case Storage::kInline:
+      if (operand.kind == TavKelInteger) return Value(operand.integer);
+      return operand.kind == TavKelReal ? Value(operand.real) : Value();
+    case Storage::kRaw:
+    case Storage::kEscaped:
+      return Value(TextOf(operand), static_cast<TavKelValueType>(operand.kind));
+    case Storage::kValue:
+      return *operand.value;
+    case Storage::kItems:
+      return Value::List();
+    case Storage::kFields:
+      return Value::Record();
+    case Storage::kElements:
+      return owner ? Value::Body(owner, operand.elements, operand.length) : CopyBody(operand);
+  }
+  return Value();
+}
+
+struct Unfilled {
+  const Operand* from;
+  Value* to;
+};
+
+}  // namespace
+
+SV::String TextOf(const Operand& operand) {
+  switch (operand.storage) {
+    case Storage::kRaw:
+      return SV::String(operand.text, static_cast<long>(operand.length));
+    case Storage::kEscaped:
+      return Unescape({operand.text, operand.length});
+    case Storage::kValue:
+      return operand.value->IsText() ? operand.value->Text() : SV::String();
+    default:
+      return SV::String();
+  }
+}
+
+std::string_view PlainTextOf(const Operand& operand) {
+  if (operand.storage == Storage::kRaw) return {operand.text, operand.length};
+  if (operand.storage == Storage::kValue && operand.value->IsText()) {
+    return operand.value->Text().View();
+  }
+  return {};
+}
+
+Operand Borrow(const Value& value) {
+  Operand operand;
+  operand.kind = value.Kind();
+  switch (value.Kind()) {
+    case Value::kNone:
+      break;
+    case TavKelInteger:
+      operand.integer = value.Integer();
+      break;
+    case TavKelReal:
+      operand.real = value.Real();
+      break;
+    default:
+      operand.storage = Storage::kValue;
+      operand.value = &value;
+      break;
+  }
+  return operand;
+}
+
+Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner) {
+  Value result = Shallow(operand, owner);
+  std::vector<Unfilled> unfilled;
+  const auto fillLater = [&unfilled](const Operand& from, Value& to) {
+    if (from.storage == Storage::kItems || from.storage == Storage::kFields) {
+      unfilled.push_back({&from, &to});
+    }
+  };
+  fillLater(operand, result);
+  while (!unfilled.empty()) {
+    const auto [from, to] = unfilled.back();
+    unfilled.pop_back();
+    if (from->storage == Storage::kItems) {
+      auto& items = to->MutableList().items;
+      items.resize(from->length);
+      for (std::uint32_t i = 0; i < from->length; ++i) {
+        items[i] = Shallow(from->items[i], owner);
+        fillLater(from->items[i], items[i]);
+      }
+    } else {
+      auto& fields = to->MutableRecord().fields;
+      fields.resize(from->length);
+      for (std::uint32_t i = 0; i < from->length; ++i) {
+        const Attribute& field = from->fields[i];
+        fields[i].name = SV::String(field.name, static_cast<long>(field.nameLength));
+        fields[i].value = Shallow(field.operand, owner);
+        fillLater(field.operand, fields[i].value);
+      }
+    }
+  }
+  return result;
+}
+
+}  // namespace kel

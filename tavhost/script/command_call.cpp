@@ -1,0 +1,131 @@
+#include <stdexcept>
+
+#include "host/notation/kel_value.h"
+#include "host/notation/message_port_manager.h"
+#include "host/script/script_result.h"
+#include "tavhost/notation/parser_access.h"
+#include "tavhost/notation/text.h"
+#include "tavhost/script/engine.h"
+#include "tavhost/script/operations.h"
+#include "tavhost/script/ports.h"
+
+namespace script {
+
+namespace {
+
+// Gives a command's operands back to a run of it that is not over yet: a command can lead, by way
+// of an executed text, to itself.
+class OuterOperands {
+ public:
+  explicit OuterOperands(Command& command) : command_(command) {
+    if (!command.running) {
+      command.running = true;
+      return;
+    }
+    isInner_ = true;
+    for (const Command::Patch& patch : command.patches) kept_.push_back(*patch.operand);
+  }
+  OuterOperands(const OuterOperands&) = delete;
+  OuterOperands& operator=(const OuterOperands&) = delete;
+  ~OuterOperands() {
+    if (!isInner_) {
+      command_.running = false;
+      return;
+    }
+    for (std::size_t i = 0; i < kept_.size(); ++i) *command_.patches[i].operand = kept_[i];
+  }
+
+ private:
+  Command& command_;
+  bool isInner_ = false;
+  std::vector<kel::Operand> kept_;
+};
+
+ScriptPort* FindPort(const SV::String& name) {
+  auto& manager = TavMessagePortManager::Instance();
+  const char* key = manager.GetMPNameStrAddress(name);
+  return key ? dynamic_cast<ScriptPort*>(manager.FindMessagePort(key)) : nullptr;
+}
+
+ScriptError CommandError(const Command& command, std::string message) {
+  ScriptError error(std::move(message));
+  error.command = command.name;
+  return error;
+}
+
+}  // namespace
+
+void Engine::RunCommand(Frame& frame, Command& command) {
+  const OuterOperands outer(command);
+  for (const Command::Patch& patch : command.patches) {
+    const kel::Value& value = frame.registers[patch.reg];
+    if (!value.IsNone()) [[likely]] {
+      *patch.operand = kel::Borrow(value);
+      continue;
+    }
+    try {
+      *patch.operand = kel::Borrow(ReadOuter(frame, patch.reg, Part::kWhole));
+    } catch (ScriptError& error) {
+      error.offset = patch.offset;
+      throw;
+    }
+  }
+  try {
+    SendCommand(frame, command);
+  } catch (const stop::Stopped&) {
+    throw;
+  } catch (const std::length_error&) {
+    throw CommandError(command, "a text is longer than 2147483647 bytes");
+  } catch (const std::bad_alloc&) {
+    throw CommandError(command, "out of memory");
+  } catch (const std::exception& error) {
+    throw CommandError(command, error.what());
+  }
+  // Let go of what was lent, so that it can be changed in its place.
+  const std::uint32_t variables = frame.function->layout.Count();
+  for (const Command::Patch& patch : command.patches) {
+    if (patch.reg >= variables) frame.registers[patch.reg] = kel::Value();
+  }
+  PollAroundCommand();
+}
+
+void Engine::SendCommand(Frame& frame, Command& command) {
+  ScriptPort* port = &ScriptPort::TavScript();
+  SV::String portName;
+  if (command.port != Command::kIntoScope) {
+    const kel::Value& name = Read(frame, command.port, Part::kLeft);
+    if (!name.IsText()) {
+      throw ScriptError(std::string("the name of a port must be a string, not ") + KindWord(name),
+                        Part::kLeft);
+    }
+    portName = name.Text();
+    port = FindPort(portName);
+  }
+  const auto send = [&](TavScriptResult& result) {
+    kel::BorrowedParser parser(&command.element);
+    if (!port || !port->Handle(command.name.c_str(), parser, result)) {
+      const std::string_view name =
+          command.port == Command::kIntoScope ? TavMessagePort::TavScript() : portName.View();
+      throw CommandError(command, UnknownCommandText(name, command.name));
+    }
+    if (result.HasError()) throw CommandError(command, std::string(result.GetError().View()));
+  };
+  if (command.record == Command::kIntoScope) {
+    kel::Scope& before = resultSet_.Current();
+    TavScriptResult result(resultSet_.Over(*frame.scope));
+    try {
+      send(result);
+    } catch (...) {
+      resultSet_.Over(before);
+      throw;
+    }
+    resultSet_.Over(before);
+  } else {
+    TavKelValue record(TavKelRecord);
+    TavScriptResult result(&record);
+    send(result);
+    Store(frame, command.record, std::move(kel::Value::Of(record)));
+  }
+}
+
+}  // namespace script

@@ -1,0 +1,255 @@
+#include "tavhost/script/engine.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "host/notation/kel_parser.h"
+#include "host/script/script_result.h"
+#include "tavhost/notation/parser_access.h"
+#include "tavhost/script/coarse_clock.h"
+#include "tavhost/script/operations.h"
+#include "tavhost/script/ports.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace script {
+
+namespace {
+
+// Loop rounds between two looks at the clock: well below a millisecond of plain work.
+constexpr std::int64_t kBudget = 4096;
+// Events are let through this often; with the clock's steps it stays below 20 ms.
+constexpr std::uint32_t kEventsEvery = 8;
+
+constexpr char kFinishedCommand[] = "INTERNAL_TAVSCRIPT_FINISHED";
+
+void SendFinished() {
+  kel::Element element;
+  element.name = kFinishedCommand;
+  element.nameLength = sizeof kFinishedCommand - 1;
+  kel::BorrowedParser parser(&element);
+  TavScriptResult unread;
+  try {
+    ScriptPort::TavScript().Handle(kFinishedCommand, parser, unread);
+  } catch (const std::exception&) {
+    // A stop that comes while what the script left behind is released changes nothing any more.
+  }
+}
+
+kel::Value TextValue(std::string_view text) {
+  return kel::Value(SV::String(text.data(), static_cast<long>(text.size())));
+}
+
+void AddField(kel::Value& record, const char* name, kel::Value value) {
+  const SV::String key(name);
+  if (!record.AsRecord().Find(name)) record.MutableRecord().At(key) = std::move(value);
+}
+
+}  // namespace
+
+TavKelValueSet& GlobalVariables() {
+  static TavKelValueSet globals;
+  return globals;
+}
+
+Engine& Engine::Current() {
+  GlobalVariables();  // outlives the engine
+  static Engine engine;
+  return engine;
+}
+
+Engine::Engine() : frames_(new Frame[kMaxDepth + 1]) {}
+
+bool Engine::Begin(const RunOptions& options) {
+  if (running_) return false;
+  running_ = true;
+  sinks_ = options.sinks;
+  lastEvents_ = CoarseMilliseconds();
+  kel::Scope& globals = kel::Scope::Of(GlobalVariables());
+  globals.Clear();
+  kel::Value args = kel::Value::List();
+  for (const std::string& argument : options.args) {
+    args.MutableList().items.push_back(TextValue(argument));
+  }
+  globals.Set("args", std::move(args));
+  return true;
+}
+
+void Engine::End() {
+  if (!running_) return;
+  stop::Clear();  // so that what follows is not stopped halfway
+  SendFinished();
+  running_ = false;
+  functions_.clear();
+  ForgetText();
+  sinks_ = {};
+}
+
+void Engine::Publish(const std::shared_ptr<Program>& program) {
+  for (const auto& [name, index] : program->functionsByName) {
+    functions_[name] = {program, program->functions[index].get()};
+  }
+}
+
+void Engine::Print(std::string_view text) {
+  if (sinks_.print) {
+    sinks_.print(text);
+  } else {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  }
+}
+
+void Engine::ReportError(std::string_view text) {
+  if (sinks_.error) {
+    sinks_.error(text);
+  } else {
+    std::fflush(stdout);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+  }
+}
+
+void Engine::Poll() {
+  budget_ = kBudget;
+  PollAroundCommand();
+}
+
+void Engine::PollAroundCommand() {
+  stop::ThrowIfRequested();
+  const std::uint32_t now = CoarseMilliseconds();
+  if (now - lastEvents_ < kEventsEvery) return;
+  if (ui::HasToolkit()) ui::CurrentToolkit().ProcessEvents();
+  lastEvents_ = CoarseMilliseconds();
+  stop::ThrowIfRequested();
+}
+
+void Engine::PushCall(const Program* program, const Function* callee, kel::Value* arguments,
+                      std::uint32_t count, std::uint32_t result) {
+  if (depth_ > kMaxDepth) {
+    throw ScriptError("calls are nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  }
+  Frame& frame = frames_[depth_];
+  frame.registers = registers_.Take(callee->registers);
+  for (std::uint32_t i = 0; i < count; ++i) frame.registers[i].Swap(arguments[i]);
+  frame.program = program;
+  frame.function = callee;
+  frame.next = callee->code.data();
+  frame.result = result;
+  frame.scope = &frame.own;
+  frame.own.Begin(kel::Scope::Of(GlobalVariables()), callee->layout, frame.registers);
+  ++depth_;
+}
+
+void Engine::PopFrame() noexcept {
+  Frame& frame = frames_[--depth_];
+  if (frame.scope == &frame.own) {
+    frame.own.End();
+  } else {
+    frame.scope->Detach();
+  }
+  registers_.GiveBack(frame.registers, frame.function->registers);
+}
+
+Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) {
+  Outcome outcome;
+  const std::uint32_t base = depth_;
+  const Function& top = *program->functions.front();
+  if (depth_ > kMaxDepth) {
+    outcome.exitType = TavScriptExitError;
+    outcome.error = program->source.Describe(
+        0, "calls are nested deeper than " + std::to_string(kMaxDepth) + " levels");
+    return outcome;
+  }
+  Frame& frame = frames_[depth_];
+  frame.registers = registers_.Take(top.registers);
+  frame.program = program.get();
+  frame.function = &top;
+  frame.next = top.code.data();
+  frame.scope = &scope;
+  scope.Attach(top.layout, frame.registers);
+  ++depth_;
+  while (true) {
+    ScriptError error{{}};
+    try {
+      Interpret(base);
+      return outcome;
+    } catch (ScriptError& thrown) {
+      error = std::move(thrown);
+    } catch (const ExitRequest& request) {
+      outcome.exitType = TavScriptExitCode;
+      outcome.code = request.code;
+    } catch (const stop::Stopped&) {
+      outcome.exitType = TavScriptExitStop;
+      outcome.stopReason = stop::Requested();
+    } catch (const std::length_error&) {
+      error.message = "the text is longer than 2147483647 bytes";
+    } catch (const std::bad_alloc&) {
+      error.message = "out of memory";
+    } catch (const std::exception& other) {
+      error.message = other.what();
+    }
+    if (outcome.exitType != TavScriptExitEnd) {
+      while (depth_ > base) PopFrame();
+      return outcome;
+    }
+    if (!Catch(error, base)) return Uncaught(error, base);
+  }
+}
+
+std::uint32_t Engine::OffsetOf(const Frame& frame, const ScriptError& error) const {
+  if (error.offset != ScriptError::kHere) return error.offset;
+  const auto index = static_cast<std::size_t>(frame.next - frame.function->code.data()) - 1;
+  const CodePlace& place = frame.function->places[index];
+  return error.part == Part::kLeft    ? place.left
+         : error.part == Part::kRight ? place.right
+                                      : place.at;
+}
+
+kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) const {
+  kel::Value record = error.thrown;
+  if (record.Kind() != TavKelRecord || !record.AsRecord().Find("message")) {
+    record = kel::Value::Record();
+  }
+  const Source::Place place = frame.program->source.PlaceOf(OffsetOf(frame, error));
+  AddField(record, "message", TextValue(error.message));
+  AddField(record, "line", kel::Value(static_cast<std::int32_t>(place.line)));
+  AddField(record, "column", kel::Value(static_cast<std::int32_t>(place.column)));
+  AddField(record, "command", TextValue(error.command));
+  return record;
+}
+
+// Finds the innermost `catch` around the error and makes the run go on there.
+bool Engine::Catch(const ScriptError& error, std::uint32_t base) {
+  const Frame& origin = frames_[depth_ - 1];
+  for (std::uint32_t level = depth_; level > base; --level) {
+    Frame& frame = frames_[level - 1];
+    const auto at = static_cast<std::uint32_t>(frame.next - frame.function->code.data()) - 1;
+    for (const Handler& handler : frame.function->handlers) {
+      if (at < handler.begin || at >= handler.end) continue;
+      kel::Value record = ErrorRecord(origin, error);
+      while (depth_ > level) PopFrame();
+      frame.next = frame.function->code.data() + handler.target;
+      if (handler.slot != kNoSlot) Store(frame, handler.slot, std::move(record));
+      return true;
+    }
+  }
+  return false;
+}
+
+Outcome Engine::Uncaught(const ScriptError& error, std::uint32_t base) {
+  const Frame& frame = frames_[depth_ - 1];
+  std::uint32_t offset = OffsetOf(frame, error);
+  if (error.thrown.Kind() == TavKelRecord) {
+    // An error that was caught and thrown again is shown where it arose.
+    const kel::Value* line = error.thrown.AsRecord().Find("line");
+    const kel::Value* column = error.thrown.AsRecord().Find("column");
+    if (line && column && line->Kind() == TavKelInteger && column->Kind() == TavKelInteger) {
+      offset = frame.program->source.OffsetOf(line->Integer(), column->Integer(), offset);
+    }
+  }
+  Outcome outcome;
+  outcome.exitType = TavScriptExitError;
+  outcome.error = frame.program->source.Describe(offset, error.message);
+  while (depth_ > base) PopFrame();
+  return outcome;
+}
+
+}  // namespace script

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tavhost/notation/value.h"
+#include "tavhost/script/syntax.h"
+
+// What operators do, for values of any kind. All of them throw ScriptError for what has no
+// meaning.
+namespace script {
+
+// "an integer", "a list" and so on.
+const char* KindWord(const kel::Value& value);
+
+bool IsTrue(const kel::Value& value);
+
+kel::Value Arithmetic(Operator op, const kel::Value& left, const kel::Value& right);
+kel::Value Negated(const kel::Value& value);
+
+// Values of different kinds are not equal, except an integer and a real of the same number. Lists
+// and records are compared whole, records without regard to the order of their fields.
+bool AreEqual(const kel::Value& left, const kel::Value& right);
+bool Compare(Operator op, const kel::Value& left, const kel::Value& right);
+
+// The text that stands for a value in print, str and joined text.
+void AppendShown(SV::String& out, const kel::Value& value);
+SV::String Shown(const kel::Value& value);
+
+// An element of a list or text, a field of a record.
+kel::Value Index(const kel::Value& whole, const kel::Value& index);
+kel::Value FieldOf(const kel::Value& whole, const SV::String& name);
+// The place of an element or field for writing; a record gets the field when it has none.
+kel::Value& PlaceIn(kel::Value& whole, const kel::Value& key);
+
+// The number of code points of a text, and where the n-th begins in bytes.
+std::int32_t CodePoints(const SV::String& text);
+std::size_t ByteOf(const SV::String& text, std::int32_t codePoint);
+// Texts of a code point each; the bytes of one that begins at `at`.
+std::size_t CodePointLength(std::string_view text, std::size_t at);
+// Forgets what it remembers about the text it last worked on.
+void ForgetText();
+
+// An integer result; out of the 32-bit range is an error.
+kel::Value IntegerValue(std::int64_t number);
+// A finite real result; anything else is an error.
+kel::Value RealValue(double number);
+
+}  // namespace script

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "tavhost/notation/value.h"
+
+namespace script {
+
+// The registers of running functions: taken and given back like a stack, never moved, always
+// without a value when they are not in use.
+class RegisterStack {
+ public:
+  kel::Value* Take(std::uint32_t count) {
+    if (left_ < count) NextBlock(count);
+    kel::Value* taken = free_;
+    free_ += count;
+    left_ -= count;
+    return taken;
+  }
+
+  // What was taken last.
+  void GiveBack(kel::Value* taken, std::uint32_t count) noexcept {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      if (!taken[i].IsNone()) taken[i] = kel::Value();
+    }
+    free_ = taken;
+    left_ += count;
+    if (current_ > 0 && free_ == blocks_[current_].values.get()) PreviousBlock();
+  }
+
+ private:
+  static constexpr std::uint32_t kFirstBlock = 240;  // most scripts need no more: a short start
+  static constexpr std::uint32_t kBlock = 4096;
+
+  struct Block {
+    std::unique_ptr<kel::Value[]> values;
+    std::uint32_t count;
+    std::uint32_t left;  // when the next block was begun
+  };
+
+  void NextBlock(std::uint32_t count) {
+    if (!blocks_.empty()) blocks_[current_].left = left_;
+    const std::uint32_t least = blocks_.empty() ? kFirstBlock : kBlock;
+    const std::uint32_t next = blocks_.empty() ? 0 : current_ + 1;
+    // A block that was left is used again: calls may go to and fro over its border.
+    if (next == blocks_.size() || blocks_[next].count < count) {
+      const std::uint32_t size = count > least ? count : least;
+      blocks_.resize(next);
+      blocks_.push_back({std::make_unique<kel::Value[]>(size), size, size});
+    }
+    current_ = next;
+    free_ = blocks_[current_].values.get();
+    left_ = blocks_[current_].count;
+  }
+
+  void PreviousBlock() noexcept {
+    --current_;
+    Block& block = blocks_[current_];
+    left_ = block.left;
+    free_ = block.values.get() + (block.count - left_);
+  }
+
+  std::vector<Block> blocks_;
+  std::uint32_t current_ = 0;
+  kel::Value* free_ = nullptr;
+  std::uint32_t left_ = 0;
+};
+
+}  // namespace script

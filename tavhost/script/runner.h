@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/script/script.h"
+#include "host/sv/string.h"
+#include "tavhost/sv/stop.h"
+
+// Running scripts, for the program around them: the command line, the prompt, the workbench, the
+// script service. All of it belongs to the user-interface thread. One outermost script runs at a
+// time; what it starts by EXECUTE runs inside it.
+namespace script {
+
+// A mistake in a script, or the error that ended it. Lines and columns count from 1, columns in
+// code points.
+struct Diagnostic {
+  std::string file;  // the script's name
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
+  std::string message;
+  // `FILE:LINE:COL: error: MESSAGE`, the source line and a caret, each ended by a line feed.
+  std::string text;
+  // The text ended too early: more lines could mend it. For prompts.
+  bool incomplete = false;
+};
+
+// Where a running script's words go. Empty functions stand for the standard streams.
+struct Sinks {
+  std::function<void(std::string_view)> print;  // what `print` writes, line feed included
+  std::function<void(std::string_view)> error;  // errors that end an EXECUTE text, and only that
+};
+
+struct RunOptions {
+  std::string name;  // stands for the file in error texts
+  std::vector<std::string> args;
+  Sinks sinks;
+};
+
+struct Outcome {
+  bool parsed = true;  // false: nothing ran, `error` says why
+  TavScriptExitType exitType = TavScriptExitEnd;
+  long code = 0;     // the number given to `exit`, else 0
+  Diagnostic error;  // when not parsed, or exitType is TavScriptExitError
+  stop::Reason stopReason = stop::Reason::kNone;  // when exitType is TavScriptExitStop
+};
+
+// Runs a text as the outermost script: empties the global variables, runs, sends
+// INTERNAL_TAVSCRIPT_FINISHED, takes back a stop request. Inside a running script it does nothing
+// but report so as an error.
+Outcome RunText(const SV::String& text, const RunOptions& options);
+
+// Several texts one after the other as one outermost script: variables and functions stay.
+class Session {
+ public:
+  explicit Session(RunOptions options);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session();  // the script's end
+
+  // A stop request ends the text that runs, not the session; so does `exit`.
+  Outcome Run(const SV::String& text);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+bool IsScriptRunning();
+
+// The mistakes that show without running. Empty when there are none.
+std::vector<Diagnostic> Check(const SV::String& text, const std::string& name);
+
+}  // namespace script

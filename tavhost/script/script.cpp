@@ -1,0 +1,76 @@
+#include "host/script/script.h"
+
+#include <new>
+#include <utility>
+
+#include "tavhost/script/engine.h"
+#include "tavhost/sv/trace.h"
+
+struct TavScript::Program {
+  std::string name;
+  SV::String first;
+  SV::String second;
+  std::shared_ptr<script::Program> program;
+};
+
+namespace {
+
+SV::String Text(const std::string& text) {
+  return SV::String(text.data(), static_cast<long>(text.size()));
+}
+
+}  // namespace
+
+TavScript::TavScript(unsigned id, const SV::String& name, const SV::String& first,
+                     const SV::String& second) {
+  trace::Call call("TavScript::TavScript", id, name, first, second);
+  program_ = new Program{std::string(name.View()), first, second, nullptr};
+  call.Created("TavScript", this);
+}
+
+TavScript::~TavScript() {
+  trace::Call call(this, "~TavScript");
+  call.Write();
+  trace::Forget(this);
+  delete program_;
+}
+
+long TavScript::Parse(const SV::String& text, SV::String& error) {
+  trace::Call call(this, "Parse", text);
+  program_->program = nullptr;
+  try {
+    program_->program = script::Compile(text, program_->name);
+    return call.Result(0L);
+  } catch (const script::SyntaxError& mistake) {
+    const script::Source source(text, program_->name);
+    error = Text(source.Describe(mistake.offset, mistake.message).text);
+  } catch (const std::bad_alloc&) {
+    error = "out of memory\n";
+  }
+  return call.Result(1L);
+}
+
+void TavScript::Execute(TavScriptExitType& exitType, long& code, TavScriptRuntime&,
+                        TavKelValueSet* vars, bool nested, bool debug) {
+  trace::Call call(this, "Execute", nested, debug);
+  call.Write();
+  exitType = TavScriptExitEnd;
+  code = 0;
+  if (!program_->program) return;
+  script::Engine& engine = script::Engine::Current();
+  const bool isOutermost = !nested && engine.Begin({});
+  kel::Scope& given = kel::Scope::Of(vars ? *vars : *GlobalVars());
+  // A scope that runs already keeps its variables where they are; this text runs inside it.
+  kel::Scope inner(&given);
+  const script::Outcome outcome = engine.Run(program_->program, given.IsAttached() ? inner : given);
+  exitType = outcome.exitType;
+  code = outcome.code;
+  if (exitType == TavScriptExitError) engine.ReportError(outcome.error.text);
+  if (isOutermost) engine.End();
+}
+
+TavKelValueSet* TavScript::GlobalVars() {
+  trace::Call call("TavScript::GlobalVars");
+  call.Write();
+  return &script::GlobalVariables();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+// The script service as the host around it sees it. All on the user-interface thread, except where
+// said.
+namespace script::service {
+
+struct HostOptions {
+  // Addresses to listen on; those that the machine does not have are passed over, but for the
+  // first.
+  std::string address = "127.0.0.1";
+  std::string secondAddress = "::1";
+  bool allowCrash = false;  // whether requests may end the process by CRASH
+};
+
+void SetHostOptions(const HostOptions& options);
+
+// Where a log for a text field goes; without one it goes to standard error as well.
+void SetLogField(std::function<void(const std::string& line)> show);
+
+// Of the running service; 0 and "" when there is none.
+int Port();
+std::string TokenFilePath();
+
+// Runs the requests that wait, unless a script runs.
+void RunWaitingRequests();
+// Serves until the service is stopped or a stop is asked for.
+void ServeUntilStopped();
+
+// While a request is carried out, commands it may not give are refused.
+void SetServingRequest(bool serving);
+
+// Ends the service and waits, at most two seconds, until its last replies are sent.
+void Shutdown();
+
+}  // namespace script::service

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "host/script/script_service.h"
+
+namespace script::service {
+
+// One answered request.
+struct LogEntry {
+  std::string client;  // address and port
+  std::string method;
+  std::string target;
+  std::string agent;
+  unsigned status = 0;
+  std::size_t bytes = 0;  // of the request's body
+  std::chrono::microseconds time{};
+};
+
+// `2026-01-31T12:00:00Z POST /script 200 1.5 ms`; the long form adds client, length and program.
+// Control bytes of what the client sent are escaped; secrets are not among it.
+std::string LogLine(const LogEntry& entry, TavWSLogFormat format);
+
+}  // namespace script::service

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace script::service {
+
+// 128 random bits as 32 hexadecimal digits.
+std::string NewToken();
+// Takes the same time wherever the first difference lies.
+bool IsEqualInConstantTime(std::string_view a, std::string_view b);
+
+// A file that only its owner can read, removed with the object.
+class TokenFile {
+ public:
+  // Empty when the file cannot be written.
+  static std::optional<TokenFile> Write(const std::string& token, int port);
+  TokenFile(TokenFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
+  TokenFile& operator=(TokenFile&& other) noexcept {
+    std::swap(path_, other.path_);
+    return *this;
+  }
+  ~TokenFile();
+
+  const std::string& Path() const { return path_; }
+
+ private:
+  explicit TokenFile(std::string path) : path_(std::move(path)) {}
+
+  std::string path_;
+};
+
+// Platform part. The folder for such files, made if need be; empty when there is none.
+std::string PrivateFolder();
+// Makes a new file that only its owner can read; false when it cannot be made.
+bool WritePrivateFile(const std::string& path, std::string_view contents);
+
+}  // namespace script::service

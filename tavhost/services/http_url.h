@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// URLs of http and https (RFC 3986), as far as a client needs them.
+namespace http {
+
+struct Url {
+  bool secure = false;
+  std::string userInfo;  // as written; empty when there is none
+  std::string host;      // as written, an IPv6 address without its brackets
+  std::uint16_t port = 0;
+  std::string target;  // path and query; bytes outside ASCII escaped; never empty
+
+  // Scheme, host and port, without user info.
+  std::string Origin() const;
+  std::string Text() const { return Origin() + target; }
+  bool SameOrigin(const Url& other) const {
+    return secure == other.secure && port == other.port && host == other.host;
+  }
+};
+
+// Empty for what is malformed, has another scheme, or holds control characters or blanks.
+std::optional<Url> ParseUrl(std::string_view text);
+// The URL that a reference means on the page `base`.
+std::optional<Url> ResolveUrl(const Url& base, std::string_view reference);
+std::string PercentDecoded(std::string_view text);
+
+}  // namespace http

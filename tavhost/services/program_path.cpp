@@ -1,0 +1,37 @@
+#include "tavhost/services/program_path.h"
+
+#include "host/services/database_names.h"
+#include "tavhost/services/database_area.h"
+#include "tavhost/services/disk.h"
+#include "tavhost/sv/trace.h"
+
+namespace {
+
+std::string programPath;
+
+std::string Resolved(const char* name) {
+  if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
+  return disk::Join(programPath.empty() ? disk::CurrentFolder() : programPath, name);
+}
+
+}  // namespace
+
+namespace program_path {
+
+void Set(const std::string& folder) {
+  programPath = folder.empty() || disk::IsAbsolute(folder)
+                    ? folder
+                    : disk::Join(disk::CurrentFolder(), folder);
+}
+
+void SetFolderOf(const std::string& file) {
+  const std::string folder = disk::FolderOf(file);
+  Set(folder == "." ? disk::CurrentFolder() : folder);
+}
+
+}  // namespace program_path
+
+SV::String Tav_GetProgramPathFilename(const char* name) {
+  trace::Call call("Tav_GetProgramPathFilename", name);
+  return call.Result(SV::String(Resolved(name).c_str()));
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "host/sv/forward.h"
+
+// The stack of open dialogs, without a trace.
+namespace window_stack {
+
+void Push(SV::Window* window);
+void Pop(SV::Window* window);
+SV::Window* Top();  // the work window when no dialog is open
+
+// While it lives, the window is the parent of the dialogs that open.
+class Scope {
+ public:
+  explicit Scope(SV::Window* window) : window_(window) { Push(window_); }
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
+  ~Scope() { Pop(window_); }
+
+ private:
+  SV::Window* window_;
+};
+
+}  // namespace window_stack

@@ -1,0 +1,18 @@
+// The bases of dialogs; they only name the kinds of windows.
+#include <utility>
+
+#include "host/sv/modal_dialog.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace SV {
+
+SysWin::SysWin(Window* parent, std::unique_ptr<ui::WindowModel> model)
+    : Window(parent, std::move(model)) {}
+
+Dialog::Dialog(Window* parent, std::unique_ptr<ui::WindowModel> model)
+    : SysWin(parent, std::move(model)) {}
+
+ModalDialog::ModalDialog(Window* parent, std::unique_ptr<ui::WindowModel> model)
+    : Dialog(parent, std::move(model)) {}
+
+}  // namespace SV

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/sv/forward.h"
+
+// The two windows that are there from start to end: the main window, titled `tavhost`, and the
+// work window, above which dialogs open while no other dialog is open.
+namespace main_frames {
+
+// Makes both and tells the application of them, and of its font, which is that of the toolkit in
+// use.
+void Create();
+void Destroy();
+
+SV::Window* App();   // null when there is none
+SV::Window* Work();  // null when there is none
+// Puts another window in the work window's place; the caller keeps it. Null puts back the first.
+void SetWork(SV::Window* window);
+
+}  // namespace main_frames

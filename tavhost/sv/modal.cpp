@@ -1,0 +1,41 @@
+#include "tavhost/sv/modal.h"
+
+#include <cstdio>
+
+#include "host/sv/window.h"
+#include "tavhost/sv/stop.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace modal {
+
+namespace {
+
+int nesting = 0;
+
+struct Nested {
+  Nested() { ++nesting; }
+  Nested(const Nested&) = delete;
+  Nested& operator=(const Nested&) = delete;
+  ~Nested() { --nesting; }
+};
+
+}  // namespace
+
+int Nesting() { return nesting; }
+
+long Run(SV::Window& window) {
+  auto& model = static_cast<ui::ModalModel&>(window.Model());
+  stop::ThrowIfRequested();
+  if (nesting == kMaxNesting) {
+    std::fprintf(stderr, "tavhost: error: more than %d dialogs inside each other\n", kMaxNesting);
+    stop::Request(stop::Reason::kNoAnswer);
+    throw stop::Stopped();
+  }
+  const Nested nested;
+  model.Begin();
+  ui::CurrentToolkit().RunModal(model);
+  stop::ThrowIfRequested();
+  return model.Result();
+}
+
+}  // namespace modal

@@ -1,0 +1,73 @@
+#include "tavhost/tools/image_files.h"
+
+#include <algorithm>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "tavhost/services/database_area.h"
+
+namespace image_files {
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr const char* kShownKinds[] = {"bmp", "gif", "ico", "jpeg", "jpg",  "pbm", "pgm", "png",
+                                       "ppm", "svg", "tif", "tiff", "webp", "xbm", "xpm"};
+
+char Lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte; }
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  for (char& byte : lower) byte = Lower(byte);
+  return lower;
+}
+
+bool IsWordByte(char byte) {
+  const char lower = Lower(byte);
+  return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9');
+}
+
+std::vector<std::string> WantedKinds(std::string_view extensions) {
+  std::vector<std::string> kinds;
+  std::string kind;
+  for (const char byte : extensions) {
+    if (IsWordByte(byte)) {
+      kind += Lower(byte);
+    } else if (!kind.empty()) {
+      kinds.push_back(std::move(kind));
+      kind.clear();
+    }
+  }
+  if (!kind.empty()) kinds.push_back(std::move(kind));
+  if (kinds.empty()) kinds.assign(std::begin(kShownKinds), std::end(kShownKinds));
+  return kinds;
+}
+
+bool IsOfKind(const std::string& lowerName, const std::vector<std::string>& kinds) {
+  const std::size_t dot = lowerName.rfind('.');
+  return dot != std::string::npos &&
+         std::find(kinds.begin(), kinds.end(), lowerName.substr(dot + 1)) != kinds.end();
+}
+
+}  // namespace
+
+std::vector<ui::ImageDialogModel::Entry> Find(long libraryId, std::string_view extensions) {
+  const std::vector<std::string> kinds = WantedKinds(extensions);
+  std::vector<std::pair<std::string, ui::ImageDialogModel::Entry>> found;
+  for (std::string& name : database_area::FilesOfLibrary(libraryId).value_or(Names())) {
+    std::string lower = Lower(name);
+    if (!IsOfKind(lower, kinds)) continue;
+    std::string file = database_area::FindFile(name, libraryId).value_or(std::string());
+    found.push_back({std::move(lower), {std::move(name), std::move(file)}});
+  }
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
+    return std::tie(a.first, a.second.name) < std::tie(b.first, b.second.name);
+  });
+  std::vector<ui::ImageDialogModel::Entry> entries;
+  for (auto& [lower, entry] : found) entries.push_back(std::move(entry));
+  return entries;
+}
+
+}  // namespace image_files

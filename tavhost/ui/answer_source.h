@@ -1,0 +1,22 @@
+#pragma once
+
+namespace ui {
+
+class ModalModel;
+
+// Answers windows in a user's place, and writes down how windows were answered. Every back end
+// asks it: before a window waits for a user, and after one has ended.
+class AnswerSource {
+ public:
+  virtual ~AnswerSource() = default;
+
+  // Whether windows are answered here; otherwise a user does.
+  virtual bool AnswersWindows() const = 0;
+  // Puts the answer into the model and ends it. Throws stop::Stopped, the request made and the
+  // reason told on standard error, when there is no answer or it does not fit.
+  virtual void Answer(ModalModel& window) = 0;
+  // Called for every window that has ended, however it was answered.
+  virtual void Record(const ModalModel& window) = 0;
+};
+
+}  // namespace ui

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ui {
+
+// One element of an answers file. What it does not say is absent.
+struct Answer {
+  struct Cell {
+    std::int32_t row = 0;
+    std::int32_t column = 0;
+    std::string text;
+  };
+
+  std::string element;  // MESSAGE_BOX, LIST_BOX …
+  std::uint32_t line = 0;
+  std::optional<std::string> title;
+  std::optional<std::string> button;
+  std::optional<std::int32_t> result;
+  std::optional<std::string> text;
+  std::optional<std::vector<std::string>> select;  // numbers as their digits
+  std::optional<std::vector<std::string>> deselect;
+  std::optional<std::vector<std::string>> check;
+  std::optional<std::vector<std::string>> uncheck;
+  std::optional<std::vector<std::string>> path;
+  std::vector<Cell> cells;
+  std::optional<std::int32_t> after;
+};
+
+inline constexpr std::string_view kCancelProgress = "CANCEL_PROGRESS";
+
+// Reads the text of an answers file. False when it is no KEL, or names a window or parameter that
+// there is not; `error` is then "FILE:LINE:COLUMN: error: …".
+bool ParseAnswers(const std::string& file, std::string_view text, std::vector<Answer>& answers,
+                  std::string& error);
+
+// The line of an answers file for an answer.
+std::string AnswerLine(const Answer& answer);
+
+}  // namespace ui

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QApplication>
+#include <QSocketNotifier>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "tavhost/ui/qt/message_window_view.h"
+#include "tavhost/ui/qt/modal_view.h"
+#include "tavhost/ui/qt_module.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace ui {
+
+// Real windows.
+class QtToolkit final : public Toolkit {
+ public:
+  QtToolkit(const ModuleHost& host, const QtOptions& options);
+  ~QtToolkit() override;
+
+  void ProcessEvents() override;
+  void WaitForEvents(std::uint32_t milliseconds) override;
+
+  void RunModal(ModalModel& window) override;
+  void Show(WindowModel& window) override;
+  void Update(WindowModel& window) override;
+  void Close(WindowModel& window) override;
+
+  SV::Size ScreenSizePixel() override;
+  SV::Size DialogUnitsToPixel(const SV::Size& units) override;
+  FontChoice ApplicationFont() override;
+  void ShowWaitCursor(bool on) override;
+
+  void ClearClipboard() override;
+  bool CopyToClipboard(std::string_view utf8) override;
+  void Beep(std::uint32_t frequency, std::uint32_t milliseconds) override;
+  std::optional<PrinterInfo> DefaultPrinter() override;
+  std::optional<PrinterInfo> FindPrinter(std::string_view name) override;
+
+ private:
+  void Woken();
+  void AnswerWithoutUser(ModalView& view);
+  void LetUserAnswer(ModalView& view);
+  void RunWithoutView(ModalModel& window);
+  QWidget* ParentOf(const WindowModel& window) const;
+  void TakePicture(QWidget& widget, const QString& name);
+
+  ModuleHost host_;
+  QtOptions options_;
+  std::unique_ptr<QApplication> application_;
+  std::unique_ptr<QSocketNotifier> wakeUp_;
+  std::vector<ModalView*> open_;  // the modal windows, the last on top
+  std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> modeless_;
+  int pictures_ = 0;
+};
+
+}  // namespace ui

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/sv/size.h"
+#include "tavhost/ui/answer_source.h"
+#include "tavhost/ui/toolkit.h"
+
+// The back end with real windows. It is a module of its own, loaded when it is first asked for, so
+// that a run without windows never pays for them.
+namespace ui {
+
+struct QtOptions {
+  std::optional<SV::Size> screen;  // what the screen's size is said to be; none: the real one
+  std::string printer;             // the printer said to be the default one; empty: the system's
+  std::string screenshots;         // the folder for a picture of every window; empty: none
+  std::shared_ptr<AnswerSource> answers;
+};
+
+// What the module needs of the program that has loaded it.
+struct ModuleHost {
+  void (*runPostedWork)();
+  bool (*hasPostedWork)();
+  void (*clearWakeUp)();
+  bool (*isStopRequested)();
+  int wakeUpDescriptor;
+};
+
+// The name under which the module shows its one function.
+using CreateQtToolkitFunction = Toolkit*(const ModuleHost& host, const QtOptions& options);
+inline constexpr const char* kCreateQtToolkit = "tavhost_CreateQtToolkit";
+
+// Whether windows can be shown: there is a display. The module may still be absent.
+bool HasDisplay();
+// Whether the module is there.
+bool HasQtModule(const std::string& moduleFolder);
+// Null when the module cannot be loaded; `error` says why. It is never unloaded. Without a
+// display its windows are drawn, but not seen.
+std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
+                                       const QtOptions& options, std::string& error);
+
+}  // namespace ui

@@ -1,0 +1,21 @@
+#include "tavhost/ui/toolkit.h"
+
+#include <cassert>
+#include <utility>
+
+namespace ui {
+
+namespace {
+std::unique_ptr<Toolkit> current;
+}
+
+Toolkit& CurrentToolkit() {
+  assert(current);
+  return *current;
+}
+
+bool HasToolkit() { return current != nullptr; }
+
+void SetToolkit(std::unique_ptr<Toolkit> toolkit) { current = std::move(toolkit); }
+
+}  // namespace ui

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "tavhost/windows/path.h"
+#include "tavhost/windows/safe_copy.h"
+
+// What the file functions and the host's own file services do alike. False with errno set.
+namespace windows {
+
+bool DeleteFile(const Path& path);
+bool CopyFile(const Path& from, const Path& to, const CopyOptions& options);
+bool MoveFile(const Path& from, const Path& to);
+
+}  // namespace windows

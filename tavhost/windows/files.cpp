@@ -1,0 +1,145 @@
+#include "host/windows/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "tavhost/sv/trace.h"
+#include "tavhost/windows/file_operations.h"
+#include "tavhost/windows/open_files.h"
+#include "tavhost/windows/walk.h"
+#include "tavhost/windows/wildcard.h"
+
+namespace windows {
+
+namespace {
+
+bool Refuse(int error) {
+  errno = error;
+  return false;
+}
+
+DWORD AttributesOf(const Place& place, const struct stat& status) {
+  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY;
+  if (S_ISLNK(status.st_mode)) {
+    struct stat reached;
+    const bool toDirectory =
+        fstatat(place.Directory(), place.Name(), &reached, 0) == 0 && S_ISDIR(reached.st_mode);
+    return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
+  }
+  return IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
+}
+
+DWORD Attributes(const char* text) {
+  const Path path(text);
+  const Place place(path);
+  struct stat status;
+  if (!place.IsValid() || !place.Status(status)) return INVALID_FILE_ATTRIBUTES;
+  const DWORD attributes = AttributesOf(place, status);
+  const bool isDirectory = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return path.HasTrailingSeparator() && !isDirectory ? INVALID_FILE_ATTRIBUTES : attributes;
+}
+
+}  // namespace
+
+bool DeleteFile(const Path& path) {
+  const Place place(path);
+  struct stat status;
+  if (!place.IsValid() || !place.Status(status)) return false;
+  if (path.HasTrailingSeparator()) return Refuse(ENOTDIR);
+  if (S_ISDIR(status.st_mode)) return Refuse(EISDIR);
+  if (IsReadOnly(status)) return Refuse(EACCES);
+  if (IsOpenFile(IdOf(status))) return Refuse(EBUSY);
+  return unlinkat(place.Directory(), place.Name(), 0) == 0;
+}
+
+bool CopyFile(const Path& fromPath, const Path& toPath, const CopyOptions& options) {
+  const Place from(fromPath);
+  const Place to(toPath);
+  if (!from.IsValid() || !to.IsValid()) return false;
+  if (fromPath.HasTrailingSeparator() || toPath.HasTrailingSeparator()) return Refuse(ENOTDIR);
+  return CopyFile(from, to, options);
+}
+
+namespace {
+
+// The same name in the same directory, perhaps in another case where the file system takes no
+// notice of it.
+bool IsSameName(const Path& from, const Path& to) {
+  const auto idOfFolder = [](const Path& path, FileId& id) {
+    Descriptor folder = OpenDirectoryAt(AT_FDCWD, path.Directory(), O_PATH);
+    struct stat status;
+    if (!folder.IsOpen() || fstat(folder.Get(), &status) != 0) return false;
+    id = IdOf(status);
+    return true;
+  };
+  FileId fromFolder;
+  FileId toFolder;
+  const std::string_view fromName = from.Name();
+  const std::string_view toName = to.Name();
+  return fromName.size() == toName.size() && idOfFolder(from, fromFolder) &&
+         idOfFolder(to, toFolder) && fromFolder == toFolder && SameFolded(fromName, toName);
+}
+
+bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat& source) {
+  if (S_ISDIR(source.st_mode)) return Refuse(EXDEV);
+  CopyOptions options;
+  options.keepAttributes = true;
+  options.sync = true;
+  if (!CopyFile(from, to, options)) return false;
+  if (unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
+  const int error = errno;
+  unlinkat(to.Directory(), to.Name(), 0);
+  return Refuse(error);
+}
+
+}  // namespace
+
+bool MoveFile(const Path& fromPath, const Path& toPath) {
+  const Place from(fromPath);
+  const Place to(toPath);
+  if (!from.IsValid() || !to.IsValid()) return false;
+  const bool namesDirectory = fromPath.HasTrailingSeparator() || toPath.HasTrailingSeparator();
+  struct stat source;
+  if (namesDirectory || from.IsKnown() || AreFilesOpen()) {
+    if (!from.Status(source)) return false;
+    if (namesDirectory && !S_ISDIR(source.st_mode)) return Refuse(ENOTDIR);
+    if (IsOpenFile(IdOf(source))) return Refuse(EBUSY);
+  }
+  if (RenameWithoutReplacing(from.Directory(), from.Name(), to.Directory(), to.Name())) return true;
+  const int error = errno;
+  if ((error != EXDEV && error != EEXIST) || !from.Status(source)) return Refuse(error);
+  if (error == EXDEV) return MoveToOtherFileSystem(from, to, source);
+  struct stat target;
+  if (!to.Status(target) || IdOf(source) != IdOf(target) || !IsSameName(fromPath, toPath)) {
+    return Refuse(EEXIST);
+  }
+  return renameat(from.Directory(), from.Name(), to.Directory(), to.Name()) == 0;
+}
+
+}  // namespace windows
+
+DWORD GetFileAttributesA(LPCSTR path) {
+  trace::Call call("GetFileAttributesA", path);
+  return call.Result(windows::Attributes(path));
+}
+
+BOOL DeleteFileA(LPCSTR path) {
+  trace::Call call("DeleteFileA", path);
+  return call.Result(BOOL{windows::DeleteFile(windows::Path(path))});
+}
+
+BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists) {
+  trace::Call call("CopyFileA", from, to, failIfExists);
+  windows::CopyOptions options;
+  options.replace = failIfExists == 0;
+  options.keepAttributes = true;
+  return call.Result(BOOL{windows::CopyFile(windows::Path(from), windows::Path(to), options)});
+}
+
+BOOL MoveFileA(LPCSTR from, LPCSTR to) {
+  trace::Call call("MoveFileA", from, to);
+  return call.Result(BOOL{windows::MoveFile(windows::Path(from), windows::Path(to))});
+}

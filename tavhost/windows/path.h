@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+// A path as scripts write it, translated to what the system takes: `\` becomes `/`, repeated
+// separators become one, `.` and `..` are resolved in the text. Stands in the object itself unless
+// it is unusually long. What cannot name anything here (an empty path, a drive, a leading double
+// separator, a name of the database file area) is invalid.
+namespace windows {
+
+class Path {
+ public:
+  // Wildcards are invalid anywhere, unless the last component is a pattern.
+  enum class Last { kName, kPattern };
+
+  explicit Path(const char* text, Last last = Last::kName);
+  // A path of the system, taken as it is.
+  struct System {
+    const char* text;
+  };
+  explicit Path(System path);
+  Path(const Path&) = delete;
+  Path& operator=(const Path&) = delete;
+
+  bool IsValid() const { return valid_; }
+  bool IsAbsolute() const { return text_[0] == '/'; }
+  // The text ended in a separator; the translation does not, unless it is the root.
+  bool HasTrailingSeparator() const { return trailingSeparator_; }
+  bool IsRoot() const { return length_ == 1 && text_[0] == '/'; }
+
+  const char* Text() const { return text_; }
+  std::size_t Length() const { return length_; }
+  std::string_view View() const { return {text_, length_}; }
+
+  // "." or "" for a path without a directory part; "/" for one in the root.
+  std::string_view Directory() const;
+  // The part behind the last separator: "." and names that end in ".." only for a path that says
+  // no more than that.
+  const char* Name() const;
+
+ private:
+  bool Translate(const char* text, Last last);
+  // Room for so many bytes, the end included.
+  void Reserve(std::size_t room);
+
+  static constexpr std::size_t kInPlace = 1024;
+
+  bool valid_ = false;
+  bool trailingSeparator_ = false;
+  std::size_t length_ = 0;
+  char inPlace_[kInPlace];
+  std::unique_ptr<char[]> longText_;
+  char* text_ = inPlace_;
+};
+
+inline bool IsSeparator(char byte) { return byte == '\\' || byte == '/'; }
+
+}  // namespace windows

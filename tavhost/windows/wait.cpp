@@ -1,0 +1,19 @@
+#include "host/windows/wait.h"
+
+#include <chrono>
+#include <cstdio>
+
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
+                                  DWORD wakeMask, DWORD flags) {
+  trace::Call call("MsgWaitForMultipleObjectsEx", count, trace::Object{handles}, milliseconds,
+                   wakeMask, flags);
+  if (count != 0) return call.Result(WAIT_FAILED);
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+  std::fflush(stdout);  // who reads what the script printed need not wait with it
+  ui::CurrentToolkit().WaitForEvents(milliseconds);
+  return call.Result(Clock::now() < deadline ? WAIT_OBJECT_0 : WAIT_TIMEOUT);
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tavhost/windows/descriptor.h"
+#include "tavhost/windows/entry_list.h"
+#include "tavhost/windows/file_id.h"
+#include "tavhost/windows/path.h"
+
+// Open searches, and how they keep a walk through a tree on its way. A recursive command names
+// files by longer and longer paths; anyone may exchange a directory on such a path for a link
+// while the command runs. So every call made while a search is open goes through the directory
+// that the search found, recognised by device and inode, or fails.
+//
+// User-interface thread only. Descriptors are kept for the innermost directories only: trees may
+// be deeper than a process may have files open.
+namespace windows {
+
+// A directory on which a walk relies.
+struct Anchor {
+  std::string path;      // as translated
+  FileId id;             // nothing: no call may lead through that path
+  Descriptor directory;  // opened when first needed, closed when many are open
+};
+
+struct Search {
+  Anchor directory;
+  EntryList entries;
+  std::size_t next = 0;
+  FileId itself;      // the only entry's, when the pattern names it
+  bool named = true;  // false once the current directory changed under a relative path
+
+  // The entry returned last when it is a directory, or when no call may name it.
+  std::string entryPath;
+  FileId entryId;
+
+  // Directories made, or found where one was to be made, since that entry was returned.
+  std::vector<std::unique_ptr<Anchor>> made;
+};
+
+// Where a path leads: a name in a directory. Holds on to both.
+class Place {
+ public:
+  explicit Place(const Path& path);
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+
+  bool IsValid() const { return valid_; }  // otherwise errno says why
+  int Directory() const { return directory_; }
+  const char* Name() const { return name_; }
+  // The walk knows what directory stands here; nothing else may.
+  bool IsKnown() const { return known_ != nullptr; }
+  // It is, or lies inside, a directory made during the walk.
+  bool IsInMade() const { return inMade_; }
+
+  // Status of what stands here, links not followed. Fails when it is not what the walk knows.
+  bool Status(struct stat& status) const;
+  // Opens what stands here as a directory for reading.
+  Descriptor OpenDirectory() const;
+
+ private:
+  bool Resolve(const Path& path);
+  bool ResolveInside(std::string_view rest);
+  bool Confirms(const struct stat& status) const;
+
+  bool valid_ = false;
+  bool inMade_ = false;
+  int directory_;
+  const char* name_;
+  const FileId* known_ = nullptr;
+  Descriptor owned_;
+};
+
+bool AreSearchesOpen();
+// Takes a search into the walk; the first entry has not been returned yet.
+Search* OpenSearch(std::unique_ptr<Search> search);
+void CloseSearch(Search* search);
+bool IsOpenSearch(const Search* search);
+// The descriptor of the directory searched; -1 when its path leads elsewhere by now.
+int DirectoryOf(Search& search);
+// The search has returned this entry.
+void EntryReturned(Search& search, std::string_view path, FileId id);
+// After the current directory has changed, relative paths name other directories.
+void CurrentDirectoryChanged();
+
+// A directory is to be made at `place`: false when that lies inside an entry which a search has
+// returned last, that is, when a tree would be copied or moved into itself.
+bool MayMakeDirectory(const Place& place);
+// What stands at `path` now is where the walk goes on; all but a directory closes the way.
+void DirectoryMade(const Path& path, const Place& place);
+void CloseTheWay(const Path& path);
+
+// Opens a directory by a path of any length.
+Descriptor OpenDirectoryAt(int directory, std::string_view path, int flags);
+
+}  // namespace windows

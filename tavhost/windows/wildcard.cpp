@@ -1,0 +1,42 @@
+#include "tavhost/windows/wildcard.h"
+
+#include <algorithm>
+
+namespace windows {
+
+bool SameFolded(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return Fold(x) == Fold(y); });
+}
+
+bool HasWildcard(std::string_view pattern) {
+  return pattern.find_first_of("*?") != std::string_view::npos;
+}
+
+bool MatchesWildcard(std::string_view name, std::string_view pattern) {
+  if (pattern == "*" || pattern == "*.*") return true;
+  std::size_t at = 0;
+  std::size_t read = 0;
+  // Where to go on when what stands behind the last star does not fit: the star takes one more.
+  std::size_t star = std::string_view::npos;
+  std::size_t starTook = 0;
+  while (at < name.size()) {
+    if (read < pattern.size() && pattern[read] == '*') {
+      star = read++;
+      starTook = at;
+    } else if (read < pattern.size() &&
+               (pattern[read] == '?' || Fold(pattern[read]) == Fold(name[at]))) {
+      ++read;
+      ++at;
+    } else if (star != std::string_view::npos) {
+      read = star + 1;
+      at = ++starTook;
+    } else {
+      return false;
+    }
+  }
+  while (read < pattern.size() && pattern[read] == '*') ++read;
+  return read == pattern.size();
+}
+
+}  // namespace windows

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string_view>
+
+namespace windows {
+
+inline unsigned char Fold(char byte) {
+  return static_cast<unsigned char>(byte >= 'a' && byte <= 'z' ? byte - ('a' - 'A') : byte);
+}
+
+bool SameFolded(std::string_view a, std::string_view b);
+
+bool HasWildcard(std::string_view pattern);
+
+// `*` stands for any number of characters, `?` for exactly one; letters match without regard to
+// case (ASCII), all else is literal. `*.*` matches every name, one without a dot included.
+bool MatchesWildcard(std::string_view name, std::string_view pattern);
+
+}  // namespace windows

@@ -1,0 +1,53 @@
+#include "host/windows/winhttp.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "host/sv/wstring.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/windows/proxy_settings.h"
+
+namespace {
+
+LPWSTR Owned(const std::string& text) {
+  if (text.empty()) return nullptr;
+  const SV::WString wide =
+      SV::ConvertUTF8StringToWString(SV::String(text.data(), static_cast<long>(text.size())));
+  const std::size_t bytes = (static_cast<std::size_t>(wide.Len()) + 1) * sizeof(char16_t);
+  auto* copy = static_cast<LPWSTR>(std::malloc(bytes));
+  if (copy) std::memcpy(copy, wide.GetStr(), bytes);
+  return copy;
+}
+
+}  // namespace
+
+BOOL WinHttpGetIEProxyConfigForCurrentUser(WINHTTP_CURRENT_USER_IE_PROXY_CONFIG* config) {
+  trace::Call call("WinHttpGetIEProxyConfigForCurrentUser");
+  *config = {};
+  const auto settings = proxy_settings::Read();
+  if (!settings) return call.Result(FALSE);
+  config->lpszProxy = Owned(settings->proxy);
+  config->lpszProxyBypass = Owned(settings->bypass);
+  return call.Result(TRUE);
+}
+
+HGLOBAL GlobalFree(HGLOBAL memory) {
+  trace::Call call("GlobalFree");
+  std::free(memory);
+  return call.ResultObject(static_cast<HGLOBAL>(nullptr));
+}
+
+int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int count, LPSTR bytes,
+                        int capacity, LPCSTR, BOOL*) {
+  const SV::WString text = count < 0 ? SV::WString(wide) : SV::WString(wide, count);
+  const SV::String utf8 = SV::ConvertWStringToUTF8String(text);
+  trace::Call call("WideCharToMultiByte", codePage, flags, utf8, count, capacity);
+  const long length = utf8.Len() + (count < 0 ? 1 : 0);
+  if (length > capacity) {
+    std::memcpy(bytes, utf8.GetStr(), static_cast<std::size_t>(capacity));
+    return call.Result(0);
+  }
+  std::memcpy(bytes, utf8.GetStr(), static_cast<std::size_t>(length));
+  return call.Result(static_cast<int>(length));
+}

@@ -1,0 +1,144 @@
+"""Options, operands and what is wrong with them."""
+
+import unittest
+
+from program import ProgramTest
+
+SUBCOMMANDS = ["run", "send", "check", "commands", "validate", "repl", "serve", "lsp", "trace"]
+COMMON_OPTIONS = ["--ui", "--answers", "--record", "--trace", "--screenshots", "--plugin", "--db",
+                  "--screen", "--printer", "--quiet", "--timeout", "--model-window", "--version",
+                  "--help"]
+
+
+class HelpTest(ProgramTest):
+    def test_help_names_every_subcommand_and_option(self):
+        result = self.run_program("--help")
+        self.assertEqual((result.code, result.err), (0, ""))
+        for name in SUBCOMMANDS:
+            self.assertRegex(result.out, rf"(?m)^  {name} +\S")
+        for option in COMMON_OPTIONS:
+            self.assertIn(option, result.out)
+        self.assertIn("Exit codes:", result.out)
+
+    def test_each_subcommand_has_help(self):
+        for name in SUBCOMMANDS:
+            for arguments in ([name, "--help"], [name, "-h"], ["--help", name]):
+                result = self.run_program(*arguments)
+                self.assertEqual((result.code, result.err), (0, ""), arguments)
+                self.assertRegex(result.out, rf"Usage: tavhost {name}\b")
+                for option in COMMON_OPTIONS:
+                    self.assertIn(option, result.out)
+
+    def test_version(self):
+        for arguments in (["--version"], ["run", "--version"], ["--version", "repl"]):
+            result = self.run_program(*arguments)
+            self.assertEqual((result.code, result.err), (0, ""))
+            self.assertRegex(result.out, r"^tavhost \d+\.\d+\.\d+\n$")
+
+    def test_help_behind_the_script_is_the_scripts(self):
+        self.file("a.tav", "print args")
+        self.expect(["run", "a.tav", "--help"], '("--help")\n')
+
+
+class MistakeTest(ProgramTest):
+    def test_unknown_subcommand(self):
+        self.expect_usage_error(["rum"], "unknown subcommand 'rum'; did you mean 'run'?")
+        self.expect_usage_error(["xyzzy"], "unknown subcommand 'xyzzy'")
+        self.expect_usage_error(
+            ["demo.tav"],
+            "unknown subcommand 'demo.tav'; a script is run by 'tavhost run demo.tav'")
+        self.expect_usage_error([""], "unknown subcommand ''")
+
+    def test_unknown_option(self):
+        self.expect_usage_error(["--trase", "x", "run", "a.tav"],
+                                "unknown option '--trase'; did you mean '--trace'?")
+        self.expect_usage_error(["run", "--anwsers=x", "a.tav"],
+                                "unknown option '--anwsers'; did you mean '--answers'?", "run")
+        self.expect_usage_error(["run", "-z", "a.tav"], "unknown option '-z'", "run")
+        self.expect_usage_error(["run", "--json", "a.tav"], "unknown option '--json'", "run")
+        self.expect_usage_error(["check", "a.tav", "--jsn"],
+                                "unknown option '--jsn'; did you mean '--json'?", "check")
+        self.expect_usage_error(["-e", "print 1"], "unknown option '-e'")
+
+    def test_missing_operands(self):
+        self.expect_usage_error(["run"], "run needs a script", "run")
+        self.expect_usage_error(["send"], "send needs a command", "send")
+        self.expect_usage_error(["check"], "check needs a script", "check")
+        self.expect_usage_error(["validate"], "validate needs the path of one plug-in", "validate")
+        self.expect_usage_error(["trace"], "trace diff needs two trace files", "trace")
+        self.expect_usage_error(["trace", "diff", "a"], "trace diff needs two trace files", "trace")
+
+    def test_surplus_operands(self):
+        self.expect_usage_error(["commands", "A", "B"], "commands takes one name", "commands")
+        self.expect_usage_error(["validate", "a", "b"], "validate needs the path of one plug-in",
+                                "validate")
+        self.expect_usage_error(["repl", "x"], "unexpected operand 'x'", "repl")
+        self.expect_usage_error(["trace", "dif", "a", "b"],
+                                "unknown subcommand 'trace dif'; there is 'trace diff A B'", "trace")
+        self.expect_usage_error(["send", "BEEP", "--quiet"],
+                                "options stand before the commands: --quiet", "send")
+
+    def test_values_that_do_not_fit(self):
+        for value in ("800", "800x", "x600", "0x600", "800x-1", "800x600x3", "axb", "40000x100",
+                      "800X600", " 800x600", "800x600 "):
+            self.expect_usage_error(["run", "--screen", value, "a.tav"],
+                                    "--screen: must be WIDTHxHEIGHT, for example 1280x720", "run")
+        for value in ("0", "-1", "x", "1s", "nan", "inf", "1e99"):
+            self.expect_usage_error(["run", "--timeout", value, "a.tav"],
+                                    "--timeout: must be a number of seconds above 0", "run")
+        for value in ("x", "-1", "65536", "80x", ""):
+            self.expect_usage_error(["serve", "--port", value],
+                                    "--port: must be a port number from 0 to 65535", "serve")
+        self.expect_usage_error(["run", "--quiet=1", "a.tav"], "--quiet takes no value", "run")
+        self.expect_usage_error(["run", "--ui", "gtk", "a.tav"],
+                                "--ui: must be auto, qt or headless", "run")
+        for option in ("--screen", "-e"):
+            self.expect_usage_error(["run", option], f"{option} needs a value", "run")
+
+    def test_not_built_yet(self):
+        for arguments in ([], ["lsp"], ["--quiet"]):
+            result = self.run_program(*arguments)
+            self.assertEqual((result.out, result.code), ("", 2), arguments)
+            self.assertRegex(result.err, r"^tavhost: the [a-z ]+ is not available yet\n$")
+
+
+class PlacementTest(ProgramTest):
+    SIZE = "GET_DISPLAY_SIZE\nprint w, h, args\n"
+
+    def test_options_before_and_behind_the_subcommand(self):
+        self.file("a.tav", self.SIZE)
+        self.expect(["--screen", "800x600", "run", "a.tav"], "800 600 ()\n")
+        self.expect(["run", "--screen", "800x600", "a.tav"], "800 600 ()\n")
+        self.expect(["run", "--screen=800x600", "a.tav"], "800 600 ()\n")
+        self.expect(["--quiet", "run", "--screen", "800x600", "a.tav"], "800 600 ()\n")
+
+    def test_the_last_one_counts(self):
+        self.file("a.tav", self.SIZE)
+        self.expect(["--screen", "800x600", "run", "--screen", "100x50", "a.tav"], "100 50 ()\n")
+        self.expect(["run", "--screen", "800x600", "--screen", "10x5", "a.tav"], "10 5 ()\n")
+
+    def test_everything_behind_the_script_is_the_scripts(self):
+        self.file("a.tav", self.SIZE)
+        self.expect(["run", "a.tav", "--screen", "800x600", "-e", "--", "-", ""],
+                    '1920 1080 ("--screen", "800x600", "-e", "--", "-", "")\n')
+
+    def test_two_dashes_end_the_options(self):
+        self.file("--quiet", "print args")
+        self.file("a.tav", "print args")
+        self.expect(["run", "--", "--quiet", "--", "x"], '("--", "x")\n')
+        self.expect(["run", "--quiet", "--", "a.tav", "-x"], '("-x")\n')
+
+    def test_arguments_arrive_byte_for_byte(self):
+        self.file("a.tav", "for a in args { print a }")
+        arguments = ["two words", "quote\"s", "back\\slash", "tab\there", "\u00e4\u20ac\U0001F600",
+                     "[1,2]", "{x}", "*", "'"]
+        self.expect(["run", "a.tav", *arguments], "".join(a + "\n" for a in arguments))
+
+    def test_option_values_are_taken_as_they_are(self):
+        self.expect(["run", "-e", 'print "[a,b]", args', "[c,d]"], '[a,b] ("[c,d]")\n')
+        self.expect(["run", "--printer", "[a,b]", "-e", "GET_PRINTER_INFO; print name"],
+                    "[a,b]\n")
+
+
+if __name__ == "__main__":
+    unittest.main()

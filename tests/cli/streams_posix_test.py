@@ -1,0 +1,149 @@
+"""Standard streams, interrupts and time limits."""
+
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+from program import ProgramTest
+
+STOP_LIMIT = 1.0  # seconds within which a stop must take effect
+
+
+class OutputTest(ProgramTest):
+    def test_order_of_the_two_streams(self):
+        text = 'print 1\nEXECUTE "throw 2"\nprint 3\nthrow 4'
+        result = self.run_program("run", "-e", text, stderr=subprocess.STDOUT)
+        places = [result.out.index(part) for part in ("1\n", "error: 2", "3\n", "error: 4")]
+        self.assertEqual(places, sorted(places), result)
+
+    def test_order_before_a_dialog_in_the_terminal(self):
+        text = 'print "before"\nINFOBOX "the box"\nprint "after"'
+        result = self.run_program("run", "--answers", "ask", "-e", text, stdin="\n",
+                                  stderr=subprocess.STDOUT)
+        places = [result.out.index(part) for part in ("before", "the box", "after")]
+        self.assertEqual(places, sorted(places), result)
+
+    def test_what_was_printed_before_a_crash_is_not_lost(self):
+        result = self.run_program("run", "-e", 'print "before"\nCRASH')
+        self.assertEqual((result.out, result.code), ("before\n", -signal.SIGSEGV), result)
+
+    def test_a_full_disk(self):
+        for text in ("print 1", 'for i from 1 to 100000 { print "a long line of output" }'):
+            with open("/dev/full", "wb") as full:
+                result = self.run_program("run", "-e", text, stdout=full)
+            self.assertEqual(result.code, 1, result)
+            self.assertEqual(result.err,
+                             "tavhost: cannot write standard output: No space left on device\n")
+
+    def test_a_closed_pipe_ends_an_endless_script(self):
+        process = self.start("run", "-e", 'while 1 { print "line" }')
+        self.assertEqual(process.stdout.readline(), b"line\n")
+        process.stdout.close()
+        begin = time.monotonic()
+        error = process.stderr.read().decode()
+        process.stderr.close()
+        self.assertEqual(process.wait(timeout=10), 1, error)
+        self.assertEqual(error, "tavhost: cannot write standard output: Broken pipe\n")
+        self.assertLess(time.monotonic() - begin, STOP_LIMIT)
+
+    def test_closed_standard_output(self):
+        process = subprocess.run(f"exec {self.program} run -e 'print 1' >&-", shell=True,
+                                 stderr=subprocess.PIPE, cwd=self.folder)
+        self.assertEqual(process.returncode, 1, process.stderr)
+        self.assertIn(b"cannot write standard output", process.stderr)
+
+    def test_help_to_a_full_disk(self):
+        with open("/dev/full", "wb") as full:
+            self.assertEqual(self.run_program("--help", stdout=full).code, 1)
+
+
+class StopTest(ProgramTest):
+    ENDLESS = {
+        "a loop": "while 1 { }",
+        "a loop of commands": "while 1 { GET_DISPLAY_SIZE }",
+        "a wait": "SLEEP ms:100000",
+        "a caught wait": "while 1 { try { SLEEP ms:100000 } catch e { print e.message } }",
+        "recursion": "func f(n) { while 1 { n = n + 1.0 } }\nf(1)",
+        "script text": 'EXECUTE "while 1 { }"',
+        "a dialog": None,
+    }
+
+    def stopped(self, text, signal_number):
+        arguments = ["run", "--answers", "ask", "--trace", "t.txt", "-e",
+                     'print "ready"\nINFOBOX "x"' if text is None else
+                     'print "ready"\nSLEEP ms:0\n' + text]
+        process = self.start(*arguments, stdin=subprocess.PIPE)
+        self.wait_for_trace("Reschedule" if text else "TavInfoBox")
+        time.sleep(0.1)
+        begin = time.monotonic()
+        process.send_signal(signal_number)
+        out, _ = process.communicate(timeout=10)
+        return process.returncode, time.monotonic() - begin, out
+
+    def wait_for_trace(self, text):
+        trace = self.folder / "t.txt"
+        for _ in range(1000):
+            if trace.exists() and text in trace.read_text(errors="replace"):
+                return
+            time.sleep(0.01)
+        self.fail(f"{text} does not appear in the trace")
+
+    def test_interrupts_stop_within_a_second_and_clean_up(self):
+        for name, text in self.ENDLESS.items():
+            for number in (signal.SIGINT, signal.SIGTERM):
+                with self.subTest(what=name, signal=number):
+                    code, seconds, out = self.stopped(text, number)
+                    self.assertEqual(code, 130)
+                    self.assertLess(seconds, STOP_LIMIT)
+                    self.assertEqual(out, b"ready\n")
+                    trace = (self.folder / "t.txt").read_text(errors="replace")
+                    self.assertIn("INTERNAL_TAVSCRIPT_FINISHED", trace)
+                    (self.folder / "t.txt").unlink()
+
+    def test_a_second_interrupt_ends_at_once(self):
+        # The clean-up waits for a plug-in that does not come back: here, a reader of the trace.
+        os.mkfifo(self.folder / "fifo")
+        process = self.start("run", "--trace", "fifo", "-e", 'while 1 { GET_DISPLAY_SIZE }')
+        reader = os.open(self.folder / "fifo", os.O_RDONLY)
+        try:
+            os.read(reader, 10)
+            time.sleep(0.3)  # the pipe fills, the program waits for its reader
+            process.send_signal(signal.SIGINT)
+            time.sleep(0.2)
+            self.assertIsNone(process.poll())
+            begin = time.monotonic()
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(timeout=10), 130)
+            self.assertLess(time.monotonic() - begin, STOP_LIMIT)
+        finally:
+            os.close(reader)
+            process.kill()
+            process.communicate()
+
+    def test_an_interrupt_that_the_caller_ignores(self):
+        process = self.start("run", "-e", 'print "x"\nSLEEP ms:300', preexec_fn=lambda:
+                             signal.signal(signal.SIGINT, signal.SIG_IGN))
+        time.sleep(0.1)
+        process.send_signal(signal.SIGINT)
+        out, _ = process.communicate(timeout=10)
+        self.assertEqual((process.returncode, out), (0, b"x\n"))
+
+    def test_time_limit(self):
+        for text in ("while 1 { }", "SLEEP ms:100000"):
+            begin = time.monotonic()
+            self.expect(["run", "--timeout", "0.3", "-e", text], code=130,
+                        err="tavhost: stopped after 0.3 s (--timeout)\n")
+            self.assertLess(time.monotonic() - begin, 0.3 + STOP_LIMIT)
+            self.assertGreater(time.monotonic() - begin, 0.29)
+        self.expect(["run", "--timeout", "20", "-e", "print 1"], "1\n")
+
+    def test_send_stops_too(self):
+        self.expect(["send", "--timeout", "0.2", "GET_DISPLAY_SIZE", "SLEEP ms:100000", "BEEP"],
+                    " w:1920 h:1080\n", code=130,
+                    err="tavhost: stopped after 0.2 s (--timeout)\n")
+
+
+if __name__ == "__main__":
+    unittest.main()

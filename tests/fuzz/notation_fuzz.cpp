@@ -1,0 +1,80 @@
+// Any bytes as KEL: what parses is written again, read back, read by a parser and made XML.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "host/notation/kel_converter.h"
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/parser_access.h"
+#include "tavhost/notation/text.h"
+
+namespace {
+
+void Require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "%s\n", what);
+  std::abort();
+}
+
+SV::String Written(const kel::Document& document) {
+  SV::String text;
+  for (std::uint32_t i = 0; i < document.Count(); ++i) {
+    kel::AppendKel(text, document.Elements()[i]);
+    text += '\n';
+  }
+  return text;
+}
+
+void ReadAll(TavKelParser& parser, int depth) {
+  for (unsigned index = 0; parser.SetCurElemIndex(index); ++index) {
+    const kel::Element& element = *kel::ParserAccess::Current(parser);
+    parser.GetStrValue();
+    parser.GetIntValue();
+    for (std::uint32_t i = 0; i < element.attributeCount; ++i) {
+      const auto view = element.attributes[i].Name();
+      const SV::String name(view.data(), static_cast<long>(view.size()));
+      Require(parser.IsContained(name), "an attribute is not found");
+      parser.GetStrValue(name);
+      parser.GetIntValue(name);
+      parser.GetBoolValue(name, false);
+      parser.GetModifier(name);
+      TavKelParser* const body = parser.GetBodyParser(name);
+      if (body && depth > 0) ReadAll(*body, depth - 1);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const SV::String text(reinterpret_cast<const char*>(data), static_cast<long>(size));
+  TavKelConverter converter(text);
+  if (converter.Parse() != 0) {
+    kel::ParseError error;
+    Require(!kel::Document::Parse(text, error), "parses only sometimes");
+    Require(error.line > 0 && error.column > 0 && !error.message.empty(), "an error without words");
+    return 0;
+  }
+  converter.ToXML(true, SV::String(text.Copy(0, 8)));
+  ReadAll(converter, 20);
+
+  const auto& document = *kel::ParserAccess::DocumentOf(converter);
+  const SV::String once = Written(document);
+  kel::ParseError error;
+  const auto again = kel::Document::Parse(once, error);
+  Require(again != nullptr, "what was written does not parse");
+  Require(Written(*again) == once, "what was written reads back to something else");
+  for (std::uint32_t i = 0; i < again->Count(); ++i) {
+    const kel::Element& element = again->Elements()[i];
+    for (std::uint32_t j = 0; j < element.attributeCount; ++j) {
+      const kel::Operand& operand = element.attributes[j].operand;
+      SV::String direct;
+      SV::String copied;
+      kel::AppendKel(direct, operand);
+      kel::AppendKel(copied, kel::ToValue(operand, again));
+      Require(direct == copied, "a value differs from its operand");
+    }
+  }
+  return 0;
+}

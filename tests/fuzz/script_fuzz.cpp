@@ -1,0 +1,52 @@
+// The script language: any text is parsed and compiled, and what compiles is run for a while.
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "tavhost/script/ports.h"
+#include "tavhost/script/runner.h"
+
+namespace {
+
+// Every command exists and does nothing.
+class Commands : public script::CommandProvider {
+ public:
+  bool Handle(const char*, TavKelParser&, TavScriptResult&) override { return true; }
+  bool Handle(const char*, TavKelParser&, TavMessage&) override { return true; }
+  bool Exists(const char*) override { return true; }
+  SV::String AllCommands(char) override { return "ANY"; }
+};
+
+// What repeats or grows could run for hours; it is only compiled.
+bool MayRunLong(std::string_view text) {
+  for (const char* word : {"while", "for", "range", "func", "format"}) {
+    if (text.find(word) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Commands commands;
+  static const bool registered = [] {
+    script::RegisterHostPorts();
+    script::ScriptPort::TavScript().AddProvider(commands);
+    return true;
+  }();
+  (void)registered;
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  const SV::String text(bytes.data(), static_cast<long>(bytes.size()));
+  const auto mistakes = script::Check(text, "fuzz.tav");
+  for (const auto& mistake : mistakes) {
+    if (mistake.line == 0 || mistake.column == 0 || mistake.text.empty()) __builtin_trap();
+  }
+  if (!mistakes.empty() || MayRunLong(bytes)) return 0;
+  script::RunOptions options;
+  options.name = "fuzz.tav";
+  options.args = {"one", "two"};
+  options.sinks.print = [](std::string_view) {};
+  options.sinks.error = [](std::string_view) {};
+  script::RunText(text, options);
+  return 0;
+}

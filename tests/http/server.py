@@ -1,0 +1,268 @@
+"""A web server that answers as each path asks, right or wrong, byte for byte. Loopback only."""
+import gzip
+import socket
+import ssl
+import threading
+import time
+import zlib
+
+CRLF = b"\r\n"
+
+
+def answer(body, *fields, status="200 OK", length=True):
+    lines = [b"HTTP/1.1 " + status.encode()]
+    lines += [field.encode("latin-1") for field in fields]
+    if length:
+        lines.append(b"Content-Length: %d" % len(body))
+    lines.append(b"Connection: close")
+    return CRLF.join(lines) + CRLF + CRLF + body
+
+
+def gzip_bomb(megabytes):
+    packer = zlib.compressobj(9, zlib.DEFLATED, 31)
+    zeros = bytes(1 << 20)
+    return b"".join(packer.compress(zeros) for _ in range(megabytes)) + packer.flush()
+
+
+class Server:
+    """Serves on a port of its own until closed; counts requests by path."""
+
+    def __init__(self, tls=None, host="127.0.0.1"):
+        self.tls = tls
+        self.requests = []
+        self.lock = threading.Lock()
+        self.listener = socket.create_server((host, 0), backlog=128)
+        self.port = self.listener.getsockname()[1]
+        self.closing = threading.Event()
+        self.other = None  # another server, for redirects from one to the other
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    @property
+    def url(self):
+        return f"{'https' if self.tls else 'http'}://127.0.0.1:{self.port}"
+
+    def count(self, path):
+        with self.lock:
+            return sum(1 for request in self.requests if request.split(b" ")[1] == path.encode())
+
+    def close(self):
+        self.closing.set()
+        self.listener.close()
+
+    def _accept(self):
+        while not self.closing.is_set():
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
+
+    def _serve(self, connection):
+        try:
+            if self.tls:
+                connection = self.tls.wrap_socket(connection, server_side=True)
+            with connection:
+                connection.settimeout(60)
+                request = b""
+                while CRLF + CRLF not in request:
+                    piece = connection.recv(65536)
+                    if not piece:
+                        return
+                    request += piece
+                with self.lock:
+                    self.requests.append(request)
+                self._answer(connection, request)
+        except (OSError, ssl.SSLError):
+            pass
+
+    def _answer(self, connection, request):
+        target = request.split(b" ")[1].decode("latin-1")
+        if target.startswith("http://"):  # through a proxy
+            target = "/" + target.split("/", 3)[3]
+        path, _, query = target.partition("?")
+        name, _, rest = path.lstrip("/").partition("/")
+        handler = getattr(self, "do_" + name.replace("-", "_"), None)
+        if handler is None:
+            connection.sendall(answer(b"no such page", status="404 Not Found"))
+        else:
+            handler(connection, rest, query, request)
+
+    # Answers that are right.
+
+    def do_text(self, connection, rest, query, request):
+        connection.sendall(answer("grüße ✓".encode(), "Content-Type: text/plain; charset=utf-8"))
+
+    def do_echo(self, connection, rest, query, request):
+        connection.sendall(answer(request, "Content-Type: text/plain"))
+
+    def do_encoded(self, connection, rest, query, request):
+        bodies = {
+            "latin1": ("grüße".encode("latin-1"), "text/plain; charset=ISO-8859-1"),
+            "quoted": ("grüße".encode("latin-1"), 'text/plain; charset="iso-8859-15"; x=1'),
+            "sjis": ("日本".encode("shift_jis"), "text/html;charset=Shift_JIS"),
+            "utf16bom": ("\ufeffgrüße".encode("utf-16-le"), "text/plain"),
+            "utf8bom": ("\ufeffgrüße".encode(), "text/plain"),
+            "plain": ("grüße".encode(), "text/plain"),
+            "1252": ("“grüße” €".encode("cp1252"), "text/plain"),
+            "unknown": ("grüße".encode(), "text/plain; charset=no-such-set"),
+            "badutf8": (b"a\xffb", "text/plain; charset=utf-8"),
+        }
+        body, content_type = bodies[rest]
+        connection.sendall(answer(body, "Content-Type: " + content_type))
+
+    def do_bytes(self, connection, rest, query, request):
+        connection.sendall(answer(bytes(range(256)) * 4, "Content-Type: application/octet-stream"))
+
+    def do_large(self, connection, rest, query, request):
+        connection.sendall(answer(b"0123456789abcdef" * (int(rest) * 65536)))
+
+    def do_nothing(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 204 No Content\r\n\r\n")
+
+    def do_chunked(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                           b"5\r\nhello\r\n6\r\n world\r\n0\r\n\r\n")
+
+    def do_until_close(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.0 200 OK\r\n\r\nto the end")
+
+    def do_gzip(self, connection, rest, query, request):
+        connection.sendall(answer(gzip.compress(b"packed " * 100), "Content-Encoding: gzip"))
+
+    def do_continue(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n" + answer(b"after"))
+
+    def do_same_lengths(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Length: 2\r\n\r\nok")
+
+    # Redirects.
+
+    def do_redirect(self, connection, rest, query, request):
+        left = int(rest)
+        where = f"/redirect/{left - 1}" if left > 0 else "/text"
+        connection.sendall(answer(b"", "Location: " + where, status="302 Found"))
+
+    def do_loop(self, connection, rest, query, request):
+        connection.sendall(answer(b"", "Location: /loop", status="301 Moved Permanently"))
+
+    def do_relative(self, connection, rest, query, request):
+        connection.sendall(answer(b"", "Location: ../echo?x=1", status="307 Temporary Redirect"))
+
+    def do_see_other(self, connection, rest, query, request):
+        connection.sendall(answer(b"", "Location: /echo", status="303 See Other"))
+
+    def do_to(self, connection, rest, query, request):
+        connection.sendall(answer(b"", "Location: " + query, status="302 Found"))
+
+    # Answers that are wrong, slow or hostile.
+
+    def do_short(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nonly this")
+
+    def do_bad_chunk(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\nhello\r\n")
+
+    def do_cut_chunk(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhel")
+
+    def do_two_lengths(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\nContent-Length: 6\r\n\r\nhello!")
+
+    def do_both(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 3\r\n"
+                           b"Transfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n\r\n")
+
+    def do_bad_length(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\nhello")
+
+    def do_old(self, connection, rest, query, request):
+        connection.sendall(b"just text, no header")
+
+    def do_hang_up(self, connection, rest, query, request):
+        return
+
+    def do_silent(self, connection, rest, query, request):
+        self.closing.wait(30)
+
+    def do_stall(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome")
+        self.closing.wait(30)
+
+    def do_drip(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n")
+        while not self.closing.is_set():
+            connection.sendall(b".")
+            time.sleep(0.05)
+
+    def do_long_header(self, connection, rest, query, request):
+        field = b"X-Filler: " + b"x" * 1000 + CRLF
+        connection.sendall(b"HTTP/1.1 200 OK\r\n" + field * int(rest) +
+                           b"Content-Length: 2\r\n\r\nok")
+
+    def do_endless_header(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\n")
+        while not self.closing.is_set():
+            connection.sendall(b"X-Filler: " + b"x" * 1000 + CRLF)
+
+    def do_bomb(self, connection, rest, query, request):
+        connection.sendall(answer(gzip_bomb(int(rest)), "Content-Encoding: gzip"))
+
+    def do_flaky(self, connection, rest, query, request):
+        """Hangs up as often as the path says, then answers."""
+        with self.lock:
+            seen = sum(1 for r in self.requests if r.split(b" ")[1] == f"/flaky/{rest}".encode())
+        if seen > int(rest):
+            connection.sendall(answer(b"at last"))
+
+
+class Proxy:
+    """A forwarding proxy that counts what goes through it."""
+
+    def __init__(self):
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.seen = []
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    def close(self):
+        self.listener.close()
+
+    def _accept(self):
+        while True:
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
+
+    def _serve(self, connection):
+        with connection:
+            try:
+                request = connection.recv(65536)
+                self.seen.append(request)
+                method, target, _ = request.split(b" ", 2)
+                if method == b"CONNECT":
+                    host, _, port = target.decode().rpartition(":")
+                    with socket.create_connection((host, int(port))) as far:
+                        connection.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+                        back = threading.Thread(target=self._pump, args=(far, connection))
+                        back.start()
+                        self._pump(connection, far)
+                        back.join()
+                    return
+                authority = target.decode().split("/")[2]
+                host, _, port = authority.rpartition(":")
+                with socket.create_connection((host, int(port))) as far:
+                    far.sendall(request)
+                    self._pump(far, connection)
+            except (OSError, ValueError):
+                pass
+
+    @staticmethod
+    def _pump(source, target):
+        try:
+            while piece := source.recv(65536):
+                target.sendall(piece)
+            target.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass

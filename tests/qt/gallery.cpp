@@ -1,0 +1,126 @@
+// Renders every dialog, light and dark, at scale 1 and 2, into one page:
+//   tavhost_gallery FOLDER            starts itself once for each look
+//   tavhost_gallery FOLDER LOOK       renders the pictures of one look
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QProcess>
+#include <QStyleFactory>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <cstdio>
+
+#include "tavhost/sv/stop.h"
+#include "tavhost/ui/posted_work.h"
+#include "tavhost/ui/qt/qt_toolkit.h"
+#include "tests/qt/sample_windows.h"
+
+namespace {
+
+struct Look {
+  const char* name;
+  const char* scale;
+  bool dark;
+};
+constexpr Look kLooks[] = {
+    {"light", "1", false}, {"dark", "1", true}, {"light-2", "2", false}, {"dark-2", "2", true}};
+
+QPalette DarkPalette() {
+  QPalette palette;
+  palette.setColor(QPalette::Window, QColor(45, 45, 48));
+  palette.setColor(QPalette::WindowText, Qt::white);
+  palette.setColor(QPalette::Base, QColor(30, 30, 30));
+  palette.setColor(QPalette::AlternateBase, QColor(45, 45, 48));
+  palette.setColor(QPalette::Text, Qt::white);
+  palette.setColor(QPalette::PlaceholderText, Qt::gray);
+  palette.setColor(QPalette::Button, QColor(60, 60, 64));
+  palette.setColor(QPalette::ButtonText, Qt::white);
+  palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  return palette;
+}
+
+void MakePictures(const QString& folder) {
+  for (int i = 0; i < 8; ++i) {
+    QImage image(i % 2 ? 640 : 200, i % 3 ? 300 : 480, QImage::Format_RGB32);
+    image.fill(QColor::fromHsv(i * 45, 160, 220));
+    QPainter painter(&image);
+    painter.setPen(QPen(Qt::white, 12));
+    painter.drawEllipse(image.rect().adjusted(20, 20, -20, -20));
+    painter.end();
+    image.save(QStringLiteral("%1/image %2.png").arg(folder).arg(i));
+  }
+}
+
+QString FileName(const std::string& sample) {
+  return QString::fromStdString(sample).replace(QLatin1Char(' '), QLatin1Char('-'));
+}
+
+int RenderLook(const QString& folder, const Look& look) {
+  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
+                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  ui::QtToolkit toolkit(host, {});
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  if (look.dark) QApplication::setPalette(DarkPalette());
+  QTemporaryDir pictures;
+  MakePictures(pictures.path());
+  const std::string path = pictures.path().toStdString();
+  for (sample_windows::Sample& sample : sample_windows::All(path, path)) {
+    sample.model->Begin();
+    QTimer::singleShot(50, [&] {
+      auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      if (!dialog) std::abort();
+      const QString file = QStringLiteral("%1/%2-%3.png")
+                               .arg(folder, FileName(sample.name), QLatin1String(look.name));
+      if (!dialog->grab().save(file)) std::abort();
+      dialog->reject();
+    });
+    toolkit.RunModal(*sample.model);
+  }
+  return 0;
+}
+
+int RenderAll(const QString& program, const QString& folder) {
+  if (!QDir().mkpath(folder)) return 1;
+  for (const Look& look : kLooks) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QLatin1String(look.scale));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(program, {folder, QLatin1String(look.name)});
+    if (!process.waitForFinished(120000) || process.exitCode() != 0) return 1;
+  }
+  QFile page(folder + QStringLiteral("/index.html"));
+  if (!page.open(QIODevice::WriteOnly)) return 1;
+  QTextStream html(&page);
+  html << "<!doctype html><meta charset=\"utf-8\"><title>Dialogs</title>\n"
+          "<style>body{font-family:sans-serif;background:#888}img{margin:8px;max-width:45%}"
+          "</style>\n";
+  for (const sample_windows::Sample& sample : sample_windows::All("", "")) {
+    html << "<h2>" << QString::fromStdString(sample.name) << "</h2>\n";
+    for (const Look& look : kLooks) {
+      html << "<img src=\"" << FileName(sample.name) << '-' << look.name << ".png\">\n";
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count < 2) {
+    std::fprintf(stderr, "usage: tavhost_gallery FOLDER\n");
+    return 2;
+  }
+  const QString folder = QString::fromLocal8Bit(arguments[1]);
+  if (count == 2) return RenderAll(QString::fromLocal8Bit(arguments[0]), folder);
+  for (const Look& look : kLooks) {
+    if (QLatin1String(look.name) == QLatin1String(arguments[2])) return RenderLook(folder, look);
+  }
+  return 2;
+}

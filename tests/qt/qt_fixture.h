@@ -1,0 +1,53 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <memory>
+
+#include "tavhost/sv/stop.h"
+#include "tavhost/ui/posted_work.h"
+#include "tavhost/ui/qt/qt_toolkit.h"
+
+inline ui::ModuleHost TestModuleHost() {
+  return {&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp, &stop::IsRequested,
+          ui::WakeUpDescriptor()};
+}
+
+// The real toolkit, its windows offscreen. One for the whole program, as there can be only one
+// application object.
+class QtTest : public testing::Test {
+ protected:
+  static constexpr int kGuard =
+      400;  // by then keys are taken, however long the dialog takes to come up
+
+  void SetUp() override { stop::Clear(); }
+  void TearDown() override { stop::Clear(); }
+
+  static ui::QtToolkit& Toolkit() {
+    static ui::QtToolkit& toolkit = *new ui::QtToolkit(TestModuleHost(), {});
+    return toolkit;
+  }
+
+  // Runs the window and calls `act` with its dialog, when it takes keys.
+  static void Run(ui::ModalModel& model, const std::function<void(QDialog&)>& act,
+                  int afterMilliseconds = kGuard) {
+    Toolkit();
+    model.Begin();
+    QTimer::singleShot(afterMilliseconds, [&act, &model] {
+      auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      if (dialog) {
+        act(*dialog);
+      } else {
+        ADD_FAILURE() << "no dialog";
+        model.End("cancel");
+      }
+    });
+    Toolkit().RunModal(model);
+  }
+};

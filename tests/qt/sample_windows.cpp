@@ -1,0 +1,184 @@
+#include "tests/qt/sample_windows.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace sample_windows {
+
+namespace {
+
+using ui::MessageBoxModel;
+using ui::MessageKind;
+
+std::string LongText(int lines) {
+  std::string text;
+  for (int i = 1; i <= lines; ++i) {
+    text += "Line " + std::to_string(i) + ": the quick brown fox jumps over the lazy dog.\n";
+  }
+  return text;
+}
+
+std::unique_ptr<ui::ModalModel> Message(MessageKind kind, std::uint32_t style, std::string text,
+                                        const char* title = nullptr) {
+  auto model = std::make_unique<MessageBoxModel>(kind, style, std::move(text));
+  if (title) model->SetTitle(title);
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> Text(bool editable, bool fileEditor, std::string text) {
+  auto model = std::make_unique<ui::TextBoxModel>(editable, fileEditor);
+  model->text = std::move(text);
+  if (editable) model->okText = "Save & close";
+  if (fileEditor) model->font = ui::FontChoice{"DejaVu Sans Mono", 10};
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> Field(std::string caption, std::string text) {
+  auto model = std::make_unique<ui::EditFieldModel>(std::move(caption));
+  model->SetTitle("tavhost");
+  model->text = std::move(text);
+  return model;
+}
+
+std::unique_ptr<ui::ListBoxModel> List(bool multiple, int entries, int checkBoxes) {
+  auto model = std::make_unique<ui::ListBoxModel>(multiple);
+  for (int i = 1; i <= entries; ++i) model->Insert("Entry " + std::to_string(i));
+  for (int i = 1; i <= checkBoxes; ++i) {
+    model->AddCheckBox("Option " + std::to_string(i) + " & more", i % 2 == 1);
+  }
+  if (entries > 2) model->SetSelected(1, true);
+  if (entries > 4 && multiple) model->SetSelected(3, true);
+  model->boxText = "Choose what is to be exported. The choice is kept for the next time.";
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> OddList() {
+  auto model = std::make_unique<ui::ListBoxModel>(true);
+  for (const char* entry :
+       {"<b>no markup</b> &amp;", "", "two\nlines", "שלום עולם", "🙂 emoji", "\xFF\xFE no UTF-8",
+        "a very long entry that is wider than the list "
+        "could ever be and has to be scrolled to or cut somewhere"}) {
+    model->Insert(entry);
+  }
+  model->SetTitle("[*] \"quotes\" & <tags>");
+  model->okText = "&Take <it>";
+  return model;
+}
+
+// Parts under parents, in columns where there are several.
+std::unique_ptr<ui::TreeListBoxModel> Tree(ui::TreeListBoxModel::Options options, bool images) {
+  auto model = std::make_unique<ui::TreeListBoxModel>(options);
+  model->SetTitle("Parts");
+  model->headline = "Choose the parts that go into the release.";
+  const auto icon = [](const char* name) {
+    return std::make_shared<const ui::ImageSource>(ui::ImageSource{name, {}});
+  };
+  for (int group = 1; group <= 4; ++group) {
+    const int id = group * 100;
+    model->Add(id, -1, "Group " + std::to_string(group) + "\tassembly\t3 parts", true);
+    if (images) model->SetImage(model->Find(id), false, icon("folder"));
+    for (int part = 1; part <= 3; ++part) {
+      model->Add(id + part, id,
+                 "Part " + std::to_string(group) + "." + std::to_string(part) + "\tsteel\t" +
+                     std::to_string(part * 7) + " kg",
+                 false);
+      if (!images) continue;
+      model->SetImage(model->Find(id + part), false, icon("document"));
+      if (part == 2) model->SetImage(model->Find(id + part), true, icon("warning"));
+    }
+    if (group != 3) model->Expand(model->Find(id), true);
+  }
+  model->Select(model->Find(102), true);
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> TreeWithEverything() {
+  ui::TreeListBoxModel::Options options;
+  options.multiple = true;
+  options.checkBoxes = true;
+  options.searchable = true;
+  options.columns = 3;
+  auto model = Tree(options, true);
+  model->Select(model->Find(201), true);
+  model->AddButton({"&Details <…>", "details", 2, true});
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> Files(std::uint32_t style, bool multiple,
+                                      const std::string& start) {
+  auto model = std::make_unique<ui::FileDialogModel>(style);
+  model->multiple = multiple;
+  model->startPath = start;
+  model->filters = {{"Texts", "*.txt;*.md"}, {"All files", "*.*"}};
+  model->currentFilter = 1;
+  model->defaultExtension = "txt";
+  if (model->IsSave()) model->fileName = "report.txt";
+  return model;
+}
+
+std::unique_ptr<ui::ModalModel> Images(const std::string& folder) {
+  auto model = std::make_unique<ui::ImageDialogModel>();
+  if (folder.empty()) return model;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    model->entries.push_back({file.path().filename().string(), file.path().string()});
+  }
+  std::sort(model->entries.begin(), model->entries.end(),
+            [](const auto& a, const auto& b) { return a.name < b.name; });
+  if (!model->entries.empty()) model->selected = model->entries.front().name;
+  return model;
+}
+
+}  // namespace
+
+std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder) {
+  std::vector<Sample> samples;
+  const auto add = [&samples](const char* name, std::unique_ptr<ui::ModalModel> model) {
+    samples.push_back({name, std::move(model)});
+  };
+  add("info", Message(MessageKind::kInfo, 0x10, "The report is ready."));
+  add("query", Message(MessageKind::kQuery, 0x80 | 0x1000, "Write the report now?", "Report"));
+  add("error", Message(MessageKind::kError, 0x100,
+                       "The file C:\\data\\report.txt could not be written:\nthere is no space "
+                       "left on the device. Free some, then try again."));
+  add("warning", Message(MessageKind::kWarning, 0x20, "<b>1 & 2</b> are replaced."));
+  add("long message", Message(MessageKind::kInfo, 0x40, LongText(200)));
+  add("long word", Message(MessageKind::kWarning, 0x10, std::string(400, 'x')));
+  add("empty message", Message(MessageKind::kInfo, 0x10, ""));
+  add("view", Text(false, false, LongText(40)));
+  add("view of a file", Text(false, true, LongText(40)));
+  add("edit", Text(true, false, LongText(10)));
+  add("edit of a file", Text(true, true, "func f(a) {\n\treturn a + 1\n}\n"));
+  add("field", Field("Name of the part:", "Bracket"));
+  add("field with a long caption",
+      Field("The name under which the part is to be stored in the library. It must not be longer "
+            "than 64 characters and must not contain any of : * ? \" < > |",
+            ""));
+  add("list", List(false, 12, 0));
+  add("list with check boxes", List(true, 200, 2));
+  add("list with many check boxes", List(true, 3, 12));
+  add("empty list", List(false, 0, 0));
+  add("odd list", OddList());
+  {
+    auto sized = List(true, 20, 1);
+    sized->size = SV::Size(300, 260);
+    add("sized list", std::move(sized));
+  }
+  add("tree", Tree({}, false));
+  add("tree with everything", TreeWithEverything());
+  ui::TreeListBoxModel::Options flat;
+  flat.flat = true;
+  flat.hasHelp = false;
+  flat.hasCancel = false;
+  flat.sizeable = false;
+  add("flat tree", Tree(flat, true));
+  add("empty tree", std::make_unique<ui::TreeListBoxModel>(ui::TreeListBoxModel::Options()));
+  add("open", Files(0x1020, true, startFolder));
+  add("save", Files(0x2020, false, startFolder));
+  auto directory = std::make_unique<ui::DirectoryDialogModel>(startFolder);
+  add("directory", std::move(directory));
+  add("images", Images(imageFolder));
+  add("no images", Images(""));
+  return samples;
+}
+
+}  // namespace sample_windows

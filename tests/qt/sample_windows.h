@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tavhost/ui/toolkit.h"
+
+// One window of each kind, in the states that are worth looking at.
+namespace sample_windows {
+
+struct Sample {
+  std::string name;
+  std::unique_ptr<ui::ModalModel> model;
+};
+
+// `imageFolder` holds the pictures of the image dialog, `startFolder` is where files are chosen.
+std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder);
+
+}  // namespace sample_windows

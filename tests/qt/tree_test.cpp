@@ -1,0 +1,199 @@
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTreeView>
+
+#include "tests/qt/qt_fixture.h"
+
+namespace {
+
+using ui::TreeListBoxModel;
+
+class QtTree : public QtTest {
+ protected:
+  static TreeListBoxModel::Options Multiple() {
+    TreeListBoxModel::Options options;
+    options.multiple = true;
+    options.searchable = true;
+    return options;
+  }
+
+  // 1 with 11 and 12 below, 2 with 21 below, 3.
+  static void Fill(TreeListBoxModel& tree) {
+    tree.Add(1, -1, "one", true);
+    tree.Add(11, 1, "apple", false);
+    tree.Add(12, 1, "banana", false);
+    tree.Add(2, -1, "two", true);
+    tree.Add(21, 2, "apple pie", false);
+    tree.Add(3, -1, "three", false);
+  }
+
+  static QTreeView& View(QDialog& dialog) {
+    return *dialog.findChild<QTreeView*>(QStringLiteral("tree"));
+  }
+  static QPushButton& Button(QDialog& dialog, const char* name) {
+    return *dialog.findChild<QPushButton*>(QLatin1String(name));
+  }
+  static void Type(QDialog& dialog, const char* text) {
+    dialog.findChild<QLineEdit*>(QStringLiteral("search"))->setText(QLatin1String(text));
+  }
+  static std::vector<int> Selected(const TreeListBoxModel& tree) {
+    std::vector<int> ids;
+    for (const auto item : tree.Selected()) ids.push_back(tree.Id(item));
+    return ids;
+  }
+};
+
+TEST_F(QtTree, ArrowKeysAndEnterChooseAnItem) {
+  TreeListBoxModel tree{TreeListBoxModel::Options()};
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) {
+    EXPECT_FALSE(Button(dialog, "ok").isEnabled());
+    QTest::keyClick(&View(dialog), Qt::Key_Home);
+    QTest::keyClick(&View(dialog), Qt::Key_Right);  // opens
+    QTest::keyClick(&View(dialog), Qt::Key_Down);
+    EXPECT_TRUE(Button(dialog, "ok").isEnabled());
+    QTest::keyClick(&View(dialog), Qt::Key_Return);
+  });
+  EXPECT_EQ(tree.EndButton(), "ok");
+  EXPECT_EQ(Selected(tree), (std::vector<int>{11}));
+  EXPECT_TRUE(tree.IsExpanded(tree.Find(1)));
+}
+
+TEST_F(QtTree, CtrlASelectsAllWhereSeveralCanBe) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  tree.ExpandAll();
+  Run(tree, [](QDialog& dialog) {
+    QTest::keyClick(&View(dialog), Qt::Key_A, Qt::ControlModifier);
+    Button(dialog, "ok").click();
+  });
+  EXPECT_EQ(Selected(tree), (std::vector<int>{1, 11, 12, 2, 21, 3}));
+}
+
+TEST_F(QtTree, AFilterShowsMatchesAndWhatLiesAboveThem) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) {
+    Type(dialog, "APPLE");
+    const QAbstractItemModel& items = *View(dialog).model();
+    ASSERT_EQ(items.rowCount(), 2);
+    EXPECT_EQ(items.rowCount(items.index(0, 0)), 1);
+    EXPECT_EQ(items.index(0, 0, items.index(1, 0)).data().toString(), QStringLiteral("apple pie"));
+    Type(dialog, "");
+    EXPECT_EQ(items.rowCount(), 3);
+    EXPECT_FALSE(View(dialog).isExpanded(items.index(0, 0)));
+    Button(dialog, "cancel").click();
+  });
+}
+
+TEST_F(QtTree, WhatAFilterHidesIsKeptButNotReturned) {
+  for (const bool cleared : {true, false}) {
+    TreeListBoxModel tree{Multiple()};
+    Fill(tree);
+    tree.Select(tree.Find(12), true);
+    tree.Select(tree.Find(21), true);
+    Run(
+        tree,
+        [cleared](QDialog& dialog) {
+          Type(dialog, "pie");
+          if (cleared) Type(dialog, "");
+          Button(dialog, "ok").click();
+        },
+        0);
+    EXPECT_EQ(Selected(tree), cleared ? (std::vector<int>{12, 21}) : (std::vector<int>{21}));
+  }
+}
+
+TEST_F(QtTree, SpaceChecksWhereThereAreCheckBoxes) {
+  auto options = Multiple();
+  options.checkBoxes = true;
+  options.parentsSelectable = false;
+  TreeListBoxModel tree(options);
+  Fill(tree);
+  tree.ExpandAll();
+  Run(tree, [](QDialog& dialog) {
+    QTest::keyClick(&View(dialog), Qt::Key_Home);
+    QTest::keyClick(&View(dialog), Qt::Key_Space);  // a parent: it has no box
+    QTest::keyClick(&View(dialog), Qt::Key_Down);
+    QTest::keyClick(&View(dialog), Qt::Key_Space);
+    EXPECT_TRUE(Button(dialog, "ok").isEnabled());
+    Button(dialog, "ok").click();
+  });
+  EXPECT_EQ(Selected(tree), (std::vector<int>{11}));
+}
+
+TEST_F(QtTree, WithSingleSelectionOneCheckReplacesTheOther) {
+  TreeListBoxModel::Options options;
+  options.checkBoxes = true;
+  TreeListBoxModel tree(options);
+  Fill(tree);
+  tree.Select(tree.Find(3), true);
+  Run(tree, [](QDialog& dialog) {
+    QTest::keyClick(&View(dialog), Qt::Key_Home);
+    QTest::keyClick(&View(dialog), Qt::Key_Space);
+    Button(dialog, "ok").click();
+  });
+  EXPECT_EQ(Selected(tree), (std::vector<int>{1}));
+}
+
+TEST_F(QtTree, AddedButtonsStandInPlaceAndWaitForASelection) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  tree.AddButton({"More", "more", 1, true});
+  Run(
+      tree,
+      [&tree](QDialog& dialog) {
+        EXPECT_LT(Button(dialog, "more").x(), Button(dialog, "ok").x());
+        EXPECT_FALSE(Button(dialog, "more").isEnabled());
+        View(dialog).setCurrentIndex(View(dialog).model()->index(2, 0));
+        EXPECT_EQ(Selected(tree), (std::vector<int>{3}));
+        EXPECT_TRUE(Button(dialog, "more").isEnabled());
+        Button(dialog, "more").click();
+      },
+      0);
+  EXPECT_EQ(tree.EndButton(), "more");
+  EXPECT_EQ(tree.Result(), 1);
+}
+
+TEST_F(QtTree, DoubleClickEndsWhenAskedTo) {
+  auto options = TreeListBoxModel::Options();
+  options.endsOnDoubleClick = true;
+  TreeListBoxModel tree(options);
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) {
+    QTreeView& view = View(dialog);
+    const QPoint place = view.visualRect(view.model()->index(2, 0)).center();
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, place);
+  });
+  EXPECT_EQ(tree.EndButton(), "ok");
+  EXPECT_EQ(Selected(tree), (std::vector<int>{3}));
+}
+
+TEST_F(QtTree, EscapeCancels) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+  EXPECT_EQ(tree.EndButton(), "cancel");
+}
+
+TEST_F(QtTree, SizesAreKept) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  tree.size = SV::Size(700, 420);
+  tree.minimum = SV::Size(500, 300);
+  tree.maximum = SV::Size(400, 900);  // its width is below the minimum and gives way
+  tree.buttonWidth = 150;
+  Run(
+      tree,
+      [](QDialog& dialog) {
+        EXPECT_EQ(dialog.minimumSize(), QSize(500, 300));
+        EXPECT_GE(dialog.maximumWidth(), 500);
+        EXPECT_EQ(dialog.maximumHeight(), 900);
+        EXPECT_EQ(Button(dialog, "ok").width(), 150);
+        Button(dialog, "cancel").click();
+      },
+      0);
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""Tests of the include check: each rule lets the right through and refuses the wrong."""
+
+import sys
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
+import check_includes  # noqa: E402
+
+
+def problems(path, text):
+    return check_includes.check_file(path, text, lambda name: not name.startswith("gone"))
+
+
+class CheckIncludesTest(unittest.TestCase):
+    def allowed(self, path, *includes):
+        for include in includes:
+            self.assertEqual(problems(path, f"#include {include}\n"), [], f"{path} {include}")
+
+    def refused(self, path, *includes):
+        for include in includes:
+            found = problems(path, f"// one\n#include {include}\n")
+            self.assertEqual(len(found), 1, f"{path} {include}")
+            self.assertTrue(found[0].startswith(f"{path}:2: "), found[0])
+
+    def test_declarations_stand_by_themselves(self):
+        self.allowed("host/sv/string.h", "<string>", '"host/export.h"')
+        self.refused("host/sv/string.h", '"tavhost/sv/trace.h"', '"plugin/results.h"',
+                     "<boost/asio.hpp>", "<unistd.h>", "<windows.h>", "<QString>")
+        self.allowed("host/windows/files.h", "<windows.h>")
+
+    def test_commands_know_the_declarations(self):
+        self.allowed("commands/files.cpp", "<vector>", '"host/sv/string.h"', '"plugin/results.h"',
+                     '"plugin/checks.h"', '"commands/handlers.h"')
+        self.refused("commands/files.cpp", '"plugin/table.h"', '"tavhost/sv/trace.h"',
+                     "<nlohmann/json.hpp>", "<windows.h>", "<dirent.h>", "<QFile>")
+
+    def test_the_plugin_knows_the_handlers(self):
+        self.allowed("plugin/table.cpp", '"commands/handlers.h"', '"plugin/table.h"',
+                     '"host/script/script_result.h"')
+        self.allowed("plugin/module_windows.cpp", "<windows.h>")
+        self.refused("plugin/table.cpp", '"commands/files.h"', '"tavhost/ui/toolkit.h"')
+
+    def test_libraries_know_lower_ones(self):
+        self.allowed("tavhost/script/parser.cpp", '"tavhost/notation/value.h"', "<utf8.h>",
+                     '"tavhost/sv/trace.h"', '"tavhost/script/lexer.h"', '"tavhost/ui/toolkit.h"',
+                     '"host/notation/kel_value.h"')
+        self.refused("tavhost/notation/value.cpp", '"tavhost/script/parser.h"',
+                     '"tavhost/ui/headless/answers.h"', '"commands/handlers.h"',
+                     '"plugin/table.h"', '"tavhost/app/options.h"', '"tavhost/loader/loader.h"')
+        self.allowed("tavhost/windows/find.cpp", '"tavhost/sv/trace.h"', "<dirent.h>")
+        self.refused("tavhost/sv/trace.cpp", '"tavhost/windows/find.h"')
+        self.refused("tavhost/windows/find.cpp", '"tavhost/core/files.h"', "<windows.h>")
+        self.refused("tavhost/misc/a.cpp", '"tavhost/sv/trace.h"')
+
+    def test_back_ends_loader_and_program(self):
+        self.allowed("tavhost/ui/headless/boxes.cpp", '"tavhost/dialog/list_box.h"')
+        self.refused("tavhost/ui/headless/boxes.cpp", '"tavhost/loader/loader.h"',
+                     '"tavhost/ui/qt/theme.h"', "<QWidget>")
+        self.refused("tavhost/ui/toolkit.h", '"tavhost/dialog/list_box.h"')
+        self.allowed("tavhost/app/run.cpp", '"tavhost/loader/loader.h"', '"tavhost/tools/a.h"',
+                     "<CLI/CLI.hpp>")
+        self.refused("tavhost/app/run.cpp", '"tavhost/ui/qt/module.h"', "<QApplication>",
+                     "<QtWidgets/QDialog>", '"plugin/table.h"')
+
+    def test_qt_has_its_folder(self):
+        self.allowed("tavhost/ui/qt/main_window.cpp", "<QWidget>", "<QtGui/QFont>",
+                     '"tavhost/dialog/list_box.h"', '"main_window.moc"')
+        self.allowed("tavhost/ui/qt/workbench/editor.cpp", "<QPlainTextEdit>")
+        self.refused("tavhost/ui/qt/main_window.cpp", '"tavhost/app/run.h"')
+
+    def test_platform_headers_have_their_files(self):
+        self.allowed("tavhost/core/disk_posix.cpp", "<unistd.h>", "<sys/stat.h>")
+        self.allowed("tavhost/core/disk_windows.cpp", "<windows.h>", "<winhttp.h>", "<io.h>")
+        self.refused("tavhost/core/disk.cpp", "<unistd.h>", "<sys/stat.h>", "<windows.h>")
+        self.refused("tavhost/core/disk_posix.cpp", "<windows.h>")
+        self.refused("tavhost/core/disk_windows.cpp", "<unistd.h>")
+
+    def test_paths_start_at_the_top_folder(self):
+        self.refused("tavhost/sv/string.cpp", '"gone/string.h"')
+
+    def test_unknown_headers_are_refused(self):
+        self.refused("tavhost/sv/string.cpp", "<openssl/ssl.h>", "<made_up>")
+
+    def test_platform_conditionals(self):
+        for line in ("#ifdef _WIN32", "#  if defined(__linux__)", "#ifndef _WIN32",
+                     "#elif defined(_MSC_VER)", "#if 1 && defined( _WIN64 )"):
+            self.assertEqual(len(problems("commands/files.cpp", line + "\n")), 1, line)
+            self.assertEqual(len(problems("tavhost/sv/a.h", line + "\n")), 1, line)
+            for path in ("host/export.h", "host/windows/files.h", "tavhost/sv/a_posix.cpp"):
+                self.assertEqual(problems(path, line + "\n"), [])
+        self.assertEqual(problems("tavhost/sv/a.h", "#ifdef __AVX2__\n// _WIN32\n"), [])
+
+    def test_the_tree_itself_is_read(self):
+        self.assertIn("host/export.h", check_includes.sources())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,563 @@
+#!/usr/bin/env python3
+"""The script service: `tavhost serve` and SERVICE, over real sockets on loopback.
+
+usage: service_test.py [--tavhost PROGRAM] [--wine WINE] [--seconds N] [unittest arguments]
+"""
+import argparse
+import concurrent.futures
+import http.client
+import json
+import os
+import re
+import signal
+import socket
+import stat
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+program = [os.path.join(ROOT, "build", "bin", "tavhost")]
+on_windows = False
+soak_seconds = 60
+
+
+class Service:
+    """`tavhost serve` on a free port."""
+
+    def __init__(self, *options):
+        self.process = subprocess.Popen([*program, "serve", "--port", "0", *options],
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                        stdin=subprocess.DEVNULL)
+        first = self.process.stdout.readline().decode().strip()
+        second = self.process.stdout.readline().decode().strip()
+        self.port = int(re.fullmatch(r"listening on http://127\.0\.0\.1:(\d+)", first).group(1))
+        self.token_file = re.fullmatch(r"token file: (.+)", second).group(1)
+        self.errors = []
+        self.reader = threading.Thread(target=lambda: self.errors.extend(self.process.stderr),
+                                       daemon=True)
+        self.reader.start()
+
+    @property
+    def token_path(self):
+        if not on_windows:
+            return self.token_file
+        prefix = os.environ["WINEPREFIX"]
+        return prefix + "/drive_c" + self.token_file[2:].replace("\\", "/")
+
+    @property
+    def token(self):
+        with open(self.token_path) as file:
+            return file.read().strip()
+
+    def stop(self):
+        if self.process.poll() is None:
+            self.process.terminate()
+        self.process.wait(timeout=20)
+        self.reader.join(timeout=5)
+        self.process.stdout.close()
+        self.process.stderr.close()
+
+    def post(self, path, body, token=None, headers=None, timeout=30):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
+        try:
+            connection.request("POST", path, body.encode() if isinstance(body, str) else body,
+                               {"X-Tavhost-Token": token or self.token, **(headers or {})})
+            reply = connection.getresponse()
+            return reply.status, json.loads(reply.read())
+        finally:
+            connection.close()
+
+    def raw(self, request, timeout=5):
+        """Sends bytes as they are; returns the status code of the answer, None without one."""
+        with socket.create_connection(("127.0.0.1", self.port), timeout=timeout) as connection:
+            try:
+                connection.sendall(request)
+                reply = connection.recv(65536)
+            except (ConnectionError, socket.timeout):
+                return None
+        match = re.match(rb"HTTP/1\.1 (\d+) ", reply)
+        return int(match.group(1)) if match else None
+
+    def head(self, path="/command", method="POST", token=None, host=None, extra=()):
+        lines = [f"{method} {path} HTTP/1.1", f"Host: {host or f'127.0.0.1:{self.port}'}",
+                 f"X-Tavhost-Token: {token or self.token}", *extra]
+        return ("\r\n".join(lines) + "\r\n").encode("latin-1")
+
+
+class Case(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service()
+        cls.addClassCleanup(cls.service.stop)
+
+    def assertAlive(self):
+        status, reply = self.service.post("/command", "GET_DISPLAY_SIZE")
+        self.assertEqual((status, reply["error"]), (200, None))
+
+
+class Requests(Case):
+    def test_command(self):
+        status, reply = self.service.post("/command", "GET_DISPLAY_SIZE")
+        self.assertEqual(status, 200)
+        self.assertEqual(reply, {"variables": {"w": 1920, "h": 1080}, "output": "", "error": None})
+
+    def test_script(self):
+        text = 'x = 1 + 1\nr = (a: "é", b: (1, 2.5, ()))\nprint "hello", x\n'
+        status, reply = self.service.post("/script", text)
+        self.assertEqual(status, 200)
+        self.assertEqual(reply["output"], "hello 2\n")
+        self.assertEqual(reply["variables"]["x"], 2)
+        self.assertEqual(reply["variables"]["r"], {"a": "é", "b": [1, 2.5, []]})
+        self.assertIsNone(reply["error"])
+
+    def test_errors(self):
+        for path, text, wanted in [
+                ("/script", "x = ", "request:1:"), ("/script", "print nothing", "request:1:7: error"),
+                ("/command", "NO_SUCH_COMMAND", 'unknown command "NO_SUCH_COMMAND"'),
+                ("/command", "SLEEP", 'SLEEP: parameter "ms" is missing'),
+                ("/command", "SLEEP ms:(", "1:"), ("/command", "", "one command"),
+                ("/command", "BEEP freq:1 ms:1; BEEP freq:1 ms:1", "one command")]:
+            with self.subTest(text):
+                status, reply = self.service.post(path, text)
+                self.assertEqual(status, 200)
+                self.assertIn(wanted, reply["error"])
+
+    def test_printed_text_stays_when_a_script_fails(self):
+        reply = self.service.post("/script", 'print "so far"\nprint missing')[1]
+        self.assertEqual(reply["output"], "so far\n")
+        self.assertIn("request:2:", reply["error"])
+
+    def test_scripts_start_empty(self):
+        self.service.post("/script", "left = 1")
+        self.assertNotIn("left", self.service.post("/script", "x = 2")[1]["variables"])
+
+    def test_invalid_utf8_is_replaced(self):
+        reply = self.service.post("/script", b'print "a\\xffb"')[1]
+        self.assertEqual(reply["output"], "a\ufffdb\n")
+
+    def test_any_content_type(self):
+        for kind in ["text/plain", "application/json", "application/x-www-form-urlencoded"]:
+            status, reply = self.service.post("/script", "x = 1", headers={"Content-Type": kind})
+            self.assertEqual((status, reply["error"]), (200, None))
+
+    def test_keep_alive_and_order(self):
+        connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=10)
+        for i in range(50):
+            connection.request("POST", "/script", f"x = {i}",
+                               {"X-Tavhost-Token": self.service.token})
+            reply = json.loads(connection.getresponse().read())
+            self.assertEqual(reply["variables"]["x"], i)
+        connection.close()
+
+    def test_pipelined_requests_are_answered_in_order(self):
+        request = b""
+        for i in range(5):
+            body = f"x = {i}".encode()
+            request += self.service.head("/script", extra=[f"Content-Length: {len(body)}"])
+            request += b"\r\n" + body
+        with socket.create_connection(("127.0.0.1", self.service.port), timeout=10) as connection:
+            connection.sendall(request)
+            received = b""
+            while received.count(b'"error":null') < 5:
+                piece = connection.recv(65536)
+                self.assertTrue(piece, received)
+                received += piece
+        self.assertEqual(re.findall(rb'"x":(\d)', received), [b"0", b"1", b"2", b"3", b"4"])
+
+    def test_chunked_body(self):
+        request = (self.service.head("/script", extra=["Transfer-Encoding: chunked"]) +
+                   b"\r\n5\r\nx = 1\r\n0\r\n\r\n")
+        self.assertEqual(self.service.raw(request), 200)
+
+    def test_expect_continue(self):
+        with socket.create_connection(("127.0.0.1", self.service.port), timeout=10) as connection:
+            connection.sendall(self.service.head(
+                "/script", extra=["Content-Length: 5", "Expect: 100-continue"]) + b"\r\n")
+            self.assertTrue(connection.recv(100).startswith(b"HTTP/1.1 100 "))
+            connection.sendall(b"x = 1")
+            self.assertTrue(connection.recv(1000).startswith(b"HTTP/1.1 200 "))
+
+    def test_ipv6(self):
+        try:
+            connection = http.client.HTTPConnection("::1", self.service.port, timeout=10)
+            connection.request("POST", "/command", "GET_DISPLAY_SIZE",
+                               {"X-Tavhost-Token": self.service.token})
+        except OSError:
+            self.skipTest("no IPv6 on this machine")
+        self.assertEqual(connection.getresponse().status, 200)
+        connection.close()
+
+    def test_crash_is_refused(self):
+        reply = self.service.post("/command", "CRASH")[1]
+        self.assertIn("CRASH: refused", reply["error"])
+        reply = self.service.post("/script", 'EXECUTE "CRASH"\nprint "alive"')[1]
+        self.assertEqual(reply["output"], "alive\n")
+        self.assertIn("refused", self.service.post("/script", "CRASH")[1]["error"])
+
+    def test_hundred_clients_at_once(self):
+        def one(i):
+            return self.service.post("/script", f"x = {i}")[1]["variables"]["x"]
+        with concurrent.futures.ThreadPoolExecutor(50) as pool:
+            self.assertEqual(list(pool.map(one, range(100))), list(range(100)))
+
+
+class Protection(Case):
+    def status(self, request):
+        return self.service.raw(request)
+
+    def request(self, body=b"GET_DISPLAY_SIZE", **options):
+        extra = [*options.pop("extra", []), f"Content-Length: {len(body)}"]
+        return self.service.head(extra=extra, **options) + b"\r\n" + body
+
+    def test_token(self):
+        good = self.service.token
+        self.assertRegex(good, r"^[0-9a-f]{32}$")
+        self.assertEqual(self.status(self.request()), 200)
+        for wrong in ["x", good[:-1], good + "0", good.upper() + " ", "0" * 32]:
+            self.assertEqual(self.status(self.request(token=wrong)), 401)
+        without = self.request().replace(b"X-Tavhost-Token: " + good.encode() + b"\r\n", b"")
+        self.assertEqual(self.status(without), 401)
+        self.assertEqual(self.status(self.request(extra=["X-Tavhost-Token: " + good])), 401)
+
+    @unittest.skipIf(os.name == "nt", "modes")
+    def test_token_file_is_private(self):
+        if on_windows:
+            self.skipTest("the system's access lists protect it")
+        self.assertEqual(stat.S_IMODE(os.stat(self.service.token_file).st_mode), 0o600)
+        folder = os.path.dirname(self.service.token_file)
+        self.assertEqual(stat.S_IMODE(os.stat(folder).st_mode), 0o700)
+
+    def test_host(self):
+        port = self.service.port
+        for good in ["localhost", f"localhost:{port}", f"127.0.0.1:{port}", f"[::1]:{port}"]:
+            self.assertEqual(self.status(self.request(host=good)), 200, good)
+        for bad in ["example.com", f"example.com:{port}", "127.0.0.1:1", "127.0.0.1.example.com", ""]:
+            request = self.request(host=bad or " ")
+            self.assertEqual(self.status(request), 403, bad)
+        self.assertEqual(self.status(self.request(extra=["Host: localhost"])), 403)
+
+    def test_origin(self):
+        for bad in ["https://example.com", "null", "http://localhost", "http://127.0.0.1:1"]:
+            self.assertEqual(self.status(self.request(extra=["Origin: " + bad])), 403, bad)
+        own = f"http://127.0.0.1:{self.service.port}"
+        self.assertEqual(self.status(self.request(extra=["Origin: " + own])), 200)
+
+    def test_methods_and_paths(self):
+        for method in ["GET", "PUT", "DELETE", "OPTIONS", "HEAD", "BREW"]:
+            self.assertEqual(self.status(self.request(method=method)), 405, method)
+        for path in ["/", "/other", "/script/", "/command?x"]:
+            self.assertEqual(self.status(self.request(path=path)), 404, path)
+
+    def test_too_long(self):
+        limit = 8 * 1024 * 1024
+        self.assertEqual(self.status(self.service.head(
+            extra=[f"Content-Length: {limit + 1}"]) + b"\r\n"), 413)
+        status, reply = self.service.post("/script", b"#" * limit)
+        self.assertEqual((status, reply["error"]), (200, None))
+        chunk = b"%x\r\n" % 65536 + b"#" * 65536 + b"\r\n"
+        with socket.create_connection(("127.0.0.1", self.service.port), timeout=10) as connection:
+            connection.sendall(self.service.head(extra=["Transfer-Encoding: chunked"]) + b"\r\n")
+            try:
+                for _ in range(140):
+                    connection.sendall(chunk)
+            except ConnectionError:
+                pass
+            try:
+                self.assertIn(b" 413 ", connection.recv(1000))
+            except ConnectionError:
+                pass  # closed before the answer could be read
+        self.assertAlive()
+
+    def test_header_limits(self):
+        self.assertEqual(self.status(self.request(extra=["X-Filler: " + "x" * 20000])), 431)
+        many = [f"X-{i}: y" for i in range(101)]
+        self.assertEqual(self.status(self.request(extra=many)), 431)
+        self.assertEqual(self.status(self.request(extra=many[:90])), 200)
+
+    def test_smuggling(self):
+        body = b"GET_DISPLAY_SIZE"
+        length = f"Content-Length: {len(body)}"
+        for extra in [["Transfer-Encoding: chunked", length], [length, "Content-Length: 5"],
+                      [length, length], ["Transfer-Encoding: identity"],
+                      ["Transfer-Encoding: chunked, identity"], ["Transfer-Encoding: xchunked"],
+                      ["Transfer-Encoding: chunked", "Transfer-Encoding: chunked"],
+                      ["Content-Length: -1"], ["Content-Length: 1x"], ["Content-Length: +16"],
+                      ["Transfer-Encoding : chunked"], ["Bad\x00Name: 1", length]]:
+            with self.subTest(extra):
+                request = self.service.head(extra=extra) + b"\r\n" + body
+                self.assertIn(self.status(request), (400, None))
+        self.assertAlive()
+
+    def test_garbage(self):
+        for request in [b"\x00" * 100, b"GET\r\n\r\n", b"\r\n" * 50, b"POST / HTTP/9.9\r\n\r\n",
+                        bytes(range(256)), b"\x16\x03\x01\x02\x00\x01\x00"]:
+            self.assertIn(self.service.raw(request, timeout=2), (400, 403, 505, None))
+        self.assertAlive()
+
+    def test_slow_clients_keep_nobody_out(self):
+        slow = []
+        for _ in range(200):
+            try:
+                connection = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
+                connection.sendall(b"POST /script HTTP/1.1\r\nHost: ")
+                slow.append(connection)
+            except OSError:
+                pass
+        begin = time.monotonic()
+        self.assertAlive()
+        self.assertLess(time.monotonic() - begin, 5)
+        for connection in slow:
+            connection.close()
+
+    def test_slow_header_ends(self):
+        with socket.create_connection(("127.0.0.1", self.service.port), timeout=20) as connection:
+            connection.sendall(b"POST /script HTTP/1.1\r\n")
+            begin = time.monotonic()
+            self.assertEqual(connection.recv(100), b"")
+            self.assertTrue(8 < time.monotonic() - begin < 15)
+
+
+class Order(unittest.TestCase):
+    def setUp(self):
+        self.service = Service()
+        self.addCleanup(self.service.stop)
+
+    def test_one_at_a_time(self):
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            first = pool.submit(self.service.post, "/script", "SLEEP ms:700\nx = now()")
+            time.sleep(0.2)
+            begin = time.monotonic()
+            second = pool.submit(self.service.post, "/script", "x = now()")
+            done_first = first.result()[1]["variables"]["x"]
+            done_second = second.result()[1]["variables"]["x"]
+            self.assertGreater(time.monotonic() - begin, 0.3)
+        self.assertLessEqual(done_first, done_second)
+
+    def test_a_client_that_leaves_stops_its_script(self):
+        connection = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
+        body = b"while 1 { }"
+        connection.sendall(self.service.head(
+            "/script", extra=[f"Content-Length: {len(body)}"]) + b"\r\n" + body)
+        time.sleep(0.3)
+        connection.close()
+        begin = time.monotonic()
+        status, reply = self.service.post("/script", "x = 1")
+        self.assertEqual((status, reply["error"]), (200, None))
+        self.assertLess(time.monotonic() - begin, 2)
+
+    def test_stop_from_a_request(self):
+        reply = self.service.post("/command", "SERVICE stop")[1]
+        self.assertEqual(reply, {"variables": {"ecode": 0}, "output": "", "error": None})
+        self.assertEqual(self.service.process.wait(timeout=5), 0)
+        self.assertFalse(os.path.exists(self.service.token_path))
+
+    def test_interrupt(self):
+        if on_windows:
+            self.skipTest("signals do not reach programs under Wine")
+        path = self.service.token_path
+        self.service.process.send_signal(signal.SIGINT)
+        self.assertEqual(self.service.process.wait(timeout=5), 130)
+        self.assertFalse(os.path.exists(path))
+
+    def test_interrupt_during_a_script(self):
+        if on_windows:
+            self.skipTest("signals do not reach programs under Wine")
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            pool.submit(lambda: self.service.raw(self.service.head(
+                "/script", extra=["Content-Length: 11"]) + b"\r\nwhile 1 { }"))
+            time.sleep(0.3)
+            self.service.process.send_signal(signal.SIGINT)
+            self.assertEqual(self.service.process.wait(timeout=5), 130)
+
+    def test_log_holds_no_secrets(self):
+        self.service.post("/script", "x = 1")
+        self.service.raw(self.service.head("/a\x7f\x1b[31m", extra=["Content-Length: 0"]) + b"\r\n")
+        time.sleep(0.3)
+        token = self.service.token
+        self.service.stop()
+        time.sleep(0.1)
+        log = b"".join(self.service.errors)
+        self.assertIn(b"POST /script 200", log)
+        self.assertNotIn(token.encode(), log)
+        self.assertNotIn(b"\x1b", log)
+
+
+class FullQueue(unittest.TestCase):
+    def test_busy(self):
+        with tempfile.TemporaryDirectory() as folder:
+            script = os.path.join(folder, "serve.tav")
+            with open(script, "w") as file:
+                file.write("SERVICE start port:(int(args[0])) backlog:2\nprint ecode\n")
+            with socket.create_server(("127.0.0.1", 0)) as free:
+                port = free.getsockname()[1]
+            env = {**os.environ, "XDG_RUNTIME_DIR": folder}
+            process = subprocess.Popen([*program, "run", script, str(port)], env=env,
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            self.addCleanup(process.stdout.close)
+            try:
+                self.assertEqual(process.stdout.readline().strip(), b"0")
+                if on_windows:
+                    return
+                with open(os.path.join(folder, "tavhost", f"token-{port}")) as file:
+                    token = file.read().strip()
+
+                def one(_):
+                    connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+                    connection.request("POST", "/script", "SLEEP ms:400",
+                                       {"X-Tavhost-Token": token})
+                    status = connection.getresponse().status
+                    connection.close()
+                    return status
+                with concurrent.futures.ThreadPoolExecutor(8) as pool:
+                    results = list(pool.map(one, range(8)))
+                self.assertIn(503, results)
+                self.assertGreaterEqual(results.count(200), 3)
+                self.assertEqual(set(results), {200, 503})
+            finally:
+                process.terminate()
+                process.wait(timeout=10)
+
+
+class Commands(unittest.TestCase):
+    """SERVICE as a command."""
+
+    def send(self, *commands):
+        done = subprocess.run([*program, "send", *commands], capture_output=True, timeout=60,
+                              stdin=subprocess.DEVNULL)
+        return done.stdout.decode().replace("\r\n", "\n").splitlines(), done.stderr.decode()
+
+    def free_port(self):
+        with socket.create_server(("127.0.0.1", 0)) as free:
+            return free.getsockname()[1]
+
+    def test_life(self):
+        port = self.free_port()
+        lines, errors = self.send("IS_SCRIPT_SERVICE_RUNNING", f"SERVICE start port:{port}",
+                                  "IS_SCRIPT_SERVICE_RUNNING", f"SERVICE start port:{port}",
+                                  "SERVICE stop", "IS_SCRIPT_SERVICE_RUNNING", "SERVICE stop",
+                                  f"SERVICE start port:{port}", "SERVICE")
+        self.assertEqual(lines, [" result:0", " ecode:0", " result:1", " ecode:1", " ecode:0",
+                                 " result:0", " ecode:1", " ecode:0", " ecode:-1"])
+        self.assertIn(f"port {port}: the service runs already", errors)
+
+    def test_port_in_use(self):
+        with socket.create_server(("127.0.0.1", 0)) as taken:
+            port = taken.getsockname()[1]
+            lines, errors = self.send(f"SERVICE start port:{port}")
+        self.assertEqual(lines, [" ecode:1"])
+        self.assertIn(f"port {port}: ", errors)
+
+    def test_no_such_port(self):
+        lines, errors = self.send("SERVICE start port:70000", "SERVICE start port:-1")
+        self.assertEqual(lines, [" ecode:1", " ecode:1"])
+        self.assertIn("port 70000: ", errors)
+
+    def calls(self, parameters):
+        _, errors = self.send("--trace", "-", "SERVICE " + parameters)
+        return [line for line in errors.splitlines() if line.startswith("TavScriptService::")]
+
+    def test_arguments(self):
+        port = self.free_port()
+        for parameters, wanted in [
+                (f"start port:{port}", f"{port}, 100, 0, 3"),
+                (f"start stop port:{port} backlog:7", f"{port}, 7, 0, 3"),
+                (f"start port:{port} logformat:long output:textfield", f"{port}, 100, 1, 2"),
+                (f'start port:{port} logformat:"long" output:"textfield"', f"{port}, 100, 1, 2"),
+                (f"start port:{port} logformat:Long output:Textfield", f"{port}, 100, 0, 3"),
+                ("start port:0", "0, 100, 0, 3")]:
+            with self.subTest(parameters):
+                self.assertEqual(self.calls(parameters),
+                                 [f"TavScriptService::Start({wanted}, null, true) -> true"])
+        self.assertTrue(self.calls("start")[0].startswith("TavScriptService::Start(80, 100, 0, 3"))
+
+    def test_a_request_never_runs_inside_another_scripts_sleep(self):
+        if on_windows:
+            self.skipTest("needs the token file's place")
+        port = self.free_port()
+        with tempfile.TemporaryDirectory() as folder:
+            script = os.path.join(folder, "outer.tav")
+            with open(script, "w") as file:
+                file.write(f'SERVICE start port:{port}\nprint "up"\nmark = "outer"\n'
+                           'SLEEP ms:800\nprint mark\nprint "end"\n')
+            process = subprocess.Popen([*program, "run", script], stdout=subprocess.PIPE,
+                                       stderr=subprocess.DEVNULL,
+                                       env={**os.environ, "XDG_RUNTIME_DIR": folder})
+            self.addCleanup(process.stdout.close)
+            path = os.path.join(folder, "tavhost", f"token-{port}")
+            while not os.path.exists(path):
+                time.sleep(0.01)
+            time.sleep(0.1)
+            with open(path) as file:
+                token = file.read().strip()
+            connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+            begin = time.monotonic()
+            connection.request("POST", "/script", 'mark = "inner"\nSERVICE stop',
+                               {"X-Tavhost-Token": token})
+            reply = json.loads(connection.getresponse().read())
+            connection.close()
+            self.assertGreater(time.monotonic() - begin, 0.4)
+            self.assertIsNone(reply["error"])
+            self.assertEqual(process.stdout.read().decode().splitlines(), ["up", "outer", "end"])
+            self.assertEqual(process.wait(timeout=10), 0)
+
+
+class Soak(unittest.TestCase):
+    def test_many_clients_none_lost(self):
+        service = Service()
+        self.addCleanup(service.stop)
+        token = service.token
+        deadline = time.monotonic() + soak_seconds
+        latencies = []
+
+        def client(number):
+            connection = http.client.HTTPConnection("127.0.0.1", service.port, timeout=30)
+            count = 0
+            while time.monotonic() < deadline:
+                begin = time.monotonic()
+                connection.request("POST", "/script", f"x = {number * 1000000 + count}",
+                                   {"X-Tavhost-Token": token})
+                reply = json.loads(connection.getresponse().read())
+                latencies.append(time.monotonic() - begin)
+                if reply["variables"] != {"x": number * 1000000 + count, "args": []}:
+                    raise AssertionError(reply)
+                count += 1
+            connection.close()
+            return count
+
+        def resident():
+            with open(f"/proc/{service.process.pid}/statm") as file:
+                return int(file.read().split()[1]) * 4096
+
+        with concurrent.futures.ThreadPoolExecutor(32) as pool:
+            clients = [pool.submit(client, number) for number in range(32)]
+            time.sleep(soak_seconds / 2)
+            middle = resident() if not on_windows else 0
+            total = sum(each.result() for each in clients)
+        self.assertEqual(total, len(latencies))
+        self.assertGreater(total, 100)
+        if not on_windows:
+            self.assertLess(resident(), middle + (16 << 20))
+
+
+def main():
+    global program, on_windows, soak_seconds
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--tavhost")
+    parser.add_argument("--wine")
+    parser.add_argument("--seconds", type=int, default=soak_seconds)
+    options, rest = parser.parse_known_args()
+    soak_seconds = options.seconds
+    if options.tavhost:
+        program = [options.tavhost]
+    if options.wine:
+        program = [options.wine, *program]
+        on_windows = True
+    unittest.main(argv=[sys.argv[0], *rest])
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,43 @@
+#include "tavhost/loader/plugins.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tavhost/loader/library_file.h"
+#include "tavhost/loader/program.h"
+
+namespace {
+
+TEST(Program, KnowsWhereItLies) {
+  EXPECT_TRUE(std::filesystem::is_regular_file(loader::ProgramPath()));
+}
+
+TEST(Plugins, LieBesideTheProgram) {
+  const std::filesystem::path folder = loader::PluginFolder();
+  EXPECT_TRUE(folder.is_absolute());
+  EXPECT_EQ(folder.filename(), "plugins");
+  EXPECT_EQ(folder.string().find(".."), std::string::npos);
+}
+
+TEST(Plugins, AreNotLoadedFromAnythingElse) {
+  loader::Plugins plugins;
+  std::string error;
+  EXPECT_FALSE(plugins.Load("no-such-plugin", error));
+  EXPECT_TRUE(error.starts_with("plug-in \"")) << error;
+  EXPECT_NE(error.find("no-such-plugin\" cannot be read: "), std::string::npos) << error;
+  EXPECT_FALSE(plugins.Load(loader::ProgramPath() + "x", error));
+}
+
+TEST(LibraryFile, IsNotAText) {
+  const auto path = std::filesystem::path(testing::TempDir()) / "text_library";
+  std::ofstream(path) << std::string(200, 'x');
+  EXPECT_EQ(loader::FindFaultOfLibraryFile(path.string()), "is not a shared library");
+  std::ofstream(path, std::ios::trunc) << "";
+  EXPECT_EQ(loader::FindFaultOfLibraryFile(path.string()), "is not a shared library");
+  std::filesystem::remove(path);
+}
+
+}  // namespace

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "host/sv/string.h"
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/text.h"
+
+// Short ways for tests to parse and to look at what came out.
+namespace parsing {
+
+inline SV::String Str(std::string_view text) {
+  return SV::String(text.data(), static_cast<long>(text.size()));
+}
+
+inline std::shared_ptr<const kel::Document> Parse(std::string_view text) {
+  kel::ParseError error;
+  return kel::Document::Parse(Str(text), error);
+}
+
+// "LINE:COLUMN: MESSAGE", or "parsed".
+inline std::string ErrorOf(std::string_view text) {
+  kel::ParseError error;
+  if (kel::Document::Parse(Str(text), error)) return "parsed";
+  return std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.message;
+}
+
+// The elements of a text written again, joined by " | "; or the error.
+inline std::string Reparsed(std::string_view text) {
+  const auto document = Parse(text);
+  if (!document) return ErrorOf(text);
+  SV::String out;
+  for (std::uint32_t i = 0; i < document->Count(); ++i) {
+    if (i > 0) out += SV::String(" | ");
+    kel::AppendKel(out, document->Elements()[i]);
+  }
+  return std::string(out.View());
+}
+
+}  // namespace parsing

@@ -1,0 +1,184 @@
+// What a walk relies on while others change the tree under it.
+#include "tavhost/windows/walk.h"
+
+#include <sys/resource.h>
+
+#include "host/windows/directories.h"
+#include "host/windows/files.h"
+#include "tests/unit/windows/scratch_folder.h"
+
+namespace {
+
+class Walk : public ScratchFolder {
+ protected:
+  void TearDown() override {
+    EXPECT_FALSE(windows::AreSearchesOpen());
+    ScratchFolder::TearDown();
+  }
+
+  // A search that has returned `name`.
+  static HANDLE SearchAt(const char* pattern, const char* name) {
+    WIN32_FIND_DATAA data;
+    HANDLE search = FindFirstFileA(pattern, &data);
+    EXPECT_NE(search, INVALID_HANDLE_VALUE);
+    while (std::string(data.cFileName) != name) {
+      if (!FindNextFileA(search, &data)) {
+        ADD_FAILURE() << "no " << name;
+        break;
+      }
+    }
+    return search;
+  }
+
+  static void SwapForLink(const std::string& directory, const std::string& target) {
+    std::filesystem::rename(directory, directory + "-aside");
+    std::filesystem::create_directory_symlink(target, directory);
+  }
+};
+
+TEST_F(Walk, ADirectorySwappedForALinkIsNotEntered) {
+  Write("tree/sub/file", "x");
+  Write("outside/file", "keep");
+  HANDLE search = SearchAt("tree\\*", "sub");
+  SwapForLink("tree/sub", folder_ + "/outside");
+  WIN32_FIND_DATAA data;
+  EXPECT_EQ(FindFirstFileA("tree\\sub\\*", &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(FindFirstFileA("tree\\sub", &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(DeleteFileA("tree\\sub\\file"), 0);
+  EXPECT_EQ(RemoveDirectoryA("tree\\sub"), 0);
+  EXPECT_EQ(CopyFileA("tree\\sub\\file", "copy", FALSE), 0);
+  EXPECT_EQ(MoveFileA("tree\\sub\\file", "moved"), 0);
+  FindClose(search);
+  EXPECT_EQ(Read("outside/file"), "keep");
+}
+
+TEST_F(Walk, ADirectorySwappedForAnotherDirectoryIsNotEntered) {
+  Write("tree/sub/file", "x");
+  Write("outside/file", "keep");
+  HANDLE search = SearchAt("tree\\*", "sub");
+  std::filesystem::rename("tree/sub", "aside");
+  std::filesystem::rename("outside", "tree/sub");
+  WIN32_FIND_DATAA data;
+  EXPECT_EQ(FindFirstFileA("tree\\sub\\*", &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(DeleteFileA("tree\\sub\\file"), 0);
+  FindClose(search);
+  EXPECT_EQ(Read("tree/sub/file"), "keep");
+}
+
+TEST_F(Walk, ASwapAfterTheInnerSearchBeganChangesNothingOutside) {
+  Write("tree/sub/file", "x");
+  Write("outside/file", "keep");
+  HANDLE outer = SearchAt("tree\\*", "sub");
+  HANDLE inner = SearchAt("tree\\sub\\*", "file");
+  SwapForLink("tree/sub", folder_ + "/outside");
+  // The file goes where the search found it.
+  EXPECT_NE(DeleteFileA("tree\\sub\\file"), 0);
+  FindClose(inner);
+  EXPECT_EQ(RemoveDirectoryA("tree\\sub"), 0);
+  FindClose(outer);
+  EXPECT_EQ(Read("outside/file"), "keep");
+  EXPECT_FALSE(Exists("tree/sub-aside/file"));
+}
+
+TEST_F(Walk, AMadeTargetDirectorySwappedForALinkIsNotFilled) {
+  Write("tree/sub/file", "x");
+  _mkdir("to");
+  _mkdir("outside");
+  HANDLE outer = SearchAt("tree\\*", "sub");
+  EXPECT_NE(CreateDirectoryA("to\\sub", nullptr), 0);
+  SwapForLink("to/sub", folder_ + "/outside");
+  EXPECT_EQ(GetFileAttributesA("to\\sub"), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(CopyFileA("tree\\sub\\file", "to\\sub\\file", FALSE), 0);
+  EXPECT_EQ(CreateDirectoryA("to\\sub\\deeper", nullptr), 0);
+  FindClose(outer);
+  EXPECT_EQ(CountEntries("outside"), 0);
+}
+
+TEST_F(Walk, ALinkWhereADirectoryIsToBeMadeIsNotFilled) {
+  Write("tree/sub/file", "x");
+  _mkdir("to");
+  _mkdir("outside");
+  std::filesystem::create_directory_symlink("../outside", "to/sub");
+  HANDLE outer = SearchAt("tree\\*", "sub");
+  EXPECT_EQ(CreateDirectoryA("to\\sub", nullptr), 0);
+  EXPECT_EQ(GetFileAttributesA("to\\sub"), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(CopyFileA("tree\\sub\\file", "to\\sub\\file", FALSE), 0);
+  FindClose(outer);
+  EXPECT_EQ(CountEntries("outside"), 0);
+}
+
+TEST_F(Walk, ATreeIsNotCopiedIntoItself) {
+  Write("tree/sub/deep/file", "x");
+  symlink("tree/sub", "alias");
+  HANDLE search = SearchAt("tree", "tree");
+  for (const char* target : {"tree\\tree", "tree\\sub\\tree", "tree\\sub\\deep\\tree",
+                             "alias\\tree", "alias\\deep\\tree"}) {
+    EXPECT_EQ(CreateDirectoryA(target, nullptr), 0) << target;
+    EXPECT_FALSE(Exists(target));
+    EXPECT_EQ(GetFileAttributesA(target), INVALID_FILE_ATTRIBUTES) << target;
+  }
+  EXPECT_NE(CreateDirectoryA("beside", nullptr), 0);
+  EXPECT_NE(CreateDirectoryA("beside\\tree", nullptr), 0);
+  FindClose(search);
+  EXPECT_NE(CreateDirectoryA("tree\\tree", nullptr), 0);
+}
+
+TEST_F(Walk, AClosedSearchRemembersNothing) {
+  Write("tree/sub/file", "x");
+  HANDLE search = SearchAt("tree\\*", "sub");
+  SwapForLink("tree/sub", folder_ + "/tree/sub-aside");
+  EXPECT_EQ(DeleteFileA("tree\\sub\\file"), 0);
+  FindClose(search);
+  EXPECT_NE(DeleteFileA("tree\\sub\\file"), 0);
+}
+
+TEST_F(Walk, TheCurrentDirectoryMayChangeUnderASearch) {
+  Write("tree/sub/file", "x");
+  Write("other/tree/sub/file", "y");
+  HANDLE search = SearchAt("tree\\*", "sub");
+  ASSERT_EQ(_chdir("other"), 0);
+  EXPECT_NE(DeleteFileA("tree\\sub\\file"), 0);
+  EXPECT_FALSE(Exists("tree/sub/file"));
+  ASSERT_EQ(_chdir(".."), 0);
+  FindClose(search);
+  EXPECT_EQ(Read("tree/sub/file"), "x");
+}
+
+// Removes a tree as the commands do.
+bool RemoveTree(const std::string& pattern, const std::string& directory) {
+  WIN32_FIND_DATAA data;
+  HANDLE search = FindFirstFileA(pattern.c_str(), &data);
+  if (search == INVALID_HANDLE_VALUE) return false;
+  bool success = true;
+  do {
+    const std::string name = data.cFileName;
+    if (name == "." || name == "..") continue;
+    const std::string path = directory + "\\" + name;
+    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+      success = DeleteFileA(path.c_str()) != 0;
+    } else {
+      success = RemoveTree(path + "\\*", path) && RemoveDirectoryA(path.c_str()) != 0;
+    }
+  } while (success && FindNextFileA(search, &data));
+  FindClose(search);
+  return success;
+}
+
+TEST_F(Walk, GoesDeeperThanDescriptorsAndPathsReach) {
+  struct rlimit before;
+  getrlimit(RLIMIT_NOFILE, &before);
+  struct rlimit few = before;
+  few.rlim_cur = 256;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::string path = "deep";
+  ASSERT_EQ(_mkdir(path.c_str()), 0);
+  for (int level = 0; level < 1500; ++level) {
+    path += "\\level";
+    ASSERT_EQ(_mkdir(path.c_str()), 0) << level;
+  }
+  EXPECT_TRUE(RemoveTree("deep", "."));
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_FALSE(Exists("deep"));
+}
+
+}  // namespace
