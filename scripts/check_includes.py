@@ -87,10 +87,14 @@ def quoted_problem(path, included):
         return None
     if there == "tavhost/ui/qt" and here != "tavhost/ui/qt":
         return "the Qt module is loaded, never linked"
-    if here in ("tavhost/loader", "tavhost/app"):
+    if here == "tavhost/app":
         return None
     if there == "tavhost/app":
         return "only app/ knows app/"
+    if here in ("tavhost/loader", "tavhost/check"):
+        return None
+    if there == "tavhost/check" and not here.startswith("tavhost/ui/qt"):
+        return "check stands above the libraries"
     if here == "tavhost/ui/qt":
         return None
     if here == "tavhost/ui/headless":

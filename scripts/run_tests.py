@@ -215,6 +215,9 @@ def groups(options):
         "native": [("includes", include_check), ("tests of the runners", python_tests),
                    ("unit tests and checks", lambda: ctest(options.build)),
                    ("script tests", lambda: script_tests("--tavhost", options.build / "bin/tavhost")),
+                   ("seeded mistakes", lambda: by_summary(
+                       [sys.executable, ROOT / "tests/check/run.py",
+                        "--tavhost", options.build / "bin/tavhost"])),
                    ("every parameter", lambda: reference_tests(
                        "sweep.py", "--tavhost", options.build / "bin/tavhost")),
                    ("examples of the commands", lambda: reference_tests(

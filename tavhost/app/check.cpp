@@ -1,3 +1,5 @@
+#include "tavhost/check/check.h"
+
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -7,42 +9,61 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
-#include "tavhost/script/runner.h"
 
 namespace app {
 
 namespace {
 
-nlohmann::ordered_json ToJson(const script::Diagnostic& diagnostic) {
-  return {{"file", diagnostic.file},
-          {"line", diagnostic.line},
-          {"column", diagnostic.column},
-          {"severity", "error"},
-          {"message", diagnostic.message}};
+nlohmann::ordered_json ToJson(const check::Finding& finding) {
+  nlohmann::ordered_json json = {
+      {"file", finding.file},
+      {"line", finding.line},
+      {"column", finding.column},
+      {"length", finding.length},
+      {"severity", finding.severity == check::Severity::kError ? "error" : "hint"},
+      {"message", finding.message}};
+  if (!finding.replacement.empty()) json["replacement"] = finding.replacement;
+  return json;
 }
 
 }  // namespace
 
 int CheckScripts(const CommandLine& line) {
   auto all = nlohmann::ordered_json::array();
-  bool unreadable = false;
+  bool isUnreadable = false;
+  bool hasErrors = false;
+  check::AnswersFile answers;
+  const std::string answersName = line.options.answers.value_or("");
+  const bool hasAnswers = !answersName.empty() && answersName != "accept" &&
+                          answersName != "cancel" && answersName != "ask";
+  if (hasAnswers) {
+    std::string error;
+    const auto text = ReadWholeFile(answersName, error);
+    if (!text) {
+      WriteError("tavhost: cannot read " + answersName + ": " + error + "\n");
+      return kExitUsage;
+    }
+    answers = {answersName, *text};
+  }
   for (const std::string& name : line.operands) {
     const auto source = ReadScript(name);
     if (!source) {
-      unreadable = true;
+      isUnreadable = true;
       continue;
     }
-    for (const script::Diagnostic& diagnostic : script::Check(source->text, source->name)) {
-      if (!line.json) Print(diagnostic.text);
-      all.push_back(ToJson(diagnostic));
+    for (const check::Finding& finding :
+         check::CheckScript(source->text, source->name, hasAnswers ? &answers : nullptr)) {
+      if (!line.json) Print(finding.text);
+      hasErrors = hasErrors || finding.severity == check::Severity::kError;
+      all.push_back(ToJson(finding));
     }
   }
   // A script may hold any bytes, JSON only UTF-8.
   if (line.json) {
     Print(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
   }
-  if (unreadable) return kExitUsage;
-  return all.empty() ? kExitSuccess : kExitScriptError;
+  if (isUnreadable) return kExitUsage;
+  return hasErrors ? kExitScriptError : kExitSuccess;
 }
 
 }  // namespace app

@@ -23,6 +23,8 @@ std::string Arguments(unsigned count) {
   return std::to_string(count) + (count == 1 ? " argument" : " arguments");
 }
 
+}  // namespace
+
 std::string ArityText(std::string_view name, unsigned least, unsigned most, unsigned given) {
   std::string text = '"' + std::string(name) + "\" takes ";
   if (most == kAnyNumber) {
@@ -34,8 +36,6 @@ std::string ArityText(std::string_view name, unsigned least, unsigned most, unsi
   }
   return text + ", not " + std::to_string(given);
 }
-
-}  // namespace
 
 const kel::Value* Compiler::ConstantOf(const Expr* expr) const {
   return expr->kind == ExprKind::kConstant ? &program_.constants[expr->index] : nullptr;

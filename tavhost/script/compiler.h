@@ -9,6 +9,9 @@
 
 namespace script {
 
+// What is wrong with the number of arguments of a call.
+std::string ArityText(std::string_view name, unsigned least, unsigned most, unsigned given);
+
 // Turns one parsed function into code. Variables are registers of their own; values in between
 // lie in registers above them, used like a stack.
 class Compiler {

@@ -33,7 +33,7 @@ CommandElement* Parser::ParseElement(Statement* command) {
   while (!AtStatementEnd()) {
     if (command && Peek() == '-' && Peek(1) == '>') {
       at_ += 2;
-      command->slot = Slot(ReadName("a variable's name"));
+      SetVariable(command, ReadName("a variable's name"));
       break;
     }
     if (!kel::IsNameStart(*at_)) {
@@ -81,13 +81,16 @@ void Parser::ParseAttribute(CommandElement* element, CommandAttribute*& last) {
 
 CommandValue Parser::ParseCommandValue(bool isMain) {
   CommandValue value;
+  value.offset = Offset();
   const char first = Peek();
   if (at_ == end_) FailExpected("a value");
   if (first == '(') {
     value.kind = CommandValueKind::kExpr;
     value.expr = ParseParentheses();
   } else if (first == '{') {
+    const std::uint32_t offset = value.offset;
     value = ParseBody();
+    value.offset = offset;
   } else if (first == '"') {
     const kel::ScannedString scanned = kel::ScanString(at_, end_);
     if (scanned.error) {

@@ -27,6 +27,11 @@ Statement* Parser::NewStatement(StatementKind kind, std::uint32_t offset) {
   return statement;
 }
 
+void Parser::SetVariable(Statement* statement, std::string_view name) {
+  statement->slot = Slot(name);
+  statement->slotOffset = OffsetOf(name);
+}
+
 Statement* Parser::ParseBlock() {
   Require('{', "\"{\"");
   const Nesting nesting(*this);
@@ -188,7 +193,7 @@ Statement* Parser::ParseIf(std::uint32_t offset) {
 
 Statement* Parser::ParseFor(std::uint32_t offset) {
   Statement* statement = NewStatement(StatementKind::kForIn, offset);
-  statement->slot = Slot(ReadName("a variable's name"));
+  SetVariable(statement, ReadName("a variable's name"));
   if (SkipWord("in")) {
     statement->expr = ParseExpression();
   } else if (SkipWord("from")) {
@@ -209,7 +214,7 @@ Statement* Parser::ParseTry(std::uint32_t offset) {
   statement->body = ParseBlock();
   if (!SkipToWord("catch")) FailExpected("\"catch\"");
   SkipBlanks();
-  if (Peek() != '{') statement->slot = Slot(ReadName("a variable's name or \"{\""));
+  if (Peek() != '{') SetVariable(statement, ReadName("a variable's name or \"{\""));
   statement->otherwise = ParseBlock();
   return statement;
 }
@@ -234,7 +239,7 @@ Statement* Parser::ParsePrint(std::uint32_t offset) {
 Statement* Parser::ParseAssignment(std::string_view name) {
   RequireVariable(name);
   Statement* statement = NewStatement(StatementKind::kAssign, OffsetOf(name));
-  statement->slot = Slot(name);
+  SetVariable(statement, name);
   Item** next = &statement->items;
   for (SkipBlanks(); Peek() == '[' || Peek() == '.'; SkipBlanks()) {
     Item* key = NewNode<Item>(arena_);

@@ -73,6 +73,7 @@ class Parser {
   void ParseGlobal();
   Statement* ParseSend(std::uint32_t offset);
   Statement* NewStatement(StatementKind kind, std::uint32_t offset);
+  void SetVariable(Statement* statement, std::string_view name);
   Statement* ParseLoopBody();
   bool SkipToWord(std::string_view word);
 

@@ -25,6 +25,11 @@ class Source {
   };
   Place PlaceOf(std::uint32_t offset) const;
 
+  // The offset of a piece of this text.
+  std::uint32_t OffsetOf(std::string_view part) const {
+    return static_cast<std::uint32_t>(part.data() - Text().data());
+  }
+
   // The offset of a place, `otherwise` when the text has no such place.
   std::uint32_t OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise) const;
 

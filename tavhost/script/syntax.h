@@ -77,6 +77,7 @@ struct CommandElement;
 struct CommandValue {
   CommandValueKind kind = CommandValueKind::kNone;
   bool escaped = false;
+  std::uint32_t offset = 0;
   std::int32_t integer = 0;
   double real = 0;
   std::string_view text;  // word or string, without the quotes
@@ -123,7 +124,8 @@ struct Statement {
   StatementKind kind = StatementKind::kCall;
   std::uint32_t offset = 0;
   std::uint32_t slot = kNoSlot;
-  std::uint32_t count = 0;  // path or items
+  std::uint32_t slotOffset = 0;  // of the variable's name
+  std::uint32_t count = 0;       // path or items
   Expr* expr = nullptr;
   Expr* second = nullptr;
   Expr* third = nullptr;

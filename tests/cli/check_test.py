@@ -28,7 +28,44 @@ class CheckTest(ProgramTest):
         self.assertEqual((result.err, result.code), ("", 1), result)
         (found,) = json.loads(result.out)
         self.assertTrue(found.pop("message"))
-        self.assertEqual(found, {"file": "c.tav", "line": 1, "column": 9, "severity": "error"})
+        self.assertEqual(found, {"file": "c.tav", "line": 1, "column": 9, "length": 1,
+                                 "severity": "error"})
+
+    def test_what_is_likely_meant(self):
+        self.file("c.tav", 'FREAD fiel:"a.txt"\n')
+        result = self.run_program("check", "c.tav")
+        self.assertEqual(result.out, 'c.tav:1:7: error: FREAD: unknown parameter "fiel"; did you '
+                                     'mean "file"?\nFREAD fiel:"a.txt"\n      ^\n')
+        (found,) = json.loads(self.run_program("check", "--json", "c.tav").out)
+        self.assertEqual((found["length"], found["replacement"]), (4, "file"))
+
+    def test_hints_are_no_mistakes(self):
+        self.file("c.tav", 'QUERYBOX "Go on?" yes-no\n')
+        result = self.run_program("check", "c.tav")
+        self.assertEqual((result.err, result.code), ("", 0), result)
+        self.assertTrue(result.out.startswith("c.tav:1:1: hint: QUERYBOX: "), result)
+        (found,) = json.loads(self.run_program("check", "--json", "c.tav").out)
+        self.assertEqual(found["severity"], "hint")
+
+    def test_answers(self):
+        self.file("c.tav", 'INFOBOX "x"\n')
+        self.file("good.kel", "MESSAGE_BOX\n")
+        self.file("bad.kel", "# one\n  LIST_BOX\n")
+        self.expect(["check", "c.tav", "--answers", "good.kel"])
+        self.expect(["check", "--answers", "bad.kel", "c.tav"], code=1, out=(
+            "bad.kel:2:3: error: no run of the script takes this answer: INFOBOX in line 1 is "
+            "answered by MESSAGE_BOX\n  LIST_BOX\n  ^\n"))
+        self.assertEqual(self.run_program("check", "c.tav", "--answers", "absent").code, 2)
+
+    def test_a_long_and_deep_script(self):
+        lines = ["x = 1", "while x < 3 { x = x + 1 }"]
+        for i in range(4000):
+            lines.append(f'if x == {i} {{ y{i % 50} = x; QUERYBOX "?" yes-no }} else {{ y = 2 }}')
+        lines += ["while x {" * 400, "x = 0", "}" * 400]
+        lines.append("if x { z = 1 }" + "".join(f" else if x == {i} {{ z = {i} }}"
+                                                for i in range(4000)))
+        self.file("c.tav", "\n".join(lines) + "\nprint z, endbutton\n")
+        self.expect(["check", "c.tav"])
 
     def test_json_of_a_script_that_is_no_utf8(self):
         self.file("c.tav", b"print \xff\xfe\n")

@@ -1,8 +1,9 @@
-// The script language: any text is parsed and compiled, and what compiles is run for a while.
+// The script language: any text is parsed, checked and compiled, and what compiles is run for a while.
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "tavhost/check/check.h"
 #include "tavhost/script/ports.h"
 #include "tavhost/script/runner.h"
 
@@ -40,6 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto mistakes = script::Check(text, "fuzz.tav");
   for (const auto& mistake : mistakes) {
     if (mistake.line == 0 || mistake.column == 0 || mistake.text.empty()) __builtin_trap();
+  }
+  for (const auto& finding : check::CheckScript(text, "fuzz.tav")) {
+    if (finding.line == 0 || finding.length == 0 || finding.text.empty()) __builtin_trap();
   }
   if (!mistakes.empty() || MayRunLong(bytes)) return 0;
   script::RunOptions options;
