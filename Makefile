@@ -38,7 +38,8 @@ faults: build  ## the file commands under a fault at every system call, extreme 
 	tests/faults/run.py --long
 
 .PHONY: soak
-soak: build  ## the script service under 32 clients for an hour (SOAK_SECONDS=3600)
+soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
+	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'
 	tests/service/service_test.py --seconds $(or $(SOAK_SECONDS),3600) Soak
 
 .PHONY: bench

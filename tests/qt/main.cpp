@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <QSettings>
+#include <QTemporaryDir>
 
 int main(int count, char** arguments) {
   testing::InitGoogleTest(&count, arguments);
+  const QTemporaryDir settings;  // never the user's own
+  QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
   return RUN_ALL_TESTS();
 }

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "tavhost/ui/qt/remembered_sizes.h"
 #include "tavhost/ui/qt/text.h"
 
 namespace ui {
@@ -97,6 +98,7 @@ QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
 }
 
 QtToolkit::~QtToolkit() {
+  if (host_.isStopRequested()) tone_.Stop();
   modeless_.clear();
   wakeUp_.reset();
 }
@@ -143,7 +145,17 @@ void QtToolkit::RunModal(ModalModel& window) {
   if (options_.answers && options_.answers->AnswersWindows()) {
     AnswerWithoutUser(*view);
   } else {
+    const QString kind = QString::fromLatin1(PictureName(window.Kind()));
+    // A size that the script gives comes before one that the user likes.
+    if (const auto remembered = remembered_sizes::Find(kind); remembered && !size) {
+      window.size = SV::Size(remembered->width(), remembered->height());
+    }
+    view->Open(kKeyGuardMilliseconds);
+    const QSize opened = view->Dialog().size();
     LetUserAnswer(*view);
+    if (view->Dialog().size() != opened && !view->Dialog().isMaximized() && !size) {
+      remembered_sizes::Keep(kind, view->Dialog().size());
+    }
   }
   view->Dialog().hide();
   window.size = size;  // the view's own choice is none of the model's
@@ -180,7 +192,6 @@ void QtToolkit::AnswerWithoutUser(ModalView& view) {
 }
 
 void QtToolkit::LetUserAnswer(ModalView& view) {
-  view.Open(kKeyGuardMilliseconds);
   bool pictured = options_.screenshots.empty();
   while (!view.Model().HasEnded() && !host_.isStopRequested()) {
     application_->processEvents(pictured ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
@@ -262,7 +273,9 @@ bool QtToolkit::CopyToClipboard(std::string_view utf8) {
   return QGuiApplication::clipboard()->text() == text;
 }
 
-void QtToolkit::Beep(std::uint32_t, std::uint32_t) { QApplication::beep(); }
+void QtToolkit::Beep(std::uint32_t frequency, std::uint32_t milliseconds) {
+  if (!tone_.Play(frequency, milliseconds)) QApplication::beep();
+}
 
 std::optional<PrinterInfo> QtToolkit::DefaultPrinter() {
   if (!options_.printer.empty()) {

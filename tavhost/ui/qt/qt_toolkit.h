@@ -8,6 +8,7 @@
 
 #include "tavhost/ui/qt/message_window_view.h"
 #include "tavhost/ui/qt/modal_view.h"
+#include "tavhost/ui/qt/tone.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -52,6 +53,7 @@ class QtToolkit final : public Toolkit {
   std::unique_ptr<QSocketNotifier> wakeUp_;
   std::vector<ModalView*> open_;  // the modal windows, the last on top
   std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> modeless_;
+  Tone tone_;
   int pictures_ = 0;
 };
 

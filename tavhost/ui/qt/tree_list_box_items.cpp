@@ -144,10 +144,15 @@ QVariant TreeListBoxItems::Decoration(Handle item) const {
     if (isNew) place->second = IconOf(*source);
     return place->second;
   };
-  const QIcon first = icon(tree_.Image(item, false));
-  const QIcon second = icon(tree_.Image(item, true));
+  const auto& firstSource = tree_.Image(item, false);
+  const auto& secondSource = tree_.Image(item, true);
+  const QIcon first = icon(firstSource);
+  const QIcon second = icon(secondSource);
   if (second.isNull()) return first.isNull() ? QVariant() : QVariant(first);
-  return first.isNull() ? QVariant(second) : QVariant(Pair(first, second));
+  if (first.isNull()) return second;
+  const auto [place, isNew] = pairs_.try_emplace({firstSource.get(), secondSource.get()});
+  if (isNew) place->second = Pair(first, second);
+  return place->second;
 }
 
 QVariant TreeListBoxItems::data(const QModelIndex& index, int role) const {

@@ -3,7 +3,9 @@
 #include <QAbstractItemModel>
 #include <QIcon>
 #include <QString>
+#include <map>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "tavhost/ui/tree_list_box_model.h"
@@ -49,6 +51,7 @@ class TreeListBoxItems final : public QAbstractItemModel {
   std::unordered_map<TreeListBoxModel::Handle, std::vector<TreeListBoxModel::Handle>> children_;
   std::unordered_map<TreeListBoxModel::Handle, int> rows_;
   mutable std::unordered_map<const ImageSource*, QIcon> icons_;
+  mutable std::map<std::pair<const ImageSource*, const ImageSource*>, QIcon> pairs_;
 };
 
 }  // namespace ui
