@@ -9,6 +9,8 @@ namespace SV {
 class TAV_HOST_API Edit : public Window {
  public:
   virtual void ChangeSelection(const Selection& selection);
+  // Brings the selection's end into view.
+  virtual void ShowSelection();
   Selection GetSelection() const { return selection_; }
 
  protected:

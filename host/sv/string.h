@@ -66,13 +66,21 @@ class TAV_HOST_API String {
   std::string_view View() const noexcept { return {buffer_->Data(), buffer_->length}; }
 
  private:
-  // The head of a buffer; the bytes and a NUL follow it.
+  friend class TextHistory;  // of the host: texts that grow while they are shared
+
+  // The head of a buffer; room for `capacity` bytes and a NUL follows it.
   struct Buffer {
+    static constexpr std::uint32_t kInHistory = 0x80000000;  // no capacity comes near
+
     std::uint32_t sharers;
     std::uint32_t length;
-    std::uint32_t capacity;
+    std::uint32_t capacity;  // with kInHistory: known to TextHistory
+    std::uint32_t begin;     // bytes cut off at the start
 
-    char* Data() noexcept { return reinterpret_cast<char*>(this + 1); }
+    char* Room() noexcept { return reinterpret_cast<char*>(this + 1); }
+    char* Data() noexcept { return Room() + begin; }
+    bool IsInHistory() const noexcept { return (capacity & kInHistory) != 0; }
+    std::uint32_t Capacity() const noexcept { return capacity & ~kInHistory; }
   };
   // The one buffer of all empty strings: never counted, never changed, never freed.
   struct EmptyBuffer {
@@ -88,6 +96,8 @@ class TAV_HOST_API String {
   }
   // Gives this string a buffer of its own that can hold `capacity` bytes, contents kept.
   void MakeOwn(long capacity);
+  // Whether bytes may be put behind the text, or cut off before it, in the buffer as it is.
+  bool MayChangeEnds() const noexcept;
 
   Buffer* buffer_;
 };

@@ -13,5 +13,6 @@
 #else
 #include "host/windows/clock.h"
 #include "host/windows/files.h"
+#include "host/windows/messages.h"
 #include "host/windows/wait.h"
 #endif

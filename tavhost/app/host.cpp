@@ -4,6 +4,7 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/core/database_area.h"
+#include "tavhost/dialog/work_window.h"
 #include "tavhost/script/ports.h"
 #include "tavhost/script/script_service.h"
 #include "tavhost/sv/main_frames.h"
@@ -99,6 +100,7 @@ std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
   }
   database_area::SetFolder(options.databaseFolder);
   main_frames::Create();
+  work_window::Create();
   if (options.modelWindow) modeling_shell::SetModelWindow(true);
   script::RegisterHostPorts();
   if (!host->LoadPlugins(options, exitCode)) return nullptr;
@@ -110,6 +112,7 @@ std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
 Host::~Host() {
   script::service::Shutdown();  // its requests need the plug-ins
   plugins_.reset();             // what a plug-in still holds needs the windows
+  work_window::Destroy();
   main_frames::Destroy();
   ui::SetToolkit(nullptr);
   trace::Close();

@@ -10,10 +10,11 @@
 #include <stdexcept>
 
 #include "tavhost/sv/buffer_memory.h"
+#include "tavhost/sv/text_history.h"
 
 namespace SV {
 
-constinit String::EmptyBuffer String::empty_ = {{1, 0, 0}, '\0'};
+constinit String::EmptyBuffer String::empty_ = {{1, 0, 0, 0}, '\0'};
 
 namespace {
 
@@ -28,7 +29,7 @@ long LengthOf(const char* text) {
   return static_cast<long>(length);
 }
 
-constexpr std::size_t kHeader = 3 * sizeof(std::uint32_t);  // of a buffer, before its text
+constexpr std::size_t kHeader = 4 * sizeof(std::uint32_t);  // of a buffer, before its text
 
 // Bytes left free in front of a buffer so that its text begins where a cache line does: the system
 // fills an odd place more than twice as slowly. Short texts are not worth the room.
@@ -53,11 +54,13 @@ String::Buffer* String::Allocate(long capacity) {
   buffer->sharers = 1;
   buffer->length = 0;
   buffer->capacity = static_cast<std::uint32_t>(capacity);
+  buffer->begin = 0;
   buffer->Data()[0] = '\0';
   return buffer;
 }
 
 void String::Free(Buffer* buffer) noexcept {
+  if (buffer->IsInHistory()) TextHistory::Forget(buffer);
   const std::size_t capacity = buffer->capacity;
   buffer_memory::Free(reinterpret_cast<char*>(buffer) - Gap(capacity), BlockSize(capacity));
 }
@@ -91,7 +94,8 @@ String& String::operator=(const String& other) noexcept {
 }
 
 void String::MakeOwn(long capacity) {
-  if (buffer_->sharers == 1 && capacity <= static_cast<long>(buffer_->capacity)) {
+  if (buffer_->sharers == 1 && !buffer_->IsInHistory() &&
+      capacity <= static_cast<long>(buffer_->capacity - buffer_->begin)) {
     if (buffer_->capacity != 0 || capacity == 0) return;
   }
   Buffer* own = Allocate(std::max(capacity, Len()));
@@ -103,10 +107,14 @@ void String::MakeOwn(long capacity) {
   buffer_ = own;
 }
 
+bool String::MayChangeEnds() const noexcept {
+  return buffer_->sharers == 1 || (buffer_->IsInHistory() && TextHistory::MayChangeEnds(buffer_));
+}
+
 String& String::operator+=(char byte) { return Append(&byte, 1); }
 
 String& String::operator+=(const String& other) {
-  if (Len() == 0) return *this = other;
+  if (Len() == 0 && !buffer_->IsInHistory()) return *this = other;
   return Append(other.GetStr(), other.Len());
 }
 
@@ -115,7 +123,7 @@ String& String::Append(const char* data, long length) {
   const long oldLength = Len();
   const std::int64_t wanted = std::int64_t{oldLength} + length;  // `long` may have 32 bits
   CheckLength(wanted);
-  if (buffer_->sharers == 1 && wanted <= std::int64_t{buffer_->capacity}) {
+  if (buffer_->begin + wanted <= std::int64_t{buffer_->Capacity()} && MayChangeEnds()) {
     std::memmove(buffer_->Data() + oldLength, data, static_cast<std::size_t>(length));
   } else {
     // Half as much again, so that a text grown piece by piece costs linear time; small ones double.
@@ -124,6 +132,7 @@ String& String::Append(const char* data, long length) {
     Buffer* own = Allocate(roomy);
     std::memcpy(own->Data(), buffer_->Data(), static_cast<std::size_t>(oldLength));
     std::memcpy(own->Data() + oldLength, data, static_cast<std::size_t>(length));
+    if (buffer_->IsInHistory()) TextHistory::Follow(buffer_, own);
     Release();
     buffer_ = own;
   }
@@ -162,6 +171,12 @@ String& String::Erase(long from, long count) {
   const long length = Len();
   if (from < 0 || from >= length || count <= 0) return *this;
   count = std::min(count, length - from);
+  if (from == 0 && MayChangeEnds()) {
+    buffer_->begin += static_cast<std::uint32_t>(count);
+    buffer_->length -= static_cast<std::uint32_t>(count);
+    if (buffer_->length == 0 && !buffer_->IsInHistory()) AllocBuffer(0);
+    return *this;
+  }
   MakeOwn(length);
   char* data = buffer_->Data();
   std::memmove(data + from, data + from + count,

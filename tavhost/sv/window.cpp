@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tavhost/sv/trace.h"
+#include "tavhost/sv/window_handles.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace SV {
@@ -16,6 +17,7 @@ Window::~Window() {
   trace::Call call(this, "~Window");
   call.Write();
   trace::Forget(this);
+  window_handles::Forget(*this);
   if (model_->visible && ui::HasToolkit()) ui::CurrentToolkit().Close(*model_);
   Leave();
   for (Window* child = firstChild_; child;) {

@@ -20,6 +20,11 @@ class DeferredToolkit final : public Toolkit {
   void Update(WindowModel& window) override { Real().Update(window); }
   void Close(WindowModel& window) override { current_->Close(window); }  // nothing shown before
 
+  void SetWorkWindow(WorkWindowModel* window) override {
+    workWindow_ = window;
+    if (!make_) current_->SetWorkWindow(window);
+  }
+
   SV::Size ScreenSizePixel() override { return Real().ScreenSizePixel(); }
   SV::Size DialogUnitsToPixel(const SV::Size& units) override {
     return Real().DialogUnitsToPixel(units);
@@ -43,11 +48,13 @@ class DeferredToolkit final : public Toolkit {
       if (std::unique_ptr<Toolkit> real = std::exchange(make_, nullptr)()) {
         current_ = std::move(real);
       }
+      current_->SetWorkWindow(workWindow_);
     }
     return *current_;
   }
 
   std::unique_ptr<Toolkit> current_;
+  WorkWindowModel* workWindow_ = nullptr;
   std::function<std::unique_ptr<Toolkit>()> make_;  // empty once called
 };
 

@@ -10,6 +10,8 @@ class MessageWindowModel final : public WindowModel {
   explicit MessageWindowModel(std::string message)
       : WindowModel("Message"), text(std::move(message)) {}
 
+  WindowContent Content() const override { return WindowContent::kMessage; }
+
   std::string text;
 };
 

@@ -15,10 +15,13 @@
 #include "tavhost/ui/message_box_model.h"
 #include "tavhost/ui/message_window_model.h"
 #include "tavhost/ui/modal_model.h"
+#include "tavhost/ui/percentage_window_model.h"
 #include "tavhost/ui/posted_work.h"
 #include "tavhost/ui/text_box_model.h"
+#include "tavhost/ui/text_model.h"
 #include "tavhost/ui/tree_list_box_model.h"
 #include "tavhost/ui/window_model.h"
+#include "tavhost/ui/work_window_model.h"
 
 // The one port to a user interface. The host's libraries hold plain models and ask the toolkit to
 // show them; a back end only renders models and reports what the user did. All calls come from
@@ -51,6 +54,10 @@ class Toolkit {
   virtual void Show(WindowModel& window) = 0;
   virtual void Update(WindowModel& window) = 0;
   virtual void Close(WindowModel& window) = 0;
+
+  // There is a work window from now on, shown or not; null: there is none any more. Back ends may
+  // observe its workbench in between.
+  virtual void SetWorkWindow(WorkWindowModel*) {}
 
   virtual SV::Size ScreenSizePixel() = 0;
   virtual SV::Size DialogUnitsToPixel(const SV::Size& units) = 0;

@@ -15,6 +15,17 @@ struct FontChoice {
   long height = 0;  // as the script gives it: points; what a font cannot have keeps the size
 };
 
+// What a window that stays open shows; user interfaces choose its view by it.
+enum class WindowContent {
+  kOther,      // nothing that a user interface knows
+  kMessage,    // MessageWindowModel
+  kProgress,   // PercentageWindowModel
+  kWorkbench,  // WorkWindowModel
+  kText,       // TextModel
+  kResults,    // the tables of a result tool
+  kDrawing,    // the graphical representations of a graphrep tool
+};
+
 class WindowModel {
  public:
   WindowModel() = default;
@@ -22,6 +33,8 @@ class WindowModel {
   WindowModel(const WindowModel&) = delete;
   WindowModel& operator=(const WindowModel&) = delete;
   virtual ~WindowModel() = default;
+
+  virtual WindowContent Content() const { return WindowContent::kOther; }
 
   const std::string& Title() const { return title_; }
   // Whether somebody gave the title; otherwise it is the window's own.

@@ -1,0 +1,13 @@
+#include "host/windows/messages.h"
+
+#include "tavhost/sv/trace.h"
+#include "tavhost/sv/window_handles.h"
+
+LRESULT SendMessageA(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
+  SV::Window* const window = window_handles::Find(handle);
+  trace::Call call("SendMessageA", trace::Window(window), message,
+                   static_cast<std::uint64_t>(wParam), static_cast<std::int64_t>(lParam));
+  if (!window || message != EM_SCROLLCARET) return call.Result(LRESULT{0});
+  window_handles::ScrollCaret(*window);
+  return call.Result(LRESULT{1});
+}
