@@ -26,7 +26,7 @@ install(DIRECTORY docs/ DESTINATION "${document_folder}/docs" FILES_MATCHING PAT
 install(DIRECTORY examples/ DESTINATION "${document_folder}/examples" OPTIONAL)
 
 # The licences of the libraries whose code the program holds.
-set(used_packages libcli11-dev nlohmann-json3-dev libutfcpp-dev libboost1.74-dev)
+set(used_packages nlohmann-json3-dev libutfcpp-dev libboost1.74-dev zlib1g-dev)
 if(WIN32)
   list(APPEND used_packages g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev)
 endif()

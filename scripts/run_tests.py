@@ -62,17 +62,33 @@ def by_summary(command):
     return passed, failed
 
 
-def python_tests():
-    """Tests of the tools that test: the script-test runner, the include check."""
+def python_tests(*commands):
+    """Programs of unittest, each a list of path and arguments, side by side."""
     passed = failed = 0
-    for path in sorted((ROOT / "tests/runner").glob("*_test.py")):
-        code, out = output_of([sys.executable, path])
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        results = list(pool.map(lambda command: output_of([sys.executable, *command]), commands))
+    for code, out in results:
         ran = int(re.search(r"^Ran (\d+) test", out, re.MULTILINE)[1]) if "\nRan " in out else 0
         bad = sum(int(n) for n in re.findall(r"(?:failures|errors)=(\d+)", out)) or (code != 0)
+        skipped = sum(int(n) for n in re.findall(r"skipped=(\d+)", out))
         if code:
             print(out)
-        passed, failed = passed + ran - bad, failed + bad
+        else:
+            for line in re.findall(r"^different here: .*$", out, re.MULTILINE):
+                print(line)
+        passed, failed = passed + max(ran - bad - skipped, 0), failed + bad
     return passed, failed
+
+
+def tests_of_the_runners():
+    """Tests of the tools that test: the script-test runner, the include check."""
+    return python_tests(*([path] for path in sorted((ROOT / "tests/runner").glob("*_test.py"))))
+
+
+def windows_network():
+    """Requests and the script service, over real sockets on loopback."""
+    return python_tests([ROOT / "tests/http/http_test.py", "--wine"],
+                        [ROOT / "tests/service/service_test.py", "--wine", "--seconds", "8"])
 
 
 def include_check():
@@ -212,7 +228,7 @@ def reference_tests(program, *arguments):
 
 def groups(options):
     return {
-        "native": [("includes", include_check), ("tests of the runners", python_tests),
+        "native": [("includes", include_check), ("tests of the runners", tests_of_the_runners),
                    ("unit tests and checks", lambda: ctest(options.build)),
                    ("script tests", lambda: script_tests("--tavhost", options.build / "bin/tavhost")),
                    ("seeded mistakes", lambda: by_summary(
@@ -226,6 +242,7 @@ def groups(options):
                     ("Windows unit tests", windows_unit_tests),
                     ("Windows validate", windows_validate),
                     ("Windows script tests", lambda: script_tests("--wine")),
+                    ("Windows network", windows_network),
                     ("Windows every parameter", lambda: reference_tests("sweep.py", "--wine", "--short")),
                     ("Windows examples", lambda: reference_tests("examples.py", "--wine"))],
         "fuzz": [("fuzzers", lambda: fuzzers(options.fuzz_seconds))],

@@ -43,6 +43,12 @@ void Report(int port, const std::string& reason) {
   std::fflush(stderr);
 }
 
+// Who watches a service reads its lines as they come.
+void WriteToConsole(const std::string& line) {
+  std::fputs(line.c_str(), stderr);
+  std::fflush(stderr);
+}
+
 std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type) {
   return [format, type](const LogEntry& entry) {
     const std::string line = LogLine(entry, format) + '\n';
@@ -51,11 +57,11 @@ std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType 
         if (logField) {
           logField(line);
         } else {
-          std::fputs(line.c_str(), stderr);
+          WriteToConsole(line);
         }
       });
     } else {
-      std::fputs(line.c_str(), stderr);
+      WriteToConsole(line);
     }
   };
 }

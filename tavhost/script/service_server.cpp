@@ -358,7 +358,9 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
     if (endpoint.address().is_v6()) acceptor_.set_option(net::ip::v6_only(true));
     if (PortsOutliveTheirSockets()) acceptor_.set_option(net::socket_base::reuse_address(true));
     acceptor_.bind(endpoint);
-    acceptor_.listen(std::max(state_.options.backlog, 1));
+    // The backlog is the length of the queue of requests. The system's queue of connections is
+    // longer, or it would turn clients away that are to learn that the service is busy.
+    acceptor_.listen(std::max(state_.options.backlog, static_cast<int>(kConnectionLimit)));
   }
 
   std::uint16_t Port() const { return acceptor_.local_endpoint().port(); }

@@ -1,6 +1,9 @@
 #include "tavhost/services/http_transport.h"
 
 #include <algorithm>
+#include <chrono>
+
+#include "tavhost/ui/toolkit.h"
 
 namespace http {
 
@@ -61,6 +64,16 @@ bool HasBadFraming(std::string_view header) {
 std::uint64_t WholeTime(const Timeouts& timeouts) {
   if (timeouts.send == 0 || timeouts.receive == 0) return 0;
   return std::uint64_t{timeouts.resolve} + timeouts.connect + timeouts.send + timeouts.receive;
+}
+
+void PaintWhileWaiting() {
+  using Clock = std::chrono::steady_clock;
+  constexpr auto kInterval = std::chrono::milliseconds(20);
+  static Clock::time_point latest;
+  const auto now = Clock::now();
+  if (now - latest < kInterval || !ui::HasToolkit()) return;
+  latest = now;
+  ui::CurrentToolkit().ProcessPainting();
 }
 
 }  // namespace http

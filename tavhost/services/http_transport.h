@@ -54,4 +54,8 @@ bool HasBadFraming(std::string_view header);
 // limit is not counted; 0 when sending or receiving has none.
 std::uint64_t WholeTime(const Timeouts& timeouts);
 
+// Lets the windows paint themselves, at most every 20 ms; nothing else happens to them while a
+// request waits.
+void PaintWhileWaiting();
+
 }  // namespace http

@@ -2,20 +2,19 @@
 #include <curl/curl.h>
 #include <dlfcn.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstring>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
+#include "tavhost/services/http_body.h"
+#include "tavhost/services/http_encoding.h"
 #include "tavhost/services/http_transport.h"
+#include "tavhost/services/http_watch.h"
 #include "tavhost/sv/stop.h"
 
 namespace http {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // libcurl, loaded by the first request: that takes milliseconds which no other command pays for.
 struct Library {
@@ -80,15 +79,16 @@ const Library& Curl() {
 struct Transfer {
   const Request& request;
   Answer& answer;
+  Body body;
+  Watch watch;
+  std::unique_ptr<Decoder> decoder = nullptr;  // from the first bytes of the body on
   std::size_t headerBytes = 0;
-  long received = 0;  // of the body; what lies behind it in the buffer is room
-  Clock::time_point lastReceived;
   bool refused = false;
 };
 
 std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
-  transfer.lastReceived = Clock::now();
+  transfer.watch.Received(Watch::Clock::now());
   transfer.headerBytes += length;
   if (transfer.headerBytes > kHeaderLimit) {
     transfer.refused = true;
@@ -106,101 +106,31 @@ std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) 
   return length;
 }
 
-// Makes room for `more` bytes: at once for all that the server announced, else by half as much
-// again each time.
-void MakeRoom(Transfer& transfer, long more) {
-  SV::String& body = transfer.answer.body;
-  const long needed = transfer.received + more;
-  if (needed <= body.Len()) return;
-  long room = needed + std::max(needed / 2, 16384L);
-  if (transfer.received == 0) {
-    curl_off_t announced = -1;
-    Curl().getInfo(Curl().easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-    const auto limit = static_cast<curl_off_t>(transfer.request.bodyLimit);
-    if (announced >= more) room = static_cast<long>(std::min(announced, limit));
-  }
-  SV::String larger;
-  char* bytes = larger.AllocBuffer(std::max(room, needed));
-  std::memcpy(bytes, body.GetStr(), static_cast<std::size_t>(transfer.received));
-  body = std::move(larger);
-}
-
 std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
-  transfer.lastReceived = Clock::now();
-  if (static_cast<std::size_t>(transfer.received) + length > transfer.request.bodyLimit) {
-    transfer.refused = true;
-    return 0;
+  transfer.watch.Received(Watch::Clock::now());
+  if (!transfer.decoder) {
+    curl_off_t announced = -1;
+    Curl().getInfo(Curl().easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+    if (announced > 0) transfer.body.Announce(static_cast<std::uint64_t>(announced));
+    transfer.decoder = Decoder::For(transfer.answer.Field("Content-Encoding"), transfer.body);
   }
-  try {
-    MakeRoom(transfer, static_cast<long>(length));
-  } catch (const std::bad_alloc&) {
-    transfer.refused = true;
-    return 0;
-  }
-  // The buffer is this transfer's alone, so it can be written to where it lies.
-  std::memcpy(const_cast<char*>(transfer.answer.body.GetStr()) + transfer.received, data, length);
-  transfer.received += static_cast<long>(length);
-  return length;
+  if (transfer.decoder && transfer.decoder->Append(data, length)) return length;
+  transfer.refused = true;
+  return 0;
 }
 
-// The limits of one attempt, watched from outside: libcurl knows no limits for single phases.
-class Watch {
- public:
-  explicit Watch(const Timeouts& timeouts)
-      : timeouts_(timeouts), whole_(WholeTime(timeouts)), begin_(Clock::now()) {}
-
-  bool IsOver(const Transfer& transfer) {
-    const auto now = Clock::now();
-    if (phase_ == Phase::kResolving && Reached(CURLINFO_NAMELOOKUP_TIME_T)) {
-      Enter(Phase::kConnecting, now);
-    }
-    if (phase_ == Phase::kConnecting && Reached(CURLINFO_PRETRANSFER_TIME_T)) {
-      Enter(Phase::kReceiving, now);
-    }
-    switch (phase_) {
-      case Phase::kResolving:
-        if (Exceeded(now - phaseBegin_, timeouts_.resolve)) return true;
-        // A look-up or a connection without a limit does not use up the time of the rest.
-        if (timeouts_.resolve == 0) begin_ = now;
-        break;
-      case Phase::kConnecting:
-        if (Exceeded(now - phaseBegin_, timeouts_.connect)) return true;
-        if (timeouts_.connect == 0) begin_ = now;
-        break;
-      case Phase::kReceiving:  // a request without a body is sent as soon as there is a connection
-        if (Exceeded(now - std::max(phaseBegin_, transfer.lastReceived), timeouts_.receive)) {
-          return true;
-        }
-        break;
-    }
-    return Exceeded(now - begin_, whole_);
-  }
-
- private:
-  enum class Phase { kResolving, kConnecting, kReceiving };
-
-  static bool Reached(CURLINFO when) {
+// Tells the watch how far the transfer has come.
+void Follow(Watch& watch, Watch::Clock::time_point now) {
+  const auto reached = [](CURLINFO when) {
     curl_off_t microseconds = 0;
     Curl().getInfo(Curl().easy, when, &microseconds);
     return microseconds > 0;
-  }
-
-  static bool Exceeded(Clock::duration passed, std::uint64_t limit) {
-    return limit != 0 && passed > std::chrono::milliseconds(limit);
-  }
-
-  void Enter(Phase phase, Clock::time_point now) {
-    phase_ = phase;
-    phaseBegin_ = now;
-  }
-
-  Timeouts timeouts_;
-  std::uint64_t whole_;
-  Clock::time_point begin_;
-  Clock::time_point phaseBegin_ = begin_;
-  Phase phase_ = Phase::kResolving;
-};
+  };
+  if (reached(CURLINFO_NAMELOOKUP_TIME_T)) watch.Enter(Watch::Phase::kConnecting, now);
+  // A request without a body is sent as soon as there is a connection.
+  if (reached(CURLINFO_PRETRANSFER_TIME_T)) watch.Enter(Watch::Phase::kReceiving, now);
+}
 
 struct ListDeleter {
   void operator()(curl_slist* list) const { Curl().listFree(list); }
@@ -228,7 +158,6 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   curl.setOption(easy, CURLOPT_NOSIGNAL, 1L);
   curl.setOption(easy, CURLOPT_QUICK_EXIT, 1L);
   curl.setOption(easy, CURLOPT_USERAGENT, "tavhost");
-  curl.setOption(easy, CURLOPT_ACCEPT_ENCODING, "");
   curl.setOption(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   curl.setOption(easy, CURLOPT_HEADERFUNCTION, TakeHeader);
   curl.setOption(easy, CURLOPT_HEADERDATA, &transfer);
@@ -249,23 +178,22 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
     SetCredentials(curl, CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD, request.proxy->userInfo);
   }
 
-  HeaderList fields;
+  HeaderList fields(curl.listAppend(nullptr, kAcceptEncoding));
   if (request.verb == "HEAD") {
     curl.setOption(easy, CURLOPT_NOBODY, 1L);
   } else if (request.verb != "GET") {
     curl.setOption(easy, CURLOPT_CUSTOMREQUEST, request.verb.c_str());
   }
   if (request.verb == "POST" || request.verb == "PUT" || request.verb == "PATCH") {
-    fields.reset(curl.listAppend(nullptr, "Content-Length: 0"));  // RFC 9110, 8.6
-    curl.setOption(easy, CURLOPT_HTTPHEADER, fields.get());
+    curl.listAppend(fields.get(), "Content-Length: 0");  // RFC 9110, 8.6
   }
+  curl.setOption(easy, CURLOPT_HTTPHEADER, fields.get());
   return fields;
 }
 
 // Runs the transfer to its end; false when it failed, took too long, or a stop was asked for.
 bool Run(const Library& curl, Transfer& transfer) {
   constexpr int kSliceMilliseconds = 20;
-  Watch watch(transfer.request.timeouts);
   while (true) {
     int running = 0;
     if (curl.perform(curl.multi, &running) != CURLM_OK) return false;
@@ -273,7 +201,10 @@ bool Run(const Library& curl, Transfer& transfer) {
     if (const CURLMsg* message = curl.infoRead(curl.multi, &left)) {
       return message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
     }
-    if (running == 0 || stop::IsRequested() || watch.IsOver(transfer)) return false;
+    const auto now = Watch::Clock::now();
+    Follow(transfer.watch, now);
+    if (running == 0 || stop::IsRequested() || transfer.watch.IsOver(now)) return false;
+    PaintWhileWaiting();
     curl.poll(curl.multi, nullptr, 0, kSliceMilliseconds, nullptr);
   }
 }
@@ -283,15 +214,17 @@ bool Run(const Library& curl, Transfer& transfer) {
 bool Exchange(const Request& request, Answer& answer) {
   const Library& curl = Curl();
   answer = Answer();
-  Transfer transfer{request, answer, 0, 0, {}, false};
+  Transfer transfer{request, answer, Body(answer.body, request.bodyLimit),
+                    Watch(request.timeouts, Watch::Clock::now())};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;
-  const bool complete = Run(curl, transfer) && !transfer.refused;
+  const bool complete = Run(curl, transfer) && !transfer.refused &&
+                        (!transfer.decoder || transfer.decoder->IsComplete());
   long status = 0;
   curl.getInfo(curl.easy, CURLINFO_RESPONSE_CODE, &status);
   curl.removeHandle(curl.multi, curl.easy);
   answer.status = static_cast<int>(status);
-  answer.body.Erase(transfer.received, answer.body.Len());
+  transfer.body.Finish();
   return complete && status != 0;
 }
 

@@ -13,6 +13,7 @@ class DeferredToolkit final : public Toolkit {
       : current_(std::move(substitute)), make_(std::move(make)) {}
 
   void ProcessEvents() override { current_->ProcessEvents(); }
+  void ProcessPainting() override { current_->ProcessPainting(); }
   void WaitForEvents(std::uint32_t milliseconds) override { current_->WaitForEvents(milliseconds); }
 
   void RunModal(ModalModel& window) override { Real().RunModal(window); }

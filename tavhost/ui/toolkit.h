@@ -41,6 +41,8 @@ class Toolkit {
 
   // Handles all events that wait, the host's own posted work included, and returns at once.
   virtual void ProcessEvents() = 0;
+  // Lets the windows paint themselves and returns at once: input of the user and posted work wait.
+  virtual void ProcessPainting() = 0;
   // Returns when an event waits, a stop is asked for, or the time is over; handles nothing.
   virtual void WaitForEvents(std::uint32_t milliseconds) = 0;
 

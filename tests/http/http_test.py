@@ -1,34 +1,36 @@
 #!/usr/bin/env python3
 """HTTP_REQUEST and GET_PROXY_SETTINGS through the real host, against real servers on loopback.
 
-usage: http_test.py [--tavhost PROGRAM] [--wine WINE] [unittest arguments]
+usage: http_test.py [--tavhost PROGRAM] [--wine] [unittest arguments]
 """
 import argparse
 import os
 import shutil
 import signal
 import ssl
+import struct
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
+sys.dont_write_bytecode = True
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+sys.path.insert(0, os.path.join(ROOT, "tests"))
+import wine  # noqa: E402
 from server import Proxy, Server  # noqa: E402
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-program = [os.path.join(ROOT, "build", "bin", "tavhost")]
+program = []
 on_windows = False
 
-PRINT_ALL = """
-func part(name, present, value) { if present { print name, value } }
-HTTP_REQUEST %s -> r
-print "ecode", r.ecode
-if has(r, "response") { print "response", r.response }
-if has(r, "charset") { print "charset", r.charset }
-if has(r, "host") { print "host", r.host }
-"""
+differences = []  # what is otherwise on Windows, or under Wine alone
+
+
+def differs(what):
+    """To be said at the end of a run."""
+    differences.append(what)
 
 
 def run(*args, env=None, expect=0, timeout=60):
@@ -56,6 +58,16 @@ class Case(unittest.TestCase):
         url = path if path.startswith("http") else self.server.url + path
         return send(f'HTTP_REQUEST "{url}" {parameters}', **options)
 
+    def replies(self, paths, parameters=("",)):
+        """Pairs of what was asked and its reply, all from one process."""
+        asked = [(path, more) for path in paths for more in parameters]
+        lines = send(*(f'HTTP_REQUEST "{p if "://" in p else self.server.url + p}" {more}'
+                       for p, more in asked)).split("\n")
+        self.assertEqual(len(lines), len(asked) + 1)
+        for (path, more), line in zip(asked, lines):
+            with self.subTest(path + " " + more):
+                yield path, line + "\n"
+
     def assertFails(self, reply, code=1):
         self.assertEqual(reply, f" ecode:{code}\n")
 
@@ -71,11 +83,11 @@ class Answers(Case):
         self.assertTrue(reply.endswith(' charset:"utf-8" host:"127.0.0.1" ecode:0\n'), reply)
 
     def test_charsets(self):
-        for name, text in [("latin1", "grüße"), ("quoted", "grüße"), ("sjis", "日本"),
-                           ("utf16bom", "grüße"), ("utf8bom", "grüße"), ("plain", "grüße"),
-                           ("1252", "“grüße” €"), ("unknown", "grüße"), ("badutf8", "a\ufffdb")]:
-            with self.subTest(name):
-                self.assertResponse(self.request("/encoded/" + name), text)
+        texts = {"latin1": "grüße", "quoted": "grüße", "sjis": "日本", "utf16bom": "grüße",
+                 "utf8bom": "grüße", "plain": "grüße", "1252": "“grüße” €", "unknown": "grüße",
+                 "badutf8": "a\ufffdb"}
+        for path, reply in self.replies(["/encoded/" + name for name in texts]):
+            self.assertResponse(reply, texts[path.rpartition("/")[2]])
 
     def test_charset_as_sent(self):
         self.assertIn(' charset:"Shift_JIS"', self.request("/encoded/sjis"))
@@ -92,20 +104,24 @@ class Answers(Case):
                 self.assertEqual(file.read(), bytes(range(256)) * 4)
 
     def test_any_complete_answer_succeeds(self):
-        self.assertResponse(self.request("/no-such-page"), "no such page")
-        self.assertResponse(self.request("/nothing"), "")
-        self.assertResponse(self.request("/chunked"), "hello world")
-        self.assertResponse(self.request("/until-close"), "to the end")
-        self.assertResponse(self.request("/same-lengths"), "ok")
+        texts = {"/no-such-page": "no such page", "/nothing": "", "/chunked": "hello world",
+                 "/until-close": "to the end", "/same-lengths": "ok"}
+        for path, reply in self.replies(texts):
+            self.assertResponse(reply, texts[path])
 
     def test_interim_answers_leave_no_header(self):
         reply = self.request("/continue")
+        if on_windows:
+            differs("Wine hands on an interim answer as the last one; the request fails")
+            return self.assertFails(reply)
         self.assertResponse(reply, "after")
         self.assertNotIn("Early", reply)
 
     def test_content_encoding(self):
-        if not on_windows:  # not every Windows can undo encodings; none is asked for there
-            self.assertResponse(self.request("/gzip"), "packed " * 100)
+        self.assertIn("Accept-Encoding: ", self.request("/echo"))
+        for _, reply in self.replies(["/gzip", "/gzip/twice", "/deflate", "/deflate/bare",
+                                      "/identity"]):
+            self.assertResponse(reply, "packed " * 100)
 
     def test_large(self):
         reply = send(f'HTTP_REQUEST "{self.server.url}/large/4"')
@@ -133,9 +149,9 @@ class Verbs(Case):
 
     def test_bad_verbs_send_nothing(self):
         before = self.server.count("/echo")
-        for verb in ["GET /x", "A\\nB", "A B", "\\x01", "GÉT"]:
-            with self.subTest(verb):
-                self.assertFails(self.echoed(f'verb:"{verb}"'))
+        verbs = ["GET /x", "A\\nB", "A B", "\\x01", "GÉT"]
+        for _, reply in self.replies(["/echo"], [f'verb:"{verb}"' for verb in verbs]):
+            self.assertFails(reply)
         self.assertEqual(self.server.count("/echo"), before)
 
     def test_target_outside_ascii(self):
@@ -144,11 +160,14 @@ class Verbs(Case):
 
 class Urls(Case):
     def test_malformed_urls(self):
-        for url in ["", "x", "//host/", "ftp://127.0.0.1/", "http://", "http://host:99999/",
-                    "http://ho st/", "http://127.0.0.1/a b", "http://127.0.0.1/\\n", "http:///x",
-                    "http://[::1/", "http://a:b:c/", "http://host:0/"]:
+        urls = ["", "x", "//host/", "ftp://127.0.0.1/", "http://", "http://host:99999/",
+                "http://ho st/", "http://127.0.0.1/a b", "http://127.0.0.1/\\n", "http:///x",
+                "http://[::1/", "http://a:b:c/", "http://host:0/"]
+        replies = send(*(f'HTTP_REQUEST "{url}"' for url in urls)).splitlines()
+        self.assertEqual(len(replies), len(urls))
+        for url, reply in zip(urls, replies):
             with self.subTest(url):
-                self.assertFails(send(f'HTTP_REQUEST "{url}"'), -1)
+                self.assertEqual(reply, " ecode:-1")
 
     def test_unreachable(self):
         import socket
@@ -194,17 +213,28 @@ class Redirects(Case):
 
 class Faults(Case):
     def test_broken_answers_fail(self):
-        for path in ["/short", "/bad-chunk", "/cut-chunk", "/two-lengths", "/both", "/bad-length",
-                     "/old", "/hang-up", "/endless-header", "/long-header/310"]:
-            with self.subTest(path):
-                self.assertFails(self.request(path))
+        for path, reply in self.replies([
+                "/short", "/bad-chunk", "/cut-chunk", "/two-lengths", "/both", "/bad-length",
+                "/old", "/hang-up", "/long-header/310", "/gzip/cut",
+                "/gzip/broken", "/other-encoding"]):
+            if on_windows and "chunk" in path:
+                differs(f"Wine takes broken chunks for the end of an answer ({path})")
+            else:
+                self.assertFails(reply)
+
+    def test_endless_header(self):
+        begin = time.monotonic()
+        # Wine knows no limit of a header's size; the one of time ends it.
+        limits = 'timeouts:"500;500;500;500"' if on_windows else ""
+        self.assertFails(self.request("/endless-header", limits))
+        self.assertLess(time.monotonic() - begin, 5)
 
     def test_header_within_its_limit(self):
         self.assertResponse(self.request("/long-header/90"), "ok")
 
     def test_body_limit(self):
-        if not on_windows:
-            self.assertFails(self.request("/bomb/260", "binary"))
+        for _, reply in self.replies(["/bomb/260"], ["binary"]):
+            self.assertFails(reply)
 
     def test_silence_ends(self):
         for path in ["/silent", "/stall"]:
@@ -231,39 +261,50 @@ class Faults(Case):
         self.assertFails(self.request("/hang-up"))
         self.assertEqual(self.server.count("/hang-up"), before + 1)
 
-    @unittest.skipIf(os.name == "nt", "signals")
     def test_stop_ends_a_request(self):
-        if on_windows:
-            self.skipTest("signals do not reach programs under Wine")
-        before = self.server.count("/silent")
-        with subprocess.Popen([*program, "run", "-e", f'HTTP_REQUEST "{self.server.url}/silent"'],
-                              stdin=subprocess.DEVNULL) as process:
-            while self.server.count("/silent") == before:
-                time.sleep(0.02)
-            begin = time.monotonic()
-            process.send_signal(signal.SIGINT)
-            self.assertEqual(process.wait(timeout=5), 130)
-            self.assertLess(time.monotonic() - begin, 1)
+        """An interrupt reaches programs under Wine as Ctrl-C does."""
+        for path in ["/silent", "/stall", "/drip"]:
+            with self.subTest(path):
+                before = self.server.count(path)
+                script = f'try {{ HTTP_REQUEST "{self.server.url}{path}" retry:5 }} catch e {{ }}'
+                with subprocess.Popen([*program, "run", "-e", script],
+                                      stdin=subprocess.DEVNULL) as process:
+                    while self.server.count(path) == before:
+                        time.sleep(0.02)
+                    time.sleep(0.2)
+                    begin = time.monotonic()
+                    process.send_signal(signal.SIGINT)
+                    self.assertEqual(process.wait(timeout=5), 130)
+                    self.assertLess(time.monotonic() - begin, 1)
+                self.assertEqual(self.server.count(path), before + 1)
+
+    def test_the_end_of_the_time_ends_a_request(self):
+        begin = time.monotonic()
+        done = run("run", "--timeout", "0.5", "-e", f'HTTP_REQUEST "{self.server.url}/silent"',
+                   expect=None)
+        self.assertIn(b"stopped after 0.5 s", done.stderr)
+        self.assertEqual(done.returncode, 130)
+        self.assertLess(time.monotonic() - begin, 2.5 if on_windows else 1.5)
 
 
 class Calls(Case):
     """What the command asks of the client, by the trace."""
 
     def trace(self, parameters):
-        done = run("send", "--trace", "-", f'HTTP_REQUEST "{self.server.url}/text" {parameters}')
+        each = [parameters] if isinstance(parameters, str) else parameters
+        done = run("send", "--trace", "-",
+                   *(f'HTTP_REQUEST "{self.server.url}/text" {more}' for more in each))
         return [line for line in done.stderr.decode().splitlines() if "TavHTTPClient" in line]
 
     def calls(self, parameters, name):
         return [line.split("::", 1)[1] for line in self.trace(parameters) if "::" + name in line]
 
     def test_timeouts(self):
-        for text, numbers in [("5000", "5000, 60000, 30000, 30000"), ("", "0, 60000, 30000, 30000"),
-                              (";;;", "0, 0, 0, 0"), ("1;2;3;4;5", "1, 2, 3, 4"),
-                              ("x;-1;3", "0, 4294967295, 3, 30000"),
-                              ("-1;5", "4294967295, 5, 30000, 30000")]:
-            with self.subTest(text):
-                self.assertEqual(self.calls(f'timeouts:"{text}"', "SetTimeouts"),
-                                 [f"SetTimeouts({numbers}) -> true"])
+        wanted = {"5000": "5000, 60000, 30000, 30000", "": "0, 60000, 30000, 30000",
+                  ";;;": "0, 0, 0, 0", "1;2;3;4;5": "1, 2, 3, 4",
+                  "x;-1;3": "0, 4294967295, 3, 30000", "-1;5": "4294967295, 5, 30000, 30000"}
+        calls = self.calls([f'timeouts:"{text}"' for text in wanted], "SetTimeouts")
+        self.assertEqual(calls, [f"SetTimeouts({numbers}) -> true" for numbers in wanted.values()])
 
     def test_absent_parameters_set_nothing(self):
         lines = self.trace("")
@@ -291,25 +332,27 @@ class Calls(Case):
 class Proxies(Case):
     def setUp(self):
         self.proxy = Proxy()
+        # Wine sends no whole URL to a proxy whose name is that of the server.
+        self.where = f"{'localhost' if on_windows else '127.0.0.1'}:{self.proxy.port}"
 
     def tearDown(self):
         self.proxy.close()
 
     def test_requests_go_through(self):
-        for form in ["127.0.0.1:{p}", "http://127.0.0.1:{p}", "http=127.0.0.1:{p};https=127.0.0.1:1",
-                     "https=127.0.0.1:1;127.0.0.1:{p}", "http://127.0.0.1:{p}/"]:
-            with self.subTest(form):
-                before = len(self.proxy.seen)
-                self.assertResponse(
-                    self.request("/text", 'proxy:"%s"' % form.format(p=self.proxy.port)), "grüße ✓")
-                self.assertEqual(len(self.proxy.seen), before + 1)
+        forms = []
+        for form in ["{p}", "http://{p}", "http={p};https=127.0.0.1:1", "https=127.0.0.1:1;{p}",
+                     "http://{p}/"]:
+            forms.append('proxy:"%s"' % form.format(p=self.where))
+        for _, reply in self.replies(["/text"], forms):
+            self.assertResponse(reply, "grüße ✓")
+        self.assertEqual(len(self.proxy.seen), len(forms))
 
     def test_empty_is_direct(self):
         self.assertResponse(self.request("/text", 'proxy:""'), "grüße ✓")
         self.assertEqual(self.proxy.seen, [])
 
     def test_the_last_one_given_counts(self):
-        proxy = f"127.0.0.1:{self.proxy.port}"
+        proxy = self.where
         self.assertFails(self.request("/text", f'proxy:"{proxy}" proxypw:"secret"'))
         self.assertFails(self.request("/text", f'proxy:"{proxy}" proxyuser:"me"'))
         self.assertEqual(self.proxy.seen, [])
@@ -322,14 +365,23 @@ class Proxies(Case):
 
 
 class ProxySettings(unittest.TestCase):
-    """What the settings' text becomes."""
+    """What the settings' text becomes. On Windows the settings are the registry's."""
+    KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections"
 
-    def proxy(self, text):
-        return send("GET_PROXY_SETTINGS", env={"TAVHOST_PROXY_SETTINGS": text})
+    def settings(self, text):
+        if not on_windows:
+            return send("GET_PROXY_SETTINGS", env={"TAVHOST_PROXY_SETTINGS": text})
+        # Its magic number, a counter, the flags (direct, by a proxy), then the proxy's text.
+        data = struct.pack("<4I", 0x46, 1, 3, len(text)) + text.encode() + struct.pack("<2I", 0, 0)
+        self.registry("add", self.KEY, "/v", "DefaultConnectionSettings", "/t", "REG_BINARY",
+                      "/d", data.hex(), "/f")
+        self.addCleanup(self.registry, "delete", self.KEY, "/v", "DefaultConnectionSettings", "/f")
+        return send("GET_PROXY_SETTINGS")
 
-    def setUp(self):
-        if on_windows:
-            self.skipTest("the settings are the system's own there")
+    @staticmethod
+    def registry(*arguments):
+        subprocess.run([program[0], "reg", *arguments], stdin=subprocess.DEVNULL,
+                       capture_output=True, timeout=60)
 
     def test_normalization(self):
         for text, wanted in [("host:80", "host:80"), ("A B", "A;B"), ("A;B", "A;B"),
@@ -337,23 +389,30 @@ class ProxySettings(unittest.TestCase):
                              ("A  B", "A;;B"), (" A", "A"), ("A ", "A;"),
                              ("A;B\tC", "A;B\\tC;A;B;C"), ("", "")]:
             with self.subTest(text):
-                self.assertEqual(self.proxy(text), f' ecode:0 proxy:"{wanted}"\n')
+                self.assertEqual(self.settings(text), f' ecode:0 proxy:"{wanted}"\n')
 
     def test_failure(self):
-        self.assertEqual(self.proxy("!"), " ecode:1\n")
+        if on_windows:
+            self.skipTest("reading the proxy settings does not fail under Wine")
+        self.assertEqual(self.settings("!"), " ecode:1\n")
 
     def test_longer_than_the_buffer(self):
         for length in [2046, 2047, 2048, 2049, 5000]:
             with self.subTest(length):
-                reply = self.proxy("p" * length)
-                self.assertEqual(reply, ' ecode:0 proxy:"%s"\n' % ("p" * min(length, 2048)))
+                # The conversion fills the buffer and leaves no NUL.
+                self.assertEqual(self.settings("p" * length),
+                                 ' ecode:0 proxy:"%s"\n' % ("p" * min(length, 2048)))
 
     def test_environment(self):
+        if on_windows:
+            self.skipTest("the environment has no say in the proxy settings")
         env = {"http_proxy": "http://one:8080/", "https_proxy": "two:443", "no_proxy": "a,b"}
         self.assertEqual(send("GET_PROXY_SETTINGS", env=env),
                          ' ecode:0 proxy:"http=http://one:8080;https=two:443"\n')
 
     def test_strings_are_freed_before_normalizing(self):
+        if on_windows:
+            self.skipTest("the system's functions leave no trace")
         done = run("send", "--trace", "-", "GET_PROXY_SETTINGS",
                    env={"TAVHOST_PROXY_SETTINGS": "A B"})
         names = [line.split("(")[0] for line in done.stderr.decode().splitlines()
@@ -431,14 +490,18 @@ def main():
     global program, on_windows
     parser = argparse.ArgumentParser()
     parser.add_argument("--tavhost")
-    parser.add_argument("--wine")
+    parser.add_argument("--wine", action="store_true")
     options, rest = parser.parse_known_args()
-    if options.tavhost:
-        program = [options.tavhost]
-    if options.wine:
-        program = [options.wine, *program]
-        on_windows = True
-    unittest.main(argv=[sys.argv[0], *rest])
+    folder = "build-windows/bin/tavhost.exe" if options.wine else "build/bin/tavhost"
+    path = options.tavhost or os.path.join(ROOT, folder)
+    on_windows = options.wine
+    with wine.Wine(path) if options.wine else wine.Nothing() as machine:
+        program = machine.command([path]) if machine else [path]
+        os.environ.update(machine.environment() if machine else {})
+        result = unittest.main(argv=[sys.argv[0], *rest], exit=False).result
+    for what in [*sorted(set(differences)), *sorted({reason for _, reason in result.skipped})]:
+        print(f"different here: {what}")
+    sys.exit(not result.wasSuccessful())
 
 
 if __name__ == "__main__":

@@ -1,4 +1,5 @@
 """A web server that answers as each path asks, right or wrong, byte for byte. Loopback only."""
+import functools
 import gzip
 import socket
 import ssl
@@ -18,6 +19,7 @@ def answer(body, *fields, status="200 OK", length=True):
     return CRLF.join(lines) + CRLF + CRLF + body
 
 
+@functools.cache
 def gzip_bomb(megabytes):
     packer = zlib.compressobj(9, zlib.DEFLATED, 31)
     zeros = bytes(1 << 20)
@@ -127,7 +129,25 @@ class Server:
         connection.sendall(b"HTTP/1.0 200 OK\r\n\r\nto the end")
 
     def do_gzip(self, connection, rest, query, request):
-        connection.sendall(answer(gzip.compress(b"packed " * 100), "Content-Encoding: gzip"))
+        packed = gzip.compress(b"packed " * 100)
+        if rest == "twice":
+            packed = gzip.compress(b"packed " * 40) + gzip.compress(b"packed " * 60)
+        elif rest == "cut":
+            packed = packed[:-12]
+        elif rest == "broken":
+            packed = packed[:20] + bytes(20) + packed[40:]
+        connection.sendall(answer(packed, "Content-Encoding: " + ("GZIP" if rest else "gzip")))
+
+    def do_deflate(self, connection, rest, query, request):
+        packer = zlib.compressobj(9, zlib.DEFLATED, -15 if rest == "bare" else 15)
+        packed = packer.compress(b"packed " * 100) + packer.flush()
+        connection.sendall(answer(packed, "Content-Encoding: deflate"))
+
+    def do_identity(self, connection, rest, query, request):
+        connection.sendall(answer(b"packed " * 100, "Content-Encoding: identity"))
+
+    def do_other_encoding(self, connection, rest, query, request):
+        connection.sendall(answer(b"unreadable", "Content-Encoding: x-unheard-of"))
 
     def do_continue(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n" + answer(b"after"))
@@ -255,7 +275,7 @@ class Proxy:
                 with socket.create_connection((host, int(port))) as far:
                     far.sendall(request)
                     self._pump(far, connection)
-            except (OSError, ValueError):
+            except (OSError, ValueError, IndexError):
                 pass
 
     @staticmethod

@@ -34,6 +34,8 @@ class HeadlessToolkit final : public Toolkit {
     RunPostedWork();
   }
 
+  void ProcessPainting() override {}
+
   void WaitForEvents(std::uint32_t milliseconds) override {
     if (stop::IsRequested() || HasPostedWork()) return;
     WaitForWakeUp(milliseconds);

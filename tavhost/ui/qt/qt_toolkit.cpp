@@ -113,6 +113,13 @@ void QtToolkit::ProcessEvents() {
   Woken();
 }
 
+// The wake-up is a socket, so that what was posted waits as well. What the user types and clicks
+// stays in Qt's queue and is handled by the next ProcessEvents.
+void QtToolkit::ProcessPainting() {
+  application_->processEvents(QEventLoop::ExcludeUserInputEvents |
+                              QEventLoop::ExcludeSocketNotifiers);
+}
+
 // Handles what needs no user: painting, and the wake-up itself.
 void QtToolkit::WaitForEvents(std::uint32_t milliseconds) {
   if (host_.isStopRequested() || host_.hasPostedWork()) return;

@@ -21,6 +21,7 @@ class QtToolkit final : public Toolkit {
   ~QtToolkit() override;
 
   void ProcessEvents() override;
+  void ProcessPainting() override;
   void WaitForEvents(std::uint32_t milliseconds) override;
 
   void RunModal(ModalModel& window) override;

@@ -40,6 +40,7 @@ class FakeToolkit {
     }
 
     void ProcessEvents() override { owner_.asked.push_back("process"); }
+    void ProcessPainting() override { owner_.asked.push_back("paint"); }
     void WaitForEvents(std::uint32_t milliseconds) override {
       owner_.asked.push_back("wait " + std::to_string(milliseconds));
     }
