@@ -37,7 +37,7 @@ WINDOWS = re.compile(r"^(windows|winhttp|winsock2|ws2tcpip|winbase|winnt|winuser
                      r"winspool|objbase|bcrypt|share|fcntl|winioctl|knownfolders|wininet|"
                      r"winternl|processthreadsapi|sys/(stat|types|utime)|malloc|excpt)\.h$",
                      re.IGNORECASE)
-LIBRARY_HEADERS = re.compile(r"^(CLI/|nlohmann/|utf8\.h|utf8/|boost/|curl/|editline/)")
+LIBRARY_HEADERS = re.compile(r"^(nlohmann/|utf8\.h|utf8/|boost/|curl/|editline/|zlib\.h|alsa/)")
 QT = re.compile(r"^(Q[A-Za-z0-9]+|Qt[A-Z][A-Za-z]*/.*|q[a-z0-9_]+\.h)$")
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)

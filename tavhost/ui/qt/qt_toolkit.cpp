@@ -113,11 +113,12 @@ void QtToolkit::ProcessEvents() {
   Woken();
 }
 
-// The wake-up is a socket, so that what was posted waits as well. What the user types and clicks
-// stays in Qt's queue and is handled by the next ProcessEvents.
+// What the user types and clicks stays in Qt's queue and is handled by the next ProcessEvents, and
+// so is what was posted.
 void QtToolkit::ProcessPainting() {
-  application_->processEvents(QEventLoop::ExcludeUserInputEvents |
-                              QEventLoop::ExcludeSocketNotifiers);
+  if (wakeUp_) wakeUp_->setEnabled(false);
+  application_->processEvents(QEventLoop::ExcludeUserInputEvents);
+  if (wakeUp_) wakeUp_->setEnabled(true);
 }
 
 // Handles what needs no user: painting, and the wake-up itself.
