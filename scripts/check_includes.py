@@ -99,6 +99,8 @@ def quoted_problem(path, included):
         return None
     if here == "tavhost/ui/headless":
         return "a back end knows no loader" if there == "tavhost/loader" else None
+    if here == "tavhost/ui/workbench":
+        return None if there == here else "the workbench's rules stand by themselves"
     if here == "tavhost/ui":
         return None if there == "tavhost/ui" else "the port knows host/ alone"
     library = here.removeprefix("tavhost/")

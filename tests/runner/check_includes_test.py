@@ -68,7 +68,11 @@ class CheckIncludesTest(unittest.TestCase):
     def test_qt_has_its_folder(self):
         self.allowed("tavhost/ui/qt/main_window.cpp", "<QWidget>", "<QtGui/QFont>",
                      '"tavhost/dialog/list_box.h"', '"main_window.moc"')
-        self.allowed("tavhost/ui/qt/workbench/editor.cpp", "<QPlainTextEdit>")
+        self.allowed("tavhost/ui/qt/workbench/editor.cpp", "<QPlainTextEdit>",
+                     '"tavhost/ui/workbench/history.h"')
+        self.allowed("tavhost/ui/workbench/history.cpp", '"tavhost/ui/workbench/history.h"')
+        self.refused("tavhost/ui/workbench/history.cpp", "<QString>", '"tavhost/sv/trace.h"',
+                     '"tavhost/ui/toolkit.h"', '"tavhost/ui/qt/text.h"')
         self.refused("tavhost/ui/qt/main_window.cpp", '"tavhost/app/run.h"')
 
     def test_platform_headers_have_their_files(self):

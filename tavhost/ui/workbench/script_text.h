@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// A script's file between disk and editor, and the small rules of typing.
+namespace workbench {
+
+enum class LineEnds : std::uint8_t { kUnix, kWindows, kMixed };
+
+// How a file is written beside its characters. What an editor shows has line feeds only.
+struct FileForm {
+  LineEnds lineEnds = LineEnds::kUnix;
+  bool byteOrderMark = false;
+};
+
+// The bytes of a file as line feeds end its lines. Mixed ends are kept as they are.
+std::string TextOf(std::string_view bytes, FileForm& form);
+std::string BytesOf(std::string_view text, const FileForm& form);
+
+// The blanks that a line behind `line` begins with: as many as it has, and a step more when it
+// opens a block or a parenthesis that it does not close.
+std::u16string IndentBehind(std::u16string_view line, std::u16string_view step);
+
+// Whether the line's indentation should go back a step when a closing bracket is typed behind it.
+bool IsBlank(std::u16string_view line);
+
+// `FILE:LINE:COLUMN: ` at the start of a line of output.
+struct Place {
+  std::string file;
+  unsigned line = 0;
+  unsigned column = 0;
+  std::size_t length = 0;  // of what names it, without the last colon
+};
+std::optional<Place> PlaceIn(std::string_view line);
+
+// How well a command fits what is searched for; 0: not at all. Every word of the query must be in
+// its name or its text; names count more, their beginnings most.
+int SearchScore(std::string_view query, std::string_view name, std::string_view text);
+
+// 0:07 or 1:02:03, tenths shown below ten seconds: 4.2 s.
+std::string ElapsedText(std::int64_t milliseconds);
+
+}  // namespace workbench
