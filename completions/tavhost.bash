@@ -43,8 +43,8 @@ _tavhost() {
         return
     fi
     case $subcommand in
-        "") COMPREPLY=($(compgen -W "run send check commands validate repl serve lsp trace" -- "$cur")) ;;
-        run | check) COMPREPLY=($(compgen -f -X '!*.tav' -- "$cur") $(compgen -d -S / -- "$cur")); compopt -o nospace 2> /dev/null ;;
+        "") COMPREPLY=($(compgen -W "workbench run send check commands validate repl serve lsp trace" -- "$cur")) ;;
+        workbench | run | check) COMPREPLY=($(compgen -f -X '!*.tav' -- "$cur") $(compgen -d -S / -- "$cur")); compopt -o nospace 2> /dev/null ;;
         commands | send) COMPREPLY=($(compgen -W "$(_tavhost_commands)" -- "$cur")) ;;
         validate) COMPREPLY=($(compgen -f -- "$cur")) ;;
         trace) if ((operands == 0)); then COMPREPLY=($(compgen -W diff -- "$cur")); else COMPREPLY=($(compgen -f -- "$cur")); fi ;;

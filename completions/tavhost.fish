@@ -1,12 +1,13 @@
 # fish completion for tavhost; put it into ~/.config/fish/completions.
 
-set -l subcommands run send check commands validate repl serve lsp trace
+set -l subcommands workbench run send check commands validate repl serve lsp trace
 
 function __tavhost_command_names
     tavhost commands 2>/dev/null | string replace -rf '^  (\S+)\s+(.*)$' '$1\t$2'
 end
 
 complete -c tavhost -f
+complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a workbench -d 'Open the workbench'
 complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a run -d 'Run a script'
 complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a send -d 'Send commands and print each reply'
 complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a check -d 'Find mistakes without running'
@@ -33,7 +34,7 @@ complete -c tavhost -l version -d 'Print the version'
 complete -c tavhost -s h -l help -d 'Print help'
 
 complete -c tavhost -n '__fish_seen_subcommand_from run' -s e -x -d 'Run this text'
-complete -c tavhost -n '__fish_seen_subcommand_from run check' -F
+complete -c tavhost -n '__fish_seen_subcommand_from workbench run check' -F
 complete -c tavhost -n '__fish_seen_subcommand_from check commands validate' -l json -d 'Write JSON'
 complete -c tavhost -n '__fish_seen_subcommand_from commands send' -a '(__tavhost_command_names)'
 complete -c tavhost -n '__fish_seen_subcommand_from validate' -F

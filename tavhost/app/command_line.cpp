@@ -131,6 +131,8 @@ std::string VersionText() {
 std::string OperandMistake(const CommandLine& line) {
   const std::size_t count = line.operands.size();
   switch (line.subcommand) {
+    case Subcommand::kWorkbench:
+      return {};
     case Subcommand::kRun:
       return count == 0 && !line.scriptText ? "run needs a script" : "";
     case Subcommand::kSend:

@@ -13,6 +13,8 @@ constexpr unsigned kWithJson =
     Only(Subcommand::kCheck) | Only(Subcommand::kCommands) | Only(Subcommand::kValidate);
 
 constexpr SubcommandRow kSubcommandTable[] = {
+    {"workbench", Subcommand::kWorkbench, "[OPTION...] [FILE...]",
+     "Open the workbench with these scripts; also without a subcommand", true},
     {"run", Subcommand::kRun, "[OPTION...] SCRIPT|-|-e TEXT [ARG...]",
      "Run a script: a file, '-' for standard input, or the text behind -e", false},
     {"send", Subcommand::kSend, "[OPTION...] 'COMMAND ...'... | -",
@@ -174,7 +176,7 @@ std::string HelpText(const SubcommandRow& row) {
     if (option.value) name.append(" ").append(option.value);
     AppendEntry(help, name, option.description);
   }
-  if (row.subcommand != Subcommand::kWorkbench) return help;
+  if (!row.name.empty()) return help;
   help += "\nSubcommands:\n";
   for (const SubcommandRow& other : kSubcommands) {
     if (!other.summary.empty()) AppendEntry(help, std::string(other.name), other.summary);

@@ -26,13 +26,10 @@ bool Fail(int& exitCode, int code, const std::string& message) {
   return false;
 }
 
-// Beside the folder of plug-ins.
-std::string ModuleFolder() { return loader::PluginFolder() + "/../modules"; }
-
 std::unique_ptr<ui::Toolkit> LoadWindows(const ui::QtOptions& options, std::string& error) {
   const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
                             &stop::IsRequested, ui::WakeUpDescriptor()};
-  return ui::LoadQtToolkit(ModuleFolder(), host, options, error);
+  return ui::LoadQtToolkit(WindowsModuleFolder(), host, options, error);
 }
 
 // Real windows, loaded when the first thing of theirs is needed.
@@ -48,9 +45,11 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
 
 }  // namespace
 
+std::string WindowsModuleFolder() { return loader::PluginFolder() + "/../modules"; }
+
 bool Host::StartUserInterface(const Options& options, int& exitCode) {
   const bool isAuto =
-      options.userInterface == "auto" && ui::HasDisplay() && ui::HasQtModule(ModuleFolder());
+      options.userInterface == "auto" && ui::HasDisplay() && ui::HasQtModule(WindowsModuleFolder());
   const bool hasWindows = options.userInterface == "qt" || isAuto;
   if (!options.screenshotFolder.empty() && !hasWindows) {
     return Fail(exitCode, kExitUsage, "--screenshots needs real windows (--ui qt)");

@@ -10,6 +10,9 @@
 
 namespace app {
 
+// Where the module with real windows is: beside the folder of plug-ins.
+std::string WindowsModuleFolder();
+
 // The host as the options ask for it: a user interface, the trace, the plug-ins. There is one at a
 // time; it lives as long as commands are sent.
 class Host {

@@ -21,7 +21,7 @@ int NotAvailable(const char* what) {
 int RunSubcommand(const CommandLine& line) {
   switch (line.subcommand) {
     case Subcommand::kWorkbench:
-      return NotAvailable("the workbench");
+      return RunWorkbench(line);
     case Subcommand::kRun:
       return RunScript(line);
     case Subcommand::kSend:

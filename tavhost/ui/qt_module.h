@@ -7,6 +7,7 @@
 #include "host/sv/size.h"
 #include "tavhost/ui/answer_source.h"
 #include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/workbench_host.h"
 
 // The back end with real windows. It is a module of its own, loaded when it is first asked for, so
 // that a run without windows never pays for them.
@@ -28,9 +29,13 @@ struct ModuleHost {
   int wakeUpDescriptor;
 };
 
-// The name under which the module shows its one function.
+// The names under which the module shows its functions.
 using CreateQtToolkitFunction = Toolkit*(const ModuleHost& host, const QtOptions& options);
 inline constexpr const char* kCreateQtToolkit = "tavhost_CreateQtToolkit";
+// Shows the workbench until it is closed; the toolkit is one that the module made.
+using RunWorkbenchFunction = void(Toolkit& toolkit, WorkbenchHost& host,
+                                  const WorkbenchOptions& options);
+inline constexpr const char* kRunWorkbench = "tavhost_RunWorkbench";
 
 // Whether windows can be shown: there is a display. The module may still be absent.
 bool HasDisplay();
@@ -40,5 +45,7 @@ bool HasQtModule(const std::string& moduleFolder);
 // display its windows are drawn, but not seen.
 std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
                                        const QtOptions& options, std::string& error);
+// Null when the module does not have it; `error` says why.
+RunWorkbenchFunction* LoadWorkbench(const std::string& moduleFolder, std::string& error);
 
 }  // namespace ui

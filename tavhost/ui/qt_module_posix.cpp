@@ -24,19 +24,27 @@ bool HasQtModule(const std::string& moduleFolder) {
   return access(ModulePath(moduleFolder).c_str(), R_OK) == 0;
 }
 
+namespace {
+
+// A function of the module; null when there is none.
+void* Find(const std::string& moduleFolder, const char* name, std::string& error) {
+  void* const module = dlopen(ModulePath(moduleFolder).c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const function = module ? dlsym(module, name) : nullptr;
+  if (!function) error = dlerror();
+  return function;
+}
+
+}  // namespace
+
 std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
                                        const QtOptions& options, std::string& error) {
-  void* const module = dlopen(ModulePath(moduleFolder).c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!module) {
-    error = dlerror();
-    return nullptr;
-  }
-  auto* const create = reinterpret_cast<CreateQtToolkitFunction*>(dlsym(module, kCreateQtToolkit));
-  if (!create) {
-    error = dlerror();
-    return nullptr;
-  }
-  return std::unique_ptr<Toolkit>(create(host, options));
+  auto* const create =
+      reinterpret_cast<CreateQtToolkitFunction*>(Find(moduleFolder, kCreateQtToolkit, error));
+  return std::unique_ptr<Toolkit>(create ? create(host, options) : nullptr);
+}
+
+RunWorkbenchFunction* LoadWorkbench(const std::string& moduleFolder, std::string& error) {
+  return reinterpret_cast<RunWorkbenchFunction*>(Find(moduleFolder, kRunWorkbench, error));
 }
 
 }  // namespace ui

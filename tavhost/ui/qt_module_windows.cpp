@@ -23,17 +23,30 @@ bool HasQtModule(const std::string& moduleFolder) {
   return GetFileAttributesW(ModulePath(moduleFolder).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
-                                       const QtOptions& options, std::string& error) {
+namespace {
+
+// A function of the module; null when there is none.
+void* Find(const std::string& moduleFolder, const char* name, std::string& error) {
   const HMODULE module = LoadLibraryW(ModulePath(moduleFolder).c_str());
-  const FARPROC create = module ? GetProcAddress(module, kCreateQtToolkit) : nullptr;
-  if (!create) {
+  const FARPROC function = module ? GetProcAddress(module, name) : nullptr;
+  if (!function) {
     error =
         "the module for windows cannot be loaded (error " + std::to_string(GetLastError()) + ")";
-    return nullptr;
   }
-  const auto function = reinterpret_cast<CreateQtToolkitFunction*>(reinterpret_cast<void*>(create));
-  return std::unique_ptr<Toolkit>(function(host, options));
+  return reinterpret_cast<void*>(function);
+}
+
+}  // namespace
+
+std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
+                                       const QtOptions& options, std::string& error) {
+  auto* const create =
+      reinterpret_cast<CreateQtToolkitFunction*>(Find(moduleFolder, kCreateQtToolkit, error));
+  return std::unique_ptr<Toolkit>(create ? create(host, options) : nullptr);
+}
+
+RunWorkbenchFunction* LoadWorkbench(const std::string& moduleFolder, std::string& error) {
+  return reinterpret_cast<RunWorkbenchFunction*>(Find(moduleFolder, kRunWorkbench, error));
 }
 
 }  // namespace ui

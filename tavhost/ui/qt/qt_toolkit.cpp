@@ -137,7 +137,7 @@ QWidget* QtToolkit::ParentOf(const WindowModel& window) const {
     }
   }
   // Above the window that is on top now, whatever its parent is.
-  return open_.empty() ? nullptr : &open_.back()->Dialog();
+  return open_.empty() ? mainWindow_ : &open_.back()->Dialog();
 }
 
 void QtToolkit::RunModal(ModalModel& window) {

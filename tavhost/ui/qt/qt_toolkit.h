@@ -20,6 +20,9 @@ class QtToolkit final : public Toolkit {
   QtToolkit(const ModuleHost& host, const QtOptions& options);
   ~QtToolkit() override;
 
+  // The window above which dialogs open; null: none. It stays the caller's.
+  void SetMainWindow(QWidget* window) { mainWindow_ = window; }
+
   void ProcessEvents() override;
   void ProcessPainting() override;
   void WaitForEvents(std::uint32_t milliseconds) override;
@@ -54,7 +57,11 @@ class QtToolkit final : public Toolkit {
   std::unique_ptr<QSocketNotifier> wakeUp_;
   std::vector<ModalView*> open_;  // the modal windows, the last on top
   std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> modeless_;
+<<<<<<< HEAD
   Tone tone_;
+=======
+  QWidget* mainWindow_ = nullptr;
+>>>>>>> 59334ab (Open a workbench: editor, console, command reference, run and stop)
   int pictures_ = 0;
 };
 

@@ -1,0 +1,190 @@
+#include "tavhost/app/workbench_services.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/notation/kel_value.h"
+#include "host/script/script_service.h"
+#include "tavhost/app/commands_command.h"
+#include "tavhost/app/completion.h"
+#include "tavhost/app/interrupts.h"
+#include "tavhost/app/prompt_values.h"
+#include "tavhost/loader/reference.h"
+#include "tavhost/script/script_service.h"
+#include "tavhost/services/program_path.h"
+#include "tavhost/sv/stop.h"
+
+namespace app {
+
+namespace {
+
+SV::String Counted(const std::string& text) {
+  return {text.data(), static_cast<long>(text.size())};
+}
+
+ui::WorkbenchHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
+  return {diagnostic.file, diagnostic.line, diagnostic.column, diagnostic.message, diagnostic.text};
+}
+
+const char* KindName(std::uint8_t type) {
+  switch (type) {
+    case TavKelString:
+      return "string";
+    case TavKelInteger:
+      return "integer";
+    case TavKelReal:
+      return "real";
+    case TavKelList:
+      return "list";
+    case TavKelRecord:
+      return "record";
+    default:
+      return "value";
+  }
+}
+
+// While something runs.
+class Busy {
+ public:
+  explicit Busy(bool& flag) : flag_(flag) { flag_ = true; }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { flag_ = false; }
+
+ private:
+  bool& flag_;
+};
+
+}  // namespace
+
+WorkbenchServices::WorkbenchServices() = default;
+WorkbenchServices::~WorkbenchServices() { EndSession(); }
+
+ui::WorkbenchHost::Outcome WorkbenchServices::OutcomeOf(const script::Outcome& outcome) {
+  Outcome result;
+  result.mistake = MistakeOf(outcome.error);
+  result.code = outcome.code;
+  if (!outcome.parsed) {
+    result.end = outcome.error.incomplete ? End::kIncomplete : End::kNotParsed;
+    return result;
+  }
+  switch (outcome.exitType) {
+    case TavScriptExitEnd:
+      result.end = End::kEnded;
+      break;
+    case TavScriptExitCode:
+      result.end = End::kExit;
+      break;
+    case TavScriptExitError:
+      result.end = End::kError;
+      break;
+    case TavScriptExitStop:
+      result.end = End::kStopped;
+      if (outcome.stopReason == stop::Reason::kNoAnswer) {
+        result.end = End::kNoAnswer;
+      } else if (!stopAsked_) {
+        endAsked_ = true;  // an interrupt: the whole program is meant
+        result.end = End::kEndProgram;
+      }
+      break;
+  }
+  return result;
+}
+
+ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
+                                                        const std::string& name,
+                                                        const std::string& text,
+                                                        const Sinks& sinks) {
+  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", ""}};
+  EndSession();
+  stopAsked_ = false;
+  const Busy busy(running_);
+  if (path.empty()) {
+    program_path::Set("");
+  } else {
+    program_path::SetFolderOf(path);
+  }
+  script::RunOptions options;
+  options.name = name;
+  options.sinks = {sinks.print, sinks.error};
+  Outcome outcome = OutcomeOf(script::RunText(Counted(text), options));
+  if (outcome.end == End::kIncomplete) outcome.end = End::kNotParsed;
+  return outcome;
+}
+
+ui::WorkbenchHost::Outcome WorkbenchServices::RunEntry(const std::string& text,
+                                                       const Sinks& sinks) {
+  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", ""}};
+  // A variable's name shows what the last script left in it, too.
+  if (const auto answer = AnswerOf(Trimmed(text))) {
+    (answer->isError ? sinks.error : sinks.print)(answer->text);
+    return {};
+  }
+  stopAsked_ = false;
+  const Busy busy(running_);
+  entrySinks_ = sinks;
+  if (!session_) {
+    script::RunOptions options;
+    options.name = "<console>";
+    options.sinks.print = [this](std::string_view printed) { entrySinks_.print(printed); };
+    options.sinks.error = [this](std::string_view error) { entrySinks_.error(error); };
+    session_ = std::make_unique<script::Session>(std::move(options));
+  }
+  const app::Variables before = AllVariables();
+  Outcome outcome = OutcomeOf(session_->Run(Counted(ScriptOf(text))));
+  const std::string_view command = FirstName(Trimmed(text));
+  if (outcome.end == End::kEnded && reference::Catalogue::Get().Find(command)) {
+    sinks.print(ChangesSince(before));
+  }
+  // A service's requests are carried out between scripts, and a session is one.
+  if (TavScriptService::IsRunning()) EndSession();
+  return outcome;
+}
+
+void WorkbenchServices::EndSession() { session_.reset(); }
+
+void WorkbenchServices::Stop() {
+  if (!running_) return;
+  stopAsked_ = true;
+  stop::Request(stop::Reason::kUser);
+}
+
+bool WorkbenchServices::IsEndAsked() const {
+  return endAsked_ || (!running_ && stop::IsRequested());
+}
+
+std::vector<ui::WorkbenchHost::Mistake> WorkbenchServices::Check(const std::string& name,
+                                                                 const std::string& text) {
+  std::vector<Mistake> mistakes;
+  for (const script::Diagnostic& diagnostic : script::Check(Counted(text), name)) {
+    mistakes.push_back(MistakeOf(diagnostic));
+  }
+  return mistakes;
+}
+
+std::vector<std::string> WorkbenchServices::Complete(const std::string& before,
+                                                     const std::vector<std::string>& names) {
+  std::vector<std::string> variables = VariableNames();
+  variables.insert(variables.end(), names.begin(), names.end());
+  return CompleteScript(before, variables);
+}
+
+std::vector<ui::WorkbenchHost::Variable> WorkbenchServices::Variables() {
+  std::vector<Variable> variables;
+  for (const auto& [name, value] : AllVariables()) {
+    variables.push_back({name, KindName(value.Kind()), ShownText(value)});
+  }
+  return variables;
+}
+
+const reference::Catalogue& WorkbenchServices::Reference() { return reference::Catalogue::Get(); }
+
+std::string WorkbenchServices::Usage(const reference::Command& command) {
+  return UsageText(command);
+}
+
+void WorkbenchServices::SetServiceLog(std::function<void(const std::string&)> show) {
+  script::service::SetLogField(std::move(show));
+}
+
+}  // namespace app

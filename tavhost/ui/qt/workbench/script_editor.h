@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QPlainTextEdit>
+#include <QStringList>
+#include <functional>
+#include <vector>
+
+class QCompleter;
+class QStringListModel;
+
+namespace ui::workbench_view {
+
+class ScriptHighlighter;
+
+// What an editor asks of the workbench.
+struct EditorHelp {
+  std::function<bool(QStringView word)> isCommand;
+  // The words that can stand where the text ends.
+  std::function<QStringList(const QString& before)> complete;
+  // The tool tip for a word, as rich text; empty: none.
+  std::function<QString(const QString& word)> explain;
+};
+
+// A text edit for scripts: line numbers, colours, brackets, indentation, completion, marks.
+class ScriptEditor final : public QPlainTextEdit {
+ public:
+  explicit ScriptEditor(EditorHelp help, QWidget* parent = nullptr);
+  ~ScriptEditor() override;
+
+  // The text with line feeds, exactly; `toPlainText` would change blanks.
+  QString Text() const;
+  void SetText(const QString& text);
+
+  // Lines and columns count from 1, columns in code points.
+  void GoTo(int line, int column);
+  int Line() const;
+  int Column() const;
+  // The word under the cursor, with the `-` that names of commands may hold.
+  QString WordAtCursor() const;
+
+  struct Mark {
+    int line = 0;
+    int column = 0;
+    QString message;
+  };
+  void SetMarks(std::vector<Mark> marks);
+  const std::vector<Mark>& Marks() const { return marks_; }
+  // The line that runs next; 0: none.
+  void SetStepLine(int line);
+
+  // Where else the text that is searched for stands; shown while it is.
+  void SetFound(const QList<QTextCursor>& found);
+
+  void Complete();
+  void ToggleComment();
+  void ChangeIndent(bool deeper);
+  void DuplicateLines();
+  void MoveLines(bool up);
+  void InsertCommand(const QString& text);
+
+  // For the margin.
+  int MarginWidth() const;
+  void PaintMargin(QPaintEvent* event);
+
+ protected:
+  bool event(QEvent* event) override;
+  void changeEvent(QEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  class Margin;
+
+  void UpdateMargin();
+  void ShowSelections();
+  void ShowTip(const QPoint& position, const QPoint& globalPosition);
+  void BreakLine();
+  void CloseBracket(const QString& bracket);
+  bool KeyOfPopup(QKeyEvent* event);
+  void UpdatePopup(bool asked);
+  void InsertCompletion(const QString& word);
+  QString WordBeforeCursor() const;
+  QTextCursor SelectedLines() const;
+
+  EditorHelp help_;
+  Margin* margin_;
+  ScriptHighlighter* highlighter_;
+  QCompleter* completer_;
+  QStringListModel* words_;
+  std::vector<Mark> marks_;
+  QList<QTextCursor> found_;
+  int stepLine_ = 0;
+};
+
+}  // namespace ui::workbench_view

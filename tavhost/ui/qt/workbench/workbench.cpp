@@ -1,0 +1,43 @@
+#include "tavhost/ui/qt/workbench/workbench.h"
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QEventLoop>
+#include <QLoggingCategory>
+#include <QTimer>
+#include <cstdio>
+
+#include "tavhost/ui/qt/qt_toolkit.h"
+#include "tavhost/ui/qt/workbench/workbench_window.h"
+
+namespace ui {
+
+namespace {
+
+// QT_LOGGING_RULES="tavhost.workbench.debug=true" tells when the window is there.
+Q_LOGGING_CATEGORY(Log, "tavhost.workbench", QtWarningMsg)
+
+}  // namespace
+
+void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOptions& options) {
+  workbench_view::WorkbenchWindow window(host, options);
+  QEventLoop loop;
+  window.closed = [&loop] { loop.quit(); };
+  window.painted = [&] {
+    if (options.shown) options.shown();
+    if (Log().isDebugEnabled()) std::fputs("tavhost: the workbench has been painted\n", stderr);
+  };
+  toolkit.SetMainWindow(&window);
+  window.Start(options.files);
+  window.show();
+  // A request to end from outside wakes the loop.
+  const auto awake = QObject::connect(
+      QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, &window, [&] {
+        if (host.IsEndAsked()) QTimer::singleShot(0, &window, [&window] { window.EndNow(); });
+      });
+  loop.exec();
+  QObject::disconnect(awake);
+  toolkit.SetMainWindow(nullptr);
+}
+
+}  // namespace ui

@@ -1,0 +1,29 @@
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "tavhost/loader/plugins.h"
+#include "tavhost/script/ports.h"
+#include "tavhost/sv/main_frames.h"
+#include "tavhost/sv/stop.h"
+#include "tavhost/ui/posted_work.h"
+#include "tests/qt/started_toolkit.h"
+
+ui::QtToolkit& StartedToolkit() {
+  static ui::QtToolkit* toolkit = nullptr;
+  if (toolkit) return *toolkit;
+  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
+                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  auto made = std::make_unique<ui::QtToolkit>(host, ui::QtOptions{});
+  toolkit = made.get();
+  ui::SetToolkit(std::move(made));
+  main_frames::Create();
+  script::RegisterHostPorts();
+  static loader::Plugins plugins;
+  std::string error;
+  if (!plugins.Load(TAVHOST_TEST_PLUGIN, error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    std::abort();
+  }
+  return *toolkit;
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <memory>
+
+#include "tavhost/app/workbench_services.h"
+#include "tavhost/ui/qt/text.h"
+#include "tavhost/ui/qt/workbench/command_browser.h"
+#include "tavhost/ui/qt/workbench/console.h"
+#include "tavhost/ui/qt/workbench/editor_tabs.h"
+#include "tavhost/ui/qt/workbench/find_bar.h"
+#include "tavhost/ui/qt/workbench/workbench_window.h"
+#include "tests/qt/started_toolkit.h"
+
+// A workbench in a folder of its own. What the test leaves open is closed without questions.
+class WorkbenchTest : public testing::Test {
+ protected:
+  using Window = ui::workbench_view::WorkbenchWindow;
+  using Page = ui::workbench_view::EditorPage;
+
+  void SetUp() override { StartedToolkit(); }
+  void TearDown() override { Leave(); }
+
+  Window& Start(const std::vector<std::string>& files = {}) {
+    Leave();
+    ui::WorkbenchOptions options;
+    options.folder = ui::Bytes(folder_.path());
+    services_ = std::make_unique<app::WorkbenchServices>();
+    window_ = std::make_unique<Window>(*services_, options);
+    StartedToolkit().SetMainWindow(window_.get());
+    window_->Start(files);
+    window_->show();
+    window_->activateWindow();
+    QTest::qWait(20);
+    return *window_;
+  }
+  // As when the program goes down without closing anything.
+  void Leave() {
+    StartedToolkit().SetMainWindow(nullptr);
+    window_.reset();
+    services_.reset();
+  }
+
+  Page& Front() { return *window_->Tabs().Page(); }
+  ui::workbench_view::ScriptEditor& Editor() { return Front().Editor(); }
+  void Type(const QString& text) {
+    Editor().setFocus();
+    QTest::keyClicks(&Editor(), text);
+  }
+  QString Console() {
+    window_->GetConsole().Flush();
+    return window_->GetConsole().Output().toPlainText();
+  }
+  void Enter(const QString& text) {
+    QLineEdit& input = window_->GetConsole().Input();
+    input.setFocus();
+    input.setText(text);
+    QTest::keyClick(&input, Qt::Key_Return);
+  }
+  QString State() { return window_->findChild<QLabel*>(QStringLiteral("state"))->text(); }
+
+  // A key for the editor in front. Without a display nobody makes the window active again when a
+  // dialog has closed.
+  void Key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    window_->activateWindow();
+    QTest::qWait(1);
+    Editor().setFocus();
+    QTest::keyClick(&Editor(), static_cast<Qt::Key>(key), modifiers);
+  }
+
+  // Runs the script in front and returns when it has ended.
+  void Run() {
+    Key(Qt::Key_F5);
+    QTest::qWait(1);  // started from the event loop
+    while (window_ && window_->IsRunning()) QTest::qWait(1);
+  }
+  void RunText(const QString& text) {
+    Editor().SetText(text);
+    Run();
+  }
+
+  QString Path(const QString& name) { return folder_.filePath(name); }
+  QString Write(const QString& name, const QByteArray& bytes) {
+    QFile file(Path(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    return Path(name);
+  }
+  QByteArray Read(const QString& name) {
+    QFile file(Path(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+  }
+
+  // Answers the next question of the workbench with the button of this text.
+  void Answer(const QString& button) {
+    QTimer::singleShot(50, qApp, [this, button] {
+      auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (!box) {
+        ADD_FAILURE() << "no question";
+        return;
+      }
+      question_ = box->text();
+      for (QAbstractButton* const one : box->buttons()) {
+        if (one->text().remove(QLatin1Char('&')) == button) return one->click();
+      }
+      ADD_FAILURE() << "no button " << button.toStdString();
+      box->reject();
+    });
+  }
+
+  QTemporaryDir folder_;
+  std::unique_ptr<app::WorkbenchServices> services_;
+  std::unique_ptr<Window> window_;
+  QString question_;
+};

@@ -1,0 +1,146 @@
+// Renders the workbench in its states, light and dark:
+//   tavhost_workbench_gallery FOLDER
+#include <QApplication>
+#include <QDir>
+#include <QDockWidget>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <cstdio>
+
+#include "tavhost/app/workbench_services.h"
+#include "tavhost/ui/qt/text.h"
+#include "tavhost/ui/qt/workbench/command_browser.h"
+#include "tavhost/ui/qt/workbench/console.h"
+#include "tavhost/ui/qt/workbench/editor_tabs.h"
+#include "tavhost/ui/qt/workbench/find_bar.h"
+#include "tavhost/ui/qt/workbench/workbench_window.h"
+#include "tests/qt/started_toolkit.h"
+
+namespace {
+
+using ui::workbench_view::Theme;
+using ui::workbench_view::WorkbenchWindow;
+
+constexpr char kScript[] = R"(# Counts the lines of all scripts below a folder.
+func count_lines(name) {
+    FREAD file:(folder + "/" + name)
+    if ecode != 0 { throw "cannot read " + name }
+    return len(split(text, "\n"))
+}
+
+folder = "scripts"
+total = 0
+CREATE_OUTPUT_WIN winid:"report" title:"Report"
+for name in ("setup.tav", "nightly.tav", "report.tav") {
+    lines = 40 + len(name)     # count_lines(name)
+    total = total + lines
+    OUT winid:"report" text:(name + ": " + lines + "\n")
+    print name, lines
+}
+
+QUERYBOX ("Write the total of " + total + "?") title:"Lines" yes-no def-yes
+if endbutton == "yes" {
+    FWRITE file:"total.txt" text:("Total: " + total + "\n")
+    if ecode != 0 { ERRORBOX "Could not write the report."; exit 1 }
+}
+)";
+
+class Pictures {
+ public:
+  Pictures(QString folder, const char* look) : folder_(std::move(folder)), look_(look) {}
+
+  void Take(QWidget& window, const char* name) const {
+    QTest::qWait(30);
+    const QString file =
+        QStringLiteral("%1/workbench-%2-%3.png").arg(folder_, QLatin1String(name), look_);
+    if (!window.grab().save(file)) std::abort();
+  }
+
+ private:
+  QString folder_;
+  QString look_;
+};
+
+QString WriteScript(const QTemporaryDir& folder, const char* name, const char* text) {
+  QFile file(folder.filePath(QLatin1String(name)));
+  if (!file.open(QIODevice::WriteOnly)) std::abort();
+  file.write(text);
+  return file.fileName();
+}
+
+void Render(const QString& folder, Theme theme, const char* look) {
+  const Pictures pictures(folder, look);
+  QTemporaryDir home;
+  app::WorkbenchServices services;
+  ui::WorkbenchOptions options;
+  options.folder = ui::Bytes(home.path());
+  WorkbenchWindow window(services, options);
+  StartedToolkit().SetMainWindow(&window);
+  window.Start({ui::Bytes(WriteScript(home, "nightly.tav", "print \"nightly\"\n")),
+                ui::Bytes(WriteScript(home, "lines.tav", kScript))});
+  window.SetTheme(theme);
+  window.show();
+  window.activateWindow();
+  auto& editor = window.Tabs().Page()->Editor();
+  editor.GoTo(6, 2);
+  pictures.Take(window, "start");
+
+  QTimer::singleShot(300, [&] {
+    if (QWidget* const dialog = QApplication::activeModalWidget()) {
+      pictures.Take(window, "running");
+      dialog->close();
+    }
+  });
+  window.Run();
+  window.findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
+  pictures.Take(window, "ended");
+
+  window.findChild<QDockWidget*>(QStringLiteral("commands"))->raise();
+  window.Commands().ShowCommand(QStringLiteral("FWRITE"));
+  editor.GoTo(4, 1);
+  editor.InsertCommand(QStringLiteral("FWRITE file:12"));
+  window.GetConsole().Clear();
+  editor.document()->setModified(true);
+  window.Run();
+  window.Run();
+  pictures.Take(window, "error");
+
+  editor.SetText(QString::fromUtf8(kScript));
+  window.GetConsole().Clear();
+  QTest::keyClick(&editor, Qt::Key_H, Qt::ControlModifier);
+  window.Find().Open(true);
+  QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("total"));
+  window.Find().FindNext(false);
+  pictures.Take(window, "find");
+  window.Find().Close();
+
+  editor.SetText(QStringLiteral("# A message\nFI"));
+  editor.GoTo(2, 3);
+  editor.Complete();
+  QTest::qWait(30);
+  if (QWidget* const popup = QApplication::activePopupWidget()) pictures.Take(*popup, "completion");
+  if (QWidget* const popup = QApplication::activePopupWidget()) popup->close();
+
+  window.resize(720, 480);
+  pictures.Take(window, "small");
+  for (auto* const page : window.Tabs().Pages()) page->Editor().document()->setModified(false);
+  window.close();
+  StartedToolkit().SetMainWindow(nullptr);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::fprintf(stderr, "usage: tavhost_workbench_gallery FOLDER\n");
+    return 2;
+  }
+  StartedToolkit();
+  const QString folder = QString::fromLocal8Bit(arguments[1]);
+  if (!QDir().mkpath(folder)) return 1;
+  Render(folder, Theme::kLight, "light");
+  Render(folder, Theme::kDark, "dark");
+  std::_Exit(0);
+}

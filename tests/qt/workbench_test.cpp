@@ -1,0 +1,386 @@
+#include <QAction>
+#include <QCheckBox>
+#include <QDialog>
+#include <QDockWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextEdit>
+#include <QTreeWidget>
+
+#include "tavhost/script/runner.h"
+#include "tests/qt/workbench_fixture.h"
+
+namespace {
+
+using ui::workbench_view::Theme;
+
+TEST_F(WorkbenchTest, WhatIsTypedRunsAndPrints) {
+  Start();
+  Type(QStringLiteral("for i from 1 to 3 { print \"n\", i }"));
+  Run();
+  EXPECT_TRUE(Console().contains(QStringLiteral("n 1\nn 2\nn 3\n"))) << Console().toStdString();
+  EXPECT_TRUE(State().startsWith(QStringLiteral("Ended after"))) << State().toStdString();
+  EXPECT_FALSE(script::IsScriptRunning());
+}
+
+TEST_F(WorkbenchTest, CommandsOfThePluginRun) {
+  Start();
+  RunText(QStringLiteral("FWRITE file:\"%1\" text:\"x\"\nprint ecode, written\nexit 7")
+              .arg(Path(QStringLiteral("out.txt"))));
+  EXPECT_EQ(Read(QStringLiteral("out.txt")), "x");
+  EXPECT_TRUE(Console().contains(QStringLiteral("0 1\n")));
+  EXPECT_TRUE(State().startsWith(QStringLiteral("Ended with code 7")));
+}
+
+TEST_F(WorkbenchTest, AnErrorIsMarkedAndOneClickGoesThere) {
+  Start();
+  RunText(QStringLiteral("print 1\nprint 2\nFWRITE file:3\n"));
+  ASSERT_EQ(Editor().Marks().size(), 1u);
+  EXPECT_EQ(Editor().Marks()[0].line, 3);
+  EXPECT_EQ(Editor().Line(), 3);
+  auto& problems = *window_->findChild<QTreeWidget*>(QStringLiteral("problemList"));
+  ASSERT_EQ(problems.topLevelItemCount(), 1);
+  Editor().GoTo(1, 1);
+  problems.itemClicked(problems.topLevelItem(0), 0);
+  EXPECT_EQ(Editor().Line(), 3);
+  // The same from the console: its text names the place.
+  Editor().GoTo(1, 1);
+  QPlainTextEdit& output = window_->GetConsole().Output();
+  QTextCursor cursor = output.document()->find(QStringLiteral("untitled:3:"));
+  ASSERT_FALSE(cursor.isNull());
+  cursor.setPosition(cursor.selectionStart() + 2);
+  output.setTextCursor(cursor);
+  const QPoint place = output.cursorRect(cursor).center();
+  QTest::mouseClick(output.viewport(), Qt::LeftButton, Qt::NoModifier, place);
+  EXPECT_EQ(Editor().Line(), 3);
+  // Typing takes the mark away.
+  Type(QStringLiteral(" "));
+  EXPECT_TRUE(Editor().Marks().empty());
+}
+
+TEST_F(WorkbenchTest, AMistakeIsFoundWithoutRunning) {
+  Start();
+  Editor().SetText(QStringLiteral("print 1\nif {\n"));
+  Key(Qt::Key_F7);
+  ASSERT_FALSE(Editor().Marks().empty());
+  EXPECT_EQ(Editor().Marks()[0].line, 2);
+  EXPECT_FALSE(Console().contains(QLatin1Char('1')));
+  Run();
+  EXPECT_EQ(State(), QStringLiteral("Not run: there is a mistake"));
+}
+
+// How long the script goes on after Shift+F5, in milliseconds.
+class WorkbenchStopTest : public WorkbenchTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(WorkbenchStopTest, StopTakesEffectWithinASecond) {
+  Start();
+  Editor().SetText(QString::fromLatin1(GetParam()));
+  QElapsedTimer time;
+  bool busy = false;
+  QTimer::singleShot(600, qApp, [&] {
+    busy = window_->findChild<QProgressBar*>()->isVisible() &&
+           State().startsWith(QStringLiteral("Running 0."));
+    time.start();
+    QWidget* const target =
+        QApplication::activeModalWidget() ? QApplication::activeModalWidget() : &Editor();
+    QTest::keyClick(target, Qt::Key_F5, Qt::ShiftModifier);
+  });
+  Run();
+  ASSERT_TRUE(time.isValid());
+  EXPECT_LT(time.elapsed(), 1000);
+  EXPECT_TRUE(busy);
+  EXPECT_TRUE(State().startsWith(QStringLiteral("Stopped after"))) << State().toStdString();
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+  // The next script is not stopped by it.
+  RunText(QStringLiteral("print 40 + 2"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("42\n")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Everywhere, WorkbenchStopTest,
+                         testing::Values("while 1 { }", "SLEEP ms:60000", "INFOBOX \"x\"",
+                                         "LISTBOX entries:\"a b\"",
+                                         "while 1 { print \"filling the console\" }"));
+
+TEST_F(WorkbenchTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
+  Start();
+  Editor().SetText(QStringLiteral("while 1 { }"));
+  Editor().document()->setModified(false);
+  bool closed = false;
+  window_->closed = [&closed] { closed = true; };
+  bool stillThere = false;
+  QTimer::singleShot(200, qApp, [&] {
+    Answer(QStringLiteral("Cancel"));
+    window_->close();
+    stillThere = window_->isVisible() && window_->IsRunning();
+    Answer(QStringLiteral("Stop and Quit"));
+    window_->close();
+  });
+  Run();
+  QTest::qWait(50);
+  EXPECT_TRUE(stillThere);
+  EXPECT_TRUE(closed);
+  EXPECT_FALSE(window_->isVisible());
+  EXPECT_FALSE(script::IsScriptRunning());
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST_F(WorkbenchTest, TheScriptSeesTheWorkbenchWhileItRuns) {
+  Start();
+  Editor().SetText(QStringLiteral("while 1 { }"));
+  QTimer::singleShot(200, qApp, [&] {
+    // It can be typed, resized and looked at; a second run does nothing.
+    window_->resize(900, 600);
+    window_->Tabs().New();
+    QTest::keyClicks(&Editor(), QStringLiteral("print 1"));
+    window_->Run();
+    EXPECT_EQ(Editor().Text(), QStringLiteral("print 1"));
+    window_->Stop();
+  });
+  Run();
+  EXPECT_EQ(window_->size(), QSize(900, 600));
+  EXPECT_FALSE(Console().contains(QStringLiteral("\n1\n")));
+}
+
+TEST_F(WorkbenchTest, TheConsoleRunsEntriesOneBehindTheOther) {
+  Start();
+  Enter(QStringLiteral("total = 40"));
+  Enter(QStringLiteral("total = total + 2"));
+  Enter(QStringLiteral("total"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("tav> total\n42\n"))) << Console().toStdString();
+  Enter(QStringLiteral("= total * 2"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("84\n")));
+  Enter(QStringLiteral("FILE_EXISTS file:\"nowhere\""));
+  EXPECT_TRUE(Console().contains(QStringLiteral("  exists: 0\n"))) << Console().toStdString();
+  Enter(QStringLiteral("help FREAD"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("Reads a whole file")));
+  Enter(QStringLiteral("FREAD"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("<console>:1:1: error: ")));
+  Enter(QStringLiteral("if total == 42 {"));
+  Enter(QStringLiteral("print \"several lines\" }"));
+  EXPECT_TRUE(Console().contains(QStringLiteral("\nseveral lines\n"))) << Console().toStdString();
+  // A script begins anew, and can run at any time.
+  RunText(QStringLiteral("other = 5"));
+  Enter(QStringLiteral("other"));
+  EXPECT_TRUE(Console().endsWith(QStringLiteral("tav> other\n5\n"))) << Console().toStdString();
+}
+
+TEST_F(WorkbenchTest, TheHistoryIsKeptBeforeAnEntryRunsAndForTheNextStart) {
+  Start();
+  QByteArray during;
+  QTimer::singleShot(100, qApp, [&] {
+    during = Read(QStringLiteral("history"));
+    window_->Stop();
+  });
+  Enter(QStringLiteral("SLEEP ms:60000"));
+  EXPECT_EQ(during, "SLEEP ms:60000\n");
+  Enter(QStringLiteral("print \"a\\n\""));
+  Leave();
+  Start();
+  QLineEdit& input = window_->GetConsole().Input();
+  input.setFocus();
+  QTest::keyClick(&input, Qt::Key_Up);
+  EXPECT_EQ(input.text(), QStringLiteral("print \"a\\n\""));
+  QTest::keyClick(&input, Qt::Key_Up);
+  EXPECT_EQ(input.text(), QStringLiteral("SLEEP ms:60000"));
+  QTest::keyClick(&input, Qt::Key_Down);
+  QTest::keyClick(&input, Qt::Key_Down);
+  EXPECT_EQ(input.text(), QString());
+}
+
+TEST_F(WorkbenchTest, TheConsoleCompletes) {
+  Start();
+  QLineEdit& input = window_->GetConsole().Input();
+  input.setFocus();
+  QTest::keyClicks(&input, QStringLiteral("FWRI"));
+  QTest::keyClick(&input, Qt::Key_Tab);
+  EXPECT_EQ(input.text(), QStringLiteral("FWRITE"));
+  QTest::keyClicks(&input, QStringLiteral(" te"));
+  QTest::keyClick(&input, Qt::Key_Tab);
+  EXPECT_EQ(input.text(), QStringLiteral("FWRITE text:"));
+}
+
+TEST_F(WorkbenchTest, TheEditorCompletesCommandsParametersAndVariables) {
+  Start();
+  Type(QStringLiteral("FWRI"));
+  QTest::keyClick(&Editor(), Qt::Key_Tab);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("FWRITE"));
+  Type(QStringLiteral(" tex"));
+  Key(Qt::Key_Space, Qt::ControlModifier);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("FWRITE text:"));
+  Editor().SetText(QStringLiteral("longName = 1\nprint lo"));
+  Editor().GoTo(2, 9);
+  Key(Qt::Key_Space, Qt::ControlModifier);
+  if (QWidget* const popup = QApplication::activePopupWidget()) {
+    QTest::keyClick(popup, Qt::Key_Return);  // longName comes before lower
+  }
+  EXPECT_EQ(Editor().Text(), QStringLiteral("longName = 1\nprint longName"));
+}
+
+TEST_F(WorkbenchTest, AnOfferNobodyAskedForLeavesTheEndOfALineAlone) {
+  Start();
+  Type(QStringLiteral("FR"));
+  QTest::keyClick(&Editor(), Qt::Key_Return);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("FR\n"));
+}
+
+TEST_F(WorkbenchTest, LinesAreIndentedAndBracketsPutBack) {
+  Start();
+  Type(QStringLiteral("if a {"));
+  QTest::keyClick(&Editor(), Qt::Key_Return);
+  Type(QStringLiteral("print 1"));
+  QTest::keyClick(&Editor(), Qt::Key_Return);
+  Type(QStringLiteral("}"));
+  EXPECT_EQ(Editor().Text(), QStringLiteral("if a {\n    print 1\n}"));
+  // The partner of the bracket at the cursor is shown: current line, and the two brackets.
+  EXPECT_EQ(Editor().extraSelections().size(), 3);
+}
+
+TEST_F(WorkbenchTest, LinesAreCommentedMovedAndDoubled) {
+  Start();
+  Editor().SetText(QStringLiteral("a\n  b\nc"));
+  Editor().GoTo(2, 1);
+  Key(Qt::Key_Slash, Qt::ControlModifier);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("a\n  # b\nc"));
+  Key(Qt::Key_Slash, Qt::ControlModifier);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("a\n  b\nc"));
+  Key(Qt::Key_Up, Qt::AltModifier);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("  b\na\nc"));
+  Key(Qt::Key_Down, Qt::AltModifier);
+  Key(Qt::Key_D, Qt::ControlModifier);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("a\n  b\n  b\nc"));
+  Editor().selectAll();
+  QTest::keyClick(&Editor(), Qt::Key_Tab);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("    a\n      b\n      b\n    c"));
+  QTest::keyClick(&Editor(), Qt::Key_Backtab);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("a\n  b\n  b\nc"));
+}
+
+TEST_F(WorkbenchTest, FindsAndReplaces) {
+  Start();
+  Editor().SetText(QStringLiteral("cat Cat category\ncat"));
+  Key(Qt::Key_H, Qt::ControlModifier);
+  auto& find = *window_->findChild<QLineEdit*>(QStringLiteral("find"));
+  auto& replace = *window_->findChild<QLineEdit*>(QStringLiteral("replace"));
+  ASSERT_TRUE(find.isVisible());
+  QTest::keyClicks(&find, QStringLiteral("cat"));
+  QTest::keyClick(&find, Qt::Key_Return);
+  EXPECT_EQ(Editor().textCursor().selectionStart(), 0);
+  QTest::keyClick(&find, Qt::Key_Return);
+  EXPECT_EQ(Editor().textCursor().selectionStart(), 4);
+  QTest::keyClick(&find, Qt::Key_Return, Qt::ShiftModifier);
+  QTest::keyClick(&find, Qt::Key_Return, Qt::ShiftModifier);  // round the start
+  EXPECT_EQ(Editor().textCursor().selectionStart(), 17);
+  replace.setText(QStringLiteral("dog"));
+  QTest::mouseClick(window_->findChild<QPushButton*>(QStringLiteral("replaceOne")), Qt::LeftButton);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("cat Cat category\ndog"));
+  for (QCheckBox* const box : window_->Find().findChildren<QCheckBox*>()) {
+    if (!box->text().contains(QStringLiteral("xpression"))) box->setChecked(true);
+  }
+  QTest::mouseClick(window_->findChild<QPushButton*>(QStringLiteral("replaceAll")), Qt::LeftButton);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("dog Cat category\ndog"));
+  // All of it is undone at once.
+  Editor().undo();
+  EXPECT_EQ(Editor().Text(), QStringLiteral("cat Cat category\ndog"));
+  for (QCheckBox* const box : window_->Find().findChildren<QCheckBox*>()) {
+    box->setChecked(box->text().contains(QStringLiteral("xpression")));
+  }
+  find.setText(QStringLiteral("(c)(at)"));
+  replace.setText(QStringLiteral("\\2\\1"));
+  EXPECT_EQ(window_->Find().ReplaceAll(), 3);
+  EXPECT_EQ(Editor().Text(), QStringLiteral("atc atC atcegory\ndog"));
+  find.setText(QStringLiteral("("));
+  EXPECT_FALSE(window_->Find().FindNext(false));
+  QTest::keyClick(&find, Qt::Key_Escape);
+  EXPECT_FALSE(find.isVisible());
+}
+
+TEST_F(WorkbenchTest, AllCommandsAreListedSearchedAndInserted) {
+  Start();
+  EXPECT_EQ(window_->Commands().ShownCount(), 76);
+  auto& search = *window_->findChild<QLineEdit*>(QStringLiteral("commandSearch"));
+  search.setText(QStringLiteral("http"));
+  EXPECT_GT(window_->Commands().ShownCount(), 0);
+  EXPECT_LT(window_->Commands().ShownCount(), 20);
+  search.setText(QStringLiteral("fwrite"));
+  EXPECT_TRUE(window_->findChild<QTextEdit*>(QStringLiteral("commandPage"))
+                  ->toPlainText()
+                  .contains(QStringLiteral("Writes a text to a file")));
+  QTest::keyClick(&search, Qt::Key_Return);
+  EXPECT_TRUE(Editor().Text().startsWith(QStringLiteral("FWRITE")))
+      << Editor().Text().toStdString();
+  // Help for the word under the cursor.
+  Editor().SetText(QStringLiteral("DB_FILE_LIST"));
+  Editor().GoTo(1, 4);
+  Key(Qt::Key_F1);
+  EXPECT_TRUE(window_->findChild<QTextEdit*>(QStringLiteral("commandPage"))
+                  ->toPlainText()
+                  .startsWith(QStringLiteral("DB_FILE_LIST")));
+}
+
+TEST_F(WorkbenchTest, EverythingIsReachedByKeyboardAndNamed) {
+  Start();
+  for (const QAction* const menu : window_->menuBar()->actions()) {
+    EXPECT_TRUE(menu->text().contains(QLatin1Char('&'))) << menu->text().toStdString();
+    QStringList mnemonics;
+    for (const QAction* const action : menu->menu()->actions()) {
+      if (action->isSeparator()) continue;
+      const qsizetype at = action->text().indexOf(QLatin1Char('&'));
+      EXPECT_TRUE(at >= 0 || !action->shortcut().isEmpty()) << action->text().toStdString();
+      if (at < 0) continue;
+      const QString letter = action->text().mid(at + 1, 1).toLower();
+      EXPECT_FALSE(mnemonics.contains(letter)) << action->text().toStdString();
+      mnemonics << letter;
+    }
+  }
+  QStringList shortcuts;
+  for (const QAction* const action : window_->findChildren<QAction*>()) {
+    for (const QKeySequence& keys : action->shortcuts()) {
+      EXPECT_FALSE(shortcuts.contains(keys.toString())) << keys.toString().toStdString();
+      shortcuts << keys.toString();
+    }
+  }
+  for (const char* const name :
+       {"editor", "consoleInput", "consoleOutput", "commandSearch", "commandList", "commandPage",
+        "problemList", "variableList", "serviceLogText", "tabs", "find", "replace"}) {
+    const auto* const widget = window_->findChild<QWidget*>(QLatin1String(name));
+    ASSERT_NE(widget, nullptr) << name;
+    EXPECT_FALSE(widget->accessibleName().isEmpty()) << name;
+  }
+  // From pane to pane.
+  Editor().setFocus();
+  Key(Qt::Key_F6);
+  EXPECT_FALSE(Editor().hasFocus());
+  for (int i = 0; i < 10 && !Editor().hasFocus(); ++i) {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F6);
+  }
+  EXPECT_TRUE(Editor().hasFocus());
+}
+
+TEST_F(WorkbenchTest, LightAndDarkAreToldApart) {
+  Start();
+  window_->SetTheme(Theme::kDark);
+  QTest::qWait(10);
+  EXPECT_LT(Editor().palette().color(QPalette::Base).lightness(), 60);
+  window_->SetTheme(Theme::kLight);
+  QTest::qWait(10);
+  EXPECT_GT(Editor().palette().color(QPalette::Base).lightness(), 200);
+  window_->SetTheme(Theme::kSystem);
+}
+
+TEST_F(WorkbenchTest, TheVariablesOfTheLastRunAreShown) {
+  Start();
+  window_->findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
+  QTest::qWait(10);
+  RunText(QStringLiteral("total = 42\nname = \"x\""));
+  auto& list = *window_->findChild<QTreeWidget*>(QStringLiteral("variableList"));
+  const auto found = list.findItems(QStringLiteral("total"), Qt::MatchExactly);
+  ASSERT_EQ(found.size(), 1);
+  EXPECT_EQ(found[0]->text(1), QStringLiteral("42"));
+  EXPECT_EQ(found[0]->text(2), QStringLiteral("integer"));
+}
+
+}  // namespace
