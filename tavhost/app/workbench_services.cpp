@@ -9,6 +9,7 @@
 #include "tavhost/app/completion.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/prompt_values.h"
+#include "tavhost/check/check.h"
 #include "tavhost/loader/reference.h"
 #include "tavhost/script/script_service.h"
 #include "tavhost/services/program_path.h"
@@ -23,7 +24,8 @@ SV::String Counted(const std::string& text) {
 }
 
 ui::WorkbenchHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
-  return {diagnostic.file, diagnostic.line, diagnostic.column, diagnostic.message, diagnostic.text};
+  return {diagnostic.file,    diagnostic.line, diagnostic.column,
+          diagnostic.message, diagnostic.text, false};
 }
 
 const char* KindName(std::uint8_t type) {
@@ -95,7 +97,7 @@ ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
                                                         const std::string& name,
                                                         const std::string& text,
                                                         const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", ""}};
+  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", "", false}};
   EndSession();
   stopAsked_ = false;
   const Busy busy(running_);
@@ -114,7 +116,7 @@ ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
 
 ui::WorkbenchHost::Outcome WorkbenchServices::RunEntry(const std::string& text,
                                                        const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", ""}};
+  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", "", false}};
   // A variable's name shows what the last script left in it, too.
   if (const auto answer = AnswerOf(Trimmed(text))) {
     (answer->isError ? sinks.error : sinks.print)(answer->text);
@@ -156,8 +158,9 @@ bool WorkbenchServices::IsEndAsked() const {
 std::vector<ui::WorkbenchHost::Mistake> WorkbenchServices::Check(const std::string& name,
                                                                  const std::string& text) {
   std::vector<Mistake> mistakes;
-  for (const script::Diagnostic& diagnostic : script::Check(Counted(text), name)) {
-    mistakes.push_back(MistakeOf(diagnostic));
+  for (const check::Finding& finding : check::CheckScript(Counted(text), name)) {
+    mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
+                        finding.severity == check::Severity::kHint});
   }
   return mistakes;
 }

@@ -23,7 +23,8 @@ class WorkbenchHost {
     std::uint32_t line = 0;
     std::uint32_t column = 0;
     std::string message;
-    std::string text;  // as the command line shows it: place, message, source line, caret
+    std::string text;     // as the command line shows it: place, message, source line, caret
+    bool isHint = false;  // it may be meant so
   };
 
   struct Sinks {

@@ -96,7 +96,7 @@ class MistakeTest(ProgramTest):
             self.expect_usage_error(["run", option], f"{option} needs a value", "run")
 
     def test_not_built_yet(self):
-        for arguments in ([], ["lsp"], ["--quiet"]):
+        for arguments in (["lsp"], ["lsp", "--quiet"]):
             result = self.run_program(*arguments)
             self.assertEqual((result.out, result.code), ("", 2), arguments)
             self.assertRegex(result.err, r"^tavhost: the [a-z ]+ is not available yet\n$")

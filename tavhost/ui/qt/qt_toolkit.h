@@ -57,11 +57,8 @@ class QtToolkit final : public Toolkit {
   std::unique_ptr<QSocketNotifier> wakeUp_;
   std::vector<ModalView*> open_;  // the modal windows, the last on top
   std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> modeless_;
-<<<<<<< HEAD
   Tone tone_;
-=======
   QWidget* mainWindow_ = nullptr;
->>>>>>> 59334ab (Open a workbench: editor, console, command reference, run and stop)
   int pictures_ = 0;
 };
 

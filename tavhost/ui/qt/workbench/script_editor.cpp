@@ -181,18 +181,21 @@ void ScriptEditor::PaintMargin(QPaintEvent* event) {
     const int number = block.blockNumber() + 1;
     const int height = fontMetrics().height();
     const int top = static_cast<int>(area.top());
-    const bool marked = std::any_of(marks_.begin(), marks_.end(),
-                                    [number](const Mark& mark) { return mark.line == number; });
-    if (marked) painter.fillRect(0, top, margin_->width(), height, colours.errorLine);
-    painter.setPen(marked                           ? colours.error
+    const Mark* mark = nullptr;  // of the line; a mistake before a hint
+    for (const Mark& one : marks_) {
+      if (one.line == number && (!mark || mark->isHint)) mark = &one;
+    }
+    const bool wrong = mark && !mark->isHint;
+    if (wrong) painter.fillRect(0, top, margin_->width(), height, colours.errorLine);
+    painter.setPen(wrong                            ? colours.error
                    : block.blockNumber() == current ? palette().color(QPalette::Text)
                                                     : colours.lineNumber);
     painter.drawText(0, top, margin_->width() - digit, height, Qt::AlignRight,
                      QString::number(number));
     const QRectF sign(digit * 0.4, top + height * 0.25, height * 0.5, height * 0.5);
-    if (marked) {
+    if (mark) {
       painter.setPen(Qt::NoPen);
-      painter.setBrush(colours.error);
+      painter.setBrush(wrong ? colours.error : colours.hint);
       painter.drawEllipse(sign);
     }
     if (number == stepLine_) {
@@ -219,7 +222,7 @@ void ScriptEditor::ShowSelections() {
   for (const Mark& mark : marks_) {
     const QTextBlock block = document()->findBlockByNumber(mark.line - 1);
     if (!block.isValid()) continue;
-    addLine(QTextCursor(block), colours.errorLine);
+    if (!mark.isHint) addLine(QTextCursor(block), colours.errorLine);
     QTextEdit::ExtraSelection wave;
     wave.cursor = QTextCursor(block);
     const QString text = block.text();
@@ -229,7 +232,7 @@ void ScriptEditor::ShowSelections() {
     wave.cursor.setPosition(block.position() + begin);
     wave.cursor.setPosition(block.position() + end, QTextCursor::KeepAnchor);
     wave.format.setUnderlineStyle(QTextCharFormat::WaveUnderline);
-    wave.format.setUnderlineColor(colours.error);
+    wave.format.setUnderlineColor(mark.isHint ? colours.hint : colours.error);
     selections.append(wave);
   }
   if (stepLine_ > 0) {

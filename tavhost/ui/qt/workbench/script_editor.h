@@ -42,6 +42,7 @@ class ScriptEditor final : public QPlainTextEdit {
     int line = 0;
     int column = 0;
     QString message;
+    bool isHint = false;
   };
   void SetMarks(std::vector<Mark> marks);
   const std::vector<Mark>& Marks() const { return marks_; }

@@ -29,6 +29,7 @@ struct Colours {
   QColor found;
   QColor error;
   QColor errorLine;
+  QColor hint;
   QColor stepLine;
   QColor lineNumber;
   QColor margin;

@@ -282,7 +282,8 @@ void WorkbenchWindow::ShowProblems(const std::vector<WorkbenchHost::Mistake>& mi
   std::map<EditorPage*, std::vector<ScriptEditor::Mark>> marks;
   for (const WorkbenchHost::Mistake& mistake : mistakes) {
     const QString file = Shown(mistake.file);
-    const QString message = Shown(mistake.message);
+    const QString message =
+        (mistake.isHint ? QStringLiteral("Hint: ") : QString()) + Shown(mistake.message);
     auto* const item = new QTreeWidgetItem(
         problems_, {message, QFileInfo(file).fileName(), QString::number(mistake.line)});
     item->setToolTip(0, message);
@@ -290,8 +291,8 @@ void WorkbenchWindow::ShowProblems(const std::vector<WorkbenchHost::Mistake>& mi
     item->setData(0, kLineRole, mistake.line);
     item->setData(0, kColumnRole, mistake.column);
     if (EditorPage* const page = tabs_->PageOf(file)) {
-      marks[page].push_back(
-          {static_cast<int>(mistake.line), static_cast<int>(mistake.column), message});
+      marks[page].push_back({static_cast<int>(mistake.line), static_cast<int>(mistake.column),
+                             message, mistake.isHint});
     }
   }
   for (auto& [page, found] : marks) page->Editor().SetMarks(std::move(found));
