@@ -21,9 +21,33 @@ endif()
 if(TARGET tavhost_qt)
   install(TARGETS tavhost_qt LIBRARY DESTINATION "${module_folder}")
 endif()
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${document_folder}")
+set(licence LICENSE)
+if(NOT WIN32)
+  set(licence)  # it is among the common ones there
+endif()
+install(FILES ${licence} README.md CHANGELOG.md DESTINATION "${document_folder}")
 install(DIRECTORY docs/ DESTINATION "${document_folder}/docs" FILES_MATCHING PATTERN "*.md")
 install(DIRECTORY examples/ DESTINATION "${document_folder}/examples" OPTIONAL)
+
+if(NOT WIN32)
+  install(FILES completions/tavhost.bash DESTINATION share/bash-completion/completions
+    RENAME tavhost)
+  install(FILES completions/_tavhost DESTINATION share/zsh/vendor-completions)
+  install(FILES completions/tavhost.fish DESTINATION share/fish/vendor_completions.d)
+  # What Debian wants of each package.
+  install(FILES cmake/debian/copyright DESTINATION "${document_folder}")
+  install(FILES cmake/debian/lintian-overrides DESTINATION share/lintian/overrides RENAME tavhost)
+  string(TIMESTAMP package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+  file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/generated/changelog" CONTENT
+"tavhost (${PROJECT_VERSION}) stable; urgency=low
+
+  * CHANGELOG.md tells what is new.
+
+ -- The tavhost authors <tavhost@localhost>  ${package_date}
+")
+  execute_process(COMMAND gzip -9nf "${CMAKE_BINARY_DIR}/generated/changelog")
+  install(FILES "${CMAKE_BINARY_DIR}/generated/changelog.gz" DESTINATION "${document_folder}")
+endif()
 
 # The licences of the libraries whose code the program holds.
 set(used_packages nlohmann-json3-dev libutfcpp-dev libboost1.74-dev zlib1g-dev)
@@ -51,6 +75,16 @@ else()
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION devel)
+  set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"Commands for TavScript and the host that runs them
+ tavhost runs scripts in TavScript with a plug-in of 76 commands: dialogs,
+ files, HTTP requests and more. Windows are real ones where there is a
+ display; without one, dialogs are answered from a file, so that scripts can
+ be tested and automated. It also checks scripts, traces what they do and
+ offers them to other programs as a service.")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  # Loaded when they are needed, so that no program names them.
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4, ca-certificates")
+  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libedit2, libasound2")
 endif()
 include(CPack)
