@@ -5,6 +5,7 @@
 #include <limits>
 #include <vector>
 
+#include "tavhost/notation/kind_word.h"
 #include "tavhost/notation/text.h"
 #include "tavhost/script/script_error.h"
 
@@ -171,24 +172,8 @@ std::size_t ListPlace(const std::vector<Value>& items, std::int32_t index) {
 }  // namespace
 
 const char* KindWord(const Value& value) {
-  switch (value.Kind()) {
-    case TavKelString:
-      return "a string";
-    case TavKelInteger:
-      return "an integer";
-    case TavKelReal:
-      return "a real";
-    case TavKelWord:
-      return "a word";
-    case TavKelBody:
-      return "a body";
-    case TavKelList:
-      return "a list";
-    case TavKelRecord:
-      return "a record";
-    default:
-      return "no value";
-  }
+  const char* const word = kel::KindWord(value.Kind());
+  return word ? word : "no value";
 }
 
 bool IsTrue(const Value& value) {

@@ -4,6 +4,7 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
+#include "tavhost/notation/kind_word.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/sv/trace.h"
 
@@ -12,24 +13,8 @@ namespace {
 bool checking = true;
 
 const char* WordFor(unsigned kind) {
-  switch (kind) {
-    case TavKelString:
-      return "a string";
-    case TavKelInteger:
-      return "an integer";
-    case TavKelReal:
-      return "a real";
-    case TavKelWord:
-      return "a word";
-    case TavKelBody:
-      return "a body";
-    case TavKelList:
-      return "a list";
-    case TavKelRecord:
-      return "a record";
-    default:
-      return "a modifier";
-  }
+  const char* const word = kel::KindWord(kind);
+  return word ? word : "a modifier";
 }
 
 bool Fits(unsigned kind, TavKelValueType type) {
