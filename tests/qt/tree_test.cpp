@@ -196,4 +196,81 @@ TEST_F(QtTree, SizesAreKept) {
       0);
 }
 
+TEST_F(QtTree, SortsWithoutCaseAndKeepsTheOrderOfEquals) {
+  TreeListBoxModel::Options options;
+  options.sorted = true;
+  TreeListBoxModel tree(options);
+  for (const auto& [id, text] : {std::pair{1, "pear"}, {2, "Apple"}, {3, "apple"}, {4, "PEACH"}}) {
+    tree.Add(id, -1, text, false);
+  }
+  Run(
+      tree,
+      [](QDialog& dialog) {
+        const QAbstractItemModel& items = *View(dialog).model();
+        QStringList shown;
+        for (int row = 0; row < items.rowCount(); ++row) {
+          shown << items.index(row, 0).data().toString();
+        }
+        EXPECT_EQ(shown.join(' '), QStringLiteral("Apple apple PEACH pear"));
+        Button(dialog, "cancel").click();
+      },
+      0);
+}
+
+TEST_F(QtTree, TypingGoesToTheNextItemThatBeginsSo) {
+  TreeListBoxModel tree{TreeListBoxModel::Options()};
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) {
+    QTest::keyClicks(&View(dialog), "th");
+    QTest::keyClick(&View(dialog), Qt::Key_Return);
+  });
+  EXPECT_EQ(Selected(tree), (std::vector<int>{3}));
+}
+
+TEST_F(QtTree, TabsDivideTextsIntoColumns) {
+  TreeListBoxModel::Options options;
+  options.columns = 3;
+  TreeListBoxModel tree(options);
+  tree.Add(1, -1, "a\tb\tc\td", false);
+  tree.Add(2, -1, "only", false);
+  Run(
+      tree,
+      [](QDialog& dialog) {
+        const QAbstractItemModel& items = *View(dialog).model();
+        EXPECT_EQ(items.columnCount(), 3);
+        EXPECT_EQ(items.index(0, 1).data().toString(), QStringLiteral("b"));
+        EXPECT_EQ(items.index(0, 2).data().toString(), QStringLiteral("c"));
+        EXPECT_EQ(items.index(1, 0).data().toString(), QStringLiteral("only"));
+        EXPECT_EQ(items.index(1, 2).data().toString(), QString());
+        Button(dialog, "cancel").click();
+      },
+      0);
+}
+
+// Deeper than any stack would hold a frame a level for.
+TEST_F(QtTree, TwentyThousandLevelsOpenFilterAndClose) {
+  constexpr int kLevels = 20000;
+  TreeListBoxModel tree{Multiple()};
+  for (int level = 0; level < kLevels; ++level) {
+    tree.Add(level, level - 1, "level " + std::to_string(level), true);
+  }
+  tree.ExpandAll();
+  Run(
+      tree,
+      [](QDialog& dialog) {
+        QTreeView& view = View(dialog);
+        view.scrollToBottom();
+        dialog.repaint();
+        QModelIndex index = view.indexAt(QPoint(2, view.viewport()->height() / 2));
+        EXPECT_TRUE(index.isValid());
+        Type(dialog, "19999");
+        view.selectAll();
+        dialog.repaint();
+        Type(dialog, "");
+        Button(dialog, "ok").click();
+      },
+      0);
+  EXPECT_EQ(tree.SelectedCount(), static_cast<std::size_t>(kLevels));
+}
+
 }  // namespace
