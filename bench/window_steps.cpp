@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QTemporaryDir>
 #include <QSettings>
+#include <QTemporaryDir>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <cstdio>

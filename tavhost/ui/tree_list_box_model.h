@@ -67,6 +67,8 @@ class TreeListBoxModel final : public ModalModel {
   Handle Find(std::int32_t id, std::int32_t parentId) const;
 
   std::size_t Count() const { return count_; }
+  // All handles lie below this one.
+  Handle HandleEnd() const { return static_cast<Handle>(nodes_.size()); }
   std::int32_t Id(Handle item) const { return nodes_[item].id; }
   std::string_view Text(Handle item) const { return nodes_[item].text; }
   // The part of the text in a column: texts are cut at tabs.

@@ -76,7 +76,8 @@ void TreeListBoxItems::SetFilter(const QString& text) {
   children_.clear();
   rows_.clear();
   if (filtered_) {
-    std::unordered_map<Handle, bool> shown;
+    std::vector<bool> shown(tree_.HandleEnd());
+    rows_.assign(tree_.HandleEnd(), -1);
     for (Handle item = tree_.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;
          item = tree_.Next(item)) {
       if (!Shown(tree_.Text(item)).contains(text, Qt::CaseInsensitive)) continue;
@@ -86,8 +87,7 @@ void TreeListBoxItems::SetFilter(const QString& text) {
     }
     for (Handle item = tree_.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;
          item = tree_.Next(item)) {
-      const auto found = shown.find(item);
-      if (found == shown.end() || !found->second) continue;
+      if (!shown[item]) continue;
       std::vector<Handle>& siblings = children_[tree_.Parent(item)];
       rows_[item] = static_cast<int>(siblings.size());
       siblings.push_back(item);
@@ -96,13 +96,12 @@ void TreeListBoxItems::SetFilter(const QString& text) {
   endResetModel();
 }
 
-bool TreeListBoxItems::IsShown(Handle item) const { return !filtered_ || rows_.count(item) > 0; }
+bool TreeListBoxItems::IsShown(Handle item) const { return !filtered_ || rows_[item] >= 0; }
 
 QModelIndex TreeListBoxItems::IndexOf(Handle item) const {
   if (item == TreeListBoxModel::kRoot || item == TreeListBoxModel::kNone) return QModelIndex();
   if (!filtered_) return createIndex(static_cast<int>(tree_.Row(item)), 0, quintptr{item});
-  const auto found = rows_.find(item);
-  return found == rows_.end() ? QModelIndex() : createIndex(found->second, 0, quintptr{item});
+  return rows_[item] < 0 ? QModelIndex() : createIndex(rows_[item], 0, quintptr{item});
 }
 
 void TreeListBoxItems::Refresh() {

@@ -47,9 +47,10 @@ class TreeListBoxItems final : public QAbstractItemModel {
 
   TreeListBoxModel& tree_;
   bool filtered_ = false;
-  // With a filter: the shown children of each shown item that has some, and the rows in them.
+  // With a filter: the shown children of each shown item that has some, and by handle the row in
+  // them, -1 for what is not shown.
   std::unordered_map<TreeListBoxModel::Handle, std::vector<TreeListBoxModel::Handle>> children_;
-  std::unordered_map<TreeListBoxModel::Handle, int> rows_;
+  std::vector<int> rows_;
   mutable std::unordered_map<const ImageSource*, QIcon> icons_;
   mutable std::map<std::pair<const ImageSource*, const ImageSource*>, QIcon> pairs_;
 };
