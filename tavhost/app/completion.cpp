@@ -5,21 +5,17 @@
 #include <utility>
 
 #include "tavhost/loader/reference.h"
+#include "tavhost/script/built_in.h"
 
 namespace app {
 
 namespace {
 
-constexpr const char* kKeywords[] = {"break", "continue", "exit",   "for",  "func",  "global",
-                                     "if",    "print",    "return", "send", "throw", "try",
-                                     "while", "else",     "catch",  "in",   "from",  "to",
-                                     "step",  "and",      "or",     "not",  "true",  "false"};
-constexpr std::size_t kStatementKeywords = 13;  // the first of them
-
-constexpr const char* kFunctions[] = {
-    "abs",  "ceil",      "contains", "ends",  "find",  "floor",  "format", "has",  "int",  "join",
-    "keys", "kel_parse", "kel_text", "len",   "lower", "max",    "min",    "now",  "push", "range",
-    "real", "replace",   "round",    "slice", "split", "starts", "str",    "trim", "type", "upper"};
+constexpr const char* kKeywords[] = {
+    "break",  "continue", "exit",  "for", "func",  "global", "if",    "include", "print",
+    "return", "send",     "throw", "try", "while", "else",   "catch", "in",      "from",
+    "to",     "step",     "and",   "or",  "not",   "true",   "false"};
+constexpr std::size_t kStatementKeywords = 14;  // the first of them
 
 bool IsNameByte(char c) {
   return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-';
@@ -159,7 +155,7 @@ class Candidates {
     }
   }
   void OfferExpression(const std::vector<std::string>& variables) {
-    for (const char* name : kFunctions) Offer(name);
+    for (std::uint32_t i = 0; i < script::kBuiltInCount; ++i) Offer(script::kBuiltIns[i].name);
     for (const std::string& name : variables) Offer(name);
   }
 

@@ -42,6 +42,7 @@ int RunScript(const CommandLine& line) {
   options.args.assign(line.operands.begin() + (line.scriptText ? 0 : 1), line.operands.end());
   options.sinks.print = Print;
   options.sinks.error = WriteError;
+  options.sinks.readLine = ReadInputLine;
   const script::Outcome outcome = script::RunText(source->text, options);
   ReportOutcome(outcome, line.options);
   const bool stopped = outcome.exitType == TavScriptExitStop;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tavhost/sv/stop.h"
+#include "tavhost/ui/headless/terminal_input.h"
 
 namespace app {
 
@@ -58,6 +59,11 @@ bool FinishOutput() {
                "\n");
   }
   return outputError == 0;
+}
+
+bool ReadInputLine(std::string& line) {
+  if (IsInputTerminal()) std::fflush(stdout);  // the question stands before its answer
+  return ui::ReadTerminalLine(line) == ui::LineOutcome::kLine;
 }
 
 std::optional<std::string> ReadStandardInput(std::string& error) { return ReadAll(stdin, error); }

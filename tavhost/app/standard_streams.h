@@ -23,6 +23,10 @@ bool FinishOutput();
 bool IsInputTerminal();
 bool IsOutputTerminal();
 
+// The next line of standard input without its end, shared with dialogs that are answered in the
+// terminal. False at its end, and when a stop was asked for.
+bool ReadInputLine(std::string& line);
+
 // All of standard input, or of a file; empty when it cannot be read, `error` then says why.
 std::optional<std::string> ReadStandardInput(std::string& error);
 std::optional<std::string> ReadWholeFile(const std::string& path, std::string& error);

@@ -16,7 +16,7 @@ namespace {
 // What only the compiler notices: a `push` to what is no variable, a script too large.
 void CheckCompiled(const SV::String& text, const std::string& name, Findings& findings) {
   try {
-    script::Compile(text, name);
+    script::Compile(text, name);  // reads included files again
   } catch (const script::SyntaxError& mistake) {
     if (!findings.HasErrorAt(mistake.offset)) {
       findings.Error(mistake.offset, 1, mistake.message);

@@ -78,7 +78,7 @@ Kind CommandChecker::KindOfValue(const CommandValue& value) const {
 
 // The characters of a value, as far as it is one word; else its first one.
 std::string_view CommandChecker::TextOf(const CommandValue& value) const {
-  const std::string_view text = around_.program.source.Text().substr(value.offset);
+  const std::string_view text = around_.program.source.TextFrom(value.offset);
   std::size_t length = 1;
   if (value.kind == CommandValueKind::kString) {
     length = value.text.size() + 2;

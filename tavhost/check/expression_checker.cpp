@@ -22,14 +22,17 @@ Kind KindOfBuiltIn(std::string_view name) {
                             "push", "round", "starts"}) {
     if (name == other) return Kind::kInteger;
   }
-  for (const char* other :
-       {"format", "join", "kel_text", "lower", "replace", "str", "trim", "type", "upper"}) {
+  for (const char* other : {"format", "join", "kel_text", "lower", "re_replace", "replace", "str",
+                            "time_text", "trim", "type", "upper"}) {
     if (name == other) return Kind::kString;
   }
-  for (const char* other : {"kel_parse", "keys", "range", "split"}) {
+  for (const char* other :
+       {"kel_parse", "keys", "range", "re_all", "re_match", "re_split", "read_lines", "split"}) {
     if (name == other) return Kind::kList;
   }
-  return name == "now" || name == "real" ? Kind::kReal : Kind::kUnknown;
+  return name == "now" || name == "real" || name == "time_make" || name == "time_parse"
+             ? Kind::kReal
+             : Kind::kUnknown;
 }
 
 bool IsComparison(Operator op) { return op >= Operator::kEqual; }
@@ -47,14 +50,14 @@ std::string Listed(const std::vector<std::string>& names) {
 
 // The name or literal that stands at an offset.
 std::string_view ScriptChecker::NameAt(std::uint32_t offset) const {
-  const std::string_view text = program_.source.Text().substr(offset);
+  const std::string_view text = program_.source.TextFrom(offset);
   std::size_t length = 0;
   while (length < text.size() && (kel::IsNameByte(text[length]))) ++length;
   return text.substr(0, std::max<std::size_t>(1, length));
 }
 
 std::string_view ScriptChecker::ConstantText(std::uint32_t offset) const {
-  const std::string_view text = program_.source.Text().substr(offset);
+  const std::string_view text = program_.source.TextFrom(offset);
   if (text.empty() || text[0] != '"') return NameAt(offset);
   const kel::ScannedString scanned = kel::ScanString(text.data(), text.data() + text.size());
   return text.substr(0, static_cast<std::size_t>(scanned.end - text.data()));
@@ -123,9 +126,10 @@ void ScriptChecker::ReadVariable(std::uint32_t slot, std::string_view at) {
   std::string replacement;
   const auto later = firstSet_.find(name);
   const std::uint32_t here = program_.source.OffsetOf(at);
-  if (isTop_ && later != firstSet_.end() && later->second > here) {
-    message +=
-        " here; it gets one in line " + std::to_string(program_.source.PlaceOf(later->second).line);
+  const script::Source& source = program_.source;
+  if (isTop_ && later != firstSet_.end() && later->second > here &&
+      &source.FileOf(here) == &source.FileOf(later->second)) {
+    message += " here; it gets one in line " + std::to_string(source.PlaceOf(later->second).line);
   } else {
     replacement = NearestVariable(name);
     message += DidYouMean(replacement);
@@ -161,7 +165,7 @@ void ScriptChecker::ReadField(const Expr* expr) {
   }
   if (isKnown || state_.isDead) return;
   const std::string nearest = script::NearestName(field, known);
-  const std::string_view dot = program_.source.Text().substr(expr->offset);
+  const std::string_view dot = program_.source.TextFrom(expr->offset);
   std::size_t at = 1;
   while (at < dot.size() && !kel::IsNameStart(dot[at])) ++at;
   findings_.Error(

@@ -9,13 +9,14 @@
 #include <vector>
 
 #include "tavhost/script/built_in_support.h"
+#include "tavhost/script/built_in_system.h"
 #include "tavhost/script/built_in_text.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/script/operations.h"
 
 // The table of built-in functions, and those that work on numbers, lists and records.
 //
-// How to add one: write it below or in built_in_text.cpp, enter it in the table at its place in
+// How to add one: write it below or in one of built_in_*.cpp, enter it in the table at its place in
 // the alphabet, describe it in docs/language.md, test it in tests/scripts/language/.
 namespace script {
 
@@ -177,6 +178,7 @@ const BuiltIn kBuiltIns[] = {
     {"ceil", 1, 1, false, Ceiling},
     {"contains", 2, 2, false, Contains},
     {"ends", 2, 2, false, Ends},
+    {"env", 0, 1, false, Environment},
     {"find", 2, 2, false, Find},
     {"floor", 1, 1, false, Floor},
     {"format", 1, kAnyNumber, false, Format},
@@ -193,6 +195,12 @@ const BuiltIn kBuiltIns[] = {
     {"now", 0, 0, false, Now},
     {"push", 2, 2, true, Push},
     {"range", 1, 3, false, Range},
+    {"re_all", 2, 3, false, RegexAll},
+    {"re_match", 2, 3, false, RegexMatch},
+    {"re_replace", 3, 4, false, RegexReplace},
+    {"re_split", 2, 3, false, RegexSplit},
+    {"read_line", 0, 1, false, ReadLine},
+    {"read_lines", 0, 0, false, ReadLines},
     {"real", 1, 1, false, ToReal},
     {"replace", 3, 3, false, Replace},
     {"round", 1, 1, false, Round},
@@ -200,6 +208,10 @@ const BuiltIn kBuiltIns[] = {
     {"split", 2, 2, false, Split},
     {"starts", 2, 2, false, Starts},
     {"str", 1, 1, false, ToText},
+    {"time_make", 1, 2, false, TimeMake},
+    {"time_parse", 2, 3, false, TimeParse},
+    {"time_parts", 1, 2, false, TimeParts},
+    {"time_text", 2, 3, false, TimeText},
     {"trim", 1, 1, false, Trim},
     {"type", 1, 1, false, Type},
     {"upper", 1, 1, false, Upper},

@@ -12,8 +12,17 @@ namespace script {
 std::shared_ptr<Program> Compile(SV::String text, std::string name) {
   auto program = std::make_shared<Program>(std::move(text), std::move(name));
   Arena arena;
-  for (const FunctionSyntax& parsed : Parser(*program, arena).Parse()) {
-    Compiler(*program, *parsed.function).Compile(parsed.body);
+  try {
+    for (const FunctionSyntax& parsed : Parser(*program, arena).Parse()) {
+      Compiler(*program, *parsed.function).Compile(parsed.body);
+    }
+  } catch (SyntaxError& mistake) {
+    // The files go with the program; what they say has to be told now.
+    if (program->source.HasIncludes()) {
+      mistake.described =
+          std::make_shared<Diagnostic>(program->source.Describe(mistake.offset, mistake.message));
+    }
+    throw;
   }
   for (const auto& [operand, constant] : program->constantOperands) {
     *operand = kel::Borrow(program->constants[constant]);

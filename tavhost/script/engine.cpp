@@ -107,6 +107,13 @@ void Engine::ReportError(std::string_view text) {
   }
 }
 
+bool Engine::ReadLine(std::string& line) {
+  if (!sinks_.readLine) throw ScriptError("there is no standard input here");
+  const bool isRead = sinks_.readLine(line);
+  stop::ThrowIfRequested();
+  return isRead;
+}
+
 void Engine::Poll() {
   budget_ = kBudget;
   PollAroundCommand();
@@ -208,11 +215,14 @@ kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) con
   if (record.Kind() != TavKelRecord || !record.AsRecord().Find("message")) {
     record = kel::Value::Record();
   }
-  const Source::Place place = frame.program->source.PlaceOf(OffsetOf(frame, error));
+  const Source& source = frame.program->source;
+  const std::uint32_t offset = OffsetOf(frame, error);
+  const Source::Place place = source.PlaceOf(offset);
   AddField(record, "message", TextValue(error.message));
   AddField(record, "line", kel::Value(static_cast<std::int32_t>(place.line)));
   AddField(record, "column", kel::Value(static_cast<std::int32_t>(place.column)));
   AddField(record, "command", TextValue(error.command));
+  if (source.HasIncludes()) AddField(record, "file", TextValue(source.FileOf(offset).name));
   return record;
 }
 
@@ -242,7 +252,10 @@ Outcome Engine::Uncaught(const ScriptError& error, std::uint32_t base) {
     const kel::Value* line = error.thrown.AsRecord().Find("line");
     const kel::Value* column = error.thrown.AsRecord().Find("column");
     if (line && column && line->Kind() == TavKelInteger && column->Kind() == TavKelInteger) {
-      offset = frame.program->source.OffsetOf(line->Integer(), column->Integer(), offset);
+      const kel::Value* file = error.thrown.AsRecord().Find("file");
+      const bool hasFile = file && file->IsText();
+      offset = frame.program->source.OffsetOf(line->Integer(), column->Integer(), offset,
+                                              hasFile ? file->Text().View() : std::string_view());
     }
   }
   Outcome outcome;

@@ -42,6 +42,8 @@ class Engine {
 
   void Print(std::string_view text);
   void ReportError(std::string_view text);
+  // The next line of standard input without its end; false when there is no more.
+  bool ReadLine(std::string& line);
 
   // Takes note of work that is not seen in loops, in units of about a loop's round.
   void Charge(std::size_t work) noexcept { budget_ -= static_cast<std::int64_t>(work); }

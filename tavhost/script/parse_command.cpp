@@ -95,7 +95,7 @@ CommandValue Parser::ParseCommandValue(bool isMain) {
     const kel::ScannedString scanned = kel::ScanString(at_, end_);
     if (scanned.error) {
       at_ = scanned.end == at_ ? end_ : scanned.end;
-      Fail(static_cast<std::uint32_t>(scanned.end - begin_), scanned.error);
+      Fail(OffsetAt(scanned.end), scanned.error);
     }
     value.kind = CommandValueKind::kString;
     value.escaped = scanned.isEscaped;

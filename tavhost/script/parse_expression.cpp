@@ -177,7 +177,7 @@ Expr* Parser::ParsePrimary() {
     const kel::ScannedString scanned = kel::ScanString(at_, end_);
     if (scanned.error) {
       at_ = scanned.end == at_ ? end_ : scanned.end;
-      Fail(static_cast<std::uint32_t>(scanned.end - begin_), scanned.error);
+      Fail(OffsetAt(scanned.end), scanned.error);
     }
     const std::string_view inside(at_ + 1, static_cast<std::size_t>(scanned.end - at_ - 2));
     Expr* text = NewExpr(ExprKind::kConstant, offset);

@@ -1,5 +1,8 @@
+#include <optional>
+
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in.h"
+#include "tavhost/script/included_file.h"
 #include "tavhost/script/parser.h"
 
 // Statements. A statement begins with a keyword, or with a name that `=`, `[`, `.` or, without a
@@ -62,6 +65,7 @@ Statement* Parser::ParseStatements(bool inBlock) {
     }
     if (Statement* statement = ParseStatement()) {
       *next = statement;
+      while (statement->next) statement = statement->next;  // those of an included file
       next = &statement->next;
     }
   }
@@ -73,6 +77,10 @@ Statement* Parser::ParseStatement() {
   const char* const nameEnd = kel::ScanName(at_, end_);
   const std::string_view name(at_, static_cast<std::size_t>(nameEnd - at_));
   if (name.empty()) FailExpected("a statement");
+  if (AtInclude(name, nameEnd)) {
+    at_ = nameEnd;
+    return ParseInclude(offset);
+  }
   if (IsKeyword(name)) {
     at_ = nameEnd;
     const bool isBlock =
@@ -333,6 +341,54 @@ void Parser::ParseGlobal() {
     if (Peek() != ',') return;
     ++at_;
   }
+}
+
+// `include` is a keyword only where a file's name follows it.
+bool Parser::AtInclude(std::string_view word, const char* behind) const {
+  if (word != "include") return false;
+  while (behind != end_ && (*behind == ' ' || *behind == '\t')) ++behind;
+  return behind != end_ && *behind == '"';
+}
+
+// The statements of another file, as if they stood here; null when it was read before. Its
+// functions join those of the script.
+Statement* Parser::ParseInclude(std::uint32_t offset) {
+  if (blocks_ > 0 || functions_.front().function != function_) {
+    Fail(offset, "\"include\" stands at the top level");
+  }
+  SkipBlanks();
+  const std::uint32_t nameOffset = Offset();
+  const Expr* text = ParsePrimary();
+  const std::string wanted(program_.constants[text->index].Text().View());
+  if (!AtStatementEnd()) FailExpected("the end of the statement");
+  const std::string& from = program_.source.FileOf(base_).name;
+  const std::string name = NameBeside(from, wanted);
+  if (included_.empty()) included_.push_back({IdentityOf(from), true});
+  std::string error;
+  std::optional<IncludedFile> file = ReadIncludedFile(name, error);
+  if (!file) Fail(nameOffset, "cannot read \"" + name + "\": " + error);
+  for (const Included& other : included_) {
+    if (other.identity != file->identity) continue;
+    if (other.isOpen) Fail(nameOffset, '"' + name + "\" includes itself");
+    return nullptr;
+  }
+  const Nesting nesting(*this);
+  const Source::File* const added = program_.source.Add(std::move(file->text), name);
+  if (!added) Fail(nameOffset, "the script is too large");
+  const std::size_t index = included_.size();
+  included_.push_back({std::move(file->identity), true});
+  const char* const begin = begin_;
+  const char* const end = end_;
+  const char* const at = at_;
+  const std::uint32_t base = base_;
+  Enter(*added);
+  Statement* first = ParseStatements(false);
+  included_[index].isOpen = false;
+  begin_ = begin;
+  end_ = end;
+  at_ = at;
+  base_ = base;
+  return first;
 }
 
 Statement* Parser::ParseSend(std::uint32_t offset) {

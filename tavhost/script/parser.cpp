@@ -21,13 +21,16 @@ Parser::Nesting::Nesting(Parser& parser) : parser_(parser) {
   ++parser.nesting_;
 }
 
-Parser::Parser(Program& program, Arena& arena)
-    : program_(program),
-      arena_(arena),
-      begin_(program.source.Text().data()),
-      end_(begin_ + program.source.Text().size()),
-      at_(begin_) {
-  if (program.source.Text().starts_with(kByteOrderMark)) at_ += kByteOrderMark.size();
+Parser::Parser(Program& program, Arena& arena) : program_(program), arena_(arena) {
+  Enter(program.source.FileOf(0));
+}
+
+void Parser::Enter(const Source::File& file) {
+  const std::string_view text = file.text.View();
+  begin_ = at_ = text.data();
+  end_ = begin_ + text.size();
+  base_ = file.begin;
+  if (text.starts_with(kByteOrderMark)) at_ += kByteOrderMark.size();
 }
 
 std::vector<FunctionSyntax> Parser::Parse() {
@@ -77,9 +80,7 @@ bool Parser::AtStatementEnd() {
   return at_ == end_ || *at_ == '\n' || *at_ == ';' || *at_ == '}';
 }
 
-std::uint32_t Parser::OffsetOf(std::string_view text) const {
-  return static_cast<std::uint32_t>(text.data() - begin_);
-}
+std::uint32_t Parser::OffsetOf(std::string_view text) const { return OffsetAt(text.data()); }
 
 std::string_view Parser::PeekWord() const {
   if (at_ == end_ || !kel::IsNameStart(*at_)) return {};

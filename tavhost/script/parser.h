@@ -32,7 +32,10 @@ class Parser {
   void SkipBlanks();
   bool AtStatementEnd();
   char Peek(std::ptrdiff_t ahead = 0) const { return end_ - at_ > ahead ? at_[ahead] : '\0'; }
-  std::uint32_t Offset() const { return static_cast<std::uint32_t>(at_ - begin_); }
+  std::uint32_t Offset() const { return OffsetAt(at_); }
+  std::uint32_t OffsetAt(const char* at) const {
+    return base_ + static_cast<std::uint32_t>(at - begin_);
+  }
   std::uint32_t OffsetOf(std::string_view text) const;
   std::string_view PeekWord() const;  // a name without `-`, "" when none begins here
   bool SkipWord(std::string_view word);
@@ -71,6 +74,8 @@ class Parser {
   Statement* ParseAssignment(std::string_view name);
   void ParseFunction(std::uint32_t offset);
   void ParseGlobal();
+  Statement* ParseInclude(std::uint32_t offset);
+  bool AtInclude(std::string_view word, const char* behind) const;
   Statement* ParseSend(std::uint32_t offset);
   Statement* NewStatement(StatementKind kind, std::uint32_t offset);
   void SetVariable(Statement* statement, std::string_view name);
@@ -86,9 +91,17 @@ class Parser {
 
   Program& program_;
   Arena& arena_;
-  const char* begin_;
+  void Enter(const Source::File& file);
+
+  const char* begin_;  // of the file that is being read
   const char* end_;
   const char* at_;
+  std::uint32_t base_;  // the offset of its begin
+  struct Included {
+    std::string identity;
+    bool isOpen;  // still being read
+  };
+  std::vector<Included> included_;
   std::vector<FunctionSyntax> functions_;
   Function* function_ = nullptr;  // the one being parsed
   std::uint32_t nesting_ = 0;

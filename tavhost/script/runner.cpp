@@ -11,8 +11,7 @@ namespace {
 Outcome NotParsed(const SV::String& text, const std::string& name, const SyntaxError& mistake) {
   Outcome outcome;
   outcome.parsed = false;
-  outcome.error = Source(text, name).Describe(mistake.offset, mistake.message);
-  outcome.error.incomplete = mistake.incomplete;
+  outcome.error = Describe(mistake, text, name);
   return outcome;
 }
 

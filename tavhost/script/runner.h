@@ -33,6 +33,9 @@ struct Diagnostic {
 struct Sinks {
   std::function<void(std::string_view)> print;  // what `print` writes, line feed included
   std::function<void(std::string_view)> error;  // errors that end an EXECUTE text, and only that
+  // The next line of standard input; false at its end, and when a stop ends the wait. Without it a
+  // script that reads has an error.
+  std::function<bool(std::string&)> readLine;
 };
 
 struct RunOptions {

@@ -42,8 +42,7 @@ long TavScript::Parse(const SV::String& text, SV::String& error) {
     program_->program = script::Compile(text, program_->name);
     return call.Result(0L);
   } catch (const script::SyntaxError& mistake) {
-    const script::Source source(text, program_->name);
-    error = Text(source.Describe(mistake.offset, mistake.message).text);
+    error = Text(script::Describe(mistake, text, program_->name).text);
   } catch (const std::bad_alloc&) {
     error = "out of memory\n";
   }

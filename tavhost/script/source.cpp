@@ -1,6 +1,9 @@
 #include "tavhost/script/source.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <limits>
 
 namespace script {
 
@@ -10,9 +13,49 @@ bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0
 
 }  // namespace
 
+const Source::File* Source::Add(SV::String text, std::string name) {
+  std::uint64_t begin = 0;
+  if (!files_.empty()) {
+    // One more than the length, so that the end of a text is a place of its own.
+    begin = std::uint64_t{files_.back()->begin} + files_.back()->text.View().size() + 1;
+  }
+  if (begin + text.View().size() >= std::numeric_limits<std::uint32_t>::max()) return nullptr;
+  auto file = std::make_unique<File>();
+  file->text = std::move(text);
+  file->name = std::move(name);
+  file->begin = static_cast<std::uint32_t>(begin);
+  files_.push_back(std::move(file));
+  return files_.back().get();
+}
+
+const Source::File& Source::FileOf(std::uint32_t offset) const {
+  const auto behind =
+      std::upper_bound(files_.begin(), files_.end(), offset,
+                       [](std::uint32_t at, const auto& file) { return at < file->begin; });
+  return behind == files_.begin() ? *files_.front() : **std::prev(behind);
+}
+
+std::uint32_t Source::OffsetOf(std::string_view part) const {
+  for (const auto& file : files_) {
+    const std::string_view text = file->text.View();
+    const std::less_equal<const char*> isBefore;
+    if (isBefore(text.data(), part.data()) && isBefore(part.data(), text.data() + text.size())) {
+      return file->begin + static_cast<std::uint32_t>(part.data() - text.data());
+    }
+  }
+  return 0;
+}
+
+std::string_view Source::TextFrom(std::uint32_t offset) const {
+  const File& file = FileOf(offset);
+  const std::string_view text = file.text.View();
+  return text.substr(std::min<std::size_t>(offset - file.begin, text.size()));
+}
+
 Source::Place Source::PlaceOf(std::uint32_t offset) const {
-  const std::string_view text = Text();
-  const std::size_t at = std::min<std::size_t>(offset, text.size());
+  const File& file = FileOf(offset);
+  const std::string_view text = file.text.View();
+  const std::size_t at = std::min<std::size_t>(offset - file.begin, text.size());
   const std::string_view before = text.substr(0, at);
   const std::size_t lastFeed = before.rfind('\n');
   const std::size_t lineStart = lastFeed == std::string_view::npos ? 0 : lastFeed + 1;
@@ -27,9 +70,13 @@ Source::Place Source::PlaceOf(std::uint32_t offset) const {
   return place;
 }
 
-std::uint32_t Source::OffsetOf(std::int32_t line, std::int32_t column,
-                               std::uint32_t otherwise) const {
-  const std::string_view text = Text();
+std::uint32_t Source::OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise,
+                               std::string_view name) const {
+  const File* file = files_.front().get();
+  for (const auto& other : files_) {
+    if (!name.empty() && other->name == name) file = other.get();
+  }
+  const std::string_view text = file->text.View();
   if (line < 1 || column < 1) return otherwise;
   std::size_t at = 0;
   for (; line > 1; --line) {
@@ -41,18 +88,18 @@ std::uint32_t Source::OffsetOf(std::int32_t line, std::int32_t column,
     for (++at; at < text.size() && IsContinuation(text[at]); ++at) {
     }
   }
-  return column > 1 ? otherwise : static_cast<std::uint32_t>(at);
+  return column > 1 ? otherwise : file->begin + static_cast<std::uint32_t>(at);
 }
 
 Diagnostic Source::Describe(std::uint32_t offset, const std::string& message) const {
   const Place place = PlaceOf(offset);
   Diagnostic result;
-  result.file = name_;
+  result.file = FileOf(offset).name;
   result.line = place.line;
   result.column = place.column;
   result.message = message;
-  result.text = name_ + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) +
-                ": error: " + message + '\n';
+  result.text = result.file + ':' + std::to_string(place.line) + ':' +
+                std::to_string(place.column) + ": error: " + message + '\n';
   result.text.append(place.lineText);
   result.text += '\n';
   // Tabs stay tabs, so that the caret stands right whatever their width.
@@ -63,6 +110,14 @@ Diagnostic Source::Describe(std::uint32_t offset, const std::string& message) co
     --left;
   }
   result.text += "^\n";
+  return result;
+}
+
+Diagnostic Describe(const SyntaxError& mistake, const SV::String& text, const std::string& name) {
+  Diagnostic result = mistake.described
+                          ? *mistake.described
+                          : Source(text, name).Describe(mistake.offset, mistake.message);
+  result.incomplete = mistake.incomplete;
   return result;
 }
 

@@ -1,22 +1,36 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/sv/string.h"
 #include "tavhost/script/runner.h"
 
 namespace script {
 
-// A script's text and name, and what stands where in it.
+// A script's text and name, the files that it includes, and what stands where in them. An offset
+// names a place in all of these: those of an included file follow those of the texts before it.
 class Source {
  public:
-  Source(SV::String text, std::string name) : text_(std::move(text)), name_(std::move(name)) {}
+  Source(SV::String text, std::string name) { Add(std::move(text), std::move(name)); }
 
-  std::string_view Text() const { return text_.View(); }
-  const std::string& Name() const { return name_; }
+  // Of the script itself.
+  std::string_view Text() const { return files_.front()->text.View(); }
+  const std::string& Name() const { return files_.front()->name; }
+
+  struct File {
+    SV::String text;
+    std::string name;
+    std::uint32_t begin = 0;  // the offset of its first byte
+  };
+  // A file that is included; it stays where it is. Null when offsets cannot count that far.
+  const File* Add(SV::String text, std::string name);
+  bool HasIncludes() const { return files_.size() > 1; }
+  const File& FileOf(std::uint32_t offset) const;
 
   struct Place {
     std::uint32_t line = 1;    // from 1
@@ -25,19 +39,19 @@ class Source {
   };
   Place PlaceOf(std::uint32_t offset) const;
 
-  // The offset of a piece of this text.
-  std::uint32_t OffsetOf(std::string_view part) const {
-    return static_cast<std::uint32_t>(part.data() - Text().data());
-  }
+  // The offset of a piece of one of the texts.
+  std::uint32_t OffsetOf(std::string_view part) const;
+  // From an offset to the end of its file.
+  std::string_view TextFrom(std::uint32_t offset) const;
 
-  // The offset of a place, `otherwise` when the text has no such place.
-  std::uint32_t OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise) const;
+  // The offset of a place, `otherwise` when the text has no such place. No file: the script.
+  std::uint32_t OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise,
+                         std::string_view file = {}) const;
 
   Diagnostic Describe(std::uint32_t offset, const std::string& message) const;
 
  private:
-  SV::String text_;
-  std::string name_;
+  std::vector<std::unique_ptr<const File>> files_;
 };
 
 // A script that does not parse.
@@ -45,6 +59,10 @@ struct SyntaxError {
   std::uint32_t offset;
   std::string message;
   bool incomplete = false;
+  std::shared_ptr<const Diagnostic> described = nullptr;  // when files are included
 };
+
+// What a mistake in a script of that text and name looks like.
+Diagnostic Describe(const SyntaxError& mistake, const SV::String& text, const std::string& name);
 
 }  // namespace script
