@@ -2,7 +2,7 @@
 _tavhost() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
     local options="--ui --answers --record --trace --screenshots --plugin --db --screen --printer
-        --timeout --quiet --model-window --version --help"
+        --timeout --quiet --model-window --dry-run --version --help"
     local with_value=" --ui --answers --record --trace --screenshots --plugin --db --screen --printer --timeout -e --port "
     local subcommand= operands=0 word i
 

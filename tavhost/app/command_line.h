@@ -24,6 +24,7 @@ struct Options {
   double timeoutSeconds = 0;  // 0: none
   bool quiet = false;
   bool modelWindow = false;
+  bool dryRun = false;
 };
 
 enum class Subcommand : std::uint8_t {

@@ -128,6 +128,9 @@ constexpr OptionRow kOptionTable[] = {
     {"--quiet", nullptr, "No output windows, progress or notes", kAll, SetOption<&Options::quiet>},
     {"--model-window", nullptr, "Have a model window without a display", kAll,
      SetOption<&Options::modelWindow>},
+    {"--dry-run", nullptr,
+     "Tell what COPY_FILES, MOVE_FILES and DELETE_FILES would do; do none of it", kAll,
+     SetOption<&Options::dryRun>},
     {"--version", nullptr, "Print the version", kAll, Set<&CommandLine::version>},
     {"--help", nullptr, "Print this help (also -h)", kAll, Set<&CommandLine::help>},
 };

@@ -102,6 +102,10 @@ std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
   work_window::Create();
   if (options.modelWindow) modeling_shell::SetModelWindow(true);
   script::RegisterHostPorts();
+  if (options.dryRun) {
+    host->dryRun_.emplace(Print);
+    script::ScriptPort::TavScript().AddProvider(*host->dryRun_);  // before the plug-ins
+  }
   if (!host->LoadPlugins(options, exitCode)) return nullptr;
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
@@ -110,7 +114,8 @@ std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
 
 Host::~Host() {
   script::service::Shutdown();  // its requests need the plug-ins
-  plugins_.reset();             // what a plug-in still holds needs the windows
+  if (dryRun_) script::ScriptPort::TavScript().RemoveProvider(*dryRun_);
+  plugins_.reset();  // what a plug-in still holds needs the windows
   work_window::Destroy();
   main_frames::Destroy();
   ui::SetToolkit(nullptr);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tavhost/app/command_line.h"
+#include "tavhost/core/dry_run.h"
 #include "tavhost/loader/plugins.h"
 #include "tavhost/ui/headless/answer_session.h"
 
@@ -32,6 +33,7 @@ class Host {
   bool LoadPlugins(const Options& options, int& exitCode);
 
   std::shared_ptr<ui::AnswerSession> answers_;
+  std::optional<DryRun> dryRun_;
   std::optional<loader::Plugins> plugins_;
 };
 

@@ -41,8 +41,10 @@ bool RemoveDirectory(const char* text) {
   struct stat status;
   if (!place.IsValid() || !place.Status(status)) return false;
   if (S_ISLNK(status.st_mode)) {
+    // Whoever removes a tree may have removed first what the link leads to.
     struct stat reached;
-    if (fstatat(place.Directory(), place.Name(), &reached, 0) != 0 || !S_ISDIR(reached.st_mode)) {
+    const bool leadsNowhere = fstatat(place.Directory(), place.Name(), &reached, 0) != 0;
+    if (leadsNowhere ? errno != ENOENT : !S_ISDIR(reached.st_mode)) {
       errno = ENOTDIR;
       return false;
     }

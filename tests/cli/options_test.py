@@ -6,7 +6,8 @@ from program import ProgramTest
 
 SUBCOMMANDS = ["run", "send", "check", "commands", "validate", "repl", "serve", "lsp", "trace"]
 COMMON_OPTIONS = ["--ui", "--answers", "--record", "--trace", "--screenshots", "--plugin", "--db",
-                  "--screen", "--printer", "--quiet", "--timeout", "--model-window", "--version",
+                  "--screen", "--printer", "--quiet", "--timeout", "--model-window", "--dry-run",
+                  "--version",
                   "--help"]
 
 

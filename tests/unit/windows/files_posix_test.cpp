@@ -62,6 +62,12 @@ TEST_F(Files, DeleteRemovesTheLinkNotItsTarget) {
   symlink("d", "dir-link");
   EXPECT_NE(DeleteFileA("link"), 0);
   EXPECT_NE(RemoveDirectoryA("dir-link"), 0);
+  symlink("d", "dir-link");
+  symlink("target", "file-link");
+  rename("d", "e");  // a link keeps its nature when what it leads to has gone before it
+  EXPECT_NE(RemoveDirectoryA("dir-link"), 0);
+  EXPECT_EQ(RemoveDirectoryA("file-link"), 0);
+  rename("e", "d");
   EXPECT_TRUE(Exists("target"));
   EXPECT_TRUE(Exists("d/inside"));
 }
