@@ -5,6 +5,7 @@
 #include "tavhost/app/command_line.h"
 #include "tavhost/app/commands_command.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/language_server.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/loader/validate.h"
@@ -39,7 +40,7 @@ int RunSubcommand(const CommandLine& line) {
     case Subcommand::kServe:
       return ServeScripts(line);
     case Subcommand::kLanguageServer:
-      return NotAvailable("the language server");
+      return ServeLanguage();
     case Subcommand::kTrace:
       return CompareTraces(line);
   }

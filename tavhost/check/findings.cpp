@@ -17,7 +17,11 @@ void Findings::Add(std::uint32_t offset, std::size_t length, Severity severity, 
   finding.file = std::move(described.file);
   finding.line = described.line;
   finding.column = described.column;
-  finding.length = std::max<std::uint32_t>(1, static_cast<std::uint32_t>(length));
+  const std::string_view about = program_.source.TextFrom(offset).substr(0, length);
+  finding.length = std::max<std::uint32_t>(
+      1, static_cast<std::uint32_t>(std::count_if(about.begin(), about.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+      })));
   finding.severity = severity;
   finding.message = std::move(message);
   finding.replacement = std::move(replacement);

@@ -96,12 +96,6 @@ class MistakeTest(ProgramTest):
         for option in ("--screen", "-e"):
             self.expect_usage_error(["run", option], f"{option} needs a value", "run")
 
-    def test_not_built_yet(self):
-        for arguments in (["lsp"], ["lsp", "--quiet"]):
-            result = self.run_program(*arguments)
-            self.assertEqual((result.out, result.code), ("", 2), arguments)
-            self.assertRegex(result.err, r"^tavhost: the [a-z ]+ is not available yet\n$")
-
 
 class PlacementTest(ProgramTest):
     SIZE = "GET_DISPLAY_SIZE\nprint w, h, args\n"

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+namespace app {
+
+// What a built-in function is for, in a line; docs/language.md says it in full.
+struct BuiltInHelp {
+  const char* name;
+  const char* usage;
+  const char* text;
+};
+
+// Null when there is none of that name.
+const BuiltInHelp* FindBuiltInHelp(std::string_view name);
+
+}  // namespace app

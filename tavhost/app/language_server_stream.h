@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace app {
+
+// Messages of the language server protocol: a header with the length, then so many bytes.
+class MessageStream {
+ public:
+  MessageStream(std::FILE* in, std::FILE* out) : in_(in), out_(out) {}
+
+  // The next message's bytes; nothing at the end of the input. Lines that are no header are
+  // skipped, and so is a message that is longer than a document can be.
+  std::optional<std::string> Read();
+  // False when nobody listens any more.
+  bool Write(std::string_view message);
+
+ private:
+  bool ReadLine(std::string& line);
+
+  std::FILE* in_;
+  std::FILE* out_;
+};
+
+}  // namespace app
