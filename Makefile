@@ -89,6 +89,11 @@ fuzz-short: fuzz-build  ## each fuzzer for half a minute, as in make test
 gallery: build  ## every dialog in one page to look at: build/gallery/index.html
 	@cmake --build build --target gallery
 
+.PHONY: docs
+docs: build  ## the documentation as a site: build/site/index.html
+	@scripts/setup --docs
+	@scripts/build_docs.py
+
 .PHONY: lint
 lint:  ## formatting; TIDY=1 adds clang-tidy
 	@scripts/lint $(if $(TIDY),--tidy)
