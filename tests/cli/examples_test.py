@@ -1,5 +1,7 @@
 """The examples that tell about the host itself."""
 
+import http.server
+import threading
 import unittest
 from pathlib import Path
 
@@ -51,6 +53,112 @@ class ExamplesTest(ProgramTest):
                      "1 + 2 + ... + 100 = 5050\n",
                      'SLEEP: parameter "ms" must be an integer, not a string\n'):
             self.assertIn(part, out)
+
+    def answered(self, name, *arguments, code=0, answers=None):
+        """What an example prints with the answers file that belongs to it."""
+        answers = answers or str(EXAMPLES / name) + ".answers"
+        result = self.run_program("run", "--ui", "headless", "--answers", answers,
+                                  str(EXAMPLES / f"{name}.tav"), *arguments)
+        if ": not available yet" in result.err:
+            self.skipTest("a command is not available yet")
+        self.assertEqual((result.err, result.code), ("", code), result)
+        return result.out
+
+    def read(self, name):
+        return (self.folder / name).read_text()
+
+    def test_release_wizard(self):
+        for name in ("guide.txt", "program.txt", "scratch.log"):
+            self.file(f"parts/{name}", name)
+        self.assertEqual(self.answered("release_wizard", "parts"), "released 2 files as 2.0.0\n")
+        released = self.folder / "parts/release-2.0.0"
+        self.assertEqual(sorted(path.name for path in released.iterdir()),
+                         ["NOTES.txt", "guide.txt", "program.txt"])
+        self.assertEqual((released / "NOTES.txt").read_text(),
+                         "Version 2.0.0\n\n- everything is new\n")
+        # Cancelled at once, and without anything to release.
+        self.assertEqual(self.answered("release_wizard", "parts", code=1,
+                                       answers=self.file("no.kel", "EDIT_FIELD button:cancel\n"
+                                                                   "MESSAGE_BOX\n")), "")
+        self.answered("release_wizard", "absent", code=1, answers=self.file(
+            "none.kel", 'EDIT_FIELD text:"1.0.0"\nMESSAGE_BOX\n'))
+
+    def test_log_viewer(self):
+        self.file("a.log", "18:30:00 started\n18:30:01 reading\n"
+                           "18:30:02 ERROR cannot open engine.dat\n18:30:03 going on\n")
+        self.assertEqual(self.answered("log_viewer", "a.log"),
+                         "1 of 5 lines match error\nlooked at line 3\n")
+        self.assertEqual(self.answered("log_viewer", "a.log", "nowhere", answers="accept"),
+                         "0 of 5 lines match nowhere\n")
+        self.answered("log_viewer", "a.log", "(", answers="accept", code=1)
+
+    def test_tree_picker(self):
+        self.file("tree/sub/b.txt", "1")
+        self.file("tree/c.txt", "2")
+        self.file("tree/d.txt", "3")
+        self.assertEqual(self.answered("tree_picker", "tree", "out"),
+                         "copied tree/sub/b.txt\ncopied tree/d.txt\n2 of 3 files picked\n")
+        self.assertEqual((self.read("out/b.txt"), self.read("out/d.txt")), ("1", "3"))
+        everything = self.answered("tree_picker", "tree", "all", answers=self.file(
+            "all.kel", "TREE_LIST_BOX button:all\n"))
+        self.assertTrue(everything.endswith("3 of 3 files picked\n"), everything)
+
+    def test_csv_editor(self):
+        self.file("parts.csv", "Name;Mass\nPiston;2.5\nValve;0.3\n")
+        self.assertEqual(self.answered("csv_editor", "parts.csv"),
+                         "written: 2 rows, 2 before\n")
+        self.assertEqual(self.read("parts.csv"), "Name;Mass\nPiston;2.6\nValve;0.3\n")
+        self.assertEqual(self.read("parts.csv.bak"), "Name;Mass\nPiston;2.5\nValve;0.3\n")
+
+    def test_downloader(self):
+        class Handler(http.server.SimpleHTTPRequestHandler):
+            def __init__(handler, *arguments):
+                super().__init__(*arguments, directory=str(self.folder / "served"))
+
+            def log_message(handler, *arguments):
+                pass
+
+        self.file("served/a.bin", bytes(range(256)))
+        self.file("served/b.txt", "text")
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        top = f"http://127.0.0.1:{server.server_port}"
+        self.file("list.txt", f"# a comment\n{top}/a.bin\n\n{top}/b.txt?x=1\n{top}/absent\n")
+        out = self.answered("downloader", "list.txt", "got", code=1, answers="accept")
+        self.assertEqual(out, "fetched a.bin\nfetched b.txt\ncannot fetch absent\n"
+                              "2 fetched, 1 failed\n")
+        self.assertEqual((self.folder / "got/a.bin").read_bytes(), bytes(range(256)))
+        out = self.answered("downloader", "list.txt", "half", answers=self.file(
+            "cancel.kel", "CANCEL_PROGRESS after:2\n"))
+        self.assertEqual(out, "fetched a.bin\ncancelled\n1 fetched, 0 failed\n")
+
+    def test_nightly_report(self):
+        self.file("data/a.txt", "12")
+        self.file("data/b.TXT", "345")
+        self.environment["NIGHTLY_TIME"] = "2026-11-21 03:00:00"
+        first = ("Report of Saturday, 2026-11-21 03:00 UTC\n\n2 files, 5 characters\n"
+                 "  txt          2\n\n")
+        # The first night nothing is asked.
+        self.assertEqual(self.answered("nightly_report", "data", "r.txt", answers="accept"), first)
+        self.assertEqual(self.read("r.txt"), first + "files:\na.txt\nb.TXT\n")
+        self.file("data/c", "")
+        out = self.answered("nightly_report", "data", "r.txt")
+        self.assertIn("  none         1\nnew since the last report: c\n", out)
+        kept = self.answered("nightly_report", "data", "r.txt", answers=self.file(
+            "no.kel", "MESSAGE_BOX button:no\n"))
+        self.assertEqual(kept, "kept\n")
+
+    def test_answers_fit_their_scripts(self):
+        for answers in sorted(EXAMPLES.glob("*.answers")):
+            script = answers.with_suffix(".tav")
+            self.expect(["check", str(script), "--answers", str(answers)])
+
+    def test_every_example_is_listed(self):
+        page = (EXAMPLES / "README.md").read_text()
+        for script in EXAMPLES.glob("*.tav"):
+            self.assertIn(f"`{script.name}`", page)
 
 
 if __name__ == "__main__":
