@@ -145,7 +145,7 @@ class ExamplesTest(ProgramTest):
         self.assertEqual(self.read("r.txt"), first + "files:\na.txt\nb.TXT\n")
         self.file("data/c", "")
         out = self.answered("nightly_report", "data", "r.txt")
-        self.assertIn("  none         1\nnew since the last report: c\n", out)
+        self.assertIn("  none         1\n  txt          2\nnew since the last report: c\n", out)
         kept = self.answered("nightly_report", "data", "r.txt", answers=self.file(
             "no.kel", "MESSAGE_BOX button:no\n"))
         self.assertEqual(kept, "kept\n")
