@@ -14,11 +14,6 @@ namespace app {
 
 namespace {
 
-int NotAvailable(const char* what) {
-  WriteError(std::string("tavhost: ") + what + " is not available yet\n");
-  return kExitUsage;
-}
-
 int RunSubcommand(const CommandLine& line) {
   switch (line.subcommand) {
     case Subcommand::kWorkbench:

@@ -35,7 +35,7 @@ struct Sinks {
   std::function<void(std::string_view)> error;  // errors that end an EXECUTE text, and only that
   // The next line of standard input; false at its end, and when a stop ends the wait. Without it a
   // script that reads has an error.
-  std::function<bool(std::string&)> readLine;
+  std::function<bool(std::string&)> readLine = nullptr;
 };
 
 struct RunOptions {
