@@ -66,6 +66,24 @@ void AppendEscaped(std::string& out, char byte) {
   }
 }
 
+std::string CallText(std::string name, std::initializer_list<std::string> arguments) {
+  name += '(';
+  const char* separator = "";
+  for (const std::string& argument : arguments) {
+    name += separator;
+    name += argument;
+    separator = ", ";
+  }
+  name += ')';
+  return name;
+}
+
+void WriteOut(const std::string& line) {
+  if (!output) return;
+  std::fwrite(line.data(), 1, line.size(), output);
+  std::fflush(output);
+}
+
 // Without namespaces, as destructors are called.
 std::string ClassOf(std::string_view name) {
   name = name.substr(0, name.find('#'));
@@ -122,17 +140,14 @@ void NameFixed(const char* name, const void* object) { Names()[object] = name; }
 
 void Forget(const void* object) { Names().erase(object); }
 
+void detail::ReportLine(const void* object, const char* name,
+                        std::initializer_list<std::string> arguments) {
+  WriteOut(CallText(ObjectText(object) + "::" + name, arguments) + '\n');
+}
+
 void Call::Begin(const char* name, std::initializer_list<std::string> arguments) {
   detail::active = false;
-  line_ = name;
-  line_ += '(';
-  const char* separator = "";
-  for (const std::string& argument : arguments) {
-    line_ += separator;
-    line_ += argument;
-    separator = ", ";
-  }
-  line_ += ')';
+  line_ = CallText(name, arguments);
 }
 
 void Call::BeginMember(const void* object, const char* name,
@@ -155,10 +170,7 @@ void Call::WriteLine(std::string_view result) {
     line_ += result;
   }
   line_ += '\n';
-  if (output) {
-    std::fwrite(line_.data(), 1, line_.size(), output);
-    std::fflush(output);
-  }
+  WriteOut(line_);
   line_.clear();
 }
 

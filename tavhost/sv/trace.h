@@ -111,6 +111,16 @@ std::string ArgumentText(const T& value) {
   }
 }
 
+namespace detail {
+void ReportLine(const void* object, const char* name, std::initializer_list<std::string> arguments);
+}
+
+// Writes a line for what a user did with an object that has a name, whatever code is running.
+template <typename... Arguments>
+void Report(const void* object, const char* name, const Arguments&... arguments) {
+  if (detail::open) detail::ReportLine(object, name, {ArgumentText(arguments)...});
+}
+
 class Call {
  public:
   // A free function, a static member, or a constructor, by its whole name.

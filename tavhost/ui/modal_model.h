@@ -18,6 +18,8 @@ enum class ModalKind {
   kDirectoryDialog,
   kImageDialog,
   kTreeListBox,
+  kBrowser,
+  kEditBrowser,
 };
 
 struct ModalButton {

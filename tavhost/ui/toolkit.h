@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "host/sv/size.h"
+#include "tavhost/ui/browser_model.h"
 #include "tavhost/ui/directory_dialog_model.h"
 #include "tavhost/ui/edit_field_model.h"
 #include "tavhost/ui/file_dialog_model.h"
@@ -17,6 +18,7 @@
 #include "tavhost/ui/modal_model.h"
 #include "tavhost/ui/percentage_window_model.h"
 #include "tavhost/ui/posted_work.h"
+#include "tavhost/ui/table_model.h"
 #include "tavhost/ui/text_box_model.h"
 #include "tavhost/ui/text_model.h"
 #include "tavhost/ui/tree_list_box_model.h"

@@ -55,6 +55,18 @@ constexpr ElementName kElements[] = {
     {kCancelProgress, kAfter},
 };
 
+struct CellElement {
+  std::string_view name;
+  Answer::Cell::Kind kind;
+  const char* form;
+};
+constexpr CellElement kCellElements[] = {
+    {"CELL", Answer::Cell::Kind::kCell, "a cell is CELL row:1 column:1 text:\"…\""},
+    {"INSERT_ROW", Answer::Cell::Kind::kInsertRow, "a new row is INSERT_ROW row:1"},
+    {"DELETE_ROW", Answer::Cell::Kind::kDeleteRow, "a row goes by DELETE_ROW row:1"},
+    {"SORT_ROWS", Answer::Cell::Kind::kSortRows, "rows are sorted by SORT_ROWS column:1"},
+};
+
 template <typename Table>
 const auto* Find(const Table& table, std::string_view name) {
   const auto found = std::find_if(std::begin(table), std::end(table),
@@ -182,10 +194,12 @@ class Reader {
   }
 
   bool ReadCell(const kel::Element& element, Answer& answer) {
+    const CellElement* const known = Find(kCellElements, element.Name());
     std::optional<std::int32_t> row;
     std::optional<std::int32_t> column;
     std::optional<std::string> text;
-    bool fits = element.Name() == "CELL" && element.main.IsNone();
+    bool descending = false;
+    bool fits = known && element.main.IsNone();
     for (std::uint32_t i = 0; fits && i < element.attributeCount; ++i) {
       const kel::Attribute& attribute = element.attributes[i];
       if (attribute.Name() == "row") {
@@ -195,13 +209,20 @@ class Reader {
       } else if (attribute.Name() == "text") {
         if (!ReadText(attribute, text)) return false;
       } else {
-        fits = false;
+        descending = attribute.Name() == "descending";
+        fits = descending && attribute.operand.IsNone();
       }
     }
-    if (!fits || !row || !column || !text) {
-      return Fail(element.name, "a cell is CELL row:1 column:1 text:\"…\"");
+    if (!known) return Fail(element.name, "a table takes CELL, INSERT_ROW, DELETE_ROW, SORT_ROWS");
+    using Kind = Answer::Cell::Kind;
+    const bool isCell = known->kind == Kind::kCell;
+    const bool isSort = known->kind == Kind::kSortRows;
+    if (!fits || row.has_value() == isSort || column.has_value() != (isCell || isSort) ||
+        text.has_value() != isCell || (descending && !isSort)) {
+      return Fail(element.name, known->form);
     }
-    answer.cells.push_back({*row, *column, *text});
+    answer.cells.push_back(
+        {row.value_or(0), column.value_or(0), text.value_or(""), known->kind, descending});
     return true;
   }
 
@@ -275,6 +296,23 @@ void AppendList(std::string& line, const Answer& answer, const char* name,
   line += ')';
 }
 
+std::string CellText(const Answer::Cell& cell) {
+  using Kind = Answer::Cell::Kind;
+  const std::string row = " row:" + std::to_string(cell.row);
+  const std::string column = " column:" + std::to_string(cell.column);
+  switch (cell.kind) {
+    case Kind::kCell:
+      return "CELL" + row + column + " text:" + Literal(cell.text);
+    case Kind::kInsertRow:
+      return "INSERT_ROW" + row;
+    case Kind::kDeleteRow:
+      return "DELETE_ROW" + row;
+    case Kind::kSortRows:
+      return "SORT_ROWS" + column + (cell.descending ? " descending" : "");
+  }
+  return {};
+}
+
 }  // namespace
 
 bool ParseAnswers(const std::string& file, std::string_view text, std::vector<Answer>& answers,
@@ -310,8 +348,7 @@ std::string AnswerLine(const Answer& answer) {
     line += " cells:{ ";
     for (const Answer::Cell& cell : answer.cells) {
       if (&cell != &answer.cells.front()) line += "; ";
-      line += "CELL row:" + std::to_string(cell.row) + " column:" + std::to_string(cell.column) +
-              " text:" + Literal(cell.text);
+      line += CellText(cell);
     }
     line += " }";
   }

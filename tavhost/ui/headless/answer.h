@@ -10,10 +10,15 @@ namespace ui {
 
 // One element of an answers file. What it does not say is absent.
 struct Answer {
+  // What is done to a table, in this order; rows and columns count from 1, without titles and
+  // handles.
   struct Cell {
+    enum class Kind { kCell, kInsertRow, kDeleteRow, kSortRows };
     std::int32_t row = 0;
     std::int32_t column = 0;
     std::string text;
+    Kind kind = Kind::kCell;
+    bool descending = false;
   };
 
   std::string element;  // MESSAGE_BOX, LIST_BOX …

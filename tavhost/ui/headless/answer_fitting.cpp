@@ -94,6 +94,49 @@ std::optional<std::string> ApplyToTree(const Answer& answer, TreeListBoxModel& t
   return misfit;
 }
 
+bool ApplyCell(const Answer::Cell& cell, TableModel& table) {
+  using Kind = Answer::Cell::Kind;
+  // Numbers below 1 become ones that no table reaches.
+  const auto row = static_cast<std::uint32_t>(cell.row) - 1;
+  const auto column = static_cast<std::uint32_t>(cell.column) - 1;
+  const bool hasColumn = cell.column > 0 && column < table.Columns() - table.FirstColumn();
+  switch (cell.kind) {
+    case Kind::kCell:
+      return hasColumn && table.SetCell(row, column + table.FirstColumn(), cell.text);
+    case Kind::kInsertRow:
+      return table.InsertRow(row);
+    case Kind::kDeleteRow:
+      return table.DeleteRow(row);
+    case Kind::kSortRows:
+      return hasColumn && table.SortRows(column + table.FirstColumn(), cell.descending);
+  }
+  return false;
+}
+
+// Names what the table lacks.
+std::string Misfit(const Answer::Cell& cell, const TableModel& table) {
+  using Kind = Answer::Cell::Kind;
+  const auto columns = static_cast<std::int64_t>(table.Columns() - table.FirstColumn());
+  const bool hasRow = cell.row > 0 && cell.row <= static_cast<std::int64_t>(table.Rows());
+  if (cell.kind == Kind::kSortRows || (cell.kind == Kind::kCell && hasRow)) {
+    return "the table has no column " + std::to_string(cell.column) + ", it has " +
+           std::to_string(columns);
+  }
+  return "the table has no row " + std::to_string(cell.row) + ", it has " +
+         std::to_string(table.Rows());
+}
+
+std::optional<std::string> ApplyToTable(const Answer& answer, TableModel& table) {
+  const std::size_t before = table.ChangeCount();
+  for (const Answer::Cell& cell : answer.cells) {
+    if (ApplyCell(cell, table)) continue;
+    std::string misfit = Misfit(cell, table);
+    while (table.ChangeCount() > before) table.Undo();
+    return misfit;
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> ApplyContents(const Answer& answer, ModalModel& window) {
   switch (window.Kind()) {
     case ModalKind::kMessageBox:
@@ -108,6 +151,10 @@ std::optional<std::string> ApplyContents(const Answer& answer, ModalModel& windo
       return ApplyToList(answer, As<ListBoxModel>(window));
     case ModalKind::kTreeListBox:
       return ApplyToTree(answer, As<TreeListBoxModel>(window));
+    case ModalKind::kBrowser:
+      return std::nullopt;
+    case ModalKind::kEditBrowser:
+      return ApplyToTable(answer, As<EditBrowserModel>(window).Table());
     case ModalKind::kFileDialog: {
       auto& files = As<FileDialogModel>(window);
       if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
@@ -161,6 +208,19 @@ void DescribeTree(const TreeListBoxModel& tree, Answer& answer) {
   }
 }
 
+void DescribeTable(const TableModel& table, Answer& answer) {
+  using Kind = Answer::Cell::Kind;
+  for (const TableChange& change : table.Changes()) {
+    Answer::Cell cell;
+    cell.row = static_cast<std::int32_t>(change.row) + 1;
+    cell.column = static_cast<std::int32_t>(change.column - table.FirstColumn()) + 1;
+    cell.text = change.text;
+    cell.kind = static_cast<Kind>(change.kind);
+    cell.descending = change.descending;
+    answer.cells.push_back(std::move(cell));
+  }
+}
+
 }  // namespace
 
 std::string_view ElementOf(const ModalModel& window) {
@@ -181,12 +241,18 @@ std::string_view ElementOf(const ModalModel& window) {
       return "IMAGE_DIALOG";
     case ModalKind::kTreeListBox:
       return "TREE_LIST_BOX";
+    case ModalKind::kBrowser:
+      return "BROWSER";
+    case ModalKind::kEditBrowser:
+      return "EDIT_BROWSER";
   }
   return "";
 }
 
 std::string ImpliedButton(const ModalModel& window) {
-  return window.Kind() == ModalKind::kMessageBox ? window.DefaultButton() : "ok";
+  const bool hasOwn =
+      window.Kind() == ModalKind::kMessageBox || window.Kind() == ModalKind::kBrowser;
+  return hasOwn ? window.DefaultButton() : "ok";
 }
 
 std::optional<std::string> ApplyAnswer(const Answer& answer, ModalModel& window) {
@@ -229,6 +295,11 @@ Answer AnswerOf(const ModalModel& window) {
       break;
     case ModalKind::kTreeListBox:
       DescribeTree(As<TreeListBoxModel>(window), answer);
+      break;
+    case ModalKind::kBrowser:
+      break;
+    case ModalKind::kEditBrowser:
+      DescribeTable(As<EditBrowserModel>(window).Table(), answer);
       break;
     case ModalKind::kFileDialog:
       if (!As<FileDialogModel>(window).chosen.empty()) {

@@ -332,6 +332,55 @@ AskOutcome AskTree(TreeListBoxModel& tree) {
   });
 }
 
+void PrintTable(const TableModel& table) {
+  std::string scratch;
+  if (!table.header.empty()) PrintLine(table.header);
+  const auto print = [&](const std::string& number, auto field) {
+    std::string line = number;
+    for (std::uint32_t column = 0; column < table.Columns(); ++column) {
+      line += (column == 0 ? "  " : " | ") + std::string(field(column));
+    }
+    PrintLine(line);
+  };
+  print(" ", [&](std::uint32_t column) { return table.Title(column, scratch); });
+  const std::uint32_t shown = std::min(table.Rows(), kShownEntries);
+  for (std::uint32_t row = 0; row < shown; ++row) {
+    print(std::to_string(row + 1),
+          [&](std::uint32_t column) { return table.Cell(row, column, scratch); });
+  }
+  if (table.Rows() > shown) {
+    PrintLine("  and " + std::to_string(table.Rows() - shown) + " more");
+  }
+}
+
+AskOutcome AskBrowser(BrowserModel& browser) {
+  PrintTable(browser.Table());
+  return AskUntil(browser, "Enter goes on: ", [&](const std::string&, std::string&) {
+    return browser.End("close");
+  });
+}
+
+// "2 1 text" sets a field.
+AskOutcome AskEditBrowser(EditBrowserModel& browser) {
+  PrintTable(browser.Table());
+  const auto take = [&](const std::string& line, std::string& reason) {
+    if (line.empty()) return browser.End("ok");
+    const std::size_t first = std::min(line.find(' '), line.size());
+    const std::size_t second = std::min(line.find(' ', first + 1), line.size());
+    const std::uint32_t row = Number(std::string_view(line).substr(0, first)).value_or(0);
+    const std::string column = line.substr(first, second - first);
+    const std::uint32_t number = Number(column.substr(column.empty() ? 0 : 1)).value_or(0);
+    TableModel& table = browser.Table();
+    const std::string text = second < line.size() ? line.substr(second + 1) : "";
+    const bool fits = row > 0 && number > 0 &&
+                      table.SetCell(row - 1, number - 1 + table.FirstColumn(), text);
+    reason = fits ? "(set; Enter ends)" : "a row's and a column's number, and the new text";
+    return false;
+  };
+  return AskUntil(browser,
+                  "row, column and new text of a field; Enter takes it as it stands: ", take);
+}
+
 }  // namespace
 
 AskOutcome AskInTerminal(ModalModel& window) {
@@ -353,6 +402,10 @@ AskOutcome AskInTerminal(ModalModel& window) {
       return AskImageDialog(static_cast<ImageDialogModel&>(window));
     case ModalKind::kTreeListBox:
       return AskTree(static_cast<TreeListBoxModel&>(window));
+    case ModalKind::kBrowser:
+      return AskBrowser(static_cast<BrowserModel&>(window));
+    case ModalKind::kEditBrowser:
+      return AskEditBrowser(static_cast<EditBrowserModel&>(window));
   }
   return AskOutcome::kStopped;
 }

@@ -6,6 +6,7 @@
 #include <QScreen>
 #include <algorithm>
 
+#include "tavhost/ui/qt/browser_view.h"
 #include "tavhost/ui/qt/edit_field_view.h"
 #include "tavhost/ui/qt/file_dialog_view.h"
 #include "tavhost/ui/qt/image_dialog_view.h"
@@ -30,8 +31,8 @@ QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
 
 // The usual labels get mnemonics; labels that scripts give are shown as they are.
 QString LabelOf(const ModalButton& button) {
-  static constexpr std::string_view kUsual[] = {"OK",     "Yes",  "No",   "Retry",
-                                                "Cancel", "Open", "Save", "Choose"};
+  static constexpr std::string_view kUsual[] = {"OK",   "Yes",  "No",     "Retry", "Cancel",
+                                                "Open", "Save", "Choose", "Close"};
   const bool isUsual =
       std::find(std::begin(kUsual), std::end(kUsual), button.label) != std::end(kUsual);
   return isUsual ? QLatin1Char('&') + Shown(button.label) : ShownLabel(button.label);
@@ -63,6 +64,10 @@ std::unique_ptr<ModalView> ModalView::Make(ModalModel& model, QWidget* parent) {
       return std::make_unique<ImageDialogView>(static_cast<ImageDialogModel&>(model), parent);
     case ModalKind::kTreeListBox:
       return std::make_unique<TreeListBoxView>(static_cast<TreeListBoxModel&>(model), parent);
+    case ModalKind::kBrowser:
+      return std::make_unique<BrowserView>(static_cast<BrowserModel&>(model), parent);
+    case ModalKind::kEditBrowser:
+      return std::make_unique<EditBrowserView>(static_cast<EditBrowserModel&>(model), parent);
     default:
       return nullptr;
   }

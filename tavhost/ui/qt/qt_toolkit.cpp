@@ -82,6 +82,10 @@ const char* PictureName(ModalKind kind) {
       return "image-dialog";
     case ModalKind::kTreeListBox:
       return "tree-list-box";
+    case ModalKind::kBrowser:
+      return "browser";
+    case ModalKind::kEditBrowser:
+      return "edit-browser";
     default:
       return "window";
   }

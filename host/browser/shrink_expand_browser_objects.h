@@ -1,0 +1,10 @@
+#pragma once
+
+#include "host/browser/browser_objects.h"
+
+// A table to be read, in which rows of several lines shrink to one and expand again.
+class TAV_HOST_API TavShrinkExpandBrowserObjects : public TavBrowserObjects {
+ public:
+  TavShrinkExpandBrowserObjects(int withHandleColumn, int);
+  ~TavShrinkExpandBrowserObjects() override;
+};

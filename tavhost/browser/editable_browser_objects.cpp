@@ -1,0 +1,19 @@
+#include "host/browser/editable_browser_objects.h"
+
+#include "host/sv/string.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+TavEditableBrowserObjects::TavEditableBrowserObjects(int withHandleColumn)
+    : TavBrowserObjects(withHandleColumn != 0) {
+  trace::Call call("TavEditableBrowserObjects::TavEditableBrowserObjects", withHandleColumn);
+  call.Created("TavEditableBrowserObjects", this);
+}
+
+TavEditableBrowserObjects::~TavEditableBrowserObjects() = default;
+
+SV::String TavEditableBrowserObjects::WriteToText(char fieldSeparator) {
+  trace::Call call(this, "WriteToText", fieldSeparator);
+  const std::string text = Table().Write(fieldSeparator);
+  return call.Result(SV::String(text.data(), static_cast<long>(text.size())));
+}

@@ -1,0 +1,13 @@
+#include "host/browser/shrink_expand_browser_objects.h"
+
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+TavShrinkExpandBrowserObjects::TavShrinkExpandBrowserObjects(int withHandleColumn, int mode)
+    : TavBrowserObjects(withHandleColumn != 0) {
+  trace::Call call("TavShrinkExpandBrowserObjects::TavShrinkExpandBrowserObjects", withHandleColumn,
+                   mode);
+  call.Created("TavShrinkExpandBrowserObjects", this);
+}
+
+TavShrinkExpandBrowserObjects::~TavShrinkExpandBrowserObjects() = default;
