@@ -270,6 +270,7 @@ TEST_F(QtBrowser, EditsWithTheKeyboardAndUndoes) {
     ASSERT_TRUE(editor);
     editor->setText(QStringLiteral("x;y"));
     QTest::keyClick(editor, Qt::Key_Return);
+    QCoreApplication::processEvents();
     EXPECT_EQ(table->Write(';'), "n;v\na;1\n\"x;y\";2");
     QTest::keyClick(&view, Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(table->Write(';'), "n;v\na;1\nb;2");

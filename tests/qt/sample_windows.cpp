@@ -116,6 +116,25 @@ std::unique_ptr<ui::ModalModel> Files(std::uint32_t style, bool multiple,
   return model;
 }
 
+// Parts with numbers, a text of several lines, links and, if wanted, handles.
+std::shared_ptr<ui::TableModel> Parts(bool handles) {
+  std::string text = handles ? "Id;Name;Mass;Material;Drawing" : "Name;Mass;Material;Drawing";
+  for (int i = 1; i <= 60; ++i) {
+    const std::string number = std::to_string(i);
+    text += '\n';
+    if (handles) text += "P-" + std::to_string(1000 + i) + ';';
+    text += "Part " + number + ';' + std::to_string(i * 7 % 50) + '.' + std::to_string(i % 10) +
+            ';' + (i % 3 ? "steel" : "\"aluminium\nanodised, 20 µm\"") + ";drawing D" + number +
+            " (v" + std::to_string(i % 4 + 1) + ')';
+  }
+  auto table = std::make_shared<ui::TableModel>(handles);
+  const auto owner = std::make_shared<std::string>(std::move(text));
+  table->Read(*owner, owner, ';', '\n');
+  table->SetAlignment(table->FirstColumn() + 1, ui::TableAlignment::kRight);
+  table->SetAlignment(table->FirstColumn() + 2, ui::TableAlignment::kCentre);
+  return table;
+}
+
 std::unique_ptr<ui::ModalModel> Images(const std::string& folder) {
   auto model = std::make_unique<ui::ImageDialogModel>();
   if (folder.empty()) return model;
@@ -133,7 +152,7 @@ std::unique_ptr<ui::ModalModel> Images(const std::string& folder) {
 std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder) {
   std::vector<Sample> samples;
   const auto add = [&samples](const char* name, std::unique_ptr<ui::ModalModel> model) {
-    samples.push_back({name, std::move(model)});
+    samples.push_back({name, std::move(model), nullptr});
   };
   add("info", Message(MessageKind::kInfo, 0x10, "The report is ready."));
   add("query", Message(MessageKind::kQuery, 0x80 | 0x1000, "Write the report now?", "Report"));
@@ -178,6 +197,36 @@ std::vector<Sample> All(const std::string& imageFolder, const std::string& start
   add("directory", std::move(directory));
   add("images", Images(imageFolder));
   add("no images", Images(""));
+  {
+    auto table = Parts(false);
+    auto model = std::make_unique<ui::BrowserModel>(*table, false);
+    model->SetTitle("Parts");
+    samples.push_back({"browser", std::move(model), std::move(table)});
+  }
+  {
+    auto table = Parts(true);
+    table->header = "Parts of the engine";
+    table->subtitle = "as built";
+    table->modelFormat = "drawing %n (v%v)";
+    table->showsLinks = true;
+    table->ExpandAll(true);
+    auto model = std::make_unique<ui::BrowserModel>(*table, true);
+    model->SetTitle("Parts");
+    samples.push_back({"large browser", std::move(model), std::move(table)});
+  }
+  {
+    auto table = Parts(true);
+    table->header = "Masses";
+    auto model = std::make_unique<ui::EditBrowserModel>(*table);
+    model->SetTitle("Masses");
+    samples.push_back({"edit browser", std::move(model), std::move(table)});
+  }
+  {
+    auto table = std::make_shared<ui::TableModel>(false);
+    auto model = std::make_unique<ui::EditBrowserModel>(*table);
+    for (bool& shows : model->showsSpecial) shows = false;
+    samples.push_back({"empty edit browser", std::move(model), std::move(table)});
+  }
   return samples;
 }
 

@@ -13,6 +13,7 @@ namespace sample_windows {
 struct Sample {
   std::string name;
   std::unique_ptr<ui::ModalModel> model;
+  std::shared_ptr<ui::TableModel> table = nullptr;  // that the model shows
 };
 
 // `imageFolder` holds the pictures of the image dialog, `startFolder` is where files are chosen.

@@ -4,7 +4,6 @@
 #include <QClipboard>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
@@ -64,9 +63,8 @@ BrowserView::BrowserView(BrowserModel& model, QWidget* parent)
 void BrowserView::ShowModel() { panel_->ShowTable(); }
 
 EditBrowserView::EditBrowserView(EditBrowserModel& model, QWidget* parent)
-    : ModalView(model, std::make_unique<QDialog>(parent)),
-      browser_(model),
-      panel_(new TablePanel(model.Table(), true)) {
+    : ModalView(model, std::make_unique<QDialog>(parent)), browser_(model) {
+  panel_ = new TablePanel(model.Table(), true);
   auto* const layout = new QVBoxLayout(&Dialog());
   layout->addWidget(panel_, 1);
   layout->addWidget(MakeButtonRow());
@@ -229,17 +227,6 @@ void EditBrowserView::ReadModel() {
   if (focus && panel_->View().isAncestorOf(focus) && focus != panel_->View().viewport()) {
     panel_->View().setFocus();
   }
-}
-
-// Enter in the grid edits the field instead of pressing the dialog's default button.
-bool EditBrowserView::eventFilter(QObject* object, QEvent* event) {
-  if (ModalView::eventFilter(object, event)) return true;
-  if (object != &panel_->View() || event->type() != QEvent::KeyPress) return false;
-  const int key = static_cast<QKeyEvent*>(event)->key();
-  if (key != Qt::Key_Return && key != Qt::Key_Enter) return false;
-  const QModelIndex current = panel_->View().currentIndex();
-  if (current.isValid()) panel_->View().edit(current);
-  return true;
 }
 
 }  // namespace ui

@@ -40,8 +40,6 @@ class EditBrowserView final : public ModalView {
   void Undo(bool again);
   void UpdateButtons();
 
-  bool eventFilter(QObject* object, QEvent* event) override;
-
   EditBrowserModel& browser_;
   TablePanel* panel_;
   QPushButton* special_[EditBrowserModel::kSpecialCount];

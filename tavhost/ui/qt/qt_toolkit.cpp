@@ -91,6 +91,14 @@ const char* PictureName(ModalKind kind) {
   }
 }
 
+// Windows that share a remembered size.
+QString SizeName(const ModalModel& window) {
+  const bool isLarge = window.Kind() == ModalKind::kBrowser &&
+                       static_cast<const BrowserModel&>(window).IsLarge();
+  return (isLarge ? QStringLiteral("large-") : QString()) +
+         QString::fromLatin1(PictureName(window.Kind()));
+}
+
 }  // namespace
 
 QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
@@ -157,9 +165,9 @@ void QtToolkit::RunModal(ModalModel& window) {
   if (options_.answers && options_.answers->AnswersWindows()) {
     AnswerWithoutUser(*view);
   } else {
-    const QString kind = QString::fromLatin1(PictureName(window.Kind()));
+    const QString kind = SizeName(window);
     // A size that the script gives comes before one that the user likes.
-    if (const auto remembered = remembered_sizes::Find(kind); remembered && !size) {
+    if (const auto remembered = remembered_sizes::Find(kind); remembered && !size && !window.maximized) {
       window.size = SV::Size(remembered->width(), remembered->height());
     }
     view->Open(kKeyGuardMilliseconds);

@@ -238,6 +238,13 @@ void TableView::keyPressEvent(QKeyEvent* event) {
     CopySelection();
     return;
   }
+  const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+  if (editable_ && isEnter) {
+    // Edits the field instead of pressing the dialog's default button. The Enter that ends an edit
+    // comes by here as well.
+    if (state() != EditingState && currentIndex().isValid()) edit(currentIndex());
+    return;
+  }
   if (!editable_) {
     switch (event->key()) {
       case Qt::Key_Plus:

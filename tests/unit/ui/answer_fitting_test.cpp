@@ -138,4 +138,43 @@ TEST(AnswerFitting, TheLineToAddIsTheDefaultAnswer) {
   EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(field)), "EDIT_FIELD text:\"x\" button:ok");
 }
 
+TEST(AnswerFitting, BrowsersTakeClose) {
+  ui::TableModel table(false);
+  ui::BrowserModel browser(table, false);
+  EXPECT_EQ(Misfit("BROWSER", browser), "");
+  EXPECT_EQ(browser.EndButton(), "close");
+  EXPECT_EQ(Misfit("BROWSER button:ok", browser),
+            "there is no button ok; there are: close, cancel");
+}
+
+TEST(AnswerFitting, TablesAreChangedInTheOrderWritten) {
+  ui::TableModel table(false);
+  ASSERT_TRUE(table.Read("a;b\n1;2\n3;4", nullptr, ';', '\n'));
+  ui::EditBrowserModel browser(table);
+  const char* const changes =
+      "EDIT_BROWSER cells:{ CELL row:1 column:2 text:\"9\"; INSERT_ROW row:3; "
+      "CELL row:3 column:1 text:\"x\"; SORT_ROWS column:2; DELETE_ROW row:1 } button:ok";
+  EXPECT_EQ(Misfit(changes, browser), "");
+  EXPECT_EQ(table.Write(';'), "a;b\n1;9\nx;");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(browser)), changes);
+}
+
+TEST(AnswerFitting, AnAnswerThatDoesNotFitLeavesTheTableAsItWas) {
+  ui::TableModel table(true);
+  ASSERT_TRUE(table.Read("h;a\n1;2", nullptr, ';', '\n'));
+  ui::EditBrowserModel browser(table);
+  const std::string before = table.Write(';');
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ CELL row:1 column:1 text:\"2\"; INSERT_ROW row:1; "
+                   "CELL row:1 column:2 text:\"x\" }",
+                   browser),
+            "the table has no column 2, it has 1");
+  EXPECT_EQ(table.Write(';'), before);
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ CELL row:0 column:1 text:\"x\" }", browser),
+            "the table has no row 0, it has 1");
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ INSERT_ROW row:3 }", browser),
+            "the table has no row 3, it has 1");
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ SORT_ROWS column:0 }", browser),
+            "the table has no column 0, it has 1");
+}
+
 }  // namespace
