@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -17,11 +19,18 @@ struct Contender {
   std::function<void()> run;
 };
 
-// Processor time of this process, user and system, in seconds.
+// Processor time of this process and of the programs that it ran and waited for, user and system,
+// in seconds.
 inline double CpuSeconds() {
   timespec time{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  rusage children{};
+  getrusage(RUSAGE_CHILDREN, &children);
+  const auto seconds = [](const timeval& part) {
+    return static_cast<double>(part.tv_sec) + static_cast<double>(part.tv_usec) * 1e-6;
+  };
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9 +
+         seconds(children.ru_utime) + seconds(children.ru_stime);
 }
 
 inline double Median(std::vector<double> values) {

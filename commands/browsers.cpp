@@ -5,14 +5,20 @@
 #include <memory>
 
 #include "commands/handlers.h"
+#include "host/browser/dockable_browser_tool.h"
 #include "host/browser/editable_browser_objects.h"
 #include "host/browser/editable_simple_browser_window.h"
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "host/browser/simple_browser_window.h"
 #include "host/browser/small_browser_window.h"
+#include "host/dialog/app_work_window.h"
+#include "host/dialog/workbench.h"
 #include "host/notation/kel_parser.h"
 #include "host/services/top_window.h"
+#include "host/sv/link.h"
+#include "host/sv/size.h"
 #include "host/sv/string.h"
+#include "host/tools/graph_rep_tool.h"
 #include "plugin/checks.h"
 #include "plugin/results.h"
 
@@ -22,6 +28,21 @@ namespace {
 
 constexpr int kShown = 0;
 constexpr int kUnreadable = 1;
+constexpr int kOtherTool = 2;
+
+constexpr int kHidden = 0;
+constexpr int kUnknownWindow = 1;
+
+constexpr int kNoGraphrep = 1;
+
+// What a user cannot do with the graphrep tool, and which of its least sizes hold.
+constexpr unsigned long kNoCloseButtonFlags = 28;
+constexpr unsigned long kNotMovableFlag = 32;
+constexpr unsigned long kMinimumWidthFlag = 64;
+constexpr unsigned long kMinimumHeightFlag = 128;
+
+// By which the workbench knows the graphrep tool, from load to unload.
+const SV::String graphRepToolId = "090 GraphRepTool";
 
 constexpr char kFieldSeparator = ';';
 constexpr char kRowSeparator = '\n';
@@ -88,6 +109,101 @@ void SetHeaders(TavBrowserObjects& objects, TavKelParser& parser) {
   if (printHeader.Len() > 0) objects.SetPrintHeader(printHeader);
 }
 
+bool ReadContent(TavShrinkExpandBrowserObjects& objects, TavKelParser& parser) {
+  return objects.ReadFromText(parser.GetStrValue("content"),
+                              Separator(parser, "fieldsep", kFieldSeparator),
+                              Separator(parser, "linesep", kRowSeparator));
+}
+
+// The first column's number: that of the handles is 0.
+unsigned long FirstColumn(const TavBrowserObjects& objects) {
+  return objects.HasHandleColumn() ? 0 : 1;
+}
+
+// Docked browsers count the handle column too.
+void SetToolAlignments(TavBrowserObjects& objects, const SV::String& letters) {
+  if (letters.Len() != static_cast<long>(objects.GetColumnCount())) return;
+  SetAlignments(objects, letters, FirstColumn(objects));
+}
+
+// One number for each column, joined by single blanks; two blanks make an empty one, which is 0.
+void SetColumnSizes(TavBrowserObjects& objects, const SV::String& sizes) {
+  const long count = sizes.GetTokenCount(' ');
+  if (count == 0 || count != static_cast<long>(objects.GetColumnCount())) return;
+  const unsigned long first = FirstColumn(objects);
+  for (long i = 0; i < count; ++i) {
+    objects.setColumnWidth(first + static_cast<unsigned long>(i),
+                           SV::h_atoi(sizes.GetToken(i, ' ')), false, false);
+  }
+}
+
+// The listener that the workbench calls.
+void CallToolListener(void* tool, void* workbench) {
+  static_cast<TavResultTool*>(tool)->ToolListener(static_cast<TavWorkbench*>(workbench));
+}
+
+TavDockableBrowserTool* AddBrowserTool(TavWorkbench& workbench, const SV::String& id,
+                                       TavKelParser& parser) {
+  auto* const tool = new TavDockableBrowserTool(&workbench, Tav_GetTopWindow(0), id, 80, 80);
+  workbench.AddTool(id, tool, 0);  // which owns it from here on
+  workbench.SetToolTitle(id, parser.GetStrValue("title"));
+  workbench.SetToolLocation(id, ToolBoxAlignBottom, 0, 1);
+  workbench.SetToolPrefVerticalSizePixel(id, SV::Size(300, 450));
+  workbench.SetToolPrefHorizontalSizePixel(id, SV::Size(450, 300));
+  workbench.SetToolPrefFloatingSizePixel(id, SV::Size(600, 500));
+  workbench.AddToolListener(id, SV::Link(static_cast<TavResultTool*>(tool), &CallToolListener));
+  // Words may stand anywhere in the text, in either case.
+  SV::String buttons = parser.GetStrValue("show-buttons");
+  buttons.ToLower();
+  tool->ShowPrevButton(buttons.Search("prev") >= 0);
+  tool->ShowNextButton(buttons.Search("next") >= 0);
+  tool->ShowCloseButton(buttons.Search("close") >= 0);
+  tool->ShowSaveButton(buttons.Search("save") >= 0);
+  tool->ShowPrintButton(buttons.Search("print") >= 0);
+  tool->ShowSearchButton(buttons.Search("search") >= 0);
+  return tool;
+}
+
+// The number, or what counts when it is not there.
+long Number(TavKelParser& parser, const char* name, long absent) {
+  long number = absent;
+  parser.TryGetIntValue(name, number);
+  return number;
+}
+
+ToolBoxAlign LocationOf(const SV::String& align) {
+  if (align == "bottom") return ToolBoxAlignBottom;
+  if (align == "right") return ToolBoxAlignRight;
+  if (align == "top") return ToolBoxAlignTop;
+  return ToolBoxAlignLeft;
+}
+
+// Shows it as well.
+void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
+  const SV::String& id = graphRepToolId;
+  auto* const tool = new TavGraphRepTool(&workbench, Tav_GetTopWindow(0));
+  tool->SetGraphReps(parser.GetStrValue("graphrep"));
+  unsigned long flags = parser.IsContained("hide-close-button") ? kNoCloseButtonFlags : 0;
+  if (parser.IsContained("not-movable")) flags |= kNotMovableFlag;
+  tool->SetInterval(Number(parser, "interval", 10000));
+  if (parser.IsContained("min-w")) flags |= kMinimumWidthFlag;
+  if (parser.IsContained("min-h")) flags |= kMinimumHeightFlag;
+  // Given or not, the size is preferred; one half given makes both the least size.
+  const SV::Size size(Number(parser, "min-w", 300), Number(parser, "min-h", 200));
+  workbench.AddTool(id, tool, flags);  // which owns it from here on
+  workbench.SetToolTitle(id, parser.GetStrValue("title"));
+  workbench.SetToolLocation(id, LocationOf(parser.GetStrValue("align")), Number(parser, "index", 0),
+                            Number(parser, "subindex", 4711));
+  workbench.SetToolPrefVerticalSizePixel(id, size);
+  workbench.SetToolPrefHorizontalSizePixel(id, size);
+  workbench.SetToolPrefFloatingSizePixel(id, size);
+  if (flags & (kMinimumWidthFlag | kMinimumHeightFlag)) {
+    workbench.SetToolMinVerticalSizePixel(id, size);
+    workbench.SetToolMinHorizontalSizePixel(id, size);
+  }
+  workbench.SetToolVisible(id, true);
+}
+
 }  // namespace
 
 void Command_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
@@ -105,9 +221,7 @@ void Command_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result)
   objects->SetShowLinks(parser.IsContained("show-links"));
   SetReferenceFormats(*objects, parser);
   SetHeaders(*objects, parser);
-  const bool isRead = objects->ReadFromText(parser.GetStrValue("content"),
-                                            Separator(parser, "fieldsep", kFieldSeparator),
-                                            Separator(parser, "linesep", kRowSeparator));
+  const bool isRead = ReadContent(*objects, parser);
   if (isRead) {
     SetModalAlignments(*objects, parser.GetStrValue("alignment"));
     const bool adjustRows = parser.IsContained("adjust-rows");
@@ -158,6 +272,85 @@ void Command_EDIT_BROWSER(const char*, TavKelParser& parser, TavScriptResult& re
 
   results::SetInteger(result, "ecode", isRead ? kShown : kUnreadable);
   if (isRead) results::SetString(result, "text", text);
+}
+
+void Command_DOCKABLE_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
+  // print-header is checked twice.
+  if (StringsFail(parser, result, {"title", "content", "winid"},
+                  {"subtitle", "fieldsep", "linesep", "header", "print-header", "modref-format",
+                   "objref-format", "print-header", "show-buttons", "column-sizes", "alignment"})) {
+    return;
+  }
+
+  const SV::String id = parser.GetStrValue("winid");
+  auto objects = std::make_unique<TavShrinkExpandBrowserObjects>(
+      parser.IsContained("with-handlecolumn") ? 1 : 0, 0);
+  objects->Init(0);
+  objects->SetShowLinks(parser.IsContained("show-links"));
+  objects->SetSubtitle(parser.GetStrValue("subtitle"));
+  SetReferenceFormats(*objects, parser);
+  SetHeaders(*objects, parser);
+  if (!ReadContent(*objects, parser)) {
+    objects.reset();
+    results::SetInteger(result, "ecode", kUnreadable);
+    return;
+  }
+
+  TavWorkbench* const workbench = TavAppWorkWindow::GetGlobal()->GetWorkbench();
+  SV::Window* const known = workbench->GetToolWindow(id);
+  auto* tool = dynamic_cast<TavDockableBrowserTool*>(known);
+  if (known && !tool) {
+    objects.reset();
+    results::SetInteger(result, "ecode", kOtherTool);
+    return;
+  }
+  if (!tool) tool = AddBrowserTool(*workbench, id, parser);
+  workbench->SetToolVisible(id, true);
+  if (parser.IsContained("clear-content")) tool->CloseAllResults();
+  TavShrinkExpandBrowserObjects& shown = *objects.release();  // the tool's from here on
+  tool->AddResult(&shown);
+  if (parser.IsContained("adjust-rows")) tool->AdjustAllRows();
+  SetToolAlignments(shown, parser.GetStrValue("alignment"));
+  SetColumnSizes(shown, parser.GetStrValue("column-sizes"));
+  workbench->ToolGrabFocus(id);
+
+  results::SetInteger(result, "ecode", kShown);
+}
+
+void Command_CLOSE_DOCKABLE_WINDOW(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
+
+  const SV::String id = parser.GetStrValue("winid");
+  TavWorkbench* const workbench = TavAppWorkWindow::GetGlobal()->GetWorkbench();
+  const bool isKnown = workbench->GetToolWindow(id) != nullptr;
+  if (isKnown) workbench->SetToolVisible(id, false);
+
+  results::SetInteger(result, "ecode", isKnown ? kHidden : kUnknownWindow);
+}
+
+void Command_GRAPHREP_TOOL(const char*, TavKelParser& parser, TavScriptResult& result) {
+  for (const char* name : {"title", "align"}) {
+    if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return;
+  }
+  for (const char* name : {"interval", "index", "subindex", "min-w", "min-h"}) {
+    if (checks::Fails(parser, name, TavKelInteger, result, checks::kOptional)) return;
+  }
+  if (checks::FailsWhenPresent(parser, "graphrep", TavKelString, result, checks::kRequired)) return;
+
+  if (!parser.IsContained("graphrep")) {
+    results::SetInteger(result, "ecode", kNoGraphrep);
+    return;
+  }
+  TavWorkbench* const workbench = TavAppWorkWindow::GetGlobal()->GetWorkbench();
+  if (workbench->GetToolWindow(graphRepToolId)) {
+    workbench->SetToolVisible(graphRepToolId, true);
+  } else {
+    AddGraphRepTool(*workbench, parser);
+  }
+  if (parser.IsContained("hide-close-button"))
+    workbench->SetToolDefaultVisible(graphRepToolId, true);
+
+  results::SetInteger(result, "ecode", kShown);
 }
 
 }  // namespace commands

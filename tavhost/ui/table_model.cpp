@@ -91,6 +91,7 @@ void TableModel::Expand(std::uint32_t row, bool expanded) {
 void TableModel::ExpandAll(bool expanded) {
   allExpanded_ = expanded;
   otherwise_.clear();
+  if (lookChanged) lookChanged();
 }
 
 void TableModel::ListRows() {
@@ -233,7 +234,9 @@ std::optional<long> TableModel::Width(std::uint32_t column) const {
 }
 
 void TableModel::SetWidth(std::uint32_t column, long width) {
-  if (column < looks_.size()) looks_[column].width = width;
+  if (column >= looks_.size()) return;
+  looks_[column].width = width;
+  if (lookChanged) lookChanged();
 }
 
 TableAlignment TableModel::Alignment(std::uint32_t column) const {
@@ -241,7 +244,9 @@ TableAlignment TableModel::Alignment(std::uint32_t column) const {
 }
 
 void TableModel::SetAlignment(std::uint32_t column, TableAlignment alignment) {
-  if (column < looks_.size()) looks_[column].alignment = alignment;
+  if (column >= looks_.size()) return;
+  looks_[column].alignment = alignment;
+  if (lookChanged) lookChanged();
 }
 
 std::optional<Reference> TableModel::LinkAt(std::uint32_t row, std::uint32_t column) const {

@@ -98,6 +98,9 @@ class TableModel {
   TableAlignment Alignment(std::uint32_t column) const;
   void SetAlignment(std::uint32_t column, TableAlignment alignment);
 
+  // Told when columns look otherwise or all rows are expanded or shrunk.
+  std::function<void()> lookChanged;
+
   std::string header;
   std::string printHeader;
   std::string subtitle;

@@ -15,7 +15,9 @@
 
 #include "tavhost/sv/stop.h"
 #include "tavhost/ui/posted_work.h"
+#include "tavhost/ui/qt/drawing_view.h"
 #include "tavhost/ui/qt/qt_toolkit.h"
+#include "tavhost/ui/qt/result_tool_view.h"
 #include "tests/qt/sample_windows.h"
 
 namespace {
@@ -25,6 +27,7 @@ struct Look {
   const char* scale;
   bool dark;
 };
+constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mistake"};
 constexpr Look kLooks[] = {
     {"light", "1", false}, {"dark", "1", true}, {"light-2", "2", false}, {"dark-2", "2", true}};
 
@@ -59,6 +62,35 @@ QString FileName(const std::string& sample) {
   return QString::fromStdString(sample).replace(QLatin1Char(' '), QLatin1Char('-'));
 }
 
+// Tools of the workbench, as they stand in their docks.
+bool RenderTools(const QString& folder, const Look& look) {
+  const auto render = [&](QWidget& view, const char* name) {
+    view.resize(520, 340);
+    view.show();
+    QApplication::processEvents();
+    return view.grab().save(
+        QStringLiteral("%1/%2-%3.png").arg(folder, QLatin1String(name), QLatin1String(look.name)));
+  };
+  ui::ResultToolModel results;
+  for (int i = 0; i < ui::ResultToolModel::kButtonCount; ++i) {
+    results.ShowButton(static_cast<ui::ResultToolModel::Button>(i), true);
+  }
+  const auto parts = sample_windows::Parts(true);
+  const auto others = sample_windows::Parts(false);
+  parts->header = "Parts";
+  results.Add(*parts);
+  results.Add(*others);
+  results.GoTo(0);
+  ui::ResultToolView tool(results);
+  ui::DrawingModel drawing;
+  drawing.Show(sample_windows::Pump());
+  ui::DrawingView picture(drawing);
+  ui::DrawingModel wrong;
+  wrong.ShowError("2:1: there is no drawing element CIRCLE");
+  ui::DrawingView mistake(wrong);
+  return render(tool, kTools[0]) && render(picture, kTools[1]) && render(mistake, kTools[2]);
+}
+
 int RenderLook(const QString& folder, const Look& look) {
   const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
                             &stop::IsRequested, ui::WakeUpDescriptor()};
@@ -80,7 +112,7 @@ int RenderLook(const QString& folder, const Look& look) {
     });
     toolkit.RunModal(*sample.model);
   }
-  return 0;
+  return RenderTools(folder, look) ? 0 : 1;
 }
 
 int RenderAll(const QString& program, const QString& folder) {
@@ -101,10 +133,15 @@ int RenderAll(const QString& program, const QString& folder) {
   html << "<!doctype html><meta charset=\"utf-8\"><title>Dialogs</title>\n"
           "<style>body{font-family:sans-serif;background:#888}img{margin:8px;max-width:45%}"
           "</style>\n";
+  std::vector<QString> names;
   for (const sample_windows::Sample& sample : sample_windows::All("", "")) {
-    html << "<h2>" << QString::fromStdString(sample.name) << "</h2>\n";
+    names.push_back(FileName(sample.name));
+  }
+  for (const char* tool : kTools) names.push_back(QLatin1String(tool));
+  for (const QString& name : names) {
+    html << "<h2>" << name << "</h2>\n";
     for (const Look& look : kLooks) {
-      html << "<img src=\"" << FileName(sample.name) << '-' << look.name << ".png\">\n";
+      html << "<img src=\"" << name << '-' << look.name << ".png\">\n";
     }
   }
   return 0;

@@ -116,7 +116,20 @@ std::unique_ptr<ui::ModalModel> Files(std::uint32_t style, bool multiple,
   return model;
 }
 
-// Parts with numbers, a text of several lines, links and, if wanted, handles.
+std::unique_ptr<ui::ModalModel> Images(const std::string& folder) {
+  auto model = std::make_unique<ui::ImageDialogModel>();
+  if (folder.empty()) return model;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    model->entries.push_back({file.path().filename().string(), file.path().string()});
+  }
+  std::sort(model->entries.begin(), model->entries.end(),
+            [](const auto& a, const auto& b) { return a.name < b.name; });
+  if (!model->entries.empty()) model->selected = model->entries.front().name;
+  return model;
+}
+
+}  // namespace
+
 std::shared_ptr<ui::TableModel> Parts(bool handles) {
   std::string text = handles ? "Id;Name;Mass;Material;Drawing" : "Name;Mass;Material;Drawing";
   for (int i = 1; i <= 60; ++i) {
@@ -135,19 +148,37 @@ std::shared_ptr<ui::TableModel> Parts(bool handles) {
   return table;
 }
 
-std::unique_ptr<ui::ModalModel> Images(const std::string& folder) {
-  auto model = std::make_unique<ui::ImageDialogModel>();
-  if (folder.empty()) return model;
-  for (const auto& file : std::filesystem::directory_iterator(folder)) {
-    model->entries.push_back({file.path().filename().string(), file.path().string()});
-  }
-  std::sort(model->entries.begin(), model->entries.end(),
-            [](const auto& a, const auto& b) { return a.name < b.name; });
-  if (!model->entries.empty()) model->selected = model->entries.front().name;
-  return model;
+ui::Drawing Pump() {
+  using ui::DrawingShape;
+  using Kind = DrawingShape::Kind;
+  ui::Drawing drawing;
+  const auto add = [&drawing](Kind kind, std::vector<ui::DrawingPoint> points) -> DrawingShape& {
+    DrawingShape shape;
+    shape.kind = kind;
+    shape.points = std::move(points);
+    shape.pen = {0x33, 0x66, 0x99, 255};
+    shape.penWidth = 2;
+    shape.fill = {0xDD, 0xEE, 0xFF, 255};
+    drawing.shapes.push_back(shape);
+    return drawing.shapes.back();
+  };
+  DrawingShape& box = add(Kind::kRectangle, {{10, 20}, {130, 80}});
+  box.radius = 8;
+  box.hasFill = true;
+  add(Kind::kEllipse, {{200, 20}, {260, 80}}).hasFill = true;
+  add(Kind::kPolygon, {{215, 35}, {250, 50}, {215, 65}}).hasFill = true;
+  add(Kind::kLine, {{130, 50}, {200, 50}}).dash = ui::DrawingDash::kDashed;
+  add(Kind::kPolyline, {{260, 50}, {290, 50}, {290, 120}, {70, 120}, {70, 80}});
+  DrawingShape& text = add(Kind::kText, {{70, 54}});
+  text.text = "Tank 12";
+  text.align = DrawingShape::Align::kCentre;
+  text.bold = true;
+  DrawingShape& turned = add(Kind::kText, {{0, 0}});
+  turned.text = "turned by a group";
+  turned.transform = {0.966, 0.259, -0.259, 0.966, 20, 150};
+  add(Kind::kImage, {{200, 140}, {250, 180}}).text = "no such picture";
+  return drawing;
 }
-
-}  // namespace
 
 std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder) {
   std::vector<Sample> samples;

@@ -19,4 +19,9 @@ struct Sample {
 // `imageFolder` holds the pictures of the image dialog, `startFolder` is where files are chosen.
 std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder);
 
+// Parts with numbers, a text of several lines, links and, if wanted, handles.
+std::shared_ptr<ui::TableModel> Parts(bool handles);
+// A drawing with a shape of each kind.
+ui::Drawing Pump();
+
 }  // namespace sample_windows

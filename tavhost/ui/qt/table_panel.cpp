@@ -150,6 +150,7 @@ QWidget* TablePanel::MakeSearchBar() {
 }
 
 void TablePanel::SetTable(TableModel& table) {
+  view_->ForgetWidths();
   items_.SetTable(table);
   view_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
   if (filters_->isChecked()) items_.SetFilter(Bytes(searchText_->text()));

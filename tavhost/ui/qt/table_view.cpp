@@ -109,6 +109,11 @@ void TableView::FitColumns() {
   const std::uint32_t first = items_.Table().FirstColumn();
   for (int section = 0; section < items_.columnCount(); ++section) {
     const auto width = items_.Table().Width(static_cast<std::uint32_t>(section) + first);
+    const auto at = static_cast<std::size_t>(section);
+    // What the user has made of it stays, until the script wants another width.
+    if (at < fitted_.size() && fitted_[at] == width) continue;
+    if (at >= fitted_.size()) fitted_.resize(at + 1);
+    fitted_[at] = width;
     setColumnHidden(section, width == 0);
     if (width == 0) continue;
     constexpr long kWidest = 16000;
@@ -323,6 +328,7 @@ bool TableView::viewportEvent(QEvent* event) {
   if (event->type() == QEvent::FontChange) {
     verticalHeader()->setDefaultSectionSize(RowHeight(1));
     tall_.clear();
+    fitted_.clear();
     FitColumns();
   }
   return QTableView::viewportEvent(event);

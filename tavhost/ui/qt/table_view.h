@@ -17,6 +17,8 @@ class TableView final : public QTableView {
 
   // Puts widths, titles and heights as the table wants them.
   void ShowTable();
+  // Another table is shown: no width of a column holds any more.
+  void ForgetWidths() { fitted_.clear(); }
   // Heights of the rows in view; the table says which are expanded.
   void AdjustRows();
   void ExpandAll(bool expanded);
@@ -52,6 +54,7 @@ class TableView final : public QTableView {
   TableItems& items_;
   bool editable_;
   QLabel* corner_;
+  std::vector<std::optional<long>> fitted_;  // the widths that columns were last given
   std::set<int> tall_;  // rows that have another height than most
   bool adjusting_ = false;
 };

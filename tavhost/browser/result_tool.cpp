@@ -1,0 +1,55 @@
+#include "host/browser/result_tool.h"
+
+#include "host/browser/shrink_expand_browser_objects.h"
+#include "host/dialog/workbench.h"
+#include "tavhost/sv/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+TavResultTool::TavResultTool(TavWorkbench* workbench, SV::Window* parent, const SV::String& id)
+    : Window(parent, std::make_unique<ui::ResultToolModel>()), workbench_(workbench), id_(id) {
+  Tool().closeResult = [this](std::size_t index) { CloseResult(index); };
+}
+
+TavResultTool::~TavResultTool() {
+  trace::Call call(this, "~TavResultTool");
+  call.Write();
+  RemoveAllResults();
+}
+
+ui::ResultToolModel& TavResultTool::Tool() { return static_cast<ui::ResultToolModel&>(Model()); }
+
+void TavResultTool::AddResult(TavShrinkExpandBrowserObjects* result) {
+  trace::Call call(this, "AddResult", trace::Object{result});
+  call.Write();
+  results_.emplace_back(result);
+  Tool().Add(result->Table());
+}
+
+void TavResultTool::AdjustAllRows() {
+  trace::Call call(this, "AdjustAllRows");
+  call.Write();
+  ui::TableModel* const shown = Tool().Current();
+  if (!shown) return;
+  shown->ExpandAll(true);
+}
+
+// The tool shows what it held before it was hidden: there is nothing to do.
+void TavResultTool::ToolListener(TavWorkbench* workbench) {
+  trace::Call call(this, "ToolListener", trace::Window(workbench));
+  call.Write();
+}
+
+// By the user. A tool without results is of no use to him.
+void TavResultTool::CloseResult(std::size_t index) {
+  Tool().Remove(index);
+  results_.erase(results_.begin() + static_cast<std::ptrdiff_t>(index));
+  if (results_.empty()) workbench_->SetToolVisible(id_, false);
+}
+
+// Views let go of each table before it is freed.
+void TavResultTool::RemoveAllResults() {
+  while (!results_.empty()) {
+    Tool().Remove(results_.size() - 1);
+    results_.pop_back();
+  }
+}
