@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <QPagedPaintDevice>
 #include <QPainter>
 #include <QPixmap>
 #include <QTimer>

@@ -306,6 +306,8 @@ void TableView::PlaceCorner() {
                        horizontalHeader()->isVisible() ? horizontalHeader()->height() : 0);
   corner_->setVisible(width > 0 && !corner_->text().isEmpty());
   corner_->raise();
+  auto* const button = findChild<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly);
+  if (button && items_.rowCount() == 0) button->hide();  // there is nothing to select
 }
 
 void TableView::updateGeometries() {

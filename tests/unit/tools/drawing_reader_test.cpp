@@ -146,7 +146,7 @@ TEST(DrawingReader, SaysWhatIsWrongAndWhere) {
   }
   EXPECT_EQ(ErrorOf("POLYGON"), "1:1: points must be a list of numbers: (x, y, x, y, …)");
   EXPECT_EQ(ErrorOf("GROUP x:1"), "1:1: GROUP needs content:{ … }");
-  EXPECT_EQ(ErrorOf("TEXT \"ä\" x:1 y:1; BAD"), "1:18: there is no drawing element BAD");
+  EXPECT_EQ(ErrorOf("TEXT \"ä\" x:1 y:1; BAD"), "1:19: there is no drawing element BAD");
   EXPECT_EQ(ErrorOf("LINE (").substr(0, 2), "1:");
   EXPECT_EQ(ErrorOf("FILE \"no such file\""), "1:1: the file no such file cannot be read");
 }
