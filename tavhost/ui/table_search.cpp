@@ -34,13 +34,20 @@ template <typename Found>
 void FindAll(std::string_view text, std::string_view piece, Found found) {
   if (text.size() < piece.size()) return;
   const char first[3] = {piece.front(), Upper(piece.front()), piece.front()};
+  const char final[3] = {piece.back(), Upper(piece.back()), piece.back()};
   const table_scan::Scan scan = table_scan::Best();
   const std::size_t last = text.size() - piece.size();
   std::size_t from = 0;  // places before it are not wanted
   for (std::size_t base = 0; base <= last; base += table_scan::kBlock) {
     if (base + table_scan::kBlock <= from) continue;
     std::uint64_t marks = 0;
-    if (text.size() - base >= table_scan::kBlock) {
+    if (text.size() - base >= table_scan::kBlock + piece.size() - 1) {
+      // Few places have the first byte here and the last one where it must be.
+      std::uint64_t ends = 0;
+      scan(text.data() + base, 1, first, &marks);
+      scan(text.data() + base + piece.size() - 1, 1, final, &ends);
+      marks &= ends;
+    } else if (text.size() - base >= table_scan::kBlock) {
       scan(text.data() + base, 1, first, &marks);
     } else {
       char rest[table_scan::kBlock] = {};
