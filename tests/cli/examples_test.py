@@ -39,8 +39,8 @@ class ExamplesTest(ProgramTest):
         self.assertIn("error: unexpected element BOLT\n", result.err)
 
     def test_masses(self):
-        self.file("answers.kel", 'EDIT_BROWSER cells:{ CELL row:1 column:2 text:"2.6" }\n')
-        result = self.run_program("run", "--answers", "answers.kel", str(EXAMPLES / "masses.tav"))
+        result = self.run_program("run", "--answers", str(EXAMPLES / "masses.answers"),
+                                  str(EXAMPLES / "masses.tav"))
         self.assertEqual((result.out, result.err, result.code), ("Total: 3.0\n", "", 0), result)
 
     def test_demo(self):
