@@ -13,6 +13,8 @@
 #include "tavhost/script/message.h"
 #include "tavhost/sv/trace.h"
 
+#undef GetObject  // a macro of the Windows headers, a member of TavScriptResult
+
 namespace {
 
 SV::String ToString(const std::string& text) {
