@@ -96,10 +96,11 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
   return false;
 }
 
-TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*)(double))
+TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
     : state_(std::make_unique<State>()) {
   const SV::String text = SV::ConvertWStringToUTF8String(url);
-  trace::Call call("TavHTTPClient::TavHTTPClient", text, trace::Object{nullptr});
+  trace::Call call("TavHTTPClient::TavHTTPClient", text,
+                   trace::Object{reinterpret_cast<const void*>(progress)});
   auto parsed = http::ParseUrl(text.View());
   if (!parsed) throw std::invalid_argument("not a URL of http or https");
   state_->url = *std::move(parsed);

@@ -482,6 +482,12 @@ class Commands(unittest.TestCase):
                                  [f"TavScriptService::Start({wanted}, null, true) -> true"])
         self.assertTrue(self.calls("start")[0].startswith("TavScriptService::Start(80, 100, 0, 3"))
 
+    def test_nothing_is_type_checked(self):
+        port = self.free_port()
+        _, errors = self.send("--trace", "-", f'SERVICE start port:{port} backlog:"many"')
+        self.assertIn(f"TavScriptService::Start({port}, 0, 0, 3, null, true) -> true", errors)
+        self.assertNotIn("Tav_IsInvalidKelParamType", errors)
+
     def test_a_request_never_runs_inside_another_scripts_sleep(self):
         port = self.free_port()
         with tempfile.TemporaryDirectory() as folder:

@@ -125,11 +125,12 @@ void QtToolkit::ProcessEvents() {
   Woken();
 }
 
-// What the user types and clicks stays in Qt's queue and is handled by the next ProcessEvents, and
-// so is what was posted.
+// What was posted waits for the next ProcessEvents, and so does what the user types and clicks,
+// except in the workbench: its Stop must work meanwhile, and it lets nothing run beside a script.
 void QtToolkit::ProcessPainting() {
   if (wakeUp_) wakeUp_->setEnabled(false);
-  application_->processEvents(QEventLoop::ExcludeUserInputEvents);
+  application_->processEvents(mainWindow_ ? QEventLoop::AllEvents
+                                          : QEventLoop::ExcludeUserInputEvents);
   if (wakeUp_) wakeUp_->setEnabled(true);
 }
 
