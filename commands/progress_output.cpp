@@ -1,11 +1,184 @@
 // Progress windows, output windows, and what the end of a script clears away.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
 #include "commands/handlers.h"
 #include "commands/message_window.h"
+#include "host/dialog/app_work_window.h"
+#include "host/dialog/percentage_window.h"
+#include "host/dialog/save_hide.h"
+#include "host/dialog/workbench.h"
+#include "host/sv/application.h"
+#include "host/sv/multi_line_edit.h"
+#include "host/sv/sysdepen.h"
+#include "host/windows/windows.h"
+#include "plugin/checks.h"
+#include "plugin/results.h"
 
 namespace commands {
 
+namespace {
+
+// Of PERCWIN_CREATE: null when there is none. Lives until PERCWIN_DESTROY or the script's end.
+TavPercentageWindow* percentageWindow = nullptr;
+
+// How many lines OUT leaves in a window; 0: all. Kept as long as the process lives.
+std::int32_t lineLimit = 0;
+
+void DestroyPercentageWindow() {
+  if (!percentageWindow) return;
+  Tav_SaveHide(percentageWindow);
+  delete percentageWindow;
+  percentageWindow = nullptr;
+}
+
+// A percentage if it is given: whether it lies from 0 to 100, "not a number" does not.
+bool SetPercentage(TavKelParser& parser, const char* name,
+                   void (TavPercentageWindow::*set)(double)) {
+  double percentage = 0;
+  if (!parser.TryGetRealValue(name, percentage)) return true;
+  if (!(percentage >= 0 && percentage <= 100)) return false;
+  (percentageWindow->*set)(percentage);
+  return true;
+}
+
+TavWorkbench& Workbench() { return *TavAppWorkWindow::GetGlobal()->GetWorkbench(); }
+
+// One more than there are line feeds, none in an empty text. In blocks whose counts fit a byte,
+// so that many bytes are compared at once.
+std::int64_t CountLines(const SV::String& text) {
+  constexpr std::size_t kBlock = 128;
+  if (text.Len() == 0) return 0;
+  const char* at = text.GetStr();
+  const char* const end = at + text.Len();
+  std::int64_t count = 1;
+  for (; at + kBlock <= end; at += kBlock) {
+    std::uint8_t inBlock = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+      inBlock = static_cast<std::uint8_t>(inBlock + (at[i] == '\n' ? 1 : 0));
+    }
+    count += inBlock;
+  }
+  return count + std::count(at, end, '\n');
+}
+
+// Drops lines at the start, each with its line feed, until the limit holds. A negative limit never
+// does: nothing is left then.
+void Trim(SV::String& text, std::int64_t limit) {
+  std::int64_t surplus = CountLines(text) - limit;
+  const char* const begin = text.GetStr();
+  const char* rest = begin;
+  const char* const end = begin + text.Len();
+  for (; surplus > 0 && rest != end; --surplus) {
+    const void* const lineFeed = std::memchr(rest, '\n', static_cast<std::size_t>(end - rest));
+    rest = lineFeed ? static_cast<const char*>(lineFeed) + 1 : end;
+  }
+  text.Erase(0, static_cast<long>(rest - begin));
+}
+
+}  // namespace
+
+void Command_PERCWIN_CREATE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  const SV::String title = parser.GetStrValue("title");
+
+  delete percentageWindow;
+  percentageWindow = nullptr;
+  TavPercentageWindow::Flags flags = 0;
+  if (parser.GetBoolValue("with-second-bar", false)) flags |= TavPercentageWindow::kSecondBar;
+  if (parser.GetBoolValue("with-cancel-button", false)) flags |= TavPercentageWindow::kCancelButton;
+  percentageWindow =
+      new (std::nothrow) TavPercentageWindow(SV::GetpApp()->GetAppWindow(), title, "", flags);
+  if (percentageWindow) percentageWindow->Show();
+}
+
+void Command_PERCWIN_SET(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "percentage", TavKelReal, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "percentage2", TavKelReal, result, checks::kOptional)) return;
+  if (checks::Fails(parser, "text2", TavKelString, result, checks::kOptional)) return;
+
+  if (!percentageWindow) {
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  const bool first = SetPercentage(parser, "percentage", &TavPercentageWindow::SetPercentage);
+  const bool second = SetPercentage(parser, "percentage2", &TavPercentageWindow::SetPercentage2);
+  if (parser.IsContained("text")) percentageWindow->SetCurrentMessage(parser.GetStrValue("text"));
+  if (parser.IsContained("text2")) percentageWindow->SetMessage2(parser.GetStrValue("text2"));
+  results::SetInteger(result, "ecode", first && second ? 0 : 1);
+}
+
+void Command_PERCWIN_IS_CANCELED(const char*, TavKelParser&, TavScriptResult& result) {
+  // Without a window a script that asks stops as if it were cancelled.
+  const bool canceled = !percentageWindow || percentageWindow->IsCancelled();
+  results::SetInteger(result, "ecode", percentageWindow ? 0 : 1);
+  results::SetInteger(result, "canceled", canceled ? 1 : 0);
+}
+
+void Command_PERCWIN_DESTROY(const char*, TavKelParser&, TavScriptResult&) {
+  DestroyPercentageWindow();
+}
+
 void Command_INTERNAL_TAVSCRIPT_FINISHED(const char*, TavKelParser&, TavScriptResult&) {
+  DestroyPercentageWindow();
   ReleaseMessageWindow();
+}
+
+void Command_CREATE_OUTPUT_WIN(const char*, TavKelParser& parser, TavScriptResult& result) {
+  constexpr SV::WinBits kControlStyle = 8577;
+  constexpr auto kSide = static_cast<ToolBoxAlign>(3);
+  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "title", TavKelString, result, checks::kRequired)) return;
+  const SV::String id = parser.GetStrValue("winid");
+  const SV::String title = parser.GetStrValue("title");
+
+  TavAppWorkWindow* const workWindow = TavAppWorkWindow::GetGlobal();
+  TavWorkbench& workbench = *workWindow->GetWorkbench();
+  // Placed and sized before it becomes visible.
+  workbench.AddTool(id, new SV::MultiLineEdit(workWindow, kControlStyle), 0);
+  workbench.SetToolLocation(id, kSide, 1, 0);
+  workbench.SetToolTitle(id, title);
+  workbench.SetToolPrefVerticalSizePixel(id, SV::Size(200, 250));
+  workbench.SetToolPrefHorizontalSizePixel(id, SV::Size(250, 120));
+  workbench.SetToolVisible(id, true);
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_SET_OUTPUT_WIN_SUBTITLE(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "subtitle", TavKelString, result, checks::kRequired)) return;
+
+  Workbench().SetToolSubtitle(parser.GetStrValue("winid"), parser.GetStrValue("subtitle"));
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_OUT(const char*, TavKelParser& parser, TavScriptResult& result) {
+  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
+
+  SV::Window* const window = Workbench().GetToolWindow(parser.GetStrValue("winid"));
+  if (!window) {
+    results::SetInteger(result, "ecode", 1);
+    return;
+  }
+  SV::String text = window->GetText();
+  text += parser.GetStrValue("text");
+  if (lineLimit != 0) Trim(text, lineLimit);
+  window->SetText(text);
+  const long last = text.Len() - 1;
+  if (auto* const edit = dynamic_cast<SV::Edit*>(window)) {
+    edit->ChangeSelection(SV::Selection(last, last));
+  }
+  SendMessageA(SV::Sysdepen::GethWnd(window), EM_SCROLLCARET, 0, 0);
+  results::SetInteger(result, "ecode", 0);
+}
+
+void Command_SET_OUT_MAX_LINE_COUNT(const char*, TavKelParser& parser, TavScriptResult& result) {
+  lineLimit = static_cast<std::int32_t>(parser.GetIntValue());
+  results::SetInteger(result, "ecode", 0);
 }
 
 }  // namespace commands

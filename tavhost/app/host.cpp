@@ -1,5 +1,6 @@
 #include "tavhost/app/host.h"
 
+#include "host/dialog/app_work_window.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
@@ -58,6 +59,7 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
   ui::AnswerOptions answers = ui::ReadAnswerOption(options.answers ? &*options.answers : nullptr,
                                                    hasUser, IsInputTerminal());
   answers.recordPath = options.recordFile;
+  hasUser_ = hasUser && !options.answers;
   std::string error;
   answers_ = ui::AnswerSession::Create(answers, error);
   if (!answers_) {
@@ -70,6 +72,8 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
   headless.printer = options.printer;
   headless.quiet = options.quiet;
   headless.answers = answers_;
+  if (!options.quiet) headless.print = Print;
+  if (!options.quiet && IsErrorTerminal()) headless.showStatus = ShowStatus;
   const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder, answers_};
   if (isAuto) {
     ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
@@ -120,6 +124,15 @@ Host::~Host() {
   main_frames::Destroy();
   ui::SetToolkit(nullptr);
   trace::Close();
+}
+
+void Host::WaitForUser() {
+  constexpr std::uint32_t kMilliseconds = 1000;
+  const TavAppWorkWindow* const window = TavAppWorkWindow::GetGlobal();
+  while (hasUser_ && window->IsVisible() && !stop::IsRequested()) {
+    ui::CurrentToolkit().WaitForEvents(kMilliseconds);
+    ui::CurrentToolkit().ProcessEvents();
+  }
 }
 
 int Host::Finish(int exitCode) {

@@ -24,6 +24,9 @@ class Host {
   Host& operator=(const Host&) = delete;
   ~Host();
 
+  // Stays while the user has the work window open; returns at once where there is no user.
+  void WaitForUser();
+
   // What the exit code is in the end: 3 when answers are left over although all went well.
   int Finish(int exitCode);
 
@@ -35,6 +38,7 @@ class Host {
   std::shared_ptr<ui::AnswerSession> answers_;
   std::optional<DryRun> dryRun_;
   std::optional<loader::Plugins> plugins_;
+  bool hasUser_ = false;  // who answers windows
 };
 
 }  // namespace app

@@ -47,7 +47,10 @@ int RunScript(const CommandLine& line) {
   ReportOutcome(outcome, line.options);
   const bool stopped = outcome.exitType == TavScriptExitStop;
   const int exitCodeOfRun = ExitCodeOf(outcome);
-  return host->Finish(stopped ? exitCodeOfRun : FinishServing(line.options, exitCodeOfRun));
+  if (stopped) return host->Finish(exitCodeOfRun);
+  const int exitCodeOfAll = FinishServing(line.options, exitCodeOfRun);
+  host->WaitForUser();
+  return host->Finish(exitCodeOfAll);
 }
 
 }  // namespace app

@@ -1,5 +1,6 @@
 #include "tavhost/app/standard_streams.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -22,6 +23,16 @@ void NoteOutputError() {
   stop::Request(stop::Reason::kUser);  // nobody reads what the script goes on to print
 }
 
+std::size_t statusColumns = 0;  // of the status line that shows
+
+void EraseStatus() {
+  if (statusColumns == 0) return;
+  const std::string blanks(statusColumns, ' ');
+  std::fprintf(stderr, "\r%s\r", blanks.c_str());
+  std::fflush(stderr);
+  statusColumns = 0;
+}
+
 std::optional<std::string> ReadAll(std::FILE* file, std::string& error) {
   std::string text;
   char part[1 << 16];
@@ -40,12 +51,23 @@ void PrepareStandardStreams() {
   if (!IsOutputTerminal()) std::setvbuf(stdout, nullptr, _IOFBF, kBufferSize);
 }
 
+void ShowStatus(std::string_view line) {
+  std::fflush(stdout);
+  EraseStatus();
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+  statusColumns = static_cast<std::size_t>(
+      std::count_if(line.begin(), line.end(), [](char byte) { return (byte & '\xC0') != '\x80'; }));
+}
+
 void Print(std::string_view text) {
+  EraseStatus();
   errno = 0;
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();
 }
 
 void WriteError(std::string_view text) {
+  EraseStatus();
   std::fflush(stdout);
   std::fwrite(text.data(), 1, text.size(), stderr);
 }

@@ -16,12 +16,17 @@ void PrepareStandardStreams();
 void Print(std::string_view text);
 void WriteError(std::string_view text);
 
+// Shows a line on the terminal that standard error is, in place of the one before; an empty one
+// takes it away. What is printed meanwhile stands above it.
+void ShowStatus(std::string_view line);
+
 // Writes out what is buffered. False when something could not be written, now or before; the
 // first such call says so on standard error.
 bool FinishOutput();
 
 bool IsInputTerminal();
 bool IsOutputTerminal();
+bool IsErrorTerminal();
 
 // The next line of standard input without its end, shared with dialogs that are answered in the
 // terminal. False at its end, and when a stop was asked for.

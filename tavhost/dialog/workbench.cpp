@@ -6,7 +6,7 @@
 
 #include "host/dialog/app_work_window.h"
 #include "tavhost/sv/trace.h"
-#include "tavhost/ui/workbench_model.h"
+#include "tavhost/ui/toolkit.h"
 
 namespace {
 

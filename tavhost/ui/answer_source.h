@@ -3,6 +3,7 @@
 namespace ui {
 
 class ModalModel;
+class PercentageWindowModel;
 
 // Answers windows in a user's place, and writes down how windows were answered. Every back end
 // asks it: before a window waits for a user, and after one has ended.
@@ -17,6 +18,10 @@ class AnswerSource {
   virtual void Answer(ModalModel& window) = 0;
   // Called for every window that has ended, however it was answered.
   virtual void Record(const ModalModel& window) = 0;
+  // Called for a percentage window when it is shown, and before it goes: it may be cancelled in a
+  // user's place, and that it was is recorded.
+  virtual void ProgressShown(PercentageWindowModel&) {}
+  virtual void ProgressClosed(const PercentageWindowModel&) {}
 };
 
 }  // namespace ui

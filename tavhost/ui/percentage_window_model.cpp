@@ -34,6 +34,7 @@ void PercentageWindowModel::Cancel() {
 bool PercentageWindowModel::Poll() {
   ++polls_;
   if (cancelFrom_ && polls_ >= *cancelFrom_) cancelled_ = true;
+  if (cancelled_ && cancelledAt_ == 0) cancelledAt_ = polls_;
   return cancelled_;
 }
 

@@ -33,6 +33,8 @@ class PercentageWindowModel final : public WindowModel {
   bool Poll();
   void CancelFrom(long poll) { cancelFrom_ = poll; }
   long Polls() const { return polls_; }
+  // The first time that it was found cancelled, 0: never.
+  long CancelledAt() const { return cancelledAt_; }
 
   // Since the window was made.
   std::chrono::seconds Elapsed(Clock::time_point now) const;
@@ -50,6 +52,7 @@ class PercentageWindowModel final : public WindowModel {
   bool cancelled_ = false;
   std::optional<long> cancelFrom_;
   long polls_ = 0;
+  long cancelledAt_ = 0;
   const Clock::time_point start_ = Clock::now();
 };
 

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "tavhost/sv/stop.h"
 #include "tavhost/ui/headless/answer_fitting.h"
 #include "tavhost/ui/headless/terminal_prompt.h"
 #include "tavhost/ui/modal_model.h"
+#include "tavhost/ui/percentage_window_model.h"
 
 namespace ui {
 
@@ -73,7 +75,9 @@ std::shared_ptr<AnswerSession> AnswerSession::Create(const AnswerOptions& option
 }
 
 AnswerSession::~AnswerSession() {
-  if (record_) std::fclose(record_);
+  if (!record_) return;
+  if (progress_) ProgressClosed(*progress_);
+  std::fclose(record_);
 }
 
 bool AnswerSession::AnswersWindows() const { return options_.mode != AnswerOptions::Mode::kUser; }
@@ -130,13 +134,37 @@ void AnswerSession::Record(const ModalModel& window) {
   if (!record_) return;
   std::string line = AnswerLine(AnswerOf(window));
   line += '\n';
-  std::fwrite(line.data(), 1, line.size(), record_);
+  WriteRecord(line);
+}
+
+void AnswerSession::WriteRecord(const std::string& lines) {
+  if (progress_) {
+    waiting_ += lines;
+    return;
+  }
+  std::fwrite(lines.data(), 1, lines.size(), record_);
   std::fflush(record_);
 }
 
-std::optional<long> AnswerSession::TakeCancelProgress() {
-  if (next_ == answers_.size() || answers_[next_].element != kCancelProgress) return std::nullopt;
-  return answers_[next_++].after.value_or(0);
+void AnswerSession::ProgressShown(PercentageWindowModel& window) {
+  if (!window.HasCancelButton()) return;
+  if (next_ < answers_.size() && answers_[next_].element == kCancelProgress) {
+    window.CancelFrom(answers_[next_++].after.value_or(0));
+  }
+  if (record_) progress_ = &window;
+}
+
+void AnswerSession::ProgressClosed(const PercentageWindowModel& window) {
+  if (progress_ != &window) return;
+  progress_ = nullptr;
+  std::string lines;
+  if (window.CancelledAt() > 0) {
+    ui::Answer answer;
+    answer.element = kCancelProgress;
+    answer.after = static_cast<std::int32_t>(window.CancelledAt());
+    lines = AnswerLine(answer) + '\n';
+  }
+  WriteRecord(lines + std::exchange(waiting_, {}));
 }
 
 bool AnswerSession::Finish(std::string& error) const {

@@ -44,9 +44,8 @@ class AnswerSession final : public AnswerSource {
   void Answer(ModalModel& window) override;
   void Record(const ModalModel& window) override;
 
-  // For the percentage window that is being made, when cancelling it is next in line: from which
-  // poll on it reads as cancelled.
-  std::optional<long> TakeCancelProgress();
+  void ProgressShown(PercentageWindowModel& window) override;
+  void ProgressClosed(const PercentageWindowModel& window) override;
 
   // At the end of a script that came to its end: false when answers are left over; `error` tells
   // where the first of them stands.
@@ -57,6 +56,7 @@ class AnswerSession final : public AnswerSource {
 
   void AnswerFromFile(ModalModel& window);
   void AnswerWithoutParameters(ModalModel& window);
+  void WriteRecord(const std::string& lines);
   [[noreturn]] void Fail(const std::string& place, const std::string& reason,
                          const ModalModel& window);
 
@@ -65,6 +65,10 @@ class AnswerSession final : public AnswerSource {
   std::size_t next_ = 0;
   std::uint32_t endLine_ = 1;  // of the file: where the next answer is to be added
   std::FILE* record_ = nullptr;
+  // While a percentage window with a cancel button shows, what else is recorded waits: that it was
+  // cancelled stands before it.
+  const PercentageWindowModel* progress_ = nullptr;
+  std::string waiting_;
 };
 
 }  // namespace ui

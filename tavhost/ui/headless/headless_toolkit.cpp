@@ -7,6 +7,8 @@
 
 #include "tavhost/sv/stop.h"
 #include "tavhost/ui/headless/answer_session.h"
+#include "tavhost/ui/headless/output_printer.h"
+#include "tavhost/ui/headless/progress_line.h"
 
 namespace ui {
 
@@ -46,9 +48,30 @@ class HeadlessToolkit final : public Toolkit {
     if (window.HasEnded()) options_.answers->Record(window);
   }
 
-  void Show(WindowModel&) override {}
-  void Update(WindowModel&) override {}
-  void Close(WindowModel&) override {}
+  void Show(WindowModel& window) override {
+    if (window.Content() != WindowContent::kProgress) return;
+    auto& progress = static_cast<PercentageWindowModel&>(window);
+    options_.answers->ProgressShown(progress);
+    if (options_.showStatus) progress_.emplace(options_.showStatus);
+    Update(window);
+  }
+  void Update(WindowModel& window) override {
+    if (progress_ && window.Content() == WindowContent::kProgress) {
+      progress_->Update(static_cast<PercentageWindowModel&>(window));
+    }
+  }
+  void Close(WindowModel& window) override {
+    if (window.Content() != WindowContent::kProgress) return;
+    options_.answers->ProgressClosed(static_cast<PercentageWindowModel&>(window));
+    if (!progress_) return;
+    progress_->Close();
+    progress_.reset();
+  }
+
+  void SetWorkWindow(WorkWindowModel* window) override {
+    printer_.reset();
+    if (window && options_.print) printer_.emplace(window->workbench, options_.print);
+  }
 
   SV::Size DialogUnitsToPixel(const SV::Size& units) override {
     return {ToPixel(units.Width()), ToPixel(units.Height())};
@@ -78,6 +101,8 @@ class HeadlessToolkit final : public Toolkit {
  private:
   HeadlessOptions options_;
   std::string clipboard_;
+  std::optional<ProgressLine> progress_;
+  std::optional<OutputPrinter> printer_;
 };
 
 }  // namespace

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "host/sv/size.h"
 #include "tavhost/ui/answer_source.h"
@@ -26,6 +28,11 @@ struct HeadlessOptions {
   bool quiet = false;   // no notes on standard error
   // Null: no window has an answer.
   std::shared_ptr<AnswerSource> answers;
+  // Where the text of output windows goes; empty: nowhere.
+  std::function<void(std::string_view)> print;
+  // Shows a line of progress on the terminal in place of the one before, an empty one takes it
+  // away; empty: there is no terminal.
+  std::function<void(std::string_view)> showStatus;
 };
 
 std::unique_ptr<Toolkit> CreateHeadlessToolkit(const HeadlessOptions& options);

@@ -111,7 +111,9 @@ QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
 
 QtToolkit::~QtToolkit() {
   if (host_.isStopRequested()) tone_.Stop();
-  modeless_.clear();
+  workView_.reset();
+  progress_.clear();
+  messages_.clear();
   wakeUp_.reset();
 }
 
@@ -222,27 +224,77 @@ void QtToolkit::LetUserAnswer(ModalView& view) {
   }
 }
 
+// Lets what has changed appear; what the user does meanwhile waits.
+void QtToolkit::Paint() { application_->processEvents(QEventLoop::ExcludeUserInputEvents); }
+
 void QtToolkit::Show(WindowModel& window) {
-  auto* const message = dynamic_cast<MessageWindowModel*>(&window);
-  if (!message) return;
-  std::unique_ptr<MessageWindowView>& view = modeless_[&window];
-  if (!view) view = std::make_unique<MessageWindowView>(*message, nullptr);
+  switch (window.Content()) {
+    case WindowContent::kMessage:
+      return ShowMessage(static_cast<MessageWindowModel&>(window));
+    case WindowContent::kProgress:
+      return ShowProgress(static_cast<PercentageWindowModel&>(window));
+    case WindowContent::kWorkbench:
+      return ShowWorkWindow(static_cast<WorkWindowModel&>(window));
+    default:
+      return;
+  }
+}
+
+void QtToolkit::ShowMessage(MessageWindowModel& window) {
+  std::unique_ptr<MessageWindowView>& view = messages_[&window];
+  if (!view) view = std::make_unique<MessageWindowView>(window, nullptr);
   view->show();
-  application_->processEvents(QEventLoop::ExcludeUserInputEvents);
+  Paint();
+}
+
+void QtToolkit::ShowProgress(PercentageWindowModel& window) {
+  if (options_.answers) options_.answers->ProgressShown(window);
+  std::unique_ptr<PercentageWindowView>& view = progress_[&window];
+  if (!view) view = std::make_unique<PercentageWindowView>(window, ParentOf(window));
+  view->show();
+  Paint();
+}
+
+void QtToolkit::ShowWorkWindow(WorkWindowModel& window) {
+  if (toolsShownElsewhere_) return;
+  if (!workView_) {
+    workView_ = std::make_unique<WorkWindowView>(window);
+    workView_->Docks().closing = [this](QDockWidget& dock) {
+      if (!dock.isHidden()) TakePicture(dock, QStringLiteral("tool"));
+    };
+  }
+  workView_->show();
+  Paint();
 }
 
 void QtToolkit::Update(WindowModel& window) {
-  const auto found = modeless_.find(&window);
-  if (found == modeless_.end()) return;
-  found->second->ShowModel();
-  application_->processEvents(QEventLoop::ExcludeUserInputEvents);
+  if (const auto found = messages_.find(&window); found != messages_.end()) {
+    found->second->ShowModel();
+    Paint();
+  } else if (const auto bars = progress_.find(&window); bars != progress_.end()) {
+    if (bars->second->ShowModel()) Paint();
+  }
 }
 
 void QtToolkit::Close(WindowModel& window) {
-  const auto found = modeless_.find(&window);
-  if (found == modeless_.end()) return;
-  TakePicture(*found->second, QStringLiteral("message-window"));
-  modeless_.erase(found);
+  if (const auto found = messages_.find(&window); found != messages_.end()) {
+    TakePicture(*found->second, QStringLiteral("message-window"));
+    messages_.erase(found);
+  } else if (const auto bars = progress_.find(&window); bars != progress_.end()) {
+    if (options_.answers) {
+      options_.answers->ProgressClosed(static_cast<PercentageWindowModel&>(window));
+    }
+    bars->second->ShowNow();
+    TakePicture(*bars->second, QStringLiteral("percentage-window"));
+    progress_.erase(bars);
+  } else if (workView_ && &window == workWindow_) {
+    workView_->hide();  // it may be closing itself
+  }
+}
+
+void QtToolkit::SetWorkWindow(WorkWindowModel* window) {
+  workView_.reset();
+  workWindow_ = window;
 }
 
 void QtToolkit::TakePicture(QWidget& widget, const QString& name) {

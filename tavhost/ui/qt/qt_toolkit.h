@@ -8,7 +8,9 @@
 
 #include "tavhost/ui/qt/message_window_view.h"
 #include "tavhost/ui/qt/modal_view.h"
+#include "tavhost/ui/qt/percentage_window_view.h"
 #include "tavhost/ui/qt/tone.h"
+#include "tavhost/ui/qt/work_window_view.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -31,6 +33,12 @@ class QtToolkit final : public Toolkit {
   void Show(WindowModel& window) override;
   void Update(WindowModel& window) override;
   void Close(WindowModel& window) override;
+  void SetWorkWindow(WorkWindowModel* window) override;
+  // Null when there is none.
+  WorkWindowModel* WorkWindow() const { return workWindow_; }
+  // Whoever shows the work window's tools takes this over; true while a window of its own is not
+  // to be opened for them.
+  void SetToolsShownElsewhere(bool elsewhere) { toolsShownElsewhere_ = elsewhere; }
 
   SV::Size ScreenSizePixel() override;
   SV::Size DialogUnitsToPixel(const SV::Size& units) override;
@@ -49,6 +57,10 @@ class QtToolkit final : public Toolkit {
   void LetUserAnswer(ModalView& view);
   void RunWithoutView(ModalModel& window);
   QWidget* ParentOf(const WindowModel& window) const;
+  void Paint();
+  void ShowMessage(MessageWindowModel& window);
+  void ShowProgress(PercentageWindowModel& window);
+  void ShowWorkWindow(WorkWindowModel& window);
   void TakePicture(QWidget& widget, const QString& name);
 
   ModuleHost host_;
@@ -56,7 +68,11 @@ class QtToolkit final : public Toolkit {
   std::unique_ptr<QApplication> application_;
   std::unique_ptr<QSocketNotifier> wakeUp_;
   std::vector<ModalView*> open_;  // the modal windows, the last on top
-  std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> modeless_;
+  std::map<const WindowModel*, std::unique_ptr<MessageWindowView>> messages_;
+  std::map<const WindowModel*, std::unique_ptr<PercentageWindowView>> progress_;
+  WorkWindowModel* workWindow_ = nullptr;
+  std::unique_ptr<WorkWindowView> workView_;
+  bool toolsShownElsewhere_ = false;
   Tone tone_;
   QWidget* mainWindow_ = nullptr;
   int pictures_ = 0;

@@ -114,11 +114,38 @@ TEST_F(AnswerSession, WithoutAnswersAWindowIsAnError) {
 
 TEST_F(AnswerSession, CancelProgressIsTakenOnlyWhenItIsNext) {
   auto session = FromText("MESSAGE_BOX\nCANCEL_PROGRESS after:3\nCANCEL_PROGRESS\n");
-  EXPECT_EQ(session->TakeCancelProgress(), std::nullopt);
+  const auto cancelledAt = [&session](bool cancelButton) {
+    ui::PercentageWindowModel window("t", cancelButton, false);
+    session->ProgressShown(window);
+    for (int i = 0; i < 5; ++i) window.Poll();
+    return window.CancelledAt();
+  };
+  EXPECT_EQ(cancelledAt(true), 0);
   session->Answer(box_);
-  EXPECT_EQ(session->TakeCancelProgress(), 3);
-  EXPECT_EQ(session->TakeCancelProgress(), 0);
-  EXPECT_EQ(session->TakeCancelProgress(), std::nullopt);
+  EXPECT_EQ(cancelledAt(false), 0) << "there is nothing to cancel it by";
+  EXPECT_EQ(cancelledAt(true), 3);
+  EXPECT_EQ(cancelledAt(true), 1) << "at once";
+  EXPECT_EQ(cancelledAt(true), 0);
+}
+
+TEST_F(AnswerSession, WritesThatProgressWasCancelledBeforeWhatCameMeanwhile) {
+  std::string error;
+  auto session = ui::AnswerSession::Create({Mode::kAccept, "", path_}, error);
+  ASSERT_TRUE(session) << error;
+  for (const bool cancel : {true, false}) {
+    ui::PercentageWindowModel window("t", true, false);
+    session->ProgressShown(window);
+    window.Poll();
+    session->Answer(box_);
+    session->Record(box_);
+    if (cancel) window.Cancel();
+    window.Poll();
+    session->ProgressClosed(window);
+  }
+  std::stringstream text;
+  text << std::ifstream(path_).rdbuf();
+  EXPECT_EQ(text.str(),
+            "CANCEL_PROGRESS after:2\nMESSAGE_BOX button:yes\nMESSAGE_BOX button:yes\n");
 }
 
 TEST_F(AnswerSession, WritesWhatWasDone) {

@@ -6,8 +6,10 @@
 #include <QLoggingCategory>
 #include <QTimer>
 #include <cstdio>
+#include <optional>
 
 #include "tavhost/ui/qt/qt_toolkit.h"
+#include "tavhost/ui/qt/tool_docks.h"
 #include "tavhost/ui/qt/workbench/workbench_window.h"
 
 namespace ui {
@@ -28,6 +30,10 @@ void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOption
     if (Log().isDebugEnabled()) std::fputs("tavhost: the workbench has been painted\n", stderr);
   };
   toolkit.SetMainWindow(&window);
+  // Scripts' tools are docks of this window instead of one of their own.
+  std::optional<ToolDocks> tools;
+  if (WorkWindowModel* const work = toolkit.WorkWindow()) tools.emplace(window, work->workbench);
+  toolkit.SetToolsShownElsewhere(true);
   window.Start(options.files);
   window.show();
   // A request to end from outside wakes the loop.
@@ -37,6 +43,8 @@ void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOption
       });
   loop.exec();
   QObject::disconnect(awake);
+  tools.reset();
+  toolkit.SetToolsShownElsewhere(false);
   toolkit.SetMainWindow(nullptr);
 }
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "tavhost/ui/toolkit.h"
+
+namespace ui {
+
+// Without a display, what is written into the text tools of a work window is printed, whether they
+// are visible or not: each line, once it is complete, behind the tool's id and ": ". A line that is
+// still open when its tool goes is printed then.
+class OutputPrinter final : public WorkbenchObserver, public TextObserver {
+ public:
+  using Print = std::function<void(std::string_view)>;
+
+  OutputPrinter(WorkbenchModel& workbench, Print print);
+  OutputPrinter(const OutputPrinter&) = delete;
+  OutputPrinter& operator=(const OutputPrinter&) = delete;
+  ~OutputPrinter();
+
+  void ToolAdded(Tool& tool) override;
+  void ToolRemoved(Tool& tool) override;
+  void TextAdded(TextModel& text, std::string_view added) override;
+
+ private:
+  struct Output {
+    std::string prefix;
+    std::string open;  // the line that is not complete yet
+  };
+
+  WorkbenchModel& workbench_;
+  Print print_;
+  std::map<const WindowModel*, Output> outputs_;
+};
+
+}  // namespace ui

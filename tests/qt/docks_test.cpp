@@ -1,0 +1,360 @@
+#include <QAction>
+#include <QDockWidget>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <random>
+
+#include "tavhost/ui/qt/output_view.h"
+#include "tavhost/ui/qt/percentage_window_view.h"
+#include "tavhost/ui/qt/tool_docks.h"
+#include "tests/qt/qt_fixture.h"
+
+namespace {
+
+using ui::Tool;
+using ui::ToolSide;
+
+// A text control as scripts use it: the whole text is set each time.
+class Text {
+ public:
+  void Add(const std::string& added, std::size_t dropped = 0) {
+    // The old text stays where it is until the model has been told.
+    auto now = std::make_unique<std::string>((*text_ + added).substr(dropped));
+    model.Continue(*now, dropped, added);
+    text_ = std::move(now);
+    ShowEnd();
+  }
+  void Replace(const std::string& text) {
+    *text_ = text;
+    model.Replace(*text_);
+    ShowEnd();
+  }
+  const std::string& Whole() const { return *text_; }
+
+  ui::TextModel model;
+
+ private:
+  void ShowEnd() {
+    const auto last = static_cast<long>(text_->size()) - 1;
+    model.Select(last, last);
+    model.ShowSelection();
+  }
+
+  std::unique_ptr<std::string> text_ = std::make_unique<std::string>();
+};
+
+class QtOutput : public QtTest {
+ protected:
+  void SetUp() override {
+    QtTest::SetUp();
+    Toolkit();
+  }
+  static void Settle() { QTest::qWait(40); }
+};
+
+TEST_F(QtOutput, OutputAppearsWithinAFrame) {
+  Text text;
+  ui::OutputView view(text.model);
+  view.show();
+  text.Add("one\n");
+  EXPECT_EQ(view.toPlainText(), "");
+  text.Add("two");
+  Settle();
+  EXPECT_EQ(view.toPlainText(), "one\ntwo");
+  text.Replace("other");
+  Settle();
+  EXPECT_EQ(view.toPlainText(), "other");
+  text.Replace("");
+  Settle();
+  EXPECT_EQ(view.toPlainText(), "");
+}
+
+TEST_F(QtOutput, OutputKeepsUpWithWhatComesAndGoes) {
+  const auto seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  Text text;
+  ui::OutputView view(text.model);
+  view.show();
+  for (int step = 0; step < 3000; ++step) {
+    const std::string added =
+        "line " + std::to_string(step) + std::string(random() % 3, '\n') + (step % 7 ? "" : "\r\n");
+    std::size_t dropped = 0;
+    const std::string whole = text.Whole() + added;
+    for (std::size_t lines = random() % 4; lines > 0; --lines) {
+      const std::size_t end = whole.find('\n', dropped);
+      if (end == std::string::npos) break;
+      dropped = end + 1;
+    }
+    if (random() % 200 == 0) {
+      text.Replace(added);
+    } else {
+      text.Add(added, dropped);
+    }
+    if (random() % 10 == 0) {
+      view.Flush();
+      QString expected = QString::fromStdString(text.Whole());
+      ASSERT_EQ(view.toPlainText(), expected.replace(QLatin1String("\r\n"), QLatin1String("\n")));
+    }
+  }
+}
+
+TEST_F(QtOutput, CharactersInPiecesAreShownWhole) {
+  Text text;
+  ui::OutputView view(text.model);
+  for (const char* piece : {"\xC3", "\xA4 \xF0\x9F", "\x99\x82", " a\r",
+                            "\nb\rc\xE2\x80\xA9"
+                            "d"}) {
+    text.Add(piece);
+    view.Flush();
+  }
+  EXPECT_EQ(view.toPlainText(), QString::fromUtf8("ä 🙂 a\nb\nc\nd"));
+  EXPECT_EQ(view.blockCount(), 2) << "a line feed alone ends a line that can be dropped";
+}
+
+TEST_F(QtOutput, TheEndIsInViewUnlessTheUserSelects) {
+  Text text;
+  ui::OutputView view(text.model);
+  view.resize(300, 150);
+  view.show();
+  for (int i = 0; i < 500; ++i) text.Add("a line that is quite a bit wider than the window is\n");
+  view.Flush();
+  QScrollBar& bar = *view.verticalScrollBar();
+  EXPECT_EQ(view.textCursor().blockNumber(), 499);
+  EXPECT_TRUE(view.viewport()->rect().contains(view.cursorRect()));
+  EXPECT_EQ(view.horizontalScrollBar()->value(), 0);
+  bar.setValue(10);
+  QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, QPoint(20, 20));
+  ASSERT_TRUE(view.textCursor().hasSelection());
+  const int place = bar.value();
+  text.Add("more\n");
+  view.Flush();
+  EXPECT_EQ(bar.value(), place);
+  EXPECT_TRUE(view.textCursor().hasSelection());
+}
+
+class QtDocks : public QtOutput {
+ protected:
+  Tool& Add(const char* id, ToolSide side, long index, long subIndex) {
+    Tool& tool = bench.Add(id, nullptr, 0);
+    bench.SetLocation(tool, {side, index, subIndex});
+    return tool;
+  }
+
+  QMainWindow window;
+  ui::WorkbenchModel bench;
+};
+
+TEST_F(QtDocks, AToolIsADockAtItsSide) {
+  ui::ToolDocks docks(window, bench);
+  window.resize(800, 600);
+  window.show();
+  Text text;
+  Tool& log = bench.Add("log", &text.model, 0);
+  bench.SetLocation(log, {ToolSide::kBottom, 1, 0});
+  bench.SetTitle(log, "Log & more");
+  bench.SetSubtitle(log, "second run");
+  EXPECT_FALSE(docks.Dock("log")->isVisible());
+  bench.SetVisible(log, true);
+  QDockWidget& dock = *docks.Dock("log");
+  EXPECT_TRUE(dock.isVisible());
+  EXPECT_EQ(dock.windowTitle(), QString::fromUtf8("Log & more – second run"));
+  EXPECT_EQ(window.dockWidgetArea(&dock), Qt::BottomDockWidgetArea);
+  text.Add("hello");
+  docks.Flush();
+  EXPECT_EQ(dynamic_cast<QPlainTextEdit&>(*dock.widget()).toPlainText(), "hello");
+  bench.SetVisible(log, false);
+  EXPECT_FALSE(dock.isVisible());
+}
+
+TEST_F(QtDocks, WhatTheUserClosesIsHiddenInTheModel) {
+  ui::ToolDocks docks(window, bench);
+  window.show();
+  Tool& tool = Add("log", ToolSide::kLeft, 0, 0);
+  bench.SetVisible(tool, true);
+  docks.Dock("log")->close();
+  EXPECT_FALSE(tool.visible);
+  EXPECT_FALSE(docks.Dock("log")->isVisible());
+  docks.Actions().front()->trigger();
+  EXPECT_TRUE(tool.visible);
+  EXPECT_TRUE(docks.Dock("log")->isVisible());
+}
+
+TEST_F(QtDocks, ToolsOfOnePlaceAreTabsOthersStandBeside) {
+  window.resize(900, 700);
+  window.show();
+  ui::ToolDocks docks(window, bench);
+  for (Tool* const tool : {&Add("c", ToolSide::kBottom, 1, 0), &Add("a", ToolSide::kBottom, 0, 0),
+                           &Add("b", ToolSide::kBottom, 1, 0), &Add("d", ToolSide::kRight, 0, 0)}) {
+    bench.SetVisible(*tool, true);
+  }
+  QApplication::processEvents();
+  EXPECT_EQ(window.tabifiedDockWidgets(docks.Dock("c")), (QList<QDockWidget*>{docks.Dock("b")}));
+  EXPECT_TRUE(window.tabifiedDockWidgets(docks.Dock("a")).isEmpty());
+  EXPECT_LT(docks.Dock("a")->x(), docks.Dock("b")->x());
+  EXPECT_EQ(window.dockWidgetArea(docks.Dock("d")), Qt::RightDockWidgetArea);
+}
+
+TEST_F(QtDocks, FlagsBindTheUser) {
+  ui::ToolDocks docks(window, bench);
+  bench.Add("fixed", nullptr, 28 | 32);
+  bench.Add("free", nullptr, 0);
+  EXPECT_EQ(docks.Dock("fixed")->features(), QDockWidget::NoDockWidgetFeatures);
+  EXPECT_EQ(docks.Dock("free")->features(), QDockWidget::DockWidgetClosable |
+                                                QDockWidget::DockWidgetMovable |
+                                                QDockWidget::DockWidgetFloatable);
+  EXPECT_EQ(docks.Actions().size(), 1u);
+}
+
+TEST_F(QtDocks, SizesAreThoseOfTheSide) {
+  ui::ToolDocks docks(window, bench);
+  window.setCentralWidget(new QLabel);
+  window.resize(1000, 800);
+  window.show();
+  Tool& left = bench.Add("left", nullptr, 64);
+  bench.SetSize(left, &Tool::verticalSize, {320, 250});
+  bench.SetSize(left, &Tool::leastVerticalSize, {280, 100});
+  bench.SetVisible(left, true);
+  QApplication::processEvents();
+  EXPECT_NEAR(docks.Dock("left")->width(), 320, 4);
+  EXPECT_EQ(docks.Dock("left")->widget()->minimumWidth(), 280);
+  EXPECT_LT(docks.Dock("left")->widget()->minimumHeight(), 100);
+}
+
+TEST_F(QtDocks, AReplacedToolIsAnotherDock) {
+  ui::ToolDocks docks(window, bench);
+  int closed = 0;
+  docks.closing = [&closed](QDockWidget&) { ++closed; };
+  Text one;
+  Text other;
+  bench.SetVisible(bench.Add("log", &one.model, 0), true);
+  one.Add("one");
+  bench.SetVisible(bench.Add("log", &other.model, 0), true);
+  other.Add("other");
+  docks.Flush();
+  EXPECT_EQ(closed, 1);
+  EXPECT_EQ(dynamic_cast<QPlainTextEdit&>(*docks.Dock("log")->widget()).toPlainText(), "other");
+}
+
+TEST_F(QtDocks, FocusBringsATabToTheFront) {
+  window.show();
+  ui::ToolDocks docks(window, bench);
+  Tool& a = Add("a", ToolSide::kBottom, 1, 0);
+  bench.SetVisible(a, true);
+  bench.SetVisible(Add("b", ToolSide::kBottom, 1, 0), true);
+  QApplication::processEvents();
+  EXPECT_TRUE(docks.Dock("a")->visibleRegion().isEmpty());
+  bench.WantFocus(a);
+  QApplication::processEvents();
+  EXPECT_FALSE(docks.Dock("a")->visibleRegion().isEmpty());
+}
+
+class QtProgress : public QtOutput {};
+
+TEST_F(QtProgress, ShowsBarsAndMessages) {
+  ui::PercentageWindowModel model("Copying", true, true);
+  ui::PercentageWindowView view(model, nullptr);
+  view.show();
+  model.SetPercentage(42.5);
+  model.SetPercentage2(75);
+  model.message = "one\ntwo";
+  model.message2 = "three";
+  view.ShowNow();
+  EXPECT_EQ(view.windowTitle(), "Copying");
+  EXPECT_EQ(view.findChild<QProgressBar*>("percentage")->value(), 425);
+  EXPECT_EQ(view.findChild<QProgressBar*>("percentage2")->value(), 750);
+  EXPECT_EQ(view.findChild<QLabel*>("message")->text(), "one two");
+  EXPECT_EQ(view.findChild<QLabel*>("message2")->text(), "three");
+  EXPECT_TRUE(view.findChild<QLabel*>("times")->text().startsWith("0:0"));
+}
+
+TEST_F(QtProgress, WithoutTheirFlagsThereIsNoSecondBarAndNoButton) {
+  ui::PercentageWindowModel model("t", false, false);
+  ui::PercentageWindowView view(model, nullptr);
+  view.show();
+  EXPECT_FALSE(view.findChild<QProgressBar*>("percentage2"));
+  EXPECT_FALSE(view.findChild<QPushButton*>("cancel"));
+  EXPECT_FALSE(view.findChild<QLabel*>("message2")->isVisible());
+  view.close();
+  QTest::keyClick(&view, Qt::Key_Escape);
+  EXPECT_TRUE(view.isVisible()) << "it goes when the script says";
+  EXPECT_FALSE(model.Poll());
+}
+
+TEST_F(QtProgress, ButtonEscapeAndCloseBoxCancel) {
+  const std::function<void(ui::PercentageWindowView&)> ways[] = {
+      [](auto& view) { view.template findChild<QPushButton*>("cancel")->click(); },
+      [](auto& view) { QTest::keyClick(&view, Qt::Key_Escape); },
+      [](auto& view) { view.close(); },
+  };
+  for (const auto& way : ways) {
+    ui::PercentageWindowModel model("t", true, false);
+    ui::PercentageWindowView view(model, nullptr);
+    view.show();
+    EXPECT_FALSE(model.Poll());
+    way(view);
+    EXPECT_TRUE(model.Poll());
+    EXPECT_TRUE(view.isVisible());
+    EXPECT_FALSE(view.findChild<QPushButton*>("cancel")->isEnabled());
+  }
+}
+
+TEST_F(QtProgress, LongMessagesAndManyChangesAreNoBurden) {
+  ui::PercentageWindowModel model("t", true, false);
+  ui::PercentageWindowView view(model, nullptr);
+  view.show();
+  const int width = view.width();
+  int painted = 0;
+  for (int i = 0; i < 100000; ++i) {
+    model.SetPercentage(i / 1000.0);
+    model.message.assign(5000, 'x');
+    painted += view.ShowModel() ? 1 : 0;
+  }
+  EXPECT_LT(painted, 1000);
+  view.ShowNow();
+  EXPECT_EQ(view.width(), width);
+  EXPECT_LT(view.findChild<QLabel*>("message")->text().size(), 1000);
+}
+
+// Through the toolkit, as a script has it: shown, brought up to date, closed.
+TEST_F(QtProgress, ThroughTheToolkit) {
+  ui::PercentageWindowModel model("Sorting", true, false);
+  Toolkit().Show(model);
+  model.SetPercentage(50);
+  Toolkit().Update(model);
+  int found = 0;
+  for (QWidget* const widget : QApplication::topLevelWidgets()) {
+    if (widget->windowTitle() == "Sorting" && widget->isVisible()) ++found;
+  }
+  EXPECT_EQ(found, 1);
+  Toolkit().Close(model);
+  for (QWidget* const widget : QApplication::topLevelWidgets()) {
+    EXPECT_NE(widget->windowTitle(), "Sorting");
+  }
+}
+
+TEST_F(QtOutput, TheWorkWindowOpensWithItsToolsAndCanBeClosed) {
+  ui::WorkWindowModel work;
+  Text text;
+  Toolkit().SetWorkWindow(&work);
+  work.workbench.SetVisible(work.workbench.Add("log", &text.model, 0), true);
+  work.visible = true;
+  Toolkit().Show(work);
+  QMainWindow* window = nullptr;
+  for (QWidget* const widget : QApplication::topLevelWidgets()) {
+    if (auto* const main = qobject_cast<QMainWindow*>(widget)) window = main;
+  }
+  ASSERT_TRUE(window);
+  EXPECT_TRUE(window->isVisible());
+  window->close();
+  EXPECT_FALSE(work.visible);
+  EXPECT_TRUE(work.workbench.Find("log")->visible);
+  Toolkit().Show(work);
+  EXPECT_TRUE(window->isVisible());
+  Toolkit().SetWorkWindow(nullptr);
+}
+
+}  // namespace
