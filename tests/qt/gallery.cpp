@@ -16,8 +16,10 @@
 #include "tavhost/sv/stop.h"
 #include "tavhost/ui/posted_work.h"
 #include "tavhost/ui/qt/drawing_view.h"
+#include "tavhost/ui/qt/percentage_window_view.h"
 #include "tavhost/ui/qt/qt_toolkit.h"
 #include "tavhost/ui/qt/result_tool_view.h"
+#include "tavhost/ui/qt/work_window_view.h"
 #include "tests/qt/sample_windows.h"
 
 namespace {
@@ -91,6 +93,50 @@ bool RenderTools(const QString& folder, const Look& look) {
   return render(tool, kTools[0]) && render(picture, kTools[1]) && render(mistake, kTools[2]);
 }
 
+void Save(QWidget& widget, const QString& folder, const char* name, const Look& look) {
+  const QString file =
+      QStringLiteral("%1/%2-%3.png").arg(folder, QLatin1String(name), QLatin1String(look.name));
+  if (!widget.grab().save(file)) std::abort();
+}
+
+// Windows that stay while a script goes on.
+constexpr const char* kModeless[] = {"progress", "two-bars", "tools"};
+
+void RenderModeless(const QString& folder, const Look& look) {
+  ui::PercentageWindowModel one("Sorting", false, false);
+  one.SetPercentage(60);
+  one.message = "step 6 of 10";
+  Save(*std::make_unique<ui::PercentageWindowView>(one, nullptr), folder, kModeless[0], look);
+  ui::PercentageWindowModel two("Copying", true, true);
+  two.SetPercentage(37.5);
+  two.message = "Folder 3 of 8: /home/ada/projects/release/documents/which has a long name/indeed";
+  two.SetPercentage2(75);
+  two.message2 = "report.txt";
+  Save(*std::make_unique<ui::PercentageWindowView>(two, nullptr), folder, kModeless[1], look);
+
+  ui::WorkWindowModel work;
+  ui::TextModel log;
+  ui::TextModel problems;
+  std::string text;
+  for (int i = 1; i <= 60; ++i) text += "Line " + std::to_string(i) + ": the quick brown fox\n";
+  log.Replace(text);
+  log.Select(static_cast<long>(text.size()) - 1, static_cast<long>(text.size()) - 1);
+  problems.Replace("parts.tav:12: a part without a weight\n");
+  ui::WorkbenchModel& tools = work.workbench;
+  const auto add = [&tools](const char* id, ui::TextModel& content, long index) {
+    ui::Tool& tool = tools.Add(id, &content, 0);
+    tools.SetLocation(tool, {ui::ToolSide::kBottom, index, 0});
+    tools.SetVisible(tool, true);
+    return &tool;
+  };
+  tools.SetSubtitle(*add("Log", log, 0), "second run");
+  add("Problems", problems, 1);
+  ui::WorkWindowView window(work);
+  window.show();
+  QApplication::processEvents();
+  Save(window, folder, kModeless[2], look);
+}
+
 int RenderLook(const QString& folder, const Look& look) {
   const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
                             &stop::IsRequested, ui::WakeUpDescriptor()};
@@ -112,6 +158,7 @@ int RenderLook(const QString& folder, const Look& look) {
     });
     toolkit.RunModal(*sample.model);
   }
+  RenderModeless(folder, look);
   return RenderTools(folder, look) ? 0 : 1;
 }
 
@@ -139,6 +186,12 @@ int RenderAll(const QString& program, const QString& folder) {
   }
   for (const char* tool : kTools) names.push_back(QLatin1String(tool));
   for (const QString& name : names) {
+    html << "<h2>" << name << "</h2>\n";
+    for (const Look& look : kLooks) {
+      html << "<img src=\"" << name << '-' << look.name << ".png\">\n";
+    }
+  }
+  for (const char* const name : kModeless) {
     html << "<h2>" << name << "</h2>\n";
     for (const Look& look : kLooks) {
       html << "<img src=\"" << name << '-' << look.name << ".png\">\n";

@@ -34,6 +34,7 @@ class HeadlessToolkit final : public Toolkit {
     ClearWakeUp();
     ProcessSystemMessages();
     RunPostedWork();
+    if (progress_) progress_->Refresh();
   }
 
   void ProcessPainting() override {}
@@ -52,12 +53,13 @@ class HeadlessToolkit final : public Toolkit {
     if (window.Content() != WindowContent::kProgress) return;
     auto& progress = static_cast<PercentageWindowModel&>(window);
     options_.answers->ProgressShown(progress);
-    if (options_.showStatus) progress_.emplace(options_.showStatus);
-    Update(window);
+    if (!options_.showStatus) return;
+    progress_.emplace(progress, options_.showStatus);
+    progress_->Update();
   }
   void Update(WindowModel& window) override {
     if (progress_ && window.Content() == WindowContent::kProgress) {
-      progress_->Update(static_cast<PercentageWindowModel&>(window));
+      progress_->Update();
     }
   }
   void Close(WindowModel& window) override {

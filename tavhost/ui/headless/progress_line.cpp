@@ -53,11 +53,18 @@ std::string ProgressText(const PercentageWindowModel& window, Clock::time_point 
   return OneLine(line, columns);
 }
 
-void ProgressLine::Update(const PercentageWindowModel& window) {
+void ProgressLine::Update() {
+  isStale_ = true;
+  Refresh();
+}
+
+void ProgressLine::Refresh() {
+  if (!isStale_) return;
   const Clock::time_point now = Clock::now();
   if (written_ && now - *written_ < kLeastBetween) return;
+  isStale_ = false;
   written_ = now;
-  write_(ProgressText(window, now, kColumns));
+  write_(ProgressText(window_, now, kColumns));
 }
 
 void ProgressLine::Close() {

@@ -17,13 +17,18 @@ class ProgressLine {
   // Takes the line to show, without line feed; nothing takes it away.
   using Write = std::function<void(std::string_view)>;
 
-  explicit ProgressLine(Write write) : write_(std::move(write)) {}
+  ProgressLine(const PercentageWindowModel& window, Write write)
+      : window_(window), write_(std::move(write)) {}
 
-  void Update(const PercentageWindowModel& window);
+  // The window has changed. Changes in quick succession show together, with the next Refresh.
+  void Update();
+  void Refresh();
   void Close();
 
  private:
+  const PercentageWindowModel& window_;
   Write write_;
+  bool isStale_ = false;
   std::optional<PercentageWindowModel::Clock::time_point> written_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -9,13 +11,22 @@ using ui::PercentageWindowModel;
 
 TEST(ProgressLine, ShowsTheFirstStateAtOnceAndIsTakenAway) {
   std::vector<std::string> shown;
-  ui::ProgressLine line([&shown](std::string_view text) { shown.emplace_back(text); });
   PercentageWindowModel model("Sorting", false, false);
+  ui::ProgressLine line(model, [&shown](std::string_view text) { shown.emplace_back(text); });
   line.Close();
   EXPECT_TRUE(shown.empty()) << "nothing shows yet";
-  line.Update(model);
-  for (int i = 0; i < 1000; ++i) line.Update(model);
-  EXPECT_LE(shown.size(), 2u) << "a terminal is not flooded";
+  line.Update();
+  for (int i = 0; i < 1000; ++i) line.Update();
+  EXPECT_LE(shown.size(), 3u) << "a terminal is not flooded";
+  model.SetPercentage(50);
+  line.Update();
+  std::this_thread::sleep_for(150ms);
+  line.Refresh();
+  EXPECT_EQ(shown.back(), "Sorting  [##########..........]  50%  0:00");
+  const std::size_t before = shown.size();
+  std::this_thread::sleep_for(150ms);
+  line.Refresh();
+  EXPECT_EQ(shown.size(), before) << "nothing has changed";
   line.Close();
   EXPECT_EQ(shown.front(), "Sorting  [....................]   0%  0:00");
   EXPECT_EQ(shown.back(), "");
