@@ -24,18 +24,34 @@ ROOT = Path(__file__).resolve().parent.parent
 PAGES = ROOT / "build/docs"
 
 
-def picture(tavhost, script, answers, options, target):
-    """The first window that a script opens; False when there is none to be had."""
+# What the examples that open windows are run with, for their pictures: arguments and files.
+EXAMPLE_RUNS = {
+    "csv_editor": (["parts.csv"], {"parts.csv": "Name;Mass\nPiston;2.5\nValve;0.3\n"}),
+    "log_viewer": (["host.log"], {"host.log": "18:30:00 started\n18:30:01 reading\n18:30:02 ERROR "
+                                              "cannot open engine.dat\n18:30:03 going on\n"}),
+    "release_wizard": (["parts"], {"parts/guide.txt": "", "parts/program.txt": "",
+                                   "parts/scratch.log": ""}),
+    "tree_picker": (["parts", "picked"], {"parts/engine/piston.txt": "1", "parts/frame.txt": "2",
+                                          "parts/wheel.txt": "3"}),
+}
+
+
+def picture(tavhost, script, answers, options, target, arguments=(), files=None, largest=False):
+    """The first, or the largest, window that a script opens; False when there is none to be had."""
     with tempfile.TemporaryDirectory() as folder:
+        for name, content in (files or {}).items():
+            Path(folder, name).parent.mkdir(parents=True, exist_ok=True)
+            Path(folder, name).write_text(content)
         Path(folder, "example.tav").write_text(script)
         Path(folder, "answers.kel").write_text(answers + "\n")
         subprocess.run([tavhost, "run", "--ui", "qt", "--screenshots", "pictures", "--timeout", "30",
-                        *options, "--answers", "answers.kel", "example.tav"],
+                        *options, "--answers", "answers.kel", "example.tav", *arguments],
                        cwd=folder, env={**os.environ, "QT_QPA_PLATFORM": "offscreen"},
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         made = sorted(Path(folder, "pictures").glob("*.png"))
         if made:
-            shutil.copyfile(made[0], target)
+            chosen = max(made, key=lambda path: path.stat().st_size) if largest else made[0]
+            shutil.copyfile(chosen, target)
         return bool(made)
 
 
@@ -63,8 +79,10 @@ def add_pictures(tavhost):
     return len(list(folder.iterdir()))
 
 
-def examples_page():
-    """Every example: what it is for, its text, its answers."""
+def examples_page(tavhost):
+    """Every example: what it is for, its window, its text, its answers."""
+    folder = PAGES / "pictures"
+    folder.mkdir()
     yield "# Examples"
     yield ""
     yield "Scripts to read, run and start from. Each of them runs in the tests."
@@ -76,6 +94,14 @@ def examples_page():
         yield f"## {script.name}"
         yield ""
         yield " ".join(line.lstrip("# ") for line in first.strip().split("\n"))
+        answers = script.with_suffix(".answers")
+        if script.stem in EXAMPLE_RUNS and answers.exists():
+            arguments, files = EXAMPLE_RUNS[script.stem]
+            if picture(tavhost, text, answers.read_text(), [], folder / f"{script.stem}.png",
+                       arguments, files, largest=True):
+                yield ""
+                yield (f'<img class="window" src="pictures/{script.stem}.png" '
+                       f'alt="A window of {script.name}">')
         for name, content in ((None, text), *(
                 (f"Its answers file, `{path.name}`:", path.read_text())
                 for path in [script.with_suffix(".answers")] if path.exists())):
@@ -96,7 +122,7 @@ def prepare(tavhost):
     commands = PAGES / "commands"
     if (commands / "README.md").exists():
         (commands / "README.md").rename(commands / "index.md")
-    (PAGES / "examples.md").write_text("\n".join(examples_page()) + "\n")
+    (PAGES / "examples.md").write_text("\n".join(examples_page(tavhost)) + "\n")
 
 
 def main():

@@ -334,6 +334,54 @@ class LanguageServerTest(unittest.TestCase):
         self.assertEqual(self.client.diagnostics[self.uri], [])
 
 
+class ExtensionTest(unittest.TestCase):
+    """What the extension's data files say holds together."""
+
+    FOLDER = ROOT / "editors/vscode"
+
+    def data(self, name):
+        return json.loads((self.FOLDER / name).read_text())
+
+    def test_the_files_that_are_named_are_there(self):
+        package = self.data("package.json")
+        contributes = package["contributes"]
+        names = [package["main"], contributes["languages"][0]["configuration"],
+                 contributes["grammars"][0]["path"], contributes["snippets"][0]["path"]]
+        for name in names:
+            self.assertTrue((self.FOLDER / name).is_file(), name)
+        grammar = self.data(contributes["grammars"][0]["path"])
+        self.assertEqual(grammar["scopeName"], contributes["grammars"][0]["scopeName"])
+
+    def test_patterns(self):
+        def patterns(node):
+            if isinstance(node, dict):
+                for key, value in node.items():
+                    if key in ("match", "begin", "end"):
+                        yield value
+                    else:
+                        yield from patterns(value)
+            elif isinstance(node, list):
+                for value in node:
+                    yield from patterns(value)
+
+        found = list(patterns(self.data("syntaxes/tavscript.tmLanguage.json")))
+        self.assertGreater(len(found), 10)
+        for pattern in found:
+            # Look-behind of several lengths is the editor's engine's, not Python's.
+            re.compile(pattern.replace("(?<=^|[;{}])", ""))
+
+    def test_snippets_are_scripts_without_mistakes(self):
+        for name, snippet in self.data("snippets/tavscript.json").items():
+            text = "\n".join(snippet["body"])
+            text = re.sub(r"\$\{\d+:([^}]*)\}|\$\{\d+\}|\$\d+", lambda m: m[1] or "", text)
+            text = "names = (); text = \"\"\n" + text
+            with tempfile.TemporaryDirectory() as folder:
+                Path(folder, "s.tav").write_text(text + "\n")
+                done = subprocess.run([PROGRAM, "check", "s.tav"], cwd=folder, capture_output=True,
+                                      text=True)
+            self.assertEqual(done.returncode, 0, f"{name}\n{text}\n{done.stdout}")
+
+
 def main():
     global PROGRAM
     parser = argparse.ArgumentParser()
