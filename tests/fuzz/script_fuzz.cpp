@@ -1,4 +1,5 @@
-// The script language: any text is parsed, checked and compiled, and what compiles is run for a while.
+// The script language: any text is parsed, checked and compiled, and what compiles is run for a
+// while.
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
