@@ -56,7 +56,6 @@ int RunWorkbench(const CommandLine& line) {
   workbench.shown = [] { startup_box::Hide(); };
   run(ui::CurrentToolkit(), services, workbench);
   startup_box::Hide();
-  services.EndSession();
   if (services.IsEndAsked()) exitCode = kExitStopped;
   return exitCode == kExitSuccess ? host->Finish(exitCode) : exitCode;
 }

@@ -11,6 +11,7 @@
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/check/check.h"
 #include "tavhost/loader/reference.h"
+#include "tavhost/script/engine.h"
 #include "tavhost/script/script_service.h"
 #include "tavhost/services/program_path.h"
 #include "tavhost/sv/stop.h"
@@ -109,6 +110,11 @@ ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
   script::RunOptions options;
   options.name = name;
   options.sinks = {sinks.print, sinks.error};
+  if (sinks.step) {
+    options.step = [&sinks](const script::StepPlace& place) {
+      sinks.step(static_cast<int>(place.line), static_cast<int>(place.depth));
+    };
+  }
   Outcome outcome = OutcomeOf(script::RunText(Counted(text), options));
   if (outcome.end == End::kIncomplete) outcome.end = End::kNotParsed;
   return outcome;
@@ -151,6 +157,8 @@ void WorkbenchServices::Stop() {
   stop::Request(stop::Reason::kUser);
 }
 
+bool WorkbenchServices::IsStopAsked() const { return stop::IsRequested(); }
+
 bool WorkbenchServices::IsEndAsked() const {
   return endAsked_ || (!running_ && stop::IsRequested());
 }
@@ -174,8 +182,15 @@ std::vector<std::string> WorkbenchServices::Complete(const std::string& before,
 
 std::vector<ui::WorkbenchHost::Variable> WorkbenchServices::Variables() {
   std::vector<Variable> variables;
+  script::Engine::Current().ForEachLocal(
+      [&variables](std::string_view name, const kel::Value& value) {
+        if (value.IsNone()) return;
+        variables.push_back({std::string(name), KindName(value.Kind()), ShownText(value), true});
+      });
+  std::sort(variables.begin(), variables.end(),
+            [](const Variable& a, const Variable& b) { return a.name < b.name; });
   for (const auto& [name, value] : AllVariables()) {
-    variables.push_back({name, KindName(value.Kind()), ShownText(value)});
+    variables.push_back({name, KindName(value.Kind()), ShownText(value), false});
   }
   return variables;
 }

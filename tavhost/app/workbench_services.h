@@ -20,6 +20,8 @@ class WorkbenchServices final : public ui::WorkbenchHost {
   Outcome RunEntry(const std::string& text, const Sinks& sinks) override;
   bool IsRunning() const override { return running_; }
   void Stop() override;
+  bool IsStopAsked() const override;
+  void EndSession() override;
   bool IsEndAsked() const override;
   std::vector<Mistake> Check(const std::string& name, const std::string& text) override;
   std::vector<std::string> Complete(const std::string& before,
@@ -28,9 +30,6 @@ class WorkbenchServices final : public ui::WorkbenchHost {
   const reference::Catalogue& Reference() override;
   std::string Usage(const reference::Command& command) override;
   void SetServiceLog(std::function<void(const std::string&)> show) override;
-
-  // The console's entries are over; what they left behind is released.
-  void EndSession();
 
  private:
   Outcome OutcomeOf(const script::Outcome& outcome);

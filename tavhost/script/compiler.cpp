@@ -9,8 +9,9 @@
 
 namespace script {
 
-std::shared_ptr<Program> Compile(SV::String text, std::string name) {
+std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped) {
   auto program = std::make_shared<Program>(std::move(text), std::move(name));
+  program->stepped = stepped;
   Arena arena;
   try {
     for (const FunctionSyntax& parsed : Parser(*program, arena).Parse()) {
@@ -94,6 +95,10 @@ std::uint32_t Compiler::NewTemporaries(std::uint32_t count) {
 void Compiler::CompileStatements(const Statement* statement) {
   for (; statement; statement = statement->next) {
     const std::uint32_t temporaries = temporaries_;
+    if (program_.stepped) {
+      const std::uint32_t line = program_.source.PlaceOf(statement->offset).line;
+      Emit(Code::kStep, 0, 0, static_cast<std::int32_t>(line), statement->offset);
+    }
     CompileStatement(statement);
     temporaries_ = temporaries;
   }

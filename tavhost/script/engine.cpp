@@ -63,6 +63,7 @@ bool Engine::Begin(const RunOptions& options) {
   if (running_) return false;
   running_ = true;
   sinks_ = options.sinks;
+  step_ = options.step;
   lastEvents_ = CoarseMilliseconds();
   kel::Scope& globals = kel::Scope::Of(GlobalVariables());
   globals.Clear();
@@ -82,6 +83,7 @@ void Engine::End() {
   functions_.clear();
   ForgetText();
   sinks_ = {};
+  step_ = {};
 }
 
 void Engine::Publish(const std::shared_ptr<Program>& program) {
@@ -126,6 +128,19 @@ void Engine::PollAroundCommand() {
   if (ui::HasToolkit()) ui::CurrentToolkit().ProcessEvents();
   lastEvents_ = CoarseMilliseconds();
   stop::ThrowIfRequested();
+}
+
+void Engine::Step(std::uint32_t line) {
+  PollAroundCommand();
+  step_({line, depth_});
+  stop::ThrowIfRequested();
+}
+
+void Engine::ForEachLocal(
+    const std::function<void(std::string_view, const kel::Value&)>& visit) const {
+  if (depth_ == 0) return;
+  const Frame& frame = frames_[depth_ - 1];
+  if (frame.scope == &frame.own) frame.own.ForEach(visit);
 }
 
 void Engine::PushCall(const Program* program, const Function* callee, kel::Value* arguments,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -40,6 +41,9 @@ class Engine {
   // Makes a text's functions known to later texts of the same outermost script.
   void Publish(const std::shared_ptr<Program>& program);
 
+  // The variables of the function that runs; nothing at the top level.
+  void ForEachLocal(const std::function<void(std::string_view, const kel::Value&)>& visit) const;
+
   void Print(std::string_view text);
   void ReportError(std::string_view text);
   // The next line of standard input without its end; false when there is no more.
@@ -74,6 +78,7 @@ class Engine {
   // engine.cpp
   void Poll();
   void PollAroundCommand();
+  void Step(std::uint32_t line);
   void PopFrame() noexcept;
   void PushCall(const Program* program, const Function* callee, kel::Value* arguments,
                 std::uint32_t count, std::uint32_t result);
@@ -118,6 +123,7 @@ class Engine {
   std::uint32_t lastEvents_ = 0;
   bool running_ = false;
   Sinks sinks_;
+  std::function<void(const StepPlace&)> step_;
   std::unordered_map<std::string, PublishedFunction> functions_;
   kel::BorrowedSet resultSet_;
 };

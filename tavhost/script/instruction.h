@@ -86,6 +86,7 @@ using Instruction = std::uint64_t;
   X(kCommand)  /* command C */                                                                    \
   X(kPrint)    /* R[A], ... B values */                                                           \
   X(kThrow)    /* R[A] */                                                                         \
+  X(kStep)     /* a statement begins, in line C; only in texts that are stepped through */        \
   X(kExit)     /* with R[A] */                                                                    \
   X(kExitPlain)
 

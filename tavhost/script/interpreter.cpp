@@ -454,6 +454,11 @@ void Engine::Interpret(std::uint32_t base) {
     PrintValues(*frame, i);
     NEXT;
   }
+  CASE(kStep) {
+    SAVE;
+    Step(static_cast<std::uint32_t>(COf(i)));
+    NEXT;
+  }
   CASE(kThrow) {
     SAVE;
     Throw(*frame, i);

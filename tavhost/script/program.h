@@ -80,6 +80,7 @@ class Program {
   Program& operator=(const Program&) = delete;
 
   Source source;
+  bool stepped = false;  // stops before each statement can be asked for
   std::vector<kel::Value> constants;
   std::vector<std::unique_ptr<Function>> functions;  // the top level is the first
   std::unordered_map<std::string, std::uint32_t, kel::NameHash, std::equal_to<>> functionsByName;
@@ -90,7 +91,7 @@ class Program {
 };
 
 // Parses and compiles a text. Throws SyntaxError.
-std::shared_ptr<Program> Compile(SV::String text, std::string name);
+std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped = false);
 
 // What is wrong with calling a function that neither the program nor `known` has.
 std::string UnknownFunctionText(const std::string& name, const Program& program,

@@ -16,9 +16,9 @@ Outcome NotParsed(const SV::String& text, const std::string& name, const SyntaxE
 }
 
 std::shared_ptr<Program> TryCompile(const SV::String& text, const std::string& name,
-                                    Outcome& outcome) {
+                                    Outcome& outcome, bool stepped = false) {
   try {
-    return Compile(text, name);
+    return Compile(text, name, stepped);
   } catch (const SyntaxError& mistake) {
     outcome = NotParsed(text, name, mistake);
   } catch (const std::bad_alloc&) {
@@ -37,7 +37,7 @@ Outcome RunText(const SV::String& text, const RunOptions& options) {
   Engine& engine = Engine::Current();
   if (engine.IsRunning()) return Refused(text, options.name);
   Outcome outcome;
-  const auto program = TryCompile(text, options.name, outcome);
+  const auto program = TryCompile(text, options.name, outcome, options.step != nullptr);
   if (!program) return outcome;
   engine.Begin(options);
   engine.Publish(program);

@@ -38,10 +38,19 @@ struct Sinks {
   std::function<bool(std::string&)> readLine = nullptr;
 };
 
+// Where a text that is stepped through is about to go on.
+struct StepPlace {
+  std::uint32_t line = 0;   // of the statement, from 1
+  std::uint32_t depth = 0;  // of calls; grows inside a function
+};
+
 struct RunOptions {
   std::string name;  // stands for the file in error texts
   std::vector<std::string> args;
   Sinks sinks;
+  // Called before each statement of the text, those that it executes left out; the script goes on
+  // when it returns. Empty: nothing is called, and nothing costs time.
+  std::function<void(const StepPlace&)> step;
 };
 
 struct Outcome {

@@ -30,6 +30,9 @@ class WorkbenchHost {
   struct Sinks {
     std::function<void(std::string_view)> print;
     std::function<void(std::string_view)> error;
+    // Called before each statement of a script, which goes on when it returns; `depth` grows in
+    // functions. Empty: the script runs at full speed.
+    std::function<void(int line, int depth)> step;
   };
 
   enum class End : std::uint8_t {
@@ -52,6 +55,7 @@ class WorkbenchHost {
     std::string name;
     std::string type;
     std::string value;  // cut where it is too long to be shown
+    bool isLocal = false;
   };
 
   virtual ~WorkbenchHost() = default;
@@ -68,6 +72,10 @@ class WorkbenchHost {
   virtual bool IsRunning() const = 0;
   // Asks what runs to stop.
   virtual void Stop() = 0;
+  // Whether it was asked to, from here or from outside.
+  virtual bool IsStopAsked() const = 0;
+  // The console's entries are over; what they left behind is released.
+  virtual void EndSession() = 0;
   // Whether the program was asked from outside to end while nothing ran.
   virtual bool IsEndAsked() const = 0;
 
@@ -77,7 +85,7 @@ class WorkbenchHost {
   virtual std::vector<std::string> Complete(const std::string& before,
                                             const std::vector<std::string>& names) = 0;
 
-  // The global variables as they are now, by name.
+  // The variables as they are now, by name; before the global ones those of the function that runs.
   virtual std::vector<Variable> Variables() = 0;
 
   virtual const reference::Catalogue& Reference() = 0;

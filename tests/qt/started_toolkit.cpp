@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "tavhost/dialog/work_window.h"
 #include "tavhost/loader/plugins.h"
 #include "tavhost/script/ports.h"
 #include "tavhost/sv/main_frames.h"
@@ -18,6 +19,7 @@ ui::QtToolkit& StartedToolkit() {
   toolkit = made.get();
   ui::SetToolkit(std::move(made));
   main_frames::Create();
+  work_window::Create();
   script::RegisterHostPorts();
   static loader::Plugins plugins;
   std::string error;
@@ -27,3 +29,12 @@ ui::QtToolkit& StartedToolkit() {
   }
   return *toolkit;
 }
+
+void TakeMainWindow(ui::workbench_view::WorkbenchWindow& window) {
+  ui::QtToolkit& toolkit = StartedToolkit();
+  toolkit.SetMainWindow(&window);
+  window.ShowTools(toolkit.WorkWindow()->workbench);
+  toolkit.SetToolsShownElsewhere(true);
+}
+
+void LeaveMainWindow() { StartedToolkit().SetMainWindow(nullptr); }

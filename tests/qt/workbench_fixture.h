@@ -39,7 +39,7 @@ class WorkbenchTest : public testing::Test {
     options.folder = ui::Bytes(folder_.path());
     services_ = std::make_unique<app::WorkbenchServices>();
     window_ = std::make_unique<Window>(*services_, options);
-    StartedToolkit().SetMainWindow(window_.get());
+    TakeMainWindow(*window_);
     window_->Start(files);
     window_->show();
     window_->activateWindow();
@@ -48,7 +48,8 @@ class WorkbenchTest : public testing::Test {
   }
   // As when the program goes down without closing anything.
   void Leave() {
-    StartedToolkit().SetMainWindow(nullptr);
+    if (services_) services_->EndSession();
+    LeaveMainWindow();
     window_.reset();
     services_.reset();
   }

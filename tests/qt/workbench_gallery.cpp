@@ -77,7 +77,7 @@ void Render(const QString& folder, Theme theme, const char* look) {
   ui::WorkbenchOptions options;
   options.folder = ui::Bytes(home.path());
   WorkbenchWindow window(services, options);
-  StartedToolkit().SetMainWindow(&window);
+  TakeMainWindow(window);
   window.Start({ui::Bytes(WriteScript(home, "nightly.tav", "print \"nightly\"\n")),
                 ui::Bytes(WriteScript(home, "lines.tav", kScript))});
   window.SetTheme(theme);
@@ -87,19 +87,23 @@ void Render(const QString& folder, Theme theme, const char* look) {
   editor.GoTo(6, 2);
   pictures.Take(window, "start");
 
-  QTimer::singleShot(300, [&] {
-    if (QWidget* const dialog = QApplication::activeModalWidget()) {
-      pictures.Take(window, "running");
-      dialog->close();
-    }
+  // The script asks a question in the end.
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    QWidget* const dialog = QApplication::activeModalWidget();
+    if (!dialog) return;
+    look.stop();
+    pictures.Take(window, "running");
+    dialog->close();
   });
+  look.start(100);
   window.Run();
   window.findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
   pictures.Take(window, "ended");
 
   window.findChild<QDockWidget*>(QStringLiteral("commands"))->raise();
   window.Commands().ShowCommand(QStringLiteral("FWRITE"));
-  editor.GoTo(4, 1);
+  editor.GoTo(9, 1);  // what is inserted below it is run
   editor.InsertCommand(QStringLiteral("FWRITE file:12"));
   window.GetConsole().Clear();
   editor.document()->setModified(true);
@@ -127,7 +131,7 @@ void Render(const QString& folder, Theme theme, const char* look) {
   pictures.Take(window, "small");
   for (auto* const page : window.Tabs().Pages()) page->Editor().document()->setModified(false);
   window.close();
-  StartedToolkit().SetMainWindow(nullptr);
+  LeaveMainWindow();
 }
 
 }  // namespace

@@ -383,4 +383,127 @@ TEST_F(WorkbenchTest, TheVariablesOfTheLastRunAreShown) {
   EXPECT_EQ(found[0]->text(2), QStringLiteral("integer"));
 }
 
+constexpr char kSteps[] =
+    "func twice(n) {\n"  // 1
+    "    m = n * 2\n"    // 2
+    "    return m\n"     // 3
+    "}\n"                // 4
+    "a = twice(3)\n"     // 5
+    "b = twice(a)\n"     // 6
+    "print a, b\n";      // 7
+
+TEST_F(WorkbenchTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
+  Start();
+  Editor().SetText(QString::fromLatin1(kSteps));
+  auto& dock = *window_->findChild<QDockWidget*>(QStringLiteral("variables"));
+  dock.raise();
+  QTest::qWait(10);
+  auto& list = *window_->findChild<QTreeWidget*>(QStringLiteral("variableList"));
+  const auto value = [&list](const char* name) {
+    const auto found = list.findItems(QLatin1String(name), Qt::MatchExactly);
+    return found.isEmpty() ? QString() : found[0]->text(1);
+  };
+  QList<int> lines;
+  // Into the first call and out of it, over the second, on to the end.
+  QTimer watch;
+  watch.setInterval(10);
+  QObject::connect(&watch, &QTimer::timeout, qApp, [&] {
+    if (!window_->IsPaused()) return;
+    lines << Editor().Line();
+    if (Editor().Line() == 3) {
+      EXPECT_EQ(value("m"), QStringLiteral("6"));
+      EXPECT_EQ(value("n"), QStringLiteral("3"));
+      EXPECT_EQ(value("a"), QString());
+    }
+    const qsizetype step = lines.size() - 1;
+    watch.stop();  // keys let events through
+    if (step == 2) {
+      Key(Qt::Key_F11, Qt::ShiftModifier);
+    } else {
+      Key(step < 2 ? Qt::Key_F11 : step == 3 ? Qt::Key_F10 : Qt::Key_F5);
+    }
+    QTest::qWait(1);  // carried out from the event loop
+    watch.start();
+  });
+  watch.start();
+  Key(Qt::Key_F10);
+  QTest::qWait(1);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !window_->IsRunning(); }, 5000));
+  EXPECT_EQ(lines, (QList<int>{5, 2, 3, 6, 7}));
+  EXPECT_TRUE(Console().contains(QStringLiteral("6 12\n"))) << Console().toStdString();
+}
+
+TEST_F(WorkbenchTest, ABreakpointStopsAndMovesWithTheText) {
+  Start();
+  Editor().SetText(QString::fromLatin1(kSteps));
+  Editor().GoTo(2, 1);
+  Key(Qt::Key_F9);
+  Editor().GoTo(1, 1);
+  QTest::keyClick(&Editor(), Qt::Key_Return);  // a line above
+  ASSERT_TRUE(Editor().HasBreakpoint(3));
+  QList<int> lines;
+  QTimer watch;
+  watch.setInterval(10);
+  QObject::connect(&watch, &QTimer::timeout, qApp, [&] {
+    if (!window_->IsPaused()) return;
+    lines << Editor().Line();
+    if (lines.size() == 2) return window_->Stop();  // a script that stands still is stopped too
+    watch.stop();
+    Key(Qt::Key_F5);
+    QTest::qWait(1);
+    watch.start();
+  });
+  watch.start();
+  Run();
+  EXPECT_EQ(lines, (QList<int>{3, 3}));
+  EXPECT_TRUE(State().startsWith(QStringLiteral("Stopped"))) << State().toStdString();
+  Editor().ToggleBreakpoint(3);
+  EXPECT_FALSE(Editor().HasBreakpoints());
+  Run();
+  EXPECT_TRUE(Console().contains(QStringLiteral("6 12\n")));
+}
+
+TEST_F(WorkbenchTest, OutputWindowsAreDockedAndFoundAgain) {
+  Start();
+  RunText(
+      QStringLiteral("CREATE_OUTPUT_WIN winid:\"log\" title:\"Log\"\n"
+                     "OUT winid:\"log\" text:\"one\\n\""));
+  auto* const dock = window_->findChild<QDockWidget*>(QStringLiteral("tool:log"));
+  ASSERT_NE(dock, nullptr) << Console().toStdString();
+  EXPECT_TRUE(dock->isVisible());
+  EXPECT_EQ(dock->windowTitle(), QStringLiteral("Log"));
+  // Another script finds it by its id.
+  RunText(QStringLiteral("OUT winid:\"log\" text:\"two\\n\""));
+  auto* const text = dock->findChild<QPlainTextEdit*>();
+  ASSERT_NE(text, nullptr);
+  EXPECT_TRUE(
+      QTest::qWaitFor([&] { return text->toPlainText() == QStringLiteral("one\ntwo\n"); }, 2000))
+      << text->toPlainText().toStdString();
+}
+
+TEST_F(WorkbenchTest, APercentageWindowStandsAboveTheWorkbenchAndGoesWithTheScript) {
+  Start();
+  Editor().SetText(
+      QStringLiteral("PERCWIN_CREATE title:\"Working\" with-cancel-button:1\n"
+                     "while 1 { PERCWIN_SET percentage:50 }"));
+  bool shown = false;
+  QTimer::singleShot(300, qApp, [&] {
+    for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+      shown = shown || (widget->isVisible() && widget->windowTitle() == QStringLiteral("Working"));
+    }
+    window_->Stop();
+  });
+  Run();
+  EXPECT_TRUE(shown) << Console().toStdString();
+  for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+    EXPECT_FALSE(widget->isVisible() && widget->windowTitle() == QStringLiteral("Working"));
+  }
+  // One that the console has left open goes with the workbench.
+  Enter(QStringLiteral("PERCWIN_CREATE title:\"Left\""));
+  Leave();
+  for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+    EXPECT_FALSE(widget->isVisible());
+  }
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <QCompleter>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStringListModel>
@@ -32,6 +33,8 @@ bool IsWordPart(QChar c) {
   return (c.unicode() < 0x80 && c.isLetterOrNumber()) || c == QLatin1Char('_');
 }
 
+class Breakpoint final : public QTextBlockUserData {};
+
 // The word around `at`, `-` included where more of it follows.
 std::pair<int, int> WordAround(const QString& line, int at) {
   const auto isPart = [&line](int i) {
@@ -56,6 +59,9 @@ class ScriptEditor::Margin final : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override { editor_.PaintMargin(event); }
+  void mousePressEvent(QMouseEvent* event) override {
+    if (event->button() == Qt::LeftButton) editor_.ClickMargin(event->pos().y());
+  }
 
  private:
   ScriptEditor& editor_;
@@ -148,6 +154,28 @@ void ScriptEditor::SetStepLine(int line) {
   margin_->update();
 }
 
+void ScriptEditor::ToggleBreakpoint(int line) {
+  QTextBlock block = document()->findBlockByNumber(line - 1);
+  if (!block.isValid()) return;
+  block.setUserData(block.userData() ? nullptr : new Breakpoint);
+  margin_->update();
+}
+
+bool ScriptEditor::HasBreakpoint(int line) const {
+  return document()->findBlockByNumber(line - 1).userData() != nullptr;
+}
+
+bool ScriptEditor::HasBreakpoints() const {
+  for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+    if (block.userData()) return true;
+  }
+  return false;
+}
+
+void ScriptEditor::ClickMargin(int y) {
+  ToggleBreakpoint(cursorForPosition(QPoint(0, y)).blockNumber() + 1);
+}
+
 void ScriptEditor::SetFound(const QList<QTextCursor>& found) {
   found_ = found;
   ShowSelections();
@@ -198,9 +226,14 @@ void ScriptEditor::PaintMargin(QPaintEvent* event) {
       painter.setBrush(wrong ? colours.error : colours.hint);
       painter.drawEllipse(sign);
     }
+    if (block.userData()) {
+      painter.setPen(Qt::NoPen);
+      painter.setBrush(colours.command);
+      painter.drawRoundedRect(sign.adjusted(-1, -1, 1, 1), 2, 2);
+    }
     if (number == stepLine_) {
       painter.setPen(Qt::NoPen);
-      painter.setBrush(palette().color(QPalette::Text));
+      painter.setBrush(colours.hint);
       painter.drawPolygon(
           QPolygonF({sign.topLeft(), QPointF(sign.right(), sign.center().y()), sign.bottomLeft()}));
     }

@@ -49,6 +49,11 @@ class ScriptEditor final : public QPlainTextEdit {
   // The line that runs next; 0: none.
   void SetStepLine(int line);
 
+  // Lines before which a script stops when it is run; they move with the text.
+  void ToggleBreakpoint(int line);
+  bool HasBreakpoint(int line) const;
+  bool HasBreakpoints() const;
+
   // Where else the text that is searched for stands; shown while it is.
   void SetFound(const QList<QTextCursor>& found);
 
@@ -62,6 +67,7 @@ class ScriptEditor final : public QPlainTextEdit {
   // For the margin.
   int MarginWidth() const;
   void PaintMargin(QPaintEvent* event);
+  void ClickMargin(int y);
 
  protected:
   bool event(QEvent* event) override;

@@ -6,10 +6,8 @@
 #include <QLoggingCategory>
 #include <QTimer>
 #include <cstdio>
-#include <optional>
 
 #include "tavhost/ui/qt/qt_toolkit.h"
-#include "tavhost/ui/qt/tool_docks.h"
 #include "tavhost/ui/qt/workbench/workbench_window.h"
 
 namespace ui {
@@ -31,8 +29,7 @@ void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOption
   };
   toolkit.SetMainWindow(&window);
   // Scripts' tools are docks of this window instead of one of their own.
-  std::optional<ToolDocks> tools;
-  if (WorkWindowModel* const work = toolkit.WorkWindow()) tools.emplace(window, work->workbench);
+  if (WorkWindowModel* const work = toolkit.WorkWindow()) window.ShowTools(work->workbench);
   toolkit.SetToolsShownElsewhere(true);
   window.Start(options.files);
   window.show();
@@ -43,7 +40,7 @@ void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOption
       });
   loop.exec();
   QObject::disconnect(awake);
-  tools.reset();
+  host.EndSession();  // its windows stand above this one
   toolkit.SetToolsShownElsewhere(false);
   toolkit.SetMainWindow(nullptr);
 }

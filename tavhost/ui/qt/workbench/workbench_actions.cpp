@@ -19,8 +19,10 @@
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <tuple>
 #include <utility>
 
+#include "tavhost/ui/qt/tool_docks.h"
 #include "tavhost/ui/qt/workbench/command_browser.h"
 #include "tavhost/ui/qt/workbench/console.h"
 #include "tavhost/ui/qt/workbench/editor_tabs.h"
@@ -142,13 +144,25 @@ void WorkbenchWindow::MakeActions() {
       const QString text = tabs_->Page()->Editor().textCursor().selectedText().replace(
           QChar(QChar::ParagraphSeparator), QLatin1Char('\n'));
       if (!text.trimmed().isEmpty()) {
-        RunText(QStringLiteral("<selection>"), tabs_->Page()->Path(), text);
+        RunText(QStringLiteral("<selection>"), tabs_->Page()->Path(), text, false);
       }
     });
   });
   stop_ = Add(run, QStringLiteral("&Stop"), {QKeySequence(QStringLiteral("Shift+F5"))},
               [this] { Stop(); });
   stop_->setEnabled(false);
+  run.addSeparator();
+  const std::tuple<const char*, const char*, StepMode> steps[] = {
+      {"Step &Over", "F10", StepMode::kOver},
+      {"Step &Into", "F11", StepMode::kInto},
+      {"Step O&ut", "Shift+F11", StepMode::kOut}};
+  for (const auto& [text, keys, mode] : steps) {
+    steps_.append(
+        Add(run, QLatin1String(text), {QKeySequence(QLatin1String(keys))},
+            [this, mode = mode] { QTimer::singleShot(0, this, [this, mode] { Step(mode); }); }));
+  }
+  Add(run, QStringLiteral("Set or Remove a &Breakpoint"), {QKeySequence(QStringLiteral("F9"))},
+      [editor] { editor().ToggleBreakpoint(editor().Line()); });
   run.addSeparator();
   Add(run, QStringLiteral("&Check Script"), {QKeySequence(QStringLiteral("F7"))},
       [this] { CheckPage(true); });
@@ -172,6 +186,14 @@ void WorkbenchWindow::MakeActions() {
     toggle->setShortcut(QKeySequence(QLatin1String(keys)));
     view.addAction(toggle);
   }
+  QMenu& tools = *view.addMenu(QStringLiteral("&Windows of Scripts"));
+  connect(&tools, &QMenu::aboutToShow, this, [this, &tools] {
+    tools.clear();
+    if (tools_) {
+      for (QAction* const action : tools_->Actions()) tools.addAction(action);
+    }
+    if (tools.isEmpty()) tools.addAction(QStringLiteral("None"))->setEnabled(false);
+  });
   view.addSeparator();
   Add(view, QStringLiteral("To the &Editor"), {QKeySequence(QStringLiteral("Ctrl+E"))},
       [this] { tabs_->Page()->Editor().setFocus(); });
@@ -224,12 +246,12 @@ void WorkbenchWindow::MakeActions() {
       });
   Add(help, QStringLiteral("&Keyboard Shortcuts"), {}, [this] { ShowShortcuts(); });
 
-  QToolBar& tools = *addToolBar(QStringLiteral("Toolbar"));
-  tools.setObjectName(QStringLiteral("toolbar"));
-  tools.setMovable(false);
-  tools.setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  QToolBar& bar = *addToolBar(QStringLiteral("Toolbar"));
+  bar.setObjectName(QStringLiteral("toolbar"));
+  bar.setMovable(false);
+  bar.setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   const int side = style()->pixelMetric(QStyle::PM_SmallIconSize);
-  tools.setIconSize({side, side});
+  bar.setIconSize({side, side});
   newScript->setIcon(icon(QStyle::SP_FileIcon));
   open->setIcon(icon(QStyle::SP_DialogOpenButton));
   save->setIcon(icon(QStyle::SP_DialogSaveButton));
@@ -237,11 +259,11 @@ void WorkbenchWindow::MakeActions() {
   stop_->setIcon(StopIcon(side));
   run_->setIconText(QStringLiteral("Run"));
   stop_->setIconText(QStringLiteral("Stop"));
-  for (QAction* const action : {newScript, open, save}) tools.addAction(action);
-  tools.addSeparator();
-  for (QAction* const action : {run_, stop_}) tools.addAction(action);
-  tools.toggleViewAction()->setText(QStringLiteral("Tool&bar"));
-  view.addAction(tools.toggleViewAction());
+  for (QAction* const action : {newScript, open, save}) bar.addAction(action);
+  bar.addSeparator();
+  for (QAction* const action : {run_, stop_}) bar.addAction(action);
+  bar.toggleViewAction()->setText(QStringLiteral("Tool&bar"));
+  view.addAction(bar.toggleViewAction());
 }
 
 void WorkbenchWindow::ShowRecent() {

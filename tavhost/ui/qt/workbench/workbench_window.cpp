@@ -22,6 +22,7 @@
 
 #include "tavhost/loader/reference.h"
 #include "tavhost/ui/qt/text.h"
+#include "tavhost/ui/qt/tool_docks.h"
 #include "tavhost/ui/qt/workbench/command_browser.h"
 #include "tavhost/ui/qt/workbench/command_page.h"
 #include "tavhost/ui/qt/workbench/console.h"
@@ -233,6 +234,10 @@ void WorkbenchWindow::MakeDocks() {
   statusBar()->addPermanentWidget(position_);
 }
 
+void WorkbenchWindow::ShowTools(WorkbenchModel& workbench) {
+  tools_ = std::make_unique<ToolDocks>(*this, workbench);
+}
+
 void WorkbenchWindow::Start(const std::vector<std::string>& files) { RestoreSession(files); }
 
 QStringList WorkbenchWindow::Complete(const QString& before) {
@@ -307,6 +312,12 @@ void WorkbenchWindow::ShowVariables() {
   for (const WorkbenchHost::Variable& variable : host_.Variables()) {
     auto* const item = new QTreeWidgetItem(
         variables_, {Shown(variable.name), Shown(variable.value), Shown(variable.type)});
+    if (variable.isLocal) {
+      QFont font = item->font(0);
+      font.setBold(true);
+      item->setFont(0, font);
+      item->setToolTip(0, QStringLiteral("of the function that runs"));
+    }
     item->setToolTip(1, Shown(variable.value));
   }
 }
@@ -351,16 +362,67 @@ void WorkbenchWindow::CheckPage(bool asked) {
 
 WorkbenchHost::Sinks WorkbenchWindow::Sinks() {
   return {[this](std::string_view text) { console_->Print(text); },
-          [this](std::string_view text) { console_->Error(text); }};
+          [this](std::string_view text) { console_->Error(text); },
+          {}};
 }
 
 void WorkbenchWindow::Run() {
+  if (paused_) return Step(StepMode::kRun);
   EditorPage* const page = tabs_->Page();
   if (!page || host_.IsRunning()) return;
-  RunText(page->Name(), page->Path(), page->Editor().Text());
+  stepMode_ = StepMode::kRun;
+  RunText(page->Name(), page->Path(), page->Editor().Text(), page->Editor().HasBreakpoints());
 }
 
-void WorkbenchWindow::RunText(const QString& name, const QString& path, const QString& text) {
+void WorkbenchWindow::Step(StepMode mode) {
+  if (paused_) {
+    stepMode_ = mode;
+    goOn_ = true;
+    return;
+  }
+  EditorPage* const page = tabs_->Page();
+  if (!page || host_.IsRunning()) return;
+  stepMode_ = StepMode::kInto;  // stands before the first statement
+  RunText(page->Name(), page->Path(), page->Editor().Text(), true);
+}
+
+// Inside the running script.
+void WorkbenchWindow::BeforeStatement(int line, int depth) {
+  const bool wanted = stepMode_ == StepMode::kInto ||
+                      (stepMode_ == StepMode::kOver && depth <= stepDepth_) ||
+                      (stepMode_ == StepMode::kOut && depth < stepDepth_);
+  if (!runPage_ || (!wanted && !runPage_->Editor().HasBreakpoint(line))) return;
+  tabs_->setCurrentWidget(runPage_);
+  runPage_->Editor().GoTo(line, 1);
+  runPage_->Editor().SetStepLine(line);
+  stepDepth_ = depth;
+  goOn_ = false;
+  ShowPaused(true);
+  state_->setText(
+      QStringLiteral("Before line %1 - F10 steps, F5 goes on, Shift+F5 stops").arg(line));
+  console_->Flush();
+  ShowVariables();
+  while (!goOn_ && !host_.IsStopAsked()) {
+    QApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+  }
+  ShowPaused(false);
+  if (runPage_) runPage_->Editor().SetStepLine(0);
+}
+
+void WorkbenchWindow::ShowPaused(bool paused) {
+  paused_ = paused;
+  busy_->setVisible(!paused);
+  run_->setEnabled(paused);
+  for (QAction* const action : std::as_const(steps_)) action->setEnabled(paused);
+  if (paused) {
+    tick_.stop();
+  } else {
+    tick_.start();
+  }
+}
+
+void WorkbenchWindow::RunText(const QString& name, const QString& path, const QString& text,
+                              bool stepped) {
   if (host_.IsRunning()) return;
   check_.stop();
   ShowProblems({});
@@ -368,8 +430,11 @@ void WorkbenchWindow::RunText(const QString& name, const QString& path, const QS
   consoleDock_->raise();
   console_->Note(QStringLiteral("Running %1").arg(QFileInfo(name).fileName()));
   Began();
+  WorkbenchHost::Sinks sinks = Sinks();
+  runPage_ = tabs_->Page();
+  if (stepped) sinks.step = [this](int line, int depth) { BeforeStatement(line, depth); };
   const WorkbenchHost::Outcome outcome =
-      host_.RunScript(Bytes(path), Bytes(name), Bytes(text), Sinks());
+      host_.RunScript(Bytes(path), Bytes(name), Bytes(text), sinks);
   Ended(outcome, name);
 }
 
@@ -383,8 +448,8 @@ bool WorkbenchWindow::RunEntry(const QString& entry) {
 
 void WorkbenchWindow::Began() {
   KeepUnsaved();  // a script may end the program
-  stopAsked_ = false;
   run_->setEnabled(false);
+  for (QAction* const action : std::as_const(steps_)) action->setEnabled(false);
   stop_->setEnabled(true);
   console_->SetBusy(true);
   busy_->show();
@@ -400,6 +465,7 @@ void WorkbenchWindow::Ended(const WorkbenchHost::Outcome& outcome, const QString
   tick_.stop();
   busy_->hide();
   run_->setEnabled(true);
+  for (QAction* const action : std::as_const(steps_)) action->setEnabled(true);
   stop_->setEnabled(false);
   console_->SetBusy(false);
   QString state;
@@ -442,7 +508,6 @@ void WorkbenchWindow::Ended(const WorkbenchHost::Outcome& outcome, const QString
 
 void WorkbenchWindow::Stop() {
   if (!host_.IsRunning()) return;
-  stopAsked_ = true;
   state_->setText(QStringLiteral("Stopping"));
   host_.Stop();
 }

@@ -2,6 +2,7 @@
 
 #include <QElapsedTimer>
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 #include <functional>
 #include <memory>
@@ -19,6 +20,11 @@ class QPlainTextEdit;
 class QProgressBar;
 class QTreeWidget;
 class QTreeWidgetItem;
+
+namespace ui {
+class ToolDocks;
+class WorkbenchModel;
+}  // namespace ui
 
 namespace ui::workbench_view {
 
@@ -39,9 +45,15 @@ class WorkbenchWindow final : public QMainWindow {
   CommandBrowser& Commands() { return *commands_; }
   FindBar& Find() { return *find_; }
 
+  // Scripts' tools are docks of this window from now on; the workbench outlives it.
+  void ShowTools(WorkbenchModel& workbench);
   // Opens what was open, then the files given.
   void Start(const std::vector<std::string>& files);
-  void Run();
+  void Run();  // or goes on, when it stands before a statement
+  enum class StepMode { kRun, kInto, kOver, kOut };
+  // Goes on to the next statement so; starts the script when none runs.
+  void Step(StepMode mode);
+  bool IsPaused() const { return paused_; }
   void Stop();
   bool IsRunning() const { return host_.IsRunning(); }
   void GoTo(const QString& file, int line, int column);
@@ -70,7 +82,9 @@ class WorkbenchWindow final : public QMainWindow {
   void ShowVariables();
   void GoToProblem(int step);
   void CheckPage(bool asked);
-  void RunText(const QString& name, const QString& path, const QString& text);
+  void RunText(const QString& name, const QString& path, const QString& text, bool stepped);
+  void BeforeStatement(int line, int depth);
+  void ShowPaused(bool paused);
   bool RunEntry(const QString& entry);
   void Began();
   void Ended(const WorkbenchHost::Outcome& outcome, const QString& name);
@@ -100,6 +114,7 @@ class WorkbenchWindow final : public QMainWindow {
 
   WorkbenchHost& host_;
   SessionStore store_;
+  std::unique_ptr<ToolDocks> tools_;
   EditorTabs* tabs_ = nullptr;
   FindBar* find_ = nullptr;
   Console* console_ = nullptr;
@@ -116,6 +131,7 @@ class WorkbenchWindow final : public QMainWindow {
   QMenu* viewMenu_ = nullptr;
   QAction* run_ = nullptr;
   QAction* stop_ = nullptr;
+  QList<QAction*> steps_;
   QActionGroup* themes_ = nullptr;
   QLabel* position_ = nullptr;
   QLabel* state_ = nullptr;
@@ -125,7 +141,11 @@ class WorkbenchWindow final : public QMainWindow {
   QTimer tick_;
   QTimer check_;
   QTimer keep_;
-  bool stopAsked_ = false;
+  QPointer<EditorPage> runPage_;  // that of the script that is stepped through
+  StepMode stepMode_ = StepMode::kRun;
+  int stepDepth_ = 0;
+  bool paused_ = false;
+  bool goOn_ = false;
   bool closeWhenEnded_ = false;
   bool endNow_ = false;
   bool wasPainted_ = false;
