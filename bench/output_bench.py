@@ -84,7 +84,7 @@ def main():
         folder = pathlib.Path(scratch)
         (folder / "out.tav").write_text(SCRIPT)
         (folder / "out.tcl").write_text(TK)
-        offscreen = {"QT_QPA_PLATFORM": "offscreen"}
+        offscreen = {"QT_QPA_PLATFORM": "offscreen", "XDG_RUNTIME_DIR": scratch}
         ways = {"ours": lambda lines, limit: cpu(
             [options.tavhost, "run", "--ui", "qt", folder / "out.tav", lines, limit], offscreen)}
         if (PEERS / "append_peer").exists():
