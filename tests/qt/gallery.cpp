@@ -19,6 +19,7 @@
 #include "tavhost/ui/qt/percentage_window_view.h"
 #include "tavhost/ui/qt/qt_toolkit.h"
 #include "tavhost/ui/qt/result_tool_view.h"
+#include "tavhost/ui/qt/table_print.h"
 #include "tavhost/ui/qt/work_window_view.h"
 #include "tests/qt/sample_windows.h"
 
@@ -29,7 +30,8 @@ struct Look {
   const char* scale;
   bool dark;
 };
-constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mistake"};
+constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mistake",
+                                  "printed-page"};
 constexpr Look kLooks[] = {
     {"light", "1", false}, {"dark", "1", true}, {"light-2", "2", false}, {"dark-2", "2", true}};
 
@@ -90,6 +92,11 @@ bool RenderTools(const QString& folder, const Look& look) {
   ui::DrawingModel wrong;
   wrong.ShowError("2:1: there is no drawing element CIRCLE");
   ui::DrawingView mistake(wrong);
+  const QImage page = ui::DrawTablePage(ui::TableArrangement(*parts), QStringLiteral("Parts"), 96);
+  if (!page.save(QStringLiteral("%1/%2-%3.png")
+                     .arg(folder, QLatin1String(kTools[3]), QLatin1String(look.name)))) {
+    return false;
+  }
   return render(tool, kTools[0]) && render(picture, kTools[1]) && render(mistake, kTools[2]);
 }
 

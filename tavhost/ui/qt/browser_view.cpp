@@ -15,8 +15,8 @@ namespace ui {
 
 namespace {
 
-constexpr int kSmallColumns = 72;  // characters
-constexpr int kSmallLines = 24;
+constexpr int kSmallColumns = 96;  // characters
+constexpr int kSmallLines = 30;
 constexpr double kLargePart = 0.85;  // of the screen
 
 SV::Size SmallSize(const QWidget& dialog) {

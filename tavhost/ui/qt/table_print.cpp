@@ -7,6 +7,7 @@
 #include <QPrintDialog>
 #include <QPrinter>
 #include <algorithm>
+#include <functional>
 #include <numeric>
 #include <vector>
 
@@ -27,7 +28,7 @@ constexpr qsizetype kMostCharacters = 4000;    // of a field
 // Goes over a table page by page. Lengths are the device's dots.
 class Pages {
  public:
-  Pages(const TableArrangement& seen, const QString& title, const QPagedPaintDevice& device)
+  Pages(const TableArrangement& seen, const QString& title, const QPaintDevice& device)
       : seen_(seen),
         table_(seen.Table()),
         paper_(device.width(), device.height()),
@@ -44,12 +45,12 @@ class Pages {
     }
   }
 
-  int Run(QPainter& painter, QPagedPaintDevice& device) {
+  int Run(QPainter& painter, const std::function<void()>& newPage) {
     painter_ = &painter;
     painter_->setPen(Qt::black);
     Measure();
     const int count = Draw(nullptr, 0);
-    Draw(&device, count);
+    Draw(&newPage, count);
     return count;
   }
 
@@ -177,9 +178,9 @@ class Pages {
     return y + height + 3 * dots_;
   }
 
-  // Counts the pages when there is no device.
-  int Draw(QPagedPaintDevice* device, int count) {
-    const bool draws = device != nullptr;
+  // Only counts the pages when there is nothing that makes a new one.
+  int Draw(const std::function<void()>* newPage, int count) {
+    const bool draws = newPage != nullptr;
     int page = 1;
     double y = Head(page, count, draws);
     for (std::uint32_t place = 0; place < seen_.Rows(); ++place) {
@@ -188,7 +189,7 @@ class Pages {
       const double height = LineOfFields(y, false, text);
       if (y + height > Bottom()) {
         ++page;
-        if (draws) device->newPage();
+        if (draws) (*newPage)();
         y = Head(page, count, draws);
       }
       if (draws) {
@@ -217,7 +218,22 @@ class Pages {
 int PrintTable(const TableArrangement& seen, const QString& title, QPagedPaintDevice& device) {
   QPainter painter(&device);
   if (!painter.isActive()) return 0;
-  return Pages(seen, title, device).Run(painter, device);
+  return Pages(seen, title, device).Run(painter, [&device] { device.newPage(); });
+}
+
+QImage DrawTablePage(const TableArrangement& seen, const QString& title, int dotsPerInch) {
+  QImage page(QPageSize(QPageSize::A4).sizePixels(dotsPerInch), QImage::Format_RGB32);
+  const int dotsPerMeter = static_cast<int>(dotsPerInch / 0.0254);
+  page.setDotsPerMeterX(dotsPerMeter);
+  page.setDotsPerMeterY(dotsPerMeter);
+  page.fill(Qt::white);
+  QImage first;
+  QPainter painter(&page);
+  Pages(seen, title, page).Run(painter, [&] {
+    if (first.isNull()) first = page.copy();
+    page.fill(Qt::white);
+  });
+  return first.isNull() ? page : first;
 }
 
 void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QWidget* parent) {

@@ -29,7 +29,6 @@ constexpr std::size_t kMostCopied = 5000000;  // fields that are copied at once
 TableView::TableView(TableItems& items, bool editable)
     : items_(items), editable_(editable), corner_(new QLabel(this)) {
   setObjectName(QStringLiteral("table"));
-  setModel(&items_);
   setAccessibleName(QStringLiteral("Table"));
   setWordWrap(false);
   setMouseTracking(true);
@@ -49,6 +48,8 @@ TableView::TableView(TableItems& items, bool editable)
   horizontalHeader()->setMinimumSectionSize(0);
   corner_->setAttribute(Qt::WA_TransparentForMouseEvents);
   corner_->setContentsMargins(4, 0, 4, 0);
+
+  setModel(&items_);  // last: what is told to the headers later, they tell a million rows
 
   QObject::connect(horizontalHeader(), &QHeaderView::sectionClicked, this,
                    [this](int section) { SortByHeader(section); });

@@ -79,4 +79,14 @@ TEST_F(BrowserTool, ShowsTheButtonsItIsToldTo) {
   EXPECT_FALSE(Model().ShowsButton(ui::ResultToolModel::kClose));
 }
 
+TEST_F(BrowserTool, AFollowedLinkIsTraced) {
+  AddResult("a\nmodel Engine v3");
+  ui::TableModel& table = *Model().Current();
+  table.modelFormat = "model %n v%v";
+  table.showsLinks = true;
+  table.linkActivated(*table.LinkAt(0, 0));
+  EXPECT_EQ(Trace().back(),
+            "TavShrinkExpandBrowserObjects#::LinkActivated(\"model\", \"Engine\", \"\", \"3\")");
+}
+
 }  // namespace
