@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFile>
+#include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -88,15 +89,15 @@ void Render(const QString& folder, Theme theme, const char* look) {
   pictures.Take(window, "start");
 
   // The script asks a question in the end.
-  QTimer look;
-  QObject::connect(&look, &QTimer::timeout, [&] {
+  QTimer watch;
+  QObject::connect(&watch, &QTimer::timeout, [&] {
     QWidget* const dialog = QApplication::activeModalWidget();
     if (!dialog) return;
-    look.stop();
+    watch.stop();
     pictures.Take(window, "running");
     dialog->close();
   });
-  look.start(100);
+  watch.start(100);
   window.Run();
   window.findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
   pictures.Take(window, "ended");
@@ -113,9 +114,9 @@ void Render(const QString& folder, Theme theme, const char* look) {
 
   editor.SetText(QString::fromUtf8(kScript));
   window.GetConsole().Clear();
-  QTest::keyClick(&editor, Qt::Key_H, Qt::ControlModifier);
+  window.activateWindow();
   window.Find().Open(true);
-  QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("total"));
+  QTest::keyClicks(window.findChild<QLineEdit*>(QStringLiteral("find")), QStringLiteral("total"));
   window.Find().FindNext(false);
   pictures.Take(window, "find");
   window.Find().Close();
