@@ -5,12 +5,12 @@ proc step {name body} {
     update
     puts "$name [expr {[cpu] - $before}]"
 }
-# User and system time of this process, seconds.
+# Processor time of this process, seconds.
 proc cpu {} {
-    set file [open /proc/self/stat]
-    set fields [lrange [split [lindex [split [read $file] ")"] end]] 12 13]
+    set file [open /proc/self/schedstat]
+    set nanoseconds [lindex [read $file] 0]
     close $file
-    expr {([lindex $fields 0] + [lindex $fields 1]) / 100.0}
+    expr {$nanoseconds / 1e9}
 }
 lassign $argv window count
 update

@@ -263,7 +263,10 @@ std::string_view TreeListBoxModel::ColumnText(Handle item, long column) const {
 }
 
 TreeListBoxModel::Handle TreeListBoxModel::Next(Handle item) const {
-  if (!nodes_[item].children.empty()) return Children(item).front();
+  return nodes_[item].children.empty() ? NextBeside(item) : Children(item).front();
+}
+
+TreeListBoxModel::Handle TreeListBoxModel::NextBeside(Handle item) const {
   while (item != kRoot) {
     const Handle parentItem = nodes_[item].parent;
     const std::vector<Handle>& siblings = Children(parentItem);

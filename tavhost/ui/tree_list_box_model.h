@@ -86,6 +86,8 @@ class TreeListBoxModel final : public ModalModel {
   // The item below in a walk from top to bottom through all items; kNone behind the last. Begin
   // with kRoot.
   Handle Next(Handle item) const;
+  // The same, passing over what lies below the item itself.
+  Handle NextBeside(Handle item) const;
   std::size_t SelectedCount() const { return selectedCount_; }
   std::vector<Handle> Selected() const;  // from top to bottom
 

@@ -70,6 +70,21 @@ TEST_F(QtTree, CtrlASelectsAllWhereSeveralCanBe) {
   EXPECT_EQ(Selected(tree), (std::vector<int>{1, 11, 12, 2, 21, 3}));
 }
 
+TEST_F(QtTree, CtrlALeavesWhatLiesInClosedParentsAsItIs) {
+  for (const bool checkBoxes : {false, true}) {
+    auto options = Multiple();
+    options.checkBoxes = checkBoxes;
+    TreeListBoxModel tree{options};
+    Fill(tree);
+    tree.Expand(tree.Find(1), true);
+    Run(tree, [](QDialog& dialog) {
+      QTest::keyClick(&View(dialog), Qt::Key_A, Qt::ControlModifier);
+      Button(dialog, "ok").click();
+    });
+    EXPECT_EQ(Selected(tree), (std::vector<int>{1, 11, 12, 2, 3}));
+  }
+}
+
 TEST_F(QtTree, AFilterShowsMatchesAndWhatLiesAboveThem) {
   TreeListBoxModel tree{Multiple()};
   Fill(tree);

@@ -244,17 +244,19 @@ void TreeListBoxView::UpdateButtons() {
   for (const auto& [button, name] : buttons_) button->setEnabled(tree_.IsButtonEnabled(name));
 }
 
+// All that the user can see or scroll to: what a filter hides and what lies in closed parents stays
+// as it is. Given to the view in one piece; the view's own way compares every range with every
+// other.
 void TreeListBoxView::SelectAllShown() {
-  if (!tree_.Rules().checkBoxes) {
-    view_->selectAll();
-    return;
-  }
-  for (Handle item = tree_.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;
-       item = tree_.Next(item)) {
+  for (Handle item = tree_.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;) {
     if (items_.IsShown(item)) tree_.Select(item, true);
+    const bool isOpen = !tree_.IsParent(item) || view_->isExpanded(items_.IndexOf(item));
+    item = isOpen ? tree_.Next(item) : tree_.NextBeside(item);
   }
-  items_.Refresh();
-  view_->viewport()->update();
+  showing_ = true;
+  ShowSelection();
+  showing_ = false;
+  view_->viewport()->update();  // the check boxes too
   UpdateButtons();
 }
 
