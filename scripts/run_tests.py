@@ -135,13 +135,6 @@ def ctest(build):
     return passed, failed or int(code != 0)
 
 
-def rows_not_available():
-    """How many commands are rows of the table without their work yet; said, not failed."""
-    script = ROOT / "tests/count_unavailable.sh"
-    if script.exists():
-        print("  commands not available yet: " + output_of(["sh", script])[1].strip(), flush=True)
-
-
 def fuzz(program, seconds):
     """One fuzzer on its kept corpus; 0 when it found nothing."""
     stem = program.name.removesuffix("_fuzz")
@@ -270,7 +263,6 @@ def main():
             passed, failed = step()
             totals.add(name, passed, failed, time.monotonic() - start)
         if group == "native":
-            rows_not_available()
     if totals.failed_steps:
         print("failed: " + ", ".join(totals.failed_steps))
     print(f"{totals.passed} passed, {totals.failed} failed")
