@@ -7,7 +7,6 @@
 #include <QImage>
 #include <QPainter>
 #include <QProcess>
-#include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
@@ -16,6 +15,7 @@
 #include "tavhost/sv/stop.h"
 #include "tavhost/ui/posted_work.h"
 #include "tavhost/ui/qt/drawing_view.h"
+#include "tavhost/ui/qt/fusion_style.h"
 #include "tavhost/ui/qt/percentage_window_view.h"
 #include "tavhost/ui/qt/qt_toolkit.h"
 #include "tavhost/ui/qt/result_tool_view.h"
@@ -148,7 +148,7 @@ int RenderLook(const QString& folder, const Look& look) {
   const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
                             &stop::IsRequested, ui::WakeUpDescriptor()};
   ui::QtToolkit toolkit(host, {});
-  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
   if (look.dark) QApplication::setPalette(DarkPalette());
   QTemporaryDir pictures;
   MakePictures(pictures.path());

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "tavhost/ui/qt/fusion_style.h"
 #include "tavhost/ui/qt/remembered_sizes.h"
 #include "tavhost/ui/qt/text.h"
 
@@ -50,6 +51,7 @@ std::unique_ptr<QApplication> MakeApplication() {
   auto application = std::make_unique<QApplication>(argumentCount, arguments);
   application->setApplicationName(QStringLiteral("tavhost"));
   application->setQuitOnLastWindowClosed(false);
+  QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));
   return application;
 }
 
@@ -93,8 +95,8 @@ const char* PictureName(ModalKind kind) {
 
 // Windows that share a remembered size.
 QString SizeName(const ModalModel& window) {
-  const bool isLarge = window.Kind() == ModalKind::kBrowser &&
-                       static_cast<const BrowserModel&>(window).IsLarge();
+  const bool isLarge =
+      window.Kind() == ModalKind::kBrowser && static_cast<const BrowserModel&>(window).IsLarge();
   return (isLarge ? QStringLiteral("large-") : QString()) +
          QString::fromLatin1(PictureName(window.Kind()));
 }
@@ -170,7 +172,8 @@ void QtToolkit::RunModal(ModalModel& window) {
   } else {
     const QString kind = SizeName(window);
     // A size that the script gives comes before one that the user likes.
-    if (const auto remembered = remembered_sizes::Find(kind); remembered && !size && !window.maximized) {
+    if (const auto remembered = remembered_sizes::Find(kind);
+        remembered && !size && !window.maximized) {
       window.size = SV::Size(remembered->width(), remembered->height());
     }
     view->Open(kKeyGuardMilliseconds);

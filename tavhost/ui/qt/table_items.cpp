@@ -41,6 +41,15 @@ QString Described(const Reference& reference) {
   return text;
 }
 
+// Palettes for dark windows often keep the blue of light ones, which cannot be read there.
+QColor LinkColor() {
+  const QPalette palette = QApplication::palette();
+  const QColor link = palette.color(QPalette::Link);
+  constexpr int kMiddle = 128;
+  const bool isDark = palette.color(QPalette::Base).lightness() < kMiddle;
+  return isDark && link.lightness() <= kMiddle ? QColor(0x6c, 0xae, 0xf5) : link;
+}
+
 }  // namespace
 
 Qt::Alignment AlignmentOf(TableAlignment alignment) {
@@ -170,7 +179,7 @@ QVariant TableItems::data(const QModelIndex& index, int role) const {
     }
     case Qt::ForegroundRole:
       if (!table_->LinkAt(row, column)) break;
-      return QApplication::palette().brush(QPalette::Link);
+      return QBrush(LinkColor());
     case Qt::FontRole: {
       if (!table_->LinkAt(row, column)) break;
       QFont font;

@@ -65,6 +65,9 @@ void TreeListBoxView::SetUpTree() {
   const TreeListBoxModel::Options& rules = tree_.Rules();
   view_->setObjectName(QStringLiteral("tree"));
   view_->setUniformRowHeights(true);
+  // Room for two images side by side.
+  const int side = view_->style()->pixelMetric(QStyle::PM_SmallIconSize);
+  view_->setIconSize(QSize(side * 2 + 2, side));
   view_->setModel(&items_);
   view_->setHeaderHidden(true);
   view_->setAllColumnsShowFocus(true);

@@ -2,8 +2,9 @@
 
 #include <QApplication>
 #include <QStyle>
-#include <QStyleFactory>
 #include <optional>
+
+#include "tavhost/ui/qt/fusion_style.h"
 
 namespace ui::workbench_view {
 
@@ -65,12 +66,12 @@ void Apply(Theme theme) {
   if (theme == current) return;
   current = theme;
   if (theme == Theme::kSystem) {
-    QApplication::setStyle(QStyleFactory::create(system.style));
+    QApplication::setStyle(MakeStyle(system.style));
     QApplication::setPalette(system.palette);
     return;
   }
   // The one style that follows a palette everywhere.
-  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  QApplication::setStyle(MakeStyle(QStringLiteral("fusion")));
   QApplication::setPalette(Palette(theme == Theme::kDark));
 }
 
