@@ -1,6 +1,7 @@
 #include "tavhost/app/host.h"
 
 #include "host/dialog/app_work_window.h"
+#include "tavhost/app/client_answers.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
@@ -67,14 +68,16 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
     exitCode = kExitUsage;
     return false;
   }
+  const auto answersOrClient = std::make_shared<ClientAnswers>(answers_);
   ui::HeadlessOptions headless;
   if (options.screen) headless.screen = *options.screen;
   headless.printer = options.printer;
   headless.quiet = options.quiet;
-  headless.answers = answers_;
+  headless.answers = answersOrClient;
   if (!options.quiet) headless.print = Print;
   if (!options.quiet && IsErrorTerminal()) headless.showStatus = ShowStatus;
-  const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder, answers_};
+  const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder,
+                              answersOrClient};
   if (isAuto) {
     ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
     return true;

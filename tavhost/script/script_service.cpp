@@ -67,7 +67,9 @@ std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType 
 }
 
 void ForgetEnded() {
-  std::erase_if(ending, [](const auto& service) { return service->server->HasEnded(); });
+  std::erase_if(ending, [](const auto& service) {
+    return service->server->HasEnded() && !service->queue.IsRunning();
+  });
 }
 
 bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType type) {
@@ -138,6 +140,13 @@ void ServeUntilStopped() {
     ui::CurrentToolkit().ProcessEvents();
   }
 }
+
+bool AsksClient() {
+  const Queue* const queue = Queue::Running();
+  return queue && queue->AsksClient();
+}
+
+void AskClient(Question& question) { Queue::Running()->Ask(question); }
 
 void SetServingRequest(bool serving) {
   SetRefusedCommand(serving && !hostOptions.allowCrash ? "CRASH" : nullptr);

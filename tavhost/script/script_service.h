@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 // The script service as the host around it sees it. All on the user-interface thread, except where
@@ -28,6 +29,25 @@ std::string TokenFilePath();
 void RunWaitingRequests();
 // Serves until the service is stopped or a stop is asked for.
 void ServeUntilStopped();
+
+// A window that the client of a request answers.
+class Question {
+ public:
+  virtual ~Question() = default;
+
+  // The window as a JSON object with the id.
+  virtual std::string Json(const std::string& id) const = 0;
+  // Ends the window by an element of an answers file. What does not fit is told in the result, and
+  // the window is then as it was.
+  virtual std::optional<std::string> Take(const std::string& answer) = 0;
+};
+
+// Whether the client of the request that runs answers its windows.
+bool AsksClient();
+// Sends the question as the reply of the request and waits for an answer that fits; the reply to
+// that is the next one of the request. Throws stop::Stopped, the request made, when none comes in
+// time or the script or the service is stopped.
+void AskClient(Question& question);
 
 // While a request is carried out, commands it may not give are refused.
 void SetServingRequest(bool serving);

@@ -159,4 +159,10 @@ std::string ErrorJson(const std::string& error) {
   return Finished("{\"variables\":{}", "", &error);
 }
 
+std::string QuestionJson(std::string_view output, const std::string& question) {
+  std::string json = Finished("{\"variables\":{}", output, nullptr);
+  json.pop_back();
+  return json + ",\"question\":" + question + '}';
+}
+
 }  // namespace script::service

@@ -15,5 +15,7 @@ std::string ReplyJson(const kel::Value& record, std::string_view output, const s
 std::string ReplyJson(const kel::Scope& variables, std::string_view output,
                       const std::string* error);
 std::string ErrorJson(const std::string& error);
+// The reply of a script that waits for an answer; the question is a JSON object.
+std::string QuestionJson(std::string_view output, const std::string& question);
 
 }  // namespace script::service

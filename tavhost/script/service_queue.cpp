@@ -11,7 +11,6 @@
 #include "tavhost/script/runner.h"
 #include "tavhost/script/script_service.h"
 #include "tavhost/script/service_json.h"
-#include "tavhost/sv/stop.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace script::service {
@@ -24,16 +23,104 @@ SV::String ToString(const std::string& text) {
   return SV::String(text.data(), static_cast<long>(text.size()));
 }
 
-std::string StoppedText(const Job& job) {
-  return job.abandoned ? "the client left" : "the script was stopped";
+Queue* runningQueue = nullptr;
+
+}  // namespace
+
+void Send(const std::shared_ptr<Job>& job, Reply reply) {
+  if (!job) return;
+  const auto send = std::exchange(job->reply, nullptr);
+  send(std::move(reply));
 }
 
-std::string RunScript(const Job& job, stop::Reason& reason) {
-  std::string output;
+bool Queue::Add(std::shared_ptr<Job> job) {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || waiting_.size() >= limit_) return false;
+  waiting_.push_back(std::move(job));
+  if (!announced_) {
+    announced_ = true;
+    ui::Post(RunWaitingRequests);
+  }
+  return true;
+}
+
+void Queue::Abandon(Job& job) {
+  const std::lock_guard lock(mutex_);
+  if (waiter_.get() == &job) {
+    clientLeft_ = true;
+    stop::Request(stop::Reason::kUser);
+    ui::WakeUp();
+  } else {
+    job.abandoned = true;
+  }
+}
+
+void Queue::Close() {
+  std::deque<std::shared_ptr<Job>> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    dropped.swap(waiting_);
+  }
+  for (const auto& job : dropped) Send(job, {200, ErrorJson("the service ends")});
+  ui::WakeUp();
+}
+
+void Queue::Run() {
+  while (true) {
+    std::shared_ptr<Job> job;
+    {
+      const std::lock_guard lock(mutex_);
+      announced_ = false;
+      if (running_ || waiting_.empty() || IsScriptRunning() || stop::IsRequested()) return;
+      job = std::move(waiting_.front());
+      waiting_.pop_front();
+      if (job->abandoned) continue;
+      running_ = job;
+      waiter_ = job;
+      announced_ = true;  // the rest follows in this loop
+    }
+    RunJob(job);
+  }
+}
+
+Queue* Queue::Running() { return runningQueue; }
+
+void Queue::RunJob(const std::shared_ptr<Job>& job) {
+  output_.clear();
+  notAnswered_.clear();
+  runningQueue = this;
+  SetServingRequest(true);
+  stop::Reason reason = stop::Reason::kNone;
+  Reply reply;
+  reply.json = job->kind == Job::Kind::kScript ? RunScript(reason) : RunCommand(reason);
+  SetServingRequest(false);
+  runningQueue = nullptr;
+  std::shared_ptr<Job> waiter;
+  {
+    const std::lock_guard lock(mutex_);
+    running_.reset();
+    waiter.swap(waiter_);
+    // A stop that was not meant for this request alone ends the program around it.
+    if (std::exchange(clientLeft_, false)) {
+      stop::Clear();
+    } else if (reason == stop::Reason::kUser) {
+      stop::Request(reason);
+    }
+  }
+  Send(waiter, std::move(reply));
+}
+
+std::string Queue::StoppedText() const {
+  if (!notAnswered_.empty()) return notAnswered_;
+  return clientLeft_ ? "the client left" : "the script was stopped";
+}
+
+std::string Queue::RunScript(stop::Reason& reason) {
   RunOptions options;
   options.name = kRequestName;
-  options.sinks.print = [&output](std::string_view text) { output += text; };
-  const Outcome outcome = RunText(ToString(job.text), options);
+  options.sinks.print = [this](std::string_view text) { output_ += text; };
+  const Outcome outcome = RunText(ToString(running_->text), options);
   std::string error;
   bool failed = true;
   if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
@@ -42,15 +129,15 @@ std::string RunScript(const Job& job, stop::Reason& reason) {
             ": error: " + at.message;
   } else if (outcome.exitType == TavScriptExitStop) {
     reason = outcome.stopReason;
-    error = StoppedText(job);
+    error = StoppedText();
   } else {
     failed = false;
   }
-  return ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output, failed ? &error : nullptr);
+  return ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr);
 }
 
-std::string RunCommand(const Job& job, stop::Reason& reason) {
-  TavKelParser parser(ToString(job.text));
+std::string Queue::RunCommand(stop::Reason& reason) {
+  TavKelParser parser(ToString(running_->text));
   kel::ParseError parseError;
   if (!kel::ParserAccess::Parse(parser, parseError)) {
     return ErrorJson(std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +
@@ -68,81 +155,13 @@ std::string RunCommand(const Job& job, stop::Reason& reason) {
       error = std::string(result.GetError().View());
     }
   } catch (const stop::Stopped&) {
-    error = StoppedText(job);
+    error = StoppedText();
   } catch (const std::exception& failure) {
     error = name + ": " + failure.what();
   }
   reason = stop::Requested();
   stop::Clear();
   return ReplyJson(kel::Value::Of(variables), "", error.empty() ? nullptr : &error);
-}
-
-}  // namespace
-
-bool Queue::Add(std::shared_ptr<Job> job) {
-  const std::lock_guard lock(mutex_);
-  if (closed_ || waiting_.size() >= limit_) return false;
-  waiting_.push_back(std::move(job));
-  if (!announced_) {
-    announced_ = true;
-    ui::Post(RunWaitingRequests);
-  }
-  return true;
-}
-
-void Queue::Abandon(Job& job) {
-  const std::lock_guard lock(mutex_);
-  job.abandoned = true;
-  if (running_ == &job) {
-    stop::Request(stop::Reason::kUser);
-    ui::WakeUp();
-  }
-}
-
-void Queue::Close() {
-  std::deque<std::shared_ptr<Job>> dropped;
-  {
-    const std::lock_guard lock(mutex_);
-    closed_ = true;
-    dropped.swap(waiting_);
-  }
-  for (const auto& job : dropped) job->reply(ErrorJson("the service ends"));
-}
-
-void Queue::Run() {
-  while (true) {
-    std::shared_ptr<Job> job;
-    {
-      const std::lock_guard lock(mutex_);
-      announced_ = false;
-      if (running_ || waiting_.empty() || IsScriptRunning() || stop::IsRequested()) return;
-      job = std::move(waiting_.front());
-      waiting_.pop_front();
-      if (job->abandoned) continue;
-      running_ = job.get();
-      announced_ = true;  // the rest follows in this loop
-    }
-    RunJob(*job);
-  }
-}
-
-void Queue::RunJob(Job& job) {
-  SetServingRequest(true);
-  stop::Reason reason = stop::Reason::kNone;
-  std::string reply =
-      job.kind == Job::Kind::kScript ? RunScript(job, reason) : RunCommand(job, reason);
-  SetServingRequest(false);
-  {
-    const std::lock_guard lock(mutex_);
-    running_ = nullptr;
-    // A stop that was not meant for this request alone ends the program around it.
-    if (job.abandoned) {
-      stop::Clear();
-    } else if (reason == stop::Reason::kUser) {
-      stop::Request(reason);
-    }
-  }
-  job.reply(std::move(reply));
 }
 
 }  // namespace script::service

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <future>
 #include <list>
@@ -38,12 +39,32 @@ constexpr auto kRequestTime = std::chrono::seconds(30);
 constexpr auto kSendTime = std::chrono::seconds(30);
 constexpr std::size_t kConnectionLimit = 64;
 constexpr char kTokenField[] = "X-Tavhost-Token";
+constexpr char kDialogsField[] = "X-Tavhost-Dialogs";
+constexpr char kQuestionField[] = "X-Tavhost-Question";
+// How long a question may stay unanswered: long enough for a user who reads, looks something up and
+// decides; a client that has gone away must not keep the others waiting much longer.
+constexpr auto kQuestionTime = std::chrono::seconds(300);
+constexpr auto kLongestQuestionTime = std::chrono::seconds(3600);
 
 // A response's status and the words that go with a refusal.
 struct Refusal {
   http::status status;
   const char* text;
 };
+
+// From `ask` or `ask SECONDS`; empty for anything else.
+std::optional<std::chrono::seconds> ReadQuestionTime(std::string_view field) {
+  constexpr std::string_view kAsk = "ask";
+  if (field == kAsk) return kQuestionTime;
+  if (!field.starts_with(kAsk) || field[kAsk.size()] != ' ') return std::nullopt;
+  const std::string_view digits = field.substr(kAsk.size() + 1);
+  unsigned seconds = 0;
+  const auto [at, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+  const std::chrono::seconds time(seconds);
+  if (error != std::errc() || at != digits.data() + digits.size()) return std::nullopt;
+  if (seconds < 1 || time > kLongestQuestionTime) return std::nullopt;
+  return time;
+}
 
 }  // namespace
 
@@ -165,8 +186,9 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     if (request.count(http::field::origin) > 0 && !IsOwnOrigin(request[http::field::origin])) {
       return Refusal{http::status::forbidden, "web pages may not send requests"};
     }
-    if (request.target() != "/script" && request.target() != "/command") {
-      return Refusal{http::status::not_found, "there are /script and /command"};
+    if (request.target() != "/script" && request.target() != "/command" &&
+        request.target() != "/answer") {
+      return Refusal{http::status::not_found, "there are /script, /command and /answer"};
     }
     if (request.method() != http::verb::post) {
       return Refusal{http::status::method_not_allowed, "requests are sent by POST"};
@@ -176,7 +198,21 @@ class Server::Session : public std::enable_shared_from_this<Session> {
         !IsEqualInConstantTime({token.data(), token.size()}, state_.options.token)) {
       return Refusal{http::status::unauthorized, "the token is missing or wrong"};
     }
-    return std::nullopt;
+    return CheckDialogFields(request);
+  }
+
+  static std::optional<Refusal> CheckDialogFields(const http::request<http::string_body>& request) {
+    if (request.target() == "/answer") {
+      if (request.count(kQuestionField) == 1) return std::nullopt;
+      return Refusal{http::status::bad_request, "the question's id is missing"};
+    }
+    const auto count = request.count(kDialogsField);
+    const auto field = request[kDialogsField];
+    if (count == 0 || (count == 1 && ReadQuestionTime({field.data(), field.size()}))) {
+      return std::nullopt;
+    }
+    return Refusal{http::status::bad_request,
+                   "X-Tavhost-Dialogs is ask, or ask and 1 to 3600 seconds"};
   }
 
   bool IsOwnName(beast::string_view host) const {
@@ -225,18 +261,34 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     if (error) return Close();
     auto& request = parser_->get();
     job_ = std::make_shared<Job>();
-    job_->kind = request.target() == "/script" ? Job::Kind::kScript : Job::Kind::kCommand;
     job_->text = std::move(request.body());
-    job_->reply = [self = shared_from_this()](std::string json) {
-      self->state_.SendLater([self, json = std::move(json)]() mutable {
-        self->Answer(http::status::ok, std::move(json), !self->ending_);
+    job_->reply = [self = shared_from_this()](Reply reply) {
+      self->state_.SendLater([self, reply = std::move(reply)]() mutable {
+        self->Answer(static_cast<http::status>(reply.status), std::move(reply.json),
+                     !self->ending_);
       });
     };
     boost::system::error_code ignored;
     timer_.cancel(ignored);  // scripts may take their time
+    if (request.target() == "/answer") return HandAnswerOver();
+    job_->kind = request.target() == "/script" ? Job::Kind::kScript : Job::Kind::kCommand;
+    const auto dialogs = request[kDialogsField];
+    job_->questionTime =
+        ReadQuestionTime({dialogs.data(), dialogs.size()}).value_or(std::chrono::seconds(0));
     if (state_.stopping || !state_.options.queue->Add(job_)) {
       job_.reset();
       return Refuse({http::status::service_unavailable, "too many requests wait"}, true);
+    }
+    WatchClient();
+  }
+
+  // Answers are for the script that runs: they pass by the requests that wait.
+  void HandAnswerOver() {
+    job_->kind = Job::Kind::kAnswer;
+    const auto question = parser_->get()[kQuestionField];
+    job_->question.assign(question.data(), question.size());
+    if (auto refusal = state_.options.queue->Answer(job_)) {
+      return Answer(static_cast<http::status>(refusal->status), std::move(refusal->json), true);
     }
     WatchClient();
   }

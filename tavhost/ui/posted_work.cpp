@@ -36,9 +36,12 @@ void RunPostedWork() {
   running = true;
   for (std::function<void()>& piece : work) piece();
   running = false;
+  // A wait inside the work may have used up the wake-up of what came meanwhile.
+  if (HasPostedWork()) WakeUp();
 }
 
 bool HasPostedWork() {
+  if (running) return false;
   std::lock_guard lock(mutex);
   return !Queue().empty();
 }

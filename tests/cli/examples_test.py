@@ -1,6 +1,8 @@
 """The examples that tell about the host itself."""
 
 import http.server
+import json
+import subprocess
 import threading
 import unittest
 from pathlib import Path
@@ -152,6 +154,48 @@ class ExamplesTest(ProgramTest):
         kept = self.answered("nightly_report", "data", "r.txt", answers=self.file(
             "no.kel", "MESSAGE_BOX button:no\n"))
         self.assertEqual(kept, "kept\n")
+
+    def serve(self):
+        """A running service: its port and its token file."""
+        self.environment["XDG_RUNTIME_DIR"] = str(self.folder)
+        service = self.start("serve", "--port", "0", stderr=subprocess.DEVNULL)
+        self.addCleanup(service.stdout.close)
+        self.addCleanup(service.wait, 20)
+        self.addCleanup(service.terminate)
+        port = service.stdout.readline().decode().strip().rpartition(":")[2]
+        return port, service.stdout.readline().decode().strip().removeprefix("token file: ")
+
+    def client(self, name, *arguments, stdin=""):
+        environment = {**self.environment, "no_proxy": "127.0.0.1", "NO_PROXY": "127.0.0.1"}
+        return subprocess.run([str(EXAMPLES / name), *arguments], input=stdin, text=True,
+                              capture_output=True, cwd=self.folder, env=environment, timeout=30)
+
+    def test_service_clients(self):
+        port, token_file = self.serve()
+        size = {"variables": {"w": 1920, "h": 1080}, "output": "", "error": None}
+        for name in ("service_client.py", "service_client.sh"):
+            with self.subTest(name):
+                done = self.client(name, port, token_file, "GET_DISPLAY_SIZE")
+                self.assertEqual((done.returncode, done.stderr), (0, ""), done)
+                self.assertEqual(json.loads(done.stdout), size)
+
+    def test_service_client_answers_dialogs(self):
+        port, token_file = self.serve()
+        self.file("ask.tav", 'EDITBOX title:"Names" "Ada"\nprint text\n'
+                             'QUERYBOX "Is that right?" yes-no-cancel\nprint endbutton\n'
+                             'INFOBOX "Done"\n')
+        done = self.client("service_client.py", port, token_file, "ask.tav",
+                           stdin='EDIT_BOX text:"Grace"\nmaybe\nno\n\n')
+        self.assertEqual(done.returncode, 0, done)
+        self.assertEqual(json.loads(done.stdout)["output"], "Grace\nno\n")
+        for part in ("--- Names ---\nAda\nbuttons: ok, cancel\n", "Is that right?\n",
+                     "there is no button maybe; there are: yes, no, cancel\n",
+                     "Enter for MESSAGE_BOX button:ok:\n"):
+            self.assertIn(part, done.stderr)
+        self.file("fail.tav", "print missing\n")
+        failed = self.client("service_client.py", port, token_file, "fail.tav")
+        self.assertEqual(failed.returncode, 1, failed)
+        self.assertIn("request:1:7: error", json.loads(failed.stdout)["error"])
 
     def test_answers_fit_their_scripts(self):
         for answers in sorted(EXAMPLES.glob("*.answers")):

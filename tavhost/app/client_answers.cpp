@@ -1,0 +1,51 @@
+#include "tavhost/app/client_answers.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tavhost/script/script_service.h"
+#include "tavhost/ui/headless/answer.h"
+#include "tavhost/ui/headless/answer_fitting.h"
+#include "tavhost/ui/headless/window_json.h"
+
+namespace app {
+
+namespace {
+
+constexpr char kAnswerName[] = "answer";  // stands for a file's name in what is wrong with it
+
+class WindowQuestion final : public script::service::Question {
+ public:
+  explicit WindowQuestion(ui::ModalModel& window) : window_(window) {}
+
+  std::string Json(const std::string& id) const override { return ui::WindowJson(window_, id); }
+
+  std::optional<std::string> Take(const std::string& text) override {
+    std::vector<ui::Answer> answers;
+    std::string error;
+    if (!ui::ParseAnswers(kAnswerName, text, answers, error)) {
+      while (error.ends_with('\n')) error.pop_back();
+      return error;
+    }
+    if (answers.size() != 1) return "one element answers a window";
+    return ui::ApplyAnswer(answers.front(), window_);
+  }
+
+ private:
+  ui::ModalModel& window_;
+};
+
+}  // namespace
+
+bool ClientAnswers::AnswersWindows() const {
+  return script::service::AsksClient() || others_->AnswersWindows();
+}
+
+void ClientAnswers::Answer(ui::ModalModel& window) {
+  if (!script::service::AsksClient()) return others_->Answer(window);
+  WindowQuestion question(window);
+  script::service::AskClient(question);
+}
+
+}  // namespace app
