@@ -181,7 +181,7 @@ class ExamplesTest(ProgramTest):
 
     def test_service_client_answers_dialogs(self):
         port, token_file = self.serve()
-        self.file("ask.tav", 'EDITBOX title:"Names" "Ada"\nprint text\n'
+        self.file("ask.tav", 'EDITBOX title:"Names" text:"Ada"\nprint text\n'
                              'QUERYBOX "Is that right?" yes-no-cancel\nprint endbutton\n'
                              'INFOBOX "Done"\n')
         done = self.client("service_client.py", port, token_file, "ask.tav",

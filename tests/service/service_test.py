@@ -396,6 +396,202 @@ class Order(unittest.TestCase):
         self.assertNotIn(b"\x1b", log)
 
 
+class Dialogs(Case):
+    """Dialogs that the client of a request answers."""
+
+    def ask(self, text, path="/script", seconds=20):
+        return self.service.post(path, text, headers={"X-Tavhost-Dialogs": f"ask {seconds}"})[1]
+
+    def answer(self, reply, text, **more):
+        return self.service.post("/answer", text, headers={
+            "X-Tavhost-Question": reply["question"]["id"]}, **more)
+
+    def finish(self, reply, text):
+        status, final = self.answer(reply, text)
+        self.assertEqual((status, final["error"]), (200, None))
+        self.assertNotIn("question", final)
+        return final
+
+    def test_message_box(self):
+        reply = self.ask('print "before"\nQUERYBOX "Go on?" yes-no-cancel def-no\nprint endbutton')
+        question = reply.pop("question")
+        self.assertEqual(reply, {"variables": {}, "output": "before\n", "error": None})
+        identifier = question.pop("id")
+        self.assertRegex(identifier, "^[0-9a-f]{32}$")
+        self.assertEqual(question, {
+            "window": "MESSAGE_BOX", "title": "Question", "kind": "query", "text": "Go on?",
+            "buttons": [{"name": "yes", "label": "Yes"}, {"name": "no", "label": "No"},
+                        {"name": "cancel", "label": "Cancel"}],
+            "default": "no", "answer": "MESSAGE_BOX button:no"})
+        self.service.post("/answer", "MESSAGE_BOX", headers={"X-Tavhost-Question": identifier})
+
+    def test_every_kind(self):
+        table = 'content:"Name;Mass\\nPiston;2.5"'
+        cases = [
+            ('INFOBOX "é"', "MESSAGE_BOX", {"text": "é", "kind": "info"}, "MESSAGE_BOX", {}),
+            ('VIEWBOX text:"long"', "VIEW_BOX", {"text": "long"}, "VIEW_BOX", {}),
+            ('EDITBOX text:"a"', "EDIT_BOX", {"text": "a"}, 'EDIT_BOX text:"b"', {"text": "b"}),
+            ('EDITFIELD caption:"Name" text:"a"', "EDIT_FIELD", {"caption": "Name", "text": "a"},
+             'EDIT_FIELD text:"Ada"', {"text": "Ada"}),
+            ('LISTBOX entries:"a b c"', "LIST_BOX",
+             {"entries": ["a", "b", "c"], "multiple": False}, 'LIST_BOX select:"c"',
+             {"endbutton": "ok"}),
+            ('FILE_DIALOG open', "FILE_DIALOG", {"save": False}, 'FILE_DIALOG path:"x.txt"', {}),
+            ('DIRECTORY_DIALOG', "DIRECTORY_DIALOG", {}, 'DIRECTORY_DIALOG path:"here"', {}),
+            ('IMAGE_PREVIEW_DLG', "IMAGE_DIALOG", {"path": ""}, 'IMAGE_DIALOG path:"a.png"',
+             {"files": "db:\\a.png"}),
+            ('TLB_CREATE title:"T"\nTLB_INSERT id:1 text:"top" is-parent:1\n'
+             'TLB_INSERT id:2 parentid:1 text:"leaf"\nTLB_SHOW', "TREE_LIST_BOX",
+             {"items": [{"id": 1, "parent": None, "text": "top", "selectable": True,
+                         "selected": False},
+                        {"id": 2, "parent": 1, "text": "leaf", "selectable": True,
+                         "selected": False}]}, "TREE_LIST_BOX select:(2)", {"endbutton": "ok"}),
+            (f"BROWSER {table}", "BROWSER",
+             {"columns": ["Name", "Mass"], "rows": [["Piston", "2.5"]], "row-count": 1},
+             "BROWSER", {"ecode": 0}),
+            (f"EDIT_BROWSER {table}", "EDIT_BROWSER", {"rows": [["Piston", "2.5"]]},
+             'EDIT_BROWSER cells:{ CELL row:1 column:2 text:"2.6" }',
+             {"text": "Name;Mass\nPiston;2.6"}),
+        ]
+        for text, window, shown, answer, results in cases:
+            with self.subTest(window):
+                reply = self.ask(text)
+                self.assertIsNone(reply["error"])
+                question = reply["question"]
+                self.assertEqual(question["window"], window)
+                self.assertEqual({**question, **shown}, question)
+                self.assertTrue(question["answer"].startswith(window))
+                variables = self.finish(reply, answer)["variables"]
+                self.assertEqual({**variables, **results}, variables)
+
+    def test_an_answer_that_does_not_fit_leaves_the_question_open(self):
+        reply = self.ask('QUERYBOX "?" yes-no\nprint endbutton')
+        for wrong, wanted in [
+                ("MESSAGE_BOX button:ok", "there is no button ok; there are: yes, no, cancel"),
+                ("LIST_BOX", "LIST_BOX does not answer a MESSAGE_BOX"),
+                ("MESSAGE_BOX button:(", "answer:1:"), ("NOTHING", "there is no window NOTHING"),
+                ("", "one element answers a window"),
+                ("MESSAGE_BOX; MESSAGE_BOX", "one element answers a window")]:
+            with self.subTest(wrong):
+                status, refusal = self.answer(reply, wrong)
+                self.assertEqual(status, 400)
+                self.assertIn(wanted, refusal["error"])
+        self.assertEqual(self.finish(reply, "MESSAGE_BOX button:no")["output"], "no\n")
+
+    def test_who_may_answer(self):
+        reply = self.ask('INFOBOX "?"')
+        self.assertEqual(self.answer(reply, "MESSAGE_BOX", token="0" * 32)[0], 401)
+        self.assertEqual(self.service.post("/answer", "MESSAGE_BOX")[0], 400)
+        self.assertEqual(self.service.post("/answer", "MESSAGE_BOX", headers={
+            "X-Tavhost-Question": "0" * 32})[0], 404)
+        self.assertEqual(self.service.post("/answer", "MESSAGE_BOX", headers={
+            "X-Tavhost-Question": ""})[0], 404)
+        self.finish(reply, "MESSAGE_BOX")
+        self.assertEqual(self.answer(reply, "MESSAGE_BOX")[0], 409)
+
+    def test_the_header(self):
+        for bad in ["yes", "ask 0", "ask 3601", "ask -1", "ask 5 5", "asking", ""]:
+            with self.subTest(bad):
+                self.assertEqual(self.service.post("/script", "x = 1", headers={
+                    "X-Tavhost-Dialogs": bad})[0], 400)
+
+    def test_questions_in_a_row_and_output(self):
+        reply = self.ask('print 1\nINFOBOX "a"\nprint 2\nEDITFIELD caption:"b"\nprint text')
+        first = reply["question"]["id"]
+        status, reply = self.answer(reply, "MESSAGE_BOX")
+        self.assertEqual((status, reply["output"]), (200, "1\n2\n"))
+        self.assertEqual(reply["question"]["window"], "EDIT_FIELD")
+        self.assertNotEqual(reply["question"]["id"], first)
+        self.assertEqual(self.finish(reply, 'EDIT_FIELD text:"x"')["output"], "1\n2\nx\n")
+
+    def test_a_command_asks_too(self):
+        reply = self.ask('QUERYBOX "?" ok-cancel', path="/command")
+        self.assertEqual(self.finish(reply, "MESSAGE_BOX button:cancel")["variables"],
+                         {"endbutton": "cancel"})
+
+    def test_without_the_header_nothing_asks(self):
+        reply = self.service.post("/script", 'INFOBOX "?"')[1]
+        self.assertEqual(reply["error"], "the script was stopped")
+        self.assertNotIn("question", reply)
+
+    def test_others_wait_for_the_answer(self):
+        reply = self.ask('INFOBOX "?"\nprint "asked"')
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            other = pool.submit(self.service.post, "/script", "x = 1")
+            time.sleep(0.3)
+            self.assertFalse(other.done())
+            self.assertEqual(self.finish(reply, "MESSAGE_BOX")["output"], "asked\n")
+            self.assertEqual(other.result()[1]["variables"]["x"], 1)
+
+    def test_no_answer_in_time(self):
+        begin = time.monotonic()
+        reply = self.ask('INFOBOX "?"', seconds=1)
+        self.assertAlive()  # behind it
+        self.assertTrue(0.9 < time.monotonic() - begin < 6)
+        status, late = self.answer(reply, "MESSAGE_BOX")
+        self.assertEqual(status, 410)
+        self.assertEqual(late["error"], "the window was not answered within 1 seconds; "
+                                        "the script was stopped")
+
+    def test_a_client_that_leaves_after_its_answer_stops_the_script(self):
+        reply = self.ask('INFOBOX "?"\nwhile 1 { }')
+        body = b"MESSAGE_BOX"
+        connection = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
+        connection.sendall(self.service.head("/answer", extra=[
+            f"Content-Length: {len(body)}", "X-Tavhost-Question: " + reply["question"]["id"]]) +
+            b"\r\n" + body)
+        time.sleep(0.3)
+        connection.close()
+        begin = time.monotonic()
+        self.assertAlive()
+        self.assertLess(time.monotonic() - begin, 2)
+
+    def test_the_service_ends_while_a_question_is_open(self):
+        service = Service()
+        self.addCleanup(service.stop)
+        service.post("/script", 'INFOBOX "?"', headers={"X-Tavhost-Dialogs": "ask"})
+        service.process.send_signal(signal.SIGINT)
+        self.assertEqual(service.process.wait(timeout=5), 130)
+
+    def test_a_script_that_stops_the_service_asks_no_more(self):
+        service = Service()
+        self.addCleanup(service.stop)
+        reply = service.post("/script", 'SERVICE stop\nINFOBOX "?"\nprint "never"',
+                             headers={"X-Tavhost-Dialogs": "ask"})[1]
+        self.assertEqual((reply["output"], reply["error"]),
+                         ("", "the service ended before the window was answered"))
+        self.assertEqual(service.process.wait(timeout=5), 0)
+
+    def test_a_service_that_a_script_started(self):
+        with tempfile.TemporaryDirectory() as folder:
+            script = os.path.join(folder, "serve.tav")
+            with open(script, "w") as file:
+                file.write("SERVICE start port:(int(args[0]))\nprint ecode\n")
+            with socket.create_server(("127.0.0.1", 0)) as free:
+                port = free.getsockname()[1]
+            process = subprocess.Popen([*program, "run", script, str(port)],
+                                       env={**os.environ, "XDG_RUNTIME_DIR": folder},
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            self.addCleanup(process.stdout.close)
+            self.addCleanup(process.wait, 10)
+            self.addCleanup(process.send_signal, signal.SIGINT)
+            self.assertEqual(process.stdout.readline().strip(), b"0")
+            with open(token_path(port, folder)) as file:
+                token = file.read().strip()
+
+            def post(path, text, **headers):
+                connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+                connection.request("POST", path, text, {"X-Tavhost-Token": token, **headers})
+                reply = json.loads(connection.getresponse().read())
+                connection.close()
+                return reply
+            asked = post("/script", 'QUERYBOX "?" yes-no\nprint endbutton',
+                         **{"X-Tavhost-Dialogs": "ask"})
+            done = post("/answer", "MESSAGE_BOX button:no",
+                        **{"X-Tavhost-Question": asked["question"]["id"]})
+            self.assertEqual(done["output"], "no\n")
+
+
 class FullQueue(unittest.TestCase):
     def test_busy(self):
         with tempfile.TemporaryDirectory() as folder:
