@@ -11,8 +11,7 @@ void Post(std::function<void()> work);
 // Runs what was posted before the call; what that work posts itself waits for the next time.
 // A call from inside posted work does nothing. On the user-interface thread only.
 void RunPostedWork();
-// Whether RunPostedWork has something to run; not inside posted work, where it does nothing.
-bool HasPostedWork();
+bool HasPostedWork();  // false inside posted work, where RunPostedWork does nothing
 
 // Ends a wait for events, a present one or the next. From any thread and from a signal handler.
 void WakeUp() noexcept;
