@@ -52,6 +52,23 @@ TEST_F(PostedWork, WorkPostedByWorkWaitsForTheNextTime) {
   EXPECT_EQ(ran, 1);
 }
 
+TEST_F(PostedWork, AWaitInsideWorkIsNoBusyLoopAndLosesNoWakeUp) {
+  int ran = 0;
+  std::chrono::milliseconds waited{};
+  ui::Post([&] {
+    ui::Post([&ran] { ++ran; });
+    EXPECT_FALSE(ui::HasPostedWork());
+    toolkit_->ProcessEvents();  // uses up the wake-up
+    waited = WaitTime(60);
+  });
+  toolkit_->ProcessEvents();
+  EXPECT_GE(waited, std::chrono::milliseconds(50));
+  EXPECT_EQ(ran, 0);
+  EXPECT_LT(WaitTime(10000), std::chrono::milliseconds(1000));
+  toolkit_->ProcessEvents();
+  EXPECT_EQ(ran, 1);
+}
+
 TEST_F(PostedWork, WaitsForItsTimeWhenNothingHappens) {
   EXPECT_GE(WaitTime(60), std::chrono::milliseconds(50));
 }
