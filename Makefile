@@ -19,8 +19,8 @@ build: setup  ## the host and the plug-in, in build/
 	$(call build_preset,release)
 
 .PHONY: demo
-demo: build  ## a script on real input, through the real plug-in
-	build/bin/tavhost run examples/demo.tav README.md CHANGELOG.md
+demo: build  ## a script on real input through the real plug-in, then one with dialogs
+	@scripts/demo
 
 .PHONY: test
 test: setup-test build $(if $(X86_64),windows-build) fuzz-build  ## everything that must pass, in some minutes
