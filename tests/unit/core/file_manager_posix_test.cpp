@@ -20,8 +20,8 @@ class FileManager : public ScratchFolder {
  protected:
   void SetUp() override {
     ScratchFolder::SetUp();
-    std::filesystem::create_directory("work");
-    std::filesystem::current_path("work");
+    std::filesystem::create_directory("here");
+    std::filesystem::current_path("here");
     database_area::SetFolder("../area");
     program_path::Set("");
   }
@@ -167,9 +167,9 @@ TEST_F(FileManager, RenameNeverReplaces) {
 }
 
 TEST_F(FileManager, RelativeNamesAreResolvedAgainstTheProgramPath) {
-  EXPECT_EQ(Tav_GetProgramPathFilename("x"), (folder_ + "/work/x").c_str());
+  EXPECT_EQ(Tav_GetProgramPathFilename("x"), (folder_ + "/here/x").c_str());
   program_path::Set("../scripts");
-  EXPECT_EQ(Tav_GetProgramPathFilename("x"), (folder_ + "/work/../scripts/x").c_str());
+  EXPECT_EQ(Tav_GetProgramPathFilename("x"), (folder_ + "/here/../scripts/x").c_str());
   program_path::Set("/opt/scripts");
   EXPECT_EQ(Tav_GetProgramPathFilename("sub\\x"), "/opt/scripts/sub\\x");
   for (const char* name : {"/x", "\\x", "C:\\x", "db:\\x", "DB:/..", ""}) {
@@ -315,7 +315,7 @@ TEST_F(DatabaseArea, AFolderOfAnyNameHoldsIt) {
   EXPECT_TRUE(WriteWhole("db:\\x", "1"));
   EXPECT_EQ(ReadBack("db:\\x"), "1");
   EXPECT_TRUE(std::filesystem::exists(folder_ + "/odd * name\\x?/0/x"));
-  database_area::SetFolder(folder_ + "/work/file");
+  database_area::SetFolder(folder_ + "/here/file");
   Write("file", "");
   EXPECT_FALSE(WriteWhole("db:\\x", "1"));
   Names names;
