@@ -43,14 +43,12 @@ soak: build  ## every dialog 10,000 times; the script service under load for an 
 	tests/service/service_test.py --seconds $(or $(SOAK_SECONDS),3600) Soak
 
 .PHONY: bench
-bench:  ## measurements beside tclsh, lua and python3
+bench:  ## measurements beside what one would take instead
 	@scripts/setup --bench
 	$(call configured,bench)
 	$(call build_preset,bench)
 	$(call build_preset,release)
-	@set -e; for program in build-bench/bin/*_bench; do $$program; done
-	@set -e; for script in bench/*_bench.py; do python3 $$script; done
-	@if [ -x bench/run ]; then bench/run; fi
+	@bench/run
 
 .PHONY: windows
 windows: setup-windows windows-build  ## the Windows build, in build-windows/

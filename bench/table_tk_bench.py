@@ -52,7 +52,7 @@ def main():
     if not OURS.exists():
         missing.append(str(OURS))
     if missing:
-        print(f"table_tk: not there: {', '.join(missing)}", file=sys.stderr)
+        print(f"table_tk_bench: not there: {', '.join(missing)}", file=sys.stderr)
         return 0
     with tempfile.TemporaryDirectory() as folder:
         text = Path(folder, "table.csv")
