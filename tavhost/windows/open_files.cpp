@@ -6,8 +6,10 @@
 namespace windows {
 
 namespace {
-std::vector<FileId> openFiles;  // few; a file stands in it as often as it is open
-}
+// Few; a file stands in it as often as it is open. Never destroyed: what a script forgets to close
+// is closed when the program ends, after all of the objects here.
+std::vector<FileId>& openFiles = *new std::vector<FileId>;
+}  // namespace
 
 void RememberOpenFile(FileId file) { openFiles.push_back(file); }
 

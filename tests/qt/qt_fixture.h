@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -23,8 +24,8 @@ inline ui::ModuleHost TestModuleHost() {
 // application object.
 class QtTest : public testing::Test {
  protected:
-  static constexpr int kGuard =
-      400;  // by then keys are taken, however long the dialog takes to come up
+  static constexpr int kGuard = 300;  // milliseconds; by then a dialog takes keys
+  static constexpr int kPatience = 30000;
 
   void SetUp() override { stop::Clear(); }
   void TearDown() override { stop::Clear(); }
@@ -34,13 +35,20 @@ class QtTest : public testing::Test {
     return toolkit;
   }
 
-  // Runs the window and calls `act` with its dialog, when it takes keys.
+  // Runs the window and calls `act` with its dialog, that long after it has come up.
   static void Run(ui::ModalModel& model, const std::function<void(QDialog&)>& act,
                   int afterMilliseconds = kGuard) {
     Toolkit();
     model.Begin();
-    QTimer::singleShot(afterMilliseconds, [&act, &model] {
+    QElapsedTimer waiting;
+    QElapsedTimer up;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
       auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      if (!dialog && waiting.elapsed() < kPatience) return;
+      if (dialog && !up.isValid()) up.start();
+      if (dialog && up.elapsed() < afterMilliseconds) return;
+      timer.stop();
       if (dialog) {
         act(*dialog);
       } else {
@@ -48,6 +56,8 @@ class QtTest : public testing::Test {
         model.End("cancel");
       }
     });
+    waiting.start();
+    timer.start(afterMilliseconds == 0 ? 0 : 5);
     Toolkit().RunModal(model);
   }
 };
