@@ -149,10 +149,10 @@ class QtDocks : public QtOutput {
 };
 
 TEST_F(QtDocks, AToolIsADockAtItsSide) {
+  Text text;
   ui::ToolDocks docks(window, bench);
   window.resize(800, 600);
   window.show();
-  Text text;
   Tool& log = bench.Add("log", &text.model, 0);
   bench.SetLocation(log, {ToolSide::kBottom, 1, 0});
   bench.SetTitle(log, "Log & more");
@@ -225,11 +225,11 @@ TEST_F(QtDocks, SizesAreThoseOfTheSide) {
 }
 
 TEST_F(QtDocks, AReplacedToolIsAnotherDock) {
+  Text one;
+  Text other;
   ui::ToolDocks docks(window, bench);
   int closed = 0;
   docks.closing = [&closed](QDockWidget&) { ++closed; };
-  Text one;
-  Text other;
   bench.SetVisible(bench.Add("log", &one.model, 0), true);
   one.Add("one");
   bench.SetVisible(bench.Add("log", &other.model, 0), true);

@@ -88,6 +88,9 @@ TablePanel::TablePanel(TableModel& table, bool editable)
   ShowTable();
 }
 
+// The grid asks for its items until it is gone.
+TablePanel::~TablePanel() { delete view_; }
+
 QWidget* TablePanel::MakeSearchBar() {
   auto* const bar = new QWidget;
   bar->setObjectName(QStringLiteral("search bar"));

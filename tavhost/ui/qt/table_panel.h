@@ -14,6 +14,7 @@ namespace ui {
 class TablePanel final : public QWidget {
  public:
   TablePanel(TableModel& table, bool editable);
+  ~TablePanel() override;
 
   TableItems& Items() { return items_; }
   TableView& View() { return *view_; }
