@@ -161,19 +161,22 @@ bool EditorTabs::SaveAll() {
   return true;
 }
 
+bool EditorTabs::MayLose(EditorPage& page, const QString& occasion) {
+  if (!page.IsModified()) return true;
+  setCurrentWidget(&page);
+  QMessageBox box(QMessageBox::Question, occasion,
+                  QStringLiteral("Save the changes to %1?").arg(page.Title()),
+                  QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+  box.setDefaultButton(QMessageBox::Save);
+  const int answer = box.exec();
+  if (answer == QMessageBox::Cancel) return false;
+  return answer != QMessageBox::Save || Save(page);
+}
+
 bool EditorTabs::ClosePage(int index) {
   EditorPage* const page = PageAt(index);
   if (!page) return false;
-  if (page->IsModified()) {
-    setCurrentIndex(index);
-    QMessageBox box(QMessageBox::Question, QStringLiteral("Close"),
-                    QStringLiteral("Save the changes to %1?").arg(page->Title()),
-                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
-    box.setDefaultButton(QMessageBox::Save);
-    const int answer = box.exec();
-    if (answer == QMessageBox::Cancel) return false;
-    if (answer == QMessageBox::Save && !Save(*page)) return false;
-  }
+  if (!MayLose(*page, QStringLiteral("Close"))) return false;
   removeTab(indexOf(page));
   page->deleteLater();
   if (count() == 0) New();
@@ -184,15 +187,7 @@ bool EditorTabs::ClosePage(int index) {
 
 bool EditorTabs::MayClose() {
   for (EditorPage* const page : Pages()) {
-    if (!page->IsModified()) continue;
-    setCurrentWidget(page);
-    QMessageBox box(QMessageBox::Question, QStringLiteral("Quit"),
-                    QStringLiteral("Save the changes to %1?").arg(page->Title()),
-                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
-    box.setDefaultButton(QMessageBox::Save);
-    const int answer = box.exec();
-    if (answer == QMessageBox::Cancel) return false;
-    if (answer == QMessageBox::Save && !Save(*page)) return false;
+    if (!MayLose(*page, QStringLiteral("Quit"))) return false;
   }
   return true;
 }

@@ -49,6 +49,8 @@ class EditorTabs final : public QTabWidget {
   std::function<void(const QString& text)> failed;      // what could not be done
 
  private:
+  // Asks about changes that are not saved, and saves them if told to; false: the page is to stay.
+  bool MayLose(EditorPage& page, const QString& occasion);
   EditorPage* Add(EditorPage* page);
   EditorPage* NewPage();
   void ShowState();

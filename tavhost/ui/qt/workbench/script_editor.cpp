@@ -565,6 +565,11 @@ void ScriptEditor::ToggleComment() {
       text.remove(at, text.mid(at, 2) == QLatin1String("# ") ? 2 : 1);
     }
   }
+  ReplaceLines(lines, texts);
+}
+
+// What was selected stays so.
+void ScriptEditor::ReplaceLines(QTextCursor lines, const QStringList& texts) {
   const int begin = lines.selectionStart();
   const bool hadSelection = textCursor().hasSelection();
   const QString joined = texts.join(QLatin1Char('\n'));
@@ -593,14 +598,7 @@ void ScriptEditor::ChangeIndent(bool deeper) {
       text.remove(0, 1);
     }
   }
-  const int begin = lines.selectionStart();
-  const bool hadSelection = textCursor().hasSelection();
-  const QString joined = texts.join(QLatin1Char('\n'));
-  lines.insertText(joined);
-  if (!hadSelection) return;
-  lines.setPosition(begin);
-  lines.setPosition(begin + static_cast<int>(joined.size()), QTextCursor::KeepAnchor);
-  setTextCursor(lines);
+  ReplaceLines(lines, texts);
 }
 
 void ScriptEditor::DuplicateLines() {

@@ -88,6 +88,7 @@ class ScriptEditor final : public QPlainTextEdit {
   void InsertCompletion(const QString& word);
   QString WordBeforeCursor() const;
   QTextCursor SelectedLines() const;
+  void ReplaceLines(QTextCursor lines, const QStringList& texts);
 
   EditorHelp help_;
   Margin* margin_;
