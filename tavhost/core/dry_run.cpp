@@ -11,6 +11,7 @@
 #include "host/sv/dir_entry.h"
 #include "host/windows/windows.h"
 #include "tavhost/script/message.h"
+#include "tavhost/sv/dir_entry_style.h"
 #include "tavhost/sv/trace.h"
 
 #undef GetObject  // a macro of the Windows headers, a member of TavScriptResult
@@ -23,24 +24,33 @@ SV::String ToString(const std::string& text) {
 
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
-// Absolute, in the system's style, without `.` and separators that are there twice.
+// Absolute, in the system's style, without `.`, `..` and separators that are there twice.
 std::string Full(const std::string& path) {
   SV::DirEntry entry(ToString(path));
   entry.ToAbs();
   const SV::String written = entry.GetFull();
-  const std::string_view full = written.View();
+  std::string_view rest = written.View();
   std::string result;
-  for (std::size_t i = 0; i < full.size(); ++i) {
-    const bool isDot = full[i] == '.' && !result.empty() && IsSeparator(result.back()) &&
-                       (i + 1 == full.size() || IsSeparator(full[i + 1]));
-    const bool isTwice = IsSeparator(full[i]) && result.size() > 1 && IsSeparator(result.back());
-    if (!isDot && !isTwice) result += full[i];
+  while (!rest.empty()) {
+    // A component with the separator before it.
+    std::size_t end = 1;
+    while (end < rest.size() && !IsSeparator(rest[end])) ++end;
+    const std::string_view piece = rest.substr(0, end);
+    rest.remove_prefix(end);
+    const bool isShare = dir_entry::kSeparator == '\\' && result.empty();
+    const std::string_view name = piece.substr(IsSeparator(piece[0]) ? 1 : 0);
+    if (name == "..") {
+      result.erase(std::min(result.find_last_of("/\\"), result.size()));
+    } else if (name != "." && (!name.empty() || isShare)) {
+      result += piece;
+    }
   }
-  if (result.size() > 1 && IsSeparator(result.back())) result.pop_back();
+  if (result.empty() || result.back() == ':') result += dir_entry::kSeparator;
   return result;
 }
 
-char Folded(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+// As the system orders names.
+char Folded(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
 std::string FoldedText(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), Folded);
@@ -52,7 +62,7 @@ std::pair<std::string, std::string> Parted(const std::string& path) {
   std::string full = Full(path);
   const std::size_t slash = full.find_last_of("/\\");
   if (slash == std::string::npos) return {"", full};
-  return {full.substr(0, slash), full.substr(slash + 1)};
+  return {full.substr(0, slash == 0 ? 1 : slash), full.substr(slash + 1)};
 }
 
 // `*` and `?` without regard to case; `*.*` matches every name.
@@ -80,7 +90,15 @@ bool Matches(std::string_view pattern, std::string_view name) {
   return p == pattern.size();
 }
 
-bool IsDots(const std::string& name) { return name == "." || name == ".."; }
+bool IsDots(std::string_view name) { return name == "." || name == ".."; }
+
+// What ends in `.` or `..` finds a directory by a name that leads to it by no path.
+bool HidesItsName(std::string_view pattern) {
+  return IsDots(pattern.substr(pattern.find_last_of("/\\") + 1));
+}
+
+// Names of other systems may hold what no path can.
+bool IsNameable(const std::string& name) { return name.find_first_of("\\*?") == std::string::npos; }
 
 std::string FolderOf(const std::string& pattern) {
   std::string folder(SV::DirEntry(ToString(pattern)).GetPath().GetFull().View());
@@ -146,7 +164,7 @@ DryRun::Entry DryRun::EntryAt(const std::string& path) const {
     if (found != inFolder->second.end()) return found->second;
   }
   const DWORD attributes = GetFileAttributesA(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return {name, Kind::kNone, false};
+  if (attributes == INVALID_FILE_ATTRIBUTES) return {name, Kind::kNone};
   const bool isLink = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
   const bool isDirectory = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   return {name,
@@ -165,6 +183,15 @@ void DryRun::Put(const std::string& path, Entry entry) {
 std::vector<DryRun::Entry> DryRun::List(const std::string& pattern, bool& matches) const {
   std::vector<Entry> entries;
   matches = false;
+  if (pattern.empty() || IsSeparator(pattern.back())) return entries;
+  if (HidesItsName(pattern)) {
+    Entry own = EntryAt(pattern);
+    matches = own.kind == Kind::kDirectory && !own.name.empty() &&
+              EntryAt(FolderOf(pattern)).kind != Kind::kNone;
+    own.isElsewhere = true;
+    if (matches) entries.push_back(own);
+    return entries;
+  }
   WIN32_FIND_DATAA data;
   const HANDLE search = FindFirstFileA(pattern.c_str(), &data);
   const auto [folder, mask] = Parted(pattern);
@@ -199,9 +226,23 @@ std::vector<DryRun::Entry> DryRun::List(const std::string& pattern, bool& matche
     });
   }
   // A directory that would be new is there to be searched.
-  if (mask == "*" && EntryAt(folder).kind == Kind::kDirectory) matches = true;
+  if ((Matches(mask, ".") || Matches(mask, "..")) && EntryAt(folder).kind == Kind::kDirectory) {
+    matches = true;
+  }
   matches = matches || !entries.empty();
   return entries;
+}
+
+namespace {
+
+constexpr const char* kUnreachable = "no path leads to what has this name";
+constexpr const char* kIsInside = "it lies in the directory that is to go there";
+constexpr const char* kIsCurrent = "it is the current directory";
+
+}  // namespace
+
+bool DryRun::IsReachable(const Entry& entry) {
+  return !entry.isElsewhere && IsNameable(entry.name);
 }
 
 bool DryRun::Delete(const std::string& pattern) {
@@ -211,9 +252,11 @@ bool DryRun::Delete(const std::string& pattern) {
   const std::string folder = FolderOf(pattern);
   for (const Entry& entry : entries) {
     const std::string path = folder + entry.name;
+    if (!IsReachable(entry)) return Fail(path, kUnreachable);
     if (entry.kind == Kind::kDirectory) {
       const bool hasEntries = !List(AllIn(path), matches).empty();
       if (hasEntries && !Delete(AllIn(path))) return false;
+      if (Full(path) == Full(".")) return Fail(path, kIsCurrent);
       Say("delete the directory", path);
     } else {
       // A search need not tell what only this asks for.
@@ -235,6 +278,8 @@ bool DryRun::Copy(const std::string& pattern, const std::string& target, CopyFla
   if (!matches) return Fail(pattern, "nothing matches");
   const std::string folder = FolderOf(pattern);
   for (const Entry& entry : entries) {
+    if (!IsNameable(entry.name)) return Fail(folder + entry.name, kUnreachable);
+    if (entry.isElsewhere && IsWithin(target, pattern)) return Fail(target, kIsInside);
     if (!CopyEntry(folder + entry.name, target + '\\' + entry.name, entry, flags)) return false;
   }
   return true;
@@ -244,13 +289,16 @@ bool DryRun::CopyEntry(const std::string& from, const std::string& to, const Ent
                        CopyFlags flags) {
   const Entry present = EntryAt(to);
   if (entry.kind == Kind::kDirectory) {
+    if (Full(to) != Full(from) && IsWithin(to, from)) return Fail(to, kIsInside);
     if (present.kind == Kind::kNone) {
-      if (IsWithin(to, from)) return Fail(to, "it lies in the directory that is copied");
       Say("create the directory", to);
-      Put(to, {{}, Kind::kDirectory, false});
+      Put(to, {{}, Kind::kDirectory});
     } else if (!flags.fillFolders) {
       return Fail(to, "it exists");
+    } else if (present.kind == Kind::kDirectoryLink) {
+      return Fail(to, "it is a link");
     }
+    if (entry.isElsewhere) return Fail(from, kUnreachable);
     return Copy(AllIn(from), to, flags);
   }
   if (present.kind == Kind::kDirectory) return Fail(to, "it is a directory");
@@ -274,6 +322,8 @@ bool DryRun::Move(const std::string& pattern, const std::string& target) {
   if (!matches) return Fail(pattern, "nothing matches");
   const std::string folder = FolderOf(pattern);
   for (const Entry& entry : entries) {
+    if (!IsNameable(entry.name)) return Fail(folder + entry.name, kUnreachable);
+    if (entry.isElsewhere && IsWithin(target, pattern)) return Fail(target, kIsInside);
     if (!MoveEntry(folder + entry.name, target + '\\' + entry.name, entry)) return false;
   }
   return true;
@@ -293,10 +343,12 @@ bool DryRun::MoveEntry(const std::string& from, const std::string& to, const Ent
     }
     return true;
   }
-  if (IsWithin(to, from)) return Fail(to, "it lies in the directory that is moved");
+  if (IsWithin(to, from)) return Fail(to, kIsInside);
   Say("create the directory", to);
-  Put(to, {{}, Kind::kDirectory, false});
+  Put(to, {{}, Kind::kDirectory});
+  if (entry.isElsewhere) return Fail(from, kUnreachable);
   if (!Move(AllIn(from), to)) return false;
+  if (Full(from) == Full(".")) return Fail(from, kIsCurrent);
   Say("delete the directory", from);
   Put(from, {});
   return true;

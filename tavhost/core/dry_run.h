@@ -14,8 +14,8 @@
 // Stands before the plug-ins and takes COPY_FILES, MOVE_FILES and DELETE_FILES: tells what each
 // would do, step by step, and does none of it. What earlier ones would have done counts for later
 // ones. Everything else is carried out. Works on the same functions of the system as the commands
-// do, so on every platform. Not foreseen are a disk that is full, a right that is missing, and that
-// two paths reach the same entry through a link.
+// do, so on every platform. Not foreseen are a disk that is full, a right that is missing, a file
+// that FWRITE holds open, a pipe or device, and that two paths reach the same entry through a link.
 class DryRun : public script::CommandProvider {
  public:
   // `report` takes lines, each with its line feed.
@@ -33,6 +33,7 @@ class DryRun : public script::CommandProvider {
     std::string name;
     Kind kind = Kind::kNone;
     bool isReadOnly = false;
+    bool isElsewhere = false;  // its name, put behind the pattern's folder, does not lead to it
   };
   struct CopyFlags {
     bool keepFiles = false;
@@ -50,6 +51,7 @@ class DryRun : public script::CommandProvider {
   // search itself finds nothing, not even `.`.
   std::vector<Entry> List(const std::string& pattern, bool& matches) const;
   Entry EntryAt(const std::string& path) const;
+  static bool IsReachable(const Entry& entry);
   void Put(const std::string& path, Entry entry);
 
   void Say(const char* what, const std::string& path);

@@ -12,7 +12,7 @@ from program import ProgramTest
 CASES = int(os.environ.get("TAVHOST_DRY_RUN_CASES", "40"))
 STEP = re.compile(r"would (delete the directory|create the directory|delete|move|"
                   r"copy, replacing what is there,|copy) (.*)")
-NAMES = ["a", "b", "c.txt", "d.txt", "E.txt", "f.tmp"]
+NAMES = ["a", "b", "c.txt", "d.txt", "E.txt", "f.tmp", "_g.txt"]
 
 
 def snapshot(top):
@@ -50,8 +50,10 @@ def make_script(rng):
     lines = []
     for _ in range(rng.randint(1, 4)):
         source = rng.choice(["from\\\\*", "from\\\\*.txt", "from/a", "from/*.*", "from/b/*", "to/*",
-                             "from/?.t*", "from\\\\a\\\\*.tmp", "*", "from"])
-        target = rng.choice(["to", "to\\\\a", "to/b", "from/a", "to/c.txt", "new", "."])
+                             "from/?.t*", "from\\\\a\\\\*.tmp", "*", "from", "to/a/*.*", "to/.*",
+                             "from/a/../*", "from/.", "from/a/..", "to/b/??", "."])
+        target = rng.choice(["to", "to\\\\a", "to/b", "from/a", "to/c.txt", "new", ".", "to/../from",
+                             "to/a/.."])
         flags = "".join(rng.choice(["", " " + flag])
                         for flag in ("no-overwrite", "overwrite-existing-dir"))
         lines.append(rng.choice([f'COPY_FILES "{source}" to:"{target}"{flags}',
@@ -89,6 +91,25 @@ def carry_out(plan, top):
 
 
 class DryRunTest(ProgramTest):
+    def compare(self, name, top, script):
+        """Runs a script in `top` both ways; the number of steps that the plan has."""
+        script = self.file(f"{name}.tav", script)
+        before = snapshot(top)
+        planned = self.run_program("run", "--dry-run", f"../{script}", cwd=top)
+        self.assertEqual((planned.err, planned.code), ("", 0))
+        self.assertEqual(snapshot(top), before, "a dry run does nothing")
+        # The real thing runs under the same paths, the plan is then carried out there too.
+        shutil.copytree(top, str(top) + ".kept", symlinks=True)
+        real = self.run_program("run", f"../{script}", cwd=top)
+        effect = snapshot(top)
+        shutil.rmtree(top)
+        os.rename(str(top) + ".kept", top)
+        text = Path(self.folder, script).read_text() + planned.out
+        codes = carry_out(planned.out, top)
+        self.assertEqual(codes, real.out.split(), text)
+        self.assertEqual(snapshot(top), effect, text)
+        return len(planned.out.splitlines()) - len(codes)
+
     def test_plan_equals_effect(self):
         steps = 0
         for seed in range(CASES):
@@ -98,23 +119,57 @@ class DryRunTest(ProgramTest):
                 for name in ("from", "to"):
                     (top / name).mkdir(parents=True)
                     make_tree(rng, top / name)
-                script = self.file(f"s{seed}.tav", make_script(rng))
-                before = snapshot(top)
-                planned = self.run_program("run", "--dry-run", f"../{script}", cwd=top)
-                self.assertEqual((planned.err, planned.code), ("", 0))
-                self.assertEqual(snapshot(top), before, "a dry run does nothing")
-                # The real thing runs under the same paths, the plan is then carried out there too.
-                shutil.copytree(top, str(top) + ".kept", symlinks=True)
-                real = self.run_program("run", f"../{script}", cwd=top)
-                effect = snapshot(top)
-                shutil.rmtree(top)
-                os.rename(str(top) + ".kept", top)
-                codes = carry_out(planned.out, top)
-                steps += len(planned.out.splitlines()) - len(codes)
-                text = Path(self.folder, script).read_text() + planned.out
-                self.assertEqual(codes, real.out.split(), text)
-                self.assertEqual(snapshot(top), effect, text)
+                steps += self.compare(f"s{seed}", top, make_script(rng))
         self.assertGreater(steps, CASES)
+
+    def test_what_scripts_seldom_do(self):
+        cases = {
+            "names in the order of the system": (
+                ["from/_a", "from/B", "from/c", "to/B"],
+                'COPY_FILES "to/*" to:"from" no-overwrite\nprint ecode\n'
+                'COPY_FILES "from/*" to:"to" no-overwrite\nprint ecode\n'
+                'DELETE_FILES "from/B"\nprint ecode\nMOVE_FILES "from/*" to:"to"\nprint ecode'),
+            "the current directory's own name": (
+                ["own/own/x", "own/y"],
+                'SET_CWD path:"own"\nDELETE_FILES "."\nprint ecode\n'
+                'COPY_FILES "." to:"own"\nprint ecode\n'
+                'SET_CWD path:".."\nDELETE_FILES "own\\\\."\nprint ecode\n'
+                'MOVE_FILES "own\\\\own\\\\.." to:"own/own"\nprint ecode'),
+            "a directory by a dot": (
+                ["d/x", "to/y"],
+                'COPY_FILES "d\\\\." to:"to"\nprint ecode\nMOVE_FILES "d\\\\." to:"to"\nprint ecode\n'
+                'DELETE_FILES "d\\\\."\nprint ecode'),
+            "names that no path can hold": (
+                ["a/x*y", "a/z", "b/u\\v", "c/d*e/f", "b/u/v", "to/w"],
+                'DELETE_FILES "a/*"\nprint ecode\nCOPY_FILES "a" to:"to"\nprint ecode\n'
+                'COPY_FILES "a/?*" to:"to" overwrite-existing-dir\nprint ecode\n'
+                'MOVE_FILES "b/*" to:"to"\nprint ecode\nDELETE_FILES "b"\nprint ecode\n'
+                'COPY_FILES "c" to:"to" overwrite-existing-dir\nprint ecode\n'
+                'DELETE_FILES "c/*"\nprint ecode'),
+            "the current directory itself": (
+                ["here/x", "here/sub/y", "to/z"],
+                'SET_CWD path:"here"\nDELETE_FILES "../here"\nprint ecode\n'
+                'MOVE_FILES "../here" to:"../to"\nprint ecode'),
+            "a directory that would be new": (
+                ["from/a/x", "from/b/y", "to/x"],
+                'COPY_FILES "from" to:"to"\nprint ecode\n'
+                'DELETE_FILES "to/from/a/x"\nprint ecode\nDELETE_FILES "to/from/a/*.*"\nprint ecode\n'
+                'DELETE_FILES "to/from/a/.*"\nprint ecode\nDELETE_FILES "to/from/a/*.q"\nprint ecode\n'
+                'DELETE_FILES "to/from/a/?"\nprint ecode'),
+            "two spellings of one place": (
+                ["a/x", "b/y", "c/z"],
+                'COPY_FILES "a/x" to:"b/../a"\nprint ecode\nMOVE_FILES "a\\\\x" to:"a/../b/"\nprint ecode\n'
+                'COPY_FILES "b/x" to:"c"\nprint ecode\nDELETE_FILES "c/../b/x"\nprint ecode\n'
+                'DELETE_FILES "b/x"\nprint ecode\nCOPY_FILES "a" to:"a/../a"\nprint ecode\n'
+                'COPY_FILES "../two/c" to:"a"\nprint ecode'),
+        }
+        for number, (title, (files, script)) in enumerate(cases.items()):
+            with self.subTest(title):
+                top = self.folder / ("two" if title.startswith("two") else f"case{number}")
+                for name in files:
+                    (top / name).parent.mkdir(parents=True, exist_ok=True)
+                    (top / name).write_text(name)
+                self.compare(f"case{number}", top, script + "\n")
 
     def test_a_plan(self):
         self.file("from/a.txt", "a")
