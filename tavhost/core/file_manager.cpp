@@ -59,7 +59,10 @@ bool Copy(const char* from, const char* to, long fromLibraryId, long toLibraryId
   const Target source(from, fromLibraryId);
   const Target target(to, toLibraryId);
   if (!source.IsValid() || !target.IsValid() || !target.IsFree()) return false;
-  if (target.IsInArea() && !database_area::MakeLibrary(toLibraryId)) return false;
+  if (target.IsInArea() &&
+      (!disk::IsFile(source.Name()) || !database_area::MakeLibrary(toLibraryId))) {
+    return false;
+  }
   return disk::Copy(source.Name(), target.Name(), copyAttributes);
 }
 

@@ -152,7 +152,7 @@ bool Replace(Name from, Name to) {
 
 ReadCode Read(Name name, SV::String& contents) {
   const Location location(name);
-  if (!location.IsFilePath()) return kNotFound;
+  if (!location.IsFilePath()) return IsTakenByOther(name) ? kUnreadable : kNotFound;
   const Descriptor file = Open(location, O_RDONLY);
   if (!file.IsOpen()) {
     const bool isMissing = errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG;

@@ -70,8 +70,14 @@ TEST_F(FileManager, ReadTellsWhyItFailed) {
   EXPECT_EQ(ReadBack("missing/x"), "error 1");
   EXPECT_EQ(ReadBack(""), "error 1");
   EXPECT_EQ(ReadBack("d"), "error 2");
+  EXPECT_EQ(ReadBack("d\\"), "error 2");
+  EXPECT_EQ(ReadBack("d/."), "error 2");
   EXPECT_EQ(ReadBack("pipe"), "error 2");
   Write("file", "");
+  EXPECT_EQ(ReadBack("file\\"), "error 1");
+  EXPECT_EQ(ReadBack("file\\x"), "error 1");
+  EXPECT_EQ(ReadBack("fil?"), "error 1");
+  EXPECT_EQ(ReadBack("C:\\file"), "error 1");
   std::filesystem::resize_file("file", 0x7FFFFFFFull + 1);
   EXPECT_EQ(ReadBack("file"), "error 4");
   SV::String contents("old");
@@ -239,6 +245,10 @@ TEST_F(DatabaseArea, EveryLibraryHasAFolderOfItsOwn) {
   EXPECT_EQ(ReadBack("db:\\copy"), "from disk");
   EXPECT_TRUE(TavFileManager::fileCopy("x", "out", 5, -1, false));
   EXPECT_EQ(Read("out"), "five");
+  EXPECT_FALSE(TavFileManager::fileCopy("missing", "copy", -1, 8, false));
+  EXPECT_FALSE(ScratchFolder::Exists("../area/8")) << "nothing is made for a copy that fails";
+  EXPECT_FALSE(TavFileManager::fileCopy("local", "copy", -1, -2, false));
+  EXPECT_FALSE(TavFileManager::fileCopy("x", "out", -2, -1, false));
   Names names;
   EXPECT_FALSE(TavFileManager::getAllDBFilesOfDir(-1, names));
   EXPECT_TRUE(TavFileManager::getAllDBFilesOfDir(99, names));

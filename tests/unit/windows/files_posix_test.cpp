@@ -2,11 +2,18 @@
 
 #include <fcntl.h>
 
+#include <type_traits>
+
 #include "host/windows/directories.h"
 #include "tavhost/windows/open_files.h"
 #include "tests/unit/windows/scratch_folder.h"
 
 namespace {
+
+// As wide as they are on Windows, whatever `long` is here.
+static_assert(sizeof(DWORD) == 4 && std::is_unsigned_v<DWORD>);
+static_assert(sizeof(BOOL) == 4 && sizeof(UINT) == 4 && sizeof(LRESULT) == 8);
+static_assert(INVALID_FILE_ATTRIBUTES == 0xFFFFFFFFu);
 
 class Files : public ScratchFolder {};
 
@@ -33,6 +40,68 @@ TEST_F(Files, AttributesTellDirectoriesLinksAndReadOnlyFiles) {
   for (const char* path : {"", "missing", "file\\", "fil*", "C:\\", "file\\x", "\\\\a\\b"}) {
     EXPECT_EQ(GetFileAttributesA(path), INVALID_FILE_ATTRIBUTES) << path;
   }
+}
+
+TEST_F(Files, NoFunctionTakesWhatNamesNothing) {
+  Write("d/file", "x");
+  const int before = CountEntries(".");
+  for (const char* path :
+       {"", "C:\\x", "c:file", "\\\\d\\file", "//d/file", "db:\\file", "d/f*", "?", "d*\\file"}) {
+    EXPECT_EQ(GetFileAttributesA(path), INVALID_FILE_ATTRIBUTES) << path;
+    EXPECT_EQ(DeleteFileA(path), 0) << path;
+    EXPECT_EQ(CreateDirectoryA(path, nullptr), 0) << path;
+    EXPECT_EQ(RemoveDirectoryA(path), 0) << path;
+    EXPECT_EQ(CopyFileA(path, "copy", FALSE), 0) << path;
+    EXPECT_EQ(CopyFileA("d/file", path, FALSE), 0) << path;
+    EXPECT_EQ(MoveFileA(path, "moved"), 0) << path;
+    EXPECT_EQ(MoveFileA("d/file", path), 0) << path;
+    EXPECT_EQ(_chdir(path), -1) << path;
+    EXPECT_EQ(_mkdir(path), -1) << path;
+    EXPECT_EQ(_rmdir(path), -1) << path;
+  }
+  EXPECT_EQ(CountEntries("."), before);
+  EXPECT_EQ(Read("d/file"), "x");
+}
+
+TEST_F(Files, PathsAreTakenInTheTextBeforeTheSystemSeesThem) {
+  Write("d/file", "x");
+  EXPECT_EQ(GetFileAttributesA("none\\..\\d\\\\file"), FILE_ATTRIBUTE_NORMAL);
+  EXPECT_NE(CreateDirectoryA("d\\\\sub//", nullptr), 0);
+  EXPECT_NE(CopyFileA("none/../d/file", "d\\\\sub\\.\\copy", TRUE), 0);
+  EXPECT_NE(MoveFileA("d\\sub\\none\\..\\copy", "d/none/../moved"), 0);
+  EXPECT_EQ(Read("d/moved"), "x");
+  EXPECT_NE(DeleteFileA("d/\\/moved"), 0);
+  EXPECT_EQ(_chdir("d\\none\\..\\sub"), 0);
+  EXPECT_EQ(_chdir("..\\.."), 0);
+  EXPECT_NE(RemoveDirectoryA("d\\sub\\none\\.."), 0);
+  EXPECT_FALSE(Exists("d/sub"));
+}
+
+TEST_F(Files, NamesAreFoundAsTheyAreStored) {
+  Write("Name", "1");
+  Write("dot", "2");
+  Write("dot.", "3");
+  Write("blank ", "4");
+  EXPECT_EQ(GetFileAttributesA("NAME"), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(DeleteFileA("name"), 0);
+  EXPECT_NE(DeleteFileA("dot."), 0);
+  EXPECT_EQ(Read("dot"), "2");
+  EXPECT_EQ(GetFileAttributesA("blank"), INVALID_FILE_ATTRIBUTES);
+  EXPECT_NE(MoveFileA("blank ", "dot."), 0);
+  EXPECT_EQ(Read("dot."), "4");
+}
+
+TEST_F(Files, DirectoriesGetThePermissionsThatTheMaskLeaves) {
+  const mode_t before = umask(027);
+  EXPECT_NE(CreateDirectoryA("d", nullptr), 0);
+  umask(0);
+  EXPECT_EQ(_mkdir("e"), 0);
+  umask(before);
+  struct stat status;
+  stat("d", &status);
+  EXPECT_EQ(status.st_mode & 07777, 0750u);
+  stat("e", &status);
+  EXPECT_EQ(status.st_mode & 07777, 0777u);
 }
 
 TEST_F(Files, DeleteRefusesWhatWindowsRefuses) {
@@ -174,6 +243,32 @@ TEST_F(Files, CopyFailsWithoutCreatingAnything) {
   EXPECT_EQ(Read("locked"), "y");
 }
 
+TEST_F(Files, CopyTakesAHeldFileButDoesNotReplaceIt) {
+  Write("held", "held");
+  Write("other", "other");
+  const auto held = IdOfFile("held");
+  windows::RememberOpenFile(held);
+  EXPECT_EQ(CopyFileA("other", "held", FALSE), 0);
+  EXPECT_NE(CopyFileA("held", "copy", FALSE), 0);
+  windows::ForgetOpenFile(held);
+  EXPECT_EQ(Read("copy"), "held");
+  EXPECT_EQ(Read("held"), "held");
+  EXPECT_NE(CopyFileA("other", "held", FALSE), 0);
+  EXPECT_EQ(Read("held"), "other");
+}
+
+TEST_F(Files, AFileHeldTwiceIsFreeWhenItIsLetGoTwice) {
+  Write("held", "");
+  const auto held = IdOfFile("held");
+  windows::RememberOpenFile(held);
+  windows::RememberOpenFile(held);
+  windows::ForgetOpenFile(held);
+  EXPECT_EQ(DeleteFileA("held"), 0);
+  windows::ForgetOpenFile(held);
+  EXPECT_FALSE(windows::AreFilesOpen());
+  EXPECT_NE(DeleteFileA("held"), 0);
+}
+
 TEST_F(Files, CopyKeepsAReadOnlyFileReadOnly) {
   Write("locked", "y");
   chmod("locked", 0444);
@@ -249,11 +344,20 @@ TEST_F(Files, MoveGoesToAnotherFileSystemByCopying) {
   const std::string to = std::string(other) + "/to";
   Write("a", "contents");
   symlink("a", "link");
-  chmod("a", 0640);
+  chmod("a", 0440);
+  const struct timespec times[2] = {{1000, 0}, {2000, 0}};
+  utimensat(AT_FDCWD, "a", times, 0);
   if (IdOfFile(".").device == IdOfFile(other).device) GTEST_SKIP() << "the same file system";
   EXPECT_NE(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(Read(to), "contents");
   EXPECT_FALSE(Exists("a"));
+  struct stat status;
+  stat(to.c_str(), &status);
+  EXPECT_EQ(status.st_mode & 0777, 0440u);
+  EXPECT_EQ(status.st_mtim.tv_sec, 2000);
+  _mkdir("d");
+  EXPECT_EQ(MoveFileA("d", (to + "-directory").c_str()), 0);
+  EXPECT_TRUE(Exists("d"));
   EXPECT_NE(MoveFileA("link", (to + "-link").c_str()), 0);
   EXPECT_FALSE(Exists("link"));
   Write("a", "more");

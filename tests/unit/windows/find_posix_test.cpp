@@ -167,6 +167,37 @@ TEST_F(Find, ClosingAnInvalidHandleIsHarmless) {
   EXPECT_EQ(FindNextFileA(INVALID_HANDLE_VALUE, &data), 0);
 }
 
+TEST_F(Find, OnlyWildcardsPassOverCase) {
+  Write("Name", "");
+  EXPECT_EQ(List("NAME"), "none");
+  EXPECT_EQ(List("N?me"), "Name");
+  EXPECT_EQ(List("nAM*"), "Name");
+}
+
+TEST_F(Find, BracketsInNamesAndPatternsAreThemselves) {
+  Write("[a]", "");
+  Write("a", "");
+  EXPECT_EQ(List("[a]"), "[a]");
+  EXPECT_EQ(List("[a]*"), "[a]");
+  EXPECT_EQ(List("?"), "./*a");
+}
+
+TEST_F(Find, AnOpenSearchDoesNotKeepItsDirectory) {
+  Write("d/a", "");
+  Write("d/b", "");
+  WIN32_FIND_DATAA data;
+  HANDLE search = FindFirstFileA("d\\*", &data);
+  EXPECT_NE(DeleteFileA("d\\a"), 0);
+  EXPECT_NE(DeleteFileA("d\\b"), 0);
+  EXPECT_NE(RemoveDirectoryA("d"), 0);
+  std::string names;
+  while (FindNextFileA(search, &data)) names += data.cFileName;
+  EXPECT_EQ(names, "..ab");
+  EXPECT_EQ(FindNextFileA(search, &data), 0) << "the handle is good until it is closed";
+  EXPECT_NE(FindClose(search), 0);
+  EXPECT_EQ(FindClose(search), 0);
+}
+
 TEST_F(Find, TheSearchedDirectoryMayGoMeanwhile) {
   Write("d/file", "");
   WIN32_FIND_DATAA data;
