@@ -61,6 +61,71 @@ class ExamplesTest(ProgramTest):
                      'SLEEP: parameter "ms" must be an integer, not a string\n'):
             self.assertIn(part, out)
 
+    def test_backup(self):
+        self.file("work/a.txt", "a")
+        self.file("work/sub/deep/b.bin", bytes(range(256)))
+        (self.folder / "work/empty").mkdir()
+        for arguments, target in ((["work"], "work-backup-1"), (["work/"], "work-backup-2"),
+                                  (["work", "kept"], "kept")):
+            with self.subTest(target):
+                self.assertEqual(self.example("backup.tav", *arguments),
+                                 f"2 files in 4 folders copied to {target}\n")
+                self.assertEqual(self.read(f"{target}/a.txt"), "a")
+                self.assertEqual((self.folder / target / "sub/deep/b.bin").read_bytes(),
+                                 bytes(range(256)))
+                self.assertTrue((self.folder / target / "empty").is_dir())
+        self.assertEqual(sorted(path.name for path in (self.folder / "work").iterdir()),
+                         ["a.txt", "empty", "sub"])
+        for arguments, out, code in (([], "usage: backup.tav FOLDER [TARGET]\n", 2),
+                                     (["absent"], "absent is no folder\n", 1),
+                                     (["work", "kept"], "cannot make kept\n", 1),
+                                     (["work", "work/in"], "the copy is not complete; work/in "
+                                                           "holds what was copied\n", 1)):
+            with self.subTest(arguments):
+                self.expect(["run", str(EXAMPLES / "backup.tav"), *arguments], out, code=code)
+        self.assertEqual(self.read("work/a.txt"), "a")
+
+    def test_report(self):
+        self.file("texts/a.txt", "one\ntwo\n")
+        self.file("texts/b.TXT", "no line feed")
+        self.file("texts/empty.txt", "")
+        self.file("texts/c.log", "not of the mask\n")
+        report = str(self.folder / "report.txt")
+        self.assertEqual(self.example("report.tav", "texts", "*.txt", report),
+                         f"written: {report}\n")
+        self.assertEqual(self.read("report.txt"),
+                         "texts: *.txt\n\na.txt: 2 lines, 8 characters\n"
+                         "b.TXT: 1 lines, 12 characters\nempty.txt: 0 lines, 0 characters\n\n"
+                         "in all: 3 lines, 20 characters\n")
+        for arguments, out, code in (([], "usage: report.tav FOLDER [MASK] [REPORT]\n", 2),
+                                     (["texts", "*.none"], "no *.none in texts\n", 1),
+                                     (["texts", "*", str(self.folder / "no/such")],
+                                      f"cannot write {self.folder}/no/such\n", 1)):
+            with self.subTest(arguments):
+                self.expect(["run", str(EXAMPLES / "report.tav"), *arguments], out, code=code)
+
+    def test_rename(self):
+        for name in ("IMG_1.jpg", "IMG_2.JPG", "holiday_2.jpg", "IMG_3.txt"):
+            self.file(f"photos/{name}", name)
+        names = lambda: sorted(path.name for path in (self.folder / "photos").iterdir())
+        before = names()
+        arguments = ["photos", "*.jpg", "IMG_", "holiday_"]
+        self.assertEqual(self.example("rename.tav", *arguments),
+                         "IMG_1.jpg -> holiday_1.jpg\nIMG_2.JPG -> holiday_2.JPG\n")
+        self.assertEqual(names(), before)
+        self.file("photos/holiday_1.jpg", "is there")
+        self.expect(["run", str(EXAMPLES / "rename.tav"), *arguments, "go"],
+                    "not renamed: IMG_1.jpg -> holiday_1.jpg\n1 renamed, 1 not\n", code=1)
+        self.assertEqual(self.read("photos/holiday_1.jpg"), "is there")
+        self.assertEqual(self.read("photos/IMG_1.jpg"), "IMG_1.jpg")
+        self.assertEqual(self.read("photos/holiday_2.JPG"), "IMG_2.JPG")
+        for arguments, out, code in (
+                (["photos"], "usage: rename.tav FOLDER MASK OLD NEW [go]\n", 2),
+                (["photos", "*", "", "x"], "nothing to replace\n", 2),
+                (["absent", "*", "a", "b"], "no * in absent\n", 1)):
+            with self.subTest(arguments):
+                self.expect(["run", str(EXAMPLES / "rename.tav"), *arguments], out, code=code)
+
     def answered(self, name, *arguments, code=0, answers=None):
         """What an example prints with the answers file that belongs to it."""
         answers = answers or str(EXAMPLES / name) + ".answers"

@@ -149,6 +149,18 @@ class Requests(Case):
         self.service.post("/script", "left = 1")
         self.assertNotIn("left", self.service.post("/script", "x = 2")[1]["variables"])
 
+    def test_the_open_file_outlives_its_script(self):
+        first = self.service.post(
+            "/script", 'GET_TEMP_FILENAME\nFWRITE open file:(filename)\nFWRITE text:"one "')[1]
+        self.assertEqual((first["error"], first["variables"]["ecode"]), (None, 0))
+        self.service.post("/script", "x = 1")
+        name = json.dumps(first["variables"]["filename"])
+        second = self.service.post(
+            "/script", f'FWRITE text:"two"\nw = written\nFWRITE close\na = ecode\nFWRITE close\n'
+                       f'b = ecode\nFREAD file:{name}\nFDELETE file:{name}')[1]["variables"]
+        self.assertEqual([second[key] for key in ("w", "a", "b", "text", "ecode")],
+                         [3, 0, 1, "one two", 1])
+
     def test_invalid_utf8_is_replaced(self):
         reply = self.service.post("/script", b'print "a\\xffb"')[1]
         self.assertEqual(reply["output"], "a\ufffdb\n")
