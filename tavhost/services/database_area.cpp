@@ -154,6 +154,7 @@ std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long lib
   const auto stored = FindFile(path, libraryId);
   if (!stored || !MakeLibrary(libraryId)) return nullptr;
   const disk::Name storedName{stored->c_str(), false};
+  if (disk::IsReadOnly(storedName)) return nullptr;
   const std::string folder = LibraryFolder(LibraryOf(libraryId));
   std::string newFile;
   do {
@@ -162,7 +163,10 @@ std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long lib
   const disk::Name newName{newFile.c_str(), false};
   if (append && disk::IsFile(storedName) && !disk::Copy(storedName, newName, false)) return nullptr;
   auto file = disk::OpenForWriting(newName, append);
-  if (!file) return nullptr;
+  if (!file) {
+    disk::Delete(newName);
+    return nullptr;
+  }
   return std::make_unique<AreaFile>(*stored, newFile, std::move(file));
 }
 

@@ -20,6 +20,8 @@ struct Name {
 bool IsFile(Name name);  // links followed; false for directories
 // Something stands there that is no plain file: a directory, a link, a device.
 bool IsTakenByOther(Name name);
+// A file that may be neither replaced nor written to.
+bool IsReadOnly(Name name);
 bool Delete(Name name);
 // Replaces the target whole; a link is followed at the source and replaced at the target.
 bool Copy(Name from, Name to, bool keepAttributes);

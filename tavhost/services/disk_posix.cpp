@@ -128,6 +128,13 @@ bool IsTakenByOther(Name name) {
          !S_ISREG(status.st_mode);
 }
 
+bool IsReadOnly(Name name) {
+  const Location location(name);
+  struct stat status;
+  return location.IsFilePath() && location.GetPlace().Status(status) && S_ISREG(status.st_mode) &&
+         windows::IsReadOnly(status);
+}
+
 bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
 
 bool Copy(Name from, Name to, bool keepAttributes) {
@@ -239,7 +246,8 @@ FolderContents FilesOf(const std::string& folder) {
   DIR* directory = opendir(folder.c_str());
   contents.readable = directory || errno == ENOENT;
   if (!directory) return contents;
-  while (const struct dirent* entry = readdir(directory)) {
+  // Only errno tells the end from a failure.
+  while (const struct dirent* entry = (errno = 0, readdir(directory))) {
     struct stat status;
     const bool isPlain = entry->d_type == DT_REG || (entry->d_type == DT_UNKNOWN &&
                                                      fstatat(dirfd(directory), entry->d_name,
@@ -247,6 +255,7 @@ FolderContents FilesOf(const std::string& folder) {
                                                      S_ISREG(status.st_mode));
     if (isPlain) contents.files.emplace_back(entry->d_name);
   }
+  contents.readable = errno == 0;
   closedir(directory);
   return contents;
 }

@@ -92,8 +92,7 @@ bool MayBeFolder(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES) return Has(attributes, FILE_ATTRIBUTE_DIRECTORY);
   const auto separator = path.find_last_of("\\/");
-  return separator == std::string::npos || separator == 0 ||
-         MayBeFolder(path.substr(0, separator));
+  return separator == std::string::npos || separator == 0 || MayBeFolder(path.substr(0, separator));
 }
 
 }  // namespace
@@ -107,6 +106,8 @@ bool IsTakenByOther(Name name) {
   return Has(Attributes(name),
              FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE);
 }
+
+bool IsReadOnly(Name name) { return Has(Attributes(name), FILE_ATTRIBUTE_READONLY); }
 
 bool Delete(Name name) { return DeleteFileA(name.text) != 0; }
 

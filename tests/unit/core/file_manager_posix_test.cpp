@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include "host/services/core_variables.h"
@@ -85,6 +86,30 @@ TEST_F(FileManager, ReadTellsWhyItFailed) {
   EXPECT_EQ(contents.Len(), 0);
 }
 
+TEST_F(FileManager, WhatMayNotBeReadIsNotTakenForMissing) {
+  Write("secret", "x");
+  Write("closed/file", "x");
+  chmod("secret", 0);
+  chmod("closed", 0);
+  chmod("..", 0755);
+  // Rights do not hold back the superuser.
+  const bool isRoot = geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(seteuid(65534), 0);
+  }
+  const std::string file = ReadBack("secret");
+  const std::string inside = ReadBack("closed/file");
+  WIN32_FIND_DATAA data;
+  const HANDLE search = FindFirstFileA("closed\\*", &data);
+  if (isRoot) {
+    ASSERT_EQ(seteuid(0), 0);
+  }
+  chmod("closed", 0755);
+  EXPECT_EQ(file, "error 2");
+  EXPECT_EQ(inside, "error 2");
+  EXPECT_EQ(search, INVALID_HANDLE_VALUE);
+}
+
 TEST_F(FileManager, ReadsFilesThatDoNotTellTheirSize) {
   EXPECT_NE(ReadBack("/proc/self/status").find("VmRSS"), std::string::npos);
   EXPECT_EQ(ReadBack("/dev/null"), "");
@@ -161,6 +186,50 @@ TEST_F(FileManager, CopyReplacesButNotItself) {
   EXPECT_FALSE(TavFileManager::fileCopy("from", ".\\from", -1, -1, false));
   EXPECT_FALSE(TavFileManager::fileCopy("from", "hard", -1, -1, false));
   EXPECT_EQ(Read("from"), "new");
+}
+
+TEST_F(FileManager, CopyFollowsALinkAtTheSourceAndReplacesOneAtTheTarget) {
+  Write("file", "contents");
+  Write("outside", "keep");
+  ASSERT_EQ(symlink("file", "link"), 0);
+  ASSERT_EQ(symlink("outside", "target"), 0);
+  ASSERT_EQ(symlink("nowhere", "broken"), 0);
+  EXPECT_TRUE(TavFileManager::fileCopy("link", "target", -1, -1, true));
+  EXPECT_FALSE(std::filesystem::is_symlink("target"));
+  EXPECT_EQ(Read("target"), "contents");
+  EXPECT_EQ(Read("outside"), "keep");
+  EXPECT_FALSE(TavFileManager::fileCopy("broken", "copy", -1, -1, false));
+  EXPECT_FALSE(TavFileManager::fileCopy("link", "file", -1, -1, false));
+  EXPECT_EQ(Read("file"), "contents");
+}
+
+TEST_F(FileManager, ATextThatDoesNotFitIsCountedAsFarAsItGoes) {
+  struct rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  struct rlimit small = before;
+  small.rlim_cur = 5;
+  const auto ignored = signal(SIGXFSZ, SIG_IGN);
+  TavFileHandle handle = TavFileManager::fileOpenWrite("file", 2, -1);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const long first = TavFileManager::fileWrite(handle, "abc", 3);
+  const long second = TavFileManager::fileWrite(handle, "defgh", 5);
+  const bool copied = CopyFileA("file", "copy", FALSE) != 0;
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, ignored);
+  EXPECT_TRUE(TavFileManager::fileClose(handle));
+  EXPECT_EQ(first, 3);
+  EXPECT_EQ(second, 2);
+  EXPECT_TRUE(copied);
+  EXPECT_EQ(Read("file"), "abcde");
+  EXPECT_EQ(Read("copy"), "abcde");
+}
+
+TEST_F(FileManager, ANameIsNotCutAtAZeroByte) {
+  Write("file", "x");
+  const SV::String name("file\0x", 6);
+  EXPECT_FALSE(TavFileManager::fileExists(name, -1, false));
+  EXPECT_FALSE(TavFileManager::fileDelete(name, -1));
+  EXPECT_TRUE(Exists("file"));
 }
 
 TEST_F(FileManager, RenameNeverReplaces) {
@@ -284,6 +353,19 @@ TEST_F(DatabaseArea, ALinkInTheAreaIsNoFileOfIt) {
   EXPECT_EQ(Read("../outside"), "keep");
 }
 
+TEST_F(DatabaseArea, AReadOnlyFileIsNotReplaced) {
+  Write("locked", "keep");
+  chmod("locked", 0444);
+  EXPECT_TRUE(TavFileManager::fileCopy("locked", "db:\\x", -1, -1, true));
+  EXPECT_EQ(TavFileManager::fileOpenWrite("db:\\x", 2, -1), 0);
+  EXPECT_EQ(TavFileManager::fileOpenWrite("db:\\X", 2 + 8, -1), 0);
+  EXPECT_FALSE(TavFileManager::fileDelete("db:\\x", -1));
+  EXPECT_FALSE(TavFileManager::fileCopy("db:\\x", "db:\\X", -1, -1, false));
+  EXPECT_EQ(ReadBack("db:\\x"), "keep");
+  EXPECT_TRUE(TavFileManager::fileRename("db:\\x", "db:\\y", -1));
+  EXPECT_EQ(CountEntries("../area"), 2);
+}
+
 TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
   EXPECT_TRUE(WriteWhole("db:\\x", "old"));
   TavFileHandle handle = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
@@ -299,6 +381,50 @@ TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
   EXPECT_TRUE(WriteWhole("db:\\x", " and more", 2 + 8));
   EXPECT_EQ(ReadBack("db:\\x"), "new and more");
   EXPECT_EQ(CountEntries("../area"), 2);
+}
+
+TEST_F(DatabaseArea, AFileThatDoesNotFitLeavesTheOldOne) {
+  EXPECT_TRUE(WriteWhole("db:\\x", "old"));
+  struct rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  struct rlimit small = before;
+  small.rlim_cur = 5;
+  const auto ignored = signal(SIGXFSZ, SIG_IGN);
+  TavFileHandle handle = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const long written = TavFileManager::fileWrite(handle, "new and long", 12);
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, ignored);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(TavFileManager::fileClose(handle));
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("could not be stored"), std::string::npos);
+  EXPECT_EQ(written, 5);
+  EXPECT_EQ(ReadBack("db:\\x"), "old");
+  EXPECT_EQ(CountEntries("../area"), 2) << "nothing is left beside it";
+}
+
+TEST_F(DatabaseArea, EveryFileUnderWayIsHeld) {
+  EXPECT_TRUE(WriteWhole("db:\\x", "1"));
+  EXPECT_TRUE(WriteWhole("db:\\y", "2"));
+  TavFileHandle x = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
+  TavFileHandle y = TavFileManager::fileOpenWrite("db:\\Y", 2, -1);
+  for (const char* name : {"db:\\x", "db:\\y"}) {
+    EXPECT_FALSE(TavFileManager::fileDelete(name, -1)) << name;
+    EXPECT_FALSE(TavFileManager::fileCopy("db:\\x", name, -1, -1, false)) << name;
+    EXPECT_FALSE(TavFileManager::fileRename(name, "db:\\z", -1)) << name;
+  }
+  EXPECT_TRUE(TavFileManager::fileClose(x));
+  EXPECT_TRUE(TavFileManager::fileDelete("db:\\x", -1));
+  EXPECT_FALSE(TavFileManager::fileDelete("db:\\y", -1));
+  EXPECT_TRUE(TavFileManager::fileClose(y));
+  EXPECT_TRUE(TavFileManager::fileDelete("db:\\y", -1));
+}
+
+TEST_F(DatabaseArea, OfSeveralSpellingsTheExactOneCountsThenTheFirst) {
+  for (const char* name : {"ab", "AB", "Ab"}) Write(std::string("../area/0/") + name, name);
+  EXPECT_EQ(ReadBack("db:\\ab"), "ab");
+  EXPECT_EQ(ReadBack("db:\\Ab"), "Ab");
+  EXPECT_EQ(ReadBack("db:\\aB"), "AB");
 }
 
 TEST_F(DatabaseArea, AProcessThatDiesLeavesTheOldFile) {

@@ -319,6 +319,14 @@ TEST_F(Files, MoveOntoItselfAndAChangeOfCaseSucceed) {
   EXPECT_EQ(Read("M1"), "1");
 }
 
+TEST_F(Files, AChangeOfCaseDoesNotReplaceAFileOfThatCase) {
+  Write("m1", "small");
+  Write("M1", "capital");
+  EXPECT_EQ(MoveFileA("m1", "M1"), 0);
+  EXPECT_EQ(Read("m1"), "small");
+  EXPECT_EQ(Read("M1"), "capital");
+}
+
 TEST_F(Files, MoveOntoAHardLinkOfAnotherNameFails) {
   Write("a", "1");
   ASSERT_EQ(link("a", "b"), 0);

@@ -103,8 +103,10 @@ TEST_F(Walk, ALinkWhereADirectoryIsToBeMadeIsNotFilled) {
   EXPECT_EQ(CreateDirectoryA("to\\sub", nullptr), 0);
   EXPECT_EQ(GetFileAttributesA("to\\sub"), INVALID_FILE_ATTRIBUTES);
   EXPECT_EQ(CopyFileA("tree\\sub\\file", "to\\sub\\file", FALSE), 0);
+  EXPECT_EQ(CopyFileA("tree\\sub\\file", "to\\sub", FALSE), 0);
   FindClose(outer);
   EXPECT_EQ(CountEntries("outside"), 0);
+  EXPECT_TRUE(std::filesystem::is_symlink("to/sub"));
 }
 
 TEST_F(Walk, ATreeIsNotCopiedIntoItself) {
