@@ -130,8 +130,27 @@ TEST_F(Walk, AClosedSearchRemembersNothing) {
   HANDLE search = SearchAt("tree\\*", "sub");
   SwapForLink("tree/sub", folder_ + "/tree/sub-aside");
   EXPECT_EQ(DeleteFileA("tree\\sub\\file"), 0);
+  WIN32_FIND_DATAA data;
+  EXPECT_EQ(FindFirstFileA("tree\\sub\\*", &data), INVALID_HANDLE_VALUE) << "not by a link either";
   FindClose(search);
   EXPECT_NE(DeleteFileA("tree\\sub\\file"), 0);
+}
+
+TEST_F(Walk, WhatWasMadeForAnEntryIsForgottenAtTheNext) {
+  Write("tree/a/file", "x");
+  Write("tree/b/file", "y");
+  _mkdir("to");
+  HANDLE search = SearchAt("tree\\*", "a");
+  EXPECT_NE(CreateDirectoryA("to\\a", nullptr), 0);
+  std::filesystem::rename("to/a", "aside");
+  std::filesystem::create_directory("to/a");
+  EXPECT_EQ(CopyFileA("tree\\a\\file", "to\\a\\file", FALSE), 0);
+  WIN32_FIND_DATAA data;
+  EXPECT_NE(FindNextFileA(search, &data), 0);
+  EXPECT_NE(CopyFileA("tree\\b\\file", "to\\a\\file", FALSE), 0);
+  FindClose(search);
+  EXPECT_EQ(Read("to/a/file"), "y");
+  EXPECT_EQ(CountEntries("aside"), 0);
 }
 
 TEST_F(Walk, TheCurrentDirectoryMayChangeUnderASearch) {
