@@ -53,9 +53,9 @@ std::string NewTemporaryFile(const std::string& prefix);
 bool IsAbsolute(const std::string& path);
 std::string Join(const std::string& folder, const std::string& name);
 std::string FolderOf(const std::string& path);  // "." for a bare name
-std::string CurrentFolder();                // empty when it is gone
-std::string UserDataFolder();               // where this user's programs keep data
-bool MakeFolders(const std::string& path);  // with all above it; true when it is there already
+std::string CurrentFolder();                    // empty when it is gone
+std::string UserDataFolder();                   // where this user's programs keep data
+bool MakeFolders(const std::string& path);      // with all above it; true when it is there already
 
 struct FolderContents {
   bool readable;                   // or not there at all
