@@ -125,10 +125,10 @@ class DryRunTest(ProgramTest):
     def test_what_scripts_seldom_do(self):
         cases = {
             "names in the order of the system": (
-                ["from/_a", "from/B", "from/c", "to/B"],
-                'COPY_FILES "to/*" to:"from" no-overwrite\nprint ecode\n'
+                ["from/_a", "from/b", "from/c", "to/b", "to/x"],
+                'DELETE_FILES "from/c"\nprint ecode\n'
                 'COPY_FILES "from/*" to:"to" no-overwrite\nprint ecode\n'
-                'DELETE_FILES "from/B"\nprint ecode\nMOVE_FILES "from/*" to:"to"\nprint ecode'),
+                'DELETE_FILES "to/x"\nprint ecode\nMOVE_FILES "from/*" to:"to"\nprint ecode'),
             "the current directory's own name": (
                 ["own/own/x", "own/y"],
                 'SET_CWD path:"own"\nDELETE_FILES "."\nprint ecode\n'

@@ -1,0 +1,104 @@
+// What closing and syncing say about a copy is listened to. Both are this test's own functions
+// here, which pass on to the system's.
+#include "tavhost/windows/safe_copy.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+
+#include <cerrno>
+
+#include "host/core/file_manager.h"
+#include "host/windows/files.h"
+#include "tavhost/core/database_area.h"
+#include "tests/unit/windows/scratch_folder.h"
+
+namespace {
+
+bool closingFails = false;  // of files open for writing
+bool syncingFails = false;
+int synced = 0;
+
+template <typename Function>
+Function* Next(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int close(int file) {
+  static auto* const next = Next<int(int)>("close");
+  const bool fails = closingFails && (fcntl(file, F_GETFL) & O_ACCMODE) == O_WRONLY;
+  const int result = next(file);
+  if (!fails) return result;
+  errno = EIO;
+  return -1;
+}
+
+extern "C" int fsync(int file) {
+  static auto* const next = Next<int(int)>("fsync");
+  ++synced;
+  if (!syncingFails) return next(file);
+  errno = EIO;
+  return -1;
+}
+
+namespace {
+
+class SafeCopy : public ScratchFolder {
+ protected:
+  void TearDown() override {
+    closingFails = syncingFails = false;
+    database_area::SetFolder("");
+    ScratchFolder::TearDown();
+  }
+};
+
+TEST_F(SafeCopy, ACopyThatCannotBeClosedLeavesTheTarget) {
+  Write("from", "new");
+  Write("to", "old");
+  closingFails = true;
+  EXPECT_EQ(CopyFileA("from", "to", FALSE), 0);
+  EXPECT_EQ(CopyFileA("from", "absent", TRUE), 0);
+  EXPECT_FALSE(TavFileManager::fileCopy("from", "to", -1, -1, false));
+  closingFails = false;
+  EXPECT_EQ(Read("to"), "old");
+  EXPECT_EQ(CountEntries("."), 2);
+}
+
+TEST_F(SafeCopy, AFileOfTheDatabaseAreaThatCannotBeClosedLeavesTheOldOne) {
+  database_area::SetFolder(folder_ + "/area");
+  Write("area/0/x", "old");
+  TavFileHandle handle = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
+  EXPECT_EQ(TavFileManager::fileWrite(handle, "new", 3), 3);
+  closingFails = true;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(TavFileManager::fileClose(handle));
+  testing::internal::GetCapturedStderr();
+  closingFails = false;
+  EXPECT_EQ(Read("area/0/x"), "old");
+  EXPECT_EQ(CountEntries("area"), 2);
+}
+
+TEST_F(SafeCopy, AMoveToAnotherFileSystemIsOnTheDiskBeforeTheSourceGoes) {
+  char other[] = "/dev/shm/tavhost-test-XXXXXX";
+  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
+  struct stat here;
+  struct stat there;
+  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
+  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
+  const std::string to = std::string(other) + "/to";
+  Write("a", "contents");
+  synced = 0;
+  syncingFails = true;
+  EXPECT_EQ(MoveFileA("a", to.c_str()), 0);
+  EXPECT_EQ(synced, 1);
+  EXPECT_EQ(Read("a"), "contents");
+  EXPECT_EQ(CountEntries(other), 0);
+  syncingFails = false;
+  EXPECT_NE(MoveFileA("a", to.c_str()), 0);
+  EXPECT_EQ(synced, 2);
+  EXPECT_EQ(Read(to), "contents");
+  std::filesystem::remove_all(other);
+}
+
+}  // namespace
