@@ -56,6 +56,12 @@ std::string NewFileIn(const std::string& folder, const std::string& prefix) {
   return GetTempFileNameA(folder.c_str(), prefix.c_str(), 0, path) != 0 ? path : "";
 }
 
+// Not every system copies them into a file that exists already.
+bool TakeAttributes(Name from, const std::string& path) {
+  const DWORD attributes = Attributes(from);
+  return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesA(path.c_str(), attributes);
+}
+
 // What a copy takes over although it was not asked to.
 bool DropAttributes(const std::string& path) {
   if (!SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL)) return false;
@@ -119,7 +125,7 @@ bool Copy(Name from, Name to, bool keepAttributes) {
   const std::string copy = NewFileIn(FolderOf(to.text), "tav");
   if (copy.empty()) return false;
   const bool copied = CopyFileA(from.text, copy.c_str(), FALSE) != 0 &&
-                      (keepAttributes || DropAttributes(copy)) &&
+                      (keepAttributes ? TakeAttributes(from, copy) : DropAttributes(copy)) &&
                       MoveFileExA(copy.c_str(), to.text, MOVEFILE_REPLACE_EXISTING) != 0;
   if (!copied) {
     SetFileAttributesA(copy.c_str(), FILE_ATTRIBUTE_NORMAL);

@@ -58,6 +58,21 @@ TEST_F(Find, NamesWithALongCommonBeginningAreOrderedByTheRest) {
             "common-prefix-100000000000b*common-prefix-9");
 }
 
+TEST_F(Find, NamesAreOrderedByEveryByte) {
+  // Alike in all but one place, the rest in the opposite order.
+  for (std::size_t place = 0; place < 20; ++place) {
+    std::filesystem::create_directory(std::to_string(place));
+    const std::string folder = std::to_string(place) + "/";
+    const std::string start(place, 'n');
+    Write(folder + start + "Y0", "");
+    Write(folder + start + "x1", "");
+    Write(folder + "zero", "");
+    if (place > 0) Write(folder + start, "");
+    const std::string found = List((folder + "*").c_str()).substr(std::string("./*../*").size());
+    EXPECT_EQ(found, (place > 0 ? start + "*" : "") + start + "x1*" + start + "Y0*zero");
+  }
+}
+
 TEST_F(Find, AMaskChoosesDirectoriesToo) {
   Write("x.txt", "");
   Write("y.bin", "");
@@ -136,6 +151,7 @@ TEST_F(Find, AnEntryWhoseNameHoldsASeparatorCannotBeNamed) {
   Write("tree/sub/inner", "keep");
   ASSERT_EQ(mkdir("tree/..\\evil", 0777), 0);
   Write("tree/sub\\inner", "");
+  ASSERT_EQ(symlink("sub", "tree/link\\to"), 0);
   WIN32_FIND_DATAA data;
   HANDLE search = FindFirstFileA("tree\\*", &data);
   ASSERT_NE(search, INVALID_HANDLE_VALUE);
@@ -146,6 +162,10 @@ TEST_F(Find, AnEntryWhoseNameHoldsASeparatorCannotBeNamed) {
       seenFile = true;
       EXPECT_EQ(DeleteFileA("tree\\sub\\inner"), 0);
       EXPECT_EQ(CopyFileA("tree\\sub\\inner", "copy", FALSE), 0);
+    }
+    if (std::string(data.cFileName) == "link\\to") {
+      EXPECT_EQ(data.dwFileAttributes, FILE_ATTRIBUTE_REPARSE_POINT);
+      EXPECT_EQ(RemoveDirectoryA("tree\\link\\to"), 0);
     }
     if (std::string(data.cFileName) == "..\\evil") {
       seenDirectory = true;
