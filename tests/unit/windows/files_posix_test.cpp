@@ -294,6 +294,11 @@ TEST_F(Files, CopyReplacesALinkAndDoesNotWriteThroughIt) {
   EXPECT_NE(CopyFileA("file", "link", FALSE), 0);
   EXPECT_EQ(Read("outside"), "keep");
   EXPECT_EQ(Read("link"), "new");
+  symlink("nowhere", "broken");
+  EXPECT_EQ(CopyFileA("file", "broken", TRUE), 0);
+  EXPECT_NE(CopyFileA("file", "broken", FALSE), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink("broken"));
+  EXPECT_FALSE(Exists("nowhere"));
 }
 
 TEST_F(Files, MoveNeverReplaces) {

@@ -3,6 +3,8 @@
 
 #include <sys/resource.h>
 
+#include <vector>
+
 #include "host/windows/directories.h"
 #include "host/windows/files.h"
 #include "tests/unit/windows/scratch_folder.h"
@@ -163,6 +165,29 @@ TEST_F(Walk, TheCurrentDirectoryMayChangeUnderASearch) {
   ASSERT_EQ(_chdir(".."), 0);
   FindClose(search);
   EXPECT_EQ(Read("tree/sub/file"), "x");
+}
+
+TEST_F(Walk, ACallKeepsBothItsDirectoriesHoweverManyAreOpen) {
+  Write("src/file", "x");
+  _mkdir("to");
+  std::vector<HANDLE> searches;
+  std::string path = "src";
+  int copies = 0;
+  for (int level = 0; level < 200; ++level) {
+    std::filesystem::create_directory(path + "/d");
+    searches.push_back(SearchAt((path + "\\*").c_str(), "d"));
+    path += "/d";
+    for (int i = 0; i < level % 3; ++i) {
+      const std::string made = "to\\" + std::to_string(++copies);
+      ASSERT_NE(CreateDirectoryA(made.c_str(), nullptr), 0);
+      EXPECT_NE(CopyFileA("src\\file", (made + "\\copy").c_str(), TRUE), 0) << level;
+    }
+  }
+  while (!searches.empty()) {
+    FindClose(searches.back());
+    searches.pop_back();
+  }
+  EXPECT_EQ(CountEntries("to"), 2 * copies);
 }
 
 // Removes a tree as the commands do.
