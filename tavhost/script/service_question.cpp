@@ -25,7 +25,7 @@ Reply Refusal(unsigned status, const std::string& reason) { return {status, Erro
 std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
   const std::lock_guard lock(mutex_);
   if (job->question == openQuestion_ && !openQuestion_.empty()) {
-    if (answer_ && !answer_->abandoned) {
+    if (answer_) {
       return Refusal(409, "another answer to the question is being looked at");
     }
     answer_ = std::move(job);
@@ -82,7 +82,10 @@ void Queue::Ask(Question& question) {
 }
 
 bool Queue::Accept(Question& question, const std::shared_ptr<Job>& answer) {
-  if (answer->abandoned) return false;
+  if (answer->abandoned) {
+    Send(answer, ClientLeft());
+    return false;
+  }
   if (const std::optional<std::string> misfit = question.Take(answer->text)) {
     Send(answer, Refusal(400, *misfit));
     return false;

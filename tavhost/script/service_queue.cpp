@@ -1,5 +1,6 @@
 #include "tavhost/script/service_queue.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/notation/kel_value.h"
@@ -18,6 +19,7 @@ namespace script::service {
 namespace {
 
 constexpr char kRequestName[] = "request";
+constexpr char kClientLeft[] = "the client left";
 
 SV::String ToString(const std::string& text) {
   return SV::String(text.data(), static_cast<long>(text.size()));
@@ -26,6 +28,8 @@ SV::String ToString(const std::string& text) {
 Queue* runningQueue = nullptr;
 
 }  // namespace
+
+Reply ClientLeft() { return {200, ErrorJson(kClientLeft)}; }
 
 void Send(const std::shared_ptr<Job>& job, Reply reply) {
   if (!job) return;
@@ -45,14 +49,25 @@ bool Queue::Add(std::shared_ptr<Job> job) {
 }
 
 void Queue::Abandon(Job& job) {
-  const std::lock_guard lock(mutex_);
-  if (waiter_.get() == &job) {
-    clientLeft_ = true;
-    stop::Request(stop::Reason::kUser);
-    ui::WakeUp();
-  } else {
-    job.abandoned = true;
+  std::shared_ptr<Job> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto waits =
+        std::find_if(waiting_.begin(), waiting_.end(),
+                     [&job](const std::shared_ptr<Job>& other) { return other.get() == &job; });
+    if (waiter_.get() == &job) {
+      clientLeft_ = true;
+      stop::Request(stop::Reason::kUser);
+    } else if (waits != waiting_.end()) {
+      dropped = std::move(*waits);
+      waiting_.erase(waits);
+    } else if (answer_.get() == &job) {
+      dropped.swap(answer_);
+    } else {
+      job.abandoned = true;
+    }
   }
+  Send(dropped, ClientLeft());
 }
 
 void Queue::Close() {
@@ -75,7 +90,6 @@ void Queue::Run() {
       if (running_ || waiting_.empty() || IsScriptRunning() || stop::IsRequested()) return;
       job = std::move(waiting_.front());
       waiting_.pop_front();
-      if (job->abandoned) continue;
       running_ = job;
       waiter_ = job;
       announced_ = true;  // the rest follows in this loop
@@ -113,7 +127,8 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
 
 std::string Queue::StoppedText() const {
   if (!notAnswered_.empty()) return notAnswered_;
-  return clientLeft_ ? "the client left" : "the script was stopped";
+  const std::lock_guard lock(mutex_);
+  return clientLeft_ ? kClientLeft : "the script was stopped";
 }
 
 std::string Queue::RunScript(stop::Reason& reason) {

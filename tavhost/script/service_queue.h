@@ -29,13 +29,16 @@ struct Job {
   std::string question;  // the id of the one that is answered
   // How long its client may take to answer a window; zero: it does not answer them.
   std::chrono::seconds questionTime{0};
-  // Called once, on the user-interface thread.
+  // Called once: it holds the connection until then. By whoever takes the job from the queue.
   std::function<void(Reply)> reply;
-  std::atomic<bool> abandoned{false};  // nobody waits for the reply any more
+  // Nobody waits for the reply any more; of an answer that is being looked at.
+  std::atomic<bool> abandoned{false};
 };
 
 // Sends the reply, once: it holds the connection, which goes with it. Null: nobody waits for it.
 void Send(const std::shared_ptr<Job>& job, Reply reply);
+// The reply that nobody reads.
+Reply ClientLeft();
 
 // First come, first served; one at a time, and never inside another script's waiting.
 class Queue {
@@ -47,8 +50,8 @@ class Queue {
   // From any thread: an answer to the question that is open. It is handed to the script that asked,
   // or refused with the reply.
   std::optional<Reply> Answer(std::shared_ptr<Job> job);
-  // From any thread: nobody waits for the job's reply any more. It is dropped, or the script that
-  // was to give the reply is stopped.
+  // From any thread: nobody waits for the job's reply any more. It leaves the queue at once, or the
+  // script that was to give the reply is stopped.
   void Abandon(Job& job);
   // Drops what waits; the replies say that the service ends.
   void Close();
@@ -81,7 +84,7 @@ class Queue {
   void CloseQuestion(Reply refusal);
 
   const std::size_t limit_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::deque<std::shared_ptr<Job>> waiting_;
   std::shared_ptr<Job> running_;
   // Whose client gets the next reply of the running job: its own, later that of an answer; nobody

@@ -375,6 +375,24 @@ class Order(unittest.TestCase):
         self.assertEqual((status, reply["error"]), (200, None))
         self.assertLess(time.monotonic() - begin, 2)
 
+    def test_clients_that_leave_while_they_wait_keep_nobody_out(self):
+        running = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
+        self.addCleanup(running.close)
+        body = b"while 1 { }"
+        running.sendall(self.service.head(
+            "/script", extra=[f"Content-Length: {len(body)}"]) + b"\r\n" + body)
+        # More than there may be connections, and more than may wait.
+        request = self.service.head("/script", extra=["Content-Length: 5"]) + b"\r\nx = 1"
+        for _ in range(120):
+            with socket.create_connection(("127.0.0.1", self.service.port), timeout=5) as leaves:
+                leaves.sendall(request)
+                # Its request is taken before it leaves: the answer to this one comes behind it.
+                self.assertEqual(self.service.raw(b"GARBAGE\r\n\r\n"), 400)
+        time.sleep(0.3)
+        running.close()
+        status, reply = self.service.post("/script", "x = 1")
+        self.assertEqual((status, reply["error"]), (200, None))
+
     def test_stop_from_a_request(self):
         reply = self.service.post("/command", "SERVICE stop")[1]
         self.assertEqual(reply, {"variables": {"ecode": 0}, "output": "", "error": None})
