@@ -1,3 +1,4 @@
+#include <atomic>
 #include <csignal>
 #include <ctime>
 
@@ -12,11 +13,12 @@ namespace app {
 
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+// The signal may be handled on any thread.
+std::atomic<bool> interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void Interrupt(int) {
-  if (interrupted) _exit(kExitStopped);
-  interrupted = 1;
+  if (interrupted.exchange(true)) _exit(kExitStopped);
   stop::Request(stop::Reason::kUser);
 }
 
@@ -49,6 +51,6 @@ void StopAfter(double seconds) {
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-void ForgetInterrupts() { interrupted = 0; }
+void ForgetInterrupts() { interrupted = false; }
 
 }  // namespace app
