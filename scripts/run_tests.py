@@ -211,6 +211,29 @@ def windows_validate():
     return (0, 1) if code else (1, 0)
 
 
+def watch_sanitizers(build):
+    """Has the programs of a build with sanitizers write what they find into files: much of it would
+    go to where no test looks. True when it is such a build."""
+    cache = build / "CMakeCache.txt"
+    if not cache.exists() or not re.search(r"^TAVHOST_SANITIZE:\w+=.", cache.read_text(), re.MULTILINE):
+        return False
+    reports = build / "sanitizer-reports"
+    shutil.rmtree(reports, ignore_errors=True)
+    reports.mkdir()
+    for name in ("ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"):
+        given = os.environ.get(name)
+        os.environ[name] = ":".join(filter(None, (given, f"log_path={reports}/report")))
+    return True
+
+
+def sanitizer_reports(build):
+    """What the sanitizers found in all the steps before."""
+    reports = sorted((build / "sanitizer-reports").iterdir())
+    for report in reports:
+        print(f"{report.name}:\n{report.read_text(errors='replace')}")
+    return (0, len(reports)) if reports else (1, 0)
+
+
 def script_tests(*arguments):
     return by_summary([sys.executable, ROOT / "tests/run_scripts.py", *arguments])
 
@@ -220,6 +243,9 @@ def reference_tests(program, *arguments):
 
 
 def groups(options):
+    after = []
+    if "native" in options.groups and watch_sanitizers(options.build):
+        after = [("sanitizer reports", lambda: sanitizer_reports(options.build))]
     return {
         "native": [("includes", include_check), ("tests of the runners", tests_of_the_runners),
                    ("unit tests and checks", lambda: ctest(options.build)),
@@ -230,7 +256,7 @@ def groups(options):
                    ("every parameter", lambda: reference_tests(
                        "sweep.py", "--tavhost", options.build / "bin/tavhost")),
                    ("examples of the commands", lambda: reference_tests(
-                       "examples.py", "--tavhost", options.build / "bin/tavhost"))],
+                       "examples.py", "--tavhost", options.build / "bin/tavhost")), *after],
         "windows": [("Windows exports", windows_exports),
                     ("Windows unit tests", windows_unit_tests),
                     ("Windows validate", windows_validate),
@@ -255,8 +281,9 @@ def main():
     options = parser.parse_args()
     options.build = options.build.resolve()
     totals = Totals()
+    steps = groups(options)
     for group in options.groups:
-        for name, step in groups(options)[group]:
+        for name, step in steps[group]:
             if options.step and not any(part in name for part in options.step):
                 continue
             start = time.monotonic()

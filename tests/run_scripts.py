@@ -21,6 +21,7 @@ TESTS = Path(__file__).resolve().parent
 ROOT = TESTS.parent
 sys.path.insert(0, str(TESTS))
 sys.dont_write_bytecode = True
+import sanitizers  # noqa: E402
 import wine  # noqa: E402
 
 TIME_LIMIT_SECONDS = 60
@@ -202,6 +203,8 @@ class Runner:
         env.update(test.env)
         if self.machine:
             env.update(self.machine.environment())
+        if test.wanted_exit == 128 + signal.SIGSEGV:
+            env = sanitizers.environment_for_faults(env)
         return env
 
     def prepare(self, test):

@@ -7,6 +7,7 @@ import unittest
 from pathlib import Path
 
 TIME_LIMIT = 30  # seconds; nothing here takes long unless it hangs
+sanitized = False  # the program was built with sanitizers
 
 
 class Result:

@@ -2,7 +2,9 @@
 """Runs the tests of the command line: what a script test cannot say, since it is about the program
 around scripts.
 
-    tests/cli/run.py [--tavhost PROGRAM] [NAME...]     names as unittest takes them
+    tests/cli/run.py [--tavhost PROGRAM] [--sanitized] [NAME...]     names as unittest takes them
+
+Of a program built with sanitizers, limits of speed are only reported.
 """
 
 import argparse
@@ -14,17 +16,21 @@ from pathlib import Path
 sys.dont_write_bytecode = True
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
-sys.path.insert(0, str(HERE))
+sys.path[:0] = [str(HERE), str(HERE.parent)]
+
+import program  # noqa: E402
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--tavhost", default=ROOT / "build/bin/tavhost", type=Path)
+    parser.add_argument("--sanitized", action="store_true")
     parser.add_argument("names", nargs="*")
     options = parser.parse_args()
     if not os.access(options.tavhost, os.X_OK):
         sys.exit(f"{options.tavhost} is not there; build it first")
     os.environ["TAVHOST"] = str(options.tavhost.resolve())
+    program.sanitized = options.sanitized
     loader = unittest.TestLoader()
     if options.names:
         suite = loader.loadTestsFromNames(options.names)

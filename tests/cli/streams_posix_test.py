@@ -6,6 +6,7 @@ import subprocess
 import time
 import unittest
 
+import sanitizers
 from program import ProgramTest
 
 STOP_LIMIT = 1.0  # seconds within which a stop must take effect
@@ -26,7 +27,8 @@ class OutputTest(ProgramTest):
         self.assertEqual(places, sorted(places), result)
 
     def test_what_was_printed_before_a_crash_is_not_lost(self):
-        result = self.run_program("run", "-e", 'print "before"\nCRASH')
+        result = self.run_program("run", "-e", 'print "before"\nCRASH',
+                                  env=sanitizers.environment_for_faults(self.environment))
         self.assertEqual((result.out, result.code), ("before\n", -signal.SIGSEGV), result)
 
     def test_a_full_disk(self):

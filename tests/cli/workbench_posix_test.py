@@ -8,6 +8,7 @@ import time
 import unittest
 from pathlib import Path
 
+import program
 from program import ProgramTest
 
 
@@ -64,8 +65,9 @@ class WorkbenchTest(ProgramTest):
             self.assertEqual(process.returncode, 130, err)
             self.assertEqual(err, "")
         print(f"workbench: process start to first paint, best of {len(times)}: "
-              f"{min(times) * 1000:.0f} ms")
-        self.assertLess(min(times), 0.5)
+              f"{min(times) * 1000:.0f} ms" + (", no limit" if program.sanitized else ""))
+        if not program.sanitized:
+            self.assertLess(min(times), 0.5)
         # What is kept lies in the user's folders, and the file is open at the next start.
         settings = (Path(self.folder) / "xdg_config_home/tavhost/workbench.ini").read_text()
         self.assertTrue(re.search(r"path=.*a\.tav", settings), settings)

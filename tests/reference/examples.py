@@ -38,7 +38,7 @@ def run(host, command):
     if "answers" in example:
         files.append(("answers.kel", (example["answers"] + "\n").encode()))
         arguments += ["--answers", "answers.kel"]
-    reply = host.run(arguments + ["example.tav"], files=files)
+    reply = host.run(arguments + ["example.tav"], files=files, faults=bool(command.get("crashes")))
     out = reply.out.decode("utf-8", "replace")
     wanted = example.get("output", "") + "\n"
     report = ""

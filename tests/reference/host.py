@@ -10,6 +10,7 @@ from pathlib import Path
 TESTS = Path(__file__).resolve().parent.parent
 ROOT = TESTS.parent
 sys.path.insert(0, str(TESTS))
+import sanitizers  # noqa: E402
 import wine  # noqa: E402
 
 TIME_LIMIT_SECONDS = 120
@@ -30,7 +31,7 @@ class Host:
         self.program = Path(program).resolve()
         self.machine = machine  # Wine, or None for this system itself
 
-    def run(self, arguments, stdin=b"", files=()):
+    def run(self, arguments, stdin=b"", files=(), faults=False):
         """Runs the program in a new empty folder that holds `files`: (name, bytes) pairs."""
         with tempfile.TemporaryDirectory(prefix="tavhost-", ignore_cleanup_errors=True) as base:
             work, home = Path(base) / "work", Path(base) / "home"
@@ -48,7 +49,7 @@ class Host:
                 words.seek(0)
                 late = b""
                 try:
-                    code = subprocess.run(command, cwd=work, env=self.environment(home),
+                    code = subprocess.run(command, cwd=work, env=self.environment(home, faults),
                                           stdin=words, stdout=out, stderr=err,
                                           timeout=TIME_LIMIT_SECONDS).returncode
                 except subprocess.TimeoutExpired:
@@ -58,14 +59,14 @@ class Host:
                 err.seek(0)
                 return Reply(code, out.read().replace(b"\r\n", b"\n"), err.read() + late)
 
-    def environment(self, home):
+    def environment(self, home, faults):
         env = {name: value for name, value in os.environ.items()
                if name not in ("DISPLAY", "WAYLAND_DISPLAY") and not name.startswith("XDG_")
                and not name.lower().endswith("_proxy")}
         env.update(LC_ALL="C.UTF-8", TZ="UTC", HOME=str(home), TMPDIR=str(home / "tmp"))
         if self.machine:
             env.update(self.machine.environment())
-        return env
+        return sanitizers.environment_for_faults(env) if faults else env
 
     def catalogue(self):
         """The families of the command reference, as the program itself tells them."""
