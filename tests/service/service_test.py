@@ -639,18 +639,23 @@ class FullQueue(unittest.TestCase):
                 with open(token_path(port, folder)) as file:
                     token = file.read().strip()
 
-                def one(_):
+                def post(path, text, **headers):
                     connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
-                    connection.request("POST", "/script", "SLEEP ms:400",
-                                       {"X-Tavhost-Token": token})
-                    status = connection.getresponse().status
+                    connection.request("POST", path, text, {"X-Tavhost-Token": token, **headers})
+                    reply = connection.getresponse()
+                    body = json.loads(reply.read())
                     connection.close()
-                    return status
+                    return reply.status, body
+                # While its question is open this one runs: of all others two may wait.
+                asked = post("/script", 'INFOBOX "?"', **{"X-Tavhost-Dialogs": "ask"})[1]
                 with concurrent.futures.ThreadPoolExecutor(8) as pool:
-                    results = list(pool.map(one, range(8)))
-                self.assertIn(503, results)
-                self.assertGreaterEqual(results.count(200), 3)
-                self.assertEqual(set(results), {200, 503})
+                    others = concurrent.futures.as_completed(
+                        [pool.submit(post, "/script", "x = 1") for _ in range(8)])
+                    refused = [next(others).result()[0] for _ in range(6)]
+                    self.assertEqual(refused, [503] * 6)
+                    post("/answer", "MESSAGE_BOX",
+                         **{"X-Tavhost-Question": asked["question"]["id"]})
+                    self.assertEqual([other.result()[0] for other in others], [200, 200])
             finally:
                 process.send_signal(signal.SIGINT)
                 process.wait(timeout=10)
