@@ -154,10 +154,34 @@ bool Place::Resolve(const Path& path) {
       }
       directory_ = owned_.Get();
       rest.remove_prefix(entry.size() + 1);
+      return ResolveInside(rest);
     }
-    return ResolveInside(rest);
+    return ResolveOutside(path, directory_, rest);
   }
-  return ResolveInside(text);
+  return ResolveOutside(path, AT_FDCWD, text);
+}
+
+// `rest` leads from `base` to where the path ends.
+bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
+  const auto slash = rest.rfind('/');
+  if (searches.empty() || slash == std::string_view::npos) return ResolveInside(rest);
+  auto& passed = searches.front()->passed;
+  const std::string_view folder = path.Directory();
+  const auto found = std::find_if(passed.begin(), passed.end(),
+                                  [folder](const auto& anchor) { return anchor->path == folder; });
+  if (found != passed.end()) {
+    directory_ = DescriptorOf(**found);
+  } else {
+    Descriptor opened =
+        OpenDirectoryAt(base, rest.substr(0, std::max<std::size_t>(slash, 1)), O_PATH);
+    struct stat status;
+    if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return false;
+    directory_ = opened.Get();
+    passed.push_back(std::make_unique<Anchor>());
+    *passed.back() = {std::string(folder), IdOf(status), std::move(opened)};
+    KeepOpen(*passed.back());
+  }
+  return directory_ >= 0 && ResolveInside(rest.substr(slash + 1));
 }
 
 // `rest` ends where the path ends.
@@ -218,6 +242,7 @@ void CloseSearch(Search* search) {
                                   [search](const auto& open) { return open.get() == search; });
   if (found == searches.rend()) return;
   for (const auto& made : search->made) Release(*made);
+  for (const auto& passed : search->passed) Release(*passed);
   Release(search->directory);
   searches.erase(std::next(found).base());
   if (searches.empty()) ancestors = {};
@@ -233,6 +258,8 @@ void EntryReturned(Search& search, std::string_view path, FileId id) {
 void CurrentDirectoryChanged() {
   ancestors = {};
   for (const auto& search : searches) {
+    for (const auto& passed : search->passed) Release(*passed);
+    search->passed.clear();
     if (search->directory.path[0] == '/') continue;
     search->named = false;
     search->entryPath.clear();

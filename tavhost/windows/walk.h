@@ -39,6 +39,10 @@ struct Search {
 
   // Directories made, or found where one was to be made, since that entry was returned.
   std::vector<std::unique_ptr<Anchor>> made;
+
+  // Directories outside the walk through which calls have led since the first search was opened,
+  // such as the target of a copy. The first search holds them.
+  std::vector<std::unique_ptr<Anchor>> passed;
 };
 
 // Where a path leads: a name in a directory. Holds on to both.
@@ -63,6 +67,7 @@ class Place {
 
  private:
   bool Resolve(const Path& path);
+  bool ResolveOutside(const Path& path, int base, std::string_view rest);
   bool ResolveInside(std::string_view rest);
   bool Confirms(const struct stat& status) const;
 

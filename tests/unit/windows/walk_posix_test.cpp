@@ -111,6 +111,27 @@ TEST_F(Walk, ALinkWhereADirectoryIsToBeMadeIsNotFilled) {
   EXPECT_TRUE(std::filesystem::is_symlink("to/sub"));
 }
 
+TEST_F(Walk, ATargetSwappedForALinkAfterTheFirstFileIsNotFilled) {
+  Write("tree/a", "1");
+  Write("tree/b", "2");
+  Write("outside/b", "keep");
+  _mkdir("to");
+  for (const std::string& target : {std::string("to"), folder_ + "/to"}) {
+    HANDLE search = SearchAt("tree\\*", "a");
+    EXPECT_NE(CopyFileA("tree\\a", (target + "\\a").c_str(), FALSE), 0);
+    SwapForLink("to", folder_ + "/outside");
+    CopyFileA("tree\\b", (target + "\\b").c_str(), FALSE);
+    EXPECT_EQ(CreateDirectoryA((target + "\\made").c_str(), nullptr), 1);
+    FindClose(search);
+    EXPECT_EQ(Read("outside/b"), "keep");
+    EXPECT_EQ(CountEntries("outside"), 1);
+    EXPECT_EQ(Read("to-aside/b"), "2");
+    std::filesystem::remove("to");
+    std::filesystem::remove_all("to-aside");
+    _mkdir("to");
+  }
+}
+
 TEST_F(Walk, ATreeIsNotCopiedIntoItself) {
   Write("tree/sub/deep/file", "x");
   symlink("tree/sub", "alias");
