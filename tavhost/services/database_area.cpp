@@ -91,6 +91,31 @@ class AreaFile : public disk::OutputFile {
   bool complete_ = true;
 };
 
+struct Stored {
+  std::string file;
+  bool exists;
+};
+
+// Nothing for names that are none, and when it cannot be told what there is.
+std::optional<Stored> Find(std::string_view path, long libraryId) {
+  const std::string_view name = WithoutPrefix(path);
+  const long library = LibraryOf(libraryId);
+  if (library < 0 || !IsValidName(name)) return std::nullopt;
+  const std::string folder = LibraryFolder(library);
+  const disk::FolderContents contents = disk::FilesOf(folder);
+  if (!contents.readable) return std::nullopt;
+  std::string best;
+  for (const std::string& file : contents.files) {
+    if (file == name) return Stored{disk::Join(folder, file), true};
+    if (IsSame(file, name) && (best.empty() || file < best)) best = file;
+  }
+  if (!best.empty()) return Stored{disk::Join(folder, best), true};
+  std::string file = disk::Join(folder, std::string(name));
+  // A link could lead out of the area.
+  if (disk::IsTakenByOther({file.c_str(), false})) return std::nullopt;
+  return Stored{std::move(file), false};
+}
+
 }  // namespace
 
 void SetFolder(const std::string& folder) {
@@ -118,19 +143,8 @@ bool IsValidName(std::string_view name) {
 }
 
 std::optional<std::string> FindFile(std::string_view path, long libraryId) {
-  const std::string_view name = WithoutPrefix(path);
-  const long library = LibraryOf(libraryId);
-  if (library < 0 || !IsValidName(name)) return std::nullopt;
-  const std::string folder = LibraryFolder(library);
-  std::string best;
-  for (const std::string& file : disk::FilesOf(folder).files) {
-    if (file == name) return disk::Join(folder, file);
-    if (IsSame(file, name) && (best.empty() || file < best)) best = file;
-  }
-  std::string file = disk::Join(folder, best.empty() ? std::string(name) : best);
-  // A link could lead out of the area.
-  if (best.empty() && disk::IsTakenByOther({file.c_str(), false})) return std::nullopt;
-  return file;
+  auto stored = Find(path, libraryId);
+  return stored ? std::optional(std::move(stored->file)) : std::nullopt;
 }
 
 bool Exists(std::string_view path, long libraryId) {
@@ -150,24 +164,20 @@ std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId) {
 
 std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long libraryId,
                                                  bool append) {
-  static unsigned number = 0;
-  const auto stored = FindFile(path, libraryId);
+  const auto stored = Find(path, libraryId);
   if (!stored || !MakeLibrary(libraryId)) return nullptr;
-  const disk::Name storedName{stored->c_str(), false};
-  if (disk::IsReadOnly(storedName)) return nullptr;
-  const std::string folder = LibraryFolder(LibraryOf(libraryId));
-  std::string newFile;
-  do {
-    newFile = disk::Join(folder, std::string(kUnderWay) + "write-" + std::to_string(++number));
-  } while (disk::IsFile({newFile.c_str(), false}));
+  const disk::Name storedName{stored->file.c_str(), false};
+  if (stored->exists && disk::IsReadOnly(storedName)) return nullptr;
+  const std::string newFile = disk::NewFileBeside(stored->file);
+  if (newFile.empty()) return nullptr;
   const disk::Name newName{newFile.c_str(), false};
-  if (append && disk::IsFile(storedName) && !disk::Copy(storedName, newName, false)) return nullptr;
-  auto file = disk::OpenForWriting(newName, append);
-  if (!file) {
-    disk::Delete(newName);
-    return nullptr;
+  std::unique_ptr<disk::OutputFile> file;
+  if (!append || !stored->exists || disk::Copy(storedName, newName, false)) {
+    file = disk::OpenForWriting(newName, append);
   }
-  return std::make_unique<AreaFile>(*stored, newFile, std::move(file));
+  if (file) return std::make_unique<AreaFile>(stored->file, newFile, std::move(file));
+  disk::Delete(newName);
+  return nullptr;
 }
 
 bool IsBeingWritten(const std::string& storedFile) {

@@ -18,7 +18,8 @@ struct Name {
 };
 
 bool IsFile(Name name);  // links followed; false for directories
-// Something stands there that is no plain file: a directory, a link, a device.
+// Something stands there that is no plain file: a directory, a link, a device. True as well when
+// that cannot be told.
 bool IsTakenByOther(Name name);
 // A file that may be neither replaced nor written to.
 bool IsReadOnly(Name name);
@@ -32,6 +33,7 @@ bool Replace(Name from, Name to);
 
 enum ReadCode : long { kRead = 0, kNotFound = 1, kUnreadable = 2, kTooLarge = 4 };
 
+// Unless all has been read, the contents are empty.
 ReadCode Read(Name name, SV::String& contents);
 
 // A file open for writing. Others can read it meanwhile, but neither remove nor move it.
@@ -49,8 +51,12 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append);
 
 // The path of a new empty file in the system's folder for temporary files; empty on failure.
 std::string NewTemporaryFile(const std::string& prefix);
+// Likewise in the folder of `path`, for what is to become `path`: its name begins with `.tavhost-`.
+std::string NewFileBeside(const std::string& path);
 
 bool IsAbsolute(const std::string& path);
+// Scripts have a way to write this path of the system.
+bool CanBeWritten(const std::string& path);
 std::string Join(const std::string& folder, const std::string& name);
 std::string FolderOf(const std::string& path);  // "." for a bare name
 std::string CurrentFolder();                    // empty when it is gone

@@ -74,8 +74,11 @@ ReadCode ReadInPieces(int file, SV::String& contents) {
   contents = SV::String();
   while (true) {
     const std::int64_t bytes = ReadUpTo(file, piece.get(), kPiece);
-    if (bytes < 0) return kUnreadable;
-    if (bytes > SV::String::kMaxLength - contents.Len()) return kTooLarge;
+    const bool isTooLarge = bytes > SV::String::kMaxLength - contents.Len();
+    if (bytes < 0 || isTooLarge) {
+      contents = SV::String();
+      return isTooLarge ? kTooLarge : kUnreadable;
+    }
     contents.Append(piece.get(), static_cast<long>(bytes));
     if (bytes < static_cast<std::int64_t>(kPiece)) return kRead;
   }
@@ -124,8 +127,9 @@ bool IsFile(Name name) {
 bool IsTakenByOther(Name name) {
   const Location location(name);
   struct stat status;
-  return location.GetPlace().IsValid() && location.GetPlace().Status(status) &&
-         !S_ISREG(status.st_mode);
+  if (!location.GetPlace().IsValid()) return false;
+  if (location.GetPlace().Status(status)) return !S_ISREG(status.st_mode);
+  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
 }
 
 bool IsReadOnly(Name name) {
@@ -172,7 +176,10 @@ ReadCode Read(Name name, SV::String& contents) {
   if (!S_ISREG(status.st_mode) || status.st_size == 0) return ReadInPieces(file.Get(), contents);
   const auto size = static_cast<long>(status.st_size);
   const std::int64_t bytes = ReadUpTo(file.Get(), contents.AllocBuffer(size), size);
-  if (bytes < 0) return kUnreadable;
+  if (bytes < 0) {
+    contents = SV::String();
+    return kUnreadable;
+  }
   contents.Erase(static_cast<long>(bytes), size);  // it was cut short meanwhile
   return kRead;
 }
@@ -197,10 +204,24 @@ std::string NewTemporaryFile(const std::string& prefix) {
   return file.IsOpen() ? path : std::string();
 }
 
+std::string NewFileBeside(const std::string& path) {
+  static unsigned number = 0;
+  while (true) {
+    const std::string name =
+        ".tavhost-" + std::to_string(getpid()) + '-' + std::to_string(++number) + ".tmp";
+    std::string file = Join(FolderOf(path), name);
+    const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (made.IsOpen()) return file;
+    if (errno != EEXIST) return std::string();
+  }
+}
+
 bool IsAbsolute(const std::string& path) {
   const bool hasDrive = path.size() >= 2 && path[1] == ':';
   return !path.empty() && (windows::IsSeparator(path[0]) || hasDrive);
 }
+
+bool CanBeWritten(const std::string& path) { return path.find('\\') == std::string::npos; }
 
 std::string Join(const std::string& folder, const std::string& name) {
   return folder.empty() || folder.back() == '/' ? folder + name : folder + '/' + name;
@@ -248,11 +269,15 @@ FolderContents FilesOf(const std::string& folder) {
   if (!directory) return contents;
   // Only errno tells the end from a failure.
   while (const struct dirent* entry = (errno = 0, readdir(directory))) {
-    struct stat status;
-    const bool isPlain = entry->d_type == DT_REG || (entry->d_type == DT_UNKNOWN &&
-                                                     fstatat(dirfd(directory), entry->d_name,
-                                                             &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-                                                     S_ISREG(status.st_mode));
+    bool isPlain = entry->d_type == DT_REG;
+    if (entry->d_type == DT_UNKNOWN) {
+      struct stat status;
+      if (fstatat(dirfd(directory), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        isPlain = S_ISREG(status.st_mode);
+      } else if (errno != ENOENT) {
+        break;
+      }
+    }
     if (isPlain) contents.files.emplace_back(entry->d_name);
   }
   contents.readable = errno == 0;

@@ -50,12 +50,6 @@ bool IsSameFile(Name a, Name b) {
          x.nFileIndexLow == y.nFileIndexLow;
 }
 
-// A new empty file in a folder; empty on failure.
-std::string NewFileIn(const std::string& folder, const std::string& prefix) {
-  char path[MAX_PATH];
-  return GetTempFileNameA(folder.c_str(), prefix.c_str(), 0, path) != 0 ? path : "";
-}
-
 // Not every system copies them into a file that exists already.
 bool TakeAttributes(Name from, const std::string& path) {
   const DWORD attributes = Attributes(from);
@@ -122,7 +116,7 @@ bool Copy(Name from, Name to, bool keepAttributes) {
   if (Has(target, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY) || IsSameFile(from, to)) {
     return false;
   }
-  const std::string copy = NewFileIn(FolderOf(to.text), "tav");
+  const std::string copy = NewFileBeside(to.text);
   if (copy.empty()) return false;
   const bool copied = CopyFileA(from.text, copy.c_str(), FALSE) != 0 &&
                       (keepAttributes ? TakeAttributes(from, copy) : DropAttributes(copy)) &&
@@ -156,6 +150,7 @@ ReadCode Read(Name name, SV::String& contents) {
   while (done < length) {
     DWORD bytes = 0;
     if (!ReadFile(file.Get(), out + done, static_cast<DWORD>(length - done), &bytes, nullptr)) {
+      contents = SV::String();
       return kUnreadable;
     }
     if (bytes == 0) break;
@@ -177,13 +172,30 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
 std::string NewTemporaryFile(const std::string& prefix) {
   char folder[MAX_PATH];
   const DWORD length = GetTempPathA(sizeof folder, folder);
-  return length == 0 || length >= sizeof folder ? "" : NewFileIn(folder, prefix);
+  if (length == 0 || length >= sizeof folder) return "";
+  char path[MAX_PATH];
+  return GetTempFileNameA(folder, prefix.c_str(), 0, path) != 0 ? path : "";
+}
+
+std::string NewFileBeside(const std::string& path) {
+  static unsigned number = 0;
+  while (true) {
+    const std::string name = ".tavhost-" + std::to_string(GetCurrentProcessId()) + '-' +
+                             std::to_string(++number) + ".tmp";
+    std::string file = Join(FolderOf(path), name);
+    const Handle made(CreateFileA(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (made.IsOpen()) return file;
+    if (GetLastError() != ERROR_FILE_EXISTS) return "";
+  }
 }
 
 bool IsAbsolute(const std::string& path) {
   const bool hasDrive = path.size() >= 2 && path[1] == ':';
   return !path.empty() && (path[0] == '\\' || path[0] == '/' || hasDrive);
 }
+
+bool CanBeWritten(const std::string&) { return true; }
 
 std::string Join(const std::string& folder, const std::string& name) {
   const bool ends = !folder.empty() && (folder.back() == '\\' || folder.back() == '/');
@@ -230,6 +242,7 @@ FolderContents FilesOf(const std::string& folder) {
   do {
     if (!Has(entry.dwFileAttributes, kNotPlain)) contents.files.emplace_back(entry.cFileName);
   } while (FindNextFileA(search, &entry));
+  contents.readable = GetLastError() == ERROR_NO_MORE_FILES;
   FindClose(search);
   return contents;
 }

@@ -11,7 +11,9 @@ std::string programPath;
 
 std::string Resolved(const char* name) {
   if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
-  return disk::Join(programPath.empty() ? disk::CurrentFolder() : programPath, name);
+  const std::string folder = programPath.empty() ? disk::CurrentFolder() : programPath;
+  // A path that would be read as another one must not be given out.
+  return disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();
 }
 
 }  // namespace

@@ -265,6 +265,16 @@ TEST_F(FileManager, ATemporaryFileIsNewAndEmpty) {
   unlink(second.GetStr());
 }
 
+TEST_F(FileManager, AFolderThatScriptsCannotWriteIsNotMistakenForAnother) {
+  std::filesystem::create_directories(folder_ + "/here/a/b");
+  std::filesystem::create_directories(folder_ + "/here/a\\b");
+  Write("a/b/file", "keep");
+  program_path::Set(folder_ + "/here/a\\b");
+  EXPECT_EQ(Tav_GetProgramPathFilename("file"), "");
+  EXPECT_FALSE(WriteWhole(Tav_GetProgramPathFilename("file").GetStr(), "x"));
+  EXPECT_EQ(Read("a/b/file"), "keep");
+}
+
 class DatabaseArea : public FileManager {};
 
 TEST_F(DatabaseArea, KnowsWhichNamesItCanHold) {
