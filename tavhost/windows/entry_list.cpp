@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "tavhost/windows/wildcard.h"
 
@@ -19,7 +20,8 @@ constexpr std::size_t kReadAtOnce = std::size_t{128} << 10;
 
 bool IsDots(std::string_view name) { return name == "." || name == ".."; }
 
-EntryType TypeOf(int directory, const dirent64& entry) {
+// Nothing when it cannot be told.
+std::optional<EntryType> TypeOf(int directory, const dirent64& entry) {
   switch (entry.d_type) {
     case DT_DIR:
       return EntryType::kDirectory;
@@ -28,7 +30,8 @@ EntryType TypeOf(int directory, const dirent64& entry) {
     case DT_UNKNOWN: {
       struct stat status;
       if (fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return EntryType::kOther;
+        if (errno != ENOENT) return std::nullopt;
+        return EntryType::kOther;  // gone meanwhile
       }
       if (S_ISDIR(status.st_mode)) return EntryType::kDirectory;
       return S_ISLNK(status.st_mode) ? EntryType::kLink : EntryType::kOther;
@@ -72,7 +75,9 @@ bool EntryList::Read(int directory, std::string_view pattern) {
       read += entry->d_reclen;
       const std::string_view name = entry->d_name;
       if (IsDots(name) || !(all || MatchesWildcard(name, pattern))) continue;
-      Add(name, TypeOf(directory, *entry));
+      const auto type = TypeOf(directory, *entry);
+      if (!type) return false;
+      Add(name, *type);
     }
   }
   if (Count() > dotCount) Sort();

@@ -89,8 +89,13 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   options.keepAttributes = true;
   options.sync = true;
   if (!CopyFile(from, to, options)) return false;
-  if (unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
-  const int error = errno;
+  // What somebody has written meanwhile is not in the copy.
+  struct stat now;
+  const bool same = from.Status(now) && IdOf(now) == IdOf(source) &&
+                    now.st_size == source.st_size && now.st_mtim.tv_sec == source.st_mtim.tv_sec &&
+                    now.st_mtim.tv_nsec == source.st_mtim.tv_nsec;
+  if (same && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
+  const int error = same ? errno : EBUSY;
   unlinkat(to.Directory(), to.Name(), 0);
   return Refuse(error);
 }

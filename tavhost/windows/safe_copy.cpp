@@ -151,8 +151,14 @@ bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
   // A file system that cannot: a second name never replaces either.
   if (linkat(fromDirectory, from, toDirectory, to, 0) != 0) return false;
-  if (unlinkat(fromDirectory, from, 0) == 0) return true;
-  const int error = errno;
+  // The first name may be another file's by now.
+  struct stat first;
+  struct stat second;
+  const bool same = fstatat(fromDirectory, from, &first, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    fstatat(toDirectory, to, &second, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    IdOf(first) == IdOf(second);
+  if (same && unlinkat(fromDirectory, from, 0) == 0) return true;
+  const int error = same ? errno : EBUSY;
   unlinkat(toDirectory, to, 0);
   errno = error;
   return false;
@@ -172,8 +178,12 @@ bool NewFile::MakeName() {
   static unsigned number = 0;
   const char* slash = std::strrchr(to_.Name(), '/');
   const int folder = slash ? static_cast<int>(slash + 1 - to_.Name()) : 0;
-  const int length = std::snprintf(name_, sizeof name_, "%.*s.tavhost-%ld-%u.tmp", folder,
-                                   to_.Name(), process, ++number);
+  int length;
+  do {
+    length = std::snprintf(name_, sizeof name_, "%.*s.tavhost-%ld-%u.tmp", folder, to_.Name(),
+                           process, ++number);
+    // A file left behind by a process of the same number may be what is copied.
+  } while (std::strcmp(name_, to_.Name()) == 0);
   if (length < static_cast<int>(sizeof name_)) return true;
   errno = ENAMETOOLONG;
   return false;

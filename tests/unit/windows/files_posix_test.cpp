@@ -301,6 +301,20 @@ TEST_F(Files, CopyReplacesALinkAndDoesNotWriteThroughIt) {
   EXPECT_FALSE(Exists("nowhere"));
 }
 
+// A process that was killed leaves its temporary file; the next may have the same number, and comes
+// to give its own file the same name.
+TEST_F(Files, ALeftoverTemporaryFileIsCopiedLikeAnyOther) {
+  const std::string name = ".tavhost-" + std::to_string(getpid()) + "-2000.tmp";
+  Write("from/" + name, "left");
+  _mkdir("to");
+  for (int copies = 0; copies < 2500; ++copies) {
+    ASSERT_NE(CopyFileA(("from\\" + name).c_str(), ("to\\" + name).c_str(), TRUE), 0) << copies;
+    ASSERT_EQ(Read("to/" + name), "left");
+    std::filesystem::remove("to/" + name);
+  }
+  EXPECT_EQ(CountEntries("."), 3);
+}
+
 TEST_F(Files, MoveNeverReplaces) {
   Write("a", "1");
   Write("b", "2");
