@@ -3,358 +3,649 @@
 old or complete, each source is intact, and nothing outside the named folders changes.
 
 Every scenario runs once to count its system calls, then once for each call and each fault. The
-short form takes a sample of the calls; --long takes all of them, and trees of extreme depth and
-width."""
+short form takes a sample of the calls; --long takes all of them and more kinds of fault. Behind
+the scenarios stand what needs no fault at a call: full disks, trees of extreme depth and width,
+odd entries, folders without permission, several programs at once."""
 import argparse
+import concurrent.futures
 import errno
+import itertools
 import os
 import pathlib
+import re
 import shutil
+import socket
+import stat
 import subprocess
 import sys
 import tempfile
+import threading
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-NEW, OLD, KEEP = "new contents ", "old contents ", "keep "
+sys.dont_write_bytecode = True
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE))
+import ground  # noqa: E402
+import scenarios  # noqa: E402
+from ground import Broken, NEW, OLD, SOURCES, contents, make_tree, snapshot, write  # noqa: E402
 
+ROOT = HERE.parents[1]
+WORKERS = 2
+NOBODY = 65534
 
-class Broken(Exception):
-    """Something was lost or changed that must not be."""
-
-
-class Scenario:
-    def __init__(self, name, command, prepare, check, swap=None):
-        self.name, self.command, self.prepare, self.check, self.swap = (
-            name, command, prepare, check, swap)
-
-
-def write(path, text):
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(text)
-
-
-SOURCES = ("a.txt", "empty", "sub/b.txt", "sub/deep/c.txt", "sub/large.bin")
-
-
-def contents(kind, name):
-    if name == "empty":
-        return "" if kind == NEW else kind
-    return (kind + name + "\n") * (20000 if name == "sub/large.bin" else 3)
-
-
-def make_tree(folder, kind):
-    for name in SOURCES:
-        write(folder / name, contents(kind, name))
+# What a program may call to touch files, besides what the library to preload defines: none of
+# these may be imported, or a call would go by unseen. Streams (fopen and its like) serve what no
+# file command does; `syscall` serves the runtime's locks.
+FILE_FUNCTIONS = """
+    openat64 open64 creat creat64 fopen64 freopen __open_2 __openat_2 __open64_2 __openat64_2
+    __read_chk __pread_chk __pread64_chk __readlink_chk __readlinkat_chk __realpath_chk __getcwd_chk
+    pread64 pwrite64 readv writev preadv pwritev sendfile64 splice tee
+    stat64 lstat64 fstat64 fstatat64 __xstat __lxstat __fxstat __fxstatat euidaccess eaccess
+    truncate truncate64 ftruncate64 fallocate fallocate64 posix_fallocate posix_fallocate64
+    chmod fchmodat chown fchown fchownat lchown utime utimes futimes futimesat lutimes
+    mkfifo mkfifoat mknod mknodat mkdtemp mkostemp mkstemps mkostemps tmpfile tempnam tmpnam
+    readdir64 readdir_r getdents scandir scandirat nftw ftw fts_open canonicalize_file_name
+    get_current_dir_name getwd chroot sync syncfs fsetxattr setxattr lsetxattr""".split()
 
 
-def prepare(base, with_old=False):
-    make_tree(base / "src", NEW)
-    (base / "to").mkdir()
-    if with_old:
-        make_tree(base / "to" / "src", OLD)
-    make_tree(base / "outside", KEEP)
-    os.symlink("../outside", base / "src" / "link")
-
-
-def read(path):
-    """A file's text; None when there is none, or only through a link."""
-    within = [path, *path.parents]
-    within = within[:[parent.name.startswith("tmp") for parent in within].index(True)]
-    return path.read_text() if path.is_file() and not any(p.is_symlink() for p in within) else None
-
-
-def check_outside(base):
-    found = sorted(str(p.relative_to(base / "outside"))
-                   for p in (base / "outside").rglob("*") if p.is_file())
-    if found != sorted(SOURCES):
-        raise Broken(f"outside holds {found}")
-    for name in SOURCES:
-        if read(base / "outside" / name) != contents(KEEP, name):
-            raise Broken(f"outside/{name} changed")
-
-
-def anywhere(base, folder, name):
-    """A file of a tree of which the folder sub may have been swapped aside."""
-    text = read(base / folder / name)
-    if text is None and name.startswith("sub/"):
-        text = read(base / "aside" / name.removeprefix("sub/"))
-    return text
-
-
-def check_copy(with_old):
-    def check(base, success, swapped):
-        for name in SOURCES:
-            if anywhere(base, "src", name) != contents(NEW, name):
-                raise Broken(f"the source {name} is not intact")
-            if swapped and name.startswith("sub/"):
-                continue
-            target = read(base / "to" / "src" / name)
-            allowed = {contents(NEW, name)}
-            if not success:
-                allowed |= {contents(OLD, name)} if with_old else {None}
-            if target not in allowed:
-                raise Broken(f"the target {name} is neither absent, old nor complete")
-    return check
-
-
-def check_move(base, success, swapped):
-    for name in SOURCES:
-        places = [read(base / "to" / "src" / name), anywhere(base, "src", name)]
-        if contents(NEW, name) not in places:
-            raise Broken(f"{name} is neither at its old place nor at its new one")
-        if any(text not in (None, contents(NEW, name)) for text in places):
-            raise Broken(f"{name} is half written")
-        if success and not swapped and places[1] is not None:
-            raise Broken(f"{name} was not moved")
-
-
-def check_delete(base, success, swapped):
-    for name in SOURCES:
-        text = anywhere(base, "src", name)
-        if text not in (None, contents(NEW, name)):
-            raise Broken(f"{name} is damaged")
-    if success and not swapped and (base / "src").exists():
-        raise Broken("the tree is still there")
-
-
-def prepare_single(base):
-    write(base / "from", NEW * 30000)
-    write(base / "target", OLD)
-    make_tree(base / "outside", KEEP)
-
-
-def check_single(base, success, swapped):
-    if read(base / "from") != NEW * 30000:
-        raise Broken("the source is not intact")
-    if read(base / "target") not in ({NEW * 30000} if success else {OLD, NEW * 30000}):
-        raise Broken("the target is neither old nor complete")
-
-
-def prepare_database(base):
-    write(base / "area/0/file", OLD)
-    make_tree(base / "outside", KEEP)
-
-
-def check_database(base, success, swapped):
-    # FWRITE has no code for a file that could not be stored when it was closed; the host says so.
-    if read(base / "area/0/file") not in {OLD, NEW}:
-        raise Broken("the database file is neither old nor complete")
-
-
-def prepare_rename(base):
-    write(base / "from", NEW)
-    make_tree(base / "outside", KEEP)
-
-
-def check_rename(base, success, swapped):
-    found = [read(base / "from"), read(base / "renamed")]
-    if sorted(found, key=str) != sorted([NEW, None], key=str):
-        raise Broken(f"renaming left {found}")
-
-
-SCENARIOS = [
-    Scenario("copy a tree", 'COPY_FILES "src" to:"to"', prepare, check_copy(False), "src/sub"),
-    Scenario("copy a tree, the target swapped", 'COPY_FILES "src" to:"to"', prepare,
-             check_copy(False), "to/src/sub"),
-    Scenario("copy over a tree", 'COPY_FILES "src" to:"to" overwrite-existing-dir',
-             lambda base: prepare(base, True), check_copy(True), "to/src/sub"),
-    Scenario("move a tree", 'MOVE_FILES "src" to:"to"', prepare, check_move, "src/sub"),
-    Scenario("delete a tree", 'DELETE_FILES "src"', prepare, check_delete, "src/sub"),
-    Scenario("copy a file", 'FILE_COPY from:"from" to:"target"', prepare_single, check_single),
-    Scenario("write a database file", f'FWRITE file:"db:\\\\file" text:"{NEW}"', prepare_database,
-             check_database),
-    Scenario("rename a file", 'FILE_RENAME from:"from" to:"renamed"', prepare_rename,
-             check_rename),
-]
+def imports(program):
+    listed = subprocess.run(["nm", "-D", "--undefined-only", str(program)], check=True, text=True,
+                            stdout=subprocess.PIPE).stdout
+    return {line.split()[-1].split("@")[0] for line in listed.splitlines()}
 
 
 class Runner:
-    def __init__(self, tavhost, library, scratch):
-        self.tavhost, self.library, self.scratch = tavhost, library, scratch
-        self.runs = 0
+    def __init__(self, tavhost, scratch, far):
+        self.tavhost, self.scratch, self.far = tavhost, scratch, far
+        self.library = pathlib.Path(scratch) / "fault_preload.so"
+        subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-Wall", "-Werror", "-o", self.library,
+                        HERE / "fault_preload.c", "-ldl"], check=True)
 
-    def run(self, scenario, extra):
-        """Runs a command in a new folder; the folder and whether the command said success."""
-        self.runs += 1
-        base = pathlib.Path(tempfile.mkdtemp(dir=self.scratch))
-        scenario.prepare(base)
-        script = (f'FILE_EXISTS file:"FAULT-BEGIN"\n{scenario.command} -> r\n'
-                  'code = r.ecode\nFILE_EXISTS file:"FAULT-END"\nprint code\n')
-        write(base / "script.tav", script)
-        environment = dict(os.environ, LD_PRELOAD=str(self.library), **extra)
+    def check_coverage(self):
+        """Every function that touches files and that is imported is one the library sees."""
+        plugins = pathlib.Path(self.tavhost).parents[1] / "lib"
+        for program in [self.tavhost, *plugins.rglob("*.so")]:
+            unseen = imports(program) & set(FILE_FUNCTIONS)
+            if unseen:
+                raise Broken(f"{program} calls what goes by unseen: {sorted(unseen)}")
+
+    def script(self, folder, text, check=True, **more):
+        """Runs a script without a fault; what it prints."""
+        (folder / "script.tav").write_text(text)
+        done = subprocess.run([self.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=900,
+                              **more)
+        if check and done.returncode != 0:
+            raise Broken(f"exit code {done.returncode}: {done.stderr!r} (left in {folder})")
+        return done.stdout.decode("utf-8", "surrogateescape")
+
+    def folder(self):
+        return pathlib.Path(tempfile.mkdtemp(dir=self.scratch))
+
+    def run(self, scenario, fault, **extra):
+        """Runs a scenario's command in a new place under a fault."""
+        place = ground.Ground(self.folder(), scenario.far and self.far)
+        scenario.prepare(place)
+        place.remember()
+        command = scenario.command.replace("{to}", str(place.to))
+        write(place.base / "script.tav",
+              f'FILE_EXISTS file:"FAULT-BEGIN"\n{command} -> r\n'
+              f'FILE_EXISTS file:"FAULT-END"\nprint r.ecode\n{scenario.tail}\n')
+        environment = dict(os.environ, LD_PRELOAD=str(self.library), FAULT_COUNT="count",
+                           FAULT_REFUSE=scenario.refuse, **extra)
         done = subprocess.run(
-            [self.tavhost, "--db", "area", "run", "script.tav"], cwd=base, env=environment,
+            [self.tavhost, "--db", "area", "run", "script.tav"], cwd=place.base, env=environment,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120, text=True)
-        if done.returncode not in (0, -9):
-            raise Broken(f"exit code {done.returncode}: {done.stderr.strip()}")
-        return base, done.stdout.strip() == "0"
+        killed = done.returncode == -9 and fault == "kill"
+        if done.returncode != 0 and not killed:
+            raise Broken(f"exit code {done.returncode}: {done.stderr.strip()} "
+                         f"(left in {place.base})")
+        code, _, place.printed = done.stdout.partition("\n")
+        place.success = code == scenario.success
+        place.fault, place.path = fault, extra.get("FAULT_PATH")
+        if not killed:
+            calls, acts, place.acted_at = (place.base / "count").read_text().split()
+            place.calls, place.acts = int(calls), int(acts)
+        return place
+
+    def check(self, scenario, place):
+        scenario.check(place)
+        place.check_outside()
+        if place.fault != "kill" and not place.fault.startswith("errors:"):
+            place.check_no_strays()
+        if place.fault in ("none", "short") and not place.success:
+            raise Broken("it fails without a fault")
 
     def count(self, scenario):
-        base, success = self.run(scenario, {"FAULT_COUNT": "count"})
-        scenario.check(base, success, False)
-        check_outside(base)
-        if not success:
-            raise Broken("it fails without a fault")
-        calls = int((base / "count").read_text())
-        shutil.rmtree(base)
-        if calls < 2:
-            raise Broken(f"only {calls} system calls were seen")
-        return calls
+        place = self.run(scenario, "none")
+        self.check(scenario, place)
+        place.remove()
+        if place.calls < 1:
+            raise Broken("no system calls were seen")
+        return place.calls
 
-    def try_fault(self, scenario, at, fault):
+    def try_fault(self, scenario, at, fault, path):
         extra = {"FAULT_AT": str(at), "FAULT_DO": fault}
-        if fault == "swap":
-            extra |= {"FAULT_SWAP": scenario.swap, "FAULT_ASIDE": "aside",
-                      "FAULT_LINK": "../" * scenario.swap.count("/") + "outside/sub"}
-        base, success = self.run(scenario, extra)
+        if path:
+            extra |= {"FAULT_PATH": path, "FAULT_ASIDE": "aside",
+                      "FAULT_LINK": "../" * path.count("/") + scenarios.reached(path)}
+        place = self.run(scenario, fault, **extra)
         try:
-            scenario.check(base, success, fault == "swap")
-            check_outside(base)
+            self.check(scenario, place)
+            if fault == "kill" and scenario.again:
+                self.do_again(scenario, place)
         except Broken as broken:
-            raise Broken(f"{fault} at call {at}: {broken} (left in {base})") from None
-        shutil.rmtree(base)
+            where = f" of {path}" if path else ""
+            raise Broken(f"{fault}{where} at call {at}: {broken} (left in {place.base})") from None
+        place.remove()
+
+    def do_again(self, scenario, place):
+        """Who was killed may be started again; what was left behind is in nobody's way."""
+        command = scenario.again.replace("{to}", str(place.to))
+        printed = self.script(place.base, f"{command} -> r\nprint r.ecode\n{scenario.tail}\n")
+        code, _, place.printed = printed.partition("\n")
+        place.success = code == scenario.success
+        if not place.success:
+            raise Broken("it fails when it is done again")
+        scenario.check(place)
+        place.check_outside()
+        strays = place.strays()
+        if not strays or not scenario.listed:
+            return
+        # A leftover file is an ordinary one: listed, copied and deleted like any other.
+        folder = strays[0].parent
+        printed = self.script(place.base, f"""
+            DIR_LIST path:"{folder}" filemask:".tavhost-*.tmp"
+            print ecode, files
+            DIR_CREATE path:"taken"
+            COPY_FILES "{folder}" to:"taken" no-overwrite
+            print ecode
+            DELETE_FILES "taken"
+            print ecode
+            DELETE_FILES "{place.to}\\\\*"
+            print ecode
+        """)
+        names = "*".join(sorted(stray.name for stray in strays))
+        if printed != f"0 {names}\n0\n0\n0\n" or os.listdir(place.to):
+            raise Broken(f"with a leftover file: {printed!r}")
 
 
-def sample(calls, long):
-    if long or calls <= 24:
-        return range(1, calls + 1)
-    return sorted({1 + round(i * (calls - 1) / 23) for i in range(24)})
+def sample(calls, most, skipped):
+    first = 1 + skipped
+    if calls - skipped <= most:
+        return range(first, calls + 1)
+    return sorted({first + round(i * (calls - first) / (most - 1)) for i in range(most)})
 
 
-def test_faults(runner, long):
-    for scenario in SCENARIOS:
-        faults = [f"error:{errno.EIO}", "kill"]
+def error(name):
+    return f"error:{getattr(errno, name)}"
+
+
+def kinds_of_fault(scenario, long):
+    """Each with the file or folder with which it is done, if any."""
+    errors = ["EIO"]
+    if long:
+        errors += ["ENOSPC", "EACCES", "EINTR", "ENOENT", "EEXIST", "EXDEV", "ELOOP", "EINVAL",
+                   "EMFILE", "ENOSYS"]
+    for name in errors if not scenario.only_swaps else []:
+        yield error(name), None
+    if not scenario.only_swaps:
+        yield "kill", None
+        yield "short", None
         if long:
-            faults += [f"error:{errno.ENOSPC}", f"error:{errno.EACCES}"]
-        if scenario.swap:
-            faults.append("swap")
-        calls = runner.count(scenario)
-        for fault in faults:
-            for at in sample(calls, long):
-                yield scenario.name, lambda: runner.try_fault(scenario, at, fault)
+            yield f"errors:{errno.EIO}", None
+            yield f"errors:{errno.ENOSPC}", None
+    for fault, paths in scenario.acts.items():
+        for path in paths:
+            yield fault, path
 
 
-def test_full_disk(runner, options, with_old):
-    """A small file system that fills up, by bytes and by names."""
-    def case():
-        folder = pathlib.Path(tempfile.mkdtemp(dir=runner.scratch))
-        (folder / "disk").mkdir()
-        subprocess.run(["mount", "-t", "tmpfs", "-o", options, "none", str(folder / "disk")],
-                       check=True)
+def fault_cases(runner, options):
+    long = options.long
+    for scenario in scenarios.ALL:
+        if not re.search(options.only, scenario.name):
+            continue
+        if scenario.far and not runner.far:
+            print(f"skipped here, where there is no second file system: {scenario.name}")
+            continue
         try:
-            prepare(folder)
+            calls = runner.count(scenario)
+        except Broken as broken:
+            yield scenario.name, lambda broken=broken: raise_it(broken)
+            continue
+        for fault, path in kinds_of_fault(scenario, long):
+            for at in sample(calls, scenario.most if long else 6,
+                                 scenario.named.get(path, 0)):
+                yield scenario.name, (lambda s=scenario, a=at, f=fault, p=path:
+                                      runner.try_fault(s, a, f, p))
+
+
+def raise_it(broken):
+    raise broken
+
+
+class Disk:
+    """A small file system of its own."""
+
+    def __init__(self, folder, options):
+        self.folder, self.options = folder, options
+
+    def __enter__(self):
+        self.folder.mkdir()
+        subprocess.run(["mount", "-t", "tmpfs", "-o", self.options, "none", str(self.folder)],
+                       check=True)
+
+    def __exit__(self, *_):
+        subprocess.run(["umount", str(self.folder)], check=True)
+
+
+def can_mount():
+    if os.geteuid() != 0:
+        return False
+    with tempfile.TemporaryDirectory() as folder:
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "none", folder],
+                                 stderr=subprocess.DEVNULL).returncode == 0
+        if mounted:
+            subprocess.run(["umount", folder], check=True)
+    return mounted
+
+
+def full_disk(runner, options, with_old, must_be_full):
+    """A small file system that fills up, by bytes or by names."""
+    folder = runner.folder()
+    make_tree(folder / "src", NEW)
+    make_tree(folder / "moved", NEW)
+    with Disk(folder / "disk", options):
+        disk = folder / "disk"
+        full = False
+        try:
+            (disk / "to").mkdir()
+            (disk / "area/0").mkdir(parents=True)
+            (disk / "area/0/file").write_text(OLD)
             if with_old:
-                make_tree(folder / "disk" / "to" / "src", OLD)
-            (folder / "disk" / "to").mkdir(exist_ok=True)
-            write(folder / "script.tav",
-                  'COPY_FILES "src" to:"disk/to" overwrite-existing-dir\nprint ecode\n'
-                  'FWRITE file:"disk/short" text:(upper(join(range(0, 100000, 1), ",")))\n'
-                  'print ecode, written > 400000\n')
-            done = subprocess.run([runner.tavhost, "run", "script.tav"], cwd=folder, text=True,
-                                  stdout=subprocess.PIPE, timeout=120)
-            if not done.stdout.startswith("1\n") or done.stdout.split("\n")[1] == "0 1":
-                raise Broken(f"the disk was not full: {done.stdout!r}")
-            for name in SOURCES:
-                if read(folder / "src" / name) != contents(NEW, name):
-                    raise Broken(f"the source {name} is not intact")
-                allowed = (None, contents(OLD, name), contents(NEW, name))
-                if read(folder / "disk" / "to" / "src" / name) not in allowed:
-                    raise Broken(f"the target {name} is half written")
-            stray = list((folder / "disk").rglob(".tavhost-*"))
-            if stray:
-                raise Broken(f"left behind: {stray}")
-        finally:
-            subprocess.run(["umount", str(folder / "disk")], check=True)
-    return case
+                make_tree(disk / "to" / "src", OLD)
+        except OSError:
+            return  # not even what is to be there before fits
+        (folder / "area").symlink_to("disk/area")
+        printed = runner.script(folder, f"""
+            COPY_FILES "src" to:"disk/to" overwrite-existing-dir
+            print ecode
+            MOVE_FILES "moved" to:"disk"
+            print ecode
+            FWRITE file:"db:\\\\file" text:(upper(join(range(0, 20000, 1), ",")))
+            print ecode
+            FCOPY from:"src/sub/large.bin" to:"db:\\\\file"
+            print ecode
+            FWRITE file:"disk/short" text:(upper(join(range(0, 100000, 1), ",")))
+            print ecode, written > 400000
+        """).split("\n")
+        full = printed[0] == "1" and printed[1] == "1" and printed[4] != "0 1"
+        if must_be_full and not full:
+            raise Broken(f"the disk was not full: {printed!r}")
+        for name in SOURCES:
+            new = contents(NEW, name)
+            if (folder / "src" / name).read_text() != new:
+                raise Broken(f"the source {name} is not intact")
+            target = disk / "to" / "src" / name
+            if (target.read_text() if target.exists() else None) not in (
+                    {new} if printed[0] == "0" else {None, contents(OLD, name), new}):
+                raise Broken(f"the target {name} is half written")
+            places = [path.read_text() for path in
+                      (folder / "moved" / name, disk / "moved" / name) if path.exists()]
+            if new not in places or set(places) != {new}:
+                raise Broken(f"{name} was lost on its way to a full disk")
+        stored = (disk / "area/0/file").read_text()
+        whole = ",".join(map(str, range(20000)))
+        if stored not in (OLD, whole, contents(NEW, "sub/large.bin")):
+            raise Broken("the database file is half written")
+        strays = list(disk.rglob(".tavhost-*"))
+        if strays:
+            raise Broken(f"left behind: {strays}")
+    shutil.rmtree(folder)
 
 
-def test_depth(runner, levels):
+def full_disk_cases(runner, long):
+    yield "a full disk", lambda: full_disk(runner, "size=450k", True, True)
+    yield "a disk without free names", lambda: full_disk(runner, "nr_inodes=12", False, True)
+    for kilobytes in range(16, 3000, 4) if long else ():
+        yield "a full disk", lambda k=kilobytes: full_disk(runner, f"size={k}k", k % 8 == 0, False)
+    for inodes in range(2, 48) if long else ():
+        for old in (False, True):
+            yield "a disk without free names", (
+                lambda i=inodes, o=old: full_disk(runner, f"nr_inodes={i}", o, False))
+
+
+def deep_tree(runner, levels):
     """A tree deeper than a process may have files open, copied, moved and deleted."""
-    def case():
-        folder = pathlib.Path(tempfile.mkdtemp(dir=runner.scratch))
-        write(folder / "script.tav", f"""
-            path = "deep"
-            DIR_CREATE path:(path)
-            for i from 1 to {levels} {{ path = path + "/d"; DIR_CREATE path:(path) }}
-            FWRITE file:(path + "/end") text:"x"
-            print ecode
-            DIR_CREATE path:"copy"
-            COPY_FILES "deep" to:"copy"
-            print ecode
-            DIR_CREATE path:"moved"
-            MOVE_FILES "deep" to:"moved"
-            print ecode
-            FREAD file:("moved/" + path + "/end")
-            print ecode, text
-            FREAD file:("copy/" + path + "/end")
-            print ecode, text
-            DELETE_FILES "copy"
-            print ecode
-            DELETE_FILES "moved"
-            print ecode
-        """)
-        done = subprocess.run(["bash", "-c", 'ulimit -n 256; exec "$0" run script.tav',
-                               runner.tavhost], cwd=folder, text=True, stdout=subprocess.PIPE,
-                              timeout=600)
-        if done.stdout.split() != "0 0 0 0 x 0 x 0 0".split():
-            raise Broken(f"{done.stdout!r} (left in {folder})")
-    return case
+    folder = runner.folder()
+    write(folder / "script.tav", f"""
+        path = "deep"
+        DIR_CREATE path:(path)
+        for i from 1 to {levels} {{ path = path + "/d"; DIR_CREATE path:(path) }}
+        FWRITE file:(path + "/end") text:"x"
+        print ecode
+        DIR_CREATE path:"copy"
+        COPY_FILES "deep" to:"copy"
+        print ecode
+        DIR_CREATE path:"moved"
+        MOVE_FILES "deep" to:"moved"
+        print ecode
+        FREAD file:("moved/" + path + "/end")
+        print ecode, text
+        FREAD file:("copy/" + path + "/end")
+        print ecode, text
+        DELETE_FILES "copy"
+        print ecode
+        DELETE_FILES "moved"
+        print ecode
+    """)
+    done = subprocess.run(["bash", "-c", 'ulimit -n 256; exec "$0" run script.tav',
+                           runner.tavhost], cwd=folder, text=True, stdout=subprocess.PIPE,
+                          timeout=900)
+    if done.stdout.split() != "0 0 0 0 x 0 x 0 0".split():
+        raise Broken(f"{done.stdout!r} (left in {folder})")
 
 
-def test_width(runner, entries):
+def wide_folder(runner, entries):
     """A folder with very many entries."""
-    def case():
-        folder = pathlib.Path(tempfile.mkdtemp(dir=runner.scratch))
-        (folder / "wide").mkdir()
-        for i in range(entries):
-            os.close(os.open(folder / "wide" / f"entry-{i:06}", os.O_CREAT | os.O_WRONLY))
-        write(folder / "script.tav", """
-            DIR_LIST path:"wide"
-            print ecode, len(split(files, "*"))
-            DIR_CREATE path:"to"
-            MOVE_FILES "wide" to:"to"
-            print ecode
-            DELETE_FILES "to"
-            print ecode
-        """)
-        done = subprocess.run([runner.tavhost, "run", "script.tav"], cwd=folder, text=True,
-                              stdout=subprocess.PIPE, timeout=600)
-        if done.stdout.split() != ["0", str(entries), "0", "0"]:
-            raise Broken(done.stdout)
-    return case
+    folder = runner.folder()
+    (folder / "wide").mkdir()
+    for i in range(entries):
+        os.close(os.open(folder / "wide" / f"entry-{i:06}", os.O_CREAT | os.O_WRONLY))
+    printed = runner.script(folder, """
+        DIR_LIST path:"wide"
+        print ecode, len(split(files, "*"))
+        DIR_CREATE path:"copy"
+        COPY_FILES "wide" to:"copy"
+        print ecode
+        DIR_CREATE path:"to"
+        MOVE_FILES "wide" to:"to"
+        print ecode
+        DIR_LIST path:"copy/wide" filemask:"e*"
+        print ecode, len(split(files, "*"))
+        DELETE_FILES "to/wide/*"
+        print ecode
+        IS_DIR_EMPTY path:"to/wide"
+        print isempty
+        DELETE_FILES "copy"
+        print ecode
+    """)
+    if printed.split() != ["0", str(entries), "0", "0", "0", str(entries), "0", "1", "0"]:
+        raise Broken(f"{printed!r} (left in {folder})")
+    shutil.rmtree(folder)
 
 
-def build_library(folder):
-    library = pathlib.Path(folder) / "fault_preload.so"
-    subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-Wall", "-o", library,
-                    ROOT / "tests/faults/fault_preload.c", "-ldl"], check=True)
-    return library
+def expect(printed, wanted, folder):
+    if printed.split() != wanted.split():
+        raise Broken(f"{printed.split()} instead of {wanted.split()} (left in {folder})")
+
+
+TAKE_ALL = """
+    DIR_CREATE path:"copy"
+    COPY_FILES "src" to:"copy"
+    print ecode
+    DIR_CREATE path:"moved"
+    MOVE_FILES "src" to:"moved"
+    print ecode
+"""
+
+
+def names_of_any_byte(runner):
+    """Files and folders whose names hold every byte that a name may hold."""
+    folder = runner.folder()
+    source = os.fsencode(folder / "src")
+    os.mkdir(source)
+    names = [b"a" + bytes([byte]) + b"z" for byte in range(1, 256) if byte not in b"/\\*?"]
+    names += [bytes([byte]) for byte in range(1, 256) if byte not in b"/\\*?."]
+    names += [b"...", b".x", b"-rf", b"C:x", b"db:", b"[a-z]", b"\xff" * 255, b"n" * 255,
+              "größer".encode(), b"name.", b"name "]
+    for name in names:
+        with open(os.path.join(source, name), "wb") as file:
+            file.write(name)
+        inner = os.path.join(source, (b"d" + name)[:255])
+        os.mkdir(inner)
+        with open(os.path.join(inner, name), "wb") as file:
+            file.write(name * 2)
+    before = snapshot(folder / "src", times=False)
+    expect(runner.script(folder, TAKE_ALL), "0 0", folder)
+    if (folder / "src").exists() or snapshot(folder / "copy/src", times=False) != before or (
+            snapshot(folder / "moved/src", times=False) != before):
+        raise Broken(f"the trees differ (left in {folder})")
+    printed = runner.script(folder, """
+        DELETE_FILES "copy"
+        print ecode
+        DELETE_FILES "moved/s*"
+        print ecode
+    """)
+    expect(printed, "0 0", folder)
+    if (folder / "copy").exists() or os.listdir(folder / "moved"):
+        raise Broken(f"something is left (in {folder})")
+    shutil.rmtree(folder)
+
+
+def names_that_no_path_can_name(runner, name, is_folder):
+    """They make a recursive command fail; what a path with them would mean stays as it is."""
+    folder = runner.folder()
+    for target in ("src/x/y", "src/xy", "src/x/keep"):
+        write(folder / target, "keep")
+    entry = folder / "src" / name
+    write(entry / "inner" if is_folder else entry, "odd")
+    before = snapshot(folder / "src")
+    (folder / "copy").mkdir()
+    (folder / "moved").mkdir()
+    printed = runner.script(folder, f"""
+        COPY_FILES "src" to:"copy"
+        print ecode
+        MOVE_FILES "src/xy" to:"moved"
+        MOVE_FILES "moved/xy" to:"src"
+        print ecode
+        DELETE_FILES "src/x{name[1] if name[1] != chr(92) else chr(92) * 2}y"
+    """)
+    found = snapshot(folder / "src")
+    if printed.split() != ["1", "0"]:
+        raise Broken(f"{printed!r} (left in {folder})")
+    odd = {path: entry for path, entry in found.items() if path.split(b"/")[0] == name.encode()}
+    if odd != {path: entry for path, entry in before.items() if path in odd} or not odd:
+        raise Broken(f"{name} changed (left in {folder})")
+    shutil.rmtree(folder)
+
+
+def no_plain_files(runner):
+    """Pipes, sockets and links are listed, moved and deleted; what cannot be copied fails."""
+    folder = runner.folder()
+    (folder / "src").mkdir()
+    write(folder / "outside/keep", "keep")
+    outside = snapshot(folder / "outside")
+    os.mkfifo(folder / "src/pipe")
+    with socket.socket(socket.AF_UNIX) as door:
+        door.bind(os.path.relpath(folder / "src/door"))
+    for name, text in (("dir-link", "../outside"), ("file-link", "../outside/keep"),
+                       ("broken", "nowhere"), ("loop", "loop"), ("itself", ".")):
+        os.symlink(text, folder / "src" / name)
+    before = snapshot(folder / "src")
+    printed = runner.script(folder, """
+        DIR_LIST path:"src"
+        print ecode, files, dirs
+        DIR_CREATE path:"copy"
+        DIR_CREATE path:"copied"
+        COPY_FILES "src/pipe" to:"copy"
+        print ecode
+        COPY_FILES "src/door" to:"copy"
+        print ecode
+        FCOPY from:"src/pipe" to:"copy/pipe"
+        print ecode
+        IS_DIR_EMPTY path:"copy"
+        print isempty
+        COPY_FILES "src/*l*" to:"copied"
+        print ecode
+        COPY_FILES "src/broken" to:"copied"
+        print ecode
+        DIR_CREATE path:"moved"
+        MOVE_FILES "src" to:"moved"
+        print ecode
+    """)
+    expect(printed, "0 broken*door*file-link*loop*pipe dir-link*itself 1 1 0 1 0 0 0", folder)
+    if snapshot(folder / "moved/src") != before:
+        raise Broken(f"the moved tree differs (left in {folder})")
+    links = {name: entry for name, entry in before.items() if stat.S_ISLNK(entry[0])}
+    if {n: e[1] for n, e in snapshot(folder / "copied").items()} != {
+            n: e[1] for n, e in links.items()}:
+        raise Broken(f"the links differ (left in {folder})")
+    expect(runner.script(folder, 'DELETE_FILES "moved/src"\nprint ecode\n'
+                                 'DELETE_FILES "copied"\nprint ecode\n'), "0 0", folder)
+    if snapshot(folder / "outside") != outside or (folder / "moved/src").exists():
+        raise Broken(f"outside changed, or something is left (in {folder})")
+    shutil.rmtree(folder)
+
+
+def without_permission(runner, mode, readable):
+    """Folders that may not be read, entered or written make the command fail; nothing is lost."""
+    folder = runner.folder()
+    make_tree(folder / "src", NEW)
+    write(folder / "src/locked/file", "kept")
+    write(folder / "src/z", "z")
+    (folder / "copy").mkdir()
+    (folder / "moved").mkdir()
+    os.chown(folder, NOBODY, NOBODY)
+    for path in folder.rglob("*"):
+        os.chown(path, NOBODY, NOBODY)
+    before = snapshot(folder / "src", times=False)
+    (folder / "src/locked").chmod(mode)
+    before[b"locked"] = (stat.S_IFDIR | mode, "")
+    user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+    (folder / "script.tav").touch()
+    printed = runner.script(folder, """
+        COPY_FILES "src" to:"copy"
+        print ecode
+        DELETE_FILES "src/locked"
+        print ecode
+        MOVE_FILES "src/*" to:"moved"
+        print ecode
+        DIR_LIST path:"src/locked"
+        print ecode
+    """, **user)
+    (folder / "src/locked").chmod(mode)
+    expect(printed, f"{0 if mode == 0o555 else 1} 1 1 {0 if readable else 1}", folder)
+    found = {**snapshot(folder / "moved", times=False), **snapshot(folder / "src", times=False)}
+    if found != before:
+        raise Broken(f"something was lost: {sorted(found)} (left in {folder})")
+    for path in (folder / "copy/src").rglob("*"):
+        name = os.fsencode(path.relative_to(folder / "copy/src"))
+        if path.is_file() and path.read_bytes() != before[name][1]:
+            raise Broken(f"{path} is half written")
+    shutil.rmtree(folder)
+
+
+def at_once(runner, command, target, rounds):
+    """Several programs write one file over and over: whoever looks sees the whole of one."""
+    folder = runner.folder()
+    texts = {letter: letter * 700000 for letter in "AB"}
+    for letter, text in texts.items():
+        write(folder / letter, text)
+    write(folder / target, texts["A"])
+    script = "for i from 1 to %d { %s }\n" % (rounds, command)
+    programs = []
+    for letter in "ABAB":
+        name = f"{letter}{len(programs)}.tav"
+        write(folder / name, f'FREAD file:"{letter}"\nx = text\n' + script.replace("{}", letter))
+        programs.append(subprocess.Popen(
+            [runner.tavhost, "--db", "area", "run", name], cwd=folder,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True))
+    whole = set(texts.values())
+    looks = 0
+    while any(program.poll() is None for program in programs):
+        looks += 1
+        if (folder / target).read_text() not in whole:
+            for program in programs:
+                program.wait()
+            raise Broken(f"a half-written file was seen (in {folder})")
+    for program in programs:
+        said = program.communicate()[0]
+        if program.returncode != 0 or said:
+            raise Broken(f"exit code {program.returncode}: {said}")
+    if looks < 5 or list(folder.rglob(".tavhost-*")):
+        raise Broken(f"{looks} looks; left behind: {list(folder.rglob('.tavhost-*'))}")
+    shutil.rmtree(folder)
+
+
+def other_cases(runner, long):
+    yield "a deep tree", lambda: deep_tree(runner, 5000 if long else 400)
+    yield "a wide folder", lambda: wide_folder(runner, 400000 if long else 2000)
+    yield "names of any byte", lambda: names_of_any_byte(runner)
+    for name, is_folder in itertools.product(("x\\y", "x*y", "x?y"), (False, True)):
+        yield "a name that no path can name", (
+            lambda n=name, f=is_folder: names_that_no_path_can_name(runner, n, f))
+    yield "pipes, sockets and links", lambda: no_plain_files(runner)
+    for mode, readable in ((0o000, False), (0o444, True), (0o555, True), (0o311, False)):
+        yield f"a folder of mode {mode:03o}", (
+            lambda m=mode, r=readable: without_permission(runner, m, r))
+    rounds = 400 if long else 25
+    yield "copies to one file at once", lambda: at_once(
+        runner, 'FILE_COPY from:"{}" to:"target"', "target", rounds)
+    yield "one database file written at once", lambda: at_once(
+        runner, 'FWRITE file:"db:\\\\target" text:(x)', "area/0/target", rounds)
+
+
+def second_file_system(scratch):
+    """A folder of another file system than that of `scratch`; none when there is none."""
+    for parent in (tempfile.gettempdir(), "/dev/shm", "/var/tmp", str(ROOT)):
+        if os.access(parent, os.W_OK) and os.stat(parent).st_dev != os.stat(scratch).st_dev:
+            return tempfile.mkdtemp(prefix="tavhost-faults-", dir=parent)
+    return None
+
+
+def remove(folder):
+    """Trees of any depth."""
+    subprocess.run(["rm", "-rf", "--", folder], check=True)
+
+
+def all_cases(runner, options):
+    def wanted(cases):
+        return (case for case in cases if re.search(options.only, case[0]))
+
+    yield from wanted([("every call is seen", runner.check_coverage)])
+    yield from fault_cases(runner, options)
+    if can_mount():
+        yield from wanted(full_disk_cases(runner, options.long))
+    else:
+        print("skipped here, where no file system can be mounted: full disks")
+    yield from wanted(other_cases(runner, options.long))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--tavhost", default=str(ROOT / "build/bin/tavhost"))
     parser.add_argument("--long", action="store_true", help="every call, extreme trees")
+    parser.add_argument("--only", default="", metavar="NAME",
+                        help="the cases whose name matches this regular expression")
+    parser.add_argument("--scratch", metavar="DIR", help="where to work (default: in memory)")
     options = parser.parse_args()
     failures = cases = 0
-    with tempfile.TemporaryDirectory(prefix="tavhost-faults-") as scratch:
-        runner = Runner(os.path.abspath(options.tavhost), build_library(scratch), scratch)
+    lock = threading.Lock()
 
-        def all_tests():
-            yield from test_faults(runner, options.long)
-            if os.geteuid() == 0:
-                yield "a full disk", test_full_disk(runner, "size=800k", True)
-                yield "a disk without free names", test_full_disk(runner, "nr_inodes=6", False)
-            yield "a deep tree", test_depth(runner, 5000 if options.long else 400)
-            yield "a wide folder", test_width(runner, 400000 if options.long else 2000)
-
-        for name, case in all_tests():
+    def judge(name, case):
+        nonlocal failures, cases
+        try:
+            case()
+            failed = None
+        except (Broken, OSError, ValueError, subprocess.SubprocessError) as broken:
+            failed = f"{type(broken).__name__}: {broken}"
+        with lock:
             cases += 1
-            try:
-                case()
-            except (Broken, subprocess.SubprocessError) as error:
+            if failed:
                 failures += 1
-                print(f"FAILED {name}: {error}")
+                print(f"FAILED {name}: {failed}", flush=True)
+
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+    scratch = tempfile.mkdtemp(prefix="tavhost-faults-", dir=options.scratch or memory)
+    os.chmod(scratch, 0o755)
+    far = second_file_system(scratch)
+    runner = Runner(os.path.abspath(options.tavhost), scratch, far)
+    with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+        list(pool.map(lambda item: judge(*item), all_cases(runner, options)))
+    if not failures:  # otherwise it stays to be looked at
+        remove(scratch)
+        if far:
+            remove(far)
     print(f"{cases - failures} passed, {failures} failed")
     return 1 if failures else 0
 
