@@ -63,6 +63,7 @@ class Ground:
         self.far = far and pathlib.Path(tempfile.mkdtemp(dir=far))
         self.to = (self.far or base) / "to"
         self.outside = None
+        self.before = None  # what a scenario wants to remember
         self.fault = "none"
         self.path = None  # with which the fault was done
         self.success = False

@@ -4,7 +4,7 @@ import os
 from dataclasses import dataclass, field
 
 from ground import (Broken, KEEP, LINKS, NEW, OLD, SOURCES, THEIRS, contents, make_links, make_tree,
-                    write)
+                    snapshot, write)
 
 
 def reached(path):
@@ -124,6 +124,29 @@ def check_delete(left=()):
     return check
 
 
+def prepare_itself(place):
+    trees()(place)
+    os.link(place.base / "src/a.txt", place.base / "src/sub/hard")
+    place.before = snapshot(place.base / "src")
+
+
+def check_itself(place):
+    """It fails before the first write: not even a folder's time of change is another."""
+    if not place.success and place.fault != "kill":
+        raise Broken("it did not fail")
+    if snapshot(place.base / "src") != place.before:
+        raise Broken("the tree changed")
+
+
+def check_onto_itself(place):
+    if not place.success and place.fault != "kill":
+        raise Broken("it did not fail")
+    now = {name: entry for name, entry in snapshot(place.base / "src", times=False).items()
+           if b".tavhost-" not in name}
+    if now != {name: entry[:2] for name, entry in place.before.items()}:
+        raise Broken("the tree changed")
+
+
 DEEP = 100  # more than the folders that are kept open
 CHAIN = "/".join("d" * DEEP)
 
@@ -240,6 +263,11 @@ def check_list_area(place):
         raise Broken(f"it printed {place.printed!r}")
 
 
+def check_emptiness(place):
+    if place.printed != ("0\n" if place.success else "none\n") and place.fault != "kill":
+        raise Broken(f"it printed {place.printed!r}")
+
+
 def check_text(place):
     """A text is whole or there is none."""
     length = len(contents(NEW, "sub/large.bin")) if place.success else 0
@@ -280,6 +308,18 @@ ALL = [
              check_move(), MOVED, refuse="renameat2,copy_file_range,d_type"),
     Scenario("move a tree to another file system", 'MOVE_FILES "src" to:"{to}"', trees(),
              check_move(), FAR, far=True),
+    Scenario("copy a tree into itself",
+             'COPY_FILES "src" to:"src\\\\sub\\\\deep" overwrite-existing-dir', prepare_itself,
+             check_itself, success="1"),
+    Scenario("move a tree into itself", 'MOVE_FILES "src" to:"src"', prepare_itself, check_itself,
+             success="1"),
+    Scenario("copy a tree onto itself", 'COPY_FILES "src" to:"." overwrite-existing-dir',
+             prepare_itself, check_onto_itself, success="1"),
+    Scenario("copy a file onto its hard link", 'FILE_COPY from:"src/a.txt" to:"src\\\\sub/hard"',
+             prepare_itself, check_onto_itself, success="1"),
+    Scenario("copy a large file onto itself",
+             'FILE_COPY from:"src/sub/large.bin" to:"src\\\\sub/../sub/large.bin"',
+             prepare_itself, check_onto_itself, success="1"),
     Scenario("delete a tree", 'DELETE_FILES "src"', trees(), check_delete(),
              {"swap": ["src", "src/sub", "src/sub/deep"], "vanish": ["src/sub/b.txt"],
               "replace": ["src/sub/b.txt"], "appear": ["src/sub/new"]}),
@@ -305,6 +345,8 @@ ALL = [
     Scenario("list a folder", 'DIR_LIST path:"src"', trees(), check_list, tail=LIST),
     Scenario("list a folder without types", 'DIR_LIST path:"src"', trees(), check_list, tail=LIST,
              refuse="d_type"),
+    Scenario("ask whether a folder is empty", 'IS_DIR_EMPTY path:"src"', trees(), check_emptiness,
+             tail='if has(r, "isempty") { print r.isempty } else { print "none" }'),
     Scenario("read a file", 'FREAD file:"from"', prepare_single, check_text,
              tail="print len(r.text)"),
     Scenario("write a database file", f'FWRITE file:"db:\\\\FILE" text:"{NEW}"', prepare_area,
