@@ -151,12 +151,12 @@ bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
   // A file system that cannot: a second name never replaces either.
   if (linkat(fromDirectory, from, toDirectory, to, 0) != 0) return false;
-  // The first name may be another file's by now.
-  struct stat first;
-  struct stat second;
-  const bool same = fstatat(fromDirectory, from, &first, AT_SYMLINK_NOFOLLOW) == 0 &&
-                    fstatat(toDirectory, to, &second, AT_SYMLINK_NOFOLLOW) == 0 &&
-                    IdOf(first) == IdOf(second);
+  // The old name may be another file's by now; it is looked at last.
+  struct stat linked;
+  struct stat old;
+  const bool same = fstatat(toDirectory, to, &linked, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    fstatat(fromDirectory, from, &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    IdOf(linked) == IdOf(old);
   if (same && unlinkat(fromDirectory, from, 0) == 0) return true;
   const int error = same ? errno : EBUSY;
   unlinkat(toDirectory, to, 0);

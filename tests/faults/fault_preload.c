@@ -14,8 +14,8 @@
 //                   (the last four act before the call, which is then made)
 //   FAULT_REFUSE=…  what the file system cannot do, separated by commas: renameat2 (without
 //                   replacing), copy_file_range, d_type (directories do not tell entries' types)
-//   FAULT_COUNT=F   the number of calls goes to that file, behind it how often anything was done to
-//                   the files, and the function at which
+//   FAULT_COUNT=F   to that file goes how often anything was done to the files and the function at
+//                   which, then all functions that were called, one a line
 //
 // What the file functions of the C library call among themselves cannot be seen from here; those
 // that make several system calls count as one. run.py holds the names that a program imports
@@ -39,6 +39,7 @@
 static int counting;
 static long calls;
 static long acts;
+static const char* called[1 << 16];
 static const char* actedAt = "none";
 static int halve;  // the present call is to handle half of its bytes
 
@@ -51,7 +52,8 @@ static int Mark(const char* path) {
     const char* file = getenv("FAULT_COUNT");
     FILE* out = file ? fopen(file, "w") : NULL;
     if (out) {
-      fprintf(out, "%ld %ld %s\n", calls, acts, actedAt);
+      fprintf(out, "%ld %s\n", acts, actedAt);
+      for (long i = 0; i < calls; ++i) fprintf(out, "%s\n", called[i]);
       fclose(out);
     }
   }
@@ -85,7 +87,8 @@ static void Interfere(const char* what) {
 static int Fault(const char* name) {
   halve = 0;
   if (!counting) return 0;
-  ++calls;
+  if (calls == sizeof called / sizeof *called) abort();
+  called[calls++] = name;
   const char* at = getenv("FAULT_AT");
   const char* what = getenv("FAULT_DO");
   if (!at || !what || calls < atol(at)) return 0;
@@ -240,17 +243,30 @@ int openat(int folder, const char* name, int flags, ...) {
   return Fault(__func__) ? -1 : real(folder, name, flags, mode);
 }
 
-// Closing fails, yet the descriptor is gone, as on a disk that reports a late error.
-#define WRAP_CLOSE(NAME, PARAMETER)     \
-  int NAME(PARAMETER file) {            \
-    REAL(NAME);                         \
-    const int failed = Fault(__func__); \
-    const int error = errno;            \
-    const int result = real(file);      \
-    if (!failed) return result;         \
-    errno = error;                      \
-    return -1;                          \
+// Half of a file that was written is lost.
+static void Lose(int file) {
+  struct stat status;
+  const int flags = fcntl(file, F_GETFL);
+  const int isWritten = flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && (flags & O_PATH) == 0;
+  const int before = counting;
+  counting = 0;
+  if (isWritten && fstat(file, &status) == 0 && ftruncate(file, status.st_size / 2) != 0) abort();
+  counting = before;
+}
+
+// Closing fails, yet the descriptor is gone, as on a disk that tells only now that it could not
+// store what was written.
+#define WRAP_CLOSE(NAME, PARAMETER, DESCRIPTOR) \
+  int NAME(PARAMETER file) {                    \
+    REAL(NAME);                                 \
+    const int failed = Fault(__func__);         \
+    const int error = errno;                    \
+    if (failed) Lose(DESCRIPTOR);               \
+    const int result = real(file);              \
+    if (!failed) return result;                 \
+    errno = error;                              \
+    return -1;                                  \
   }
 
-WRAP_CLOSE(close, int)
-WRAP_CLOSE(closedir, DIR*)
+WRAP_CLOSE(close, int, file)
+WRAP_CLOSE(closedir, DIR*, dirfd(file))

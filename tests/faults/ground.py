@@ -67,7 +67,8 @@ class Ground:
         self.fault = "none"
         self.path = None  # with which the fault was done
         self.success = False
-        self.acts = self.calls = 0
+        self.acts = 0
+        self.calls = []  # the functions that were called
         self.acted_at = "none"  # the function before which others did something
         self.printed = ""
 
