@@ -94,12 +94,12 @@ static int Fault(const char* name) {
   if (!at || !what || calls < atol(at)) return 0;
   const int forGood = strncmp(what, "errors:", 7) == 0;
   if (calls > atol(at) && !forGood) return 0;
+  actedAt = name;
   if (strcmp(what, "kill") == 0) kill(getpid(), SIGKILL);
   if (forGood || strncmp(what, "error:", 6) == 0) {
     errno = atoi(strchr(what, ':') + 1);
     return 1;
   }
-  actedAt = name;
   counting = 0;
   if (strcmp(what, "short") == 0) {
     halve = 1;
