@@ -191,7 +191,6 @@ WRAP(int, fdatasync, (int file), (file))
 WRAP(int, mkstemp, (char* name), (name))
 WRAP_RETURNING(DIR*, NULL, opendir, (const char* name), (name))
 WRAP_RETURNING(DIR*, NULL, fdopendir, (int file), (file))
-WRAP_RETURNING(struct dirent*, NULL, readdir, (DIR * folder), (folder))
 
 int renameat2(int f, const char* from, int t, const char* to, unsigned flags) {
   REAL(renameat2);
@@ -220,6 +219,14 @@ ssize_t getdents64(int folder, void* out, size_t room) {
     ((struct dirent64*)read)->d_type = DT_UNKNOWN;
   }
   return bytes;
+}
+
+struct dirent* readdir(DIR* folder) {
+  REAL(readdir);
+  if (Fault(__func__)) return NULL;
+  struct dirent* entry = real(folder);
+  if (entry && Refuses("d_type")) entry->d_type = DT_UNKNOWN;
+  return entry;
 }
 
 #define MODE(FLAGS)                      \
