@@ -262,8 +262,10 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     auto& request = parser_->get();
     job_ = std::make_shared<Job>();
     job_->text = std::move(request.body());
-    job_->reply = [self = shared_from_this()](Reply reply) {
-      self->state_.SendLater([self, reply = std::move(reply)]() mutable {
+    // The thread that replies keeps nothing of this session, which ends on its own.
+    job_->reply = [self = shared_from_this()](Reply reply) mutable {
+      State& state = self->state_;
+      state.SendLater([self = std::move(self), reply = std::move(reply)]() mutable {
         self->Answer(static_cast<http::status>(reply.status), std::move(reply.json),
                      !self->ending_);
       });
