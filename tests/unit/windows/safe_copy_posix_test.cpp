@@ -1,5 +1,5 @@
-// What closing and syncing say about a copy is listened to. Both are this test's own functions
-// here, which pass on to the system's.
+// What the system says to a copy or a move is listened to. The functions that tell it are this
+// test's own here and pass on to the system's.
 #include "tavhost/windows/safe_copy.h"
 
 #include <dlfcn.h>
@@ -17,6 +17,8 @@ namespace {
 bool closingFails = false;  // of files open for writing
 bool syncingFails = false;
 int synced = 0;
+bool canRename = true;  // without replacing, in one call
+std::string kept;       // a name that cannot be removed
 
 template <typename Function>
 Function* Next(const char* name) {
@@ -42,12 +44,29 @@ extern "C" int fsync(int file) {
   return -1;
 }
 
+extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+                         unsigned flags) noexcept {
+  static auto* const next = Next<int(int, const char*, int, const char*, unsigned)>("renameat2");
+  if (canRename) return next(fromFolder, from, toFolder, to, flags);
+  errno = EINVAL;
+  return -1;
+}
+
+extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
+  static auto* const next = Next<int(int, const char*, int)>("unlinkat");
+  if (kept.empty() || kept != name) return next(folder, name, flags);
+  errno = EIO;
+  return -1;
+}
+
 namespace {
 
 class SafeCopy : public ScratchFolder {
  protected:
   void TearDown() override {
     closingFails = syncingFails = false;
+    canRename = true;
+    kept.clear();
     database_area::SetFolder("");
     ScratchFolder::TearDown();
   }
@@ -99,6 +118,35 @@ TEST_F(SafeCopy, AMoveToAnotherFileSystemIsOnTheDiskBeforeTheSourceGoes) {
   EXPECT_EQ(synced, 2);
   EXPECT_EQ(Read(to), "contents");
   std::filesystem::remove_all(other);
+}
+
+TEST_F(SafeCopy, AFileSystemThatCannotRenameWithoutReplacingDoesNotReplaceEither) {
+  Write("a", "1");
+  Write("b", "2");
+  symlink("a", "link");
+  canRename = false;
+  EXPECT_EQ(MoveFileA("a", "b"), 0);
+  EXPECT_EQ(CopyFileA("a", "b", TRUE), 0);
+  EXPECT_EQ(Read("a"), "1");
+  EXPECT_EQ(Read("b"), "2");
+  EXPECT_NE(MoveFileA("a", "c"), 0);
+  EXPECT_FALSE(Exists("a"));
+  EXPECT_EQ(Read("c"), "1");
+  EXPECT_NE(CopyFileA("c", "d", TRUE), 0);
+  EXPECT_NE(CopyFileA("c", "b", FALSE), 0);
+  EXPECT_NE(MoveFileA("link", "link2"), 0);
+  EXPECT_TRUE(std::filesystem::is_symlink("link2"));
+  EXPECT_EQ(Read("b") + Read("d"), "11");
+  EXPECT_EQ(CountEntries("."), 4);
+}
+
+TEST_F(SafeCopy, AMoveThatCannotRemoveTheSourceLeavesNoSecondName) {
+  Write("a", "1");
+  canRename = false;
+  kept = "a";
+  EXPECT_EQ(MoveFileA("a", "b"), 0);
+  EXPECT_EQ(Read("a"), "1");
+  EXPECT_FALSE(Exists("b"));
 }
 
 }  // namespace
