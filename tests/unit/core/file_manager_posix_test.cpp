@@ -402,6 +402,9 @@ TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
   EXPECT_EQ(ReadBack("db:\\x"), "new");
   EXPECT_TRUE(WriteWhole("db:\\x", " and more", 2 + 8));
   EXPECT_EQ(ReadBack("db:\\x"), "new and more");
+  EXPECT_TRUE(WriteWhole("db:\\y", "first", 2 + 8));
+  EXPECT_EQ(ReadBack("db:\\y"), "first");
+  EXPECT_TRUE(TavFileManager::fileDelete("db:\\y", -1));
   EXPECT_EQ(CountEntries("../area"), 2);
 }
 
