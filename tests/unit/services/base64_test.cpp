@@ -85,7 +85,7 @@ TEST(Base64, RefusesWhatAStringCouldNotHold) {
   char byte = 0;
   char* buffer = &byte;
   unsigned long length = 1;
-  EXPECT_FALSE(Tav_NewBase64Encode(&byte, 0x60000001UL, buffer, length));
+  EXPECT_FALSE(Tav_NewBase64Encode(&byte, 0x5FFFFFFEUL, buffer, length));
   EXPECT_EQ(buffer, nullptr);
   EXPECT_EQ(length, 0u);
 }
