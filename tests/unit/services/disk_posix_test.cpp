@@ -63,8 +63,11 @@ TEST_F(Disk, AFolderThatCannotBeReadToItsEndIsNoList) {
   std::set<SV::String, std::less<SV::String>> names;
   listingFails = true;
   const bool listed = TavFileManager::getAllDBFilesOfDir(0, names);
+  const TavFileHandle opened = TavFileManager::fileOpenWrite("db:\\X", 2, -1);
   listingFails = false;
   EXPECT_FALSE(listed);
+  EXPECT_EQ(opened, 0) << "x may be the file that is meant";
+  EXPECT_EQ(CountEntries("area"), 2);
   EXPECT_TRUE(TavFileManager::getAllDBFilesOfDir(0, names));
   EXPECT_EQ(names.size(), 1u);
 }
