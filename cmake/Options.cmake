@@ -35,6 +35,7 @@ endif()
 set(CMAKE_CXX_FLAGS_RELEASE "-O2")  # assertions stay on: they cost little and find much
 
 if(TAVHOST_SANITIZE)
+  add_compile_definitions(TAVHOST_SANITIZED)
   add_compile_options(-fsanitize=${TAVHOST_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${TAVHOST_SANITIZE})
   if(TAVHOST_SANITIZE MATCHES "undefined")

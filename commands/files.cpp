@@ -111,7 +111,7 @@ bool ReadConversionInput(TavKelParser& parser, TavScriptResult& result, SV::Stri
   return true;
 }
 
-bool FileExists(TavKelParser& parser) {
+inline bool FileExists(TavKelParser& parser) {
   return TavFileManager::fileExists(parser.GetStrValue("file"), kNoLibrary, false);
 }
 

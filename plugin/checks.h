@@ -3,6 +3,7 @@
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value_type.h"
 #include "host/script/type_check.h"
+#include "plugin/names.h"
 
 // The type checks that stand at the head of a handler. Each is true when the handler must return
 // at once: the host has then written the error, and the handler writes nothing.
@@ -16,14 +17,14 @@ inline constexpr bool kOptional = true;
 
 inline bool Fails(TavKelParser& parser, const char* name, TavKelValueType type,
                   TavScriptResult& result, bool optional) {
-  return Tav_IsInvalidKelParamType(parser, name, type, result, optional);
+  return Tav_IsInvalidKelParamType(parser, names::Kept(name), type, result, optional);
 }
 
 // For parameters whose absence has an outcome of its own in the command: checked only when they
 // are there.
 inline bool FailsWhenPresent(TavKelParser& parser, const char* name, TavKelValueType type,
                              TavScriptResult& result, bool optional) {
-  return parser.IsContained(name) && Fails(parser, name, type, result, optional);
+  return parser.IsContained(names::Kept(name)) && Fails(parser, name, type, result, optional);
 }
 
 }  // namespace checks

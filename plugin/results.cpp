@@ -1,37 +1,17 @@
 #include "plugin/results.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
 #include "host/sv/string.h"
+#include "plugin/names.h"
 
 namespace results {
 
 namespace {
-
-// The name as a string. Handlers name their variables by the same few literals over and over; each
-// keeps its string, found by its address, so that naming a variable allocates nothing.
-const SV::String& NameString(const char* name) {
-  struct Kept {
-    const char* literal = nullptr;
-    SV::String text;
-  };
-  constexpr std::size_t kPlaces = 256;
-  static Kept kept[kPlaces];
-  const auto address = reinterpret_cast<std::uintptr_t>(name);
-  Kept& place = kept[(address ^ (address >> 8)) % kPlaces];
-  // Another text may stand at the same address when the name is no literal.
-  if (place.literal != name || std::strcmp(place.text.GetStr(), name) != 0) {
-    place.literal = name;
-    place.text = SV::String(name);
-  }
-  return place.text;
-}
 
 bool WantsText(TavScriptResult& result) { return !result.GetValueSet() && !result.GetObject(); }
 
@@ -39,9 +19,9 @@ bool WantsText(TavScriptResult& result) { return !result.GetValueSet() && !resul
 // and goes the same way.
 void Move(TavScriptResult& result, const char* name, TavKelValue* value) {
   if (TavKelValueSet* variables = result.GetValueSet()) {
-    variables->OldMoveValue(NameString(name), value, false);
+    variables->OldMoveValue(names::Kept(name), value, false);
   } else {
-    result.GetObject()->MoveValue(NameString(name), value);
+    result.GetObject()->MoveValue(names::Kept(name), value);
   }
 }
 

@@ -53,6 +53,14 @@ long LongOf(const Operand& operand) {
   return operand.kind == TavKelReal ? Truncated(RealOf(operand)) : 0;
 }
 
+// Names are a few bytes long: a call would take longer.
+inline bool IsSame(const char* bytes, std::string_view name) {
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (bytes[i] != name[i]) return false;
+  }
+  return true;
+}
+
 // 1 or 0 for what names a truth value, -1 for all else.
 int TruthOf(std::string_view text) {
   for (const std::string_view word : {"true", "yes", "on", "1"}) {
@@ -80,10 +88,7 @@ const Attribute* ParserAccess::Find(const TavKelParser& parser, std::string_view
   if (!element) return nullptr;
   const Attribute* const end = element->attributes + element->attributeCount;
   for (const Attribute* attribute = element->attributes; attribute != end; ++attribute) {
-    if (attribute->nameLength == name.size() &&
-        std::memcmp(attribute->name, name.data(), name.size()) == 0) {
-      return attribute;
-    }
+    if (attribute->nameLength == name.size() && IsSame(attribute->name, name)) return attribute;
   }
   return nullptr;
 }

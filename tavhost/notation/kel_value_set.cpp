@@ -125,7 +125,11 @@ void Scope::SetRepeated(const SV::String& name, Value&& value) {
   const auto address = reinterpret_cast<std::uintptr_t>(name.GetStr());
   RecentPlace& recent = recentPlaces[(address >> 4 ^ address >> 10) % kRecentPlaces];
   if (recent.generation == generation_ && recent.name.GetStr() == name.GetStr()) {
-    *recent.value = std::move(value);
+    if (value.Kind() == TavKelInteger) {
+      recent.value->SetInteger(value.Integer());
+    } else {
+      *recent.value = std::move(value);
+    }
     return;
   }
   const Place place = PlaceFor(name.View());

@@ -41,6 +41,23 @@ class OuterOperands {
   std::vector<kel::Operand> kept_;
 };
 
+// Leads a set over a scope for as long as it lives.
+class LedOver {
+ public:
+  LedOver(kel::BorrowedSet& borrowed, kel::Scope& scope)
+      : borrowed_(borrowed), before_(borrowed.Current()), set_(borrowed.Over(scope)) {}
+  LedOver(const LedOver&) = delete;
+  LedOver& operator=(const LedOver&) = delete;
+  ~LedOver() { borrowed_.Over(before_); }
+
+  TavKelValueSet* Set() const { return set_; }
+
+ private:
+  kel::BorrowedSet& borrowed_;
+  kel::Scope& before_;
+  TavKelValueSet* set_;
+};
+
 ScriptPort* FindPort(const SV::String& name) {
   auto& manager = TavMessagePortManager::Instance();
   const char* key = manager.GetMPNameStrAddress(name);
@@ -54,6 +71,30 @@ ScriptError CommandError(const Command& command, std::string message) {
 }
 
 }  // namespace
+
+// Inline wherever it is used: see ScriptPort::Handle.
+[[gnu::always_inline]] inline void Engine::Send(Frame& frame, const Command& command,
+                                                TavScriptResult& result) {
+  kel::BorrowedParser parser(&command.element);
+  if (command.port == Command::kIntoScope) {
+    if (!scriptPort_.Handle(command.name.c_str(), parser, result)) [[unlikely]] {
+      throw CommandError(command, UnknownCommandText(TavMessagePort::TavScript(), command.name));
+    }
+  } else {
+    const kel::Value& name = Read(frame, command.port, Part::kLeft);
+    if (!name.IsText()) {
+      throw ScriptError(std::string("the name of a port must be a string, not ") + KindWord(name),
+                        Part::kLeft);
+    }
+    const SV::String portName = name.Text();
+    ScriptPort* const port = FindPort(portName);
+    if (!port || !port->Handle(command.name.c_str(), parser, result)) {
+      throw CommandError(command, UnknownCommandText(portName.View(), command.name));
+    }
+  }
+  if (result.HasError()) [[unlikely]]
+    throw CommandError(command, std::string(result.GetError().View()));
+}
 
 void Engine::RunCommand(Frame& frame, Command& command) {
   const OuterOperands outer(command);
@@ -71,7 +112,13 @@ void Engine::RunCommand(Frame& frame, Command& command) {
     }
   }
   try {
-    SendCommand(frame, command);
+    if (command.record == Command::kIntoScope) {
+      const LedOver scope(resultSet_, *frame.scope);
+      TavScriptResult result(scope.Set());
+      Send(frame, command, result);
+    } else {
+      SendForRecord(frame, command);
+    }
   } catch (const stop::Stopped&) {
     throw;
   } catch (const std::length_error&) {
@@ -89,43 +136,11 @@ void Engine::RunCommand(Frame& frame, Command& command) {
   PollAroundCommand();
 }
 
-void Engine::SendCommand(Frame& frame, Command& command) {
-  ScriptPort* port = &ScriptPort::TavScript();
-  SV::String portName;
-  if (command.port != Command::kIntoScope) {
-    const kel::Value& name = Read(frame, command.port, Part::kLeft);
-    if (!name.IsText()) {
-      throw ScriptError(std::string("the name of a port must be a string, not ") + KindWord(name),
-                        Part::kLeft);
-    }
-    portName = name.Text();
-    port = FindPort(portName);
-  }
-  const auto send = [&](TavScriptResult& result) {
-    kel::BorrowedParser parser(&command.element);
-    if (!port || !port->Handle(command.name.c_str(), parser, result)) {
-      const std::string_view name =
-          command.port == Command::kIntoScope ? TavMessagePort::TavScript() : portName.View();
-      throw CommandError(command, UnknownCommandText(name, command.name));
-    }
-    if (result.HasError()) throw CommandError(command, std::string(result.GetError().View()));
-  };
-  if (command.record == Command::kIntoScope) {
-    kel::Scope& before = resultSet_.Current();
-    TavScriptResult result(resultSet_.Over(*frame.scope));
-    try {
-      send(result);
-    } catch (...) {
-      resultSet_.Over(before);
-      throw;
-    }
-    resultSet_.Over(before);
-  } else {
-    TavKelValue record(TavKelRecord);
-    TavScriptResult result(&record);
-    send(result);
-    Store(frame, command.record, std::move(kel::Value::Of(record)));
-  }
+void Engine::SendForRecord(Frame& frame, const Command& command) {
+  TavKelValue record(TavKelRecord);
+  TavScriptResult result(&record);
+  Send(frame, command, result);
+  Store(frame, command.record, std::move(kel::Value::Of(record)));
 }
 
 }  // namespace script

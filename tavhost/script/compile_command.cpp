@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "tavhost/notation/text.h"
 #include "tavhost/script/compiler.h"
 
 namespace script {
@@ -61,6 +62,12 @@ void Compiler::FillOperand(kel::Operand& out, const CommandValue& value,
       out.storage = value.escaped ? kel::Storage::kEscaped : kel::Storage::kRaw;
       out.length = static_cast<std::uint32_t>(value.text.size());
       out.text = value.text.data();
+      if (MayRepeat()) {
+        // As a value it is made once and shared by all that read it.
+        const auto constant = static_cast<std::uint32_t>(program_.constants.size());
+        program_.constants.emplace_back(kel::TextOf(out), static_cast<TavKelValueType>(out.kind));
+        program_.constantOperands.emplace_back(&out, constant);
+      }
       break;
     case CommandValueKind::kInteger:
       out.kind = TavKelInteger;

@@ -81,6 +81,9 @@ class Compiler {
   void FillElement(kel::Element& out, const CommandElement* element, std::vector<Dynamic>& found);
   void FillOperand(kel::Operand& out, const CommandValue& value, std::vector<Dynamic>& found);
 
+  // The code at hand may run more than once in a run of the text.
+  bool MayRepeat() const { return !loops_.empty() || !function_.name.empty(); }
+
   Program& program_;
   Function& function_;
   std::uint32_t temporaries_;  // the first register that is free

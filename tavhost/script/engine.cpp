@@ -57,7 +57,7 @@ Engine& Engine::Current() {
   return engine;
 }
 
-Engine::Engine() : frames_(new Frame[kMaxDepth + 1]) {}
+Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {}
 
 bool Engine::Begin(const RunOptions& options) {
   if (running_) return false;

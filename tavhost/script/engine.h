@@ -114,7 +114,8 @@ class Engine {
 
   // command_call.cpp
   void RunCommand(Frame& frame, Command& command);
-  void SendCommand(Frame& frame, Command& command);
+  inline void Send(Frame& frame, const Command& command, TavScriptResult& result);
+  void SendForRecord(Frame& frame, const Command& command);
 
   std::unique_ptr<Frame[]> frames_;
   std::uint32_t depth_ = 0;  // frames in use
@@ -126,6 +127,7 @@ class Engine {
   std::function<void(const StepPlace&)> step_;
   std::unordered_map<std::string, PublishedFunction> functions_;
   kel::BorrowedSet resultSet_;
+  ScriptPort& scriptPort_;
 };
 
 // Starts over: only what the whole process runs in.

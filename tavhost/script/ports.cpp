@@ -18,16 +18,6 @@ namespace {
 
 constexpr char kHostPortName[] = "TavHost";
 
-const char* refusedCommand = nullptr;
-
-bool IsRefused(const char* command, TavScriptResult& result) {
-  if (!refusedCommand || std::strcmp(command, refusedCommand) != 0) return false;
-  SV::String message(command);
-  message += ": refused in a request of the script service";
-  result.SetError(message);
-  return true;
-}
-
 ScriptPort* FindScriptPort(std::string_view name) {
   auto& manager = TavMessagePortManager::Instance();
   const SV::String text(name.data(), static_cast<long>(name.size()));
@@ -61,12 +51,12 @@ void ScriptPort::RemoveProvider(CommandProvider& provider) {
   CommandIndex::ForgetAll();
 }
 
-bool ScriptPort::Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
-  if (IsRefused(command, result)) return true;
-  for (CommandProvider* provider : providers_) {
-    if (provider->Handle(command, params, result)) return true;
-  }
-  return false;
+bool ScriptPort::IsRefused(const char* command, TavScriptResult& result) {
+  if (!refusedCommand_ || std::strcmp(command, refusedCommand_) != 0) return false;
+  SV::String message(command);
+  message += ": refused in a request of the script service";
+  result.SetError(message);
+  return true;
 }
 
 bool ScriptPort::Handle(const char* command, TavKelParser& params, TavMessage& message) {
@@ -93,8 +83,6 @@ SV::String ScriptPort::GetAllCommands(char separator) {
   }
   return call.Result(all);
 }
-
-void SetRefusedCommand(const char* command) { refusedCommand = command; }
 
 void RegisterHostPorts() {
   static TavMessagePort hostPort;

@@ -19,23 +19,33 @@ class ScriptPort : public TavExtendedMessagePort {
   void AddProvider(CommandProvider& provider);
   void RemoveProvider(CommandProvider& provider);
 
-  // False when no provider has the command.
-  bool Handle(const char* command, TavKelParser& params, TavScriptResult& result);
+  // False when no provider has the command. Stands here for the interpreter to take it in: the
+  // processor foresees only so many returns, and a command that asks the system has used them up.
+  bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
+    if (refusedCommand_ && IsRefused(command, result)) [[unlikely]]
+      return true;
+    for (CommandProvider* provider : providers_) {
+      if (provider->Handle(command, params, result)) return true;
+    }
+    return false;
+  }
   bool Handle(const char* command, TavKelParser& params, TavMessage& message);
   bool Exists(const char* command);
   SV::String GetAllCommands(char separator) override;
 
+  // A command that is refused for now, as an error; null for none. The name is kept by its address.
+  static void SetRefusedCommand(const char* command) { refusedCommand_ = command; }
+
  private:
+  static bool IsRefused(const char* command, TavScriptResult& result);
+
+  static inline const char* refusedCommand_ = nullptr;
   std::vector<CommandProvider*> providers_;
 };
 
 // Enters the host's ports in the manager: "TavScript", and the plain "TavHost", which takes no
 // commands. May be called again.
 void RegisterHostPorts();
-
-// A command that the TavScript port refuses for now, as an error; null for none. The name is kept
-// by its address.
-void SetRefusedCommand(const char* command);
 
 // What is wrong with sending `command` to `port`: `unknown command "FOO" on port "P"; did you mean
 // "FOE"?` or `unknown port "P"`.

@@ -86,7 +86,7 @@ class Program {
   std::unordered_map<std::string, std::uint32_t, kel::NameHash, std::equal_to<>> functionsByName;
   std::vector<std::unique_ptr<Command>> commands;
   Arena tables;  // of the commands
-  // Operands that are constants from expressions, until all constants stand where they stay.
+  // Operands that are constants, until all constants stand where they stay.
   std::vector<std::pair<kel::Operand*, std::uint32_t>> constantOperands;
 };
 

@@ -149,7 +149,7 @@ bool AsksClient() {
 void AskClient(Question& question) { Queue::Running()->Ask(question); }
 
 void SetServingRequest(bool serving) {
-  SetRefusedCommand(serving && !hostOptions.allowCrash ? "CRASH" : nullptr);
+  ScriptPort::SetRefusedCommand(serving && !hostOptions.allowCrash ? "CRASH" : nullptr);
 }
 
 void Shutdown() {

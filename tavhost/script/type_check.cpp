@@ -21,8 +21,8 @@ bool Fits(unsigned kind, TavKelValueType type) {
   return kind == static_cast<unsigned>(type) || (type == TavKelReal && kind == TavKelInteger);
 }
 
-void Report(TavKelParser& parser, const SV::String& name, TavScriptResult& result,
-            const std::string& complaint) {
+[[gnu::cold]] void Report(TavKelParser& parser, const SV::String& name, TavScriptResult& result,
+                          const std::string& complaint) {
   std::string message(parser.GetCurElemName().View());
   message += ": ";
   if (name.Len() == 0) {
@@ -55,7 +55,8 @@ bool IsInvalid(TavKelParser& parser, const SV::String& name, TavKelValueType typ
     Report(parser, name, result, " is missing");
     return true;
   }
-  if (Fits(operand->kind, type)) return false;
+  if (Fits(operand->kind, type)) [[likely]]
+    return false;
   Report(parser, name, result,
          std::string(" must be ") + WordFor(type) + ", not " + WordFor(operand->kind));
   return true;

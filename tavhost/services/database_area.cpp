@@ -125,8 +125,8 @@ void SetFolder(const std::string& folder) {
 }
 
 bool IsAreaName(std::string_view path) {
-  return path.size() >= kPrefix.size() && IsSame(path.substr(0, 3), kPrefix.substr(0, 3)) &&
-         (path[3] == '\\' || path[3] == '/');
+  return path.size() >= kPrefix.size() && (path[3] == '\\' || path[3] == '/') &&
+         IsSame(path.substr(0, 3), kPrefix.substr(0, 3));
 }
 
 bool IsInArea(std::string_view path, long libraryId) {

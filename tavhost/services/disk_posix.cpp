@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <optional>
 
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
@@ -26,23 +25,17 @@ using windows::Place;
 // A name as a path and the place it leads to.
 class Location {
  public:
-  explicit Location(Name name) {
-    if (name.isScripts) {
-      path_.emplace(name.text);
-    } else {
-      path_.emplace(Path::System{name.text});
-    }
-    place_.emplace(*path_);
-  }
+  explicit Location(Name name)
+      : path_(name.isScripts ? Path(name.text) : Path(Path::System{name.text})), place_(path_) {}
 
-  const Path& GetPath() const { return *path_; }
-  const Place& GetPlace() const { return *place_; }
+  const Path& GetPath() const { return path_; }
+  const Place& GetPlace() const { return place_; }
   // It can be a file's.
-  bool IsFilePath() const { return place_->IsValid() && !path_->HasTrailingSeparator(); }
+  bool IsFilePath() const { return place_.IsValid() && !path_.HasTrailingSeparator(); }
 
  private:
-  std::optional<Path> path_;
-  std::optional<Place> place_;
+  Path path_;
+  Place place_;
 };
 
 Descriptor Open(const Location& location, int flags) {

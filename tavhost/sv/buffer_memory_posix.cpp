@@ -29,7 +29,7 @@ void WishForHugePages(void* block, std::size_t bytes) {
 
 }  // namespace
 
-#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if defined(__linux__) && !defined(TAVHOST_SANITIZED)
 
 namespace {
 

@@ -18,14 +18,13 @@ constinit String::EmptyBuffer String::empty_ = {{1, 0, 0, 0}, '\0'};
 
 namespace {
 
-void CheckLength(std::int64_t length) {
-  if (length > String::kMaxLength) throw std::length_error("string longer than 2147483647 bytes");
+[[noreturn, gnu::cold]] void ThrowTooLong() {
+  throw std::length_error("string longer than 2147483647 bytes");
 }
 
-long LengthOf(const char* text) {
-  if (!text) return 0;
-  const std::size_t length = std::strlen(text);
-  CheckLength(static_cast<std::int64_t>(length));
+inline long LengthOf(const char* text) {
+  const std::size_t length = text ? std::strlen(text) : 0;
+  if (length > std::size_t{String::kMaxLength}) ThrowTooLong();
   return static_cast<long>(length);
 }
 
@@ -33,14 +32,37 @@ constexpr std::size_t kHeader = 4 * sizeof(std::uint32_t);  // of a buffer, befo
 
 // Bytes left free in front of a buffer so that its text begins where a cache line does: the system
 // fills an odd place more than twice as slowly. Short texts are not worth the room.
+constexpr std::size_t kLongText = 4096;
 constexpr std::size_t Gap(std::size_t capacity) {
   constexpr std::size_t kCacheLine = 64;
-  constexpr std::size_t kLongText = 4096;
   return capacity < kLongText ? 0 : kCacheLine - kHeader;
 }
 
 constexpr std::size_t BlockSize(std::size_t capacity) {
   return Gap(capacity) + kHeader + capacity + 1;
+}
+
+// As memcpy; most texts are short, and a call would take longer than to copy them.
+inline void CopyText(char* to, const char* from, std::size_t length) {
+  const auto copyEnds = [&]<typename Word>(Word) {  // they may overlap
+    Word first;
+    Word last;
+    std::memcpy(&first, from, sizeof(Word));
+    std::memcpy(&last, from + length - sizeof(Word), sizeof(Word));
+    std::memcpy(to, &first, sizeof(Word));
+    std::memcpy(to + length - sizeof(Word), &last, sizeof(Word));
+  };
+  if (length > 16) {
+    std::memcpy(to, from, length);
+  } else if (length >= 8) {
+    copyEnds(std::uint64_t{});
+  } else if (length >= 4) {
+    copyEnds(std::uint32_t{});
+  } else if (length > 0) {
+    to[0] = from[0];
+    to[length / 2] = from[length / 2];
+    to[length - 1] = from[length - 1];
+  }
 }
 
 }  // namespace
@@ -49,30 +71,35 @@ String::Buffer* String::Allocate(long capacity) {
   static_assert(sizeof(Buffer) == kHeader);
   if (capacity == 0) return &empty_.buffer;
   const auto room = static_cast<std::size_t>(capacity);
-  auto* block = static_cast<char*>(buffer_memory::Allocate(BlockSize(room)));
-  auto* buffer = reinterpret_cast<Buffer*>(block + Gap(room));
-  buffer->sharers = 1;
-  buffer->length = 0;
-  buffer->capacity = static_cast<std::uint32_t>(capacity);
-  buffer->begin = 0;
-  buffer->Data()[0] = '\0';
+  char* block;
+  if (room < kLongText) [[likely]] {
+    block = static_cast<char*>(buffer_memory::Allocate(kHeader + room + 1));
+  } else {
+    block = static_cast<char*>(buffer_memory::Allocate(BlockSize(room))) + Gap(room);
+  }
+  auto* buffer = reinterpret_cast<Buffer*>(block);
+  *buffer = {1, 0, static_cast<std::uint32_t>(capacity), 0};
+  buffer->Room()[0] = '\0';
   return buffer;
 }
 
 void String::Free(Buffer* buffer) noexcept {
   if (buffer->IsInHistory()) TextHistory::Forget(buffer);
   const std::size_t capacity = buffer->capacity;
+  if (capacity < kLongText) [[likely]]
+    return buffer_memory::Free(buffer, kHeader + capacity + 1);
   buffer_memory::Free(reinterpret_cast<char*>(buffer) - Gap(capacity), BlockSize(capacity));
 }
 
 String::String(const char* text) : String(text, LengthOf(text)) {}
 
 String::String(const char* data, long length) {
-  CheckLength(length);
+  if (std::int64_t{length} > kMaxLength) ThrowTooLong();
   buffer_ = Allocate(std::max(length, 0L));
   if (length <= 0) return;
-  std::memcpy(buffer_->Data(), data, static_cast<std::size_t>(length));
-  buffer_->Data()[length] = '\0';
+  char* const room = buffer_->Room();
+  CopyText(room, data, static_cast<std::size_t>(length));
+  room[length] = '\0';
   buffer_->length = static_cast<std::uint32_t>(length);
 }
 
@@ -122,7 +149,7 @@ String& String::Append(const char* data, long length) {
   if (length <= 0) return *this;
   const long oldLength = Len();
   const std::int64_t wanted = std::int64_t{oldLength} + length;  // `long` may have 32 bits
-  CheckLength(wanted);
+  if (wanted > kMaxLength) ThrowTooLong();
   if (buffer_->begin + wanted <= std::int64_t{buffer_->Capacity()} && MayChangeEnds()) {
     std::memmove(buffer_->Data() + oldLength, data, static_cast<std::size_t>(length));
   } else {
@@ -156,7 +183,7 @@ char String::GetChar(long index) const noexcept {
 }
 
 char* String::AllocBuffer(long length) {
-  CheckLength(length);
+  if (std::int64_t{length} > kMaxLength) ThrowTooLong();
   Buffer* own = Allocate(std::max(length, 0L));
   Release();
   buffer_ = own;

@@ -147,7 +147,7 @@ void detail::ReportLine(const void* object, const char* name,
 
 void Call::Begin(const char* name, std::initializer_list<std::string> arguments) {
   detail::active = false;
-  line_ = CallText(name, arguments);
+  line_ = new std::string(CallText(name, arguments));
 }
 
 void Call::BeginMember(const void* object, const char* name,
@@ -164,19 +164,20 @@ void Call::BeginMember(const void* object, const char* name,
 }
 
 void Call::WriteLine(std::string_view result) {
-  if (line_.empty()) return;
+  if (!line_ || line_->empty()) return;
   if (!result.empty()) {
-    line_ += " -> ";
-    line_ += result;
+    *line_ += " -> ";
+    *line_ += result;
   }
-  line_ += '\n';
-  WriteOut(line_);
-  line_.clear();
+  *line_ += '\n';
+  WriteOut(*line_);
+  line_->clear();
 }
 
 // An operation that ends early, by a stop, still leaves its line.
 void Call::End() {
   WriteLine({});
+  delete line_;
   detail::active = outer_ && IsOpen();
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/sv/point.h"
 #include "host/sv/size.h"
@@ -51,19 +52,25 @@ inline bool IsOpen() { return detail::open; }
 // While one lives, code of a plug-in runs; the host makes one around each call into a plug-in.
 class PluginScope {
  public:
-  PluginScope() : activeBefore_(detail::active), insideBefore_(detail::insidePlugin) {
-    detail::active = detail::insidePlugin = detail::open;
+  PluginScope() : isTraced_(detail::open) {
+    if (isTraced_) [[unlikely]] {
+      activeBefore_ = std::exchange(detail::active, true);
+      insideBefore_ = std::exchange(detail::insidePlugin, true);
+    }
   }
   PluginScope(const PluginScope&) = delete;
   PluginScope& operator=(const PluginScope&) = delete;
   ~PluginScope() {
-    detail::active = activeBefore_ && detail::open;
-    detail::insidePlugin = insideBefore_ && detail::open;
+    if (isTraced_) [[unlikely]] {
+      detail::active = activeBefore_ && detail::open;
+      detail::insidePlugin = insideBefore_ && detail::open;
+    }
   }
 
  private:
-  bool activeBefore_;
-  bool insideBefore_;
+  bool isTraced_;
+  bool activeBefore_ = false;
+  bool insideBefore_ = false;
 };
 
 // Marks an operation that is written even when another host operation uses it.
@@ -112,13 +119,15 @@ std::string ArgumentText(const T& value) {
 }
 
 namespace detail {
-void ReportLine(const void* object, const char* name, std::initializer_list<std::string> arguments);
+[[gnu::cold]] void ReportLine(const void* object, const char* name,
+                              std::initializer_list<std::string> arguments);
 }
 
 // Writes a line for what a user did with an object that has a name, whatever code is running.
 template <typename... Arguments>
 void Report(const void* object, const char* name, const Arguments&... arguments) {
-  if (detail::open) detail::ReportLine(object, name, {ArgumentText(arguments)...});
+  if (detail::open) [[unlikely]]
+    detail::ReportLine(object, name, {ArgumentText(arguments)...});
 }
 
 class Call {
@@ -126,45 +135,53 @@ class Call {
   // A free function, a static member, or a constructor, by its whole name.
   template <typename... Arguments>
   explicit Call(const char* name, const Arguments&... arguments) : active_(detail::active) {
-    if (active_) Begin(name, {ArgumentText(arguments)...});
+    if (active_) [[unlikely]]
+      Begin(name, {ArgumentText(arguments)...});
   }
   // A member function of an object that has a name. A destructor is written under the object's
   // own class, whatever base class reports it, and once: the object then has no name any more.
   template <typename... Arguments>
   Call(const void* object, const char* name, const Arguments&... arguments)
       : active_(detail::active) {
-    if (active_) BeginMember(object, name, {ArgumentText(arguments)...});
+    if (active_) [[unlikely]]
+      BeginMember(object, name, {ArgumentText(arguments)...});
   }
   template <typename... Arguments>
   Call(EvenNested, const char* name, const Arguments&... arguments)
       : active_(detail::insidePlugin), outer_(detail::active) {
-    if (active_) Begin(name, {ArgumentText(arguments)...});
+    if (active_) [[unlikely]]
+      Begin(name, {ArgumentText(arguments)...});
   }
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
   ~Call() {
-    if (active_) End();
+    if (active_) [[unlikely]]
+      End();
   }
 
   // Writes the line of an operation without a result.
   void Write() {
-    if (active_) WriteLine({});
+    if (active_) [[unlikely]]
+      WriteLine({});
   }
   // Writes the line with the result and hands the result on.
   template <typename T>
   T Result(T value) {
-    if (active_) WriteLine(ArgumentText(value));
+    if (active_) [[unlikely]]
+      WriteLine(ArgumentText(value));
     return value;
   }
   // The result is a text that the operation lends.
   const SV::WString& ResultText(const SV::WString& text) {
-    if (active_) WriteLine(detail::Text(SV::ConvertWStringToUTF8String(text).View()));
+    if (active_) [[unlikely]]
+      WriteLine(detail::Text(SV::ConvertWStringToUTF8String(text).View()));
     return text;
   }
   // The result is a pointer to an object or window.
   template <typename T>
   T* ResultObject(T* object) {
-    if (active_) WriteLine(ArgumentText(Object{object}));
+    if (active_) [[unlikely]]
+      WriteLine(ArgumentText(Object{object}));
     return object;
   }
   // Ends a constructor: names the object and writes the line.
@@ -175,15 +192,16 @@ class Call {
   }
 
  private:
-  void Begin(const char* name, std::initializer_list<std::string> arguments);
-  void BeginMember(const void* object, const char* name,
-                   std::initializer_list<std::string> arguments);
-  void WriteLine(std::string_view result);
-  void End();
+  // Cold, so that what leads to them stands apart from the code that always runs.
+  [[gnu::cold]] void Begin(const char* name, std::initializer_list<std::string> arguments);
+  [[gnu::cold]] void BeginMember(const void* object, const char* name,
+                                 std::initializer_list<std::string> arguments);
+  [[gnu::cold]] void WriteLine(std::string_view result);
+  [[gnu::cold]] void End();
 
   bool active_;
-  bool outer_ = true;  // what `active` goes back to
-  std::string line_;   // empty once written
+  bool outer_ = true;            // what `active` goes back to
+  std::string* line_ = nullptr;  // owned; made only while a trace is written, empty once written
 };
 
 }  // namespace trace

@@ -39,16 +39,18 @@ EntryType TypeOf(const struct stat& status) {
   return S_ISLNK(status.st_mode) ? EntryType::kLink : EntryType::kOther;
 }
 
-DWORD AttributesOf(int directory, const Entry& entry) {
-  // No path can name an entry that holds a separator; a directory could never be entered.
-  const bool nameable = entry.name.find('\\') == std::string_view::npos;
+// No path can name an entry that holds a separator.
+bool IsNameable(const Entry& entry) { return entry.name.find('\\') == std::string_view::npos; }
+
+// A directory that cannot be named could never be entered.
+DWORD AttributesOf(Search& search, const Entry& entry, bool nameable) {
   switch (entry.type) {
     case EntryType::kDirectory:
       return nameable ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
     case EntryType::kLink: {
       struct stat reached;
       const bool toDirectory = nameable &&
-                               fstatat(directory, entry.name.data(), &reached, 0) == 0 &&
+                               fstatat(DirectoryOf(search), entry.name.data(), &reached, 0) == 0 &&
                                S_ISDIR(reached.st_mode);
       return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
     }
@@ -60,21 +62,22 @@ DWORD AttributesOf(int directory, const Entry& entry) {
 // Hands out the next entry and tells the walk about it.
 void Return(Search& search, WIN32_FIND_DATAA& data) {
   const Entry entry = search.entries.At(search.next++);
-  const int directory = DirectoryOf(search);
+  const bool nameable = IsNameable(entry);
   data = {};
   std::memcpy(data.cFileName, entry.name.data(), entry.name.size() + 1);
-  data.dwFileAttributes = AttributesOf(directory, entry);
+  data.dwFileAttributes = AttributesOf(search, entry, nameable);
   std::string path;
   FileId id;
-  if (entry.name.find('\\') != std::string_view::npos) {
-    const Path misread(Join(search.directory.path, entry.name).c_str());
+  if (!nameable) {
+    const std::string joined = Join(search.directory.path, entry.name);
+    const Path misread(joined.c_str());
     if (misread.IsValid()) path = misread.View();
   } else if (entry.type == EntryType::kDirectory && !IsDots(entry.name)) {
     path = Join(search.directory.path, entry.name);
     struct stat status;
     if (search.itself != FileId()) {
       id = search.itself;
-    } else if (fstatat(directory, entry.name.data(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+    } else if (fstatat(DirectoryOf(search), entry.name.data(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
                S_ISDIR(status.st_mode)) {
       id = IdOf(status);
     }
@@ -83,7 +86,8 @@ void Return(Search& search, WIN32_FIND_DATAA& data) {
 }
 
 std::unique_ptr<Search> SearchIn(std::string_view directory) {
-  const Path path(std::string(directory).c_str());
+  const std::string text(directory);
+  const Path path(text.c_str());
   const Place place(path);
   if (!place.IsValid()) return nullptr;
   auto search = std::make_unique<Search>();

@@ -1,5 +1,6 @@
 #include "tavhost/windows/path.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -9,7 +10,21 @@ namespace {
 
 bool IsLetter(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'); }
 
-bool IsWildcard(char byte) { return byte == '*' || byte == '?'; }
+// What a byte is to a path. Those of names come first.
+enum class Byte : unsigned char { kOrdinary, kDot, kColon, kWildcard, kSlash, kBackslash, kEnd };
+
+constexpr auto kBytes = [] {
+  std::array<Byte, 256> bytes{};
+  bytes['.'] = Byte::kDot;
+  bytes[':'] = Byte::kColon;
+  bytes['*'] = bytes['?'] = Byte::kWildcard;
+  bytes['/'] = Byte::kSlash;
+  bytes['\\'] = Byte::kBackslash;
+  bytes['\0'] = Byte::kEnd;
+  return bytes;
+}();
+
+Byte ByteOf(char byte) { return kBytes[static_cast<unsigned char>(byte)]; }
 
 bool HasDrive(const char* text) { return IsLetter(text[0]) && text[1] == ':'; }
 
@@ -20,8 +35,9 @@ bool IsDatabaseName(const char* text) {
 
 }  // namespace
 
-Path::Path(const char* text, Last last) {
-  inPlace_[0] = '\0';
+Path::Path(const char* text, Last last) : text_("") {
+  if (text && TakeAsItIs(text)) [[likely]]
+    return;
   if (!text || text[0] == '\0' || HasDrive(text) || IsDatabaseName(text)) {
     errno = ENOENT;
     return;
@@ -34,21 +50,38 @@ Path::Path(const char* text, Last last) {
   if (!valid_) errno = EINVAL;
 }
 
-Path::Path(System path) : valid_(true), length_(std::strlen(path.text)) {
-  Reserve(length_ + 1);
-  std::memcpy(text_, path.text, length_ + 1);
+Path::Path(System path) : valid_(true), length_(std::strlen(path.text)), text_(path.text) {}
+
+char* Path::Reserve(std::size_t room) {
+  if (room <= kInPlace) return inPlace_;
+  longText_ = std::make_unique<char[]>(room);
+  return longText_.get();
 }
 
-void Path::Reserve(std::size_t room) {
-  if (room <= kInPlace) return;
-  longText_ = std::make_unique<char[]>(room);
-  text_ = longText_.get();
+bool Path::TakeAsItIs(const char* text) {
+  const char* read = text + (*text == '/' ? 1 : 0);
+  bool componentBegins = true;
+  for (;; ++read) {
+    const Byte byte = ByteOf(*read);
+    if (byte == Byte::kOrdinary) [[likely]] {
+      componentBegins = false;
+      continue;
+    }
+    // A name that begins with a dot, an empty one, a separator at the end: all for Translate.
+    if (componentBegins) return false;
+    if (byte == Byte::kEnd) break;
+    if (byte != Byte::kDot && byte != Byte::kSlash) return false;
+    componentBegins = byte == Byte::kSlash;
+  }
+  text_ = text;
+  length_ = static_cast<std::size_t>(read - text);
+  return valid_ = true;
 }
 
 bool Path::Translate(const char* text, Last last) {
   // The translation is never longer than the text, but for a "." where nothing is left.
-  Reserve(std::strlen(text) + 2);
-  char* const begin = text_;
+  char* const begin = Reserve(std::strlen(text) + 2);
+  text_ = begin;
   char* end = begin;
   const char* read = text;
   if (IsSeparator(*read)) *end++ = '/';
@@ -59,32 +92,31 @@ bool Path::Translate(const char* text, Last last) {
     while (IsSeparator(*read)) ++read;
     if (*read == '\0') break;
     if (wildcards) return false;  // in a component that is not the last
-    const char* component = read;
-    while (*read != '\0' && !IsSeparator(*read)) wildcards |= IsWildcard(*read++);
-    if (wildcards && last == Last::kName) return false;
-    const auto length = static_cast<std::size_t>(read - component);
-    trailingSeparator_ = *read != '\0';
-    if (length == 1 && component[0] == '.') {
-      trailingSeparator_ = false;
-      continue;
+    char* const before = end;
+    if (end > first) *end++ = '/';
+    const char* const component = end;
+    for (Byte byte; (byte = ByteOf(*read)) < Byte::kSlash; ++read) {
+      wildcards |= byte == Byte::kWildcard;
+      *end++ = *read;
     }
-    if (length == 2 && component[0] == '.' && component[1] == '.') {
+    if (wildcards && last == Last::kName) return false;
+    const std::string_view name(component, static_cast<std::size_t>(end - component));
+    trailingSeparator_ = *read != '\0';
+    if (name == ".") {
+      end = before;
       trailingSeparator_ = false;
-      if (end > fixed) {
+    } else if (name == "..") {
+      trailingSeparator_ = false;
+      if (before > fixed) {
+        end = before;
         while (end > fixed && end[-1] != '/') --end;
         if (end > fixed) --end;
-        continue;
+      } else if (begin != first) {
+        end = before;  // the root's parent is the root
+      } else {
+        fixed = end;
       }
-      if (begin != first) continue;  // the root's parent is the root
-      if (end > first) *end++ = '/';
-      *end++ = '.';
-      *end++ = '.';
-      fixed = end;
-      continue;
     }
-    if (end > first) *end++ = '/';
-    std::memcpy(end, component, length);
-    end += length;
   }
   if (wildcards && trailingSeparator_) return false;
   if (end == begin) *end++ = '.';

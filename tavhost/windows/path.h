@@ -5,9 +5,10 @@
 #include <string_view>
 
 // A path as scripts write it, translated to what the system takes: `\` becomes `/`, repeated
-// separators become one, `.` and `..` are resolved in the text. Stands in the object itself unless
-// it is unusually long. What cannot name anything here (an empty path, a drive, a leading double
-// separator, a name of the database file area) is invalid.
+// separators become one, `.` and `..` are resolved in the text. A text that is such a path already
+// is used where it stands, so it must outlive the object; a translation stands in the object itself
+// unless it is unusually long. What cannot name anything here (an empty path, a drive, a leading
+// double separator, a name of the database file area) is invalid.
 namespace windows {
 
 class Path {
@@ -41,9 +42,11 @@ class Path {
   const char* Name() const;
 
  private:
+  // Takes the text as it is when a translation would change nothing.
+  bool TakeAsItIs(const char* text);
   bool Translate(const char* text, Last last);
   // Room for so many bytes, the end included.
-  void Reserve(std::size_t room);
+  char* Reserve(std::size_t room);
 
   static constexpr std::size_t kInPlace = 1024;
 
@@ -52,7 +55,7 @@ class Path {
   std::size_t length_ = 0;
   char inPlace_[kInPlace];
   std::unique_ptr<char[]> longText_;
-  char* text_ = inPlace_;
+  const char* text_;
 };
 
 inline bool IsSeparator(char byte) { return byte == '\\' || byte == '/'; }

@@ -105,8 +105,10 @@ Descriptor OpenDirectoryAt(int directory, std::string_view path, int flags) {
       openat(reached.IsOpen() ? reached.Get() : directory, chunk, O_DIRECTORY | O_CLOEXEC | flags));
 }
 
-Place::Place(const Path& path) : directory_(AT_FDCWD), name_(path.Text()) {
-  valid_ = path.IsValid() && Resolve(path);
+Place::Place(const Path& path) : valid_(path.IsValid()), directory_(AT_FDCWD), name_(path.Text()) {
+  const bool isPlain = searches.empty() && path.Length() < PATH_MAX;
+  if (valid_ && !isPlain) [[unlikely]]
+    valid_ = Resolve(path);
 }
 
 bool Place::Resolve(const Path& path) {
@@ -251,7 +253,11 @@ void CloseSearch(Search* search) {
 void EntryReturned(Search& search, std::string_view path, FileId id) {
   for (const auto& made : search.made) Release(*made);
   search.made.clear();
-  search.entryPath = path;
+  if (path.empty()) {
+    search.entryPath.clear();
+  } else {
+    search.entryPath = path;
+  }
   search.entryId = id;
 }
 

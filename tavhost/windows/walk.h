@@ -71,7 +71,7 @@ class Place {
   bool ResolveInside(std::string_view rest);
   bool Confirms(const struct stat& status) const;
 
-  bool valid_ = false;
+  bool valid_;
   bool inMade_ = false;
   int directory_;
   const char* name_;
