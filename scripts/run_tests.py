@@ -220,9 +220,10 @@ def watch_sanitizers(build):
     reports = build / "sanitizer-reports"
     shutil.rmtree(reports, ignore_errors=True)
     reports.mkdir()
-    for name in ("ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"):
+    for name, more in (("ASAN_OPTIONS", None), ("UBSAN_OPTIONS", None),
+                       ("TSAN_OPTIONS", f"suppressions={ROOT}/tests/threads.supp")):
         given = os.environ.get(name)
-        os.environ[name] = ":".join(filter(None, (given, f"log_path={reports}/report")))
+        os.environ[name] = ":".join(filter(None, (given, more, f"log_path={reports}/report")))
     return True
 
 
