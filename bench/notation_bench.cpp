@@ -29,9 +29,9 @@ struct Texts {
 
 Texts MakeTexts() {
   static const char* const kCities[] = {"Berlin", "Wien", "Zürich", "London", "Los Angeles"};
-  static const char* const kNotes[] = {
-      "delivered in good order, nothing left to do", "to be called back before the end of May",
-      "see the list of open points", "paid"};
+  static const char* const kNotes[] = {"delivered in good order, nothing left to do",
+                                       "to be called back before the end of May",
+                                       "see the list of open points", "paid"};
   Texts texts;
   std::mt19937 random(7);
   for (int id = 1; texts.kel.size() < kTextBytes; ++id) {
@@ -52,8 +52,8 @@ Texts MakeTexts() {
                   (quoted ? "\\\"" + note + "\\\"" : note) + "\"}";
     texts.xml += "<ORDER value=\"" + number + "\" name=\"Customer " + number + "\" city=\"" + city +
                  "\" amount=\"" + amount + "\"" + (active ? " active=\"active\"" : "") +
-                 " count=\"" + count + "\" note=\"" +
-                 (quoted ? "&quot;" + note + "&quot;" : note) + "\"/>";
+                 " count=\"" + count + "\" note=\"" + (quoted ? "&quot;" + note + "&quot;" : note) +
+                 "\"/>";
   }
   texts.json += "]";
   texts.xml += "</records>";
@@ -69,10 +69,9 @@ void Check(bool ok, const char* what) {
 void CompareAll() {
   const Texts texts = MakeTexts();
   const SV::String kel(texts.kel.data(), static_cast<long>(texts.kel.size()));
-  std::printf("KEL %.1f MB, JSON %.1f MB, XML %.1f MB\n",
-              static_cast<double>(texts.kel.size()) / 1e6,
-              static_cast<double>(texts.json.size()) / 1e6,
-              static_cast<double>(texts.xml.size()) / 1e6);
+  std::printf(
+      "KEL %.1f MB, JSON %.1f MB, XML %.1f MB\n", static_cast<double>(texts.kel.size()) / 1e6,
+      static_cast<double>(texts.json.size()) / 1e6, static_cast<double>(texts.xml.size()) / 1e6);
   std::string scratch;
 
   const bench::Contender ours{"KEL", {}, [&] {
@@ -81,7 +80,8 @@ void CompareAll() {
                                 Check(document != nullptr, "KEL");
                                 benchmark::DoNotOptimize(document->Count());
                               }};
-  const bench::Contender pugi{"pugixml", [&] { scratch = texts.xml; }, [&] {
+  const bench::Contender pugi{"pugixml", [&] { scratch = texts.xml; },
+                              [&] {
                                 pugi::xml_document document;
                                 Check(document.load_buffer_inplace(scratch.data(), scratch.size()),
                                       "pugixml");

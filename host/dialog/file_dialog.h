@@ -22,7 +22,7 @@ class TAV_HOST_API TavFileDialog {
   TavFileDialog& operator=(const TavFileDialog&) = delete;
   ~TavFileDialog();
 
-  void AllowMultiSelectOnOpen();  // without effect when saving
+  void AllowMultiSelectOnOpen();         // without effect when saving
   void SetPath(const SV::String& path);  // the directory in which it starts
   SV::String GetPath();                  // the chosen file, the first of several; empty for none
   void AddFilter(const SV::String& text, const SV::String& type);

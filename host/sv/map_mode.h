@@ -3,7 +3,7 @@
 namespace SV {
 
 enum MapUnit {
-  MapAppFont = 12,  // dialog units: a quarter and an eighth of the application font's mean character
+  MapAppFont = 12,  // dialog units: a quarter and an eighth of the font's mean character
 };
 
 // The unit in which positions and sizes are given.

@@ -103,6 +103,6 @@ class TAV_HOST_API String {
 };
 
 TAV_HOST_API int h_atoi(const String& text);        // decimal, as C's atoi; clamped to 32 bits
-TAV_HOST_API unsigned h_atoui(const String& text);  // decimal; a sign wraps around as in C's strtoul
+TAV_HOST_API unsigned h_atoui(const String& text);  // decimal; a sign wraps around, as in strtoul
 
 }  // namespace SV

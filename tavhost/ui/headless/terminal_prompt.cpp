@@ -372,8 +372,8 @@ AskOutcome AskEditBrowser(EditBrowserModel& browser) {
     const std::uint32_t number = Number(column.substr(column.empty() ? 0 : 1)).value_or(0);
     TableModel& table = browser.Table();
     const std::string text = second < line.size() ? line.substr(second + 1) : "";
-    const bool fits = row > 0 && number > 0 &&
-                      table.SetCell(row - 1, number - 1 + table.FirstColumn(), text);
+    const bool fits =
+        row > 0 && number > 0 && table.SetCell(row - 1, number - 1 + table.FirstColumn(), text);
     reason = fits ? "(set; Enter ends)" : "a row's and a column's number, and the new text";
     return false;
   };

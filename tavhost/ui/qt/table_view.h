@@ -55,7 +55,7 @@ class TableView final : public QTableView {
   bool editable_;
   QLabel* corner_;
   std::vector<std::optional<long>> fitted_;  // the widths that columns were last given
-  std::set<int> tall_;  // rows that have another height than most
+  std::set<int> tall_;                       // rows that have another height than most
   bool adjusting_ = false;
 };
 
