@@ -59,19 +59,20 @@ char* Path::Reserve(std::size_t room) {
 }
 
 bool Path::TakeAsItIs(const char* text) {
-  const char* read = text + (*text == '/' ? 1 : 0);
-  bool componentBegins = true;
+  const char* component = text + (*text == '/' ? 1 : 0);
+  const char* read = component;
   for (;; ++read) {
     const Byte byte = ByteOf(*read);
-    if (byte == Byte::kOrdinary) [[likely]] {
-      componentBegins = false;
+    if (byte == Byte::kOrdinary) [[likely]]
       continue;
-    }
     // A name that begins with a dot, an empty one, a separator at the end: all for Translate.
-    if (componentBegins) return false;
+    if (read == component) return false;
     if (byte == Byte::kEnd) break;
-    if (byte != Byte::kDot && byte != Byte::kSlash) return false;
-    componentBegins = byte == Byte::kSlash;
+    if (byte == Byte::kSlash) {
+      component = read + 1;
+    } else if (byte != Byte::kDot) {
+      return false;
+    }
   }
   text_ = text;
   length_ = static_cast<std::size_t>(read - text);
