@@ -87,6 +87,14 @@ def validate(path):
     return result.returncode, json.loads(result.stdout)
 
 
+def loaded_size(library):
+    """How much of a 64-bit ELF file is loaded; what is behind is for debuggers."""
+    table, = struct.unpack_from("<Q", library, 32)
+    size, count = struct.unpack_from("<HH", library, 54)
+    headers = (struct.unpack_from("<IIQQQQ", library, table + i * size) for i in range(count))
+    return max(offset + length for kind, _, offset, _, _, length in headers if kind == 1)
+
+
 def broken(way):
     return Path(options.broken) / f"{way}.so"
 
@@ -182,7 +190,7 @@ class ValidateTest(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             path = Path(folder) / "cut.so"
             good = broken("good").read_bytes()
-            for size in (1, 4, 63, 64, 100, 4096, len(good) // 8):
+            for size in (1, 4, 63, 64, 100, 4096, loaded_size(good) // 2):
                 with self.subTest(size):
                     path.write_bytes(good[:size])
                     reason = ("is not a shared library" if size < 4 else

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <string>
 
 #include "tavhost/notation/scan.h"
@@ -249,7 +249,8 @@ TEST(Document, TablesThatWouldBeTooLargeAreRefused) {
   EXPECT_TRUE(kel::Document::Parse(text, error, 100'000'000));
 }
 
-// Each of these is quadratic when done the simple way; a generous bound tells the two apart.
+// Each of these is quadratic when done the simple way; a generous bound tells the two apart. The
+// processor's time counts: a busy machine or a sanitizer must not look like the simple way.
 TEST(Document, ParsingIsLinear) {
   std::string attributes = "A";
   std::string fields = "A (";
@@ -257,7 +258,7 @@ TEST(Document, ParsingIsLinear) {
     attributes += " n" + std::to_string(i);
     fields += "n" + std::to_string(i) + ":1,";
   }
-  const auto begin = std::chrono::steady_clock::now();
+  const std::clock_t begin = std::clock();
   EXPECT_EQ(ErrorOf(attributes), "parsed");
   EXPECT_EQ(ErrorOf(fields + ")"), "parsed");
   EXPECT_EQ(ErrorOf("A (" + Repeat("1,", 1'000'000) + ")"), "parsed");
@@ -265,7 +266,7 @@ TEST(Document, ParsingIsLinear) {
             "1:7: an element has one main value; expected an attribute, found \"(\"");
   EXPECT_EQ(ErrorOf(Repeat("A\n", 1'000'000)), "parsed");
   EXPECT_EQ(ErrorOf("A b:{" + Repeat("A x:(1);", 300'000) + "}"), "parsed");
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  EXPECT_LT((std::clock() - begin) / CLOCKS_PER_SEC, 10);
 }
 
 TEST(Document, ManyElementsKeepTheirOrder) {
