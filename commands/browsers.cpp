@@ -48,15 +48,15 @@ constexpr char kFieldSeparator = ';';
 constexpr char kRowSeparator = '\n';
 constexpr int kSpecialButtons = 3;  // of the window that edits a table: insert, delete, sort
 
-using Names = std::initializer_list<const char*>;
+using Names = std::initializer_list<names::Literal>;
 
 // Strings that have a default are checked as required ones when they are there.
 bool StringsFail(TavKelParser& parser, TavScriptResult& result, Names withDefault, Names optional) {
-  for (const char* name : withDefault) {
+  for (const names::Literal name : withDefault) {
     if (checks::FailsWhenPresent(parser, name, TavKelString, result, checks::kRequired))
       return true;
   }
-  for (const char* name : optional) {
+  for (const names::Literal name : optional) {
     if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return true;
   }
   return false;
@@ -329,10 +329,10 @@ void Command_CLOSE_DOCKABLE_WINDOW(const char*, TavKelParser& parser, TavScriptR
 }
 
 void Command_GRAPHREP_TOOL(const char*, TavKelParser& parser, TavScriptResult& result) {
-  for (const char* name : {"title", "align"}) {
+  for (const names::Literal name : Names{"title", "align"}) {
     if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return;
   }
-  for (const char* name : {"interval", "index", "subindex", "min-w", "min-h"}) {
+  for (const names::Literal name : Names{"interval", "index", "subindex", "min-w", "min-h"}) {
     if (checks::Fails(parser, name, TavKelInteger, result, checks::kOptional)) return;
   }
   if (checks::FailsWhenPresent(parser, "graphrep", TavKelString, result, checks::kRequired)) return;

@@ -215,7 +215,8 @@ void RunListBox(TavKelParser& parser, TavScriptResult& result) {
   ForEachCheckBox(*extra, [&] {
     const SV::String variable = extra->GetModifier("result-var");
     if (variable.Len() == 0) return;
-    results::SetInteger(result, variable.GetStr(), dialog.IsChecked(extra->GetStrValue()) ? 1 : 0);
+    results::SetIntegerOf(result, SV::String(variable.GetStr()),
+                          dialog.IsChecked(extra->GetStrValue()) ? 1 : 0);
   });
 }
 

@@ -31,36 +31,36 @@ TavSimpleTLBDlg* dialog = nullptr;
 TavTLBImagePool imagePool;
 
 // What TLB_CREATE checks behind the title, in this order.
-constexpr const char* kTexts[] = {"oktext", "canceltext", "boxtext"};
-constexpr const char* kNumbers[] = {"button-w",
-                                    "no-cancel",
-                                    "no-help",
-                                    "x",
-                                    "y",
-                                    "w",
-                                    "h",
-                                    "max-w",
-                                    "max-h",
-                                    "min-w",
-                                    "min-h",
-                                    "searchable",
-                                    "sorted",
-                                    "flat",
-                                    "columns",
-                                    "multi-sel",
-                                    "no-child-sel",
-                                    "no-parent-sel",
-                                    "checklistbox",
-                                    "okbutton-enabled"};
+constexpr names::Literal kTexts[] = {"oktext", "canceltext", "boxtext"};
+constexpr names::Literal kNumbers[] = {"button-w",
+                                       "no-cancel",
+                                       "no-help",
+                                       "x",
+                                       "y",
+                                       "w",
+                                       "h",
+                                       "max-w",
+                                       "max-h",
+                                       "min-w",
+                                       "min-h",
+                                       "searchable",
+                                       "sorted",
+                                       "flat",
+                                       "columns",
+                                       "multi-sel",
+                                       "no-child-sel",
+                                       "no-parent-sel",
+                                       "checklistbox",
+                                       "okbutton-enabled"};
 
 bool CreateFails(TavKelParser& parser, TavScriptResult& result) {
   if (checks::FailsWhenPresent(parser, "title", TavKelString, result, checks::kRequired)) {
     return true;
   }
-  for (const char* name : kTexts) {
+  for (const names::Literal name : kTexts) {
     if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return true;
   }
-  for (const char* name : kNumbers) {
+  for (const names::Literal name : kNumbers) {
     if (checks::Fails(parser, name, TavKelInteger, result, checks::kOptional)) return true;
   }
   return false;

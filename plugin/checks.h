@@ -11,18 +11,18 @@
 //   if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
 namespace checks {
 
-inline constexpr const char* kMainValue = "";
+inline constexpr names::Literal kMainValue = "";
 inline constexpr bool kRequired = false;
 inline constexpr bool kOptional = true;
 
-inline bool Fails(TavKelParser& parser, const char* name, TavKelValueType type,
+inline bool Fails(TavKelParser& parser, names::Literal name, TavKelValueType type,
                   TavScriptResult& result, bool optional) {
   return Tav_IsInvalidKelParamType(parser, names::Kept(name), type, result, optional);
 }
 
 // For parameters whose absence has an outcome of its own in the command: checked only when they
 // are there.
-inline bool FailsWhenPresent(TavKelParser& parser, const char* name, TavKelValueType type,
+inline bool FailsWhenPresent(TavKelParser& parser, names::Literal name, TavKelValueType type,
                              TavScriptResult& result, bool optional) {
   return parser.IsContained(names::Kept(name)) && Fails(parser, name, type, result, optional);
 }

@@ -2,23 +2,21 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace names {
 
-const SV::String& Kept(const char* name) {
+const SV::String& Kept(Literal name) {
   struct Place {
     const char* literal = nullptr;
     SV::String text;
   };
   constexpr std::size_t kPlaces = 256;
   static Place places[kPlaces];
-  const auto address = reinterpret_cast<std::uintptr_t>(name);
+  const auto address = reinterpret_cast<std::uintptr_t>(name.Text());
   Place& place = places[(address ^ (address >> 8)) % kPlaces];
-  // Another text may stand at the same address when the name is no literal.
-  if (place.literal != name || std::strcmp(place.text.GetStr(), name) != 0) {
-    place.literal = name;
-    place.text = SV::String(name);
+  if (place.literal != name.Text()) {
+    place.literal = name.Text();
+    place.text = SV::String(name.Text());
   }
   return place.text;
 }

@@ -17,15 +17,15 @@ bool WantsText(TavScriptResult& result) { return !result.GetValueSet() && !resul
 
 // Hands the value to whoever collects the variables; a value that could not be allocated is null
 // and goes the same way.
-void Move(TavScriptResult& result, const char* name, TavKelValue* value) {
+void Move(TavScriptResult& result, const SV::String& name, TavKelValue* value) {
   if (TavKelValueSet* variables = result.GetValueSet()) {
-    variables->OldMoveValue(names::Kept(name), value, false);
+    variables->OldMoveValue(name, value, false);
   } else {
-    result.GetObject()->MoveValue(names::Kept(name), value);
+    result.GetObject()->MoveValue(name, value);
   }
 }
 
-void AppendText(TavScriptResult& result, const char* name, const SV::String& text) {
+void AppendText(TavScriptResult& result, const SV::String& name, const SV::String& text) {
   SV::String& all = result.GetText();
   all += ' ';
   all += name;
@@ -39,7 +39,11 @@ bool IsContainer(const TavKelValue& value) {
 
 }  // namespace
 
-void SetInteger(TavScriptResult& result, const char* name, int value) {
+void SetInteger(TavScriptResult& result, names::Literal name, int value) {
+  SetIntegerOf(result, names::Kept(name), value);
+}
+
+void SetIntegerOf(TavScriptResult& result, const SV::String& name, int value) {
   if (WantsText(result)) {
     AppendText(result, name, SV::String(value));
   } else {
@@ -47,34 +51,29 @@ void SetInteger(TavScriptResult& result, const char* name, int value) {
   }
 }
 
-void SetInteger(TavScriptResult& result, const char* name, long value) {
-  const long narrowed = static_cast<std::int32_t>(value);
+void SetInteger(TavScriptResult& result, names::Literal name, long value) {
+  SetIntegerOf(result, names::Kept(name), static_cast<std::int32_t>(value));
+}
+
+void SetString(TavScriptResult& result, names::Literal name, const char* text) {
   if (WantsText(result)) {
-    AppendText(result, name, SV::String(narrowed));
+    AppendText(result, names::Kept(name), TavKelParser::GetKelTextOfStrValue(text));
   } else {
-    Move(result, name, new TavKelValue(narrowed));
+    Move(result, names::Kept(name), new TavKelValue(new SV::String(text)));
   }
 }
 
-void SetString(TavScriptResult& result, const char* name, const char* text) {
+void SetString(TavScriptResult& result, names::Literal name, const SV::String& text) {
   if (WantsText(result)) {
-    AppendText(result, name, TavKelParser::GetKelTextOfStrValue(text));
+    AppendText(result, names::Kept(name), TavKelParser::GetKelTextOfStrValue(text));
   } else {
-    Move(result, name, new TavKelValue(new SV::String(text)));
+    Move(result, names::Kept(name), new TavKelValue(new SV::String(text)));
   }
 }
 
-void SetString(TavScriptResult& result, const char* name, const SV::String& text) {
-  if (WantsText(result)) {
-    AppendText(result, name, TavKelParser::GetKelTextOfStrValue(text));
-  } else {
-    Move(result, name, new TavKelValue(new SV::String(text)));
-  }
-}
-
-void SetValue(TavScriptResult& result, const char* name, TavKelValue* value) {
+void SetValue(TavScriptResult& result, names::Literal name, TavKelValue* value) {
   if (!WantsText(result)) {
-    Move(result, name, value);
+    Move(result, names::Kept(name), value);
     return;
   }
   if (!value) return;
@@ -85,7 +84,7 @@ void SetValue(TavScriptResult& result, const char* name, TavKelValue* value) {
     wrapped += ')';
     text = wrapped;
   }
-  AppendText(result, name, text);
+  AppendText(result, names::Kept(name), text);
   delete value;
 }
 

@@ -1,5 +1,6 @@
 #include "host/core/file_manager.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -20,7 +21,7 @@ class Target {
  public:
   Target(std::string_view path, long libraryId)
       : inArea_(database_area::IsInArea(path, libraryId)) {
-    if (path.find('\0') != std::string_view::npos) return;
+    if (std::find(path.begin(), path.end(), '\0') != path.end()) return;
     if (inArea_) {
       stored_ = database_area::FindFile(path, libraryId);
       if (stored_) name_ = disk::Name{stored_->c_str(), false};

@@ -14,6 +14,14 @@ std::uint64_t Spread(std::uint64_t hash, std::uint64_t seed) noexcept {
   return hash ^ (hash >> 29);
 }
 
+// Names are a few bytes long: a call would take longer.
+bool IsSame(const char* a, const char* b) noexcept {
+  for (; *a == *b; ++a, ++b) {
+    if (*a == '\0') return true;
+  }
+  return false;
+}
+
 std::vector<std::unique_ptr<CommandIndex>>& Indices() {
   static std::vector<std::unique_ptr<CommandIndex>> indices;
   return indices;
@@ -53,7 +61,7 @@ const TavMessagePortCommand* CommandIndex::Find(const char* name) const noexcept
   const auto address = reinterpret_cast<std::uintptr_t>(name);
   Recent& recent = recent_[(address >> 4 ^ address >> 10) % kRecent];
   // Another name may stand at the same address by now.
-  if (recent.name == name && std::strcmp(recent.row->name, name) == 0) return recent.row;
+  if (recent.name == name && IsSame(recent.row->name, name)) return recent.row;
   const TavMessagePortCommand* row = Search(name);
   if (row) recent = {name, row};
   return row;

@@ -100,11 +100,11 @@ TEST(Results, QuoteStringsInTextSoThatTheyReadBack) {
   EXPECT_EQ(parser.GetStrValue("text"), text);
 }
 
-TEST(Results, TakeNamesThatAreNoLiterals) {
+TEST(Results, TakeNamesThatTheScriptChose) {
   TavKelValueSet variables;
   TavScriptResult result(&variables);
   char name[] = "a";
-  for (; *name <= 'c'; ++*name) results::SetInteger(result, name, *name);
+  for (; *name <= 'c'; ++*name) results::SetIntegerOf(result, SV::String(name), *name);
   EXPECT_EQ(CountOf(variables), 3u);
   EXPECT_EQ(Variable(variables, "a")->Integer(), 'a');
   EXPECT_EQ(Variable(variables, "b")->Integer(), 'b');
