@@ -82,8 +82,8 @@ class CrashTest(unittest.TestCase):
 
     def test_faults_however_it_is_compiled(self):
         text = "".join(f'#include "{source}"\n' for source in (
-            "plugin/exports.cpp", "plugin/results.cpp", "commands/environment.cpp",
-            "tests/plugins/crash_only.cpp"))
+            "plugin/exports.cpp", "plugin/names.cpp", "plugin/results.cpp",
+            "commands/environment.cpp", "tests/plugins/crash_only.cpp"))
         ran = 0
         with tempfile.TemporaryDirectory() as folder:
             for compiler, linker in (("g++", ()), ("clang++-14", ("-fuse-ld=lld",))):
