@@ -5,6 +5,7 @@ usage: service_test.py [--tavhost PROGRAM] [--wine] [--seconds N] [unittest argu
 """
 import argparse
 import concurrent.futures
+import contextlib
 import getpass
 import http.client
 import json
@@ -593,72 +594,67 @@ class Dialogs(Case):
         self.assertEqual(service.process.wait(timeout=5), 0)
 
     def test_a_service_that_a_script_started(self):
-        with tempfile.TemporaryDirectory() as folder:
+        with ScriptedService() as service:
+            asked = service.post("/script", 'QUERYBOX "?" yes-no\nprint endbutton',
+                                 **{"X-Tavhost-Dialogs": "ask"})[1]
+            done = service.post("/answer", "MESSAGE_BOX button:no",
+                                **{"X-Tavhost-Question": asked["question"]["id"]})[1]
+            self.assertEqual(done["output"], "no\n")
+
+
+class ScriptedService:
+    """A service that a script has started with SERVICE; it ends with the block."""
+
+    def __init__(self, parameters=""):
+        self.parameters = parameters
+
+    def __enter__(self):
+        with contextlib.ExitStack() as stack:
+            folder = stack.enter_context(tempfile.TemporaryDirectory())
             script = os.path.join(folder, "serve.tav")
             with open(script, "w") as file:
-                file.write("SERVICE start port:(int(args[0]))\nprint ecode\n")
+                file.write(f"SERVICE start port:(int(args[0])) {self.parameters}\nprint ecode\n")
             with socket.create_server(("127.0.0.1", 0)) as free:
-                port = free.getsockname()[1]
-            process = subprocess.Popen([*program, "run", script, str(port)],
-                                       env={**os.environ, "XDG_RUNTIME_DIR": folder},
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-            self.addCleanup(process.stdout.close)
-            self.addCleanup(process.wait, 10)
-            self.addCleanup(process.send_signal, signal.SIGINT)
-            self.assertEqual(process.stdout.readline().strip(), b"0")
-            with open(token_path(port, folder)) as file:
-                token = file.read().strip()
+                self.port = free.getsockname()[1]
+            process = stack.enter_context(subprocess.Popen(
+                [*program, "run", script, str(self.port)],
+                env={**os.environ, "XDG_RUNTIME_DIR": folder},
+                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL))
+            stack.callback(process.wait, 10)
+            stack.callback(process.send_signal, signal.SIGINT)
+            started = process.stdout.readline().strip()
+            if started != b"0":
+                raise AssertionError(f"the service did not start: {started}")
+            with open(token_path(self.port, folder)) as file:
+                self.token = file.read().strip()
+            self.ended = stack.pop_all()
+        return self
 
-            def post(path, text, **headers):
-                connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
-                connection.request("POST", path, text, {"X-Tavhost-Token": token, **headers})
-                reply = json.loads(connection.getresponse().read())
-                connection.close()
-                return reply
-            asked = post("/script", 'QUERYBOX "?" yes-no\nprint endbutton',
-                         **{"X-Tavhost-Dialogs": "ask"})
-            done = post("/answer", "MESSAGE_BOX button:no",
-                        **{"X-Tavhost-Question": asked["question"]["id"]})
-            self.assertEqual(done["output"], "no\n")
+    def __exit__(self, *_):
+        self.ended.close()
+
+    def post(self, path, text, **headers):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
+        connection.request("POST", path, text, {"X-Tavhost-Token": self.token, **headers})
+        reply = connection.getresponse()
+        body = json.loads(reply.read())
+        connection.close()
+        return reply.status, body
 
 
 class FullQueue(unittest.TestCase):
     def test_busy(self):
-        with tempfile.TemporaryDirectory() as folder:
-            script = os.path.join(folder, "serve.tav")
-            with open(script, "w") as file:
-                file.write("SERVICE start port:(int(args[0])) backlog:2\nprint ecode\n")
-            with socket.create_server(("127.0.0.1", 0)) as free:
-                port = free.getsockname()[1]
-            env = {**os.environ, "XDG_RUNTIME_DIR": folder}
-            process = subprocess.Popen([*program, "run", script, str(port)], env=env,
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-            self.addCleanup(process.stdout.close)
-            try:
-                self.assertEqual(process.stdout.readline().strip(), b"0")
-                with open(token_path(port, folder)) as file:
-                    token = file.read().strip()
-
-                def post(path, text, **headers):
-                    connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
-                    connection.request("POST", path, text, {"X-Tavhost-Token": token, **headers})
-                    reply = connection.getresponse()
-                    body = json.loads(reply.read())
-                    connection.close()
-                    return reply.status, body
-                # While its question is open this one runs: of all others two may wait.
-                asked = post("/script", 'INFOBOX "?"', **{"X-Tavhost-Dialogs": "ask"})[1]
-                with concurrent.futures.ThreadPoolExecutor(8) as pool:
-                    others = concurrent.futures.as_completed(
-                        [pool.submit(post, "/script", "x = 1") for _ in range(8)])
-                    refused = [next(others).result()[0] for _ in range(6)]
-                    self.assertEqual(refused, [503] * 6)
-                    post("/answer", "MESSAGE_BOX",
-                         **{"X-Tavhost-Question": asked["question"]["id"]})
-                    self.assertEqual([other.result()[0] for other in others], [200, 200])
-            finally:
-                process.send_signal(signal.SIGINT)
-                process.wait(timeout=10)
+        with ScriptedService("backlog:2") as service:
+            # While its question is open this one runs: of all others two may wait.
+            asked = service.post("/script", 'INFOBOX "?"', **{"X-Tavhost-Dialogs": "ask"})[1]
+            with concurrent.futures.ThreadPoolExecutor(8) as pool:
+                others = concurrent.futures.as_completed(
+                    [pool.submit(service.post, "/script", "x = 1") for _ in range(8)])
+                refused = [next(others).result()[0] for _ in range(6)]
+                self.assertEqual(refused, [503] * 6)
+                service.post("/answer", "MESSAGE_BOX",
+                             **{"X-Tavhost-Question": asked["question"]["id"]})
+                self.assertEqual([other.result()[0] for other in others], [200, 200])
 
 
 class Commands(unittest.TestCase):
