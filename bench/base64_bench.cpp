@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "bench/compare.h"
-#include "tavhost/services/base64_codec.h"
+#include "tavhost/files/base64_codec.h"
 
 namespace {
 

@@ -13,10 +13,10 @@
 
 #include "bench/compare.h"
 #include "bench/table_text.h"
-#include "tavhost/ui/table_model.h"
-#include "tavhost/ui/table_scan.h"
-#include "tavhost/ui/table_search.h"
-#include "tavhost/ui/table_sort.h"
+#include "tavhost/ui/table/table_model.h"
+#include "tavhost/ui/table/table_scan.h"
+#include "tavhost/ui/table/table_search.h"
+#include "tavhost/ui/table/table_sort.h"
 
 namespace {
 

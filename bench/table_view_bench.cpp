@@ -9,7 +9,7 @@
 
 #include "bench/compare.h"
 #include "bench/table_text.h"
-#include "tavhost/ui/qt/table_panel.h"
+#include "tavhost/qt/table_panel.h"
 
 namespace {
 

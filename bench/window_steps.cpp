@@ -14,7 +14,7 @@
 #include <string>
 
 #include "bench/compare.h"
-#include "tavhost/ui/qt/modal_view.h"
+#include "tavhost/qt/modal_view.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

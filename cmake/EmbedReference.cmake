@@ -1,9 +1,9 @@
 # The files of the command reference as constant data of the program. Included, it adds the
-# generated source to the library `loader`; run as a script (cmake -P), it writes that source.
+# generated source to the library `reference`; run as a script (cmake -P), it writes that source.
 set(families dialogs files tree_list_box progress_output browsers environment http)
 
 if(CMAKE_SCRIPT_MODE_FILE)
-  set(source "#include \"tavhost/loader/reference.h\"\n\n#include <array>\n\nnamespace reference {\n\n")
+  set(source "#include \"tavhost/reference/reference.h\"\n\n#include <array>\n\nnamespace reference {\n\n")
   string(APPEND source "std::span<const Source> EmbeddedSources() {\n")
   list(LENGTH families count)
   string(APPEND source "  static constexpr std::array<Source, ${count}> kSources = {{\n")
@@ -26,4 +26,4 @@ add_custom_command(
   DEPENDS ${reference_files} "${CMAKE_CURRENT_LIST_FILE}"
   COMMENT "Embedding the command reference"
   VERBATIM)
-target_sources(tavhost_loader PRIVATE "${reference_source}")
+target_sources(tavhost_reference PRIVATE "${reference_source}")

@@ -1,10 +1,12 @@
-# tav_host_library(folder [EXCLUDE file...]): a static library of all sources in tavhost/<folder>.
+# The host's rooms, a static library each.
+#
+# tav_host_library(room [EXCLUDE file...]): a library of all sources in and below tavhost/<room>.
 # Files that end in _posix.cpp or _windows.cpp belong to that platform only; *_avx2.cpp to x86-64.
-# Every library is added to TAVHOST_LIBRARIES; an empty folder makes none.
+# Every library is added to TAVHOST_LIBRARIES and links with those that were there before it.
 set(TAVHOST_LIBRARIES "" CACHE INTERNAL "")
 
 function(tav_platform_sources out folder)
-  file(GLOB sources CONFIGURE_DEPENDS "${folder}/*.cpp" "${folder}/*.h")
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${folder}/*.cpp" "${folder}/*.h")
   if(WIN32)
     list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
   else()
@@ -19,10 +21,7 @@ function(tav_host_library folder)
   foreach(excluded IN LISTS arg_EXCLUDE)
     list(FILTER sources EXCLUDE REGEX "/${excluded}$")
   endforeach()
-  if(NOT sources MATCHES "\\.cpp")
-    return()
-  endif()
-  string(REPLACE "/" "_" name "tavhost_${folder}")
+  set(name "tavhost_${folder}")
   add_library(${name} STATIC ${sources})
   target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(${name} PUBLIC TAVHOST_BUILDING_HOST)
@@ -32,3 +31,27 @@ function(tav_host_library folder)
   endif()
   set(TAVHOST_LIBRARIES ${name} ${TAVHOST_LIBRARIES} CACHE INTERNAL "")
 endfunction()
+
+# Lowest first: each uses those before it (scripts/check_includes.py says which of them).
+tav_host_library(base)
+tav_host_library(notation)
+tav_host_library(reference)
+tav_host_library(ui)
+tav_host_library(ide)
+tav_host_library(script)
+tav_host_library(sv)
+if(NOT WIN32)
+  tav_host_library(windows)
+endif()
+tav_host_library(system)
+tav_host_library(files)
+tav_host_library(http)
+tav_host_library(dialog)
+tav_host_library(browser)
+tav_host_library(tools)
+tav_host_library(analysis)
+tav_host_library(loader)
+tav_host_library(service)
+tav_host_library(lsp)
+tav_host_library(headless)
+tav_host_library(app EXCLUDE main.cpp)

@@ -14,13 +14,13 @@
 #include "host/dialog/app_work_window.h"
 #include "host/dialog/workbench.h"
 #include "host/notation/kel_parser.h"
-#include "host/services/top_window.h"
+#include "host/dialog/top_window.h"
 #include "host/sv/link.h"
-#include "host/sv/size.h"
-#include "host/sv/string.h"
+#include "host/base/size.h"
+#include "host/base/string.h"
 #include "host/tools/graph_rep_tool.h"
-#include "plugin/checks.h"
-#include "plugin/results.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
 
 namespace commands {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "host/windows/windows.h"
 
 namespace commands {

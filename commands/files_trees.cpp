@@ -1,7 +1,7 @@
 #include "commands/files_trees.h"
 
 #include "commands/files_search.h"
-#include "host/sv/dir_entry.h"
+#include "host/files/dir_entry.h"
 #include "host/windows/windows.h"
 
 namespace commands {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 // Operations on all that a pattern names, directories with everything in them. They stop at the
 // first entry that fails, undo nothing, and return the outcome of the entry handled last; false

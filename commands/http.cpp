@@ -5,12 +5,12 @@
 
 #include "commands/handlers.h"
 #include "host/notation/kel_parser.h"
-#include "host/services/http_client.h"
-#include "host/sv/string.h"
-#include "host/sv/wstring.h"
+#include "host/http/http_client.h"
+#include "host/base/string.h"
+#include "host/base/wstring.h"
 #include "host/windows/winhttp.h"
-#include "plugin/checks.h"
-#include "plugin/results.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
 
 namespace commands {
 

@@ -12,10 +12,10 @@
 #include "host/dialog/workbench.h"
 #include "host/sv/application.h"
 #include "host/sv/multi_line_edit.h"
-#include "host/sv/sysdepen.h"
+#include "host/system/sysdepen.h"
 #include "host/windows/windows.h"
-#include "plugin/checks.h"
-#include "plugin/results.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
 
 namespace commands {
 

@@ -4,14 +4,14 @@
 #include "host/dialog/simple_tlb_dlg.h"
 #include "host/dialog/tlb_image_pool.h"
 #include "host/notation/kel_parser.h"
-#include "host/services/top_window.h"
+#include "host/dialog/top_window.h"
 #include "host/sv/application.h"
 #include "host/sv/image.h"
 #include "host/sv/map_mode.h"
-#include "host/sv/sequence.h"
-#include "host/sv/string.h"
-#include "plugin/checks.h"
-#include "plugin/results.h"
+#include "host/base/sequence.h"
+#include "host/base/string.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
 
 namespace commands {
 

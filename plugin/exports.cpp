@@ -2,8 +2,8 @@
 
 #include "host/notation/message_port.h"
 #include "host/script/message_port_command_handler_array.h"
-#include "host/services/version.h"
-#include "host/sv/string.h"
+#include "host/system/version.h"
+#include "host/base/string.h"
 #include "plugin/command_table.h"
 
 namespace {

@@ -74,9 +74,9 @@ def quoted_problem(path, included):
     if here == "host":
         return None if there == "host" else "host/ stands by itself"
     if here == "commands":
-        if there in ("host", "commands") or included in ("plugin/results.h", "plugin/checks.h"):
+        if there in ("host", "commands") or included in ("commands/support/results.h", "commands/support/checks.h"):
             return None
-        return "commands know host/, plugin/results.h and plugin/checks.h"
+        return "commands know host/, commands/support/results.h and commands/support/checks.h"
     if here == "plugin":
         if there in ("host", "plugin") or included == "commands/handlers.h":
             return None

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "host/export.h"
-#include "host/sv/forward.h"
+#include "host/base/forward.h"
 
 namespace ui {
 class TableModel;

@@ -4,9 +4,10 @@
 #include <memory>
 
 #include "host/export.h"
+#include "host/base/forward.h"
 #include "host/sv/forward.h"
-#include "host/sv/sequence.h"
-#include "host/sv/string.h"
+#include "host/base/sequence.h"
+#include "host/base/string.h"
 
 // Chooses files to open, or a file to save to.
 class TAV_HOST_API TavFileDialog {

@@ -2,7 +2,7 @@
 
 #include "host/dialog/modal_dialog.h"
 #include "host/sv/image.h"
-#include "host/sv/sequence.h"
+#include "host/base/sequence.h"
 
 namespace ui {
 class TreeListBoxModel;

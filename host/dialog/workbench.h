@@ -5,8 +5,8 @@
 #include "host/dialog/tool_box_align.h"
 #include "host/export.h"
 #include "host/sv/link.h"
-#include "host/sv/size.h"
-#include "host/sv/string.h"
+#include "host/base/size.h"
+#include "host/base/string.h"
 #include "host/sv/window.h"
 
 namespace ui {

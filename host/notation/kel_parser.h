@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "host/export.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 namespace kel {
 struct Element;

@@ -4,7 +4,7 @@
 
 #include "host/export.h"
 #include "host/notation/kel_value_type.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 namespace kel {
 class Value;

@@ -2,7 +2,7 @@
 
 #include "host/export.h"
 #include "host/notation/forward.h"
-#include "host/sv/forward.h"
+#include "host/base/forward.h"
 
 namespace kel {
 class Scope;

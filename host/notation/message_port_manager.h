@@ -5,7 +5,7 @@
 
 #include "host/export.h"
 #include "host/notation/forward.h"
-#include "host/sv/forward.h"
+#include "host/base/forward.h"
 
 // All message ports by name. Owns neither the ports nor the names.
 class TAV_HOST_API TavMessagePortManager {

@@ -3,7 +3,7 @@
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/script/message_port_command.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 // A view of a command table that finds commands by their exact names. Making and destroying one
 // costs nothing that grows with the table; the table must outlive the program's use of it.

@@ -3,7 +3,7 @@
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 // How a run ended.
 enum TavScriptExitType {

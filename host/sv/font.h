@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/export.h"
-#include "host/sv/size.h"
-#include "host/sv/string.h"
+#include "host/base/size.h"
+#include "host/base/string.h"
 
 namespace SV {
 

@@ -3,8 +3,8 @@
 #include "host/export.h"
 #include "host/sv/font.h"
 #include "host/sv/map_mode.h"
-#include "host/sv/point.h"
-#include "host/sv/size.h"
+#include "host/base/point.h"
+#include "host/base/size.h"
 
 namespace SV {
 

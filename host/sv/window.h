@@ -4,7 +4,7 @@
 
 #include "host/export.h"
 #include "host/sv/output_device.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 namespace ui {
 class WindowModel;

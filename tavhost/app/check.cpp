@@ -1,10 +1,10 @@
-#include "tavhost/check/check.h"
+#include "tavhost/analysis/check.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"

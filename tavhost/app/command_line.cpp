@@ -4,11 +4,11 @@
 #include <string_view>
 #include <utility>
 
-#include "host/services/version.h"
+#include "host/system/version.h"
 #include "tavhost/app/command_line_tables.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
-#include "tavhost/script/nearest_name.h"
+#include "tavhost/base/nearest_name.h"
 
 // A parser of its own rather than a library's: the one that would serve takes a seventh of the
 // time of a start, for its streams, its objects and its size.

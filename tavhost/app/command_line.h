@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "host/sv/size.h"
+#include "host/base/size.h"
 
 namespace app {
 

@@ -5,7 +5,7 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
-#include "tavhost/loader/reference_json.h"
+#include "tavhost/reference/reference_json.h"
 
 namespace app {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "tavhost/loader/reference.h"
+#include "tavhost/reference/reference.h"
 
 namespace app {
 

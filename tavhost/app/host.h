@@ -5,9 +5,9 @@
 #include <string>
 
 #include "tavhost/app/command_line.h"
-#include "tavhost/core/dry_run.h"
+#include "tavhost/files/dry_run.h"
 #include "tavhost/loader/plugins.h"
-#include "tavhost/ui/headless/answer_session.h"
+#include "tavhost/headless/answer_session.h"
 
 namespace app {
 

@@ -5,7 +5,7 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/base/stop.h"
 
 namespace app {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tavhost/app/standard_streams.h"
-#include "tavhost/ui/headless/terminal_input.h"
+#include "tavhost/headless/terminal_input.h"
 
 namespace app {
 

@@ -2,7 +2,7 @@
 
 #include "tavhost/app/command_line.h"
 #include "tavhost/script/runner.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/base/stop.h"
 
 namespace app {
 

@@ -5,7 +5,7 @@
 #include "tavhost/app/command_line.h"
 #include "tavhost/app/commands_command.h"
 #include "tavhost/app/exit_codes.h"
-#include "tavhost/app/language_server.h"
+#include "tavhost/lsp/language_server.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/loader/validate.h"

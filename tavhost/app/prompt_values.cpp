@@ -4,9 +4,9 @@
 
 #include "host/script/script.h"
 #include "tavhost/app/commands_command.h"
-#include "tavhost/loader/reference.h"
-#include "tavhost/notation/kel_value_set.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/reference/reference.h"
+#include "tavhost/notation/scope.h"
+#include "tavhost/notation/kel_text.h"
 
 namespace app {
 

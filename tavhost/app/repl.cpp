@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "host/script/script.h"
-#include "tavhost/app/completion.h"
+#include "tavhost/analysis/completion.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/interrupts.h"
@@ -13,9 +13,9 @@
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
-#include "tavhost/loader/reference.h"
+#include "tavhost/reference/reference.h"
 #include "tavhost/script/runner.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/base/stop.h"
 
 namespace app {
 

@@ -8,7 +8,7 @@
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/script/runner.h"
-#include "tavhost/services/program_path.h"
+#include "tavhost/files/program_path.h"
 
 namespace app {
 

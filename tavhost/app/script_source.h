@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 namespace app {
 

@@ -12,9 +12,9 @@
 #include "tavhost/app/subcommands.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/script/message.h"
-#include "tavhost/script/ports.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/script/ports/ports.h"
+#include "tavhost/base/stop.h"
 
 namespace app {
 

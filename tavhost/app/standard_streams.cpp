@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tavhost/sv/stop.h"
-#include "tavhost/ui/headless/terminal_input.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/headless/terminal_input.h"
 
 namespace app {
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "host/sv/string.h"
-#include "tavhost/sv/trace.h"
+#include "host/base/string.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "host/browser/dockable_browser_tool.h"
 
 #include "host/browser/shrink_expand_browser_objects.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 using Button = ui::ResultToolModel;

@@ -1,7 +1,7 @@
 #include "host/browser/editable_browser_objects.h"
 
-#include "host/sv/string.h"
-#include "tavhost/sv/trace.h"
+#include "host/base/string.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavEditableBrowserObjects::TavEditableBrowserObjects(int withHandleColumn)

@@ -1,7 +1,7 @@
 #include "host/browser/editable_simple_browser_window.h"
 
 #include "host/browser/editable_browser_objects.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavEditableSimpleBrowserWindow::TavEditableSimpleBrowserWindow(SV::Window* parent,

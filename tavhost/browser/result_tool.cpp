@@ -2,7 +2,7 @@
 
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "host/dialog/workbench.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavResultTool::TavResultTool(TavWorkbench* workbench, SV::Window* parent, const SV::String& id)

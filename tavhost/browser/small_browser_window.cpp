@@ -1,7 +1,7 @@
 #include "host/browser/small_browser_window.h"
 
 #include "host/browser/shrink_expand_browser_objects.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavSmallBrowserWindow::TavSmallBrowserWindow(SV::Window* parent,

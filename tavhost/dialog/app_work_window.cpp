@@ -3,7 +3,7 @@
 #include "host/dialog/workbench.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -1,10 +1,10 @@
 #include "host/dialog/directory_dialog.h"
 
 #include "host/sv/modal_dialog.h"
-#include "host/sv/string.h"
-#include "tavhost/services/window_stack.h"
+#include "host/base/string.h"
+#include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "host/sv/modal_dialog.h"
-#include "tavhost/services/window_stack.h"
+#include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 class TavFileDialog::Window final : public SV::ModalDialog {

@@ -1,6 +1,6 @@
 #include "host/dialog/list_box_dialog.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavListBoxDialog::TavListBoxDialog(SV::Window* parent)

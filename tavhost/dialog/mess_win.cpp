@@ -1,6 +1,6 @@
 #include "host/dialog/mess_win.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

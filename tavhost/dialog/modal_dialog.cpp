@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "tavhost/services/window_stack.h"
+#include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavModalDialog::TavModalDialog(SV::Window* parent, std::unique_ptr<ui::WindowModel> model)

@@ -1,6 +1,6 @@
 #include "host/dialog/multi_list_box_dialog.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavMultiListBoxDialog::TavMultiListBoxDialog(SV::Window* parent)

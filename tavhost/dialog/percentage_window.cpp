@@ -1,7 +1,7 @@
 #include "host/dialog/percentage_window.h"
 
 #include "host/dialog/save_hide.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavPercentageWindow::TavPercentageWindow(SV::Window* parent, const SV::String& title,

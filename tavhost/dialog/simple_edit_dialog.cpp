@@ -1,6 +1,6 @@
 #include "host/dialog/simple_edit_dialog.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavSimpleEditDialog::TavSimpleEditDialog(SV::Window* parent, const SV::String& caption,

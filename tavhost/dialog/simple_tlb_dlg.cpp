@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "host/dialog/startup_box.h"
-#include "host/sv/string.h"
-#include "tavhost/sv/trace.h"
+#include "host/base/string.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/sv/forward.h"
+#include "host/base/forward.h"
 
 // The host's side of the start-up box.
 namespace startup_box {

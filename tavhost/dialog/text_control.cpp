@@ -1,6 +1,6 @@
 #include "tavhost/dialog/text_control.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

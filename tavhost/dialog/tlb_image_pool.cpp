@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "host/services/database_names.h"
-#include "host/services/system_file_manager.h"
-#include "tavhost/sv/trace.h"
+#include "host/files/database_names.h"
+#include "host/files/system_file_manager.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

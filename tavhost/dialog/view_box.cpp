@@ -1,7 +1,7 @@
 #include "host/dialog/view_box.h"
 
 #include "tavhost/dialog/text_control.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 TavViewBox::TavViewBox(SV::Window* parent, int fileEditor)

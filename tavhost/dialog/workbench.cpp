@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "host/dialog/app_work_window.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "tavhost/loader/child_process.h"
-#include "tavhost/loader/program.h"
+#include "tavhost/loader/program_file.h"
 
 extern char** environ;
 

@@ -1,6 +1,6 @@
 #include "host/windows/windows.h"
 #include "tavhost/loader/child_process.h"
-#include "tavhost/loader/program.h"
+#include "tavhost/loader/program_file.h"
 #include "tavhost/loader/wide_text_windows.h"
 
 namespace loader {

@@ -11,14 +11,14 @@
 #include "host/notation/message_port.h"
 #include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/plugin.h"
-#include "tavhost/notation/kel_value_set.h"
+#include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"
-#include "tavhost/script/message.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/script/ports/ports.h"
 
 namespace loader {
 

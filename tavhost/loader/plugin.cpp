@@ -8,15 +8,15 @@
 
 #include "host/notation/message_port.h"
 #include "host/script/script_result.h"
-#include "host/services/version.h"
-#include "host/sv/string.h"
+#include "host/system/version.h"
+#include "host/base/string.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/path_text.h"
-#include "tavhost/script/command_index.h"
-#include "tavhost/script/message.h"
-#include "tavhost/sv/stop.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/script/ports/command_index.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 
 namespace loader {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tavhost/loader/module.h"
-#include "tavhost/script/command_provider.h"
+#include "tavhost/script/ports/command_provider.h"
 
 namespace loader {
 

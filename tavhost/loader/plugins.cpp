@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "tavhost/loader/path_text.h"
-#include "tavhost/loader/program.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/loader/program_file.h"
+#include "tavhost/script/ports/ports.h"
 
 namespace loader {
 

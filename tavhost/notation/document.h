@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "host/sv/string.h"
-#include "tavhost/notation/arena.h"
+#include "host/base/string.h"
+#include "tavhost/base/arena.h"
 #include "tavhost/notation/element.h"
-#include "tavhost/notation/memory_budget.h"
+#include "tavhost/base/memory_budget.h"
 #include "tavhost/notation/table.h"
 
 namespace kel {

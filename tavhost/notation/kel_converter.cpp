@@ -2,7 +2,7 @@
 
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/xml_writer.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 TavKelConverter::TavKelConverter(const SV::String& kelText) : TavKelParser(kelText) {
   trace::Call call("TavKelConverter::TavKelConverter", kelText);

@@ -8,8 +8,8 @@
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/element.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/notation/text.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/notation/kel_text.h"
+#include "tavhost/base/trace.h"
 
 using kel::Attribute;
 using kel::Element;

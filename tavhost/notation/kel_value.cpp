@@ -4,9 +4,9 @@
 #include <new>
 
 #include "tavhost/notation/allocation_hook.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/value.h"
-#include "tavhost/sv/buffer_memory.h"
+#include "tavhost/base/buffer_memory.h"
 
 namespace kel {
 

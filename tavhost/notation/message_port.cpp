@@ -1,7 +1,7 @@
 #include "host/notation/message_port.h"
 
 #include "host/notation/extended_message_port.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 TavMessagePort::~TavMessagePort() = default;
 

@@ -2,8 +2,8 @@
 
 #include "host/notation/extended_message_port.h"
 #include "host/notation/message_port.h"
-#include "host/sv/string.h"
-#include "tavhost/sv/trace.h"
+#include "host/base/string.h"
+#include "tavhost/base/trace.h"
 
 namespace {
 

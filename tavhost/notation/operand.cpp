@@ -2,7 +2,7 @@
 
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 
 namespace kel {
 

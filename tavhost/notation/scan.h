@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/notation/byte_block.h"
 
 // The words, numbers and strings of KEL; the script language writes its own the same way.

@@ -7,8 +7,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "tavhost/notation/memory_budget.h"
-#include "tavhost/sv/buffer_memory.h"
+#include "tavhost/base/memory_budget.h"
+#include "tavhost/base/buffer_memory.h"
 
 namespace kel {
 

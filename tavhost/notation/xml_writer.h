@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/table.h"
 

@@ -4,10 +4,10 @@
 #include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/script/operations.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/script/ports/ports.h"
 
 namespace script {
 

@@ -6,9 +6,9 @@
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/script/coarse_clock.h"
+#include "tavhost/base/coarse_clock.h"
 #include "tavhost/script/operations.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/script/ports/ports.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace script {

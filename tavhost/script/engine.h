@@ -8,8 +8,8 @@
 #include <unordered_map>
 
 #include "host/script/script.h"
-#include "tavhost/notation/kel_value_set.h"
-#include "tavhost/script/program.h"
+#include "tavhost/notation/scope.h"
+#include "tavhost/script/code/code.h"
 #include "tavhost/script/register_stack.h"
 #include "tavhost/script/runner.h"
 #include "tavhost/script/script_error.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tavhost/notation/kind_word.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 #include "tavhost/script/script_error.h"
 
 namespace script {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tavhost/notation/value.h"
-#include "tavhost/script/syntax.h"
+#include "tavhost/script/syntax/syntax.h"
 
 // What operators do, for values of any kind. All of them throw ScriptError for what has no
 // meaning.

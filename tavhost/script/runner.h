@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "host/script/script.h"
-#include "host/sv/string.h"
-#include "tavhost/sv/stop.h"
+#include "host/base/string.h"
+#include "tavhost/base/stop.h"
 
 // Running scripts, for the program around them: the command line, the prompt, the workbench, the
 // script service. All of it belongs to the user-interface thread. One outermost script runs at a

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tavhost/script/engine.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 struct TavScript::Program {
   std::string name;

@@ -1,6 +1,6 @@
 #include "host/script/script_runtime.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 TavScriptRuntime::TavScriptRuntime() {
   trace::Call call("TavScriptRuntime::TavScriptRuntime");

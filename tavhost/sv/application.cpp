@@ -3,8 +3,8 @@
 #include <cassert>
 
 #include "host/sv/application.h"
-#include "tavhost/sv/stop.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include "host/sv/button.h"
 #include "host/sv/multi_line_edit.h"
-#include "tavhost/sv/text_history.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/text_history.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace SV {

@@ -1,6 +1,6 @@
 #include "host/sv/font.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 namespace SV {
 

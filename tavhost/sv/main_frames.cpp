@@ -4,7 +4,7 @@
 
 #include "host/sv/sys_win.h"
 #include "tavhost/sv/application.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace main_frames {

@@ -5,7 +5,7 @@
 #include "host/sv/query_box.h"
 #include "host/sv/warning_box.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace SV {

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "host/sv/window.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace modal {

@@ -1,6 +1,6 @@
 #include "host/sv/output_device.h"
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace SV {

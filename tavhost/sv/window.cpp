@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/sv/window_handles.h"
 #include "tavhost/ui/toolkit.h"
 

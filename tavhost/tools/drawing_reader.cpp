@@ -6,11 +6,11 @@
 #include <numbers>
 #include <optional>
 
-#include "host/services/system_file_manager.h"
+#include "host/files/system_file_manager.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
-#include "tavhost/services/database_area.h"
-#include "tavhost/services/disk.h"
+#include "tavhost/files/database_area.h"
+#include "tavhost/files/disk.h"
 
 namespace drawing_reader {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/ui/toolkit.h"
 
 // Reads drawings, which are KEL: docs/drawings.md tells their elements.

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "host/services/database_names.h"
-#include "tavhost/services/disk.h"
-#include "tavhost/sv/trace.h"
+#include "host/files/database_names.h"
+#include "tavhost/files/disk.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/tools/drawing_reader.h"
 #include "tavhost/ui/toolkit.h"
 

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <utility>
 
-#include "tavhost/services/database_area.h"
+#include "tavhost/files/database_area.h"
 
 namespace image_files {
 

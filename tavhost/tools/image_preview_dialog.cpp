@@ -1,7 +1,7 @@
 #include "host/tools/image_preview_dialog.h"
 
-#include "host/services/core_variables.h"
-#include "tavhost/sv/trace.h"
+#include "host/files/core_variables.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/tools/image_files.h"
 #include "tavhost/ui/toolkit.h"
 

@@ -1,7 +1,7 @@
 #include "tavhost/tools/modeling_shell.h"
 
 #include "host/tools/modeling_shell.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "host/sv/size.h"
+#include "host/base/size.h"
 #include "tavhost/ui/answer_source.h"
 #include "tavhost/ui/toolkit.h"
-#include "tavhost/ui/workbench_host.h"
+#include "tavhost/ide/ide_host.h"
 
 // The back end with real windows. It is a module of its own, loaded when it is first asked for, so
 // that a run without windows never pays for them.

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "host/windows/clock.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 namespace {
 

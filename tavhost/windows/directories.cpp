@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "host/windows/files.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/windows/walk.h"
 
 namespace windows {

@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
 #include "tavhost/windows/walk.h"

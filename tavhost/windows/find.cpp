@@ -10,7 +10,7 @@
 #include <string>
 
 #include "host/windows/files.h"
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/windows/walk.h"
 #include "tavhost/windows/wildcard.h"
 

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
-#include "host/sv/wstring.h"
-#include "tavhost/sv/trace.h"
+#include "host/base/wstring.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/windows/proxy_settings.h"
 
 namespace {

@@ -58,7 +58,7 @@ class PagesTest(ProgramTest):
 
     def test_the_language_page_names_every_function(self):
         page = (ROOT / "docs/language.md").read_text()
-        table = (ROOT / "tavhost/script/built_in.cpp").read_text()
+        table = (ROOT / "tavhost/script/built_in/built_in.cpp").read_text()
         names = re.findall(r'^\s*\{"(\w+)", \d', table, re.MULTILINE)
         self.assertGreater(len(names), 30)
         for name in names:

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tavhost/ui/headless/answer.h"
-#include "tavhost/ui/headless/answer_fitting.h"
+#include "tavhost/ui/answer.h"
+#include "tavhost/headless/answer_fitting.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include "host/notation/kel_converter.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 
 namespace {
 

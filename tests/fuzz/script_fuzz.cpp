@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "tavhost/check/check.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/analysis/check.h"
+#include "tavhost/script/ports/ports.h"
 #include "tavhost/script/runner.h"
 
 namespace {

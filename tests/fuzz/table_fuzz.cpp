@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "tavhost/ui/table_arrangement.h"
-#include "tavhost/ui/table_model.h"
-#include "tavhost/ui/table_search.h"
-#include "tavhost/ui/table_sort.h"
+#include "tavhost/ui/table/table_arrangement.h"
+#include "tavhost/ui/table/table_model.h"
+#include "tavhost/ui/table/table_search.h"
+#include "tavhost/ui/table/table_sort.h"
 
 namespace {
 

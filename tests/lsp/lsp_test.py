@@ -223,7 +223,7 @@ class LanguageServerTest(unittest.TestCase):
         self.assertIsNone(self.hover("...", 2))
 
     def test_every_built_in_function_has_its_help(self):
-        names = re.findall(r'^\s*\{"(\w+)", \d', (ROOT / "tavhost/script/built_in.cpp").read_text(),
+        names = re.findall(r'^\s*\{"(\w+)", \d', (ROOT / "tavhost/script/built_in/built_in.cpp").read_text(),
                            re.MULTILINE)
         self.assertGreater(len(names), 30)
         self.begin()

@@ -15,8 +15,8 @@
 #include "host/notation/message_port_manager.h"
 #include "host/script/message_port_command_handler_array.h"
 #include "host/script/script_result.h"
-#include "host/services/version.h"
-#include "host/sv/string.h"
+#include "host/system/version.h"
+#include "host/base/string.h"
 
 namespace {
 

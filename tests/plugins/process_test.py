@@ -82,7 +82,7 @@ class CrashTest(unittest.TestCase):
 
     def test_faults_however_it_is_compiled(self):
         text = "".join(f'#include "{source}"\n' for source in (
-            "plugin/exports.cpp", "plugin/names.cpp", "plugin/results.cpp",
+            "plugin/exports.cpp", "commands/support/names.cpp", "commands/support/results.cpp",
             "commands/environment.cpp", "tests/plugins/crash_only.cpp"))
         ran = 0
         with tempfile.TemporaryDirectory() as folder:

@@ -8,8 +8,8 @@
 #include <QTableView>
 #include <QTemporaryDir>
 
-#include "tavhost/ui/qt/table_panel.h"
-#include "tavhost/ui/qt/table_print.h"
+#include "tavhost/qt/table_panel.h"
+#include "tavhost/qt/table_print.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <QScrollBar>
 #include <random>
 
-#include "tavhost/ui/qt/output_view.h"
-#include "tavhost/ui/qt/percentage_window_view.h"
-#include "tavhost/ui/qt/tool_docks.h"
+#include "tavhost/qt/output_view.h"
+#include "tavhost/qt/percentage_window_view.h"
+#include "tavhost/qt/tool_docks.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

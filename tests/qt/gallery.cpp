@@ -12,15 +12,15 @@
 #include <QTimer>
 #include <cstdio>
 
-#include "tavhost/sv/stop.h"
-#include "tavhost/ui/posted_work.h"
-#include "tavhost/ui/qt/drawing_view.h"
-#include "tavhost/ui/qt/fusion_style.h"
-#include "tavhost/ui/qt/percentage_window_view.h"
-#include "tavhost/ui/qt/qt_toolkit.h"
-#include "tavhost/ui/qt/result_tool_view.h"
-#include "tavhost/ui/qt/table_print.h"
-#include "tavhost/ui/qt/work_window_view.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/posted_work.h"
+#include "tavhost/qt/drawing_view.h"
+#include "tavhost/qt/fusion_style.h"
+#include "tavhost/qt/percentage_window_view.h"
+#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/qt/result_tool_view.h"
+#include "tavhost/qt/table_print.h"
+#include "tavhost/qt/work_window_view.h"
 #include "tests/qt/sample_windows.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include <string>
 #include <string_view>
 
-#include "tavhost/ui/qt/text.h"
+#include "tavhost/qt/shown_text.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -11,9 +11,9 @@
 #include <functional>
 #include <memory>
 
-#include "tavhost/sv/stop.h"
-#include "tavhost/ui/posted_work.h"
-#include "tavhost/ui/qt/qt_toolkit.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/posted_work.h"
+#include "tavhost/qt/qt_toolkit.h"
 
 inline ui::ModuleHost TestModuleHost() {
   return {&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp, &stop::IsRequested,

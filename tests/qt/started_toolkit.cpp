@@ -4,10 +4,10 @@
 
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/loader/plugins.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/script/ports/ports.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/sv/stop.h"
-#include "tavhost/ui/posted_work.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/posted_work.h"
 #include "tests/qt/started_toolkit.h"
 
 ui::QtToolkit& StartedToolkit() {

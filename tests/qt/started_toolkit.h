@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tavhost/ui/qt/qt_toolkit.h"
-#include "tavhost/ui/qt/workbench/workbench_window.h"
+#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/qt/ide/ide_window.h"
 
 // The host with real windows and the real plug-in, started once for the program.
 ui::QtToolkit& StartedToolkit();

@@ -1,4 +1,4 @@
-#include "tavhost/ui/qt/tone.h"
+#include "tavhost/qt/tone.h"
 
 #include <gtest/gtest.h>
 

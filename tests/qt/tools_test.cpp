@@ -5,8 +5,8 @@
 #include <QTemporaryDir>
 #include <QToolButton>
 
-#include "tavhost/ui/qt/drawing_view.h"
-#include "tavhost/ui/qt/result_tool_view.h"
+#include "tavhost/qt/drawing_view.h"
+#include "tavhost/qt/result_tool_view.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -10,13 +10,13 @@
 #include <QTimer>
 #include <cstdio>
 
-#include "tavhost/app/workbench_services.h"
-#include "tavhost/ui/qt/text.h"
-#include "tavhost/ui/qt/workbench/command_browser.h"
-#include "tavhost/ui/qt/workbench/console.h"
-#include "tavhost/ui/qt/workbench/editor_tabs.h"
-#include "tavhost/ui/qt/workbench/find_bar.h"
-#include "tavhost/ui/qt/workbench/workbench_window.h"
+#include "tavhost/app/ide_services.h"
+#include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/ide/command_browser.h"
+#include "tavhost/qt/ide/console.h"
+#include "tavhost/qt/ide/editor_tabs.h"
+#include "tavhost/qt/ide/find_bar.h"
+#include "tavhost/qt/ide/ide_window.h"
 #include "tests/qt/started_toolkit.h"
 
 namespace {

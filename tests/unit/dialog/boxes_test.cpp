@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "host/services/info_box.h"
-#include "host/services/query_box.h"
-#include "host/services/top_window.h"
-#include "host/services/warning_box.h"
+#include "host/dialog/info_box.h"
+#include "host/dialog/query_box.h"
+#include "host/dialog/top_window.h"
+#include "host/dialog/warning_box.h"
 #include "host/sv/application.h"
 #include "host/sv/error_box.h"
-#include "tavhost/services/window_stack.h"
+#include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
 #include "tests/unit/dialog/host_fixture.h"
 

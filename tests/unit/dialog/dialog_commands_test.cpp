@@ -5,7 +5,7 @@
 #include "commands/handlers.h"
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/sv/application.h"
 #include "tests/unit/dialog/host_fixture.h"

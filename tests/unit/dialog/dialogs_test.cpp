@@ -9,10 +9,10 @@
 #include "host/dialog/simple_edit_dialog.h"
 #include "host/dialog/startup_box.h"
 #include "host/dialog/view_box.h"
-#include "host/services/top_window.h"
+#include "host/dialog/top_window.h"
 #include "host/sv/application.h"
 #include "tavhost/dialog/startup_box.h"
-#include "tavhost/services/window_stack.h"
+#include "tavhost/dialog/window_stack.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/sv/stop.h"
-#include "tavhost/sv/trace.h"
-#include "tavhost/ui/headless/headless_toolkit.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
+#include "tavhost/headless/headless_toolkit.h"
 
 // Answers each window by a function of the test.
 class FunctionAnswers final : public ui::AnswerSource {

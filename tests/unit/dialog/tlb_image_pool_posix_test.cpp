@@ -1,9 +1,9 @@
 #include "host/dialog/tlb_image_pool.h"
 
 #include "host/sv/image.h"
-#include "host/sv/string.h"
-#include "tavhost/services/database_area.h"
-#include "tavhost/services/program_path.h"
+#include "host/base/string.h"
+#include "tavhost/files/database_area.h"
+#include "tavhost/files/program_path.h"
 #include "tavhost/ui/image_source.h"
 #include "tests/unit/windows/scratch_folder.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tavhost/loader/library_file.h"
-#include "tavhost/loader/program.h"
+#include "tavhost/loader/program_file.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "host/notation/extended_message_port.h"
 #include "host/notation/message_port_manager.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/notation/document.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 
 // Short ways for tests to parse and to look at what came out.
 namespace parsing {

@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
-#include "host/sv/string.h"
-#include "tavhost/notation/text.h"
+#include "host/base/string.h"
+#include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/value.h"
 
 namespace random_kel {

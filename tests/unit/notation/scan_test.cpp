@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tavhost/notation/byte_block_portable.h"
-#include "tavhost/notation/text.h"
+#include "tavhost/notation/kel_text.h"
 #include "tests/unit/notation/random_kel.h"
 
 namespace {

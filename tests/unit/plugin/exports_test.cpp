@@ -9,10 +9,10 @@
 #include "host/notation/kel_value_set.h"
 #include "host/notation/message_port.h"
 #include "host/script/script_result.h"
-#include "host/services/version.h"
-#include "host/sv/string.h"
+#include "host/system/version.h"
+#include "host/base/string.h"
 #include "plugin/command_table.h"
-#include "tavhost/script/message.h"
+#include "tavhost/script/ports/message.h"
 #include "tests/unit/plugin/fake_toolkit.h"
 #include "tests/unit/plugin/traced.h"
 

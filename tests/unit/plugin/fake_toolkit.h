@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tavhost/ui/headless/headless_toolkit.h"
+#include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/ui/toolkit.h"
 
 // A toolkit that writes down what it is asked for, as long as it lives; it is the current one.

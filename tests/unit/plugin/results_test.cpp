@@ -1,4 +1,4 @@
-#include "plugin/results.h"
+#include "commands/support/results.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
-#include "host/sv/string.h"
+#include "host/base/string.h"
 #include "tavhost/notation/allocation_hook.h"
-#include "tavhost/notation/kel_value_set.h"
+#include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"
 
 namespace {

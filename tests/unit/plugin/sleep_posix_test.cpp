@@ -8,7 +8,7 @@
 #include "commands/handlers.h"
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
-#include "tavhost/sv/stop.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/windows/clock.h"
 #include "tests/unit/plugin/fake_toolkit.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tavhost/sv/trace.h"
+#include "tavhost/base/trace.h"
 
 // The trace of what plug-ins, or what stands in a trace::PluginScope, call while it lives.
 class Traced {

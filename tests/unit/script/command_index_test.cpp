@@ -1,4 +1,4 @@
-#include "tavhost/script/command_index.h"
+#include "tavhost/script/ports/command_index.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include "host/notation/kel_parser.h"
 #include "host/script/message_port_command_handler_array.h"
 #include "host/script/script_result.h"
-#include "tavhost/script/message.h"
-#include "tavhost/script/nearest_name.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/base/nearest_name.h"
 
 namespace {
 

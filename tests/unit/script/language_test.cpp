@@ -6,9 +6,9 @@
 #include "host/script/script_result.h"
 #include "host/script/script_runtime.h"
 #include "host/script/type_check.h"
-#include "tavhost/notation/kel_value_set.h"
-#include "tavhost/script/message.h"
-#include "tavhost/script/ports.h"
+#include "tavhost/notation/scope.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/script/ports/ports.h"
 
 using script_test::Output;
 using script_test::Ran;

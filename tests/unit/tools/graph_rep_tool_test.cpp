@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tavhost/services/program_path.h"
+#include "tavhost/files/program_path.h"
 #include "tavhost/ui/toolkit.h"
 #include "tests/unit/dialog/host_fixture.h"
 

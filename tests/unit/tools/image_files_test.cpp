@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "tavhost/services/database_area.h"
+#include "tavhost/files/database_area.h"
 
 namespace {
 

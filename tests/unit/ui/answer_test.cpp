@@ -1,4 +1,4 @@
-#include "tavhost/ui/headless/answer.h"
+#include "tavhost/ui/answer.h"
 
 #include <gtest/gtest.h>
 

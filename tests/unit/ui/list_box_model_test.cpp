@@ -1,4 +1,4 @@
-#include "tavhost/ui/list_box_model.h"
+#include "tavhost/ui/models/list_box_model.h"
 
 #include <gtest/gtest.h>
 

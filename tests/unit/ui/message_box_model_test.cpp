@@ -1,4 +1,4 @@
-#include "tavhost/ui/message_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tavhost/ui/percentage_window_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tavhost/ui/result_tool_model.h"
+#include "tavhost/ui/models/result_tool_model.h"
 
 #include <gtest/gtest.h>
 

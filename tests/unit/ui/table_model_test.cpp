@@ -1,11 +1,11 @@
-#include "tavhost/ui/table_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 #include <gtest/gtest.h>
 
-#include "tavhost/ui/table_arrangement.h"
-#include "tavhost/ui/table_search.h"
-#include "tavhost/ui/table_sort.h"
-#include "tavhost/ui/table_write.h"
+#include "tavhost/ui/table/table_arrangement.h"
+#include "tavhost/ui/table/table_search.h"
+#include "tavhost/ui/table/table_sort.h"
+#include "tavhost/ui/table/table_write.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tavhost/ui/table_text.h"
+#include "tavhost/ui/table/table_text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "tavhost/ui/table_scan.h"
+#include "tavhost/ui/table/table_scan.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tavhost/ui/tree_list_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 
 #include <gtest/gtest.h>
 

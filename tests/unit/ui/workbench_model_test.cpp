@@ -1,4 +1,4 @@
-#include "tavhost/ui/workbench_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 
 #include <gtest/gtest.h>
 

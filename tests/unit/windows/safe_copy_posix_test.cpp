@@ -7,9 +7,9 @@
 
 #include <cerrno>
 
-#include "host/core/file_manager.h"
+#include "host/files/file_manager.h"
 #include "host/windows/files.h"
-#include "tavhost/core/database_area.h"
+#include "tavhost/files/database_area.h"
 #include "tests/unit/windows/scratch_folder.h"
 
 namespace {

@@ -1,0 +1,24 @@
+#include "commands/support/names.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace names {
+
+const SV::String& Kept(Literal name) {
+  struct Place {
+    const char* literal = nullptr;
+    SV::String text;
+  };
+  constexpr std::size_t kPlaces = 256;
+  static Place places[kPlaces];
+  const auto address = reinterpret_cast<std::uintptr_t>(name.Text());
+  Place& place = places[(address ^ (address >> 8)) % kPlaces];
+  if (place.literal != name.Text()) {
+    place.literal = name.Text();
+    place.text = SV::String(name.Text());
+  }
+  return place.text;
+}
+
+}  // namespace names

@@ -1,0 +1,8 @@
+#pragma once
+
+class TavFileManager;
+class TavSystemFileManager;
+
+namespace SV {
+class DirEntry;
+}

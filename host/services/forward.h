@@ -1,8 +1,0 @@
-#pragma once
-
-class TavHTTPClient;
-class TavInfoBox;
-class TavPrinter;
-class TavQueryBox;
-class TavSystemFileManager;
-class TavWarningBox;

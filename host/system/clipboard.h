@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/base/forward.h"
+
+namespace SV {
+
+class TAV_HOST_API Clipboard {
+ public:
+  static void Clear();
+  static int CopyString(const String& text);  // non-zero when the text was taken
+};
+
+}  // namespace SV

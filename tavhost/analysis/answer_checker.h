@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "tavhost/analysis/check.h"
+#include "tavhost/script/syntax/parser.h"
+#include "tavhost/script/code/code.h"
+
+namespace check {
+
+// Whether some run of the script takes exactly these answers, window by window. The first answer
+// that no run takes is the finding; its place lies in the answers file.
+std::vector<Finding> CheckAnswers(const script::Program& program,
+                                  const std::vector<script::FunctionSyntax>& parsed,
+                                  const AnswersFile& answers);
+
+}  // namespace check

@@ -1,0 +1,208 @@
+#include "tavhost/app/ide_services.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/notation/kel_value.h"
+#include "host/script/script_service.h"
+#include "tavhost/app/commands_command.h"
+#include "tavhost/analysis/completion.h"
+#include "tavhost/app/interrupts.h"
+#include "tavhost/app/prompt_values.h"
+#include "tavhost/analysis/check.h"
+#include "tavhost/reference/reference.h"
+#include "tavhost/script/engine.h"
+#include "tavhost/service/script_service.h"
+#include "tavhost/files/program_path.h"
+#include "tavhost/base/stop.h"
+
+namespace app {
+
+namespace {
+
+SV::String Counted(const std::string& text) {
+  return {text.data(), static_cast<long>(text.size())};
+}
+
+ui::WorkbenchHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
+  return {diagnostic.file,    diagnostic.line, diagnostic.column,
+          diagnostic.message, diagnostic.text, false};
+}
+
+const char* KindName(std::uint8_t type) {
+  switch (type) {
+    case TavKelString:
+      return "string";
+    case TavKelInteger:
+      return "integer";
+    case TavKelReal:
+      return "real";
+    case TavKelList:
+      return "list";
+    case TavKelRecord:
+      return "record";
+    default:
+      return "value";
+  }
+}
+
+// While something runs.
+class Busy {
+ public:
+  explicit Busy(bool& flag) : flag_(flag) { flag_ = true; }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { flag_ = false; }
+
+ private:
+  bool& flag_;
+};
+
+}  // namespace
+
+WorkbenchServices::WorkbenchServices() = default;
+WorkbenchServices::~WorkbenchServices() { EndSession(); }
+
+ui::WorkbenchHost::Outcome WorkbenchServices::OutcomeOf(const script::Outcome& outcome) {
+  Outcome result;
+  result.mistake = MistakeOf(outcome.error);
+  result.code = outcome.code;
+  if (!outcome.parsed) {
+    result.end = outcome.error.incomplete ? End::kIncomplete : End::kNotParsed;
+    return result;
+  }
+  switch (outcome.exitType) {
+    case TavScriptExitEnd:
+      result.end = End::kEnded;
+      break;
+    case TavScriptExitCode:
+      result.end = End::kExit;
+      break;
+    case TavScriptExitError:
+      result.end = End::kError;
+      break;
+    case TavScriptExitStop:
+      result.end = End::kStopped;
+      if (outcome.stopReason == stop::Reason::kNoAnswer) {
+        result.end = End::kNoAnswer;
+      } else if (!stopAsked_) {
+        endAsked_ = true;  // an interrupt: the whole program is meant
+        result.end = End::kEndProgram;
+      }
+      break;
+  }
+  return result;
+}
+
+ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
+                                                        const std::string& name,
+                                                        const std::string& text,
+                                                        const Sinks& sinks) {
+  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", "", false}};
+  EndSession();
+  stopAsked_ = false;
+  const Busy busy(running_);
+  if (path.empty()) {
+    program_path::Set("");
+  } else {
+    program_path::SetFolderOf(path);
+  }
+  script::RunOptions options;
+  options.name = name;
+  options.sinks = {sinks.print, sinks.error};
+  if (sinks.step) {
+    options.step = [&sinks](const script::StepPlace& place) {
+      sinks.step(static_cast<int>(place.line), static_cast<int>(place.depth));
+    };
+  }
+  Outcome outcome = OutcomeOf(script::RunText(Counted(text), options));
+  if (outcome.end == End::kIncomplete) outcome.end = End::kNotParsed;
+  return outcome;
+}
+
+ui::WorkbenchHost::Outcome WorkbenchServices::RunEntry(const std::string& text,
+                                                       const Sinks& sinks) {
+  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", "", false}};
+  // A variable's name shows what the last script left in it, too.
+  if (const auto answer = AnswerOf(Trimmed(text))) {
+    (answer->isError ? sinks.error : sinks.print)(answer->text);
+    return {};
+  }
+  stopAsked_ = false;
+  const Busy busy(running_);
+  entrySinks_ = sinks;
+  if (!session_) {
+    script::RunOptions options;
+    options.name = "<console>";
+    options.sinks.print = [this](std::string_view printed) { entrySinks_.print(printed); };
+    options.sinks.error = [this](std::string_view error) { entrySinks_.error(error); };
+    session_ = std::make_unique<script::Session>(std::move(options));
+  }
+  const app::Variables before = AllVariables();
+  Outcome outcome = OutcomeOf(session_->Run(Counted(ScriptOf(text))));
+  const std::string_view command = FirstName(Trimmed(text));
+  if (outcome.end == End::kEnded && reference::Catalogue::Get().Find(command)) {
+    sinks.print(ChangesSince(before));
+  }
+  // A service's requests are carried out between scripts, and a session is one.
+  if (TavScriptService::IsRunning()) EndSession();
+  return outcome;
+}
+
+void WorkbenchServices::EndSession() { session_.reset(); }
+
+void WorkbenchServices::Stop() {
+  if (!running_) return;
+  stopAsked_ = true;
+  stop::Request(stop::Reason::kUser);
+}
+
+bool WorkbenchServices::IsStopAsked() const { return stop::IsRequested(); }
+
+bool WorkbenchServices::IsEndAsked() const {
+  return endAsked_ || (!running_ && stop::IsRequested());
+}
+
+std::vector<ui::WorkbenchHost::Mistake> WorkbenchServices::Check(const std::string& name,
+                                                                 const std::string& text) {
+  std::vector<Mistake> mistakes;
+  for (const check::Finding& finding : check::CheckScript(Counted(text), name)) {
+    mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
+                        finding.severity == check::Severity::kHint});
+  }
+  return mistakes;
+}
+
+std::vector<std::string> WorkbenchServices::Complete(const std::string& before,
+                                                     const std::vector<std::string>& names) {
+  std::vector<std::string> variables = VariableNames();
+  variables.insert(variables.end(), names.begin(), names.end());
+  return CompleteScript(before, variables);
+}
+
+std::vector<ui::WorkbenchHost::Variable> WorkbenchServices::Variables() {
+  std::vector<Variable> variables;
+  script::Engine::Current().ForEachLocal(
+      [&variables](std::string_view name, const kel::Value& value) {
+        if (value.IsNone()) return;
+        variables.push_back({std::string(name), KindName(value.Kind()), ShownText(value), true});
+      });
+  std::sort(variables.begin(), variables.end(),
+            [](const Variable& a, const Variable& b) { return a.name < b.name; });
+  for (const auto& [name, value] : AllVariables()) {
+    variables.push_back({name, KindName(value.Kind()), ShownText(value), false});
+  }
+  return variables;
+}
+
+const reference::Catalogue& WorkbenchServices::Reference() { return reference::Catalogue::Get(); }
+
+std::string WorkbenchServices::Usage(const reference::Command& command) {
+  return UsageText(command);
+}
+
+void WorkbenchServices::SetServiceLog(std::function<void(const std::string&)> show) {
+  script::service::SetLogField(std::move(show));
+}
+
+}  // namespace app

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tavhost/script/runner.h"
+#include "tavhost/ide/ide_host.h"
+
+namespace app {
+
+// What the workbench asks of this program.
+class WorkbenchServices final : public ui::WorkbenchHost {
+ public:
+  WorkbenchServices();
+  ~WorkbenchServices() override;
+
+  Outcome RunScript(const std::string& path, const std::string& name, const std::string& text,
+                    const Sinks& sinks) override;
+  Outcome RunEntry(const std::string& text, const Sinks& sinks) override;
+  bool IsRunning() const override { return running_; }
+  void Stop() override;
+  bool IsStopAsked() const override;
+  void EndSession() override;
+  bool IsEndAsked() const override;
+  std::vector<Mistake> Check(const std::string& name, const std::string& text) override;
+  std::vector<std::string> Complete(const std::string& before,
+                                    const std::vector<std::string>& names) override;
+  std::vector<Variable> Variables() override;
+  const reference::Catalogue& Reference() override;
+  std::string Usage(const reference::Command& command) override;
+  void SetServiceLog(std::function<void(const std::string&)> show) override;
+
+ private:
+  Outcome OutcomeOf(const script::Outcome& outcome);
+
+  std::unique_ptr<script::Session> session_;  // of the console
+  Sinks entrySinks_;
+  bool running_ = false;
+  bool stopAsked_ = false;  // by the workbench
+  bool endAsked_ = false;
+};
+
+}  // namespace app

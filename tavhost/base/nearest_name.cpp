@@ -1,0 +1,53 @@
+#include "tavhost/base/nearest_name.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace script {
+
+namespace {
+
+constexpr std::size_t kLongestName = 64;  // longer ones are no slip of the finger
+
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// Edits between two names: insertions, removals, changes, and swaps of neighbours.
+std::size_t Distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> before(b.size() + 1);
+  std::vector<std::size_t> above(b.size() + 1);
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) above[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const bool same = Lower(a[i - 1]) == Lower(b[j - 1]);
+      row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (same ? 0u : 1u)});
+      if (i > 1 && j > 1 && Lower(a[i - 1]) == Lower(b[j - 2]) &&
+          Lower(a[i - 2]) == Lower(b[j - 1])) {
+        row[j] = std::min(row[j], before[j - 2] + 1);
+      }
+    }
+    before.swap(above);
+    above.swap(row);
+  }
+  return above[b.size()];
+}
+
+}  // namespace
+
+std::string NearestName(std::string_view name, const std::vector<std::string_view>& candidates) {
+  if (name.empty() || name.size() > kLongestName) return {};
+  std::size_t least = std::max<std::size_t>(1, name.size() / 3) + 1;
+  std::string_view nearest;
+  for (const std::string_view candidate : candidates) {
+    if (candidate.size() > kLongestName) continue;
+    const std::size_t distance = Distance(name, candidate);
+    if (distance < least && distance < std::max(name.size(), candidate.size())) {
+      least = distance;
+      nearest = candidate;
+    }
+  }
+  return std::string(nearest);
+}
+
+}  // namespace script

@@ -1,0 +1,64 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <limits>
+
+#include "tavhost/base/posted_work.h"
+
+namespace ui {
+
+namespace {
+
+// A pipe rather than anything newer: writing to it is allowed in a signal handler everywhere.
+struct Pipe {
+  int read = -1;
+  int write = -1;
+
+  Pipe() {
+    int ends[2];
+    if (pipe(ends) != 0) return;
+    for (int end : ends) {
+      fcntl(end, F_SETFL, fcntl(end, F_GETFL) | O_NONBLOCK);
+      fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+    read = ends[0];
+    write = ends[1];
+  }
+};
+
+// Made before main, so that no signal handler meets it half made.
+Pipe wakePipe;
+
+}  // namespace
+
+void WakeUp() noexcept {
+  const int saved = errno;
+  const char byte = 0;
+  // A full pipe is as good as a written one.
+  [[maybe_unused]] const ssize_t written = write(wakePipe.write, &byte, 1);
+  errno = saved;
+}
+
+void WaitForWakeUp(unsigned milliseconds) {
+  pollfd descriptor{wakePipe.read, POLLIN, 0};
+  const int timeout = milliseconds > unsigned{std::numeric_limits<int>::max()}
+                          ? -1
+                          : static_cast<int>(milliseconds);
+  // An interrupting signal ends the wait too: its handler may have asked for a stop.
+  poll(&descriptor, 1, timeout);
+}
+
+void ClearWakeUp() {
+  char bytes[256];
+  while (read(wakePipe.read, bytes, sizeof bytes) == static_cast<ssize_t>(sizeof bytes)) {
+  }
+}
+
+void ProcessSystemMessages() {}
+
+int WakeUpDescriptor() { return wakePipe.read; }
+
+}  // namespace ui

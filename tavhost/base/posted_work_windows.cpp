@@ -1,0 +1,43 @@
+#include <windows.h>
+
+#include "tavhost/base/posted_work.h"
+
+namespace ui {
+
+namespace {
+
+// The thread that runs the static initialisers is the user-interface thread. Asking for a message
+// gives it a message queue, without which nothing can be posted to it.
+DWORD MakeMessageQueue() {
+  MSG message;
+  PeekMessageW(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
+  return GetCurrentThreadId();
+}
+const DWORD userInterfaceThread = MakeMessageQueue();
+
+}  // namespace
+
+// An empty message, so that waits for the thread's messages end too, those of commands included.
+void WakeUp() noexcept { PostThreadMessageW(userInterfaceThread, WM_NULL, 0, 0); }
+
+void WaitForWakeUp(unsigned milliseconds) {
+  MsgWaitForMultipleObjectsEx(0, nullptr, milliseconds, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+}
+
+void ClearWakeUp() {
+  MSG message;
+  while (PeekMessageW(&message, reinterpret_cast<HWND>(-1), WM_NULL, WM_NULL, PM_REMOVE)) {
+  }
+}
+
+void ProcessSystemMessages() {
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+}
+
+int WakeUpDescriptor() { return -1; }
+
+}  // namespace ui

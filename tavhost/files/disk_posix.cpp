@@ -1,0 +1,281 @@
+#include "tavhost/files/disk.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include "tavhost/windows/file_operations.h"
+#include "tavhost/windows/open_files.h"
+
+namespace disk {
+
+namespace {
+
+using windows::Descriptor;
+using windows::IdOf;
+using windows::Path;
+using windows::Place;
+
+// A name as a path and the place it leads to.
+class Location {
+ public:
+  explicit Location(Name name)
+      : path_(name.isScripts ? Path(name.text) : Path(Path::System{name.text})), place_(path_) {}
+
+  const Path& GetPath() const { return path_; }
+  const Place& GetPlace() const { return place_; }
+  // It can be a file's.
+  bool IsFilePath() const { return place_.IsValid() && !path_.HasTrailingSeparator(); }
+
+ private:
+  Path path_;
+  Place place_;
+};
+
+Descriptor Open(const Location& location, int flags) {
+  if (!location.IsFilePath()) return Descriptor();
+  // A pipe without another end must not be waited for.
+  return Descriptor(openat(location.GetPlace().Directory(), location.GetPlace().Name(),
+                           flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666));
+}
+
+// Reads to the end or to `length` bytes; the number read, -1 on failure.
+std::int64_t ReadUpTo(int file, char* out, std::int64_t length) {
+  std::int64_t done = 0;
+  while (done < length) {
+    constexpr std::int64_t kAtOnce = std::int64_t{1} << 30;
+    const ssize_t bytes =
+        read(file, out + done, static_cast<std::size_t>(std::min(length - done, kAtOnce)));
+    if (bytes < 0 && errno == EINTR) continue;
+    if (bytes < 0) return -1;
+    if (bytes == 0) break;
+    done += bytes;
+  }
+  return done;
+}
+
+// What does not tell its size beforehand: devices, files that the system makes up.
+ReadCode ReadInPieces(int file, SV::String& contents) {
+  constexpr std::size_t kPiece = std::size_t{64} << 10;
+  const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);
+  contents = SV::String();
+  while (true) {
+    const std::int64_t bytes = ReadUpTo(file, piece.get(), kPiece);
+    const bool isTooLarge = bytes > SV::String::kMaxLength - contents.Len();
+    if (bytes < 0 || isTooLarge) {
+      contents = SV::String();
+      return isTooLarge ? kTooLarge : kUnreadable;
+    }
+    contents.Append(piece.get(), static_cast<long>(bytes));
+    if (bytes < static_cast<std::int64_t>(kPiece)) return kRead;
+  }
+}
+
+class PosixFile : public OutputFile {
+ public:
+  PosixFile(Descriptor file, windows::FileId id) : file_(std::move(file)), id_(id) {
+    windows::RememberOpenFile(id_);
+  }
+  ~PosixFile() override { Close(); }
+
+  long Write(const char* data, long length) override {
+    long done = 0;
+    while (done < length) {
+      const ssize_t bytes =
+          write(file_.Get(), data + done, static_cast<std::size_t>(length - done));
+      if (bytes < 0 && errno == EINTR) continue;
+      if (bytes <= 0) break;
+      done += bytes;
+    }
+    return done;
+  }
+
+  bool Close() override {
+    if (!file_.IsOpen()) return false;
+    windows::ForgetOpenFile(id_);
+    return file_.Close();
+  }
+
+ private:
+  Descriptor file_;
+  windows::FileId id_;
+};
+
+}  // namespace
+
+bool IsFile(Name name) {
+  const Location location(name);
+  struct stat status;
+  return location.IsFilePath() &&
+         fstatat(location.GetPlace().Directory(), location.GetPlace().Name(), &status, 0) == 0 &&
+         !S_ISDIR(status.st_mode);
+}
+
+bool IsTakenByOther(Name name) {
+  const Location location(name);
+  struct stat status;
+  if (!location.GetPlace().IsValid()) return false;
+  if (location.GetPlace().Status(status)) return !S_ISREG(status.st_mode);
+  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
+}
+
+bool IsReadOnly(Name name) {
+  const Location location(name);
+  struct stat status;
+  return location.IsFilePath() && location.GetPlace().Status(status) && S_ISREG(status.st_mode) &&
+         windows::IsReadOnly(status);
+}
+
+bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
+
+bool Copy(Name from, Name to, bool keepAttributes) {
+  windows::CopyOptions options;
+  options.replace = true;
+  options.keepAttributes = keepAttributes;
+  options.followLink = true;
+  return windows::CopyFile(Location(from).GetPath(), Location(to).GetPath(), options);
+}
+
+bool Rename(Name from, Name to) {
+  return windows::MoveFile(Location(from).GetPath(), Location(to).GetPath());
+}
+
+bool Replace(Name from, Name to) {
+  const Location source(from);
+  const Location target(to);
+  return source.IsFilePath() && target.IsFilePath() &&
+         renameat(source.GetPlace().Directory(), source.GetPlace().Name(),
+                  target.GetPlace().Directory(), target.GetPlace().Name()) == 0;
+}
+
+ReadCode Read(Name name, SV::String& contents) {
+  const Location location(name);
+  if (!location.IsFilePath()) return IsTakenByOther(name) ? kUnreadable : kNotFound;
+  const Descriptor file = Open(location, O_RDONLY);
+  if (!file.IsOpen()) {
+    const bool isMissing = errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG;
+    return isMissing ? kNotFound : kUnreadable;
+  }
+  struct stat status;
+  if (fstat(file.Get(), &status) != 0) return kUnreadable;
+  if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) return kUnreadable;
+  if (status.st_size > SV::String::kMaxLength) return kTooLarge;
+  if (!S_ISREG(status.st_mode) || status.st_size == 0) return ReadInPieces(file.Get(), contents);
+  const auto size = static_cast<long>(status.st_size);
+  const std::int64_t bytes = ReadUpTo(file.Get(), contents.AllocBuffer(size), size);
+  if (bytes < 0) {
+    contents = SV::String();
+    return kUnreadable;
+  }
+  contents.Erase(static_cast<long>(bytes), size);  // it was cut short meanwhile
+  return kRead;
+}
+
+std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
+  const Location location(name);
+  Descriptor file = Open(location, O_WRONLY | O_CREAT | (append ? O_APPEND : 0));
+  struct stat status;
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return nullptr;
+  // Permissions do not hold back every user; the read-only attribute does.
+  if (S_ISREG(status.st_mode)) {
+    if (windows::IsReadOnly(status)) return nullptr;
+    if (!append && status.st_size > 0 && ftruncate(file.Get(), 0) != 0) return nullptr;
+  }
+  return std::make_unique<PosixFile>(std::move(file), IdOf(status));
+}
+
+std::string NewTemporaryFile(const std::string& prefix) {
+  const char* chosen = std::getenv("TMPDIR");
+  std::string path = Join(chosen && *chosen ? chosen : "/tmp", prefix + "XXXXXX");
+  const Descriptor file(mkstemp(path.data()));
+  return file.IsOpen() ? path : std::string();
+}
+
+std::string NewFileBeside(const std::string& path) {
+  static unsigned number = 0;
+  while (true) {
+    const std::string name =
+        ".tavhost-" + std::to_string(getpid()) + '-' + std::to_string(++number) + ".tmp";
+    std::string file = Join(FolderOf(path), name);
+    const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (made.IsOpen()) return file;
+    if (errno != EEXIST) return std::string();
+  }
+}
+
+bool IsAbsolute(const std::string& path) {
+  const bool hasDrive = path.size() >= 2 && path[1] == ':';
+  return !path.empty() && (windows::IsSeparator(path[0]) || hasDrive);
+}
+
+bool CanBeWritten(const std::string& path) { return path.find('\\') == std::string::npos; }
+
+std::string Join(const std::string& folder, const std::string& name) {
+  return folder.empty() || folder.back() == '/' ? folder + name : folder + '/' + name;
+}
+
+std::string FolderOf(const std::string& path) {
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return path.substr(0, slash == 0 ? 1 : slash);
+}
+
+std::string CurrentFolder() {
+  char* current = getcwd(nullptr, 0);
+  const std::string folder = current ? current : "";
+  std::free(current);
+  return folder;
+}
+
+std::string UserDataFolder() {
+  const char* chosen = std::getenv("XDG_DATA_HOME");
+  if (chosen && chosen[0] == '/') return chosen;
+  const char* home = std::getenv("HOME");
+  if (!home || !*home) {
+    const struct passwd* user = getpwuid(getuid());
+    home = user ? user->pw_dir : "/";
+  }
+  return Join(home, ".local/share");
+}
+
+bool MakeFolders(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
+  const auto slash = path.find_last_not_of('/');
+  const auto parent = slash == std::string::npos ? slash : path.rfind('/', slash);
+  if (parent != std::string::npos && parent > 0 && !MakeFolders(path.substr(0, parent))) {
+    return false;
+  }
+  return mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
+}
+
+FolderContents FilesOf(const std::string& folder) {
+  FolderContents contents;
+  DIR* directory = opendir(folder.c_str());
+  contents.readable = directory || errno == ENOENT;
+  if (!directory) return contents;
+  // Only errno tells the end from a failure.
+  while (const struct dirent* entry = (errno = 0, readdir(directory))) {
+    bool isPlain = entry->d_type == DT_REG;
+    if (entry->d_type == DT_UNKNOWN) {
+      struct stat status;
+      if (fstatat(dirfd(directory), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        isPlain = S_ISREG(status.st_mode);
+      } else if (errno != ENOENT) {
+        break;
+      }
+    }
+    if (isPlain) contents.files.emplace_back(entry->d_name);
+  }
+  contents.readable = errno == 0;
+  closedir(directory);
+  return contents;
+}
+
+}  // namespace disk

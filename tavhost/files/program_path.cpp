@@ -1,0 +1,39 @@
+#include "tavhost/files/program_path.h"
+
+#include "host/files/database_names.h"
+#include "tavhost/files/database_area.h"
+#include "tavhost/files/disk.h"
+#include "tavhost/base/trace.h"
+
+namespace {
+
+std::string programPath;
+
+std::string Resolved(const char* name) {
+  if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
+  const std::string folder = programPath.empty() ? disk::CurrentFolder() : programPath;
+  // A path that would be read as another one must not be given out.
+  return disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();
+}
+
+}  // namespace
+
+namespace program_path {
+
+void Set(const std::string& folder) {
+  programPath = folder.empty() || disk::IsAbsolute(folder)
+                    ? folder
+                    : disk::Join(disk::CurrentFolder(), folder);
+}
+
+void SetFolderOf(const std::string& file) {
+  const std::string folder = disk::FolderOf(file);
+  Set(folder == "." ? disk::CurrentFolder() : folder);
+}
+
+}  // namespace program_path
+
+SV::String Tav_GetProgramPathFilename(const char* name) {
+  trace::Call call("Tav_GetProgramPathFilename", name);
+  return call.Result(SV::String(Resolved(name).c_str()));
+}

@@ -1,0 +1,36 @@
+#include "host/files/system_file_manager.h"
+
+#include <new>
+
+#include "tavhost/files/database_area.h"
+#include "tavhost/files/disk.h"
+#include "tavhost/base/trace.h"
+
+namespace {
+
+disk::ReadCode ReadFile(SV::String& contents, const SV::String& path) {
+  if (path.View().find('\0') != std::string_view::npos) return disk::kNotFound;
+  if (!database_area::IsAreaName(path.View())) return disk::Read({path.GetStr()}, contents);
+  const auto stored = database_area::FindFile(path.View(), database_area::kFileSystem);
+  return stored ? disk::Read({stored->c_str(), false}, contents) : disk::kNotFound;
+}
+
+}  // namespace
+
+long TavSystemFileManager::readStringFromFile(SV::String& contents, const SV::String& path,
+                                              bool binary) {
+  trace::Call call("TavSystemFileManager::readStringFromFile", path, binary);
+  disk::ReadCode code;
+  try {
+    code = ReadFile(contents, path);
+  } catch (const std::bad_alloc&) {
+    code = disk::kTooLarge;
+  }
+  if (code != disk::kRead) contents = SV::String();
+  return call.Result(static_cast<long>(code));
+}
+
+SV::String TavSystemFileManager::fileCreateTempName(const char* prefix, const char* second) {
+  trace::Call call("TavSystemFileManager::fileCreateTempName", prefix, second);
+  return call.Result(SV::String(disk::NewTemporaryFile(prefix ? prefix : "").c_str()));
+}

@@ -1,0 +1,328 @@
+#include "tavhost/headless/answer_fitting.h"
+
+#include <charconv>
+#include <cstdint>
+#include <set>
+
+#include "tavhost/ui/toolkit.h"
+
+namespace ui {
+
+namespace {
+
+template <typename Model>
+Model& As(ModalModel& window) {
+  return static_cast<Model&>(window);
+}
+template <typename Model>
+const Model& As(const ModalModel& window) {
+  return static_cast<const Model&>(window);
+}
+
+std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+
+std::string Choices(const ModalModel& window) {
+  std::string names;
+  bool hasCancel = false;
+  for (const ModalButton& button : window.Buttons()) {
+    names += (names.empty() ? "" : ", ") + button.name;
+    hasCancel |= button.name == kCancelButton;
+  }
+  return hasCancel ? names : names + ", " + std::string(kCancelButton);
+}
+
+std::optional<std::string> ApplyToList(const Answer& answer, ListBoxModel& list) {
+  std::vector<std::uint32_t> before;
+  if (answer.select) {
+    if (!list.IsMultiple() && answer.select->size() > 1) {
+      return "only one entry can be selected";
+    }
+    before = list.Selected();
+    list.ClearSelection();
+    for (const std::string& entry : *answer.select) {
+      if (list.Select(entry)) continue;
+      list.ClearSelection();
+      for (const std::uint32_t index : before) list.SetSelected(index, true);
+      return "the list has no entry " + Quoted(entry);
+    }
+  }
+  const std::vector<ListBoxModel::CheckBox> boxesBefore = list.CheckBoxes();
+  const auto set = [&list](const std::optional<std::vector<std::string>>& texts,
+                           bool checked) -> std::optional<std::string> {
+    for (const std::string& text : texts.value_or(std::vector<std::string>())) {
+      if (!list.SetChecked(text, checked)) return "there is no check box " + Quoted(text);
+    }
+    return std::nullopt;
+  };
+  std::optional<std::string> misfit = set(answer.check, true);
+  if (!misfit) misfit = set(answer.uncheck, false);
+  if (misfit) {
+    list.CheckBoxes() = boxesBefore;
+    if (answer.select) {
+      list.ClearSelection();
+      for (const std::uint32_t index : before) list.SetSelected(index, true);
+    }
+  }
+  return misfit;
+}
+
+// Ids that are to be selected come to the selection, the others leave it.
+std::optional<std::string> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
+  const std::vector<TreeListBoxModel::Handle> before = tree.Selected();
+  const auto set = [&tree](const std::optional<std::vector<std::string>>& ids,
+                           bool select) -> std::optional<std::string> {
+    for (const std::string& text : ids.value_or(std::vector<std::string>())) {
+      std::int32_t id = 0;
+      const char* const end = text.data() + text.size();
+      const auto [at, error] = std::from_chars(text.data(), end, id);
+      if (error != std::errc() || at != end) return Quoted(text) + " is no id of an item";
+      const TreeListBoxModel::Handle item = tree.Find(id);
+      if (item == TreeListBoxModel::kNone) return "the tree has no item " + text;
+      if (!tree.Select(item, select)) return "item " + text + " cannot be selected";
+    }
+    return std::nullopt;
+  };
+  if (!tree.Rules().multiple && answer.select && answer.select->size() > 1) {
+    return "only one item can be selected";
+  }
+  std::optional<std::string> misfit = set(answer.deselect, false);
+  if (!misfit) misfit = set(answer.select, true);
+  if (misfit) {
+    tree.ClearSelection();
+    for (const TreeListBoxModel::Handle item : before) tree.Select(item, true);
+  }
+  return misfit;
+}
+
+bool ApplyCell(const Answer::Cell& cell, TableModel& table) {
+  using Kind = Answer::Cell::Kind;
+  // Numbers below 1 become ones that no table reaches.
+  const auto row = static_cast<std::uint32_t>(cell.row) - 1;
+  const auto column = static_cast<std::uint32_t>(cell.column) - 1;
+  const bool hasColumn = cell.column > 0 && column < table.Columns() - table.FirstColumn();
+  switch (cell.kind) {
+    case Kind::kCell:
+      return hasColumn && table.SetCell(row, column + table.FirstColumn(), cell.text);
+    case Kind::kInsertRow:
+      return table.InsertRow(row);
+    case Kind::kDeleteRow:
+      return table.DeleteRow(row);
+    case Kind::kSortRows:
+      return hasColumn && table.SortRows(column + table.FirstColumn(), cell.descending);
+  }
+  return false;
+}
+
+// Names what the table lacks.
+std::string Misfit(const Answer::Cell& cell, const TableModel& table) {
+  using Kind = Answer::Cell::Kind;
+  const auto columns = static_cast<std::int64_t>(table.Columns() - table.FirstColumn());
+  const bool hasRow = cell.row > 0 && cell.row <= static_cast<std::int64_t>(table.Rows());
+  if (cell.kind == Kind::kSortRows || (cell.kind == Kind::kCell && hasRow)) {
+    return "the table has no column " + std::to_string(cell.column) + ", it has " +
+           std::to_string(columns);
+  }
+  return "the table has no row " + std::to_string(cell.row) + ", it has " +
+         std::to_string(table.Rows());
+}
+
+std::optional<std::string> ApplyToTable(const Answer& answer, TableModel& table) {
+  const std::size_t before = table.ChangeCount();
+  for (const Answer::Cell& cell : answer.cells) {
+    if (ApplyCell(cell, table)) continue;
+    std::string misfit = Misfit(cell, table);
+    while (table.ChangeCount() > before) table.Undo();
+    return misfit;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> ApplyContents(const Answer& answer, ModalModel& window) {
+  switch (window.Kind()) {
+    case ModalKind::kMessageBox:
+      return std::nullopt;
+    case ModalKind::kTextBox:
+      if (answer.text) As<TextBoxModel>(window).text = *answer.text;
+      return std::nullopt;
+    case ModalKind::kEditField:
+      if (answer.text) As<EditFieldModel>(window).text = *answer.text;
+      return std::nullopt;
+    case ModalKind::kListBox:
+      return ApplyToList(answer, As<ListBoxModel>(window));
+    case ModalKind::kTreeListBox:
+      return ApplyToTree(answer, As<TreeListBoxModel>(window));
+    case ModalKind::kBrowser:
+      return std::nullopt;
+    case ModalKind::kEditBrowser:
+      return ApplyToTable(answer, As<EditBrowserModel>(window).Table());
+    case ModalKind::kFileDialog: {
+      auto& files = As<FileDialogModel>(window);
+      if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
+        return "only one file can be chosen";
+      }
+      files.chosen = answer.path.value_or(std::vector<std::string>());
+      return std::nullopt;
+    }
+    case ModalKind::kDirectoryDialog:
+      if (!answer.path) return std::nullopt;
+      if (answer.path->size() != 1) return "exactly one directory can be chosen";
+      As<DirectoryDialogModel>(window).path = answer.path->front();
+      return std::nullopt;
+    case ModalKind::kImageDialog:
+      if (answer.path && answer.path->size() > 1) return "only one image can be chosen";
+      As<ImageDialogModel>(window).selected =
+          answer.path && !answer.path->empty() ? answer.path->front() : std::string();
+      return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+void DescribeList(const ListBoxModel& list, Answer& answer) {
+  answer.select.emplace();
+  for (const std::uint32_t index : list.Selected()) {
+    answer.select->emplace_back(list.Entry(index));
+  }
+  for (const ListBoxModel::CheckBox& box : list.CheckBoxes()) {
+    // Boxes of one text count as one, the first.
+    if (list.IsChecked(box.text) != box.checked) continue;
+    std::optional<std::vector<std::string>>& texts = box.checked ? answer.check : answer.uncheck;
+    if (!texts) texts.emplace();
+    texts->push_back(box.text);
+  }
+}
+
+// What has changed since the dialog started.
+void DescribeTree(const TreeListBoxModel& tree, Answer& answer) {
+  const std::vector<TreeListBoxModel::Handle>& before = tree.SelectedAtStart();
+  const std::set<TreeListBoxModel::Handle> selectedBefore(before.begin(), before.end());
+  const auto add = [&tree](std::optional<std::vector<std::string>>& ids,
+                           TreeListBoxModel::Handle item) {
+    if (!ids) ids.emplace();
+    ids->push_back(std::to_string(tree.Id(item)));
+  };
+  for (const TreeListBoxModel::Handle item : tree.Selected()) {
+    if (!selectedBefore.count(item)) add(answer.select, item);
+  }
+  for (const TreeListBoxModel::Handle item : before) {
+    if (!tree.IsSelected(item)) add(answer.deselect, item);
+  }
+}
+
+void DescribeTable(const TableModel& table, Answer& answer) {
+  using Kind = Answer::Cell::Kind;
+  for (const TableChange& change : table.Changes()) {
+    Answer::Cell cell;
+    cell.row = static_cast<std::int32_t>(change.row) + 1;
+    cell.column = static_cast<std::int32_t>(change.column - table.FirstColumn()) + 1;
+    cell.text = change.text;
+    cell.kind = static_cast<Kind>(change.kind);
+    cell.descending = change.descending;
+    answer.cells.push_back(std::move(cell));
+  }
+}
+
+}  // namespace
+
+std::string_view ElementOf(const ModalModel& window) {
+  switch (window.Kind()) {
+    case ModalKind::kMessageBox:
+      return "MESSAGE_BOX";
+    case ModalKind::kTextBox:
+      return As<TextBoxModel>(window).IsEditable() ? "EDIT_BOX" : "VIEW_BOX";
+    case ModalKind::kEditField:
+      return "EDIT_FIELD";
+    case ModalKind::kListBox:
+      return "LIST_BOX";
+    case ModalKind::kFileDialog:
+      return "FILE_DIALOG";
+    case ModalKind::kDirectoryDialog:
+      return "DIRECTORY_DIALOG";
+    case ModalKind::kImageDialog:
+      return "IMAGE_DIALOG";
+    case ModalKind::kTreeListBox:
+      return "TREE_LIST_BOX";
+    case ModalKind::kBrowser:
+      return "BROWSER";
+    case ModalKind::kEditBrowser:
+      return "EDIT_BROWSER";
+  }
+  return "";
+}
+
+std::string ImpliedButton(const ModalModel& window) {
+  const bool hasOwn =
+      window.Kind() == ModalKind::kMessageBox || window.Kind() == ModalKind::kBrowser;
+  return hasOwn ? window.DefaultButton() : "ok";
+}
+
+std::optional<std::string> ApplyAnswer(const Answer& answer, ModalModel& window) {
+  if (answer.element != ElementOf(window)) {
+    return answer.element + " does not answer a " + std::string(ElementOf(window));
+  }
+  if (answer.title && *answer.title != window.Title()) {
+    return "the window's title is " + Quoted(window.Title()) + ", not " + Quoted(*answer.title);
+  }
+  const std::string button = answer.button.value_or(ImpliedButton(window));
+  if (!answer.result) {
+    bool found = button == kCancelButton;
+    for (const ModalButton& candidate : window.Buttons()) found |= candidate.name == button;
+    if (!found) return "there is no button " + button + "; there are: " + Choices(window);
+  }
+  if (std::optional<std::string> misfit = ApplyContents(answer, window)) return misfit;
+  if (answer.result) {
+    window.EndWith(*answer.result);
+  } else {
+    window.End(button);
+  }
+  return std::nullopt;
+}
+
+Answer AnswerOf(const ModalModel& window) {
+  Answer answer;
+  answer.element = ElementOf(window);
+  if (window.HasGivenTitle()) answer.title = window.Title();
+  switch (window.Kind()) {
+    case ModalKind::kMessageBox:
+      break;
+    case ModalKind::kTextBox:
+      if (As<TextBoxModel>(window).IsEditable()) answer.text = As<TextBoxModel>(window).text;
+      break;
+    case ModalKind::kEditField:
+      answer.text = As<EditFieldModel>(window).text;
+      break;
+    case ModalKind::kListBox:
+      DescribeList(As<ListBoxModel>(window), answer);
+      break;
+    case ModalKind::kTreeListBox:
+      DescribeTree(As<TreeListBoxModel>(window), answer);
+      break;
+    case ModalKind::kBrowser:
+      break;
+    case ModalKind::kEditBrowser:
+      DescribeTable(As<EditBrowserModel>(window).Table(), answer);
+      break;
+    case ModalKind::kFileDialog:
+      if (!As<FileDialogModel>(window).chosen.empty()) {
+        answer.path = As<FileDialogModel>(window).chosen;
+      }
+      break;
+    case ModalKind::kDirectoryDialog:
+      answer.path = {{As<DirectoryDialogModel>(window).path}};
+      break;
+    case ModalKind::kImageDialog:
+      if (!As<ImageDialogModel>(window).selected.empty()) {
+        answer.path = {{As<ImageDialogModel>(window).selected}};
+      }
+      break;
+  }
+  if (!window.HasEnded()) {
+    answer.button = ImpliedButton(window);
+  } else if (window.EndButton().empty()) {
+    answer.result = static_cast<std::int32_t>(window.Result());
+  } else {
+    answer.button = window.EndButton();
+  }
+  return answer;
+}
+
+}  // namespace ui

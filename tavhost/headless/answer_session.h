@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tavhost/ui/answer_source.h"
+#include "tavhost/ui/answer.h"
+
+namespace ui {
+
+struct AnswerOptions {
+  enum class Mode {
+    kNone,    // no answers: without a display every window is an error
+    kFile,    // from `file`, one element a window, in order
+    kAccept,  // every window as its element without parameters
+    kCancel,  // every window cancelled
+    kAsk,     // in the terminal: standard error shows, standard input answers
+    kUser,    // none here: a display shows the windows to a user
+  };
+
+  Mode mode = Mode::kNone;
+  std::string file;
+  std::string recordPath;  // empty: nothing is recorded
+};
+
+// Mode and file from the value of --answers, null without one. Without it, windows without a
+// display are asked in the terminal when standard input is one.
+AnswerOptions ReadAnswerOption(const std::string* value, bool hasDisplay, bool stdinIsTerminal);
+
+// The answers of one run of the program.
+class AnswerSession final : public AnswerSource {
+ public:
+  // Null, and why in `error`, when the answers cannot be read or the record cannot be written.
+  static std::shared_ptr<AnswerSession> Create(const AnswerOptions& options, std::string& error);
+
+  AnswerSession(const AnswerSession&) = delete;
+  AnswerSession& operator=(const AnswerSession&) = delete;
+  ~AnswerSession() override;
+
+  bool AnswersWindows() const override;
+  void Answer(ModalModel& window) override;
+  void Record(const ModalModel& window) override;
+
+  void ProgressShown(PercentageWindowModel& window) override;
+  void ProgressClosed(const PercentageWindowModel& window) override;
+
+  // At the end of a script that came to its end: false when answers are left over; `error` tells
+  // where the first of them stands.
+  bool Finish(std::string& error) const;
+
+ private:
+  explicit AnswerSession(const AnswerOptions& options) : options_(options) {}
+
+  void AnswerFromFile(ModalModel& window);
+  void AnswerWithoutParameters(ModalModel& window);
+  void WriteRecord(const std::string& lines);
+  [[noreturn]] void Fail(const std::string& place, const std::string& reason,
+                         const ModalModel& window);
+
+  AnswerOptions options_;
+  std::vector<ui::Answer> answers_;
+  std::size_t next_ = 0;
+  std::uint32_t endLine_ = 1;  // of the file: where the next answer is to be added
+  std::FILE* record_ = nullptr;
+  // While a percentage window with a cancel button shows, what else is recorded waits: that it was
+  // cancelled stands before it.
+  const PercentageWindowModel* progress_ = nullptr;
+  std::string waiting_;
+};
+
+}  // namespace ui

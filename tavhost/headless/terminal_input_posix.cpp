@@ -1,0 +1,43 @@
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "tavhost/base/stop.h"
+#include "tavhost/headless/terminal_input.h"
+#include "tavhost/base/posted_work.h"
+
+namespace ui {
+
+LineOutcome ReadTerminalLine(std::string& line) {
+  static std::string pending;  // read behind the line end
+  line.clear();
+  for (;;) {
+    const std::size_t end = pending.find('\n');
+    if (end != std::string::npos) {
+      line.assign(pending, 0, end);
+      pending.erase(0, end + 1);
+      if (!line.empty() && line.back() == '\r') line.pop_back();
+      return LineOutcome::kLine;
+    }
+    if (stop::IsRequested()) return LineOutcome::kStopped;
+    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {WakeUpDescriptor(), POLLIN, 0}};
+    if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
+    if (stop::IsRequested()) return LineOutcome::kStopped;
+    // Posted work waits for the dialog's end; its wake-up must not keep this loop busy.
+    if (descriptors[1].revents) ClearWakeUp();
+    if (!descriptors[0].revents) continue;
+    char bytes[4096];
+    const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    if (count <= 0) {
+      if (pending.empty()) return LineOutcome::kEnd;
+      line.swap(pending);
+      pending.clear();
+      return LineOutcome::kLine;
+    }
+    pending.append(bytes, static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace ui

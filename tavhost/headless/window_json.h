@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "tavhost/ui/models/modal_model.h"
+
+namespace ui {
+
+// The window as a JSON object, for a program that answers it: what a user would see of it, and the
+// answer that confirms it as it stands. Bytes that are no UTF-8 become U+FFFD.
+std::string WindowJson(const ModalModel& window, const std::string& id);
+
+}  // namespace ui

@@ -1,0 +1,189 @@
+#include "host/http/http_client.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "tavhost/http/http_limits.h"
+#include "tavhost/http/http_proxy.h"
+#include "tavhost/http/http_text.h"
+#include "tavhost/http/http_transport.h"
+#include "tavhost/http/http_url.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
+
+namespace {
+
+constexpr int kRedirectLimit = 20;
+constexpr std::uint32_t kRetryLimit = 10;
+
+std::size_t bodyLimit = http::kBodyLimit;
+
+std::string Utf8(const SV::WString& text) {
+  return std::string(SV::ConvertWStringToUTF8String(text).View());
+}
+
+SV::WString Wide(const std::string& utf8) {
+  return SV::ConvertUTF8StringToWString(SV::String(utf8.data(), static_cast<long>(utf8.size())));
+}
+
+// A token of RFC 9110, 5.6.2.
+bool IsToken(const std::string& verb) {
+  return !verb.empty() && std::all_of(verb.begin(), verb.end(), [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+  });
+}
+
+bool IsRedirect(int status) {
+  return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+// RFC 9110, 15.4: after 303 the other page is fetched; after 301 and 302 a POST becomes a GET.
+std::string VerbBehind(int status, const std::string& verb) {
+  if (status == 303 && verb != "HEAD") return "GET";
+  if ((status == 301 || status == 302) && verb == "POST") return "GET";
+  return verb;
+}
+
+}  // namespace
+
+namespace http {
+
+void SetBodyLimit(std::size_t bytes) { bodyLimit = bytes; }
+
+}  // namespace http
+
+struct TavHTTPClient::State {
+  http::Url url;
+  http::Timeouts timeouts;
+  std::uint32_t retries = 0;
+  std::vector<http::Proxy> proxies;
+  bool badProxy = false;
+  http::Answer answer;
+  SV::WString content;
+  bool decoded = false;
+  SV::WString header;
+  SV::WString charset;
+  SV::WString host;
+
+  bool Fetch(const std::string& verb);
+};
+
+// One attempt: the request and whatever it is redirected to.
+bool TavHTTPClient::State::Fetch(const std::string& verb) {
+  http::Request request;
+  request.url = url;
+  request.verb = verb;
+  request.timeouts = timeouts;
+  request.bodyLimit = bodyLimit;
+  for (int redirects = 0; redirects <= kRedirectLimit; ++redirects) {
+    const http::Proxy* proxy = http::ChooseProxy(proxies, request.url.secure);
+    request.proxy = proxy ? std::optional(*proxy) : std::nullopt;
+    if (!http::Exchange(request, answer)) return false;
+    const std::string location = answer.Field("Location");
+    if (!IsRedirect(answer.status) || location.empty()) return true;
+    auto next = http::ResolveUrl(request.url, location);
+    if (!next || (request.url.secure && !next->secure)) return false;
+    if (!next->SameOrigin(request.url)) {
+      next->userInfo.clear();
+    } else if (next->userInfo.empty()) {
+      next->userInfo = request.url.userInfo;
+    }
+    request.verb = VerbBehind(answer.status, request.verb);
+    request.url = *std::move(next);
+  }
+  return false;
+}
+
+TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
+    : state_(std::make_unique<State>()) {
+  const SV::String text = SV::ConvertWStringToUTF8String(url);
+  trace::Call call("TavHTTPClient::TavHTTPClient", text,
+                   trace::Object{reinterpret_cast<const void*>(progress)});
+  auto parsed = http::ParseUrl(text.View());
+  if (!parsed) throw std::invalid_argument("not a URL of http or https");
+  state_->url = *std::move(parsed);
+  state_->host = Wide(state_->url.host);
+  call.Created("TavHTTPClient", this);
+}
+
+TavHTTPClient::~TavHTTPClient() {
+  trace::Call call(this, "~TavHTTPClient");
+  call.Write();
+  trace::Forget(this);
+}
+
+bool TavHTTPClient::SetTimeouts(std::uint32_t resolve, std::uint32_t connect, std::uint32_t send,
+                                std::uint32_t receive) {
+  trace::Call call(this, "SetTimeouts", resolve, connect, send, receive);
+  state_->timeouts = {resolve, connect, send, receive};
+  return call.Result(true);
+}
+
+void TavHTTPClient::SetRetryTimes(std::uint32_t count) {
+  trace::Call call(this, "SetRetryTimes", count);
+  call.Write();
+  // A negative number of a script is none, not very many.
+  state_->retries = count > 0x7FFFFFFFu ? 0 : std::min(count, kRetryLimit);
+}
+
+bool TavHTTPClient::SetProxy(const SV::WString& proxy) {
+  trace::Call call(this, "SetProxy", "***");  // it may be a password
+  auto proxies = http::ParseProxyList(Utf8(proxy));
+  state_->badProxy = !proxies;
+  state_->proxies = proxies ? *std::move(proxies) : std::vector<http::Proxy>();
+  return call.Result(!state_->badProxy);
+}
+
+bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
+  const std::string name = Utf8(verb);
+  trace::Call call(this, "SendHttpRequest", name, unused);
+  state_->decoded = false;
+  if (state_->badProxy || (!name.empty() && !IsToken(name))) return call.Result(false);
+  bool complete = false;
+  for (std::uint32_t attempt = 0; !complete && attempt <= state_->retries; ++attempt) {
+    if (stop::IsRequested()) break;
+    complete = state_->Fetch(name.empty() ? "GET" : name);
+  }
+  state_->header = Wide(complete ? state_->answer.header : "");
+  state_->charset = Wide(complete ? http::CharsetOf(state_->answer.Field("Content-Type")) : "");
+  if (!complete) state_->answer = http::Answer();
+  return call.Result(complete);
+}
+
+const SV::WString& TavHTTPClient::GetResponseContent() {
+  trace::Call call(this, "GetResponseContent");
+  if (!state_->decoded) {
+    const std::u16string text = http::DecodeText(state_->answer.body.View(), Utf8(state_->charset));
+    state_->content = SV::WString(text.data(), static_cast<long>(text.size()));
+    state_->decoded = true;
+  }
+  return call.ResultText(state_->content);
+}
+
+const unsigned char* TavHTTPClient::GetRawResponseContent() {
+  trace::Call call(this, "GetRawResponseContent");
+  call.Result(state_->answer.body);
+  return reinterpret_cast<const unsigned char*>(state_->answer.body.GetStr());
+}
+
+std::uint32_t TavHTTPClient::GetRawResponseReceivedContentLength() {
+  trace::Call call(this, "GetRawResponseReceivedContentLength");
+  return call.Result(static_cast<std::uint32_t>(state_->answer.body.Len()));
+}
+
+const SV::WString& TavHTTPClient::GetResponseHeader() {
+  trace::Call call(this, "GetResponseHeader");
+  return call.ResultText(state_->header);
+}
+
+const SV::WString& TavHTTPClient::GetResponseCharset() {
+  trace::Call call(this, "GetResponseCharset");
+  return call.ResultText(state_->charset);
+}
+
+const SV::WString& TavHTTPClient::GetRequestHost() {
+  trace::Call call(this, "GetRequestHost");
+  return call.ResultText(state_->host);
+}

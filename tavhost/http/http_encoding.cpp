@@ -1,0 +1,82 @@
+#include "tavhost/http/http_encoding.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace http {
+
+namespace {
+
+class Identity final : public Decoder {
+ public:
+  explicit Identity(Body& body) : body_(body) {}
+  bool Append(const char* data, std::size_t length) override { return body_.Append(data, length); }
+  bool IsComplete() const override { return true; }
+
+ private:
+  Body& body_;
+};
+
+// gzip, and both of what is called deflate: with zlib's frame, as it should be, and bare.
+class Inflater final : public Decoder {
+ public:
+  Inflater(Body& body, bool gzip) : body_(body), gzip_(gzip) {}
+  Inflater(const Inflater&) = delete;
+  Inflater& operator=(const Inflater&) = delete;
+  ~Inflater() override {
+    if (started_) inflateEnd(&stream_);
+  }
+
+  bool Append(const char* data, std::size_t length) override {
+    if (length == 0) return true;
+    if (!started_ && !Start(static_cast<unsigned char>(*data))) return false;
+    stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
+    stream_.avail_in = static_cast<uInt>(length);
+    do {
+      // Only gzip may have further members.
+      if (ended_ && (!gzip_ || inflateReset(&stream_) != Z_OK)) return false;
+      stream_.next_out = reinterpret_cast<Bytef*>(piece_.data());
+      stream_.avail_out = static_cast<uInt>(piece_.size());
+      const int result = inflate(&stream_, Z_NO_FLUSH);
+      if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return false;
+      ended_ = result == Z_STREAM_END;
+      if (!body_.Append(piece_.data(), piece_.size() - stream_.avail_out)) return false;
+    } while (stream_.avail_in > 0 || (stream_.avail_out == 0 && !ended_));
+    return true;
+  }
+
+  bool IsComplete() const override { return ended_ || !started_; }
+
+ private:
+  bool Start(unsigned char first) {
+    constexpr int kGzip = MAX_WBITS + 16;
+    const bool framed = (first & 0x0F) == Z_DEFLATED && (first >> 4) <= 7;
+    const int bits = gzip_ ? kGzip : framed ? MAX_WBITS : -MAX_WBITS;
+    started_ = inflateInit2(&stream_, bits) == Z_OK;
+    return started_;
+  }
+
+  Body& body_;
+  bool gzip_;
+  z_stream stream_{};
+  std::array<char, 64 * 1024> piece_;
+  bool started_ = false;
+  bool ended_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Decoder> Decoder::For(std::string_view encoding, Body& body) {
+  std::string name(encoding);
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  if (name.empty() || name == "identity") return std::make_unique<Identity>(body);
+  if (name == "gzip" || name == "x-gzip") return std::make_unique<Inflater>(body, true);
+  if (name == "deflate") return std::make_unique<Inflater>(body, false);
+  return nullptr;
+}
+
+}  // namespace http

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/base/string.h"
+#include "tavhost/http/http_proxy.h"
+#include "tavhost/http/http_url.h"
+
+// One request and its answer on the wire; redirects are the caller's. The platform's HTTP library
+// stands behind it and is loaded by the first request.
+namespace http {
+
+struct Timeouts {
+  // Milliseconds, 0 without a limit.
+  std::uint32_t resolve = 30000;
+  std::uint32_t connect = 60000;
+  std::uint32_t send = 30000;
+  std::uint32_t receive = 30000;
+};
+
+// An answer's header may not be longer than this, interim answers included.
+inline constexpr std::size_t kHeaderLimit = std::size_t{300} << 10;
+inline constexpr std::size_t kBodyLimit = std::size_t{256} << 20;
+
+struct Request {
+  Url url;
+  std::string verb;
+  Timeouts timeouts;
+  std::optional<Proxy> proxy;
+  std::size_t bodyLimit = kBodyLimit;  // after content encodings are undone
+};
+
+struct Answer {
+  int status = 0;
+  std::string header;  // status line and fields as they came, the last line empty
+  SV::String body;
+
+  // The value of the first field of that name, case ignored; empty when there is none.
+  std::string Field(std::string_view name) const;
+};
+
+// False when no complete answer came, or a stop was asked for. Throws std::runtime_error when the
+// system has no HTTP library.
+bool Exchange(const Request& request, Answer& answer);
+
+// True when the fields that tell the body's length contradict each other or cannot be read
+// (RFC 9112, 6.3).
+bool HasBadFraming(std::string_view header);
+
+// Waits for the whole answer, by the clock: the sum of those timeouts that are limits. What has no
+// limit is not counted; 0 when sending or receiving has none.
+std::uint64_t WholeTime(const Timeouts& timeouts);
+
+// Lets the windows paint themselves, at most every 20 ms; nothing else happens to them while a
+// request waits.
+void PaintWhileWaiting();
+
+}  // namespace http

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "host/base/string.h"
+#include "tavhost/notation/element.h"
+#include "tavhost/notation/value.h"
+
+// Values as text, and operands as values.
+namespace kel {
+
+// The KEL literal of a text, quotes included. Reads back to the same bytes.
+void AppendLiteral(SV::String& out, std::string_view text);
+void AppendLiteral(std::string& out, std::string_view text);
+SV::String Literal(std::string_view text);
+
+// The shortest digits that read back to the same double, always with a `.` or an exponent.
+// Infinities and "not a number" have no literal; they are written `inf`, `-inf`, `nan`.
+std::string RealText(double real);
+// The same into `room`; returns the place behind the last digit.
+inline constexpr std::size_t kLongestReal = 32;
+char* WriteReal(double real, char* room) noexcept;
+
+// The text of a value: a string's or word's bytes, a number's digits, the inside of a list or
+// record (items joined by ", ", strings in it as literals, lists and records in it in
+// parentheses), a body with its braces; nothing for no value. `quoted` gives a string as its
+// literal. Depth costs no stack.
+void AppendText(SV::String& out, const Value& value, bool quoted);
+// The value as KEL: like AppendText with `quoted`, lists and records in their parentheses.
+void AppendKel(SV::String& out, const Value& value);
+// The same two of an operand.
+void AppendText(SV::String& out, const Operand& operand, bool quoted);
+void AppendKel(SV::String& out, const Operand& operand);
+// An element, without what ends it.
+void AppendKel(SV::String& out, const Element& element);
+
+// What an operand stands for. Strings are copied, values shared. A body shares `owner`, the
+// document that its tables lie in; without an owner it becomes a document of its own.
+Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner);
+
+// An operand that is a value that lives elsewhere, or none.
+Operand Borrow(const Value& value);
+
+// The kind of an operand's value, a TavKelValueType, or Value::kNone.
+inline std::uint8_t KindOf(const Operand& operand) { return operand.kind; }
+
+// The bytes of a string or word operand: shared or copied.
+SV::String TextOf(const Operand& operand);
+// The bytes of a string or word when they stand somewhere as they are; null data when they do not.
+std::string_view PlainTextOf(const Operand& operand);
+
+}  // namespace kel

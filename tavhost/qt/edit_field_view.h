@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QLineEdit>
+
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/qt/modal_view.h"
+
+namespace ui {
+
+class EditFieldView final : public ModalView {
+ public:
+  EditFieldView(EditFieldModel& model, QWidget* parent);
+
+  void ShowModel() override;
+
+ private:
+  void ReadModel() override;
+
+  EditFieldModel& field_;
+  QLineEdit* edit_;
+};
+
+}  // namespace ui

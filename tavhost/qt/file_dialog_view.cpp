@@ -1,0 +1,95 @@
+#include "tavhost/qt/file_dialog_view.h"
+
+#include <QDir>
+#include <QRegularExpression>
+
+#include "tavhost/qt/shown_text.h"
+
+namespace ui {
+
+namespace {
+
+// Scripts write paths with either separator.
+QString WithSlashes(const std::string& path) {
+  QString text = Editable(path);
+  text.replace(QLatin1Char('\\'), QLatin1Char('/'));
+  return text;
+}
+
+std::string Native(const QString& path) { return Bytes(QDir::toNativeSeparators(path)); }
+
+// "Texts", "*.txt;*.md" is "Texts (*.txt *.md)" here.
+QString FilterLine(const FileDialogModel::Filter& filter) {
+  static const QRegularExpression separators(QStringLiteral("[;,\\s]+"));
+  QString patterns =
+      Shown(filter.type).split(separators, Qt::SkipEmptyParts).join(QLatin1Char(' '));
+  // "*.*" means every name, also one without a dot.
+  if (patterns.isEmpty() || patterns == QLatin1String("*.*")) patterns = QStringLiteral("*");
+  return Shown(filter.text) + QStringLiteral(" (") + patterns + QLatin1Char(')');
+}
+
+std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
+  auto dialog = std::make_unique<QFileDialog>(parent);
+  dialog->setOption(QFileDialog::DontUseNativeDialog);
+  if (!start.isEmpty()) dialog->setDirectory(start);
+  return dialog;
+}
+
+}  // namespace
+
+FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent)
+    : ModalView(model, MakeDialog(parent, WithSlashes(model.startPath))), files_(model) {
+  QFileDialog& dialog = Widget();
+  dialog.setAcceptMode(model.IsSave() ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+  dialog.setFileMode(model.IsSave()           ? QFileDialog::AnyFile
+                     : model.AllowsMultiple() ? QFileDialog::ExistingFiles
+                                              : QFileDialog::ExistingFile);
+  dialog.setOption(QFileDialog::HideNameFilterDetails);
+  QStringList filters;
+  for (const FileDialogModel::Filter& filter : model.filters) filters << FilterLine(filter);
+  if (!filters.isEmpty()) {
+    dialog.setOption(QFileDialog::HideNameFilterDetails, false);
+    dialog.setNameFilters(filters);
+    dialog.selectNameFilter(filters[static_cast<qsizetype>(model.currentFilter)]);
+  }
+  // Added before the question whether an existing file is to be overwritten.
+  dialog.setDefaultSuffix(Shown(model.defaultExtension));
+  if (!model.fileName.empty()) dialog.selectFile(WithSlashes(model.fileName));
+  QObject::connect(&dialog, &QDialog::accepted, this, [this] {
+    accepted_ = true;
+    End("ok");
+  });
+}
+
+void FileDialogView::ShowModel() {
+  if (!files_.chosen.empty()) Widget().selectFile(WithSlashes(files_.chosen.front()));
+}
+
+void FileDialogView::ReadModel() {
+  files_.chosen.clear();
+  if (!accepted_) return;
+  for (const QString& path : Widget().selectedFiles()) files_.chosen.push_back(Native(path));
+}
+
+DirectoryDialogView::DirectoryDialogView(DirectoryDialogModel& model, QWidget* parent)
+    : ModalView(model, MakeDialog(parent, WithSlashes(model.path))), directory_(model) {
+  QFileDialog& dialog = Widget();
+  dialog.setFileMode(QFileDialog::Directory);
+  dialog.setOption(QFileDialog::ShowDirsOnly);
+  dialog.setLabelText(QFileDialog::Accept, QStringLiteral("&Choose"));
+  QObject::connect(&dialog, &QDialog::accepted, this, [this] {
+    accepted_ = true;
+    End("ok");
+  });
+}
+
+void DirectoryDialogView::ShowModel() {
+  if (!directory_.path.empty()) Widget().selectFile(WithSlashes(directory_.path));
+}
+
+void DirectoryDialogView::ReadModel() {
+  if (!accepted_ || Widget().selectedFiles().isEmpty()) return;
+  directory_.path = Native(Widget().selectedFiles().front());
+}
+
+}  // namespace ui

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QFrame>
+#include <QWidget>
+#include <functional>
+
+#include "tavhost/qt/ide/script_editor.h"
+#include "tavhost/ide/script_text.h"
+
+class QLabel;
+class QPushButton;
+
+namespace ui::workbench_view {
+
+// One open script: its file, its editor, and a bar above it when the two have come apart.
+class EditorPage final : public QWidget {
+ public:
+  EditorPage(EditorHelp help, int untitledNumber, QWidget* parent = nullptr);
+
+  ScriptEditor& Editor() { return *editor_; }
+
+  // Empty while it has no file.
+  const QString& Path() const { return path_; }
+  QString Title() const;
+  // What stands for the script in error texts.
+  QString Name() const { return path_.isEmpty() ? Title() : path_; }
+  bool IsModified() const { return editor_->document()->isModified(); }
+  // Neither a file nor anything typed.
+  bool IsUntouched() const;
+  const workbench::FileForm& Form() const { return form_; }
+
+  // False when the file cannot be read or written; `error` says why and nothing has changed.
+  bool Load(const QString& path, QString& error);
+  bool Save(const QString& path, QString& error);
+
+  // The text as it would be written.
+  QByteArray Bytes() const;
+  // Text that was not saved when the program ended last.
+  void Restore(const QString& path, const QByteArray& bytes);
+
+  // Whether the file is no longer as it was read or written last.
+  bool IsChangedOnDisk() const;
+  // Looks at the file: an unmodified text follows it, a modified one gets a notice.
+  void LookAtDisk();
+
+  std::function<void()> changed;  // its title, or whether it is modified
+
+ private:
+  struct Disk {
+    bool exists = false;
+    qint64 size = 0;
+    QDateTime written;
+    QByteArray digest;
+  };
+  static Disk LookAt(const QString& path, const Disk* known);
+  bool Read(const QString& path, QByteArray& bytes, QString& error) const;
+  void Show(const QByteArray& bytes);
+  void ShowNotice(const QString& text, bool canReload);
+  void Reload();
+
+  int untitledNumber_;
+  QString path_;
+  workbench::FileForm form_;
+  Disk disk_;
+  ScriptEditor* editor_;
+  QFrame* notice_;
+  QLabel* noticeText_;
+  QPushButton* reload_;
+};
+
+}  // namespace ui::workbench_view

@@ -1,0 +1,48 @@
+#include "tavhost/qt/ide/ide.h"
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QEventLoop>
+#include <QLoggingCategory>
+#include <QTimer>
+#include <cstdio>
+
+#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/qt/ide/ide_window.h"
+
+namespace ui {
+
+namespace {
+
+// QT_LOGGING_RULES="tavhost.workbench.debug=true" tells when the window is there.
+Q_LOGGING_CATEGORY(Log, "tavhost.workbench", QtWarningMsg)
+
+}  // namespace
+
+void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOptions& options) {
+  workbench_view::WorkbenchWindow window(host, options);
+  QEventLoop loop;
+  window.closed = [&loop] { loop.quit(); };
+  window.painted = [&] {
+    if (options.shown) options.shown();
+    if (Log().isDebugEnabled()) std::fputs("tavhost: the workbench has been painted\n", stderr);
+  };
+  toolkit.SetMainWindow(&window);
+  // Scripts' tools are docks of this window instead of one of their own.
+  if (WorkWindowModel* const work = toolkit.WorkWindow()) window.ShowTools(work->workbench);
+  toolkit.SetToolsShownElsewhere(true);
+  window.Start(options.files);
+  window.show();
+  // A request to end from outside wakes the loop.
+  const auto awake = QObject::connect(
+      QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, &window, [&] {
+        if (host.IsEndAsked()) QTimer::singleShot(0, &window, [&window] { window.EndNow(); });
+      });
+  loop.exec();
+  QObject::disconnect(awake);
+  host.EndSession();  // its windows stand above this one
+  toolkit.SetToolsShownElsewhere(false);
+  toolkit.SetMainWindow(nullptr);
+}
+
+}  // namespace ui

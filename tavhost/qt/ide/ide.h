@@ -1,0 +1,12 @@
+#pragma once
+
+#include "tavhost/ide/ide_host.h"
+
+namespace ui {
+
+class QtToolkit;
+
+// Shows the workbench until it is closed. The toolkit is the one in use.
+void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOptions& options);
+
+}  // namespace ui

@@ -1,0 +1,118 @@
+#include <QDir>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QScreen>
+#include <QTreeWidget>
+
+#include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/ide/console.h"
+#include "tavhost/qt/ide/editor_tabs.h"
+#include "tavhost/qt/ide/ide_window.h"
+
+// What the workbench remembers from one start to the next.
+namespace ui::workbench_view {
+
+namespace {
+
+// Of the layout: another one is not restored.
+constexpr int kLayoutVersion = 1;
+constexpr int kFontPoints = 10;
+
+QFont FirstFont() {
+  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+  if (font.pointSize() < kFontPoints) font.setPointSize(kFontPoints);
+  return font;
+}
+
+}  // namespace
+
+void WorkbenchWindow::RestoreSession(const std::vector<std::string>& files) {
+  QSettings& settings = store_.Settings();
+  SetTheme(ThemeOf(settings.value(QStringLiteral("theme")).toString()));
+  QFont font = FirstFont();
+  const QString kept = settings.value(QStringLiteral("font")).toString();
+  if (!kept.isEmpty()) font.fromString(kept);
+  SetFont(font);
+  restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
+  restoreState(settings.value(QStringLiteral("layout")).toByteArray(), kLayoutVersion);
+  ShowRecent();
+
+  const QByteArray history = store_.ReadHistory();
+  console_->GetHistory().Read({history.constData(), static_cast<std::size_t>(history.size())});
+  // Grown by every entry; cut back to what is kept now and then.
+  const std::string cut = console_->GetHistory().Text();
+  if (static_cast<std::size_t>(history.size()) > 2 * cut.size() + 4096) {
+    store_.WriteHistory(QByteArray::fromStdString(cut));
+  }
+
+  QString front;
+  QString error;
+  if (store_.IsFirst()) {
+    const int count = settings.beginReadArray(QStringLiteral("files"));
+    struct File {
+      QString path;
+      int line;
+      int column;
+    };
+    QList<File> open;
+    for (int i = 0; i < count; ++i) {
+      settings.setArrayIndex(i);
+      open.append({settings.value(QStringLiteral("path")).toString(),
+                   settings.value(QStringLiteral("line"), 1).toInt(),
+                   settings.value(QStringLiteral("column"), 1).toInt()});
+    }
+    settings.endArray();
+    front = settings.value(QStringLiteral("front")).toString();
+    for (const File& file : open) {
+      if (!QFileInfo(file.path).isFile()) continue;
+      if (EditorPage* const page = tabs_->Open(file.path, error)) {
+        page->Editor().GoTo(file.line, file.column);
+      }
+    }
+    const QList<SessionStore::Unsaved> lost = store_.TakeLost();
+    for (const SessionStore::Unsaved& text : lost) tabs_->Restore(text);
+    if (!lost.isEmpty()) {
+      console_->Note(
+          QStringLiteral("Changes that were not saved when the workbench ended last are "
+                         "back; they are still not saved."));
+    }
+  }
+  for (const std::string& file : files) {
+    const QString path = QDir::current().absoluteFilePath(Editable(file));
+    if (!QFileInfo::exists(path)) {
+      console_->Error("There is no file " + file + "\n");
+      continue;
+    }
+    if (!tabs_->Open(path, error)) console_->Error(Bytes(error) + "\n");
+    front = path;
+  }
+  if (tabs_->count() == 0) tabs_->New();
+  if (EditorPage* const page = front.isEmpty() ? nullptr : tabs_->PageOf(front)) {
+    tabs_->setCurrentWidget(page);
+  }
+  tabs_->Page()->Editor().setFocus();
+}
+
+void WorkbenchWindow::SaveSession() {
+  QSettings& settings = store_.Settings();
+  settings.setValue(QStringLiteral("geometry"), saveGeometry());
+  settings.setValue(QStringLiteral("layout"), saveState(kLayoutVersion));
+  if (store_.IsFirst()) {
+    settings.remove(QStringLiteral("files"));
+    settings.beginWriteArray(QStringLiteral("files"));
+    int index = 0;
+    for (EditorPage* const page : tabs_->Pages()) {
+      if (page->Path().isEmpty()) continue;
+      settings.setArrayIndex(index++);
+      settings.setValue(QStringLiteral("path"), page->Path());
+      settings.setValue(QStringLiteral("line"), page->Editor().Line());
+      settings.setValue(QStringLiteral("column"), page->Editor().Column());
+    }
+    settings.endArray();
+    settings.setValue(QStringLiteral("front"), tabs_->Page()->Path());
+  }
+  settings.sync();
+}
+
+}  // namespace ui::workbench_view

@@ -1,0 +1,129 @@
+#include "tavhost/qt/list_box_view.h"
+
+#include <QItemSelection>
+#include <QLabel>
+#include <QScrollArea>
+#include <algorithm>
+
+#include "tavhost/qt/shown_text.h"
+
+namespace ui {
+
+namespace {
+
+constexpr int kColumns = 48;
+constexpr int kLines = 14;
+constexpr std::size_t kMostShownCheckBoxes = 6;
+// A row of more bytes than any screen shows is cut there, so that drawing it stays fast.
+constexpr std::size_t kMostShownBytes = 4000;
+
+bool HasLineFeed(const ListBoxModel& list) {
+  for (std::uint32_t i = 0; i < list.Count(); ++i) {
+    if (list.Entry(i).find('\n') != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+int ListBoxView::Entries::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(list_.Count());
+}
+
+QVariant ListBoxView::Entries::data(const QModelIndex& index, int role) const {
+  if (role != Qt::DisplayRole) return QVariant();
+  return Shown(list_.Entry(static_cast<std::uint32_t>(index.row())).substr(0, kMostShownBytes));
+}
+
+ListBoxView::ListBoxView(ListBoxModel& model, QWidget* parent)
+    : ModalView(model, std::make_unique<QDialog>(parent)),
+      list_(model),
+      entries_(model),
+      view_(new QListView) {
+  view_->setObjectName(QStringLiteral("list"));
+  view_->setModel(&entries_);
+  view_->setUniformItemSizes(!HasLineFeed(model));
+  view_->setSelectionMode(model.IsMultiple() ? QAbstractItemView::MultiSelection
+                                             : QAbstractItemView::SingleSelection);
+  view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  view_->setAccessibleName(model.boxText.empty() ? Shown(model.Title()) : Shown(model.boxText));
+  if (!model.IsMultiple()) {
+    QObject::connect(view_, &QListView::doubleClicked, this, [this] { End("ok"); });
+  }
+
+  auto* const layout = new QVBoxLayout(&Dialog());
+  if (!model.boxText.empty()) {
+    auto* const text = new QLabel(Shown(model.boxText));
+    text->setTextFormat(Qt::PlainText);
+    text->setWordWrap(true);
+    layout->addWidget(text);
+  }
+  layout->addWidget(view_, 1);
+  if (!model.CheckBoxes().empty()) layout->addWidget(MakeCheckBoxes());
+  layout->addWidget(MakeButtons());
+  Dialog().setSizeGripEnabled(true);
+  const QFontMetrics metrics(Dialog().font());
+  view_->setMinimumHeight(metrics.lineSpacing() * 3);
+  if (!model.size) {
+    const int boxes = static_cast<int>(std::min(model.CheckBoxes().size(), kMostShownCheckBoxes));
+    model.size = SV::Size(metrics.averageCharWidth() * kColumns,
+                          metrics.lineSpacing() * (kLines + 3 + boxes * 3 / 2));
+  }
+  ShowModel();
+  view_->setFocus();
+}
+
+QWidget* ListBoxView::MakeCheckBoxes() {
+  auto* const boxes = new QWidget;
+  auto* const layout = new QVBoxLayout(boxes);
+  layout->setContentsMargins(0, 0, 0, 0);
+  for (const ListBoxModel::CheckBox& box : list_.CheckBoxes()) {
+    auto* const widget = new QCheckBox(ShownLabel(box.text));
+    layout->addWidget(widget);
+    checkBoxes_.push_back(widget);
+  }
+  if (checkBoxes_.size() <= kMostShownCheckBoxes) return boxes;
+  auto* const area = new QScrollArea;
+  area->setWidget(boxes);
+  area->setWidgetResizable(true);
+  area->setFrameShape(QFrame::NoFrame);
+  const int height = checkBoxes_.front()->sizeHint().height() + layout->spacing();
+  area->setFixedHeight(height * static_cast<int>(kMostShownCheckBoxes));
+  return area;
+}
+
+void ListBoxView::ShowModel() {
+  QItemSelection selection;
+  const std::vector<std::uint32_t> selected = list_.Selected();
+  // Neighbours become one range: selecting all of a long list is one range then.
+  for (std::size_t begin = 0; begin < selected.size();) {
+    std::size_t end = begin + 1;
+    while (end < selected.size() && selected[end] == selected[end - 1] + 1) ++end;
+    selection.append(QItemSelectionRange(entries_.index(static_cast<int>(selected[begin])),
+                                         entries_.index(static_cast<int>(selected[end - 1]))));
+    begin = end;
+  }
+  view_->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+  if (!selected.empty()) {
+    const QModelIndex first = entries_.index(static_cast<int>(selected.front()));
+    view_->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+    view_->scrollTo(first);
+  }
+  for (std::size_t i = 0; i < checkBoxes_.size(); ++i) {
+    checkBoxes_[i]->setChecked(list_.CheckBoxes()[i].checked);
+  }
+}
+
+void ListBoxView::ReadModel() {
+  list_.ClearSelection();
+  for (const QItemSelectionRange& range : view_->selectionModel()->selection()) {
+    for (int row = range.top(); row <= range.bottom(); ++row) {
+      list_.SetSelected(static_cast<std::uint32_t>(row), true);
+    }
+  }
+  for (std::size_t i = 0; i < checkBoxes_.size(); ++i) {
+    list_.CheckBoxes()[i].checked = checkBoxes_[i]->isChecked();
+  }
+}
+
+}  // namespace ui

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/qt/modal_view.h"
+
+namespace ui {
+
+class MessageBoxView final : public ModalView {
+ public:
+  MessageBoxView(MessageBoxModel& model, QWidget* parent);
+
+  void ShowModel() override {}
+
+ private:
+  void ReadModel() override {}
+
+  QWidget* MakeText(const MessageBoxModel& model);
+};
+
+}  // namespace ui

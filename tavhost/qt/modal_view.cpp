@@ -1,0 +1,147 @@
+#include "tavhost/qt/modal_view.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QPushButton>
+#include <QScreen>
+#include <algorithm>
+
+#include "tavhost/qt/browser_view.h"
+#include "tavhost/qt/edit_field_view.h"
+#include "tavhost/qt/file_dialog_view.h"
+#include "tavhost/qt/image_dialog_view.h"
+#include "tavhost/qt/list_box_view.h"
+#include "tavhost/qt/message_box_view.h"
+#include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_box_view.h"
+#include "tavhost/qt/tree_list_box_view.h"
+
+namespace ui {
+
+namespace {
+
+constexpr int kMostPoints = 400;  // larger than any screen shows
+
+QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
+  if (name == "yes") return QDialogButtonBox::YesRole;
+  if (name == "no") return QDialogButtonBox::NoRole;
+  if (name == kCancelButton) return QDialogButtonBox::RejectRole;
+  return QDialogButtonBox::AcceptRole;
+}
+
+// The usual labels get mnemonics; labels that scripts give are shown as they are.
+QString LabelOf(const ModalButton& button) {
+  static constexpr std::string_view kUsual[] = {"OK",   "Yes",  "No",     "Retry", "Cancel",
+                                                "Open", "Save", "Choose", "Close"};
+  const bool isUsual =
+      std::find(std::begin(kUsual), std::end(kUsual), button.label) != std::end(kUsual);
+  return isUsual ? QLatin1Char('&') + Shown(button.label) : ShownLabel(button.label);
+}
+
+bool IsKeyEvent(QEvent::Type type) {
+  return type == QEvent::KeyPress || type == QEvent::KeyRelease || type == QEvent::Shortcut ||
+         type == QEvent::ShortcutOverride;
+}
+
+}  // namespace
+
+std::unique_ptr<ModalView> ModalView::Make(ModalModel& model, QWidget* parent) {
+  switch (model.Kind()) {
+    case ModalKind::kMessageBox:
+      return std::make_unique<MessageBoxView>(static_cast<MessageBoxModel&>(model), parent);
+    case ModalKind::kTextBox:
+      return std::make_unique<TextBoxView>(static_cast<TextBoxModel&>(model), parent);
+    case ModalKind::kEditField:
+      return std::make_unique<EditFieldView>(static_cast<EditFieldModel&>(model), parent);
+    case ModalKind::kListBox:
+      return std::make_unique<ListBoxView>(static_cast<ListBoxModel&>(model), parent);
+    case ModalKind::kFileDialog:
+      return std::make_unique<FileDialogView>(static_cast<FileDialogModel&>(model), parent);
+    case ModalKind::kDirectoryDialog:
+      return std::make_unique<DirectoryDialogView>(static_cast<DirectoryDialogModel&>(model),
+                                                   parent);
+    case ModalKind::kImageDialog:
+      return std::make_unique<ImageDialogView>(static_cast<ImageDialogModel&>(model), parent);
+    case ModalKind::kTreeListBox:
+      return std::make_unique<TreeListBoxView>(static_cast<TreeListBoxModel&>(model), parent);
+    case ModalKind::kBrowser:
+      return std::make_unique<BrowserView>(static_cast<BrowserModel&>(model), parent);
+    case ModalKind::kEditBrowser:
+      return std::make_unique<EditBrowserView>(static_cast<EditBrowserModel&>(model), parent);
+    default:
+      return nullptr;
+  }
+}
+
+ModalView::ModalView(ModalModel& model, std::unique_ptr<QDialog> dialog)
+    : model_(model), dialog_(std::move(dialog)) {
+  dialog_->setWindowTitle(ShownTitle(model_.Title()));
+  dialog_->setModal(true);
+  dialog_->setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+  QObject::connect(dialog_.get(), &QDialog::rejected, this,
+                   [this] { End(std::string(kCancelButton)); });
+  qApp->installEventFilter(this);
+}
+
+ModalView::~ModalView() { qApp->removeEventFilter(this); }
+
+void ModalView::Open(int guardMilliseconds) {
+  PlaceDialog();
+  guardMilliseconds_ = guardMilliseconds;
+  sinceOpen_.start();
+  dialog_->show();
+  dialog_->raise();
+  dialog_->activateWindow();
+}
+
+// Never larger than the screen, so that the buttons stay in reach.
+void ModalView::PlaceDialog() {
+  const QRect screen = dialog_->screen()->availableGeometry();
+  QSize size = dialog_->size().isValid() ? dialog_->sizeHint() : QSize();
+  if (model_.size) {
+    size = QSize(static_cast<int>(model_.size->Width()), static_cast<int>(model_.size->Height()));
+  }
+  size = size.expandedTo(dialog_->minimumSizeHint()).boundedTo(screen.size());
+  dialog_->resize(size);
+  if (model_.position) {
+    dialog_->move(static_cast<int>(model_.position->X()), static_cast<int>(model_.position->Y()));
+  }
+}
+
+void ModalView::End(const std::string& button) {
+  if (model_.HasEnded()) return;
+  ReadModel();
+  model_.End(button);
+}
+
+QDialogButtonBox* ModalView::MakeButtons() {
+  auto* const box = new QDialogButtonBox;
+  const std::string defaultButton = model_.DefaultButton();
+  for (const ModalButton& button : model_.Buttons()) {
+    QPushButton* const widget = box->addButton(LabelOf(button), RoleOf(button.name));
+    widget->setObjectName(QString::fromStdString(button.name));
+    widget->setAutoDefault(true);
+    if (button.name == defaultButton) widget->setDefault(true);
+    QObject::connect(widget, &QPushButton::clicked, this,
+                     [this, name = button.name] { End(name); });
+  }
+  return box;
+}
+
+bool ModalView::eventFilter(QObject* object, QEvent* event) {
+  if (!IsKeyEvent(event->type()) || sinceOpen_.elapsed() >= guardMilliseconds_) return false;
+  if (!object->isWidgetType()) return false;
+  return static_cast<QWidget*>(object)->window() == dialog_.get();
+}
+
+QFont ChosenFont(const QFont& base, const WindowModel& model) {
+  QFont font = base;
+  if (!model.font) return font;
+  if (!model.font->name.empty()) font.setFamily(Shown(model.font->name));
+  if (model.font->height > 0) {
+    font.setPointSize(static_cast<int>(std::min<long>(model.font->height, kMostPoints)));
+  }
+  return font;
+}
+
+}  // namespace ui

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QElapsedTimer>
+#include <QFont>
+#include <QVBoxLayout>
+#include <memory>
+
+#include "tavhost/ui/models/modal_model.h"
+
+namespace ui {
+
+// Shows a modal model in a dialog. The model learns what the user did when the dialog ends.
+class ModalView : public QObject {
+ public:
+  // For that model; the dialog belongs to `parent`'s window, if there is one. Null for a kind that
+  // has no view.
+  static std::unique_ptr<ModalView> Make(ModalModel& model, QWidget* parent);
+
+  ~ModalView() override;
+
+  QDialog& Dialog() { return *dialog_; }
+  ModalModel& Model() { return model_; }
+
+  // Puts the dialog on the screen. Keys typed before `guardMilliseconds` are over are not taken:
+  // they were meant for what had the focus before.
+  void Open(int guardMilliseconds);
+  // Puts what the model holds into the widgets.
+  virtual void ShowModel() = 0;
+
+ protected:
+  ModalView(ModalModel& model, std::unique_ptr<QDialog> dialog);
+
+  // Puts what the widgets hold into the model.
+  virtual void ReadModel() = 0;
+  // Reads the model and ends it by that button.
+  void End(const std::string& button);
+
+  // The row of the model's buttons; the default one is pressed by Enter.
+  QDialogButtonBox* MakeButtons();
+
+  bool eventFilter(QObject* object, QEvent* event) override;
+
+ private:
+  void PlaceDialog();
+
+  ModalModel& model_;
+  std::unique_ptr<QDialog> dialog_;
+  QElapsedTimer sinceOpen_;
+  int guardMilliseconds_ = 0;
+};
+
+// The font that a model asks for, based on another; a height that no font has changes no size.
+QFont ChosenFont(const QFont& base, const WindowModel& model);
+
+}  // namespace ui

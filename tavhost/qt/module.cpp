@@ -1,0 +1,14 @@
+#include "host/export.h"
+#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/qt/ide/ide.h"
+#include "tavhost/ui/qt_module.h"
+
+extern "C" TAV_HOST_API ui::Toolkit* tavhost_CreateQtToolkit(const ui::ModuleHost& host,
+                                                             const ui::QtOptions& options) {
+  return new ui::QtToolkit(host, options);
+}
+
+extern "C" TAV_HOST_API void tavhost_RunWorkbench(ui::Toolkit& toolkit, ui::WorkbenchHost& host,
+                                                  const ui::WorkbenchOptions& options) {
+  ui::RunWorkbench(static_cast<ui::QtToolkit&>(toolkit), host, options);
+}

@@ -1,0 +1,274 @@
+#include "tavhost/qt/table_panel.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLocale>
+#include <QMessageBox>
+#include <QSaveFile>
+#include <QShortcut>
+#include <QStyle>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <numeric>
+
+#include "tavhost/qt/table_print.h"
+#include "tavhost/qt/shown_text.h"
+#include "tavhost/ui/table/table_write.h"
+
+namespace ui {
+
+namespace {
+
+QLabel* MakeLabel(const char* name) {
+  auto* const label = new QLabel;
+  label->setObjectName(QLatin1String(name));
+  label->setTextFormat(Qt::PlainText);
+  label->setWordWrap(true);
+  label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  return label;
+}
+
+QString Count(std::uint32_t number, const char* one, const char* many) {
+  return QLocale().toString(number) + QLatin1Char(' ') + QLatin1String(number == 1 ? one : many);
+}
+
+}  // namespace
+
+TablePanel::TablePanel(TableModel& table, bool editable)
+    : items_(table, editable),
+      editable_(editable),
+      header_(MakeLabel("header")),
+      subtitle_(MakeLabel("subtitle")),
+      searchBar_(MakeSearchBar()),
+      view_(new TableView(items_, editable)),
+      status_(new QLabel) {
+  QFont bold = header_->font();
+  bold.setBold(true);
+  bold.setPointSizeF(bold.pointSizeF() * 1.2);
+  header_->setFont(bold);
+  status_->setObjectName(QStringLiteral("status"));
+  status_->setTextFormat(Qt::PlainText);
+  status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  auto* const layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(header_);
+  layout->addWidget(subtitle_);
+  layout->addWidget(searchBar_);
+  layout->addWidget(view_, 1);
+  layout->addWidget(status_);
+  setFocusProxy(view_);
+  ShowSearchBar(false);
+
+  auto* const find = new QShortcut(QKeySequence::Find, this);
+  find->setContext(Qt::WidgetWithChildrenShortcut);
+  QObject::connect(find, &QShortcut::activated, this, [this] { ShowSearchBar(true); });
+  auto* const next = new QShortcut(QKeySequence::FindNext, this);
+  next->setContext(Qt::WidgetWithChildrenShortcut);
+  QObject::connect(next, &QShortcut::activated, this, [this] { Search(false); });
+  auto* const previous = new QShortcut(QKeySequence::FindPrevious, this);
+  previous->setContext(Qt::WidgetWithChildrenShortcut);
+  QObject::connect(previous, &QShortcut::activated, this, [this] { Search(true); });
+  view_->linkFollowed = [this](const Reference& reference) {
+    status_->setText(
+        (reference.isModel ? QStringLiteral("Link to model ") : QStringLiteral("Link to object ")) +
+        Shown(reference.name) +
+        (reference.type.empty() ? QString() : QStringLiteral(", type ") + Shown(reference.type)) +
+        (reference.version.empty() ? QString()
+                                   : QStringLiteral(", version ") + Shown(reference.version)));
+  };
+  for (auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved}) {
+    QObject::connect(&items_, signal, this, [this] { ShowStatus(); });
+  }
+  QObject::connect(&items_, &QAbstractItemModel::modelReset, this, [this] { ShowStatus(); });
+  ShowTable();
+}
+
+// The grid asks for its items until it is gone.
+TablePanel::~TablePanel() { delete view_; }
+
+QWidget* TablePanel::MakeSearchBar() {
+  auto* const bar = new QWidget;
+  bar->setObjectName(QStringLiteral("search bar"));
+  auto* const layout = new QHBoxLayout(bar);
+  layout->setContentsMargins(0, 0, 0, 0);
+  searchText_ = new QLineEdit;
+  searchText_->setObjectName(QStringLiteral("search"));
+  searchText_->setPlaceholderText(QStringLiteral("Search"));
+  searchText_->setAccessibleName(QStringLiteral("Search"));
+  searchText_->setClearButtonEnabled(true);
+  const auto arrow = [](Qt::ArrowType type, const QString& name) {
+    auto* const button = new QToolButton;
+    button->setArrowType(type);
+    button->setToolTip(name);
+    button->setAccessibleName(name);
+    button->setAutoRaise(true);
+    return button;
+  };
+  auto* const previous = arrow(Qt::UpArrow, QStringLiteral("Previous match"));
+  auto* const next = arrow(Qt::DownArrow, QStringLiteral("Next match"));
+  matches_ = new QLabel;
+  matches_->setObjectName(QStringLiteral("matches"));
+  filters_ = new QCheckBox(QStringLiteral("Only &matching rows"));
+  filters_->setObjectName(QStringLiteral("filter"));
+  filters_->setVisible(!editable_);
+  layout->addWidget(searchText_, 1);
+  layout->addWidget(previous);
+  layout->addWidget(next);
+  layout->addWidget(matches_);
+  if (!editable_) {
+    layout->addWidget(filters_);
+  } else {
+    filters_->setParent(bar);
+  }
+  // Typing on a large table is to stay fluent.
+  auto* const pause = new QTimer(bar);
+  pause->setSingleShot(true);
+  pause->setInterval(60);
+  QObject::connect(pause, &QTimer::timeout, this, [this] { SearchTextChanged(); });
+  QObject::connect(searchText_, &QLineEdit::textChanged, pause, [pause] { pause->start(); });
+  QObject::connect(filters_, &QCheckBox::toggled, this, [this] { SearchTextChanged(); });
+  QObject::connect(previous, &QToolButton::clicked, this, [this] { Search(true); });
+  QObject::connect(next, &QToolButton::clicked, this, [this] { Search(false); });
+  // Enter in the field looks further instead of pressing the dialog's default button.
+  const auto shortcut = [this](const QKeySequence& keys, auto act) {
+    auto* const made = new QShortcut(keys, searchText_);
+    made->setContext(Qt::WidgetShortcut);
+    QObject::connect(made, &QShortcut::activated, this, act);
+  };
+  shortcut(Qt::Key_Return, [this] { Search(false); });
+  shortcut(Qt::Key_Enter, [this] { Search(false); });
+  shortcut(QKeySequence(Qt::SHIFT | Qt::Key_Return), [this] { Search(true); });
+  shortcut(Qt::Key_Escape, [this] {
+    searchText_->clear();
+    SearchTextChanged();
+    ShowSearchBar(false);
+    view_->setFocus();
+  });
+  return bar;
+}
+
+void TablePanel::SetTable(TableModel& table) {
+  view_->ForgetWidths();
+  items_.SetTable(table);
+  view_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+  if (filters_->isChecked()) items_.SetFilter(Bytes(searchText_->text()));
+  ShowTable();
+}
+
+void TablePanel::ShowTable() {
+  const TableModel& table = items_.Table();
+  header_->setText(Shown(table.header));
+  header_->setVisible(!table.header.empty());
+  subtitle_->setText(Shown(table.subtitle));
+  subtitle_->setVisible(!table.subtitle.empty());
+  view_->setAccessibleName(table.header.empty() ? QStringLiteral("Table") : Shown(table.header));
+  view_->ShowTable();
+  ShowStatus();
+}
+
+void TablePanel::ShowStatus() {
+  const std::uint32_t all = items_.Table().Rows();
+  const std::uint32_t seen = items_.Seen().Rows();
+  const QString total = Count(all, "row", "rows");
+  status_->setText(seen == all ? total
+                               : QStringLiteral("%1 of %2").arg(QLocale().toString(seen), total));
+}
+
+bool TablePanel::IsSearchBarShown() const { return !searchBar_->isHidden(); }
+
+void TablePanel::ShowSearchBar(bool shown) {
+  searchBar_->setVisible(shown);
+  if (!shown) return;
+  searchText_->setFocus();
+  searchText_->selectAll();
+}
+
+// Goes to the first match behind where the user is, that place included.
+void TablePanel::SearchTextChanged() {
+  const std::string text = Bytes(searchText_->text());
+  items_.SetFilter(filters_->isChecked() ? text : std::string());
+  matches_->setText(text.empty()
+                        ? QString()
+                        : Count(items_.Seen().CountMatches(text), "matching row", "matching rows"));
+  if (text.empty()) return;
+  const QModelIndex current = view_->currentIndex();
+  if (current.isValid() && items_.data(current, Qt::EditRole)
+                               .toString()
+                               .contains(searchText_->text(), Qt::CaseInsensitive)) {
+    return;
+  }
+  Search(false);
+}
+
+void TablePanel::Search(bool backwards) {
+  const std::string text = Bytes(searchText_->text());
+  if (text.empty()) {
+    ShowSearchBar(true);
+    return;
+  }
+  std::optional<TableArrangement::Place> from;
+  const QModelIndex current = view_->currentIndex();
+  if (current.isValid()) {
+    from = {static_cast<std::uint32_t>(current.row()), items_.ColumnOf(current)};
+  }
+  if (const auto place = items_.Seen().Find(text, from, backwards)) {
+    view_->GoTo(items_.IndexOf(*place));
+  }
+}
+
+void TablePanel::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Escape && IsSearchBarShown()) {
+    ShowSearchBar(false);
+    view_->setFocus();
+    return;
+  }
+  QWidget::keyPressEvent(event);
+}
+
+void TablePanel::Save(const QString& title) {
+  QString kind;
+  QString file = QFileDialog::getSaveFileName(
+      this, QStringLiteral("Save table"), QString(),
+      QStringLiteral("CSV (*.csv);;Tab-separated (*.tsv);;HTML (*.html);;PDF (*.pdf)"), &kind);
+  if (file.isEmpty()) return;
+  if (QFileInfo(file).suffix().isEmpty()) {
+    file += kind.mid(kind.indexOf(QLatin1Char('.'))).chopped(1);
+  }
+  if (SaveTo(file, title)) {
+    status_->setText(QStringLiteral("Saved as ") + QDir::toNativeSeparators(file));
+    return;
+  }
+  QMessageBox::warning(
+      this, QStringLiteral("Save table"),
+      QStringLiteral("The file %1 could not be written.").arg(QDir::toNativeSeparators(file)));
+}
+
+bool TablePanel::SaveTo(const QString& file, const QString& title) const {
+  const QString kind = QFileInfo(file).suffix().toLower();
+  if (kind == QLatin1String("pdf")) return WriteTablePdf(items_.Seen(), title, file);
+  const TableModel& table = items_.Seen().Table();
+  std::vector<std::uint32_t> columns(table.Columns());
+  std::iota(columns.begin(), columns.end(), 0);
+  const std::vector<std::uint32_t> rows = items_.Seen().AllRows();
+  std::string text;
+  if (kind == QLatin1String("html") || kind == QLatin1String("htm")) {
+    text = table_write::Html(table, rows, columns, Bytes(title));
+  } else {
+    const char separator = kind == QLatin1String("tsv") ? '\t' : ',';
+    text = table_write::Delimited(table, rows, columns, true, separator) + '\n';
+  }
+  QSaveFile out(file);
+  return out.open(QIODevice::WriteOnly) &&
+         out.write(text.data(), static_cast<qint64>(text.size())) ==
+             static_cast<qint64>(text.size()) &&
+         out.commit();
+}
+
+void TablePanel::Print(const QString& title) { PrintTableWithDialog(items_.Seen(), title, this); }
+
+}  // namespace ui

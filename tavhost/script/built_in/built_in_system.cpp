@@ -1,0 +1,51 @@
+#include "tavhost/script/built_in/built_in_system.h"
+
+#include <string>
+
+#include "tavhost/script/built_in/built_in_support.h"
+#include "tavhost/base/environment.h"
+
+namespace script {
+
+using kel::Value;
+
+namespace {
+
+Value TextValue(const std::string& text) {
+  return Value(SV::String(text.data(), static_cast<long>(text.size())));
+}
+
+}  // namespace
+
+// One variable, empty when there is none; without an argument a record of them all.
+Value Environment(Engine&, Value* arguments, std::uint32_t count) {
+  if (count > 0) {
+    const std::string name(TextArgument("env", arguments, 0).View());
+    return TextValue(EnvironmentVariable(name).value_or(std::string()));
+  }
+  Value all = Value::Record();
+  for (const auto& [name, value] : EnvironmentVariables()) {
+    all.MutableRecord().At(SV::String(name.data(), static_cast<long>(name.size()))) =
+        TextValue(value);
+  }
+  return all;
+}
+
+Value ReadLine(Engine& engine, Value* arguments, std::uint32_t count) {
+  std::string line;
+  if (engine.ReadLine(line)) return TextValue(line);
+  if (count > 0) return arguments[0];
+  throw ScriptError("read_line: the input has ended");
+}
+
+Value ReadLines(Engine& engine, Value*, std::uint32_t) {
+  Value lines = Value::List();
+  std::string line;
+  while (engine.ReadLine(line)) {
+    ChargeBytes(engine, line.size());
+    lines.MutableList().items.push_back(TextValue(line));
+  }
+  return lines;
+}
+
+}  // namespace script

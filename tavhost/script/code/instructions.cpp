@@ -1,0 +1,255 @@
+#include <cmath>
+#include <limits>
+
+#include "tavhost/notation/kel_text.h"
+#include "tavhost/script/built_in/built_in.h"
+#include "tavhost/script/engine.h"
+#include "tavhost/script/operations.h"
+
+// What instructions do beyond the common cases that interpreter.cpp handles itself.
+namespace script {
+
+using kel::Value;
+
+namespace {
+
+// Bytes of text work that cost about as much as one round of a small loop.
+constexpr std::size_t kBytesARound = 64;
+
+double AsReal(const Value& value) {
+  return value.Kind() == TavKelInteger ? value.Integer() : value.Real();
+}
+
+}  // namespace
+
+const Value& Engine::ReadOuter(const Frame& frame, std::uint32_t reg, Part part) {
+  const Function& function = *frame.function;
+  if (reg >= function.layout.Count()) throw ScriptError("this has no value", part);
+  if (const kel::Scope* outer = frame.scope->Enclosing()) {
+    Function::Outer& cached = function.outer[reg];
+    const bool isGlobal = outer == &kel::Scope::Of(GlobalVariables());
+    if (isGlobal && cached.value && cached.generation == outer->Generation()) {
+      return *cached.value;
+    }
+    if (const Value* found = outer->Read(function.layout.Name(reg).View())) {
+      if (isGlobal) cached = {found, outer->Generation()};
+      return *found;
+    }
+  }
+  throw ScriptError(
+      "the variable \"" + std::string(function.layout.Name(reg).View()) + "\" has no value", part);
+}
+
+void Engine::Store(Frame& frame, std::uint32_t slot, Value value) {
+  if (frame.function->layout.IsGlobal(slot)) {
+    kel::Scope& outermost = frame.scope->Outermost();
+    if (&outermost != frame.scope) {
+      outermost.Set(frame.function->layout.Name(slot).View(), std::move(value));
+      return;
+    }
+  }
+  frame.registers[slot] = std::move(value);
+}
+
+// The place of a variable that is about to be changed: a variable that so far only has a value
+// outside gets one of its own here.
+Value& Engine::Changeable(Frame& frame, std::uint32_t slot) {
+  Value& own = frame.registers[slot];
+  if (!own.IsNone()) return own;
+  if (frame.function->layout.IsGlobal(slot)) {
+    kel::Scope& outermost = frame.scope->Outermost();
+    if (Value* global = outermost.Find(frame.function->layout.Name(slot).View())) return *global;
+  }
+  own = ReadOuter(frame, slot, Part::kLeft);
+  return own;
+}
+
+void Engine::AddTo(Frame& frame, std::uint32_t slot, const Value* added, std::uint32_t count) {
+  Value* place = &frame.registers[slot];
+  if (place->IsNone() && frame.function->layout.IsGlobal(slot)) {
+    place = frame.scope->Outermost().Find(frame.function->layout.Name(slot).View());
+  }
+  if (place && place->IsText()) {
+    // In its place; all or nothing.
+    SV::String all;
+    const SV::String* text = &all;
+    if (count == 1 && added->IsText()) {
+      text = &added->Text();
+    } else {
+      for (std::uint32_t i = 0; i < count; ++i) AppendShown(all, added[i]);
+    }
+    place->MutableText().Append(text->GetStr(), text->Len());
+    Charge(static_cast<std::size_t>(text->Len()) / kBytesARound);
+    return;
+  }
+  Value sum = Read(frame, slot, Part::kLeft);
+  for (std::uint32_t i = 0; i < count; ++i) sum = Arithmetic(Operator::kAdd, sum, added[i]);
+  Store(frame, slot, std::move(sum));
+}
+
+void Engine::SetPath(Frame& frame, Instruction i) {
+  Value* const keys = &frame.registers[BOf(i)];
+  const auto count = static_cast<std::uint32_t>(COf(i));
+  Value* place = &Changeable(frame, AOf(i));
+  for (std::uint32_t k = 0; k < count; ++k) {
+    if (place->IsNone()) throw ScriptError("this has no value", Part::kLeft);
+    place = &PlaceIn(*place, keys[k]);
+  }
+  *place = std::move(keys[count]);
+  for (std::uint32_t k = 0; k < count; ++k) keys[k] = Value();
+}
+
+void Engine::Push(Frame& frame, Instruction i) {
+  Value* const keys = &frame.registers[BOf(i)];
+  const auto count = static_cast<std::uint32_t>(COf(i));
+  Value* place = &Changeable(frame, AOf(i));
+  for (std::uint32_t k = 0; k < count; ++k) place = &PlaceIn(*place, keys[k]);
+  if (place->Kind() != TavKelList) {
+    throw ScriptError(std::string("\"push\" needs a list, not ") + KindWord(*place), Part::kLeft);
+  }
+  auto& items = place->MutableList().items;
+  if (items.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+    throw ScriptError("the list is too long");
+  }
+  items.push_back(std::move(keys[count]));
+  const auto length = static_cast<std::int32_t>(items.size());
+  for (std::uint32_t k = 0; k <= count; ++k) keys[k] = Value();
+  keys[0] = Value(length);
+}
+
+bool Engine::CountStart(Frame& frame, Instruction i) {
+  Value* const from = &frame.registers[AOf(i)];
+  bool anyReal = false;
+  for (int k = 0; k < 3; ++k) {
+    if (from[k].Kind() != TavKelInteger && from[k].Kind() != TavKelReal) {
+      static constexpr const char* kPlaces[] = {"start", "end", "step"};
+      throw ScriptError(std::string("the ") + kPlaces[k] +
+                        " of a counting loop must be a number, not " + KindWord(from[k]));
+    }
+    anyReal = anyReal || from[k].Kind() == TavKelReal;
+  }
+  if (AsReal(from[2]) == 0) throw ScriptError("the step of a counting loop is 0");
+  if (anyReal) {
+    for (int k = 0; k < 3; ++k) from[k].SetReal(AsReal(from[k]));
+  }
+  from[3].SetReal(0);
+  const double first = AsReal(from[0]);
+  const double last = AsReal(from[1]);
+  if (AsReal(from[2]) > 0 ? first > last : first < last) return false;
+  frame.registers[BOf(i)] = from[0];
+  return true;
+}
+
+// Counts rounds rather than adding up, so that no error adds up either.
+bool Engine::CountStep(Frame& frame, Instruction i) {
+  Value* const from = &frame.registers[AOf(i)];
+  const double round = from[3].Real() + 1;
+  const double next = from[0].Real() + round * from[2].Real();
+  const bool goesOn = from[2].Real() > 0 ? next <= from[1].Real() : next >= from[1].Real();
+  if (!goesOn) return false;
+  from[3].SetReal(round);
+  frame.registers[BOf(i)].SetReal(next);
+  return true;
+}
+
+void Engine::EachStart(Frame& frame, Instruction i) {
+  Value* const whole = &frame.registers[AOf(i)];
+  if (whole->Kind() == TavKelRecord) {
+    Value keys = Value::List();
+    for (const kel::Field& field : whole->AsRecord().fields) {
+      keys.MutableList().items.push_back(Value(field.name));
+    }
+    *whole = std::move(keys);
+  } else if (whole->Kind() != TavKelList && !whole->IsText()) {
+    throw ScriptError(std::string("a loop goes through a list, a text or a record, not ") +
+                      KindWord(*whole));
+  }
+  whole[1].SetInteger(0);
+}
+
+bool Engine::EachNext(Frame& frame, Instruction i) {
+  Value* const whole = &frame.registers[AOf(i)];
+  const auto at = static_cast<std::size_t>(whole[1].Integer());
+  std::size_t step = 1;
+  bool goesOn = false;
+  if (whole->Kind() == TavKelList) {
+    const auto& items = whole->AsList().items;
+    goesOn = at < items.size();
+    if (goesOn) frame.registers[BOf(i)] = items[at];
+  } else {
+    const std::string_view text = whole->Text().View();
+    goesOn = at < text.size();
+    if (goesOn) {
+      step = CodePointLength(text, at);
+      frame.registers[BOf(i)] = Value(SV::String(text.data() + at, static_cast<long>(step)));
+    }
+  }
+  if (goesOn) {
+    whole[1].SetInteger(static_cast<std::int32_t>(at + step));
+  } else {
+    *whole = Value();  // so that changing what was gone through needs no copy
+  }
+  return goesOn;
+}
+
+void Engine::CallNamed(Frame& frame, Instruction i) {
+  const std::uint32_t count = BOf(i);
+  Value* const arguments = &frame.registers[AOf(i)];
+  const std::string name(arguments[count].Text().View());
+  const auto found = functions_.find(name);
+  if (found == functions_.end()) {
+    std::vector<std::string_view> known;
+    for (const auto& [other, unused] : functions_) known.emplace_back(other);
+    throw ScriptError(UnknownFunctionText(name, *frame.program, known));
+  }
+  const std::uint32_t takes = found->second.function->parameters;
+  if (takes != count) {
+    throw ScriptError('"' + name + "\" takes " + std::to_string(takes) +
+                      (takes == 1 ? " argument" : " arguments") + ", not " + std::to_string(count));
+  }
+  PushCall(found->second.program.get(), found->second.function, arguments, count, AOf(i));
+}
+
+void Engine::CallBuiltIn(Frame& frame, Instruction i) {
+  const std::uint32_t count = BOf(i);
+  Value* const arguments = &frame.registers[AOf(i)];
+  Value result = kBuiltIns[COf(i)].run(*this, arguments, count);
+  arguments[0] = std::move(result);
+  for (std::uint32_t k = 1; k < count; ++k) {
+    if (!arguments[k].IsNone()) arguments[k] = Value();
+  }
+  if (--budget_ <= 0) Poll();
+}
+
+void Engine::PrintValues(Frame& frame, Instruction i) {
+  Value* const values = &frame.registers[AOf(i)];
+  const std::uint32_t count = BOf(i);
+  SV::String line;
+  for (std::uint32_t k = 0; k < count; ++k) {
+    if (k > 0) line += ' ';
+    AppendShown(line, values[k]);
+    values[k] = Value();
+  }
+  line += '\n';
+  Print(line.View());
+  Charge(static_cast<std::size_t>(line.Len()) / kBytesARound);
+}
+
+void Engine::Throw(Frame& frame, Instruction i) {
+  const Value& thrown = Read(frame, AOf(i), Part::kLeft);
+  const Value* message =
+      thrown.Kind() == TavKelRecord ? thrown.AsRecord().Find("message") : nullptr;
+  ScriptError error(std::string(Shown(message ? *message : thrown).View()));
+  error.thrown = thrown;
+  throw error;
+}
+
+void Engine::Exit(Frame& frame, Instruction i) {
+  const Value& code = Read(frame, AOf(i), Part::kLeft);
+  if (code.Kind() != TavKelInteger) {
+    throw ScriptError(std::string("\"exit\" takes an integer, not ") + KindWord(code), Part::kLeft);
+  }
+  throw ExitRequest{code.Integer()};
+}
+
+}  // namespace script

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/notation/extended_message_port.h"
+#include "tavhost/script/ports/command_provider.h"
+
+namespace script {
+
+// A port whose commands come from providers, asked in the order in which they were added.
+class ScriptPort : public TavExtendedMessagePort {
+ public:
+  // The port named by TavMessagePort::TavScript().
+  static ScriptPort& TavScript();
+
+  // Owned by the caller, who takes it away before it ends.
+  void AddProvider(CommandProvider& provider);
+  void RemoveProvider(CommandProvider& provider);
+
+  // False when no provider has the command. Stands here for the interpreter to take it in: the
+  // processor foresees only so many returns, and a command that asks the system has used them up.
+  bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
+    if (refusedCommand_ && IsRefused(command, result)) [[unlikely]]
+      return true;
+    for (CommandProvider* provider : providers_) {
+      if (provider->Handle(command, params, result)) return true;
+    }
+    return false;
+  }
+  bool Handle(const char* command, TavKelParser& params, TavMessage& message);
+  bool Exists(const char* command);
+  SV::String GetAllCommands(char separator) override;
+
+  // A command that is refused for now, as an error; null for none. The name is kept by its address.
+  static void SetRefusedCommand(const char* command) { refusedCommand_ = command; }
+
+ private:
+  static bool IsRefused(const char* command, TavScriptResult& result);
+
+  static inline const char* refusedCommand_ = nullptr;
+  std::vector<CommandProvider*> providers_;
+};
+
+// Enters the host's ports in the manager: "TavScript", and the plain "TavHost", which takes no
+// commands. May be called again.
+void RegisterHostPorts();
+
+// What is wrong with sending `command` to `port`: `unknown command "FOO" on port "P"; did you mean
+// "FOE"?` or `unknown port "P"`.
+std::string UnknownCommandText(std::string_view port, std::string_view command);
+
+// Sends the commands of a KEL text to a port as messages, one after the other up to the first
+// error, and returns their replies joined. Text that does not parse and unknown commands are
+// errors in the reply as well.
+struct Reply {
+  SV::String text;
+  bool failed = false;
+};
+Reply SendText(const char* port, const SV::String& text);
+
+}  // namespace script

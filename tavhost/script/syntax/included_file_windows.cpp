@@ -1,0 +1,67 @@
+#include <windows.h>
+
+#include "tavhost/script/syntax/included_file.h"
+
+namespace script {
+
+namespace {
+
+std::wstring Wide(const std::string& text) {
+  const int length =
+      MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(length), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), length);
+  return wide;
+}
+
+HANDLE Open(const std::string& name) {
+  return CreateFileW(Wide(name).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+std::string IdentityOfFile(HANDLE file, const std::string& name) {
+  BY_HANDLE_FILE_INFORMATION information;
+  if (!GetFileInformationByHandle(file, &information)) return name;
+  return std::to_string(information.dwVolumeSerialNumber) + ':' +
+         std::to_string(information.nFileIndexHigh) + ':' +
+         std::to_string(information.nFileIndexLow);
+}
+
+}  // namespace
+
+std::string IdentityOf(const std::string& name) {
+  const HANDLE file = Open(name);
+  if (file == INVALID_HANDLE_VALUE) return name;
+  const std::string identity = IdentityOfFile(file, name);
+  CloseHandle(file);
+  return identity;
+}
+
+std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::string& error) {
+  const HANDLE file = Open(name);
+  if (file == INVALID_HANDLE_VALUE) {
+    const DWORD code = GetLastError();
+    const bool isAbsent = code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
+    error = isAbsent ? "No such file or directory" : "error " + std::to_string(code);
+    return std::nullopt;
+  }
+  IncludedFile included;
+  included.identity = IdentityOfFile(file, name);
+  std::string text;
+  char bytes[65536];
+  DWORD count = 0;
+  bool isRead = true;
+  while ((isRead = ReadFile(file, bytes, sizeof bytes, &count, nullptr) != 0) && count > 0 &&
+         text.size() < static_cast<std::size_t>(SV::String::kMaxLength) / 2) {
+    text.append(bytes, count);
+  }
+  CloseHandle(file);
+  if (!isRead || count > 0) {
+    error = isRead ? "the file is too large" : "the file cannot be read";
+    return std::nullopt;
+  }
+  included.text = SV::String(text.data(), static_cast<long>(text.size()));
+  return included;
+}
+
+}  // namespace script

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/base/string.h"
+#include "tavhost/script/runner.h"
+
+namespace script {
+
+// A script's text and name, the files that it includes, and what stands where in them. An offset
+// names a place in all of these: those of an included file follow those of the texts before it.
+class Source {
+ public:
+  Source(SV::String text, std::string name) { Add(std::move(text), std::move(name)); }
+
+  // Of the script itself.
+  std::string_view Text() const { return files_.front()->text.View(); }
+  const std::string& Name() const { return files_.front()->name; }
+
+  struct File {
+    SV::String text;
+    std::string name;
+    std::uint32_t begin = 0;  // the offset of its first byte
+  };
+  // A file that is included; it stays where it is. Null when offsets cannot count that far.
+  const File* Add(SV::String text, std::string name);
+  bool HasIncludes() const { return files_.size() > 1; }
+  const File& FileOf(std::uint32_t offset) const;
+
+  struct Place {
+    std::uint32_t line = 1;    // from 1
+    std::uint32_t column = 1;  // from 1, in code points
+    std::string_view lineText;
+  };
+  Place PlaceOf(std::uint32_t offset) const;
+
+  // The offset of a piece of one of the texts.
+  std::uint32_t OffsetOf(std::string_view part) const;
+  // From an offset to the end of its file.
+  std::string_view TextFrom(std::uint32_t offset) const;
+
+  // The offset of a place, `otherwise` when the text has no such place. No file: the script.
+  std::uint32_t OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise,
+                         std::string_view file = {}) const;
+
+  Diagnostic Describe(std::uint32_t offset, const std::string& message) const;
+
+ private:
+  std::vector<std::unique_ptr<const File>> files_;
+};
+
+// A script that does not parse.
+struct SyntaxError {
+  std::uint32_t offset;
+  std::string message;
+  bool incomplete = false;
+  std::shared_ptr<const Diagnostic> described = nullptr;  // when files are included
+};
+
+// What a mistake in a script of that text and name looks like.
+Diagnostic Describe(const SyntaxError& mistake, const SV::String& text, const std::string& name);
+
+}  // namespace script

@@ -1,0 +1,139 @@
+#pragma once
+
+#include <cstdint>
+#include <new>
+#include <string_view>
+#include <type_traits>
+
+#include "tavhost/base/block_arena.h"
+
+// The parsed form of a script, between parser and compiler. Nodes are plain, lie in an arena and
+// go with it all at once. Long runs (operators of one level, statements, list items) are chains,
+// never nested, so that the depth of the tree is the depth of the brackets and blocks.
+namespace script {
+
+template <typename T>
+T* NewNode(Arena& arena) {
+  static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 8);
+  return new (arena.Allocate(sizeof(T))) T();
+}
+
+enum class Operator : std::uint8_t {
+  kAdd,
+  kSubtract,
+  kMultiply,
+  kDivide,
+  kFloorDivide,
+  kModulo,
+  kEqual,
+  kNotEqual,
+  kLess,
+  kLessEqual,
+  kGreater,
+  kGreaterEqual,
+};
+
+enum class ExprKind : std::uint8_t {
+  kConstant,  // constant
+  kName,      // slot
+  kChain,     // first, then items of one level from left to right
+  kAnd,       // items
+  kOr,        // items
+  kNot,       // first
+  kNegate,    // first
+  kIndex,     // first [ items->expr ]
+  kField,     // first . constant
+  kCall,      // text ( items )
+  kList,      // items
+  kRecord,    // items, each with a constant as its key
+};
+
+struct Expr;
+
+struct Item {
+  Item* next = nullptr;
+  Expr* expr = nullptr;
+  std::uint32_t offset = 0;  // of the operator or the key
+  std::uint32_t key = 0;     // constant: a record's
+  Operator op = Operator::kAdd;
+};
+
+struct Expr {
+  ExprKind kind = ExprKind::kConstant;
+  bool calls = false;  // a function that can change variables runs somewhere inside
+  std::uint32_t offset = 0;
+  std::uint32_t index = 0;  // constant or slot
+  std::uint32_t count = 0;  // items
+  std::string_view text;    // a called function's name
+  Expr* first = nullptr;
+  Item* items = nullptr;
+};
+
+// A value in a command.
+enum class CommandValueKind : std::uint8_t { kNone, kWord, kString, kInteger, kReal, kExpr, kBody };
+
+struct CommandElement;
+
+struct CommandValue {
+  CommandValueKind kind = CommandValueKind::kNone;
+  bool escaped = false;
+  std::uint32_t offset = 0;
+  std::int32_t integer = 0;
+  double real = 0;
+  std::string_view text;  // word or string, without the quotes
+  Expr* expr = nullptr;
+  CommandElement* elements = nullptr;
+  std::uint32_t count = 0;  // elements
+};
+
+struct CommandAttribute {
+  CommandAttribute* next = nullptr;
+  std::string_view name;
+  CommandValue value;
+};
+
+struct CommandElement {
+  CommandElement* next = nullptr;
+  std::string_view name;
+  CommandValue main;
+  CommandAttribute* attributes = nullptr;
+  std::uint32_t attributeCount = 0;
+};
+
+enum class StatementKind : std::uint8_t {
+  kAssign,   // slot, path, expr
+  kCall,     // expr
+  kCommand,  // port, element, slot of `->`
+  kIf,       // expr, body, otherwise
+  kWhile,    // expr, body
+  kForIn,    // slot, expr, body
+  kForFrom,  // slot, expr, second, third, body
+  kBreak,
+  kContinue,
+  kReturn,  // expr or null
+  kTry,     // body, slot, otherwise
+  kThrow,   // expr
+  kPrint,   // items
+  kExit,    // expr or null
+};
+
+constexpr std::uint32_t kNoSlot = ~std::uint32_t{0};
+
+struct Statement {
+  Statement* next = nullptr;
+  StatementKind kind = StatementKind::kCall;
+  std::uint32_t offset = 0;
+  std::uint32_t slot = kNoSlot;
+  std::uint32_t slotOffset = 0;  // of the variable's name
+  std::uint32_t count = 0;       // path or items
+  Expr* expr = nullptr;
+  Expr* second = nullptr;
+  Expr* third = nullptr;
+  Item* items = nullptr;  // what print prints; the path of an assignment
+  Statement* body = nullptr;
+  Statement* otherwise = nullptr;
+  Expr* port = nullptr;  // of `send`
+  CommandElement* element = nullptr;
+};
+
+}  // namespace script

@@ -1,0 +1,168 @@
+#include "tavhost/service/json.h"
+
+#include <utf8.h>
+
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <vector>
+
+#include "tavhost/notation/kel_text.h"
+
+namespace script::service {
+
+namespace {
+
+void AppendString(std::string& out, std::string_view text) {
+  std::string repaired;
+  if (!utf8::is_valid(text.begin(), text.end())) {
+    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(repaired), 0xFFFD);
+    text = repaired;
+  }
+  out += '"';
+  for (const char c : text) {
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20) {
+          constexpr char kHex[] = "0123456789abcdef";
+          out += "\\u00";
+          out += {kHex[static_cast<unsigned char>(c) >> 4], kHex[c & 15]};
+        } else {
+          out += c;
+        }
+    }
+  }
+  out += '"';
+}
+
+void AppendPlain(std::string& out, const kel::Value& value) {
+  switch (value.Kind()) {
+    case TavKelInteger:
+      out += std::to_string(value.Integer());
+      break;
+    case TavKelReal:
+      if (std::isfinite(value.Real())) {
+        char digits[32];
+        const auto end = std::to_chars(digits, digits + sizeof digits, value.Real()).ptr;
+        out.append(digits, end);
+      } else {
+        out += "null";
+      }
+      break;
+    case TavKelString:
+    case TavKelWord:
+      AppendString(out, value.Text().View());
+      break;
+    case TavKelBody: {
+      SV::String text;
+      kel::AppendText(text, value, false);
+      AppendString(out, text.View());
+      break;
+    }
+    default:
+      out += "null";
+  }
+}
+
+// Lists and records in lists and records are taken one after the other, so that their depth costs
+// no stack.
+void AppendValue(std::string& out, const kel::Value& root) {
+  struct Level {
+    const kel::Value* value;
+    std::size_t next;
+  };
+  std::vector<Level> levels;
+  const auto begin = [&](const kel::Value& value) {
+    if (value.Kind() == TavKelList || value.Kind() == TavKelRecord) {
+      out += value.Kind() == TavKelList ? '[' : '{';
+      levels.push_back({&value, 0});
+    } else {
+      AppendPlain(out, value);
+    }
+  };
+  begin(root);
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    const bool isList = level.value->Kind() == TavKelList;
+    const std::size_t count =
+        isList ? level.value->AsList().items.size() : level.value->AsRecord().fields.size();
+    if (level.next == count) {
+      out += isList ? ']' : '}';
+      levels.pop_back();
+      continue;
+    }
+    if (level.next > 0) out += ',';
+    const std::size_t index = level.next++;
+    if (isList) {
+      begin(level.value->AsList().items[index]);
+    } else {
+      const kel::Field& field = level.value->AsRecord().fields[index];
+      AppendString(out, field.name.View());
+      out += ':';
+      begin(field.value);
+    }
+  }
+}
+
+std::string Finished(std::string json, std::string_view output, const std::string* error) {
+  json += ",\"output\":";
+  AppendString(json, output);
+  json += ",\"error\":";
+  if (error) {
+    AppendString(json, *error);
+  } else {
+    json += "null";
+  }
+  json += '}';
+  return json;
+}
+
+}  // namespace
+
+std::string ReplyJson(const kel::Value& record, std::string_view output, const std::string* error) {
+  std::string json = "{\"variables\":";
+  AppendValue(json, record);
+  return Finished(std::move(json), output, error);
+}
+
+std::string ReplyJson(const kel::Scope& variables, std::string_view output,
+                      const std::string* error) {
+  std::string json = "{\"variables\":{";
+  bool first = true;
+  variables.ForEach([&](std::string_view name, const kel::Value& value) {
+    if (!first) json += ',';
+    first = false;
+    AppendString(json, name);
+    json += ':';
+    AppendValue(json, value);
+  });
+  json += '}';
+  return Finished(std::move(json), output, error);
+}
+
+std::string ErrorJson(const std::string& error) {
+  return Finished("{\"variables\":{}", "", &error);
+}
+
+std::string QuestionJson(std::string_view output, const std::string& question) {
+  std::string json = Finished("{\"variables\":{}", output, nullptr);
+  json.pop_back();
+  return json + ",\"question\":" + question + '}';
+}
+
+}  // namespace script::service

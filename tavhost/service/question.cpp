@@ -1,0 +1,121 @@
+// The part of the queue in which the script that runs asks its client.
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <utility>
+
+#include "tavhost/service/json.h"
+#include "tavhost/service/queue.h"
+#include "tavhost/service/token.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace script::service {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kClosedQuestions = 100;  // whose late answers learn why they are late
+
+Reply Refusal(unsigned status, const std::string& reason) { return {status, ErrorJson(reason)}; }
+
+}  // namespace
+
+std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
+  const std::lock_guard lock(mutex_);
+  if (job->question == openQuestion_ && !openQuestion_.empty()) {
+    if (answer_) {
+      return Refusal(409, "another answer to the question is being looked at");
+    }
+    answer_ = std::move(job);
+    ui::WakeUp();
+    return std::nullopt;
+  }
+  const auto closed =
+      std::find_if(closedQuestions_.begin(), closedQuestions_.end(),
+                   [&job](const ClosedQuestion& question) { return question.id == job->question; });
+  if (closed != closedQuestions_.end()) return closed->refusal;
+  return Refusal(404, "there is no such question");
+}
+
+void Queue::Ask(Question& question) {
+  const std::string id = NewToken();
+  const auto end = Clock::now() + running_->questionTime;
+  std::shared_ptr<Job> asked;
+  {
+    const std::lock_guard lock(mutex_);
+    openQuestion_ = id;
+    questionEnd_ = end;
+    if (!closed_) asked.swap(waiter_);  // a service that ends takes no more answers
+  }
+  if (asked) Send(asked, {200, QuestionJson(output_, question.Json(id))});
+  while (true) {
+    std::shared_ptr<Job> answer;
+    {
+      const std::lock_guard lock(mutex_);
+      answer.swap(answer_);
+      if (!answer) {
+        notAnswered_ = WhyUnanswerable();
+        if (!notAnswered_.empty()) {
+          CloseQuestion(Refusal(410, notAnswered_));
+          break;
+        }
+      }
+    }
+    if (answer) {
+      if (Accept(question, answer)) return;
+      continue;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+    ui::CurrentToolkit().WaitForEvents(
+        static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0)));
+    ui::CurrentToolkit().ProcessEvents();
+  }
+  if (!stop::IsRequested()) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "script service: %s\n", notAnswered_.c_str());
+    std::fflush(stderr);
+    stop::Request(stop::Reason::kNoAnswer);
+  }
+  throw stop::Stopped();
+}
+
+bool Queue::Accept(Question& question, const std::shared_ptr<Job>& answer) {
+  if (answer->abandoned) {
+    Send(answer, ClientLeft());
+    return false;
+  }
+  if (const std::optional<std::string> misfit = question.Take(answer->text)) {
+    Send(answer, Refusal(400, *misfit));
+    return false;
+  }
+  std::shared_ptr<Job> second;
+  {
+    const std::lock_guard lock(mutex_);
+    second.swap(answer_);
+    CloseQuestion(Refusal(409, "the question has been answered"));
+    waiter_ = answer;
+    if (answer->abandoned) {
+      clientLeft_ = true;
+      stop::Request(stop::Reason::kUser);
+    }
+  }
+  Send(second, Refusal(409, "the question has been answered"));
+  return true;
+}
+
+std::string Queue::WhyUnanswerable() const {
+  if (closed_) return "the service ended before the window was answered";
+  if (stop::IsRequested()) return "the script was stopped before the window was answered";
+  if (Clock::now() < questionEnd_) return "";
+  return "the window was not answered within " + std::to_string(running_->questionTime.count()) +
+         " seconds; the script was stopped";
+}
+
+void Queue::CloseQuestion(Reply refusal) {
+  closedQuestions_.push_back({std::exchange(openQuestion_, {}), std::move(refusal)});
+  if (closedQuestions_.size() > kClosedQuestions) closedQuestions_.pop_front();
+}
+
+}  // namespace script::service

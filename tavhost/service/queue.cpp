@@ -1,0 +1,182 @@
+#include "tavhost/service/queue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "host/notation/kel_value.h"
+#include "host/script/script_result.h"
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/scope.h"
+#include "tavhost/notation/parser_access.h"
+#include "tavhost/script/ports/ports.h"
+#include "tavhost/script/runner.h"
+#include "tavhost/service/script_service.h"
+#include "tavhost/service/json.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace script::service {
+
+namespace {
+
+constexpr char kRequestName[] = "request";
+constexpr char kClientLeft[] = "the client left";
+
+SV::String ToString(const std::string& text) {
+  return SV::String(text.data(), static_cast<long>(text.size()));
+}
+
+Queue* runningQueue = nullptr;
+
+}  // namespace
+
+Reply ClientLeft() { return {200, ErrorJson(kClientLeft)}; }
+
+void Send(const std::shared_ptr<Job>& job, Reply reply) {
+  if (!job) return;
+  const auto send = std::exchange(job->reply, nullptr);
+  send(std::move(reply));
+}
+
+bool Queue::Add(std::shared_ptr<Job> job) {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || waiting_.size() >= limit_) return false;
+  waiting_.push_back(std::move(job));
+  if (!announced_) {
+    announced_ = true;
+    ui::Post(RunWaitingRequests);
+  }
+  return true;
+}
+
+void Queue::Abandon(Job& job) {
+  std::shared_ptr<Job> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto waits =
+        std::find_if(waiting_.begin(), waiting_.end(),
+                     [&job](const std::shared_ptr<Job>& other) { return other.get() == &job; });
+    if (waiter_.get() == &job) {
+      clientLeft_ = true;
+      stop::Request(stop::Reason::kUser);
+    } else if (waits != waiting_.end()) {
+      dropped = std::move(*waits);
+      waiting_.erase(waits);
+    } else if (answer_.get() == &job) {
+      dropped.swap(answer_);
+    } else {
+      job.abandoned = true;
+    }
+  }
+  Send(dropped, ClientLeft());
+}
+
+void Queue::Close() {
+  std::deque<std::shared_ptr<Job>> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    dropped.swap(waiting_);
+  }
+  for (const auto& job : dropped) Send(job, {200, ErrorJson("the service ends")});
+  ui::WakeUp();
+}
+
+void Queue::Run() {
+  while (true) {
+    std::shared_ptr<Job> job;
+    {
+      const std::lock_guard lock(mutex_);
+      announced_ = false;
+      if (running_ || waiting_.empty() || IsScriptRunning() || stop::IsRequested()) return;
+      job = std::move(waiting_.front());
+      waiting_.pop_front();
+      running_ = job;
+      waiter_ = job;
+      announced_ = true;  // the rest follows in this loop
+    }
+    RunJob(job);
+  }
+}
+
+Queue* Queue::Running() { return runningQueue; }
+
+void Queue::RunJob(const std::shared_ptr<Job>& job) {
+  output_.clear();
+  notAnswered_.clear();
+  runningQueue = this;
+  SetServingRequest(true);
+  stop::Reason reason = stop::Reason::kNone;
+  Reply reply;
+  reply.json = job->kind == Job::Kind::kScript ? RunScript(reason) : RunCommand(reason);
+  SetServingRequest(false);
+  runningQueue = nullptr;
+  std::shared_ptr<Job> waiter;
+  {
+    const std::lock_guard lock(mutex_);
+    running_.reset();
+    waiter.swap(waiter_);
+    // A stop that was not meant for this request alone ends the program around it.
+    if (std::exchange(clientLeft_, false)) {
+      stop::Clear();
+    } else if (reason == stop::Reason::kUser) {
+      stop::Request(reason);
+    }
+  }
+  Send(waiter, std::move(reply));
+}
+
+std::string Queue::StoppedText() const {
+  if (!notAnswered_.empty()) return notAnswered_;
+  const std::lock_guard lock(mutex_);
+  return clientLeft_ ? kClientLeft : "the script was stopped";
+}
+
+std::string Queue::RunScript(stop::Reason& reason) {
+  RunOptions options;
+  options.name = kRequestName;
+  options.sinks.print = [this](std::string_view text) { output_ += text; };
+  const Outcome outcome = RunText(ToString(running_->text), options);
+  std::string error;
+  bool failed = true;
+  if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
+    const Diagnostic& at = outcome.error;
+    error = at.file + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) +
+            ": error: " + at.message;
+  } else if (outcome.exitType == TavScriptExitStop) {
+    reason = outcome.stopReason;
+    error = StoppedText();
+  } else {
+    failed = false;
+  }
+  return ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr);
+}
+
+std::string Queue::RunCommand(stop::Reason& reason) {
+  TavKelParser parser(ToString(running_->text));
+  kel::ParseError parseError;
+  if (!kel::ParserAccess::Parse(parser, parseError)) {
+    return ErrorJson(std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +
+                     ": " + parseError.message);
+  }
+  if (kel::ParserAccess::Count(parser) != 1) return ErrorJson("a request takes one command");
+  TavKelValue variables(TavKelRecord);
+  TavScriptResult result(&variables);
+  const std::string name(parser.GetCurElemName().View());
+  std::string error;
+  try {
+    if (!ScriptPort::TavScript().Handle(name.c_str(), parser, result)) {
+      error = UnknownCommandText(TavMessagePort::TavScript(), name);
+    } else if (result.HasError()) {
+      error = std::string(result.GetError().View());
+    }
+  } catch (const stop::Stopped&) {
+    error = StoppedText();
+  } catch (const std::exception& failure) {
+    error = name + ": " + failure.what();
+  }
+  reason = stop::Requested();
+  stop::Clear();
+  return ReplyJson(kel::Value::Of(variables), "", error.empty() ? nullptr : &error);
+}
+
+}  // namespace script::service

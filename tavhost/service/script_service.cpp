@@ -1,0 +1,183 @@
+#include "tavhost/service/script_service.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "host/script/script_service.h"
+#include "tavhost/script/ports/ports.h"
+#include "tavhost/service/log.h"
+#include "tavhost/service/queue.h"
+#include "tavhost/service/server.h"
+#include "tavhost/service/token.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace script::service {
+
+namespace {
+
+// A service from its start until its last reply is sent.
+struct Service {
+  Service(std::size_t limit, std::string newToken) : queue(limit), token(std::move(newToken)) {}
+
+  Queue queue;
+  std::string token;
+  std::optional<TokenFile> file;
+  std::unique_ptr<Server> server;  // ends before the queue
+};
+
+HostOptions hostOptions;
+std::function<void(const std::string&)> logField;
+std::unique_ptr<Service> running;
+std::vector<std::unique_ptr<Service>> ending;  // stopped, with replies still under way
+
+void Report(int port, const std::string& reason) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "script service: port %d: %s\n", port, reason.c_str());
+  std::fflush(stderr);
+}
+
+// Who watches a service reads its lines as they come.
+void WriteToConsole(const std::string& line) {
+  std::fputs(line.c_str(), stderr);
+  std::fflush(stderr);
+}
+
+std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type) {
+  return [format, type](const LogEntry& entry) {
+    const std::string line = LogLine(entry, format) + '\n';
+    if (type == TavWSLogTextField) {
+      ui::Post([line] {
+        if (logField) {
+          logField(line);
+        } else {
+          WriteToConsole(line);
+        }
+      });
+    } else {
+      WriteToConsole(line);
+    }
+  };
+}
+
+void ForgetEnded() {
+  std::erase_if(ending, [](const auto& service) {
+    return service->server->HasEnded() && !service->queue.IsRunning();
+  });
+}
+
+bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType type) {
+  ForgetEnded();
+  if (running) {
+    Report(port, "the service runs already, on port " + std::to_string(running->server->Port()));
+    return false;
+  }
+  if (port < 0 || port > 65535) {
+    Report(port, "there is no such port");
+    return false;
+  }
+  auto service =
+      std::make_unique<Service>(static_cast<std::size_t>(std::max(backlog, 1)), NewToken());
+  ServerOptions options;
+  options.port = static_cast<std::uint16_t>(port);
+  options.backlog = backlog;
+  options.token = service->token;
+  options.addresses = {hostOptions.address};
+  if (!hostOptions.secondAddress.empty()) options.addresses.push_back(hostOptions.secondAddress);
+  options.queue = &service->queue;
+  options.log = Logger(format, type);
+  std::string error;
+  service->server = Server::Start(std::move(options), error);
+  if (!service->server) {
+    Report(port, error);
+    return false;
+  }
+  service->file = TokenFile::Write(service->token, service->server->Port());
+  if (!service->file) {
+    Report(port, "the token file cannot be written");
+    return false;
+  }
+  running = std::move(service);
+  return true;
+}
+
+bool StopService() {
+  if (!running) return false;
+  auto service = std::move(running);
+  service->file.reset();
+  service->server->Stop();
+  service->queue.Close();
+  ending.push_back(std::move(service));
+  return true;
+}
+
+}  // namespace
+
+void SetHostOptions(const HostOptions& options) { hostOptions = options; }
+
+void SetLogField(std::function<void(const std::string&)> show) { logField = std::move(show); }
+
+int Port() { return running ? running->server->Port() : 0; }
+
+std::string TokenFilePath() { return running ? running->file->Path() : std::string(); }
+
+void RunWaitingRequests() {
+  if (running) running->queue.Run();
+}
+
+void ServeUntilStopped() {
+  constexpr std::uint32_t kLongWait = 60000;  // whatever comes wakes it up
+  while (running && !stop::IsRequested()) {
+    RunWaitingRequests();
+    if (!running || stop::IsRequested()) break;
+    ui::CurrentToolkit().WaitForEvents(kLongWait);
+    ui::CurrentToolkit().ProcessEvents();
+  }
+}
+
+bool AsksClient() {
+  const Queue* const queue = Queue::Running();
+  return queue && queue->AsksClient();
+}
+
+void AskClient(Question& question) { Queue::Running()->Ask(question); }
+
+void SetServingRequest(bool serving) {
+  ScriptPort::SetRefusedCommand(serving && !hostOptions.allowCrash ? "CRASH" : nullptr);
+}
+
+void Shutdown() {
+  StopService();
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  while (true) {
+    ForgetEnded();
+    if (ending.empty() || std::chrono::steady_clock::now() > deadline) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  ending.clear();
+}
+
+}  // namespace script::service
+
+bool TavScriptService::Start(int port, int backlog, TavWSLogFormat format, TavWSLogType type,
+                             TavBasicFileLogger* logger, bool unused) {
+  trace::Call call("TavScriptService::Start", port, backlog, format, type, trace::Object{logger},
+                   unused);
+  return call.Result(script::service::StartService(port, backlog, format, type));
+}
+
+bool TavScriptService::Stop() {
+  trace::Call call("TavScriptService::Stop");
+  return call.Result(script::service::StopService());
+}
+
+bool TavScriptService::IsRunning() {
+  trace::Call call("TavScriptService::IsRunning");
+  return call.Result(script::service::running != nullptr);
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tavhost/service/log.h"
+#include "tavhost/service/queue.h"
+
+namespace script::service {
+
+struct ServerOptions {
+  std::uint16_t port = 0;  // 0: any free one
+  int backlog = 100;
+  std::string token;
+  std::vector<std::string> addresses;        // the first must be there
+  Queue* queue = nullptr;                    // outlives the server
+  std::function<void(const LogEntry&)> log;  // called on the server's thread
+};
+
+// The sockets of the script service, on a thread of their own. Requests that pass all checks go
+// to the queue, everything else is answered here.
+class Server {
+ public:
+  // Null, with the reason in `error`, when the port cannot be had.
+  static std::unique_ptr<Server> Start(ServerOptions options, std::string& error);
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+  ~Server();  // waits for its thread
+
+  std::uint16_t Port() const;
+  // Listens no more when it returns. Replies under way are still sent, then connections close.
+  void Stop();
+  bool HasEnded() const;
+  // Closes whatever is still open.
+  void Abort();
+
+ private:
+  class Listener;
+  class Session;
+  struct State;
+
+  explicit Server(std::unique_ptr<State> state);
+
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace script::service

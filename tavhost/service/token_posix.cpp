@@ -1,0 +1,38 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "tavhost/service/token.h"
+
+namespace script::service {
+
+namespace {
+
+// A folder of this user's that nobody else can enter.
+bool IsPrivate(const std::string& path) {
+  struct stat status;
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == geteuid() && (status.st_mode & 077) == 0;
+}
+
+}  // namespace
+
+std::string PrivateFolder() {
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  const std::string folder = runtime && *runtime ? std::string(runtime) + "/tavhost"
+                                                 : "/tmp/tavhost-" + std::to_string(geteuid());
+  mkdir(folder.c_str(), 0700);
+  return IsPrivate(folder) ? folder : std::string();
+}
+
+bool WritePrivateFile(const std::string& path, std::string_view contents) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (file < 0) return false;
+  const bool written =
+      write(file, contents.data(), contents.size()) == static_cast<ssize_t>(contents.size());
+  return close(file) == 0 && written;
+}
+
+}  // namespace script::service

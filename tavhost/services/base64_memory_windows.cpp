@@ -1,7 +1,0 @@
-#include "tavhost/services/base64_codec.h"
-
-namespace base64 {
-
-void ExpectFilled(void*, std::size_t) {}
-
-}  // namespace base64

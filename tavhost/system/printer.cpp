@@ -1,0 +1,50 @@
+#include "host/system/printer.h"
+
+#include <memory>
+
+#include "tavhost/base/trace.h"
+#include "tavhost/ui/toolkit.h"
+
+namespace {
+
+std::unique_ptr<TavPrinter> current;
+
+SV::String ToString(const std::string& text) {
+  return SV::String(text.data(), static_cast<long>(text.size()));
+}
+
+void Fill(TavPrinter& printer, const ui::PrinterInfo& info) {
+  printer.device = ToString(info.device);
+  printer.port = ToString(info.port);
+  printer.driver = ToString(info.driver);
+}
+
+}  // namespace
+
+// A name that the system does not know makes a printer of that name without device, port and
+// driver.
+TavPrinter::TavPrinter(const SV::String& printerName) : name(printerName) {
+  trace::Call call("TavPrinter::TavPrinter", printerName);
+  if (const auto known = ui::CurrentToolkit().FindPrinter(printerName.View())) Fill(*this, *known);
+  call.Created("TavPrinter", this);
+}
+
+TavPrinter* Tav_GetPrinter(bool create) {
+  trace::Call call("Tav_GetPrinter", create);
+  if (!current && create) {
+    if (const auto info = ui::CurrentToolkit().DefaultPrinter()) {
+      current = std::make_unique<TavPrinter>(ToString(info->name));
+      Fill(*current, *info);
+      trace::Name("TavPrinter", current.get());
+    }
+  }
+  return call.ResultObject(current.get());
+}
+
+void Tav_ReplacePrinter(TavPrinter* printer) {
+  trace::Call call("Tav_ReplacePrinter", trace::Object{printer});
+  call.Write();
+  if (printer == current.get()) return;
+  trace::Forget(current.get());
+  current.reset(printer);
+}

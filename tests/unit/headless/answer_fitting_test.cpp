@@ -1,0 +1,180 @@
+#include "tavhost/headless/answer_fitting.h"
+
+#include <gtest/gtest.h>
+
+#include "tavhost/ui/toolkit.h"
+
+namespace {
+
+using ui::Answer;
+using Texts = std::vector<std::string>;
+
+Answer Parse(std::string_view text) {
+  std::vector<Answer> answers;
+  std::string error;
+  EXPECT_TRUE(ui::ParseAnswers("a.kel", text, answers, error)) << error;
+  return answers.at(0);
+}
+
+std::string Misfit(std::string_view text, ui::ModalModel& window) {
+  window.Begin();
+  const std::optional<std::string> misfit = ui::ApplyAnswer(Parse(text), window);
+  EXPECT_EQ(window.HasEnded(), !misfit);
+  return misfit.value_or("");
+}
+
+TEST(AnswerFitting, MessageBoxesTakeTheirButtons) {
+  ui::MessageBoxModel box(ui::MessageKind::kQuery, 0x40 | 0x2000, "Write?");
+  EXPECT_EQ(Misfit("MESSAGE_BOX button:yes", box), "");
+  EXPECT_EQ(box.Result(), 2);
+  EXPECT_EQ(Misfit("MESSAGE_BOX", box), "");
+  EXPECT_EQ(box.EndButton(), "no") << "without a button the default counts";
+  EXPECT_EQ(Misfit("MESSAGE_BOX button:cancel", box), "");
+  EXPECT_EQ(box.Result(), 0);
+  EXPECT_EQ(Misfit("MESSAGE_BOX result:9", box), "");
+  EXPECT_EQ(box.Result(), 9);
+  EXPECT_EQ(Misfit("MESSAGE_BOX button:ok", box),
+            "there is no button ok; there are: yes, no, cancel");
+}
+
+TEST(AnswerFitting, KindAndTitleMustBeTheWindows) {
+  ui::MessageBoxModel box(ui::MessageKind::kQuery, 0x10, "Write?");
+  EXPECT_EQ(Misfit("LIST_BOX", box), "LIST_BOX does not answer a MESSAGE_BOX");
+  EXPECT_EQ(Misfit("MESSAGE_BOX title:\"Question\"", box), "");
+  EXPECT_EQ(Misfit("MESSAGE_BOX title:\"Other\"", box),
+            "the window's title is \"Question\", not \"Other\"");
+  ui::TextBoxModel view(false, false);
+  EXPECT_EQ(Misfit("EDIT_BOX", view), "EDIT_BOX does not answer a VIEW_BOX");
+  EXPECT_EQ(Misfit("VIEW_BOX", view), "");
+  EXPECT_EQ(view.Result(), 1);
+}
+
+TEST(AnswerFitting, SelectIsTheWholeSelection) {
+  ui::ListBoxModel list(true);
+  for (const char* entry : {"a", "b", "c"}) list.Insert(entry);
+  list.AddCheckBox("x", false);
+  list.AddCheckBox("y", true);
+  list.Select("a");
+  EXPECT_EQ(Misfit("LIST_BOX", list), "");
+  EXPECT_EQ(list.Selected(), std::vector<std::uint32_t>{0}) << "without select it stays";
+  EXPECT_EQ(Misfit("LIST_BOX select:(\"c\", \"b\") check:\"x\" uncheck:\"y\"", list), "");
+  EXPECT_EQ(list.Selected(), (std::vector<std::uint32_t>{1, 2}));
+  EXPECT_TRUE(list.IsChecked("x"));
+  EXPECT_FALSE(list.IsChecked("y"));
+  EXPECT_EQ(Misfit("LIST_BOX select:()", list), "");
+  EXPECT_TRUE(list.Selected().empty());
+}
+
+TEST(AnswerFitting, AMisfitLeavesTheListAsItWas) {
+  ui::ListBoxModel list(true);
+  for (const char* entry : {"a", "b"}) list.Insert(entry);
+  list.AddCheckBox("x", false);
+  list.Select("a");
+  EXPECT_EQ(Misfit("LIST_BOX select:(\"b\", \"z\")", list), "the list has no entry \"z\"");
+  EXPECT_EQ(list.Selected(), std::vector<std::uint32_t>{0});
+  EXPECT_EQ(Misfit("LIST_BOX select:\"b\" check:(\"x\", \"q\")", list),
+            "there is no check box \"q\"");
+  EXPECT_EQ(list.Selected(), std::vector<std::uint32_t>{0});
+  EXPECT_FALSE(list.IsChecked("x"));
+  ui::ListBoxModel one(false);
+  for (const char* entry : {"a", "b"}) one.Insert(entry);
+  EXPECT_EQ(Misfit("LIST_BOX select:(\"a\", \"b\")", one), "only one entry can be selected");
+}
+
+TEST(AnswerFitting, FilesAreTakenAsWritten) {
+  ui::FileDialogModel open(0x1020);
+  EXPECT_EQ(Misfit("FILE_DIALOG path:\"C:\\\\none\\\\x.txt\"", open), "");
+  EXPECT_EQ(open.chosen, Texts{"C:\\none\\x.txt"});
+  EXPECT_EQ(Misfit("FILE_DIALOG", open), "");
+  EXPECT_TRUE(open.chosen.empty());
+  EXPECT_EQ(Misfit("FILE_DIALOG path:(\"a\", \"b\")", open), "only one file can be chosen");
+  open.multiple = true;
+  EXPECT_EQ(Misfit("FILE_DIALOG path:(\"a\", \"b\")", open), "");
+  EXPECT_EQ(open.chosen, (Texts{"a", "b"}));
+  ui::DirectoryDialogModel directory("start");
+  EXPECT_EQ(Misfit("DIRECTORY_DIALOG", directory), "");
+  EXPECT_EQ(directory.path, "start");
+  EXPECT_EQ(Misfit("DIRECTORY_DIALOG path:\"other\"", directory), "");
+  EXPECT_EQ(directory.path, "other");
+  ui::ImageDialogModel images;
+  EXPECT_EQ(Misfit("IMAGE_DIALOG path:\"a.png\"", images), "");
+  EXPECT_EQ(images.selected, "a.png");
+  EXPECT_EQ(Misfit("IMAGE_DIALOG", images), "");
+  EXPECT_EQ(images.selected, "");
+}
+
+// What was done in a window, written down and given to an equal window, does it again.
+TEST(AnswerFitting, RecordingAndReplayingGivesTheSame) {
+  using namespace std::string_view_literals;
+  const std::string_view hostile[] = {"a",          "",         "with blank", "\"quote\"",
+                                      "line\nfeed", "nul\0x"sv, "<&",         "\xC3\x28"};
+  ui::ListBoxModel done(true);
+  ui::ListBoxModel again(true);
+  for (const std::string_view entry : hostile) {
+    done.Insert(entry);
+    again.Insert(entry);
+  }
+  done.AddCheckBox("c\"1", true);
+  again.AddCheckBox("c\"1", false);
+  for (const std::uint32_t index : {1u, 3u, 4u, 5u, 7u}) done.SetSelected(index, true);
+  done.SetTitle("t\n");
+  again.SetTitle("t\n");
+  done.Begin();
+  done.End("ok");
+  const std::string line = ui::AnswerLine(ui::AnswerOf(done));
+  EXPECT_EQ(Misfit(line, again), "") << line;
+  EXPECT_EQ(again.Selected(), done.Selected());
+  EXPECT_TRUE(again.IsChecked("c\"1"));
+  EXPECT_EQ(again.Result(), 1);
+}
+
+TEST(AnswerFitting, TheLineToAddIsTheDefaultAnswer) {
+  ui::MessageBoxModel box(ui::MessageKind::kQuery, 0x40 | 0x2000, "Write?");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(box)), "MESSAGE_BOX button:no");
+  box.SetTitle("Demo");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(box)), "MESSAGE_BOX title:\"Demo\" button:no");
+  ui::EditFieldModel field("Name");
+  field.text = "x";
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(field)), "EDIT_FIELD text:\"x\" button:ok");
+}
+
+TEST(AnswerFitting, BrowsersTakeClose) {
+  ui::TableModel table(false);
+  ui::BrowserModel browser(table, false);
+  EXPECT_EQ(Misfit("BROWSER", browser), "");
+  EXPECT_EQ(browser.EndButton(), "close");
+  EXPECT_EQ(Misfit("BROWSER button:ok", browser),
+            "there is no button ok; there are: close, cancel");
+}
+
+TEST(AnswerFitting, TablesAreChangedInTheOrderWritten) {
+  ui::TableModel table(false);
+  ASSERT_TRUE(table.Read("a;b\n1;2\n3;4", nullptr, ';', '\n'));
+  ui::EditBrowserModel browser(table);
+  const char* const changes =
+      "EDIT_BROWSER cells:{ CELL row:1 column:2 text:\"9\"; INSERT_ROW row:3; "
+      "CELL row:3 column:1 text:\"x\"; SORT_ROWS column:2; DELETE_ROW row:1 } button:ok";
+  EXPECT_EQ(Misfit(changes, browser), "");
+  EXPECT_EQ(table.Write(';'), "a;b\n1;9\nx;");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(browser)), changes);
+}
+
+TEST(AnswerFitting, AnAnswerThatDoesNotFitLeavesTheTableAsItWas) {
+  ui::TableModel table(true);
+  ASSERT_TRUE(table.Read("h;a\n1;2", nullptr, ';', '\n'));
+  ui::EditBrowserModel browser(table);
+  const std::string before = table.Write(';');
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ CELL row:1 column:1 text:\"2\"; INSERT_ROW row:1; "
+                   "CELL row:1 column:2 text:\"x\" }",
+                   browser),
+            "the table has no column 2, it has 1");
+  EXPECT_EQ(table.Write(';'), before);
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ CELL row:0 column:1 text:\"x\" }", browser),
+            "the table has no row 0, it has 1");
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ INSERT_ROW row:3 }", browser),
+            "the table has no row 3, it has 1");
+  EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ SORT_ROWS column:0 }", browser),
+            "the table has no column 0, it has 1");
+}
+
+}  // namespace
