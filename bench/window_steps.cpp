@@ -15,7 +15,8 @@
 
 #include "bench/compare.h"
 #include "tavhost/qt/modal_view.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 
 namespace {
 

@@ -5,6 +5,10 @@
 #include <memory>
 
 #include "commands/handlers.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
+#include "host/base/size.h"
+#include "host/base/string.h"
 #include "host/browser/dockable_browser_tool.h"
 #include "host/browser/editable_browser_objects.h"
 #include "host/browser/editable_simple_browser_window.h"
@@ -12,15 +16,11 @@
 #include "host/browser/simple_browser_window.h"
 #include "host/browser/small_browser_window.h"
 #include "host/dialog/app_work_window.h"
+#include "host/dialog/top_window.h"
 #include "host/dialog/workbench.h"
 #include "host/notation/kel_parser.h"
-#include "host/dialog/top_window.h"
 #include "host/sv/link.h"
-#include "host/base/size.h"
-#include "host/base/string.h"
 #include "host/tools/graph_rep_tool.h"
-#include "commands/support/checks.h"
-#include "commands/support/results.h"
 
 namespace commands {
 

@@ -3,6 +3,10 @@
 #include <cstdint>
 
 #include "commands/handlers.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
+#include "host/base/size.h"
+#include "host/base/string.h"
 #include "host/notation/extended_message_port.h"
 #include "host/notation/kel_converter.h"
 #include "host/notation/kel_parser.h"
@@ -12,18 +16,14 @@
 #include "host/script/script_runtime.h"
 #include "host/script/script_service.h"
 #include "host/script/type_check.h"
-#include "host/system/error_message.h"
-#include "host/system/printer.h"
 #include "host/sv/application.h"
 #include "host/system/clipboard.h"
-#include "host/base/size.h"
+#include "host/system/error_message.h"
+#include "host/system/printer.h"
 #include "host/system/sound.h"
-#include "host/base/string.h"
 #include "host/system/system.h"
 #include "host/tools/modeling_shell.h"
 #include "host/windows/windows.h"
-#include "commands/support/checks.h"
-#include "commands/support/results.h"
 
 namespace commands {
 

@@ -4,13 +4,13 @@
 #include <memory>
 
 #include "commands/handlers.h"
-#include "host/notation/kel_parser.h"
-#include "host/http/http_client.h"
-#include "host/base/string.h"
-#include "host/base/wstring.h"
-#include "host/windows/winhttp.h"
 #include "commands/support/checks.h"
 #include "commands/support/results.h"
+#include "host/base/string.h"
+#include "host/base/wstring.h"
+#include "host/http/http_client.h"
+#include "host/notation/kel_parser.h"
+#include "host/windows/winhttp.h"
 
 namespace commands {
 

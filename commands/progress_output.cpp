@@ -6,6 +6,8 @@
 
 #include "commands/handlers.h"
 #include "commands/message_window.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
 #include "host/dialog/app_work_window.h"
 #include "host/dialog/percentage_window.h"
 #include "host/dialog/save_hide.h"
@@ -14,8 +16,6 @@
 #include "host/sv/multi_line_edit.h"
 #include "host/system/sysdepen.h"
 #include "host/windows/windows.h"
-#include "commands/support/checks.h"
-#include "commands/support/results.h"
 
 namespace commands {
 

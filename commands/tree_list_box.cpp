@@ -1,17 +1,17 @@
 // The tree list box: one dialog for the whole process, made by TLB_CREATE, filled by the commands
 // behind it and run by TLB_SHOW as often as a script likes. It stays until the next TLB_CREATE.
 #include "commands/handlers.h"
+#include "commands/support/checks.h"
+#include "commands/support/results.h"
+#include "host/base/sequence.h"
+#include "host/base/string.h"
 #include "host/dialog/simple_tlb_dlg.h"
 #include "host/dialog/tlb_image_pool.h"
-#include "host/notation/kel_parser.h"
 #include "host/dialog/top_window.h"
+#include "host/notation/kel_parser.h"
 #include "host/sv/application.h"
 #include "host/sv/image.h"
 #include "host/sv/map_mode.h"
-#include "host/base/sequence.h"
-#include "host/base/string.h"
-#include "commands/support/checks.h"
-#include "commands/support/results.h"
 
 namespace commands {
 

@@ -1,9 +1,9 @@
 #include "plugin/exports.h"
 
+#include "host/base/string.h"
 #include "host/notation/message_port.h"
 #include "host/script/message_port_command_handler_array.h"
 #include "host/system/version.h"
-#include "host/base/string.h"
 #include "plugin/command_table.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/base/forward.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
-#include "host/base/forward.h"
 
 // What the host finds in the plug-in, by these plain names. None needs another to have been called
 // before.

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks who includes whom, and that platform code stands in files of its own.
 
-The product (plugin/, commands/) knows the host through host/ alone; the host's libraries know only
-those below them; Qt stays in its folder; what differs between platforms is a whole file.
+The product (plugin/, commands/) knows the host through host/ alone; a room of the host knows the
+rooms that it needs, all of them below it; Qt stays in its room; what differs between platforms is
+a whole file.
 """
 
 import re
@@ -12,9 +13,32 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 
-# The host's libraries, lowest first.
-LIBRARIES = ("sv", "windows", "notation", "script", "services", "core", "dialog", "browser", "tools")
-PORT = "tavhost/ui/toolkit.h"
+# The rooms of the host, the folders of tavhost/, lowest floor first, and the rooms that each may
+# include beside itself. A room names what it needs and nothing more.
+ROOMS = {
+    "base": (),
+    "notation": ("base",),
+    "reference": ("base", "notation"),
+    "ui": ("base", "notation"),
+    "ide": ("base",),
+    "script": ("base", "notation"),
+    "sv": ("base", "ui"),
+    "windows": ("base", "sv"),
+    "system": ("base", "ui", "sv"),
+    "files": ("base", "script", "windows"),
+    "http": ("base", "files"),
+    "dialog": ("base", "ui", "sv"),
+    "browser": ("base", "ui"),
+    "tools": ("base", "notation", "ui", "files"),
+    "analysis": ("base", "notation", "reference", "ui", "script"),
+    "loader": ("base", "notation", "script"),
+    "service": ("base", "notation", "script"),
+    "lsp": ("base", "notation", "reference", "script", "analysis"),
+    "headless": ("base", "ui"),
+    "qt": ("reference", "ui", "ide"),
+}
+ROOMS["app"] = tuple(room for room in ROOMS if room != "qt")  # the Qt module is loaded, never linked
+FLOORS = list(ROOMS)
 
 STANDARD = set("""
 algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono
@@ -37,7 +61,7 @@ WINDOWS = re.compile(r"^(windows|winhttp|winsock2|ws2tcpip|winbase|winnt|winuser
                      r"winspool|objbase|bcrypt|share|fcntl|winioctl|knownfolders|wininet|"
                      r"winternl|processthreadsapi|sys/(stat|types|utime)|malloc|excpt)\.h$",
                      re.IGNORECASE)
-LIBRARY_HEADERS = re.compile(r"^(nlohmann/|utf8\.h|utf8/|boost/|curl/|editline/|zlib\.h|alsa/)")
+LIBRARY_HEADERS = re.compile(r"^(nlohmann/|tl/|utf8\.h|utf8/|boost/|curl/|editline/|zlib\.h|alsa/)")
 QT = re.compile(r"^(Q[A-Za-z0-9]+|Qt[A-Z][A-Za-z]*/.*|q[a-z0-9_]+\.h)$")
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
@@ -59,59 +83,51 @@ def may_have_conditionals(path):
 
 
 def area(path):
-    """What a file belongs to: "host", "commands", "plugin", or "tavhost/<folder>"."""
+    """What a file belongs to: "host", "commands", "plugin", or "tavhost/<room>"."""
     parts = path.split("/")
-    if parts[0] != "tavhost":
-        return parts[0]
-    if parts[1] == "ui" and len(parts) > 3:
-        return "/".join(parts[:3])
-    return "/".join(parts[:2])
+    return parts[0] if parts[0] != "tavhost" else "/".join(parts[:2])
+
+
+def host_problem(path, included):
+    """Why a header of host/ may not include another, or None: its folders stand on the floors of
+    the rooms that define them."""
+    name, other = path.split("/")[1], included.split("/")[1]
+    if other in FLOORS and name in FLOORS and FLOORS.index(other) > FLOORS.index(name):
+        return f"{name} stands below {other}"
+    return None
 
 
 def quoted_problem(path, included):
     """Why a file may not include one of the project's own, or None."""
     here, there = area(path), area(included)
     if here == "host":
-        return None if there == "host" else "host/ stands by itself"
+        return host_problem(path, included) if there == "host" else "host/ stands by itself"
     if here == "commands":
-        if there in ("host", "commands") or included in ("commands/support/results.h", "commands/support/checks.h"):
-            return None
-        return "commands know host/, commands/support/results.h and commands/support/checks.h"
+        return None if there in ("host", "commands") else "commands know host/ alone"
     if here == "plugin":
-        if there in ("host", "plugin") or included == "commands/handlers.h":
-            return None
-        return "plugin/ knows host/ and commands/handlers.h"
+        return None if there in ("host", "commands", "plugin") else "plugin/ knows host/ and commands/"
     if there in ("commands", "plugin"):
         return "the host never includes the plug-in"
+    room = here.removeprefix("tavhost/")
+    if room not in ROOMS:
+        return f"{here}/ is no room; ROOMS lists them"
     if there == "host":
         return None
-    if there == "tavhost/ui/qt" and here != "tavhost/ui/qt":
-        return "the Qt module is loaded, never linked"
-    if here == "tavhost/app":
-        return None
-    if there == "tavhost/app":
-        return "only app/ knows app/"
-    if here in ("tavhost/loader", "tavhost/check"):
-        return None
-    if there == "tavhost/check" and not here.startswith("tavhost/ui/qt"):
-        return "check stands above the libraries"
-    if here == "tavhost/ui/qt":
-        return None
-    if here == "tavhost/ui/headless":
-        return "a back end knows no loader" if there == "tavhost/loader" else None
-    if here == "tavhost/ui/workbench":
-        return None if there == here else "the workbench's rules stand by themselves"
-    if here == "tavhost/ui":
-        return None if there == "tavhost/ui" else "the port knows host/ alone"
-    library = here.removeprefix("tavhost/")
-    if library not in LIBRARIES:
-        return f"{here}/ has no place in the order of the libraries"
-    if included == PORT or there == here:
-        return None
     other = there.removeprefix("tavhost/")
-    if other in LIBRARIES and LIBRARIES.index(other) < LIBRARIES.index(library):
+    if other == room or other in ROOMS[room]:
         return None
-    return f"{library} is not above {other}"
+    if other == "qt":
+        return "the Qt module is loaded, never linked"
+    if other not in ROOMS:
+        return f"{there}/ is no room; ROOMS lists them"
+    return f"{room} does not use {other}; ROOMS tells what each room needs"
+
+
+def rooms_problems():
+    """What is wrong with ROOMS itself: a room that reaches up."""
+    return [f"scripts/check_includes.py: {room} would reach up to {other}"
+            for room, others in ROOMS.items() for other in others
+            if other not in FLOORS or FLOORS.index(other) >= FLOORS.index(room)]
 
 
 def angled_problem(path, included):
@@ -120,7 +136,7 @@ def angled_problem(path, included):
     if included in STANDARD:
         return None
     if QT.match(included) and included not in STANDARD:
-        return None if here == "tavhost/ui/qt" else "Qt stays in tavhost/ui/qt/"
+        return None if here == "tavhost/qt" else "Qt stays in tavhost/qt/"
     if included in COMPILER and here.startswith("tavhost/"):
         return None
     platform = platform_of(path)
@@ -147,10 +163,12 @@ def check_file(path, text, exists):
     for match in INCLUDE.finditer(text):
         quoted, angled = match.groups()
         if quoted:
-            why = None if exists(quoted) else "no such file from the top folder"
             if QT.match(quoted) or quoted.endswith(".moc"):
-                why = None if area(path) == "tavhost/ui/qt" else "Qt stays in tavhost/ui/qt/"
-            why = why or quoted_problem(path, quoted)
+                why = None if area(path) == "tavhost/qt" else "Qt stays in tavhost/qt/"
+            elif not exists(quoted):
+                why = "no such file from the top folder"
+            else:
+                why = quoted_problem(path, quoted)
         else:
             why = angled_problem(path, angled)
         if why:
@@ -176,7 +194,7 @@ def sources():
 
 
 def main():
-    problems = []
+    problems = rooms_problems()
     files = sources()
     if not files:
         problems.append("no sources found")

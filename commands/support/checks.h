@@ -1,9 +1,9 @@
 #pragma once
 
+#include "commands/support/names.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value_type.h"
 #include "host/script/type_check.h"
-#include "commands/support/names.h"
 
 // The type checks that stand at the head of a handler. Each is true when the handler must return
 // at once: the host has then written the error, and the handler writes nothing.

@@ -2,12 +2,12 @@
 
 #include <cstdint>
 
+#include "commands/support/names.h"
+#include "host/base/string.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
-#include "host/base/string.h"
-#include "commands/support/names.h"
 
 namespace results {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "commands/support/names.h"
+#include "host/base/forward.h"
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
-#include "host/base/forward.h"
-#include "commands/support/names.h"
 
 // How a handler reports: result variables, written wherever the result wants them (the calling
 // script's variables, an object value, or KEL text). Handlers never ask which. There are no other

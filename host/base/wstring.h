@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "host/export.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 namespace SV {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "host/export.h"
 #include "host/base/forward.h"
+#include "host/export.h"
 
 namespace ui {
 class TableModel;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/browser/browser_objects.h"
 #include "host/base/string.h"
+#include "host/browser/browser_objects.h"
 
 // A table that can be changed. Handles cannot.
 class TAV_HOST_API TavEditableBrowserObjects : public TavBrowserObjects {

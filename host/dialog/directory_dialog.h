@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/forward.h"
+#include "host/export.h"
 #include "host/sv/forward.h"
 
 // Lets the user choose a directory, beginning with `path`; true when confirmed. `path` is then the

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <memory>
 
-#include "host/export.h"
 #include "host/base/forward.h"
-#include "host/sv/forward.h"
 #include "host/base/sequence.h"
 #include "host/base/string.h"
+#include "host/export.h"
+#include "host/sv/forward.h"
 
 // Chooses files to open, or a file to save to.
 class TAV_HOST_API TavFileDialog {

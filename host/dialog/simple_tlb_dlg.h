@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/base/sequence.h"
 #include "host/dialog/modal_dialog.h"
 #include "host/sv/image.h"
-#include "host/base/sequence.h"
 
 namespace ui {
 class TreeListBoxModel;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/forward.h"
+#include "host/export.h"
 
 // What the host shows while it starts.
 class TAV_HOST_API TavStartupBox {

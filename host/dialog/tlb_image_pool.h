@@ -2,9 +2,9 @@
 
 #include <map>
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/sv/image.h"
-#include "host/base/string.h"
 
 // Hands out the images of tree list boxes by name, each read once. Making one touches neither
 // files nor a user interface.

@@ -2,11 +2,11 @@
 
 #include <memory>
 
+#include "host/base/size.h"
+#include "host/base/string.h"
 #include "host/dialog/tool_box_align.h"
 #include "host/export.h"
 #include "host/sv/link.h"
-#include "host/base/size.h"
-#include "host/base/string.h"
 #include "host/sv/window.h"
 
 namespace ui {

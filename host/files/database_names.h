@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 // Whether `name` names a file of the database file area: `db:\` and a name that any system can
 // store. Separators, `..`, control bytes, `<>:"|?*`, a blank or dot at the end and the names of

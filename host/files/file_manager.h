@@ -4,8 +4,8 @@
 #include <functional>
 #include <set>
 
-#include "host/export.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 typedef std::int32_t TavFileHandle;  // 0: no file
 

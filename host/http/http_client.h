@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "host/export.h"
 #include "host/base/wstring.h"
+#include "host/export.h"
 
 // One HTTP or HTTPS request and its answer. Redirects are followed (20 at most, never from https
 // to http), certificates are checked, and answers that break off or contradict themselves are

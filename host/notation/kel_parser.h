@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "host/export.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 namespace kel {
 struct Element;

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/notation/kel_value_type.h"
-#include "host/base/string.h"
 
 namespace kel {
 class Value;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/base/forward.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
-#include "host/base/forward.h"
 
 namespace kel {
 class Scope;

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <map>
 
+#include "host/base/forward.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
-#include "host/base/forward.h"
 
 // All message ports by name. Owns neither the ports nor the names.
 class TAV_HOST_API TavMessagePortManager {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/script/message_port_command.h"
-#include "host/base/string.h"
 
 // A view of a command table that finds commands by their exact names. Making and destroying one
 // costs nothing that grows with the table; the table must outlive the program's use of it.

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
-#include "host/base/string.h"
 
 // How a run ended.
 enum TavScriptExitType {

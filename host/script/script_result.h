@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
-#include "host/base/string.h"
 
 // Receives a command's result variables in one of three ways: into the value set of the calling
 // script, else into an object value, else as KEL text. Beside them stands at most one error.

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/base/forward.h"
 #include "host/export.h"
 #include "host/notation/forward.h"
 #include "host/notation/kel_value_type.h"
 #include "host/script/forward.h"
-#include "host/base/forward.h"
 
 // True when the parameter cannot be used, the error then being in the result: it is present with
 // another type, or absent though not optional. The empty name means the main value. An integer

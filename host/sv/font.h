@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/size.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 namespace SV {
 

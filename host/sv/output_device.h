@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/base/point.h"
+#include "host/base/size.h"
 #include "host/export.h"
 #include "host/sv/font.h"
 #include "host/sv/map_mode.h"
-#include "host/base/point.h"
-#include "host/base/size.h"
 
 namespace SV {
 

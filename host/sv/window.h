@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/sv/output_device.h"
-#include "host/base/string.h"
 
 namespace ui {
 class WindowModel;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/forward.h"
+#include "host/export.h"
 
 namespace SV {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/base/string.h"
+#include "host/export.h"
 
 // A printer setting: what the system calls it and how it is reached.
 class TAV_HOST_API TavPrinter {

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "tavhost/analysis/check.h"
-#include "tavhost/script/syntax/parser.h"
 #include "tavhost/script/code/code.h"
+#include "tavhost/script/syntax/parser.h"
 
 namespace check {
 

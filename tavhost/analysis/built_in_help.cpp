@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace app {
+namespace check {
 
 namespace {
 
@@ -64,4 +64,4 @@ const BuiltInHelp* FindBuiltInHelp(std::string_view name) {
   return found != std::end(kHelp) && found->name == name ? found : nullptr;
 }
 
-}  // namespace app
+}  // namespace check

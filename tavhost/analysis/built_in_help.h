@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace app {
+namespace check {
 
 // What a built-in function is for, in a line; docs/language.md says it in full.
 struct BuiltInHelp {
@@ -14,4 +14,4 @@ struct BuiltInHelp {
 // Null when there is none of that name.
 const BuiltInHelp* FindBuiltInHelp(std::string_view name);
 
-}  // namespace app
+}  // namespace check

@@ -5,9 +5,9 @@
 #include "tavhost/analysis/answer_checker.h"
 #include "tavhost/analysis/findings.h"
 #include "tavhost/analysis/script_checker.h"
-#include "tavhost/base/block_arena.h"
-#include "tavhost/script/syntax/parser.h"
+#include "tavhost/base/arena.h"
 #include "tavhost/script/code/code.h"
+#include "tavhost/script/syntax/parser.h"
 
 namespace check {
 
@@ -29,7 +29,7 @@ void CheckCompiled(const SV::String& text, const std::string& name, Findings& fi
 std::vector<Finding> CheckScript(const SV::String& text, const std::string& name,
                                  const AnswersFile* answers) {
   script::Program program(text, name);
-  script::Arena arena;
+  base::Arena arena;
   Findings findings(program);
   try {
     const std::vector<script::FunctionSyntax> parsed = script::Parser(program, arena).Parse();

@@ -4,8 +4,8 @@
 #include <cctype>
 #include <optional>
 
-#include "tavhost/notation/scan.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/notation/scan.h"
 
 namespace check {
 
@@ -126,7 +126,7 @@ void CommandChecker::CheckUnknown(const CommandAttribute* attribute) {
                            '(' + std::string(attribute->name) + ')');
     return;
   }
-  const std::string nearest = script::NearestName(attribute->name, known);
+  const std::string nearest = base::NearestName(attribute->name, known);
   if (nearest.empty() && isBare && command_->main &&
       element_->main.kind == CommandValueKind::kNone) {
     mainMistaken_ = true;
@@ -221,7 +221,7 @@ void CommandChecker::CheckConstant(const Parameter& parameter, const CommandValu
     if (known_value.value == value.text) return;
     known.emplace_back(known_value.value);
   }
-  const std::string nearest = script::NearestName(value.text, known);
+  const std::string nearest = base::NearestName(value.text, known);
   if (nearest.empty()) return;
   around_.findings.Hint(at,
                         Prefix(parameter.name) + ": " + Quoted(value.text) +
@@ -240,7 +240,7 @@ void CommandChecker::CheckBody(const Parameter& parameter, const CommandValue& v
     if (described) {
       CommandChecker(around_).Check(inner, *described);
     } else if (!known.empty()) {
-      const std::string nearest = script::NearestName(inner->name, known);
+      const std::string nearest = base::NearestName(inner->name, known);
       std::string message = std::string(element_->name) + ": unknown element " +
                             Quoted(inner->name) + " in " + Quoted(parameter.name) +
                             DidYouMean(nearest);
@@ -288,7 +288,7 @@ void CommandChecker::CheckMissing(const Parameter& parameter) {
   // A misspelt parameter has been complained about; one mistake, one finding.
   for (const auto* attribute = element_->attributes; attribute; attribute = attribute->next) {
     if (!command_->FindParameter(attribute->name) &&
-        script::NearestName(attribute->name, {parameter.name}) == parameter.name) {
+        base::NearestName(attribute->name, {parameter.name}) == parameter.name) {
       return;
     }
   }

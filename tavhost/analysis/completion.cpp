@@ -7,7 +7,7 @@
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/built_in/built_in.h"
 
-namespace app {
+namespace check {
 
 namespace {
 
@@ -207,4 +207,4 @@ std::vector<std::string> CompleteScript(std::string_view before,
   return candidates.Take();
 }
 
-}  // namespace app
+}  // namespace check

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace app {
+namespace check {
 
 // The words that can stand in place of the name that `before` ends with, in order: at the start
 // of a statement commands, keywords and variables; behind a command its parameters (with their
@@ -16,4 +16,4 @@ std::vector<std::string> CompleteScript(std::string_view before,
 // The part of `before` that CompleteScript's words replace.
 std::string_view WordToComplete(std::string_view before);
 
-}  // namespace app
+}  // namespace check

@@ -1,10 +1,10 @@
 #include <algorithm>
 
 #include "tavhost/analysis/script_checker.h"
+#include "tavhost/base/nearest_name.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/script/code/compiler.h"
-#include "tavhost/base/nearest_name.h"
 
 // Expressions: what they read, what they compare, what they call.
 namespace check {
@@ -109,7 +109,7 @@ std::string ScriptChecker::NearestVariable(std::string_view name) const {
   for (const auto& [other, offset] : firstSet_) {
     if (other != name) known.push_back(other);
   }
-  return script::NearestName(name, known);
+  return base::NearestName(name, known);
 }
 
 void ScriptChecker::ReadVariable(std::uint32_t slot, std::string_view at) {
@@ -164,7 +164,7 @@ void ScriptChecker::ReadField(const Expr* expr) {
     }
   }
   if (isKnown || state_.isDead) return;
-  const std::string nearest = script::NearestName(field, known);
+  const std::string nearest = base::NearestName(field, known);
   const std::string_view dot = program_.source.TextFrom(expr->offset);
   std::size_t at = 1;
   while (at < dot.size() && !kel::IsNameStart(dot[at])) ++at;
@@ -196,7 +196,7 @@ void ScriptChecker::ReadCall(const Expr* expr) {
       names.emplace_back(script::kBuiltIns[i].name);
     }
     findings_.Error(expr->text, script::UnknownFunctionText(name, program_, {}),
-                    script::NearestName(name, names));
+                    base::NearestName(name, names));
     return;
   }
   const std::uint32_t takes = program_.functions[known->second]->parameters;
@@ -288,7 +288,7 @@ void ScriptChecker::CheckCompared(const Expr* expr, const Expr* constant) {
                    command.name + " never sets \"" + result + "\" to " + given);
     return;
   }
-  const std::string nearest = script::NearestName(given, {possible.begin(), possible.end()});
+  const std::string nearest = base::NearestName(given, {possible.begin(), possible.end()});
   const std::string what = result == "endbutton" ? "this box never returns \"" : "";
   findings_.Error(ConstantText(constant->offset),
                   what.empty()

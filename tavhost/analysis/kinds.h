@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "tavhost/reference/reference.h"
 #include "tavhost/notation/value.h"
+#include "tavhost/reference/reference.h"
 #include "tavhost/script/syntax/syntax.h"
 
 namespace check {

@@ -287,9 +287,8 @@ void ScriptChecker::WalkCommand(const Statement* statement) {
     if (isOurs) {
       const reference::Command* nearest = reference::Catalogue::Get().Nearest(element->name);
       const std::string name =
-          nearest
-              ? nearest->name
-              : script::NearestName(element->name, {std::begin(kKeywords), std::end(kKeywords)});
+          nearest ? nearest->name
+                  : base::NearestName(element->name, {std::begin(kKeywords), std::end(kKeywords)});
       findings_.Error(element->name,
                       "unknown command \"" + std::string(element->name) + '"' + DidYouMean(name),
                       name);

@@ -12,8 +12,8 @@
 #include "tavhost/analysis/command_use.h"
 #include "tavhost/analysis/findings.h"
 #include "tavhost/analysis/variable_state.h"
-#include "tavhost/script/syntax/parser.h"
 #include "tavhost/script/code/code.h"
+#include "tavhost/script/syntax/parser.h"
 
 namespace check {
 

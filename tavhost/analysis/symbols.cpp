@@ -5,11 +5,11 @@
 #include <set>
 #include <utility>
 
-#include "tavhost/reference/reference.h"
+#include "tavhost/base/arena.h"
 #include "tavhost/notation/scan.h"
-#include "tavhost/base/block_arena.h"
-#include "tavhost/script/syntax/parser.h"
+#include "tavhost/reference/reference.h"
 #include "tavhost/script/code/code.h"
+#include "tavhost/script/syntax/parser.h"
 
 namespace check {
 
@@ -136,7 +136,7 @@ class Collector {
 
 std::optional<std::vector<Symbol>> FindSymbols(const SV::String& text, const std::string& name) {
   script::Program program(text, name);
-  script::Arena arena;
+  base::Arena arena;
   try {
     const std::vector<script::FunctionSyntax> parsed = script::Parser(program, arena).Parse();
     Collector collector(program);

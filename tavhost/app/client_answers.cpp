@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "tavhost/service/script_service.h"
-#include "tavhost/ui/answer.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/headless/window_json.h"
+#include "tavhost/service/script_service.h"
+#include "tavhost/ui/answer.h"
 
 namespace app {
 

@@ -17,7 +17,7 @@ namespace app {
 namespace {
 
 std::string DidYouMean(std::string_view name, const std::vector<std::string_view>& candidates) {
-  const std::string nearest = script::NearestName(name, candidates);
+  const std::string nearest = base::NearestName(name, candidates);
   return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
 }
 

@@ -5,16 +5,17 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
-#include "tavhost/files/database_area.h"
+#include "tavhost/base/event_loop.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/work_window.h"
+#include "tavhost/files/database_area.h"
+#include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/script_service.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/base/stop.h"
-#include "tavhost/base/trace.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/ui/deferred_toolkit.h"
-#include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -29,8 +30,9 @@ bool Fail(int& exitCode, int code, const std::string& message) {
 }
 
 std::unique_ptr<ui::Toolkit> LoadWindows(const ui::QtOptions& options, std::string& error) {
-  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
-                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp, &stop::IsRequested,
+                            event_loop::WakeUpDescriptor()};
   return ui::LoadQtToolkit(WindowsModuleFolder(), host, options, error);
 }
 
@@ -133,8 +135,8 @@ void Host::WaitForUser() {
   constexpr std::uint32_t kMilliseconds = 1000;
   const TavAppWorkWindow* const window = TavAppWorkWindow::GetGlobal();
   while (hasUser_ && window->IsVisible() && !stop::IsRequested()) {
-    ui::CurrentToolkit().WaitForEvents(kMilliseconds);
-    ui::CurrentToolkit().ProcessEvents();
+    event_loop::WaitForEvents(kMilliseconds);
+    event_loop::ProcessEvents();
   }
 }
 

@@ -6,8 +6,8 @@
 
 #include "tavhost/app/command_line.h"
 #include "tavhost/files/dry_run.h"
-#include "tavhost/loader/plugins.h"
 #include "tavhost/headless/answer_session.h"
+#include "tavhost/loader/plugins.h"
 
 namespace app {
 

@@ -1,14 +1,15 @@
 #include <cstdlib>
 #include <string>
 
-#include "host/dialog/startup_box.h"
 #include "host/base/string.h"
+#include "host/dialog/startup_box.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
+#include "tavhost/app/ide_services.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
-#include "tavhost/app/ide_services.h"
 #include "tavhost/dialog/startup_box.h"
+#include "tavhost/ide/ide_host.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -32,7 +33,7 @@ bool HasWindows(const Options& options, std::string& error) {
 
 }  // namespace
 
-int RunWorkbench(const CommandLine& line) {
+int RunIde(const CommandLine& line) {
   std::string error;
   if (!HasWindows(line.options, error)) {
     WriteError("tavhost: " + error + "\n");
@@ -43,15 +44,15 @@ int RunWorkbench(const CommandLine& line) {
   options.userInterface = "qt";
   const auto host = Host::Start(options, exitCode);
   if (!host) return exitCode;
-  ui::RunWorkbenchFunction* const run = ui::LoadWorkbench(WindowsModuleFolder(), error);
+  ui::RunIdeFunction* const run = ui::LoadIde(WindowsModuleFolder(), error);
   if (!run) {
     WriteError("tavhost: there is no workbench: " + error + "\n");
     return kExitUsage;
   }
   startup_box::Show();
   TavStartupBox::GetGlobal()->SetAdditionalMessage("Opening the workbench");
-  WorkbenchServices services;
-  ui::WorkbenchOptions workbench;
+  IdeServices services;
+  ide::IdeOptions workbench;
   workbench.files = line.operands;
   workbench.shown = [] { startup_box::Hide(); };
   run(ui::CurrentToolkit(), services, workbench);

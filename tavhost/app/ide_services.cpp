@@ -5,16 +5,16 @@
 
 #include "host/notation/kel_value.h"
 #include "host/script/script_service.h"
-#include "tavhost/app/commands_command.h"
+#include "tavhost/analysis/check.h"
 #include "tavhost/analysis/completion.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/prompt_values.h"
-#include "tavhost/analysis/check.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/files/program_path.h"
 #include "tavhost/reference/reference.h"
+#include "tavhost/reference/reference_text.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/service/script_service.h"
-#include "tavhost/files/program_path.h"
-#include "tavhost/base/stop.h"
 
 namespace app {
 
@@ -24,7 +24,7 @@ SV::String Counted(const std::string& text) {
   return {text.data(), static_cast<long>(text.size())};
 }
 
-ui::WorkbenchHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
+ide::IdeHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
   return {diagnostic.file,    diagnostic.line, diagnostic.column,
           diagnostic.message, diagnostic.text, false};
 }
@@ -60,10 +60,10 @@ class Busy {
 
 }  // namespace
 
-WorkbenchServices::WorkbenchServices() = default;
-WorkbenchServices::~WorkbenchServices() { EndSession(); }
+IdeServices::IdeServices() = default;
+IdeServices::~IdeServices() { EndSession(); }
 
-ui::WorkbenchHost::Outcome WorkbenchServices::OutcomeOf(const script::Outcome& outcome) {
+ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
   Outcome result;
   result.mistake = MistakeOf(outcome.error);
   result.code = outcome.code;
@@ -94,10 +94,8 @@ ui::WorkbenchHost::Outcome WorkbenchServices::OutcomeOf(const script::Outcome& o
   return result;
 }
 
-ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
-                                                        const std::string& name,
-                                                        const std::string& text,
-                                                        const Sinks& sinks) {
+ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std::string& name,
+                                             const std::string& text, const Sinks& sinks) {
   if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", "", false}};
   EndSession();
   stopAsked_ = false;
@@ -120,8 +118,7 @@ ui::WorkbenchHost::Outcome WorkbenchServices::RunScript(const std::string& path,
   return outcome;
 }
 
-ui::WorkbenchHost::Outcome WorkbenchServices::RunEntry(const std::string& text,
-                                                       const Sinks& sinks) {
+ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks& sinks) {
   if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", "", false}};
   // A variable's name shows what the last script left in it, too.
   if (const auto answer = AnswerOf(Trimmed(text))) {
@@ -149,22 +146,20 @@ ui::WorkbenchHost::Outcome WorkbenchServices::RunEntry(const std::string& text,
   return outcome;
 }
 
-void WorkbenchServices::EndSession() { session_.reset(); }
+void IdeServices::EndSession() { session_.reset(); }
 
-void WorkbenchServices::Stop() {
+void IdeServices::Stop() {
   if (!running_) return;
   stopAsked_ = true;
   stop::Request(stop::Reason::kUser);
 }
 
-bool WorkbenchServices::IsStopAsked() const { return stop::IsRequested(); }
+bool IdeServices::IsStopAsked() const { return stop::IsRequested(); }
 
-bool WorkbenchServices::IsEndAsked() const {
-  return endAsked_ || (!running_ && stop::IsRequested());
-}
+bool IdeServices::IsEndAsked() const { return endAsked_ || (!running_ && stop::IsRequested()); }
 
-std::vector<ui::WorkbenchHost::Mistake> WorkbenchServices::Check(const std::string& name,
-                                                                 const std::string& text) {
+std::vector<ide::IdeHost::Mistake> IdeServices::Check(const std::string& name,
+                                                      const std::string& text) {
   std::vector<Mistake> mistakes;
   for (const check::Finding& finding : check::CheckScript(Counted(text), name)) {
     mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
@@ -173,14 +168,14 @@ std::vector<ui::WorkbenchHost::Mistake> WorkbenchServices::Check(const std::stri
   return mistakes;
 }
 
-std::vector<std::string> WorkbenchServices::Complete(const std::string& before,
-                                                     const std::vector<std::string>& names) {
+std::vector<std::string> IdeServices::Complete(const std::string& before,
+                                               const std::vector<std::string>& names) {
   std::vector<std::string> variables = VariableNames();
   variables.insert(variables.end(), names.begin(), names.end());
-  return CompleteScript(before, variables);
+  return check::CompleteScript(before, variables);
 }
 
-std::vector<ui::WorkbenchHost::Variable> WorkbenchServices::Variables() {
+std::vector<ide::IdeHost::Variable> IdeServices::Variables() {
   std::vector<Variable> variables;
   script::Engine::Current().ForEachLocal(
       [&variables](std::string_view name, const kel::Value& value) {
@@ -195,13 +190,13 @@ std::vector<ui::WorkbenchHost::Variable> WorkbenchServices::Variables() {
   return variables;
 }
 
-const reference::Catalogue& WorkbenchServices::Reference() { return reference::Catalogue::Get(); }
+const reference::Catalogue& IdeServices::Reference() { return reference::Catalogue::Get(); }
 
-std::string WorkbenchServices::Usage(const reference::Command& command) {
-  return UsageText(command);
+std::string IdeServices::Usage(const reference::Command& command) {
+  return reference::UsageText(command);
 }
 
-void WorkbenchServices::SetServiceLog(std::function<void(const std::string&)> show) {
+void IdeServices::SetServiceLog(std::function<void(const std::string&)> show) {
   script::service::SetLogField(std::move(show));
 }
 

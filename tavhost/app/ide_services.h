@@ -4,16 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "tavhost/script/runner.h"
 #include "tavhost/ide/ide_host.h"
+#include "tavhost/script/runner.h"
 
 namespace app {
 
 // What the workbench asks of this program.
-class WorkbenchServices final : public ui::WorkbenchHost {
+class IdeServices final : public ide::IdeHost {
  public:
-  WorkbenchServices();
-  ~WorkbenchServices() override;
+  IdeServices();
+  ~IdeServices() override;
 
   Outcome RunScript(const std::string& path, const std::string& name, const std::string& text,
                     const Sinks& sinks) override;

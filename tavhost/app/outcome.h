@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tavhost/app/command_line.h"
-#include "tavhost/script/runner.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/script/runner.h"
 
 namespace app {
 

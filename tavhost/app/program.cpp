@@ -5,10 +5,10 @@
 #include "tavhost/app/command_line.h"
 #include "tavhost/app/commands_command.h"
 #include "tavhost/app/exit_codes.h"
-#include "tavhost/lsp/language_server.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/loader/validate.h"
+#include "tavhost/lsp/language_server.h"
 
 namespace app {
 
@@ -17,7 +17,7 @@ namespace {
 int RunSubcommand(const CommandLine& line) {
   switch (line.subcommand) {
     case Subcommand::kWorkbench:
-      return RunWorkbench(line);
+      return RunIde(line);
     case Subcommand::kRun:
       return RunScript(line);
     case Subcommand::kSend:
@@ -35,7 +35,7 @@ int RunSubcommand(const CommandLine& line) {
     case Subcommand::kServe:
       return ServeScripts(line);
     case Subcommand::kLanguageServer:
-      return ServeLanguage();
+      return lsp::ServeLanguage();
     case Subcommand::kTrace:
       return CompareTraces(line);
   }

@@ -3,10 +3,10 @@
 #include <cctype>
 
 #include "host/script/script.h"
-#include "tavhost/app/commands_command.h"
-#include "tavhost/reference/reference.h"
-#include "tavhost/notation/scope.h"
 #include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/scope.h"
+#include "tavhost/reference/reference.h"
+#include "tavhost/reference/reference_text.h"
 
 namespace app {
 
@@ -28,8 +28,9 @@ kel::Scope& Globals() { return kel::Scope::Of(*TavScript::GlobalVars()); }
 OwnAnswer HelpOn(std::string_view topic) {
   const reference::Catalogue& catalogue = reference::Catalogue::Get();
   if (topic.empty()) return {kHelp};
-  if (topic == "commands") return {ListText(catalogue)};
-  if (const reference::Command* command = catalogue.Find(topic)) return {CommandText(*command)};
+  if (topic == "commands") return {reference::ListText(catalogue)};
+  if (const reference::Command* command = catalogue.Find(topic))
+    return {reference::CommandText(*command)};
   const reference::Command* const nearest = catalogue.Nearest(topic);
   return {"no command \"" + std::string(topic) + "\"" +
               (nearest ? "; did you mean \"" + nearest->name + "\"?" : std::string()) + "\n",

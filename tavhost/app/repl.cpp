@@ -13,9 +13,9 @@
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/runner.h"
-#include "tavhost/base/stop.h"
 
 namespace app {
 
@@ -29,7 +29,7 @@ class Prompt {
       : options_(options),
         session_(std::move(runOptions)),
         editor_(LineEditor::Create([this](std::string_view before) {
-          return CompleteScript(pending_ + std::string(before), VariableNames());
+          return check::CompleteScript(pending_ + std::string(before), VariableNames());
         })),
         interactive_(IsInputTerminal()) {}
 

@@ -7,8 +7,8 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
-#include "tavhost/script/runner.h"
 #include "tavhost/files/program_path.h"
+#include "tavhost/script/runner.h"
 
 namespace app {
 

@@ -10,11 +10,11 @@
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/ports/message.h"
 #include "tavhost/script/ports/ports.h"
-#include "tavhost/base/stop.h"
 
 namespace app {
 

@@ -7,8 +7,8 @@
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
-#include "tavhost/service/script_service.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/service/script_service.h"
 
 namespace app {
 

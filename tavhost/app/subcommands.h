@@ -5,7 +5,7 @@
 // The subcommands, a source file each. Each returns the program's exit code.
 namespace app {
 
-int RunWorkbench(const CommandLine& line);
+int RunIde(const CommandLine& line);
 int RunScript(const CommandLine& line);
 int SendCommands(const CommandLine& line);
 int CheckScripts(const CommandLine& line);

@@ -4,7 +4,7 @@
 
 #include "tavhost/base/buffer_memory.h"
 
-namespace kel {
+namespace base {
 
 namespace {
 constexpr std::size_t kFirstChunk = 4096;
@@ -33,4 +33,4 @@ void Arena::Grow(std::size_t bytes) {
   end_ = reinterpret_cast<char*>(chunk) + wanted;
 }
 
-}  // namespace kel
+}  // namespace base

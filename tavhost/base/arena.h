@@ -6,7 +6,7 @@
 
 #include "tavhost/base/memory_budget.h"
 
-namespace kel {
+namespace base {
 
 // Memory that is only given back all at once, for the tables of one document. Nothing in it is
 // destroyed, so it holds plain data only. Throws std::bad_alloc when there is no memory.
@@ -63,4 +63,4 @@ class Arena {
   MemoryBudget* budget_;
 };
 
-}  // namespace kel
+}  // namespace base

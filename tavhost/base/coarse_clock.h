@@ -2,10 +2,10 @@
 
 #include <cstdint>
 
-namespace script {
+namespace base {
 
 // Milliseconds from some start on, cheap enough to be asked around every command; steps of up to
 // 16. Wraps around.
 std::uint32_t CoarseMilliseconds() noexcept;
 
-}  // namespace script
+}  // namespace base

@@ -2,7 +2,7 @@
 
 #include "tavhost/base/coarse_clock.h"
 
-namespace script {
+namespace base {
 
 std::uint32_t CoarseMilliseconds() noexcept {
 #ifdef CLOCK_MONOTONIC_COARSE
@@ -16,4 +16,4 @@ std::uint32_t CoarseMilliseconds() noexcept {
          static_cast<std::uint32_t>(now.tv_nsec / 1'000'000);
 }
 
-}  // namespace script
+}  // namespace base

@@ -2,8 +2,8 @@
 
 #include "tavhost/base/coarse_clock.h"
 
-namespace script {
+namespace base {
 
 std::uint32_t CoarseMilliseconds() noexcept { return static_cast<std::uint32_t>(GetTickCount64()); }
 
-}  // namespace script
+}  // namespace base

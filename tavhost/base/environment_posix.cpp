@@ -5,7 +5,7 @@
 
 #include "tavhost/base/environment.h"
 
-namespace script {
+namespace base {
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const char* const value = std::getenv(name.c_str());
@@ -24,4 +24,4 @@ std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   return all;
 }
 
-}  // namespace script
+}  // namespace base

@@ -4,7 +4,7 @@
 
 #include "tavhost/base/environment.h"
 
-namespace script {
+namespace base {
 
 namespace {
 
@@ -57,4 +57,4 @@ std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   return all;
 }
 
-}  // namespace script
+}  // namespace base

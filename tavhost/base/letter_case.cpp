@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace script {
+namespace base {
 
 namespace {
 
@@ -97,4 +97,4 @@ SV::String ToUpperCase(const SV::String& text) { return Changed(text, Capital); 
 
 SV::String ToLowerCase(const SV::String& text) { return Changed(text, Small); }
 
-}  // namespace script
+}  // namespace base

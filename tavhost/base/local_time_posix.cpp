@@ -2,7 +2,7 @@
 
 #include "tavhost/base/local_time.h"
 
-namespace script {
+namespace base {
 
 std::int32_t LocalOffsetAt(std::int64_t seconds) {
   const time_t instant = seconds;
@@ -11,4 +11,4 @@ std::int32_t LocalOffsetAt(std::int64_t seconds) {
   return localtime_r(&instant, &local) ? static_cast<std::int32_t>(local.tm_gmtoff) : 0;
 }
 
-}  // namespace script
+}  // namespace base

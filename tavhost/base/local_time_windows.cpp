@@ -2,7 +2,7 @@
 
 #include "tavhost/base/local_time.h"
 
-namespace script {
+namespace base {
 
 namespace {
 
@@ -36,4 +36,4 @@ std::int32_t LocalOffsetAt(std::int64_t seconds) {
   return static_cast<std::int32_t>(ToSeconds(local) - ToSeconds(utc));
 }
 
-}  // namespace script
+}  // namespace base

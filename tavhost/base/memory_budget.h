@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <new>
 
-namespace kel {
+namespace base {
 
 // How much memory a document's tables may still take. Many systems promise memory that they do
 // not have and end the program that uses it; a text whose tables would be huge is refused instead.
@@ -21,4 +21,4 @@ class MemoryBudget {
   std::size_t left_;
 };
 
-}  // namespace kel
+}  // namespace base

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace script {
+namespace base {
 
 namespace {
 
@@ -50,4 +50,4 @@ std::string NearestName(std::string_view name, const std::vector<std::string_vie
   return std::string(nearest);
 }
 
-}  // namespace script
+}  // namespace base

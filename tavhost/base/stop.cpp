@@ -1,6 +1,6 @@
 #include "tavhost/base/stop.h"
 
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/base/event_loop.h"
 
 namespace stop {
 
@@ -9,7 +9,7 @@ std::atomic<int> requested{0};
 void Request(Reason reason) noexcept {
   int none = 0;
   requested.compare_exchange_strong(none, static_cast<int>(reason), std::memory_order_relaxed);
-  ui::WakeUp();
+  event_loop::WakeUp();
 }
 
 Reason Requested() noexcept {

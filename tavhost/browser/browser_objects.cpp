@@ -4,7 +4,8 @@
 
 #include "host/base/string.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/table/reference_format.h"
+#include "tavhost/ui/table/table_model.h"
 
 namespace {
 

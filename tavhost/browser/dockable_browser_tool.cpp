@@ -2,7 +2,8 @@
 
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/result_tool_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 
 using Button = ui::ResultToolModel;
 

@@ -2,7 +2,7 @@
 
 #include "host/base/string.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/table/table_model.h"
 
 TavEditableBrowserObjects::TavEditableBrowserObjects(int withHandleColumn)
     : TavBrowserObjects(withHandleColumn != 0) {

@@ -2,7 +2,7 @@
 
 #include "host/browser/editable_browser_objects.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/browser_model.h"
 
 TavEditableSimpleBrowserWindow::TavEditableSimpleBrowserWindow(SV::Window* parent,
                                                                TavEditableBrowserObjects* objects,

@@ -3,7 +3,9 @@
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "host/dialog/workbench.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/result_tool_model.h"
+#include "tavhost/ui/models/workbench_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 TavResultTool::TavResultTool(TavWorkbench* workbench, SV::Window* parent, const SV::String& id)
     : Window(parent, std::make_unique<ui::ResultToolModel>()), workbench_(workbench), id_(id) {

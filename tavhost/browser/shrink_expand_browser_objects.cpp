@@ -1,7 +1,6 @@
 #include "host/browser/shrink_expand_browser_objects.h"
 
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
 
 TavShrinkExpandBrowserObjects::TavShrinkExpandBrowserObjects(int withHandleColumn, int mode)
     : TavBrowserObjects(withHandleColumn != 0) {

@@ -2,7 +2,7 @@
 
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/browser_model.h"
 
 TavSimpleBrowserWindow::TavSimpleBrowserWindow(SV::Window* parent, SV::String title,
                                                TavShrinkExpandBrowserObjects* objects, long left,

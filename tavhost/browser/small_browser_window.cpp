@@ -2,7 +2,7 @@
 
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/browser_model.h"
 
 TavSmallBrowserWindow::TavSmallBrowserWindow(SV::Window* parent,
                                              TavShrinkExpandBrowserObjects* objects, long left,

@@ -1,9 +1,10 @@
 #include "host/dialog/app_work_window.h"
 
 #include "host/dialog/workbench.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/base/trace.h"
+#include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

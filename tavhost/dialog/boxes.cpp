@@ -5,8 +5,8 @@
 #include "host/dialog/top_window.h"
 #include "host/dialog/warning_box.h"
 #include "host/sv/application.h"
-#include "tavhost/sv/modal.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/sv/modal.h"
 
 // A box pushes itself as the last step of its making, and pops itself before its bases go.
 namespace {

@@ -1,11 +1,11 @@
 #include "host/dialog/directory_dialog.h"
 
-#include "host/sv/modal_dialog.h"
 #include "host/base/string.h"
+#include "host/sv/modal_dialog.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include "host/sv/modal_dialog.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/file_dialog_model.h"
 
 class TavFileDialog::Window final : public SV::ModalDialog {
  public:

@@ -1,7 +1,7 @@
 #include "host/dialog/list_box_dialog.h"
 
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/list_box_model.h"
 
 TavListBoxDialog::TavListBoxDialog(SV::Window* parent)
     : TavModalDialog(parent, std::make_unique<ui::ListBoxModel>(false)) {

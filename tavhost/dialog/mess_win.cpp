@@ -1,6 +1,7 @@
 #include "host/dialog/mess_win.h"
 
 #include "tavhost/base/trace.h"
+#include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

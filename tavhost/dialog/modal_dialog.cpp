@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
-#include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/window_model.h"
 
 TavModalDialog::TavModalDialog(SV::Window* parent, std::unique_ptr<ui::WindowModel> model)
     : ModalDialog(parent, std::move(model)) {}

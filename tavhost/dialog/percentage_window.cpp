@@ -2,6 +2,8 @@
 
 #include "host/dialog/save_hide.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 TavPercentageWindow::TavPercentageWindow(SV::Window* parent, const SV::String& title,

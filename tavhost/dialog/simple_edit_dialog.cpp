@@ -1,7 +1,7 @@
 #include "host/dialog/simple_edit_dialog.h"
 
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/edit_field_model.h"
 
 TavSimpleEditDialog::TavSimpleEditDialog(SV::Window* parent, const SV::String& caption,
                                          std::uint32_t style)

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 
 namespace {
 

@@ -2,9 +2,10 @@
 
 #include <memory>
 
-#include "host/dialog/startup_box.h"
 #include "host/base/string.h"
+#include "host/dialog/startup_box.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "tavhost/dialog/text_control.h"
 
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/window_model.h"
 
 namespace {
 constexpr SV::WinBits kTextControlStyle = 8577;  // scrolls both ways, keeps its selection shown

@@ -8,7 +8,7 @@
 #include "host/files/database_names.h"
 #include "host/files/system_file_manager.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/image_source.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <vector>
 
+#include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/base/trace.h"
 
 namespace window_stack {
 

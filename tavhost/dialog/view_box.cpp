@@ -1,8 +1,8 @@
 #include "host/dialog/view_box.h"
 
-#include "tavhost/dialog/text_control.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/dialog/text_control.h"
+#include "tavhost/ui/models/text_box_model.h"
 
 TavViewBox::TavViewBox(SV::Window* parent, int fileEditor)
     : TavModalDialog(parent, std::make_unique<ui::TextBoxModel>(false, fileEditor != 0)) {

@@ -6,7 +6,8 @@
 
 #include "host/dialog/app_work_window.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <new>
 
 #include "host/base/string.h"
-#include "tavhost/files/base64_codec.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/files/base64_codec.h"
 
 namespace base64 {
 

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/files/dir_entry.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
-#include "host/files/dir_entry.h"
 #include "host/windows/windows.h"
-#include "tavhost/script/ports/message.h"
-#include "tavhost/files/dir_entry_style.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/files/dir_entry_style.h"
+#include "tavhost/script/ports/message.h"
 
 #undef GetObject  // a macro of the Windows headers, a member of TavScriptResult
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/script/forward.h"
 #include "host/base/string.h"
+#include "host/script/forward.h"
 #include "tavhost/script/ports/command_provider.h"
 
 // Stands before the plug-ins and takes COPY_FILES, MOVE_FILES and DELETE_FILES: tells what each

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "tavhost/files/program_path.h"
 
 #include "host/files/database_names.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

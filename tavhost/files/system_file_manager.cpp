@@ -2,9 +2,9 @@
 
 #include <new>
 
+#include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tavhost/ui/answer_source.h"
 #include "tavhost/ui/answer.h"
+#include "tavhost/ui/answer_source.h"
 
 namespace ui {
 

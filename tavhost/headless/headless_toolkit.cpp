@@ -5,10 +5,15 @@
 #include <limits>
 #include <utility>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/answer_session.h"
 #include "tavhost/headless/output_printer.h"
 #include "tavhost/headless/progress_line.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/work_window_model.h"
 
 namespace ui {
 
@@ -31,17 +36,17 @@ class HeadlessToolkit final : public Toolkit {
   }
 
   void ProcessEvents() override {
-    ClearWakeUp();
-    ProcessSystemMessages();
-    RunPostedWork();
+    event_loop::ClearWakeUp();
+    event_loop::ProcessSystemMessages();
+    event_loop::RunPostedWork();
     if (progress_) progress_->Refresh();
   }
 
   void ProcessPainting() override {}
 
   void WaitForEvents(std::uint32_t milliseconds) override {
-    if (stop::IsRequested() || HasPostedWork()) return;
-    WaitForWakeUp(milliseconds);
+    if (stop::IsRequested() || event_loop::HasPostedWork()) return;
+    event_loop::WaitForWakeUp(milliseconds);
   }
 
   void RunModal(ModalModel& window) override {

@@ -4,8 +4,9 @@
 #include <map>
 #include <string>
 #include <string_view>
-
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/text_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 
 namespace ui {
 

@@ -3,9 +3,9 @@
 
 #include <cerrno>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/terminal_input.h"
-#include "tavhost/base/posted_work.h"
 
 namespace ui {
 
@@ -21,11 +21,11 @@ LineOutcome ReadTerminalLine(std::string& line) {
       return LineOutcome::kLine;
     }
     if (stop::IsRequested()) return LineOutcome::kStopped;
-    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {WakeUpDescriptor(), POLLIN, 0}};
+    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}};
     if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
     if (stop::IsRequested()) return LineOutcome::kStopped;
     // Posted work waits for the dialog's end; its wake-up must not keep this loop busy.
-    if (descriptors[1].revents) ClearWakeUp();
+    if (descriptors[1].revents) event_loop::ClearWakeUp();
     if (!descriptors[0].revents) continue;
     char bytes[4096];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);

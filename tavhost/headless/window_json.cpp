@@ -4,9 +4,18 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-#include "tavhost/ui/answer.h"
 #include "tavhost/headless/answer_fitting.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/answer.h"
+#include "tavhost/ui/models/browser_model.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/image_dialog_model.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/text_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 namespace ui {
 

@@ -4,13 +4,13 @@
 #include <stdexcept>
 #include <string>
 
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_url.h"
-#include "tavhost/base/stop.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/base/event_loop.h"
 
 namespace http {
 
@@ -71,9 +71,9 @@ void PaintWhileWaiting() {
   constexpr auto kInterval = std::chrono::milliseconds(20);
   static Clock::time_point latest;
   const auto now = Clock::now();
-  if (now - latest < kInterval || !ui::HasToolkit()) return;
+  if (now - latest < kInterval) return;
   latest = now;
-  ui::CurrentToolkit().ProcessPainting();
+  event_loop::ProcessPainting();
 }
 
 }  // namespace http

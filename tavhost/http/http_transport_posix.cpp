@@ -6,11 +6,11 @@
 #include <memory>
 #include <stdexcept>
 
+#include "tavhost/base/stop.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_watch.h"
-#include "tavhost/base/stop.h"
 
 namespace http {
 

@@ -10,12 +10,12 @@
 
 #include "host/base/wstring.h"
 #include "host/windows/winhttp.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/files/base64_codec.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_watch.h"
-#include "tavhost/base/stop.h"
 
 namespace http {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace workbench {
+namespace ide {
 
 namespace {
 
@@ -90,4 +90,4 @@ std::string History::Newer(const std::string& current) {
   return typed_;
 }
 
-}  // namespace workbench
+}  // namespace ide

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace workbench {
+namespace ide {
 
 // What was entered at a console, oldest first, and the way back through it.
 class History {
@@ -41,4 +41,4 @@ class History {
   std::size_t at_ = 0;  // the entry shown; their number: what was typed
 };
 
-}  // namespace workbench
+}  // namespace ide

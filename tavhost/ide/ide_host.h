@@ -11,11 +11,11 @@ class Catalogue;
 struct Command;
 }  // namespace reference
 
-namespace ui {
+namespace ide {
 
 // What the workbench asks of the program around it. All of it belongs to the user-interface
 // thread; texts are UTF-8.
-class WorkbenchHost {
+class IdeHost {
  public:
   // Where a mistake is; lines and columns count from 1, columns in code points.
   struct Mistake {
@@ -58,7 +58,7 @@ class WorkbenchHost {
     bool isLocal = false;
   };
 
-  virtual ~WorkbenchHost() = default;
+  virtual ~IdeHost() = default;
 
   // Runs a script as the outermost one and returns when it has ended; events are handled meanwhile.
   // Refused, as not parsed, while one runs. `path` is the file's, empty when it has none; `name`
@@ -96,10 +96,10 @@ class WorkbenchHost {
   virtual void SetServiceLog(std::function<void(const std::string&)> show) = 0;
 };
 
-struct WorkbenchOptions {
+struct IdeOptions {
   std::vector<std::string> files;  // to open
   std::string folder;           // for settings and what is kept between starts; empty: the user's
   std::function<void()> shown;  // called when the window has been painted first
 };
 
-}  // namespace ui
+}  // namespace ide

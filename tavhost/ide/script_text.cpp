@@ -8,7 +8,7 @@
 
 #include "tavhost/ide/script_tokens.h"
 
-namespace workbench {
+namespace ide {
 
 namespace {
 
@@ -153,4 +153,4 @@ std::string ElapsedText(std::int64_t milliseconds) {
   return text;
 }
 
-}  // namespace workbench
+}  // namespace ide

@@ -6,7 +6,7 @@
 #include <string_view>
 
 // A script's file between disk and editor, and the small rules of typing.
-namespace workbench {
+namespace ide {
 
 enum class LineEnds : std::uint8_t { kUnix, kWindows, kMixed };
 
@@ -43,4 +43,4 @@ int SearchScore(std::string_view query, std::string_view name, std::string_view 
 // 0:07 or 1:02:03, tenths shown below ten seconds: 4.2 s.
 std::string ElapsedText(std::int64_t milliseconds);
 
-}  // namespace workbench
+}  // namespace ide

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace workbench {
+namespace ide {
 
 namespace {
 
@@ -289,4 +289,4 @@ std::vector<std::u16string_view> NamesIn(std::u16string_view text) {
   return names;
 }
 
-}  // namespace workbench
+}  // namespace ide

@@ -8,7 +8,7 @@
 
 // A script's text as an editor sees it: a line at a time, in UTF-16, as it is typed. It never
 // fails; what is wrong is coloured as what it looks like.
-namespace workbench {
+namespace ide {
 
 enum class TokenKind : std::uint8_t {
   kComment,
@@ -43,4 +43,4 @@ std::optional<std::size_t> MatchingBracket(std::u16string_view text, std::size_t
 // the functions themselves.
 std::vector<std::u16string_view> NamesIn(std::u16string_view text);
 
-}  // namespace workbench
+}  // namespace ide

@@ -5,13 +5,13 @@
 #include <functional>
 #include <set>
 
+#include "host/base/string.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/notation/message_port.h"
 #include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
-#include "host/base/string.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/plugin.h"

@@ -6,17 +6,17 @@
 #include <stdexcept>
 #include <utility>
 
+#include "host/base/string.h"
 #include "host/notation/message_port.h"
 #include "host/script/script_result.h"
 #include "host/system/version.h"
-#include "host/base/string.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
-#include "tavhost/base/stop.h"
-#include "tavhost/base/trace.h"
 
 namespace loader {
 

@@ -5,7 +5,7 @@
 
 #include "tavhost/notation/scan.h"
 
-namespace app {
+namespace lsp {
 
 namespace {
 
@@ -148,4 +148,4 @@ const check::Symbol* LanguageDocument::Find(std::string_view name, std::size_t o
   return outer;
 }
 
-}  // namespace app
+}  // namespace lsp

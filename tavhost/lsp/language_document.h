@@ -7,7 +7,7 @@
 
 #include "tavhost/analysis/symbols.h"
 
-namespace app {
+namespace lsp {
 
 // A place as editors count: lines from 0, UTF-16 units from 0.
 struct EditorPlace {
@@ -56,4 +56,4 @@ class LanguageDocument {
 std::string PathOfUri(std::string_view uri);
 std::string UriOfPath(std::string_view path);
 
-}  // namespace app
+}  // namespace lsp

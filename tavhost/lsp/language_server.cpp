@@ -6,22 +6,24 @@
 #include <utility>
 
 #include "tavhost/analysis/built_in_help.h"
-#include "tavhost/app/commands_command.h"
+#include "tavhost/analysis/check.h"
 #include "tavhost/analysis/completion.h"
-#include "tavhost/app/exit_codes.h"
 #include "tavhost/lsp/language_document.h"
 #include "tavhost/lsp/language_server_stream.h"
-#include "tavhost/app/subcommands.h"
-#include "tavhost/analysis/check.h"
-#include "tavhost/reference/reference.h"
 #include "tavhost/notation/scan.h"
+#include "tavhost/reference/reference.h"
+#include "tavhost/reference/reference_text.h"
 #include "tavhost/script/syntax/included_file.h"
 
-namespace app {
+namespace lsp {
 
 namespace {
 
 using nlohmann::json;
+
+// The program's exit codes, which the protocol fixes.
+constexpr int kEndedAsAsked = 0;  // the client asked for the end first
+constexpr int kEndedUnasked = 1;
 
 enum ErrorCode {
   kParseError = -32700,
@@ -93,10 +95,10 @@ class LanguageServer {
   int Run() {
     while (!hasExited_) {
       const std::optional<std::string> text = stream_.Read();
-      if (!text) return kExitScriptError;  // the client went without a word
-      if (!Take(*text)) return kExitScriptError;
+      if (!text) return kEndedUnasked;  // the client went without a word
+      if (!Take(*text)) return kEndedUnasked;
     }
-    return isShutDown_ ? kExitSuccess : kExitScriptError;
+    return isShutDown_ ? kEndedAsAsked : kEndedUnasked;
   }
 
  private:
@@ -275,11 +277,11 @@ class LanguageServer {
                           symbol.function == function;
       if (isSeen) names.push_back(symbol.name);
     }
-    const std::size_t wordLength = WordToComplete(before).size();
+    const std::size_t wordLength = check::WordToComplete(before).size();
     const json range = ToJson(document.PlaceOf(offset - wordLength), document.PlaceOf(offset));
     const reference::Command* const command = CommandAround(document.Text(), offset);
     json items = json::array();
-    for (const std::string& word : CompleteScript(before, names)) {
+    for (const std::string& word : check::CompleteScript(before, names)) {
       if (word == "help") continue;  // a word of the prompt
       json item = {{"label", word}, {"textEdit", {{"range", range}, {"newText", word}}}};
       Describe(item, word, document, command, offset);
@@ -293,7 +295,7 @@ class LanguageServer {
     const std::string name = word.ends_with(':') ? word.substr(0, word.size() - 1) : word;
     const reference::Parameter* const parameter = command ? command->FindParameter(name) : nullptr;
     const reference::Command* const known = reference::Catalogue::Get().Find(name);
-    const BuiltInHelp* const help = FindBuiltInHelp(name);
+    const check::BuiltInHelp* const help = check::FindBuiltInHelp(name);
     if (parameter) {
       item["kind"] = kPropertyItem;
       item["detail"] = parameter->text;
@@ -325,14 +327,14 @@ class LanguageServer {
   static std::string HoverText(const LanguageDocument& document, std::string_view word,
                                std::size_t offset) {
     if (const reference::Command* command = reference::Catalogue::Get().Find(word)) {
-      return command->summary + "\n\n```\n" + CommandText(*command) + "```";
+      return command->summary + "\n\n```\n" + reference::CommandText(*command) + "```";
     }
     const reference::Command* const around = CommandAround(document.Text(), offset);
     if (around) {
       if (const auto* parameter = around->FindParameter(word)) return ParameterText(*parameter);
     }
     if (const check::Symbol* symbol = document.Find(word, offset)) return SymbolText(*symbol);
-    if (const BuiltInHelp* help = FindBuiltInHelp(word)) {
+    if (const check::BuiltInHelp* help = check::FindBuiltInHelp(word)) {
       return "```\n" + std::string(help->usage) + "\n```\n\n" + help->text;
     }
     return {};
@@ -438,4 +440,4 @@ int ServeLanguage() {
   return LanguageServer(stream).Run();
 }
 
-}  // namespace app
+}  // namespace lsp

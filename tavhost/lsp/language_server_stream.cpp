@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-namespace app {
+namespace lsp {
 
 namespace {
 
@@ -67,4 +67,4 @@ bool MessageStream::Write(std::string_view message) {
   return std::fflush(out_) == 0 && std::ferror(out_) == 0;
 }
 
-}  // namespace app
+}  // namespace lsp

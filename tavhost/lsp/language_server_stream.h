@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace app {
+namespace lsp {
 
 // Messages of the language server protocol: a header with the length, then so many bytes.
 class MessageStream {
@@ -25,4 +25,4 @@ class MessageStream {
   std::FILE* out_;
 };
 
-}  // namespace app
+}  // namespace lsp

@@ -6,8 +6,8 @@
 
 #include "host/base/string.h"
 #include "tavhost/base/arena.h"
-#include "tavhost/notation/element.h"
 #include "tavhost/base/memory_budget.h"
+#include "tavhost/notation/element.h"
 #include "tavhost/notation/table.h"
 
 namespace kel {
@@ -46,9 +46,9 @@ class Document {
 
  private:
   SV::String text_;
-  MemoryBudget budget_;
+  base::MemoryBudget budget_;
   Table<Element> elements_;  // those of the text itself
-  Arena arena_;              // all other tables
+  base::Arena arena_;        // all other tables
 };
 
 }  // namespace kel

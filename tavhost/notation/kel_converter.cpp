@@ -1,8 +1,8 @@
 #include "host/notation/kel_converter.h"
 
+#include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/xml_writer.h"
-#include "tavhost/base/trace.h"
 
 TavKelConverter::TavKelConverter(const SV::String& kelText) : TavKelParser(kelText) {
   trace::Call call("TavKelConverter::TavKelConverter", kelText);

@@ -5,11 +5,11 @@
 #include <cstring>
 #include <limits>
 
+#include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/element.h"
-#include "tavhost/notation/parser_access.h"
 #include "tavhost/notation/kel_text.h"
-#include "tavhost/base/trace.h"
+#include "tavhost/notation/parser_access.h"
 
 using kel::Attribute;
 using kel::Element;

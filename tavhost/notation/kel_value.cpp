@@ -3,10 +3,10 @@
 #include <memory>
 #include <new>
 
+#include "tavhost/base/buffer_memory.h"
 #include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/value.h"
-#include "tavhost/base/buffer_memory.h"
 
 namespace kel {
 

@@ -1,8 +1,8 @@
 #include "host/notation/message_port_manager.h"
 
+#include "host/base/string.h"
 #include "host/notation/extended_message_port.h"
 #include "host/notation/message_port.h"
-#include "host/base/string.h"
 #include "tavhost/base/trace.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include <vector>
 
 #include "tavhost/notation/document.h"
-#include "tavhost/notation/scan.h"
 #include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/scan.h"
 
 namespace kel {
 

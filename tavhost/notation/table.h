@@ -7,8 +7,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "tavhost/base/memory_budget.h"
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/memory_budget.h"
 
 namespace kel {
 
@@ -20,7 +20,7 @@ class Table {
 
  public:
   // Without a budget there is no limit.
-  explicit Table(MemoryBudget* budget = nullptr) : budget_(budget) {}
+  explicit Table(base::MemoryBudget* budget = nullptr) : budget_(budget) {}
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
   ~Table() { Clear(); }
@@ -65,7 +65,7 @@ class Table {
   T* begin_ = nullptr;
   T* end_ = nullptr;
   T* limit_ = nullptr;
-  MemoryBudget* budget_;
+  base::MemoryBudget* budget_;
 };
 
 }  // namespace kel

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/string.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_type.h"
-#include "host/base/string.h"
 
 // Values as the host holds them: small, copied by sharing. TavKelValue is one of these on the heap.
 namespace kel {

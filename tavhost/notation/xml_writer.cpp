@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "tavhost/notation/byte_block.h"
-#include "tavhost/notation/scan.h"
 #include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/scan.h"
 #include "tavhost/notation/utf8_character.h"
 #include "tavhost/notation/xml_name.h"
 

@@ -2,9 +2,9 @@
 
 #include <QPushButton>
 
-#include "tavhost/ui/models/browser_model.h"
 #include "tavhost/qt/modal_view.h"
 #include "tavhost/qt/table_panel.h"
+#include "tavhost/ui/models/browser_model.h"
 
 namespace ui {
 

@@ -2,8 +2,8 @@
 
 #include <QLineEdit>
 
-#include "tavhost/ui/models/edit_field_model.h"
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/ui/models/edit_field_model.h"
 
 namespace ui {
 

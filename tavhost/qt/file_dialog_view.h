@@ -2,9 +2,9 @@
 
 #include <QFileDialog>
 
+#include "tavhost/qt/modal_view.h"
 #include "tavhost/ui/models/directory_dialog_model.h"
 #include "tavhost/ui/models/file_dialog_model.h"
-#include "tavhost/qt/modal_view.h"
 
 namespace ui {
 

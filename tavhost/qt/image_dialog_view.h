@@ -6,8 +6,8 @@
 #include <QListView>
 #include <QPixmap>
 
-#include "tavhost/ui/models/image_dialog_model.h"
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/ui/models/image_dialog_model.h"
 
 namespace ui {
 

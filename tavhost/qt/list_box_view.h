@@ -5,8 +5,8 @@
 #include <QListView>
 #include <vector>
 
-#include "tavhost/ui/models/list_box_model.h"
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/ui/models/list_box_model.h"
 
 namespace ui {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tavhost/ui/models/message_box_model.h"
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/ui/models/message_box_model.h"
 
 namespace ui {
 

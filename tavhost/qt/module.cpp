@@ -1,6 +1,7 @@
 #include "host/export.h"
-#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/ide/ide_host.h"
 #include "tavhost/qt/ide/ide.h"
+#include "tavhost/qt/qt_toolkit.h"
 #include "tavhost/ui/qt_module.h"
 
 extern "C" TAV_HOST_API ui::Toolkit* tavhost_CreateQtToolkit(const ui::ModuleHost& host,
@@ -8,7 +9,7 @@ extern "C" TAV_HOST_API ui::Toolkit* tavhost_CreateQtToolkit(const ui::ModuleHos
   return new ui::QtToolkit(host, options);
 }
 
-extern "C" TAV_HOST_API void tavhost_RunWorkbench(ui::Toolkit& toolkit, ui::WorkbenchHost& host,
-                                                  const ui::WorkbenchOptions& options) {
-  ui::RunWorkbench(static_cast<ui::QtToolkit&>(toolkit), host, options);
+extern "C" TAV_HOST_API void tavhost_RunIde(ui::Toolkit& toolkit, ide::IdeHost& host,
+                                            const ide::IdeOptions& options) {
+  ui::RunIde(static_cast<ui::QtToolkit&>(toolkit), host, options);
 }

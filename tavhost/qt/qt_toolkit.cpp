@@ -17,6 +17,12 @@
 #include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/ui/models/browser_model.h"
+#include "tavhost/ui/models/message_window_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/work_window_model.h"
 
 namespace ui {
 

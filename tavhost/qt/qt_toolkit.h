@@ -11,6 +11,11 @@
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/tone.h"
 #include "tavhost/qt/work_window_view.h"
+#include "tavhost/ui/models/message_window_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 

@@ -16,8 +16,8 @@
 #include <QVBoxLayout>
 #include <numeric>
 
-#include "tavhost/qt/table_print.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/table_print.h"
 #include "tavhost/ui/table/table_write.h"
 
 namespace ui {

@@ -11,8 +11,8 @@
 #include <numeric>
 #include <vector>
 
-#include "tavhost/qt/table_items.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/table_items.h"
 
 namespace ui {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "tavhost/reference/reference_reader.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/reference/reference_reader.h"
 
 namespace reference {
 
@@ -74,7 +74,7 @@ const Command* Catalogue::Nearest(std::string_view name) const {
   for (const Family& family : families_) {
     for (const Command& command : family.commands) names.push_back(command.name);
   }
-  const std::string nearest = script::NearestName(name, names);
+  const std::string nearest = base::NearestName(name, names);
   return nearest.empty() ? nullptr : Find(nearest);
 }
 

@@ -5,11 +5,11 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
-#include "tavhost/notation/parser_access.h"
 #include "tavhost/base/coarse_clock.h"
+#include "tavhost/base/event_loop.h"
+#include "tavhost/notation/parser_access.h"
 #include "tavhost/script/operations.h"
 #include "tavhost/script/ports/ports.h"
-#include "tavhost/ui/toolkit.h"
 
 namespace script {
 
@@ -64,7 +64,7 @@ bool Engine::Begin(const RunOptions& options) {
   running_ = true;
   sinks_ = options.sinks;
   step_ = options.step;
-  lastEvents_ = CoarseMilliseconds();
+  lastEvents_ = base::CoarseMilliseconds();
   kel::Scope& globals = kel::Scope::Of(GlobalVariables());
   globals.Clear();
   kel::Value args = kel::Value::List();
@@ -123,10 +123,10 @@ void Engine::Poll() {
 
 void Engine::PollAroundCommand() {
   stop::ThrowIfRequested();
-  const std::uint32_t now = CoarseMilliseconds();
+  const std::uint32_t now = base::CoarseMilliseconds();
   if (now - lastEvents_ < kEventsEvery) return;
-  if (ui::HasToolkit()) ui::CurrentToolkit().ProcessEvents();
-  lastEvents_ = CoarseMilliseconds();
+  event_loop::ProcessEvents();
+  lastEvents_ = base::CoarseMilliseconds();
   stop::ThrowIfRequested();
 }
 

@@ -5,8 +5,8 @@
 #include <limits>
 #include <vector>
 
-#include "tavhost/notation/kind_word.h"
 #include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/kind_word.h"
 #include "tavhost/script/script_error.h"
 
 namespace script {

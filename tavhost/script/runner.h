@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/script/script.h"
 #include "host/base/string.h"
+#include "host/script/script.h"
 #include "tavhost/base/stop.h"
 
 // Running scripts, for the program around them: the command line, the prompt, the workbench, the

@@ -3,8 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "tavhost/script/engine.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/script/engine.h"
 
 struct TavScript::Program {
   std::string name;

@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <utility>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/queue.h"
 #include "tavhost/service/token.h"
-#include "tavhost/ui/toolkit.h"
 
 namespace script::service {
 
@@ -29,7 +29,7 @@ std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
       return Refusal(409, "another answer to the question is being looked at");
     }
     answer_ = std::move(job);
-    ui::WakeUp();
+    event_loop::WakeUp();
     return std::nullopt;
   }
   const auto closed =
@@ -68,9 +68,8 @@ void Queue::Ask(Question& question) {
       continue;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    ui::CurrentToolkit().WaitForEvents(
-        static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0)));
-    ui::CurrentToolkit().ProcessEvents();
+    event_loop::WaitForEvents(static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0)));
+    event_loop::ProcessEvents();
   }
   if (!stop::IsRequested()) {
     std::fflush(stdout);

@@ -5,14 +5,14 @@
 
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/event_loop.h"
 #include "tavhost/notation/document.h"
-#include "tavhost/notation/scope.h"
 #include "tavhost/notation/parser_access.h"
+#include "tavhost/notation/scope.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/script/runner.h"
-#include "tavhost/service/script_service.h"
 #include "tavhost/service/json.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/service/script_service.h"
 
 namespace script::service {
 
@@ -43,7 +43,7 @@ bool Queue::Add(std::shared_ptr<Job> job) {
   waiting_.push_back(std::move(job));
   if (!announced_) {
     announced_ = true;
-    ui::Post(RunWaitingRequests);
+    event_loop::Post(RunWaitingRequests);
   }
   return true;
 }
@@ -78,7 +78,7 @@ void Queue::Close() {
     dropped.swap(waiting_);
   }
   for (const auto& job : dropped) Send(job, {200, ErrorJson("the service ends")});
-  ui::WakeUp();
+  event_loop::WakeUp();
 }
 
 void Queue::Run() {

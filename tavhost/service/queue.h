@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "tavhost/service/script_service.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/service/script_service.h"
 
 // The requests of the script service on their way to the user-interface thread.
 namespace script::service {

@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "host/script/script_service.h"
+#include "tavhost/base/event_loop.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/log.h"
 #include "tavhost/service/queue.h"
 #include "tavhost/service/server.h"
 #include "tavhost/service/token.h"
-#include "tavhost/base/stop.h"
-#include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
 
 namespace script::service {
 
@@ -53,7 +53,7 @@ std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType 
   return [format, type](const LogEntry& entry) {
     const std::string line = LogLine(entry, format) + '\n';
     if (type == TavWSLogTextField) {
-      ui::Post([line] {
+      event_loop::Post([line] {
         if (logField) {
           logField(line);
         } else {
@@ -136,8 +136,8 @@ void ServeUntilStopped() {
   while (running && !stop::IsRequested()) {
     RunWaitingRequests();
     if (!running || stop::IsRequested()) break;
-    ui::CurrentToolkit().WaitForEvents(kLongWait);
-    ui::CurrentToolkit().ProcessEvents();
+    event_loop::WaitForEvents(kLongWait);
+    event_loop::ProcessEvents();
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cassert>
 
 #include "host/sv/application.h"
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/toolkit.h"
@@ -59,7 +60,7 @@ const Font& Application::GetAppFont() const {
 void Application::Reschedule(unsigned flags) {
   trace::Call call(this, "Reschedule", flags);
   call.Write();
-  ui::CurrentToolkit().ProcessEvents();
+  event_loop::ProcessEvents();
   stop::ThrowIfRequested();
 }
 

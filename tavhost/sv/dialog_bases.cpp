@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "host/sv/modal_dialog.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/window_model.h"
 
 namespace SV {
 

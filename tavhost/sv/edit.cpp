@@ -6,7 +6,8 @@
 #include "host/sv/multi_line_edit.h"
 #include "tavhost/base/text_history.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/text_model.h"
+#include "tavhost/ui/models/window_model.h"
 
 namespace SV {
 

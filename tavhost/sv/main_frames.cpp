@@ -3,8 +3,9 @@
 #include <memory>
 
 #include "host/sv/sys_win.h"
-#include "tavhost/sv/application.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/sv/application.h"
+#include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace main_frames {

@@ -4,9 +4,9 @@
 #include "host/sv/info_box.h"
 #include "host/sv/query_box.h"
 #include "host/sv/warning_box.h"
-#include "tavhost/sv/modal.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/sv/modal.h"
+#include "tavhost/ui/models/message_box_model.h"
 
 namespace SV {
 

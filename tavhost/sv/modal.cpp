@@ -4,6 +4,7 @@
 
 #include "host/sv/window.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace modal {

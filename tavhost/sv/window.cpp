@@ -4,6 +4,7 @@
 
 #include "tavhost/base/trace.h"
 #include "tavhost/sv/window_handles.h"
+#include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace SV {

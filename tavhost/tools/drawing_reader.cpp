@@ -7,10 +7,12 @@
 #include <optional>
 
 #include "host/files/system_file_manager.h"
-#include "tavhost/notation/document.h"
-#include "tavhost/notation/scan.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
+#include "tavhost/notation/document.h"
+#include "tavhost/notation/scan.h"
+#include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/table/table_sort.h"
 
 namespace drawing_reader {
 

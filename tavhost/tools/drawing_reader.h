@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "host/base/string.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/drawing_model.h"
 
 // Reads drawings, which are KEL: docs/drawings.md tells their elements.
 namespace drawing_reader {

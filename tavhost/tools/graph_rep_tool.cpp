@@ -3,10 +3,10 @@
 #include <utility>
 
 #include "host/files/database_names.h"
-#include "tavhost/files/disk.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/files/disk.h"
 #include "tavhost/tools/drawing_reader.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/drawing_model.h"
 
 // The text, where its names of files begin, and the files as they were read.
 struct TavGraphRepTool::Source {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tavhost/files/database_area.h"
+#include "tavhost/ui/models/image_dialog_model.h"
 
 namespace image_files {
 

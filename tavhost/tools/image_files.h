@@ -2,8 +2,7 @@
 
 #include <string_view>
 #include <vector>
-
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/image_dialog_model.h"
 
 // The images in the database file area.
 namespace image_files {

@@ -3,7 +3,8 @@
 #include "host/files/core_variables.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/tools/image_files.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/image_dialog_model.h"
+#include "tavhost/ui/models/window_model.h"
 
 TavImagePreviewControl::TavImagePreviewControl(SV::Window* parent)
     : Window(parent, std::make_unique<ui::WindowModel>()) {

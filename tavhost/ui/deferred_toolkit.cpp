@@ -1,4 +1,7 @@
 #include "tavhost/ui/deferred_toolkit.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/work_window_model.h"
 
 #include <utility>
 

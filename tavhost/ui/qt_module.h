@@ -7,10 +7,14 @@
 #include "host/base/size.h"
 #include "tavhost/ui/answer_source.h"
 #include "tavhost/ui/toolkit.h"
-#include "tavhost/ide/ide_host.h"
 
 // The back end with real windows. It is a module of its own, loaded when it is first asked for, so
 // that a run without windows never pays for them.
+namespace ide {
+class IdeHost;
+struct IdeOptions;
+}  // namespace ide
+
 namespace ui {
 
 struct QtOptions {
@@ -33,9 +37,8 @@ struct ModuleHost {
 using CreateQtToolkitFunction = Toolkit*(const ModuleHost& host, const QtOptions& options);
 inline constexpr const char* kCreateQtToolkit = "tavhost_CreateQtToolkit";
 // Shows the workbench until it is closed; the toolkit is one that the module made.
-using RunWorkbenchFunction = void(Toolkit& toolkit, WorkbenchHost& host,
-                                  const WorkbenchOptions& options);
-inline constexpr const char* kRunWorkbench = "tavhost_RunWorkbench";
+using RunIdeFunction = void(Toolkit& toolkit, ide::IdeHost& host, const ide::IdeOptions& options);
+inline constexpr const char* kRunIde = "tavhost_RunIde";
 
 // Whether windows can be shown: there is a display. The module may still be absent.
 bool HasDisplay();
@@ -46,6 +49,6 @@ bool HasQtModule(const std::string& moduleFolder);
 std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
                                        const QtOptions& options, std::string& error);
 // Null when the module does not have it; `error` says why.
-RunWorkbenchFunction* LoadWorkbench(const std::string& moduleFolder, std::string& error);
+RunIdeFunction* LoadIde(const std::string& moduleFolder, std::string& error);
 
 }  // namespace ui

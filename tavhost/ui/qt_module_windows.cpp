@@ -45,8 +45,8 @@ std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const Mo
   return std::unique_ptr<Toolkit>(create ? create(host, options) : nullptr);
 }
 
-RunWorkbenchFunction* LoadWorkbench(const std::string& moduleFolder, std::string& error) {
-  return reinterpret_cast<RunWorkbenchFunction*>(Find(moduleFolder, kRunWorkbench, error));
+RunIdeFunction* LoadIde(const std::string& moduleFolder, std::string& error) {
+  return reinterpret_cast<RunIdeFunction*>(Find(moduleFolder, kRunIde, error));
 }
 
 }  // namespace ui

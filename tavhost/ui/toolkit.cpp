@@ -1,4 +1,5 @@
 #include "tavhost/ui/toolkit.h"
+#include "tavhost/base/event_loop.h"
 
 #include <cassert>
 #include <utility>
@@ -16,6 +17,9 @@ Toolkit& CurrentToolkit() {
 
 bool HasToolkit() { return current != nullptr; }
 
-void SetToolkit(std::unique_ptr<Toolkit> toolkit) { current = std::move(toolkit); }
+void SetToolkit(std::unique_ptr<Toolkit> toolkit) {
+  event_loop::SetLoop(toolkit.get());
+  current = std::move(toolkit);
+}
 
 }  // namespace ui

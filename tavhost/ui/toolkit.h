@@ -7,30 +7,17 @@
 #include <string_view>
 
 #include "host/base/size.h"
-#include "tavhost/ui/models/browser_model.h"
-#include "tavhost/ui/models/directory_dialog_model.h"
-#include "tavhost/ui/models/drawing_model.h"
-#include "tavhost/ui/models/edit_field_model.h"
-#include "tavhost/ui/models/file_dialog_model.h"
-#include "tavhost/ui/models/image_dialog_model.h"
-#include "tavhost/ui/models/list_box_model.h"
-#include "tavhost/ui/models/message_box_model.h"
-#include "tavhost/ui/models/message_window_model.h"
-#include "tavhost/ui/models/modal_model.h"
-#include "tavhost/ui/models/percentage_window_model.h"
-#include "tavhost/base/posted_work.h"
-#include "tavhost/ui/models/result_tool_model.h"
-#include "tavhost/ui/table/table_model.h"
-#include "tavhost/ui/models/text_box_model.h"
-#include "tavhost/ui/models/text_model.h"
-#include "tavhost/ui/models/tree_list_box_model.h"
-#include "tavhost/ui/models/window_model.h"
-#include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/base/event_loop.h"
 
 // The one port to a user interface. The host's libraries hold plain models and ask the toolkit to
 // show them; a back end only renders models and reports what the user did. All calls come from
 // the user-interface thread.
 namespace ui {
+
+class ModalModel;
+class WindowModel;
+class WorkWindowModel;
+struct FontChoice;
 
 struct PrinterInfo {
   std::string name;
@@ -39,17 +26,8 @@ struct PrinterInfo {
   std::string driver;
 };
 
-class Toolkit {
+class Toolkit : public event_loop::Loop {
  public:
-  virtual ~Toolkit() = default;
-
-  // Handles all events that wait, the host's own posted work included, and returns at once.
-  virtual void ProcessEvents() = 0;
-  // Lets the windows paint themselves and returns at once: input of the user and posted work wait.
-  virtual void ProcessPainting() = 0;
-  // Returns when an event waits, a stop is asked for, or the time is over; handles nothing.
-  virtual void WaitForEvents(std::uint32_t milliseconds) = 0;
-
   // Shows the window until it is answered; the model then holds what the user did and how the
   // window ended. A stop request ends it as cancelled. Throws stop::Stopped, the request made,
   // when the window was to be answered without a user and could not be.

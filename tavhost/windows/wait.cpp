@@ -3,8 +3,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/ui/toolkit.h"
 
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
                                   DWORD wakeMask, DWORD flags) {
@@ -14,6 +14,6 @@ DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD mill
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
   std::fflush(stdout);  // who reads what the script printed need not wait with it
-  ui::CurrentToolkit().WaitForEvents(milliseconds);
+  event_loop::WaitForEvents(milliseconds);
   return call.Result(Clock::now() < deadline ? WAIT_OBJECT_0 : WAIT_TIMEOUT);
 }

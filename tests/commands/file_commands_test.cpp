@@ -10,17 +10,17 @@
 #include <vector>
 
 #include "commands/handlers.h"
+#include "host/files/base64.h"
+#include "host/files/core_variables.h"
+#include "host/files/database_names.h"
 #include "host/files/file_manager.h"
+#include "host/files/system_file_manager.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
-#include "host/files/base64.h"
-#include "host/files/core_variables.h"
-#include "host/files/database_names.h"
 #include "host/system/error_message.h"
-#include "host/files/system_file_manager.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"
 

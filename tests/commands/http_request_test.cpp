@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "commands/handlers.h"
+#include "host/http/http_client.h"
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
-#include "host/http/http_client.h"
 
 namespace {
 

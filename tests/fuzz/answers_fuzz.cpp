@@ -7,9 +7,15 @@
 #include <string_view>
 #include <vector>
 
-#include "tavhost/ui/answer.h"
 #include "tavhost/headless/answer_fitting.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/answer.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/image_dialog_model.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/text_box_model.h"
 
 namespace {
 

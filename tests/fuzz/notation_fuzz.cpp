@@ -6,8 +6,8 @@
 
 #include "host/notation/kel_converter.h"
 #include "tavhost/notation/document.h"
-#include "tavhost/notation/parser_access.h"
 #include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/parser_access.h"
 
 namespace {
 

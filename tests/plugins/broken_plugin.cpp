@@ -7,6 +7,7 @@
 #include <string_view>
 #include <thread>
 
+#include "host/base/string.h"
 #include "host/export.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
@@ -16,7 +17,6 @@
 #include "host/script/message_port_command_handler_array.h"
 #include "host/script/script_result.h"
 #include "host/system/version.h"
-#include "host/base/string.h"
 
 namespace {
 

@@ -10,6 +10,10 @@
 
 #include "tavhost/qt/table_panel.h"
 #include "tavhost/qt/table_print.h"
+#include "tavhost/ui/models/browser_model.h"
+#include "tavhost/ui/table/reference_format.h"
+#include "tavhost/ui/table/table_arrangement.h"
+#include "tavhost/ui/table/table_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -10,6 +10,10 @@
 #include "tavhost/qt/output_view.h"
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/tool_docks.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/text_model.h"
+#include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -12,8 +12,8 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
-#include "tavhost/base/posted_work.h"
 #include "tavhost/qt/drawing_view.h"
 #include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/percentage_window_view.h"
@@ -21,6 +21,13 @@
 #include "tavhost/qt/result_tool_view.h"
 #include "tavhost/qt/table_print.h"
 #include "tavhost/qt/work_window_view.h"
+#include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/result_tool_model.h"
+#include "tavhost/ui/models/text_model.h"
+#include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/models/workbench_model.h"
+#include "tavhost/ui/table/table_arrangement.h"
 #include "tests/qt/sample_windows.h"
 
 namespace {
@@ -145,8 +152,9 @@ void RenderModeless(const QString& folder, const Look& look) {
 }
 
 int RenderLook(const QString& folder, const Look& look) {
-  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
-                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp, &stop::IsRequested,
+                            event_loop::WakeUpDescriptor()};
   ui::QtToolkit toolkit(host, {});
   QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
   if (look.dark) QApplication::setPalette(DarkPalette());

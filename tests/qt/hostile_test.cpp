@@ -3,6 +3,10 @@
 #include <string_view>
 
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/text_box_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

@@ -1,5 +1,6 @@
 #include <QWidget>
 
+#include "tavhost/base/event_loop.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {
@@ -22,7 +23,7 @@ TEST_F(QtPainting, GoesOnWhilePostedWorkWaits) {
   ASSERT_GT(before, 0);
 
   bool worked = false;
-  ui::Post([&worked] { worked = true; });
+  event_loop::Post([&worked] { worked = true; });
   canvas.update();
   toolkit.ProcessPainting();
   EXPECT_EQ(canvas.painted, before + 1);

@@ -11,13 +11,14 @@
 #include <functional>
 #include <memory>
 
+#include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
-#include "tavhost/base/posted_work.h"
 #include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/ui/models/modal_model.h"
 
 inline ui::ModuleHost TestModuleHost() {
-  return {&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp, &stop::IsRequested,
-          ui::WakeUpDescriptor()};
+  return {&event_loop::RunPostedWork, &event_loop::HasPostedWork, &event_loop::ClearWakeUp,
+          &stop::IsRequested, event_loop::WakeUpDescriptor()};
 }
 
 // The real toolkit, its windows offscreen. One for the whole program, as there can be only one

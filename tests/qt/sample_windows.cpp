@@ -1,4 +1,17 @@
 #include "tests/qt/sample_windows.h"
+#include "tavhost/ui/models/browser_model.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/image_dialog_model.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/text_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 #include <algorithm>
 #include <filesystem>

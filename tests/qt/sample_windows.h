@@ -4,8 +4,9 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 // One window of each kind, in the states that are worth looking at.
 namespace sample_windows {

@@ -1,5 +1,8 @@
 #include <QSettings>
 
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

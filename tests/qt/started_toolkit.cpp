@@ -2,19 +2,20 @@
 #include <cstdlib>
 #include <string>
 
+#include "tavhost/base/event_loop.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/loader/plugins.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/sv/main_frames.h"
-#include "tavhost/base/stop.h"
-#include "tavhost/base/posted_work.h"
 #include "tests/qt/started_toolkit.h"
 
 ui::QtToolkit& StartedToolkit() {
   static ui::QtToolkit* toolkit = nullptr;
   if (toolkit) return *toolkit;
-  const ui::ModuleHost host{&ui::RunPostedWork, &ui::HasPostedWork, &ui::ClearWakeUp,
-                            &stop::IsRequested, ui::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp, &stop::IsRequested,
+                            event_loop::WakeUpDescriptor()};
   auto made = std::make_unique<ui::QtToolkit>(host, ui::QtOptions{});
   toolkit = made.get();
   ui::SetToolkit(std::move(made));
@@ -30,7 +31,7 @@ ui::QtToolkit& StartedToolkit() {
   return *toolkit;
 }
 
-void TakeMainWindow(ui::workbench_view::WorkbenchWindow& window) {
+void TakeMainWindow(ui::ide_view::IdeWindow& window) {
   ui::QtToolkit& toolkit = StartedToolkit();
   toolkit.SetMainWindow(&window);
   window.ShowTools(toolkit.WorkWindow()->workbench);

@@ -7,6 +7,9 @@
 
 #include "tavhost/qt/drawing_view.h"
 #include "tavhost/qt/result_tool_view.h"
+#include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/models/result_tool_model.h"
+#include "tavhost/ui/table/table_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

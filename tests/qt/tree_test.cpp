@@ -2,6 +2,7 @@
 #include <QPushButton>
 #include <QTreeView>
 
+#include "tavhost/ui/models/tree_list_box_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {

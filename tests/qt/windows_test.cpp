@@ -7,6 +7,14 @@
 #include <chrono>
 #include <thread>
 
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/message_window_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/text_box_model.h"
 #include "tests/qt/qt_fixture.h"
 #include "tests/qt/sample_windows.h"
 

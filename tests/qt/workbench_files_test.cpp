@@ -3,11 +3,11 @@
 #include <QFrame>
 #include <QPushButton>
 
-#include "tests/qt/workbench_fixture.h"
+#include "tests/qt/ide_fixture.h"
 
 namespace {
 
-using ui::workbench_view::Theme;
+using ui::ide_view::Theme;
 
 std::vector<std::string> Paths(const QStringList& paths) {
   std::vector<std::string> bytes;
@@ -165,8 +165,8 @@ TEST_F(WorkbenchTest, WhatWasNotSavedComesBackAfterACrash) {
 TEST_F(WorkbenchTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {
   const QString a = Write(QStringLiteral("a.tav"), "a");
   Start(Paths({a}));
-  app::WorkbenchServices services;
-  ui::WorkbenchOptions options;
+  app::IdeServices services;
+  ide::IdeOptions options;
   options.folder = ui::Bytes(folder_.path());
   {
     Window second(services, options);

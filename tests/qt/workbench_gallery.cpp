@@ -11,18 +11,18 @@
 #include <cstdio>
 
 #include "tavhost/app/ide_services.h"
-#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/shown_text.h"
 #include "tests/qt/started_toolkit.h"
 
 namespace {
 
-using ui::workbench_view::Theme;
-using ui::workbench_view::WorkbenchWindow;
+using ui::ide_view::IdeWindow;
+using ui::ide_view::Theme;
 
 constexpr char kScript[] = R"(# Counts the lines of all scripts below a folder.
 func count_lines(name) {
@@ -74,10 +74,10 @@ QString WriteScript(const QTemporaryDir& folder, const char* name, const char* t
 void Render(const QString& folder, Theme theme, const char* look) {
   const Pictures pictures(folder, look);
   QTemporaryDir home;
-  app::WorkbenchServices services;
-  ui::WorkbenchOptions options;
+  app::IdeServices services;
+  ide::IdeOptions options;
   options.folder = ui::Bytes(home.path());
-  WorkbenchWindow window(services, options);
+  IdeWindow window(services, options);
   TakeMainWindow(window);
   window.Start({ui::Bytes(WriteScript(home, "nightly.tav", "print \"nightly\"\n")),
                 ui::Bytes(WriteScript(home, "lines.tav", kScript))});

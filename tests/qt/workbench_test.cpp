@@ -12,11 +12,11 @@
 #include <QTreeWidget>
 
 #include "tavhost/script/runner.h"
-#include "tests/qt/workbench_fixture.h"
+#include "tests/qt/ide_fixture.h"
 
 namespace {
 
-using ui::workbench_view::Theme;
+using ui::ide_view::Theme;
 
 TEST_F(WorkbenchTest, WhatIsTypedRunsAndPrints) {
   Start();

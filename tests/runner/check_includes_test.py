@@ -31,9 +31,14 @@ class CheckIncludesTest(unittest.TestCase):
                      "<boost/asio.hpp>", "<unistd.h>", "<windows.h>", "<QString>")
         self.allowed("host/windows/files.h", "<windows.h>")
 
+    def test_declarations_stand_on_the_floors_of_their_rooms(self):
+        self.allowed("host/dialog/view_box.h", '"host/sv/window.h"', '"host/base/size.h"')
+        self.refused("host/base/string.h", '"host/sv/window.h"')
+        self.refused("host/notation/kel_value.h", '"host/script/script.h"')
+
     def test_commands_know_the_declarations(self):
-        self.allowed("commands/files.cpp", "<vector>", '"host/base/string.h"', '"commands/support/results.h"',
-                     '"commands/support/checks.h"', '"commands/handlers.h"')
+        self.allowed("commands/files.cpp", "<vector>", '"host/base/string.h"',
+                     '"commands/support/results.h"', '"commands/handlers.h"')
         self.refused("commands/files.cpp", '"plugin/table.h"', '"tavhost/base/trace.h"',
                      "<nlohmann/json.hpp>", "<windows.h>", "<dirent.h>", "<QFile>")
 
@@ -41,46 +46,64 @@ class CheckIncludesTest(unittest.TestCase):
         self.allowed("plugin/table.cpp", '"commands/handlers.h"', '"plugin/table.h"',
                      '"host/script/script_result.h"')
         self.allowed("plugin/module_windows.cpp", "<windows.h>")
-        self.refused("plugin/table.cpp", '"commands/files.h"', '"tavhost/ui/toolkit.h"')
+        self.refused("plugin/table.cpp", '"tavhost/ui/toolkit.h"', "<nlohmann/json.hpp>")
 
-    def test_libraries_know_lower_ones(self):
+    def test_rooms_know_lower_ones(self):
         self.allowed("tavhost/script/syntax/parser.cpp", '"tavhost/notation/value.h"', "<utf8.h>",
-                     '"tavhost/base/trace.h"', '"tavhost/script/lexer.h"', '"tavhost/ui/toolkit.h"',
+                     '"tavhost/base/trace.h"', '"tavhost/script/lexer.h"',
                      '"host/notation/kel_value.h"')
         self.refused("tavhost/notation/value.cpp", '"tavhost/script/syntax/parser.h"',
-                     '"tavhost/ui/headless/answers.h"', '"commands/handlers.h"',
+                     '"tavhost/headless/answers.h"', '"commands/handlers.h"',
                      '"plugin/table.h"', '"tavhost/app/options.h"', '"tavhost/loader/loader.h"')
         self.allowed("tavhost/windows/find.cpp", '"tavhost/base/trace.h"', "<dirent.h>")
         self.refused("tavhost/base/trace.cpp", '"tavhost/windows/find.h"')
-        self.refused("tavhost/windows/find.cpp", '"tavhost/core/files.h"', "<windows.h>")
+        self.refused("tavhost/windows/find.cpp", '"tavhost/files/files.h"', "<windows.h>")
+
+    def test_rooms_know_only_what_they_need(self):
+        self.refused("tavhost/script/engine.cpp", '"tavhost/ui/toolkit.h"')
+        self.refused("tavhost/loader/plugin.cpp", '"tavhost/dialog/text_control.h"')
+        self.refused("tavhost/analysis/check.cpp", '"tavhost/sv/modal.h"', '"tavhost/headless/a.h"')
+        self.refused("tavhost/qt/output_view.cpp", '"tavhost/script/runner.h"')
+
+    def test_what_is_no_room_is_refused(self):
         self.refused("tavhost/misc/a.cpp", '"tavhost/base/trace.h"')
+        self.refused("tavhost/app/run.cpp", '"tavhost/misc/a.h"')
+
+    def test_no_room_reaches_up(self):
+        self.assertEqual(check_includes.rooms_problems(), [])
+        check_includes.ROOMS["base"] = ("app",)
+        try:
+            self.assertEqual(check_includes.rooms_problems(),
+                             ["scripts/check_includes.py: base would reach up to app"])
+        finally:
+            check_includes.ROOMS["base"] = ()
 
     def test_back_ends_loader_and_program(self):
-        self.allowed("tavhost/ui/headless/boxes.cpp", '"tavhost/dialog/list_box.h"')
-        self.refused("tavhost/ui/headless/boxes.cpp", '"tavhost/loader/loader.h"',
-                     '"tavhost/ui/qt/theme.h"', "<QWidget>")
+        self.allowed("tavhost/headless/answers.cpp", '"tavhost/ui/models/list_box_model.h"')
+        self.refused("tavhost/headless/answers.cpp", '"tavhost/loader/loader.h"',
+                     '"tavhost/qt/theme.h"', "<QWidget>")
         self.refused("tavhost/ui/toolkit.h", '"tavhost/dialog/list_box.h"')
         self.allowed("tavhost/app/run.cpp", '"tavhost/loader/loader.h"', '"tavhost/tools/a.h"',
                      "<nlohmann/json.hpp>")
-        self.refused("tavhost/app/run.cpp", '"tavhost/ui/qt/module.h"', "<QApplication>",
+        self.refused("tavhost/loader/plugin.cpp", '"tavhost/app/run.h"')
+        self.refused("tavhost/app/run.cpp", '"tavhost/qt/module.h"', "<QApplication>",
                      "<QtWidgets/QDialog>", '"plugin/table.h"')
 
-    def test_qt_has_its_folder(self):
-        self.allowed("tavhost/ui/qt/main_window.cpp", "<QWidget>", "<QtGui/QFont>",
-                     '"tavhost/dialog/list_box.h"', '"main_window.moc"')
-        self.allowed("tavhost/ui/qt/workbench/editor.cpp", "<QPlainTextEdit>",
-                     '"tavhost/ide/history.h"')
+    def test_qt_has_its_room(self):
+        self.allowed("tavhost/qt/main_window.cpp", "<QWidget>", "<QtGui/QFont>",
+                     '"tavhost/ui/models/list_box_model.h"', '"main_window.moc"')
+        self.allowed("tavhost/qt/ide/editor.cpp", "<QPlainTextEdit>", '"tavhost/ide/history.h"')
         self.allowed("tavhost/ide/history.cpp", '"tavhost/ide/history.h"')
-        self.refused("tavhost/ide/history.cpp", "<QString>", '"tavhost/base/trace.h"',
-                     '"tavhost/ui/toolkit.h"', '"tavhost/qt/shown_text.h"')
-        self.refused("tavhost/ui/qt/main_window.cpp", '"tavhost/app/run.h"')
+        self.refused("tavhost/ide/history.cpp", "<QString>", '"tavhost/ui/toolkit.h"',
+                     '"tavhost/qt/shown_text.h"')
+        self.refused("tavhost/qt/main_window.cpp", '"tavhost/app/run.h"')
 
     def test_platform_headers_have_their_files(self):
-        self.allowed("tavhost/core/disk_posix.cpp", "<unistd.h>", "<sys/stat.h>")
-        self.allowed("tavhost/core/disk_windows.cpp", "<windows.h>", "<winhttp.h>", "<io.h>")
-        self.refused("tavhost/core/disk.cpp", "<unistd.h>", "<sys/stat.h>", "<windows.h>")
-        self.refused("tavhost/core/disk_posix.cpp", "<windows.h>")
-        self.refused("tavhost/core/disk_windows.cpp", "<unistd.h>")
+        self.allowed("tavhost/files/disk_posix.cpp", "<unistd.h>", "<sys/stat.h>")
+        self.allowed("tavhost/files/disk_windows.cpp", "<windows.h>", "<winhttp.h>", "<io.h>")
+        self.refused("tavhost/files/disk.cpp", "<unistd.h>", "<sys/stat.h>", "<windows.h>")
+        self.refused("tavhost/files/disk_posix.cpp", "<windows.h>")
+        self.refused("tavhost/files/disk_windows.cpp", "<unistd.h>")
 
     def test_paths_start_at_the_top_folder(self):
         self.refused("tavhost/base/string.cpp", '"gone/string.h"')

@@ -9,11 +9,11 @@
 #include <QVBoxLayout>
 #include <utility>
 
-#include "tavhost/qt/shown_text.h"
-#include "tavhost/qt/ide/command_page.h"
 #include "tavhost/ide/script_text.h"
+#include "tavhost/qt/ide/command_page.h"
+#include "tavhost/qt/shown_text.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -133,8 +133,7 @@ void CommandBrowser::Search(const QString& query) {
     bool any = false;
     for (std::size_t k = 0; k < families[i].commands.size(); ++k) {
       const reference::Command& command = families[i].commands[k];
-      const int score =
-          workbench::SearchScore(words, command.name, SearchedText(command, families[i]));
+      const int score = ide::SearchScore(words, command.name, SearchedText(command, families[i]));
       QTreeWidgetItem* const item = heading->child(static_cast<int>(k));
       item->setHidden(score == 0);
       any = any || score > 0;
@@ -205,4 +204,4 @@ bool CommandBrowser::eventFilter(QObject* object, QEvent* event) {
   }
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -12,7 +12,7 @@ class QTextBrowser;
 class QTreeWidget;
 class QTreeWidgetItem;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // All commands by family, searched as one types, with their documentation.
 class CommandBrowser final : public QWidget {
@@ -50,4 +50,4 @@ class CommandBrowser final : public QWidget {
   bool filled_ = false;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

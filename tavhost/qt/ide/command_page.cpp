@@ -3,10 +3,10 @@
 #include <QStringList>
 #include <algorithm>
 
-#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/ide/theme.h"
+#include "tavhost/qt/shown_text.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -180,4 +180,4 @@ QString InsertedText(const Command& command) {
   return text;
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

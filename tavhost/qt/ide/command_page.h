@@ -5,7 +5,7 @@
 
 #include "tavhost/reference/reference.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // A command's documentation as rich text. Its links: `command:NAME`, `insert:example`.
 QString CommandPage(const reference::Command& command, const std::string& usage,
@@ -20,4 +20,4 @@ QString InsertedText(const reference::Command& command);
 // An example as a script holds it: without the indentation of the reference.
 QString ExampleText(const reference::Command& command);
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

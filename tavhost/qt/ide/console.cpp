@@ -15,11 +15,11 @@
 #include <iterator>
 #include <utility>
 
-#include "tavhost/qt/shown_text.h"
-#include "tavhost/qt/ide/theme.h"
 #include "tavhost/ide/script_text.h"
+#include "tavhost/qt/ide/theme.h"
+#include "tavhost/qt/shown_text.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -210,7 +210,7 @@ void Console::Show(const Piece& piece) {
     const std::size_t end = std::min(text.find('\n', begin), text.size() - 1) + 1;
     const std::string_view line = std::string_view(text).substr(begin, end - begin);
     begin = end;
-    const auto place = workbench::PlaceIn(line);
+    const auto place = ide::PlaceIn(line);
     if (place) {
       QTextCharFormat link = format;
       link.setFontUnderline(true);
@@ -352,7 +352,7 @@ void Console::Enter() {
   input_->clear();
   const std::string bytes = Bytes(line);
   // Kept before it runs: it may be what ends the program.
-  if (history_.Add(bytes)) help_.remember(workbench::History::LineOf(bytes));
+  if (history_.Add(bytes)) help_.remember(ide::History::LineOf(bytes));
   Add(Kind::kEcho, (begun_.isEmpty() ? "tav> " : "...> ") + bytes + "\n");
   Flush();
   output_->verticalScrollBar()->setValue(output_->verticalScrollBar()->maximum());
@@ -363,4 +363,4 @@ void Console::Enter() {
   Flush();
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -17,7 +17,7 @@ class QLabel;
 class QLineEdit;
 class QStringListModel;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // The console: what scripts print, and a line to enter statements.
 class Console final : public QWidget {
@@ -40,7 +40,7 @@ class Console final : public QWidget {
   void Clear();
   void SetBusy(bool busy);
 
-  workbench::History& GetHistory() { return history_; }
+  ide::History& GetHistory() { return history_; }
   QLineEdit& Input() { return *input_; }
   QPlainTextEdit& Output() { return *output_; }
   void Complete();
@@ -66,7 +66,7 @@ class Console final : public QWidget {
   QString WordBeforeCursor() const;
 
   Help help_;
-  workbench::History history_;
+  ide::History history_;
   QPlainTextEdit* output_ = nullptr;
   QLabel* prompt_;
   QLineEdit* input_;
@@ -78,4 +78,4 @@ class Console final : public QWidget {
   bool busy_ = false;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -12,10 +12,10 @@
 #include <QVBoxLayout>
 #include <utility>
 
-#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/ide/theme.h"
+#include "tavhost/qt/shown_text.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -118,7 +118,7 @@ bool EditorPage::Read(const QString& path, QByteArray& bytes, QString& error) co
 }
 
 void EditorPage::Show(const QByteArray& bytes) {
-  editor_->SetText(Editable(workbench::TextOf(View(bytes), form_)));
+  editor_->SetText(Editable(ide::TextOf(View(bytes), form_)));
   // What the editor cannot hold (line ends of several kinds, rare separators) it must not spoil.
   const bool kept = Bytes() == bytes;
   editor_->setReadOnly(!kept);
@@ -141,7 +141,7 @@ bool EditorPage::Load(const QString& path, QString& error) {
 }
 
 QByteArray EditorPage::Bytes() const {
-  return Array(workbench::BytesOf(ui::Bytes(editor_->Text()), form_));
+  return Array(ide::BytesOf(ui::Bytes(editor_->Text()), form_));
 }
 
 bool EditorPage::Save(const QString& path, QString& error) {
@@ -219,4 +219,4 @@ void EditorPage::Reload() {
   if (changed) changed();
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -6,13 +6,13 @@
 #include <QWidget>
 #include <functional>
 
-#include "tavhost/qt/ide/script_editor.h"
 #include "tavhost/ide/script_text.h"
+#include "tavhost/qt/ide/script_editor.h"
 
 class QLabel;
 class QPushButton;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // One open script: its file, its editor, and a bar above it when the two have come apart.
 class EditorPage final : public QWidget {
@@ -29,7 +29,7 @@ class EditorPage final : public QWidget {
   bool IsModified() const { return editor_->document()->isModified(); }
   // Neither a file nor anything typed.
   bool IsUntouched() const;
-  const workbench::FileForm& Form() const { return form_; }
+  const ide::FileForm& Form() const { return form_; }
 
   // False when the file cannot be read or written; `error` says why and nothing has changed.
   bool Load(const QString& path, QString& error);
@@ -62,7 +62,7 @@ class EditorPage final : public QWidget {
 
   int untitledNumber_;
   QString path_;
-  workbench::FileForm form_;
+  ide::FileForm form_;
   Disk disk_;
   ScriptEditor* editor_;
   QFrame* notice_;
@@ -70,4 +70,4 @@ class EditorPage final : public QWidget {
   QPushButton* reload_;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

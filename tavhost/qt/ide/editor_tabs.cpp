@@ -10,7 +10,7 @@
 #include <QTimer>
 #include <utility>
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -250,4 +250,4 @@ void EditorTabs::SetEditorFont(const QFont& font) {
   for (EditorPage* const page : Pages()) page->Editor().setFont(font);
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

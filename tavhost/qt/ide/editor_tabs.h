@@ -10,7 +10,7 @@
 
 class QFileSystemWatcher;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // The open scripts, a tab each. No text is dropped without its user having said so.
 class EditorTabs final : public QTabWidget {
@@ -63,4 +63,4 @@ class EditorTabs final : public QTabWidget {
   QString lastFolder_;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

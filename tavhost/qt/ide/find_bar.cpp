@@ -14,7 +14,7 @@
 
 #include "tavhost/qt/ide/script_editor.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -257,4 +257,4 @@ void FindBar::keyPressEvent(QKeyEvent* event) {
   }
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -10,7 +10,7 @@ class QLineEdit;
 class QPushButton;
 class QRegularExpression;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 class ScriptEditor;
 
@@ -48,4 +48,4 @@ class FindBar final : public QFrame {
   QWidget* replaceRow_;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -7,8 +7,9 @@
 #include <QTimer>
 #include <cstdio>
 
-#include "tavhost/qt/qt_toolkit.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/qt_toolkit.h"
+#include "tavhost/ui/models/work_window_model.h"
 
 namespace ui {
 
@@ -19,8 +20,8 @@ Q_LOGGING_CATEGORY(Log, "tavhost.workbench", QtWarningMsg)
 
 }  // namespace
 
-void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOptions& options) {
-  workbench_view::WorkbenchWindow window(host, options);
+void RunIde(QtToolkit& toolkit, ide::IdeHost& host, const ide::IdeOptions& options) {
+  ide_view::IdeWindow window(host, options);
   QEventLoop loop;
   window.closed = [&loop] { loop.quit(); };
   window.painted = [&] {

@@ -7,6 +7,6 @@ namespace ui {
 class QtToolkit;
 
 // Shows the workbench until it is closed. The toolkit is the one in use.
-void RunWorkbench(QtToolkit& toolkit, WorkbenchHost& host, const WorkbenchOptions& options);
+void RunIde(QtToolkit& toolkit, ide::IdeHost& host, const ide::IdeOptions& options);
 
 }  // namespace ui

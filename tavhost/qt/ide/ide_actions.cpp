@@ -22,15 +22,15 @@
 #include <tuple>
 #include <utility>
 
-#include "tavhost/qt/tool_docks.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/tool_docks.h"
 
 // The menus and what their entries do.
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -73,15 +73,15 @@ QIcon StopIcon(int side) {
 
 }  // namespace
 
-QAction* WorkbenchWindow::Add(QMenu& menu, const QString& text, const QList<QKeySequence>& keys,
-                              std::function<void()> run) {
+QAction* IdeWindow::Add(QMenu& menu, const QString& text, const QList<QKeySequence>& keys,
+                        std::function<void()> run) {
   QAction* const action = menu.addAction(text);
   action->setShortcuts(keys);
   connect(action, &QAction::triggered, this, [run = std::move(run)] { run(); });
   return action;
 }
 
-void WorkbenchWindow::MakeActions() {
+void IdeWindow::MakeActions() {
   const auto editor = [this]() -> ScriptEditor& { return tabs_->Page()->Editor(); };
   const auto icon = [this](QStyle::StandardPixmap kind) { return style()->standardIcon(kind); };
 
@@ -266,7 +266,7 @@ void WorkbenchWindow::MakeActions() {
   view.addAction(bar.toggleViewAction());
 }
 
-void WorkbenchWindow::ShowRecent() {
+void IdeWindow::ShowRecent() {
   recentMenu_->clear();
   const QStringList recent = store_.Settings().value(QStringLiteral("recent")).toStringList();
   for (qsizetype i = 0; i < recent.size(); ++i) {
@@ -282,7 +282,7 @@ void WorkbenchWindow::ShowRecent() {
   recentMenu_->setEnabled(!recent.isEmpty());
 }
 
-void WorkbenchWindow::AddRecent(const QString& path) {
+void IdeWindow::AddRecent(const QString& path) {
   QStringList recent = store_.Settings().value(QStringLiteral("recent")).toStringList();
   recent.removeAll(path);
   recent.prepend(path);
@@ -291,7 +291,7 @@ void WorkbenchWindow::AddRecent(const QString& path) {
   ShowRecent();
 }
 
-void WorkbenchWindow::SetTheme(Theme theme) {
+void IdeWindow::SetTheme(Theme theme) {
   Apply(theme);
   store_.Settings().setValue(QStringLiteral("theme"), NameOf(theme));
   for (QAction* const action : themes_->actions()) {
@@ -299,7 +299,7 @@ void WorkbenchWindow::SetTheme(Theme theme) {
   }
 }
 
-void WorkbenchWindow::SetFont(const QFont& font) {
+void IdeWindow::SetFont(const QFont& font) {
   tabs_->SetEditorFont(font);
   console_->Output().setFont(font);
   console_->Input().setFont(font);
@@ -307,7 +307,7 @@ void WorkbenchWindow::SetFont(const QFont& font) {
   store_.Settings().setValue(QStringLiteral("font"), font.toString());
 }
 
-void WorkbenchWindow::ChooseFont() {
+void IdeWindow::ChooseFont() {
   bool chosen = false;
   const QFont font =
       QFontDialog::getFont(&chosen, tabs_->Page()->Editor().font(), this,
@@ -315,14 +315,14 @@ void WorkbenchWindow::ChooseFont() {
   if (chosen) SetFont(font);
 }
 
-void WorkbenchWindow::Zoom(int steps) {
+void IdeWindow::Zoom(int steps) {
   QFont font = tabs_->Page()->Editor().font();
   font.setPointSize(std::clamp(font.pointSize() + steps, kSmallestFont, kLargestFont));
   SetFont(font);
 }
 
 // Editor, console, problems, commands, variables, output windows: whatever can be seen.
-void WorkbenchWindow::NextPane(bool backwards) {
+void IdeWindow::NextPane(bool backwards) {
   std::vector<QWidget*> panes = {tabs_->Page()};
   for (QDockWidget* const dock : findChildren<QDockWidget*>()) {
     if (dock->isVisible() && !dock->visibleRegion().isEmpty()) panes.push_back(dock);
@@ -337,7 +337,7 @@ void WorkbenchWindow::NextPane(bool backwards) {
   (dock ? dock->widget() : panes[next])->setFocus(Qt::ShortcutFocusReason);
 }
 
-void WorkbenchWindow::GoToLine() {
+void IdeWindow::GoToLine() {
   ScriptEditor& editor = tabs_->Page()->Editor();
   bool accepted = false;
   const int line =
@@ -347,7 +347,7 @@ void WorkbenchWindow::GoToLine() {
   editor.setFocus();
 }
 
-void WorkbenchWindow::HelpOnWord() {
+void IdeWindow::HelpOnWord() {
   commandsDock_->show();
   commandsDock_->raise();
   const QString word = tabs_->Page()->Editor().WordAtCursor();
@@ -355,7 +355,7 @@ void WorkbenchWindow::HelpOnWord() {
   commands_->FocusSearch();
 }
 
-void WorkbenchWindow::ShowShortcuts() {
+void IdeWindow::ShowShortcuts() {
   QString rows;
   for (QAction* const menu : menuBar()->actions()) {
     rows += QStringLiteral("<tr><td colspan='2'><h4 style='margin:8px 0 2px 0'>%1</h4></td></tr>")
@@ -384,7 +384,7 @@ void WorkbenchWindow::ShowShortcuts() {
   dialog.exec();
 }
 
-void WorkbenchWindow::ResetLayout() {
+void IdeWindow::ResetLayout() {
   restoreState(firstLayout_);
   consoleDock_->raise();
   commandsDock_->raise();
@@ -392,4 +392,4 @@ void WorkbenchWindow::ResetLayout() {
   resizeDocks({commandsDock_}, {330}, Qt::Horizontal);
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

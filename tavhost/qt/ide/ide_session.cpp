@@ -5,13 +5,13 @@
 #include <QScreen>
 #include <QTreeWidget>
 
-#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/shown_text.h"
 
 // What the workbench remembers from one start to the next.
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -27,7 +27,7 @@ QFont FirstFont() {
 
 }  // namespace
 
-void WorkbenchWindow::RestoreSession(const std::vector<std::string>& files) {
+void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
   QSettings& settings = store_.Settings();
   SetTheme(ThemeOf(settings.value(QStringLiteral("theme")).toString()));
   QFont font = FirstFont();
@@ -94,7 +94,7 @@ void WorkbenchWindow::RestoreSession(const std::vector<std::string>& files) {
   tabs_->Page()->Editor().setFocus();
 }
 
-void WorkbenchWindow::SaveSession() {
+void IdeWindow::SaveSession() {
   QSettings& settings = store_.Settings();
   settings.setValue(QStringLiteral("geometry"), saveGeometry());
   settings.setValue(QStringLiteral("layout"), saveState(kLayoutVersion));
@@ -115,4 +115,4 @@ void WorkbenchWindow::SaveSession() {
   settings.sync();
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -20,19 +20,19 @@
 #include <map>
 #include <utility>
 
-#include "tavhost/reference/reference.h"
-#include "tavhost/qt/shown_text.h"
-#include "tavhost/qt/tool_docks.h"
+#include "tavhost/ide/script_text.h"
+#include "tavhost/ide/script_tokens.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/command_page.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/utf16.h"
-#include "tavhost/ide/script_text.h"
-#include "tavhost/ide/script_tokens.h"
+#include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/tool_docks.h"
+#include "tavhost/reference/reference.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -48,7 +48,7 @@ constexpr int kColumnRole = Qt::UserRole + 2;
 
 }  // namespace
 
-WorkbenchWindow::WorkbenchWindow(WorkbenchHost& host, const WorkbenchOptions& options)
+IdeWindow::IdeWindow(ide::IdeHost& host, const ide::IdeOptions& options)
     : host_(host), store_(Editable(options.folder)) {
   setObjectName(QStringLiteral("workbench"));
   setWindowTitle(QStringLiteral("tavhost"));
@@ -62,7 +62,7 @@ WorkbenchWindow::WorkbenchWindow(WorkbenchHost& host, const WorkbenchOptions& op
 
   connect(&tick_, &QTimer::timeout, this, [this] {
     state_->setText(QStringLiteral("Running %1 - Shift+F5 stops")
-                        .arg(QString::fromStdString(workbench::ElapsedText(runTime_.elapsed()))));
+                        .arg(QString::fromStdString(ide::ElapsedText(runTime_.elapsed()))));
   });
   tick_.setInterval(kTickMilliseconds);
   check_.setSingleShot(true);
@@ -78,12 +78,12 @@ WorkbenchWindow::WorkbenchWindow(WorkbenchHost& host, const WorkbenchOptions& op
   qApp->installEventFilter(this);
 }
 
-WorkbenchWindow::~WorkbenchWindow() {
+IdeWindow::~IdeWindow() {
   qApp->removeEventFilter(this);
   host_.SetServiceLog({});
 }
 
-void WorkbenchWindow::MakeEditors() {
+void IdeWindow::MakeEditors() {
   EditorHelp help;
   help.isCommand = [this](QStringView word) {
     return host_.Reference().Find(word.toString().toStdString()) != nullptr;
@@ -107,8 +107,8 @@ void WorkbenchWindow::MakeEditors() {
   tabs_->pageChanged = [this] {
     EditorPage* const page = tabs_->Page();
     if (!page) return;
-    connect(&page->Editor(), &QPlainTextEdit::cursorPositionChanged, this,
-            &WorkbenchWindow::ShowPosition, Qt::UniqueConnection);
+    connect(&page->Editor(), &QPlainTextEdit::cursorPositionChanged, this, &IdeWindow::ShowPosition,
+            Qt::UniqueConnection);
     find_->Refresh();
     ShowPosition();
     ShowTitle();
@@ -133,8 +133,8 @@ void WorkbenchWindow::MakeEditors() {
   };
 }
 
-QDockWidget* WorkbenchWindow::AddDock(const QString& name, const QString& title, QWidget* widget,
-                                      Qt::DockWidgetArea area) {
+QDockWidget* IdeWindow::AddDock(const QString& name, const QString& title, QWidget* widget,
+                                Qt::DockWidgetArea area) {
   auto* const dock = new QDockWidget(title, this);
   dock->setObjectName(name);
   dock->setWidget(widget);
@@ -142,7 +142,7 @@ QDockWidget* WorkbenchWindow::AddDock(const QString& name, const QString& title,
   return dock;
 }
 
-void WorkbenchWindow::MakeDocks() {
+void IdeWindow::MakeDocks() {
   setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
   Console::Help help;
   help.complete = [this](const QString& before) { return Complete(before); };
@@ -234,13 +234,13 @@ void WorkbenchWindow::MakeDocks() {
   statusBar()->addPermanentWidget(position_);
 }
 
-void WorkbenchWindow::ShowTools(WorkbenchModel& workbench) {
+void IdeWindow::ShowTools(WorkbenchModel& workbench) {
   tools_ = std::make_unique<ToolDocks>(*this, workbench);
 }
 
-void WorkbenchWindow::Start(const std::vector<std::string>& files) { RestoreSession(files); }
+void IdeWindow::Start(const std::vector<std::string>& files) { RestoreSession(files); }
 
-QStringList WorkbenchWindow::Complete(const QString& before) {
+QStringList IdeWindow::Complete(const QString& before) {
   const QString whole = tabs_->Page() ? tabs_->Page()->Editor().Text() : QString();
   std::vector<std::string> names;
   // The word being typed would offer itself.
@@ -250,7 +250,7 @@ QStringList WorkbenchWindow::Complete(const QString& before) {
     --begin;
   }
   const QString typed = before.mid(begin);
-  for (const std::u16string_view name : workbench::NamesIn(Utf16(whole))) {
+  for (const std::u16string_view name : ide::NamesIn(Utf16(whole))) {
     const QString word = FromUtf16(name);
     if (word != typed) names.push_back(word.toStdString());
   }
@@ -259,33 +259,33 @@ QStringList WorkbenchWindow::Complete(const QString& before) {
   return words;
 }
 
-void WorkbenchWindow::Insert(const QString& text) {
+void IdeWindow::Insert(const QString& text) {
   EditorPage* const page = tabs_->Page();
   if (page && !page->Editor().isReadOnly()) page->Editor().InsertCommand(text);
 }
 
-void WorkbenchWindow::ShowPosition() {
+void IdeWindow::ShowPosition() {
   EditorPage* const page = tabs_->Page();
   if (!page) return;
-  const char* const ends = page->Form().lineEnds == workbench::LineEnds::kWindows ? "CRLF" : "LF";
+  const char* const ends = page->Form().lineEnds == ide::LineEnds::kWindows ? "CRLF" : "LF";
   position_->setText(QStringLiteral("Line %1, Column %2   %3")
                          .arg(page->Editor().Line())
                          .arg(page->Editor().Column())
                          .arg(QLatin1String(ends)));
 }
 
-void WorkbenchWindow::ShowTitle() {
+void IdeWindow::ShowTitle() {
   EditorPage* const page = tabs_->Page();
   if (!page) return;
   setWindowTitle(QStringLiteral("%1[*] - tavhost").arg(ShownTitle(Bytes(page->Title()))));
   setWindowModified(page->IsModified());
 }
 
-void WorkbenchWindow::ShowProblems(const std::vector<WorkbenchHost::Mistake>& mistakes) {
+void IdeWindow::ShowProblems(const std::vector<ide::IdeHost::Mistake>& mistakes) {
   problems_->clear();
   for (EditorPage* const page : tabs_->Pages()) page->Editor().SetMarks({});
   std::map<EditorPage*, std::vector<ScriptEditor::Mark>> marks;
-  for (const WorkbenchHost::Mistake& mistake : mistakes) {
+  for (const ide::IdeHost::Mistake& mistake : mistakes) {
     const QString file = Shown(mistake.file);
     const QString message =
         (mistake.isHint ? QStringLiteral("Hint: ") : QString()) + Shown(mistake.message);
@@ -306,10 +306,10 @@ void WorkbenchWindow::ShowProblems(const std::vector<WorkbenchHost::Mistake>& mi
                                     : QStringLiteral("Problems (%1)").arg(mistakes.size()));
 }
 
-void WorkbenchWindow::ShowVariables() {
+void IdeWindow::ShowVariables() {
   if (!variablesDock_->isVisible()) return;
   variables_->clear();
-  for (const WorkbenchHost::Variable& variable : host_.Variables()) {
+  for (const ide::IdeHost::Variable& variable : host_.Variables()) {
     auto* const item = new QTreeWidgetItem(
         variables_, {Shown(variable.name), Shown(variable.value), Shown(variable.type)});
     if (variable.isLocal) {
@@ -322,7 +322,7 @@ void WorkbenchWindow::ShowVariables() {
   }
 }
 
-void WorkbenchWindow::GoTo(const QString& file, int line, int column) {
+void IdeWindow::GoTo(const QString& file, int line, int column) {
   EditorPage* page = tabs_->PageOf(file);
   if (!page) {
     QString error;
@@ -334,7 +334,7 @@ void WorkbenchWindow::GoTo(const QString& file, int line, int column) {
   page->Editor().setFocus();
 }
 
-void WorkbenchWindow::GoToProblem(int step) {
+void IdeWindow::GoToProblem(int step) {
   const int count = problems_->topLevelItemCount();
   if (count == 0) return statusBar()->showMessage(QStringLiteral("There are no problems"), 3000);
   const int present = problems_->indexOfTopLevelItem(problems_->currentItem());
@@ -344,7 +344,7 @@ void WorkbenchWindow::GoToProblem(int step) {
   GoTo(item->toolTip(1), item->data(0, kLineRole).toInt(), item->data(0, kColumnRole).toInt());
 }
 
-void WorkbenchWindow::CheckPage(bool asked) {
+void IdeWindow::CheckPage(bool asked) {
   EditorPage* const page = tabs_->Page();
   if (!page || host_.IsRunning()) return;
   if (!asked && page->Editor().document()->characterCount() > kMostChecked) return;
@@ -360,13 +360,13 @@ void WorkbenchWindow::CheckPage(bool asked) {
   }
 }
 
-WorkbenchHost::Sinks WorkbenchWindow::Sinks() {
+ide::IdeHost::Sinks IdeWindow::Sinks() {
   return {[this](std::string_view text) { console_->Print(text); },
           [this](std::string_view text) { console_->Error(text); },
           {}};
 }
 
-void WorkbenchWindow::Run() {
+void IdeWindow::Run() {
   if (paused_) return Step(StepMode::kRun);
   EditorPage* const page = tabs_->Page();
   if (!page || host_.IsRunning()) return;
@@ -374,7 +374,7 @@ void WorkbenchWindow::Run() {
   RunText(page->Name(), page->Path(), page->Editor().Text(), page->Editor().HasBreakpoints());
 }
 
-void WorkbenchWindow::Step(StepMode mode) {
+void IdeWindow::Step(StepMode mode) {
   if (paused_) {
     stepMode_ = mode;
     goOn_ = true;
@@ -387,7 +387,7 @@ void WorkbenchWindow::Step(StepMode mode) {
 }
 
 // Inside the running script.
-void WorkbenchWindow::BeforeStatement(int line, int depth) {
+void IdeWindow::BeforeStatement(int line, int depth) {
   const bool wanted = stepMode_ == StepMode::kInto ||
                       (stepMode_ == StepMode::kOver && depth <= stepDepth_) ||
                       (stepMode_ == StepMode::kOut && depth < stepDepth_);
@@ -409,7 +409,7 @@ void WorkbenchWindow::BeforeStatement(int line, int depth) {
   if (runPage_) runPage_->Editor().SetStepLine(0);
 }
 
-void WorkbenchWindow::ShowPaused(bool paused) {
+void IdeWindow::ShowPaused(bool paused) {
   paused_ = paused;
   busy_->setVisible(!paused);
   run_->setEnabled(paused);
@@ -421,8 +421,8 @@ void WorkbenchWindow::ShowPaused(bool paused) {
   }
 }
 
-void WorkbenchWindow::RunText(const QString& name, const QString& path, const QString& text,
-                              bool stepped) {
+void IdeWindow::RunText(const QString& name, const QString& path, const QString& text,
+                        bool stepped) {
   if (host_.IsRunning()) return;
   check_.stop();
   ShowProblems({});
@@ -430,23 +430,23 @@ void WorkbenchWindow::RunText(const QString& name, const QString& path, const QS
   consoleDock_->raise();
   console_->Note(QStringLiteral("Running %1").arg(QFileInfo(name).fileName()));
   Began();
-  WorkbenchHost::Sinks sinks = Sinks();
+  ide::IdeHost::Sinks sinks = Sinks();
   runPage_ = tabs_->Page();
   if (stepped) sinks.step = [this](int line, int depth) { BeforeStatement(line, depth); };
-  const WorkbenchHost::Outcome outcome =
+  const ide::IdeHost::Outcome outcome =
       host_.RunScript(Bytes(path), Bytes(name), Bytes(text), sinks);
   Ended(outcome, name);
 }
 
-bool WorkbenchWindow::RunEntry(const QString& entry) {
+bool IdeWindow::RunEntry(const QString& entry) {
   if (host_.IsRunning()) return false;
   Began();
-  const WorkbenchHost::Outcome outcome = host_.RunEntry(Bytes(entry), Sinks());
+  const ide::IdeHost::Outcome outcome = host_.RunEntry(Bytes(entry), Sinks());
   Ended(outcome, {});
-  return outcome.end == WorkbenchHost::End::kIncomplete;
+  return outcome.end == ide::IdeHost::End::kIncomplete;
 }
 
-void WorkbenchWindow::Began() {
+void IdeWindow::Began() {
   KeepUnsaved();  // a script may end the program
   run_->setEnabled(false);
   for (QAction* const action : std::as_const(steps_)) action->setEnabled(false);
@@ -459,9 +459,9 @@ void WorkbenchWindow::Began() {
 }
 
 // `name` is empty for an entry at the console.
-void WorkbenchWindow::Ended(const WorkbenchHost::Outcome& outcome, const QString& name) {
-  using End = WorkbenchHost::End;
-  const QString time = QString::fromStdString(workbench::ElapsedText(runTime_.elapsed()));
+void IdeWindow::Ended(const ide::IdeHost::Outcome& outcome, const QString& name) {
+  using End = ide::IdeHost::End;
+  const QString time = QString::fromStdString(ide::ElapsedText(runTime_.elapsed()));
   tick_.stop();
   busy_->hide();
   run_->setEnabled(true);
@@ -506,18 +506,18 @@ void WorkbenchWindow::Ended(const WorkbenchHost::Outcome& outcome, const QString
   if (std::exchange(closeWhenEnded_, false)) QTimer::singleShot(0, this, [this] { close(); });
 }
 
-void WorkbenchWindow::Stop() {
+void IdeWindow::Stop() {
   if (!host_.IsRunning()) return;
   state_->setText(QStringLiteral("Stopping"));
   host_.Stop();
 }
 
-void WorkbenchWindow::KeepUnsaved() {
+void IdeWindow::KeepUnsaved() {
   keep_.stop();
   store_.KeepUnsaved(tabs_->Unsaved());
 }
 
-void WorkbenchWindow::EndNow() {
+void IdeWindow::EndNow() {
   endNow_ = true;
   if (host_.IsRunning()) {
     closeWhenEnded_ = true;
@@ -526,7 +526,7 @@ void WorkbenchWindow::EndNow() {
   QTimer::singleShot(0, this, [this] { close(); });
 }
 
-bool WorkbenchWindow::event(QEvent* event) {
+bool IdeWindow::event(QEvent* event) {
   const bool taken = QMainWindow::event(event);
   if (event->type() == QEvent::Paint && !std::exchange(wasPainted_, true) && painted) {
     QTimer::singleShot(0, this, [this] { painted(); });
@@ -534,12 +534,12 @@ bool WorkbenchWindow::event(QEvent* event) {
   return taken;
 }
 
-void WorkbenchWindow::changeEvent(QEvent* event) {
+void IdeWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
   if (event->type() == QEvent::ActivationChange && isActiveWindow() && tabs_) tabs_->LookAtDisk();
 }
 
-void WorkbenchWindow::closeEvent(QCloseEvent* event) {
+void IdeWindow::closeEvent(QCloseEvent* event) {
   if (host_.IsRunning()) {
     event->ignore();
     if (closeWhenEnded_) return;
@@ -568,7 +568,7 @@ void WorkbenchWindow::closeEvent(QCloseEvent* event) {
 }
 
 // A script's dialog takes all keys; the one that stops the script works there too.
-bool WorkbenchWindow::eventFilter(QObject* object, QEvent* event) {
+bool IdeWindow::eventFilter(QObject* object, QEvent* event) {
   if (event->type() == QEvent::KeyPress && QApplication::activeModalWidget() && host_.IsRunning()) {
     const auto* const key = static_cast<QKeyEvent*>(event);
     if (key->key() == Qt::Key_F5 && key->modifiers() == Qt::ShiftModifier) {
@@ -579,4 +579,4 @@ bool WorkbenchWindow::eventFilter(QObject* object, QEvent* event) {
   return QMainWindow::eventFilter(object, event);
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -7,9 +7,9 @@
 #include <functional>
 #include <memory>
 
+#include "tavhost/ide/ide_host.h"
 #include "tavhost/qt/ide/session_store.h"
 #include "tavhost/qt/ide/theme.h"
-#include "tavhost/ide/ide_host.h"
 
 class QAction;
 class QActionGroup;
@@ -26,7 +26,7 @@ class ToolDocks;
 class WorkbenchModel;
 }  // namespace ui
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 class CommandBrowser;
 class Console;
@@ -35,10 +35,10 @@ class EditorTabs;
 class FindBar;
 
 // The workbench: scripts, their console and what belongs to them.
-class WorkbenchWindow final : public QMainWindow {
+class IdeWindow final : public QMainWindow {
  public:
-  WorkbenchWindow(WorkbenchHost& host, const WorkbenchOptions& options);
-  ~WorkbenchWindow() override;
+  IdeWindow(ide::IdeHost& host, const ide::IdeOptions& options);
+  ~IdeWindow() override;
 
   EditorTabs& Tabs() { return *tabs_; }
   Console& GetConsole() { return *console_; }
@@ -78,7 +78,7 @@ class WorkbenchWindow final : public QMainWindow {
                        Qt::DockWidgetArea area);
   void ShowPosition();
   void ShowTitle();
-  void ShowProblems(const std::vector<WorkbenchHost::Mistake>& mistakes);
+  void ShowProblems(const std::vector<ide::IdeHost::Mistake>& mistakes);
   void ShowVariables();
   void GoToProblem(int step);
   void CheckPage(bool asked);
@@ -87,8 +87,8 @@ class WorkbenchWindow final : public QMainWindow {
   void ShowPaused(bool paused);
   bool RunEntry(const QString& entry);
   void Began();
-  void Ended(const WorkbenchHost::Outcome& outcome, const QString& name);
-  WorkbenchHost::Sinks Sinks();
+  void Ended(const ide::IdeHost::Outcome& outcome, const QString& name);
+  ide::IdeHost::Sinks Sinks();
   QStringList Complete(const QString& before);
   void Insert(const QString& text);
   void KeepUnsaved();
@@ -112,7 +112,7 @@ class WorkbenchWindow final : public QMainWindow {
   void RestoreSession(const std::vector<std::string>& files);
   void SaveSession();
 
-  WorkbenchHost& host_;
+  ide::IdeHost& host_;
   SessionStore store_;
   std::unique_ptr<ToolDocks> tools_;
   EditorTabs* tabs_ = nullptr;
@@ -151,4 +151,4 @@ class WorkbenchWindow final : public QMainWindow {
   bool wasPainted_ = false;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -13,13 +13,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "tavhost/ide/script_text.h"
+#include "tavhost/ide/script_tokens.h"
 #include "tavhost/qt/ide/script_highlighter.h"
 #include "tavhost/qt/ide/theme.h"
 #include "tavhost/qt/ide/utf16.h"
-#include "tavhost/ide/script_text.h"
-#include "tavhost/ide/script_tokens.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -284,7 +284,7 @@ void ScriptEditor::ShowSelections() {
       const QChar here = at < 0 ? QChar() : document()->characterAt(at);
       if (!QStringLiteral("()[]{}").contains(here) || here.isNull()) continue;
       const QString text = Text();
-      const auto partner = workbench::MatchingBracket(Utf16(text), static_cast<std::size_t>(at));
+      const auto partner = ide::MatchingBracket(Utf16(text), static_cast<std::size_t>(at));
       if (!partner) continue;
       for (const int place : {at, static_cast<int>(*partner)}) {
         QTextEdit::ExtraSelection bracket;
@@ -428,14 +428,14 @@ void ScriptEditor::BreakLine() {
   const QString before = cursor.block().text().left(cursor.positionInBlock());
   const QString after = cursor.block().text().mid(cursor.positionInBlock());
   const std::u16string step(kIndentColumns, u' ');
-  const std::u16string indent = workbench::IndentBehind(Utf16(before), step);
+  const std::u16string indent = ide::IndentBehind(Utf16(before), step);
   cursor.insertText(QLatin1Char('\n') + FromUtf16(indent));
   const QString rest = after.trimmed();
   const bool closes = !rest.isEmpty() && QStringLiteral("})]").contains(rest[0]);
   if (closes && !before.isEmpty() && QStringLiteral("{([").contains(before.back())) {
     // The closing bracket gets a line of its own behind the new one.
     const int position = cursor.position();
-    const std::u16string outer = workbench::IndentBehind(Utf16(before), u"");
+    const std::u16string outer = ide::IndentBehind(Utf16(before), u"");
     cursor.insertText(QLatin1Char('\n') + FromUtf16(outer));
     cursor.setPosition(position);
   }
@@ -449,10 +449,10 @@ void ScriptEditor::CloseBracket(const QString& bracket) {
   cursor.beginEditBlock();
   cursor.insertText(bracket);
   const QString before = cursor.block().text().left(cursor.positionInBlock() - 1);
-  if (workbench::IsBlank(Utf16(before)) && !before.isEmpty()) {
+  if (ide::IsBlank(Utf16(before)) && !before.isEmpty()) {
     const QString text = Text();
     const auto partner =
-        workbench::MatchingBracket(Utf16(text), static_cast<std::size_t>(cursor.position() - 1));
+        ide::MatchingBracket(Utf16(text), static_cast<std::size_t>(cursor.position() - 1));
     if (partner) {
       const QString opening = document()->findBlock(static_cast<int>(*partner)).text();
       int blanks = 0;
@@ -519,7 +519,7 @@ void ScriptEditor::InsertCommand(const QString& text) {
   QTextCursor cursor = textCursor();
   cursor.beginEditBlock();
   const QString line = cursor.block().text();
-  const bool blank = workbench::IsBlank(Utf16(line));
+  const bool blank = ide::IsBlank(Utf16(line));
   if (!cursor.hasSelection() && !blank) {
     cursor.movePosition(QTextCursor::EndOfBlock);
     int blanks = 0;
@@ -636,4 +636,4 @@ void ScriptEditor::MoveLines(bool up) {
   setTextCursor(both);
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -8,7 +8,7 @@
 class QCompleter;
 class QStringListModel;
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 class ScriptHighlighter;
 
@@ -100,4 +100,4 @@ class ScriptEditor final : public QPlainTextEdit {
   int stepLine_ = 0;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -5,9 +5,9 @@
 #include "tavhost/qt/ide/theme.h"
 #include "tavhost/qt/ide/utf16.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
-using workbench::TokenKind;
+using ide::TokenKind;
 
 ScriptHighlighter::ScriptHighlighter(QTextDocument* document,
                                      std::function<bool(QStringView)> isCommand)
@@ -60,8 +60,8 @@ QTextCharFormat ScriptHighlighter::FormatOf(TokenKind kind, QStringView word) co
 void ScriptHighlighter::highlightBlock(const QString& text) {
   tokens_.clear();
   const int before = previousBlockState();
-  setCurrentBlockState(workbench::TokenizeLine(Utf16(text), before < 0 ? 0 : before, tokens_));
-  for (const workbench::Token& token : tokens_) {
+  setCurrentBlockState(ide::TokenizeLine(Utf16(text), before < 0 ? 0 : before, tokens_));
+  for (const ide::Token& token : tokens_) {
     if (token.kind == TokenKind::kVariable || token.kind == TokenKind::kBracket) continue;
     const auto begin = static_cast<int>(token.begin);
     const auto length = static_cast<int>(token.length);
@@ -69,4 +69,4 @@ void ScriptHighlighter::highlightBlock(const QString& text) {
   }
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -7,7 +7,7 @@
 
 #include "tavhost/ide/script_tokens.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // Colours TavScript. Commands that the host knows stand out from words that look like one.
 class ScriptHighlighter final : public QSyntaxHighlighter {
@@ -21,11 +21,11 @@ class ScriptHighlighter final : public QSyntaxHighlighter {
   void highlightBlock(const QString& text) override;
 
  private:
-  QTextCharFormat FormatOf(workbench::TokenKind kind, QStringView word) const;
+  QTextCharFormat FormatOf(ide::TokenKind kind, QStringView word) const;
 
   std::function<bool(QStringView)> isCommand_;
   QPalette palette_;
-  std::vector<workbench::Token> tokens_;
+  std::vector<ide::Token> tokens_;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -9,7 +9,7 @@
 #include <QStandardPaths>
 #include <QUuid>
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -132,4 +132,4 @@ void SessionStore::WriteHistory(const QByteArray& text) {
   file.commit();
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

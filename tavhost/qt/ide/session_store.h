@@ -8,7 +8,7 @@
 #include <QStringList>
 #include <memory>
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // What the workbench keeps between starts: settings in the user's configuration folder; the
 // console's history, and texts that were not saved when it ended, in the data folder.
@@ -50,4 +50,4 @@ class SessionStore {
   bool isFirst_;
 };
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

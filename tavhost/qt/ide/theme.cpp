@@ -6,7 +6,7 @@
 
 #include "tavhost/qt/fusion_style.h"
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 namespace {
 
@@ -123,4 +123,4 @@ const Colours& ColoursFor(const QPalette& palette) {
   return IsDark(palette) ? kDark : kLight;
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

@@ -4,7 +4,7 @@
 #include <QPalette>
 #include <QString>
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 enum class Theme { kSystem, kLight, kDark };
 
@@ -41,4 +41,4 @@ struct Colours {
 bool IsDark(const QPalette& palette);
 const Colours& ColoursFor(const QPalette& palette);
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

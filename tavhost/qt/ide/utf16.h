@@ -3,7 +3,7 @@
 #include <QString>
 #include <string_view>
 
-namespace ui::workbench_view {
+namespace ui::ide_view {
 
 // A widget's text as the rules of the editor take it; valid as long as the text is.
 inline std::u16string_view Utf16(const QString& text) {
@@ -14,4 +14,4 @@ inline QString FromUtf16(std::u16string_view text) {
   return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-}  // namespace ui::workbench_view
+}  // namespace ui::ide_view

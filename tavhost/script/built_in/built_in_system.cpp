@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/base/environment.h"
+#include "tavhost/script/built_in/built_in_support.h"
 
 namespace script {
 
@@ -21,10 +21,10 @@ Value TextValue(const std::string& text) {
 Value Environment(Engine&, Value* arguments, std::uint32_t count) {
   if (count > 0) {
     const std::string name(TextArgument("env", arguments, 0).View());
-    return TextValue(EnvironmentVariable(name).value_or(std::string()));
+    return TextValue(base::EnvironmentVariable(name).value_or(std::string()));
   }
   Value all = Value::Record();
-  for (const auto& [name, value] : EnvironmentVariables()) {
+  for (const auto& [name, value] : base::EnvironmentVariables()) {
     all.MutableRecord().At(SV::String(name.data(), static_cast<long>(name.size()))) =
         TextValue(value);
   }

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "tavhost/notation/scan.h"
-#include "tavhost/notation/kel_text.h"
-#include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/base/letter_case.h"
+#include "tavhost/notation/kel_text.h"
+#include "tavhost/notation/scan.h"
+#include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/operations.h"
 
 namespace script {
@@ -135,12 +135,12 @@ Value Replace(Engine& engine, Value* arguments, std::uint32_t) {
 
 Value Upper(Engine& engine, Value* arguments, std::uint32_t) {
   ChargeBytes(engine, TextArgument("upper", arguments, 0).View().size() * 4);
-  return Value(ToUpperCase(arguments[0].Text()));
+  return Value(base::ToUpperCase(arguments[0].Text()));
 }
 
 Value Lower(Engine& engine, Value* arguments, std::uint32_t) {
   ChargeBytes(engine, TextArgument("lower", arguments, 0).View().size() * 4);
-  return Value(ToLowerCase(arguments[0].Text()));
+  return Value(base::ToLowerCase(arguments[0].Text()));
 }
 
 Value Trim(Engine&, Value* arguments, std::uint32_t) {

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
+#include "tavhost/base/local_time.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
-#include "tavhost/base/local_time.h"
 
 // Dates and times. An instant is a number of milliseconds since 1970 UTC, as `now()` gives it; the
 // calendar is the Gregorian one, also before it began.
@@ -85,12 +85,12 @@ std::int64_t DayOfYear(const Civil& civil) {
 
 // Where a clock shows a time twice, the first; where it skips one, as if it had not yet.
 std::int64_t ToUtc(std::int64_t local) {
-  const std::int32_t before = LocalOffsetAt(local - kDay);
+  const std::int32_t before = base::LocalOffsetAt(local - kDay);
   const std::int64_t first = local - before;
-  if (LocalOffsetAt(first) == before) return first;
-  const std::int32_t after = LocalOffsetAt(local + kDay);
+  if (base::LocalOffsetAt(first) == before) return first;
+  const std::int32_t after = base::LocalOffsetAt(local + kDay);
   const std::int64_t second = local - after;
-  return LocalOffsetAt(second) == after ? second : first;
+  return base::LocalOffsetAt(second) == after ? second : first;
 }
 
 bool IsLocal(const char* function, const Value* arguments, std::uint32_t count,
@@ -114,7 +114,7 @@ double InstantArgument(const char* function, const Value* arguments) {
 Civil CivilAt(double instant, bool isLocal, std::int32_t& offset) {
   const auto milliseconds = static_cast<std::int64_t>(std::floor(instant));
   const std::int64_t seconds = FloorDivide(milliseconds, 1000);
-  offset = isLocal ? LocalOffsetAt(seconds) : 0;
+  offset = isLocal ? base::LocalOffsetAt(seconds) : 0;
   Civil civil = CivilOf(seconds + offset);
   civil.millisecond = milliseconds - seconds * 1000;
   return civil;

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "tavhost/base/arena.h"
 #include "tavhost/notation/element.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"
-#include "tavhost/base/block_arena.h"
 #include "tavhost/script/code/instruction.h"
 #include "tavhost/script/syntax/source.h"
 
@@ -85,7 +85,7 @@ class Program {
   std::vector<std::unique_ptr<Function>> functions;  // the top level is the first
   std::unordered_map<std::string, std::uint32_t, kel::NameHash, std::equal_to<>> functionsByName;
   std::vector<std::unique_ptr<Command>> commands;
-  Arena tables;  // of the commands
+  base::Arena tables;  // of the commands
   // Operands that are constants, until all constants stand where they stay.
   std::vector<std::pair<kel::Operand*, std::uint32_t>> constantOperands;
 };

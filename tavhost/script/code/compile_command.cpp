@@ -8,7 +8,7 @@ namespace script {
 namespace {
 
 template <typename T>
-T* NewTable(Arena& arena, std::uint32_t count) {
+T* NewTable(base::Arena& arena, std::uint32_t count) {
   auto* table = static_cast<T*>(arena.Allocate(sizeof(T) * count));
   for (std::uint32_t i = 0; i < count; ++i) new (table + i) T();
   return table;

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "tavhost/base/nearest_name.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/script/built_in/built_in.h"
-#include "tavhost/base/nearest_name.h"
 #include "tavhost/script/syntax/parser.h"
 
 namespace script {
@@ -12,7 +12,7 @@ namespace script {
 std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped) {
   auto program = std::make_shared<Program>(std::move(text), std::move(name));
   program->stepped = stepped;
-  Arena arena;
+  base::Arena arena;
   try {
     for (const FunctionSyntax& parsed : Parser(*program, arena).Parse()) {
       Compiler(*program, *parsed.function).Compile(parsed.body);
@@ -35,7 +35,7 @@ std::string UnknownFunctionText(const std::string& name, const Program& program,
                                 std::vector<std::string_view> known) {
   for (const auto& [other, unused] : program.functionsByName) known.emplace_back(other);
   for (std::uint32_t i = 0; i < kBuiltInCount; ++i) known.emplace_back(kBuiltIns[i].name);
-  const std::string nearest = NearestName(name, known);
+  const std::string nearest = base::NearestName(name, known);
   return "unknown function \"" + name + '"' +
          (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
 }

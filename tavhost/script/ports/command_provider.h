@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/base/string.h"
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
-#include "host/base/string.h"
 
 namespace script {
 

@@ -1,8 +1,8 @@
 #include "host/script/message_port_command_handler_array.h"
 
+#include "tavhost/base/trace.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

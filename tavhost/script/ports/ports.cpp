@@ -5,12 +5,12 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/notation/message_port_manager.h"
+#include "tavhost/base/nearest_name.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
-#include "tavhost/base/nearest_name.h"
-#include "tavhost/base/trace.h"
 
 namespace script {
 
@@ -33,7 +33,7 @@ bool IsPort(std::string_view name) {
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 std::string Suggestion(std::string_view name, const std::vector<std::string_view>& candidates) {
-  const std::string nearest = NearestName(name, candidates);
+  const std::string nearest = base::NearestName(name, candidates);
   return nearest.empty() ? std::string() : "; did you mean " + Quoted(nearest) + "?";
 }
 

@@ -4,9 +4,9 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/trace.h"
 #include "tavhost/notation/kind_word.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/base/trace.h"
 
 namespace {
 

@@ -21,7 +21,7 @@ Parser::Nesting::Nesting(Parser& parser) : parser_(parser) {
   ++parser.nesting_;
 }
 
-Parser::Parser(Program& program, Arena& arena) : program_(program), arena_(arena) {
+Parser::Parser(Program& program, base::Arena& arena) : program_(program), arena_(arena) {
   Enter(program.source.FileOf(0));
 }
 

@@ -21,7 +21,7 @@ struct FunctionSyntax {
 // Throws SyntaxError at the first mistake. Recursion is bounded by the nesting limit.
 class Parser {
  public:
-  Parser(Program& program, Arena& arena);
+  Parser(Program& program, base::Arena& arena);
 
   std::vector<FunctionSyntax> Parse();
 
@@ -90,7 +90,7 @@ class Parser {
   CommandValue ParseBody();
 
   Program& program_;
-  Arena& arena_;
+  base::Arena& arena_;
   void Enter(const Source::File& file);
 
   const char* begin_;  // of the file that is being read

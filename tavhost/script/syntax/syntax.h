@@ -5,7 +5,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "tavhost/base/block_arena.h"
+#include "tavhost/base/arena.h"
 
 // The parsed form of a script, between parser and compiler. Nodes are plain, lie in an arena and
 // go with it all at once. Long runs (operators of one level, statements, list items) are chains,
@@ -13,7 +13,7 @@
 namespace script {
 
 template <typename T>
-T* NewNode(Arena& arena) {
+T* NewNode(base::Arena& arena) {
   static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 8);
   return new (arena.Allocate(sizeof(T))) T();
 }

@@ -4,8 +4,8 @@
 #include <functional>
 #include <vector>
 
-#include "tavhost/ui/table/table_model.h"
 #include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/table/table_model.h"
 
 namespace ui {
 

@@ -10,7 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "tavhost/reference/reference_format.h"
+#include "tavhost/ui/table/reference_format.h"
 #include "tavhost/ui/table/table_text.h"
 
 namespace ui {

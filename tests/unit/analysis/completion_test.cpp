@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace app {
+namespace check {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -62,4 +62,4 @@ TEST(CompletionTest, TheWordIsTheNameAtTheEnd) {
 }
 
 }  // namespace
-}  // namespace app
+}  // namespace check

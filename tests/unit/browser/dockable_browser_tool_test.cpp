@@ -3,7 +3,9 @@
 #include "host/browser/shrink_expand_browser_objects.h"
 #include "host/dialog/app_work_window.h"
 #include "host/dialog/workbench.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/result_tool_model.h"
+#include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/table/table_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

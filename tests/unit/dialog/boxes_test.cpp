@@ -8,6 +8,7 @@
 #include "host/sv/error_box.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
+#include "tavhost/ui/models/modal_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

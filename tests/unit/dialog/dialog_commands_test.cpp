@@ -3,11 +3,12 @@
 #include <algorithm>
 
 #include "commands/handlers.h"
+#include "host/base/string.h"
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
-#include "host/base/string.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/sv/application.h"
+#include "tavhost/ui/models/modal_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

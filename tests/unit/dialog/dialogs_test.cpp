@@ -8,11 +8,15 @@
 #include "host/dialog/multi_list_box_dialog.h"
 #include "host/dialog/simple_edit_dialog.h"
 #include "host/dialog/startup_box.h"
-#include "host/dialog/view_box.h"
 #include "host/dialog/top_window.h"
+#include "host/dialog/view_box.h"
 #include "host/sv/application.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/dialog/window_stack.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/text_box_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

@@ -12,10 +12,11 @@
 #include <utility>
 #include <vector>
 
-#include "tavhost/sv/main_frames.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/sv/main_frames.h"
+#include "tavhost/ui/models/modal_model.h"
 
 // Answers each window by a function of the test.
 class FunctionAnswers final : public ui::AnswerSource {

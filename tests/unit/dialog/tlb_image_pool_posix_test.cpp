@@ -1,7 +1,7 @@
 #include "host/dialog/tlb_image_pool.h"
 
-#include "host/sv/image.h"
 #include "host/base/string.h"
+#include "host/sv/image.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/ui/image_source.h"

@@ -9,6 +9,8 @@
 #include "host/windows/windows.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/sv/window_handles.h"
+#include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/text_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

@@ -7,7 +7,10 @@
 #include <sstream>
 
 #include "tavhost/base/stop.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/edit_field_model.h"
+#include "tavhost/ui/models/message_box_model.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/percentage_window_model.h"
 
 namespace {
 

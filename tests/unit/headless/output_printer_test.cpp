@@ -1,4 +1,7 @@
 #include "tavhost/headless/output_printer.h"
+#include "tavhost/ui/models/text_model.h"
+#include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/models/workbench_model.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace workbench {
+namespace ide {
 namespace {
 
 TEST(HistoryTest, KeepsEntriesInOrderWithoutRepeatsAndBlanks) {
@@ -50,4 +50,4 @@ TEST(HistoryTest, TheOldestGoWhenThereAreTooMany) {
 }
 
 }  // namespace
-}  // namespace workbench
+}  // namespace ide

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace workbench {
+namespace ide {
 namespace {
 
 TEST(ScriptTextTest, FilesComeBackByteByByte) {
@@ -76,4 +76,4 @@ TEST(ScriptTextTest, ElapsedTimeIsShort) {
 }
 
 }  // namespace
-}  // namespace workbench
+}  // namespace ide

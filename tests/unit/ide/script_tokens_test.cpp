@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace workbench {
+namespace ide {
 namespace {
 
 // The tokens as text: a letter for the kind, the words behind it.
@@ -82,4 +82,4 @@ TEST(ScriptTokensTest, NamesAreThoseOfVariablesAndFunctions) {
 }
 
 }  // namespace
-}  // namespace workbench
+}  // namespace ide

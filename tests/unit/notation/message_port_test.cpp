@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "host/base/string.h"
 #include "host/notation/extended_message_port.h"
 #include "host/notation/message_port_manager.h"
-#include "host/base/string.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "commands/handlers.h"
+#include "host/base/string.h"
 #include "host/notation/extended_message_port.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/message_port_manager.h"
@@ -13,7 +14,6 @@
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
 #include "host/system/printer.h"
-#include "host/base/string.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tests/unit/plugin/fake_toolkit.h"

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "host/base/string.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value_set.h"
 #include "host/notation/message_port.h"
 #include "host/script/script_result.h"
 #include "host/system/version.h"
-#include "host/base/string.h"
 #include "plugin/command_table.h"
 #include "tavhost/script/ports/message.h"
 #include "tests/unit/plugin/fake_toolkit.h"

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/ui/models/modal_model.h"
+#include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/toolkit.h"
 
 // A toolkit that writes down what it is asked for, as long as it lives; it is the current one.

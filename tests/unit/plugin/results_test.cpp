@@ -5,11 +5,11 @@
 #include <limits>
 #include <string>
 
+#include "host/base/string.h"
 #include "host/notation/kel_parser.h"
 #include "host/notation/kel_value.h"
 #include "host/notation/kel_value_set.h"
 #include "host/script/script_result.h"
-#include "host/base/string.h"
 #include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"

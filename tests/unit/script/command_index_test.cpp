@@ -8,8 +8,8 @@
 #include "host/notation/kel_parser.h"
 #include "host/script/message_port_command_handler_array.h"
 #include "host/script/script_result.h"
-#include "tavhost/script/ports/message.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/script/ports/message.h"
 
 namespace {
 
@@ -89,11 +89,11 @@ TEST(CommandIndex, FindsEachOfManyNames) {
 
 TEST(NearestName, FindsSlips) {
   const std::vector<std::string_view> names{"FREAD", "FWRITE", "FILE_COPY", "BEEP"};
-  EXPECT_EQ(script::NearestName("FWRIT", names), "FWRITE");
-  EXPECT_EQ(script::NearestName("fread", names), "FREAD");
-  EXPECT_EQ(script::NearestName("FILE_CPOY", names), "FILE_COPY");
-  EXPECT_EQ(script::NearestName("QUERYBOX", names), "");
-  EXPECT_EQ(script::NearestName("", names), "");
+  EXPECT_EQ(base::NearestName("FWRIT", names), "FWRITE");
+  EXPECT_EQ(base::NearestName("fread", names), "FREAD");
+  EXPECT_EQ(base::NearestName("FILE_CPOY", names), "FILE_COPY");
+  EXPECT_EQ(base::NearestName("QUERYBOX", names), "");
+  EXPECT_EQ(base::NearestName("", names), "");
 }
 
 }  // namespace

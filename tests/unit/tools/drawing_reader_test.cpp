@@ -1,4 +1,5 @@
 #include "tavhost/tools/drawing_reader.h"
+#include "tavhost/ui/models/drawing_model.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tavhost/files/program_path.h"
-#include "tavhost/ui/toolkit.h"
+#include "tavhost/ui/models/drawing_model.h"
 #include "tests/unit/dialog/host_fixture.h"
 
 namespace {

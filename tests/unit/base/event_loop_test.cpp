@@ -1,4 +1,4 @@
-#include "tavhost/base/posted_work.h"
+#include "tavhost/base/event_loop.h"
 
 #include <gtest/gtest.h>
 
@@ -33,8 +33,8 @@ class PostedWork : public testing::Test {
 
 TEST_F(PostedWork, RunsInOrderAndOnlyOnce) {
   std::vector<int> ran;
-  for (int i = 0; i < 3; ++i) ui::Post([&ran, i] { ran.push_back(i); });
-  EXPECT_TRUE(ui::HasPostedWork());
+  for (int i = 0; i < 3; ++i) event_loop::Post([&ran, i] { ran.push_back(i); });
+  EXPECT_TRUE(event_loop::HasPostedWork());
   toolkit_->ProcessEvents();
   toolkit_->ProcessEvents();
   EXPECT_EQ(ran, (std::vector<int>{0, 1, 2}));
@@ -42,9 +42,9 @@ TEST_F(PostedWork, RunsInOrderAndOnlyOnce) {
 
 TEST_F(PostedWork, WorkPostedByWorkWaitsForTheNextTime) {
   int ran = 0;
-  ui::Post([&ran] {
-    ui::Post([&ran] { ++ran; });
-    ui::RunPostedWork();
+  event_loop::Post([&ran] {
+    event_loop::Post([&ran] { ++ran; });
+    event_loop::RunPostedWork();
   });
   toolkit_->ProcessEvents();
   EXPECT_EQ(ran, 0);
@@ -55,9 +55,9 @@ TEST_F(PostedWork, WorkPostedByWorkWaitsForTheNextTime) {
 TEST_F(PostedWork, AWaitInsideWorkIsNoBusyLoopAndLosesNoWakeUp) {
   int ran = 0;
   std::chrono::milliseconds waited{};
-  ui::Post([&] {
-    ui::Post([&ran] { ++ran; });
-    EXPECT_FALSE(ui::HasPostedWork());
+  event_loop::Post([&] {
+    event_loop::Post([&ran] { ++ran; });
+    EXPECT_FALSE(event_loop::HasPostedWork());
     toolkit_->ProcessEvents();  // uses up the wake-up
     waited = WaitTime(60);
   });
@@ -77,7 +77,7 @@ TEST_F(PostedWork, WorkFromAnotherThreadEndsAWait) {
   int ran = 0;
   std::thread poster([&ran] {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    ui::Post([&ran] { ++ran; });
+    event_loop::Post([&ran] { ++ran; });
   });
   EXPECT_LT(WaitTime(10000), std::chrono::milliseconds(1000));
   poster.join();

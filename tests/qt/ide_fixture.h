@@ -16,28 +16,28 @@
 #include <memory>
 
 #include "tavhost/app/ide_services.h"
-#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/shown_text.h"
 #include "tests/qt/started_toolkit.h"
 
 // A workbench in a folder of its own. What the test leaves open is closed without questions.
 class WorkbenchTest : public testing::Test {
  protected:
-  using Window = ui::workbench_view::WorkbenchWindow;
-  using Page = ui::workbench_view::EditorPage;
+  using Window = ui::ide_view::IdeWindow;
+  using Page = ui::ide_view::EditorPage;
 
   void SetUp() override { StartedToolkit(); }
   void TearDown() override { Leave(); }
 
   Window& Start(const std::vector<std::string>& files = {}) {
     Leave();
-    ui::WorkbenchOptions options;
+    ide::IdeOptions options;
     options.folder = ui::Bytes(folder_.path());
-    services_ = std::make_unique<app::WorkbenchServices>();
+    services_ = std::make_unique<app::IdeServices>();
     window_ = std::make_unique<Window>(*services_, options);
     TakeMainWindow(*window_);
     window_->Start(files);
@@ -55,7 +55,7 @@ class WorkbenchTest : public testing::Test {
   }
 
   Page& Front() { return *window_->Tabs().Page(); }
-  ui::workbench_view::ScriptEditor& Editor() { return Front().Editor(); }
+  ui::ide_view::ScriptEditor& Editor() { return Front().Editor(); }
   void Type(const QString& text) {
     Editor().setFocus();
     QTest::keyClicks(&Editor(), text);
@@ -122,7 +122,7 @@ class WorkbenchTest : public testing::Test {
   }
 
   QTemporaryDir folder_;
-  std::unique_ptr<app::WorkbenchServices> services_;
+  std::unique_ptr<app::IdeServices> services_;
   std::unique_ptr<Window> window_;
   QString question_;
 };

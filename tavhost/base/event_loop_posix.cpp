@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <limits>
 
-#include "tavhost/base/posted_work.h"
+#include "tavhost/base/event_loop.h"
 
-namespace ui {
+namespace event_loop {
 
 namespace {
 
@@ -61,4 +61,4 @@ void ProcessSystemMessages() {}
 
 int WakeUpDescriptor() { return wakePipe.read; }
 
-}  // namespace ui
+}  // namespace event_loop

@@ -1,12 +1,12 @@
-#include "tavhost/app/commands_command.h"
+#include "tavhost/reference/reference_text.h"
 
 #include <gtest/gtest.h>
 
-namespace app {
+namespace reference {
 namespace {
 
-TEST(CommandsCommand, DescribesACommandForPeople) {
-  const std::string text = CommandText(*reference::Catalogue::Get().Find("FWRITE"));
+TEST(ReferenceText, DescribesACommandForPeople) {
+  const std::string text = CommandText(*Catalogue::Get().Find("FWRITE"));
   EXPECT_TRUE(
       text.starts_with("FWRITE\n  Writes a text to a file, at once or over several commands.\n\n"
                        "    FWRITE [open | close] [text:\"...\"] [file:\"...\"] [base64] "
@@ -21,9 +21,9 @@ TEST(CommandsCommand, DescribesACommandForPeople) {
   }
 }
 
-TEST(CommandsCommand, ListsEveryCommandOnce) {
-  const std::string text = ListText(reference::Catalogue::Get());
-  for (const reference::Family& family : reference::Catalogue::Get().Families()) {
+TEST(ReferenceText, ListsEveryCommandOnce) {
+  const std::string text = ListText(Catalogue::Get());
+  for (const reference::Family& family : Catalogue::Get().Families()) {
     for (const reference::Command& command : family.commands) {
       const std::size_t first = text.find("\n  " + command.name + " ");
       EXPECT_NE(first, std::string::npos) << command.name;
@@ -33,4 +33,4 @@ TEST(CommandsCommand, ListsEveryCommandOnce) {
 }
 
 }  // namespace
-}  // namespace app
+}  // namespace reference

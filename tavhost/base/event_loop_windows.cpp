@@ -1,8 +1,8 @@
 #include <windows.h>
 
-#include "tavhost/base/posted_work.h"
+#include "tavhost/base/event_loop.h"
 
-namespace ui {
+namespace event_loop {
 
 namespace {
 
@@ -40,4 +40,4 @@ void ProcessSystemMessages() {
 
 int WakeUpDescriptor() { return -1; }
 
-}  // namespace ui
+}  // namespace event_loop

@@ -1,4 +1,4 @@
-#include "tavhost/reference/reference_format.h"
+#include "tavhost/ui/table/reference_format.h"
 
 #include <vector>
 

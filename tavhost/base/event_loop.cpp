@@ -1,10 +1,10 @@
-#include "tavhost/base/posted_work.h"
+#include "tavhost/base/event_loop.h"
 
 #include <deque>
 #include <mutex>
 #include <utility>
 
-namespace ui {
+namespace event_loop {
 
 namespace {
 
@@ -13,9 +13,25 @@ std::deque<std::function<void()>>& Queue() {
   static std::deque<std::function<void()>> queue;
   return queue;
 }
-bool running = false;  // user-interface thread only
+// Both belong to the user-interface thread.
+bool running = false;
+Loop* loop = nullptr;
 
 }  // namespace
+
+void SetLoop(Loop* newLoop) noexcept { loop = newLoop; }
+
+void ProcessEvents() {
+  if (loop) loop->ProcessEvents();
+}
+
+void ProcessPainting() {
+  if (loop) loop->ProcessPainting();
+}
+
+void WaitForEvents(std::uint32_t milliseconds) {
+  loop ? loop->WaitForEvents(milliseconds) : WaitForWakeUp(milliseconds);
+}
 
 void Post(std::function<void()> work) {
   {
@@ -46,4 +62,4 @@ bool HasPostedWork() {
   return !Queue().empty();
 }
 
-}  // namespace ui
+}  // namespace event_loop
