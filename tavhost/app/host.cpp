@@ -15,6 +15,7 @@
 #include "tavhost/service/script_service.h"
 #include "tavhost/sv/main_frames.h"
 #include "tavhost/tools/modeling_shell.h"
+#include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/deferred_toolkit.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"

@@ -1,6 +1,7 @@
 #include "tavhost/base/event_loop.h"
 
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -9,8 +10,8 @@ namespace event_loop {
 namespace {
 
 std::mutex mutex;
-std::deque<std::function<void()>>& Queue() {
-  static std::deque<std::function<void()>> queue;
+std::deque<std::unique_ptr<Work>>& Queue() {
+  static std::deque<std::unique_ptr<Work>> queue;
   return queue;
 }
 // Both belong to the user-interface thread.
@@ -33,24 +34,25 @@ void WaitForEvents(std::uint32_t milliseconds) {
   loop ? loop->WaitForEvents(milliseconds) : WaitForWakeUp(milliseconds);
 }
 
-void Post(std::function<void()> work) {
+void PostOwned(Work* work) {
+  std::unique_ptr<Work> owned(work);
   {
     std::lock_guard lock(mutex);
-    Queue().push_back(std::move(work));
+    Queue().push_back(std::move(owned));
   }
   WakeUp();
 }
 
 void RunPostedWork() {
   if (running) return;
-  std::deque<std::function<void()>> work;
+  std::deque<std::unique_ptr<Work>> work;
   {
     std::lock_guard lock(mutex);
     work.swap(Queue());
   }
   if (work.empty()) return;
   running = true;
-  for (std::function<void()>& piece : work) piece();
+  for (const std::unique_ptr<Work>& piece : work) piece->Run();
   running = false;
   // A wait inside the work may have used up the wake-up of what came meanwhile.
   if (HasPostedWork()) WakeUp();

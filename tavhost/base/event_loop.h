@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <utility>
 
 // The one queue of the user-interface thread: events of its windows, and work that the host's other
 // threads hand to it.
@@ -29,8 +29,26 @@ void ProcessEvents();
 void ProcessPainting();
 void WaitForEvents(std::uint32_t milliseconds);
 
-// From any thread. The work runs in the next ProcessEvents; it must not throw.
-void Post(std::function<void()> work);
+// A piece of work that was posted.
+class Work {
+ public:
+  virtual ~Work() = default;
+  virtual void Run() = 0;
+};
+
+// From any thread. The work, anything that can be called, runs in the next ProcessEvents; it must
+// not throw. Takes ownership.
+void PostOwned(Work* work);
+
+template <typename F>
+void Post(F work) {
+  struct Posted final : Work {
+    explicit Posted(F&& given) : call(std::move(given)) {}
+    void Run() override { call(); }
+    F call;
+  };
+  PostOwned(new Posted(std::move(work)));
+}
 
 // Ends a wait for events, a present one or the next. From any thread and from a signal handler.
 void WakeUp() noexcept;

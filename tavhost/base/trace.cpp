@@ -5,6 +5,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "host/base/wstring.h"
+
 namespace trace {
 
 namespace detail {
@@ -30,9 +32,15 @@ std::unordered_map<std::string, unsigned>& LastNumbers() {
 }
 
 template <typename T>
-std::string Digits(T value) {
+SV::String Digits(T value) {
   char digits[32];
-  return std::string(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+  return SV::String(digits, std::to_chars(digits, digits + sizeof digits, value).ptr - digits);
+}
+
+std::string NameOf(const void* object) {
+  if (!object) return "null";
+  const auto found = Names().find(object);
+  return found == Names().end() ? "?" : found->second;
 }
 
 void AppendEscaped(std::string& out, char byte) {
@@ -66,19 +74,20 @@ void AppendEscaped(std::string& out, char byte) {
   }
 }
 
-std::string CallText(std::string name, std::initializer_list<std::string> arguments) {
-  name += '(';
+std::string CallText(std::string_view name, std::initializer_list<SV::String> arguments) {
+  std::string text(name);
+  text += '(';
   const char* separator = "";
-  for (const std::string& argument : arguments) {
-    name += separator;
-    name += argument;
+  for (const SV::String& argument : arguments) {
+    text += separator;
+    text += argument.View();
     separator = ", ";
   }
-  name += ')';
-  return name;
+  text += ')';
+  return text;
 }
 
-void WriteOut(const std::string& line) {
+void WriteOut(std::string_view line) {
   if (!output) return;
   std::fwrite(line.data(), 1, line.size(), output);
   std::fflush(output);
@@ -95,29 +104,33 @@ std::string ClassOf(std::string_view name) {
 
 namespace detail {
 
-std::string Text(bool value) { return value ? "true" : "false"; }
-std::string Text(double value) { return Digits(value); }
-std::string Text(std::int64_t value) { return Digits(value); }
-std::string Text(std::uint64_t value) { return Digits(value); }
+SV::String Text(bool value) { return value ? "true" : "false"; }
+SV::String Text(double value) { return Digits(value); }
+SV::String Text(std::int64_t value) { return Digits(value); }
+SV::String Text(std::uint64_t value) { return Digits(value); }
 
-std::string Text(std::string_view text) {
+SV::String Text(std::string_view text) {
   std::string literal = "\"";
   for (const char byte : text) AppendEscaped(literal, byte);
   literal += '"';
-  return literal;
+  return base::StringOf(literal);
 }
 
-std::string ObjectText(const void* object) {
-  if (!object) return "null";
-  const auto found = Names().find(object);
-  return found == Names().end() ? "?" : found->second;
+SV::String Text(const SV::WString& text) {
+  return Text(SV::ConvertWStringToUTF8String(text).View());
 }
+
+SV::String PairText(long first, long second) {
+  return base::StringOf("(" + std::to_string(first) + ", " + std::to_string(second) + ")");
+}
+
+SV::String ObjectText(const void* object) { return base::StringOf(NameOf(object)); }
 
 }  // namespace detail
 
-bool Open(const std::string& path) {
+bool Open(std::string_view path) {
   Close();
-  output = path == "-" ? stderr : std::fopen(path.c_str(), "wb");
+  output = path == "-" ? stderr : std::fopen(std::string(path).c_str(), "wb");
   detail::open = output != nullptr;
   return detail::open;
 }
@@ -141,37 +154,34 @@ void NameFixed(const char* name, const void* object) { Names()[object] = name; }
 void Forget(const void* object) { Names().erase(object); }
 
 void detail::ReportLine(const void* object, const char* name,
-                        std::initializer_list<std::string> arguments) {
-  WriteOut(CallText(ObjectText(object) + "::" + name, arguments) + '\n');
+                        std::initializer_list<SV::String> arguments) {
+  WriteOut(CallText(NameOf(object) + "::" + name, arguments) + '\n');
 }
 
-void Call::Begin(const char* name, std::initializer_list<std::string> arguments) {
+void Call::Begin(std::string_view name, std::initializer_list<SV::String> arguments) {
   detail::active = false;
-  line_ = new std::string(CallText(name, arguments));
+  line_ = new SV::String(base::StringOf(CallText(name, arguments)));
 }
 
 void Call::BeginMember(const void* object, const char* name,
-                       std::initializer_list<std::string> arguments) {
-  const std::string objectName = detail::ObjectText(object);
+                       std::initializer_list<SV::String> arguments) {
+  const std::string objectName = NameOf(object);
   if (*name != '~') {
-    Begin((objectName + "::" + name).c_str(), arguments);
+    Begin(objectName + "::" + name, arguments);
     return;
   }
   detail::active = false;
   if (objectName == "?") return;  // written when a more derived class began to end
-  Begin((objectName + "::~" + ClassOf(objectName)).c_str(), arguments);
+  Begin(objectName + "::~" + ClassOf(objectName), arguments);
   Forget(object);
 }
 
 void Call::WriteLine(std::string_view result) {
-  if (!line_ || line_->empty()) return;
-  if (!result.empty()) {
-    *line_ += " -> ";
-    *line_ += result;
-  }
-  *line_ += '\n';
-  WriteOut(*line_);
-  line_->clear();
+  if (!line_ || line_->Len() == 0) return;
+  std::string line(line_->View());
+  if (!result.empty()) line.append(" -> ").append(result);
+  WriteOut(line + '\n');
+  *line_ = SV::String();
 }
 
 // An operation that ends early, by a stop, still leaves its line.

@@ -2,14 +2,15 @@
 
 #include <concepts>
 #include <cstdint>
-#include <string>
+#include <initializer_list>
 #include <string_view>
 #include <utility>
 
+#include "host/base/forward.h"
 #include "host/base/point.h"
 #include "host/base/size.h"
 #include "host/base/string.h"
-#include "host/base/wstring.h"
+#include "tavhost/base/string_of.h"
 
 // The trace: one line for every host operation that a plug-in calls. A host operation makes a
 // trace::Call first thing; while it runs, the host operations that it uses itself are silent.
@@ -36,16 +37,18 @@ namespace detail {
 extern bool open;          // a trace is written
 extern bool active;        // a trace is written and the innermost code running is a plug-in's
 extern bool insidePlugin;  // a trace is written and some code of a plug-in is running
-std::string Text(bool value);
-std::string Text(double value);
-std::string Text(std::int64_t value);
-std::string Text(std::uint64_t value);
-std::string Text(std::string_view text);  // as a KEL literal
-std::string ObjectText(const void* object);
+SV::String Text(bool value);
+SV::String Text(double value);
+SV::String Text(std::int64_t value);
+SV::String Text(std::uint64_t value);
+SV::String Text(std::string_view text);        // as a KEL literal
+SV::String Text(const SV::WString& text);      // the same
+SV::String PairText(long first, long second);  // "(1, 2)"
+SV::String ObjectText(const void* object);
 }  // namespace detail
 
 // Where the lines go: a file's name, or "-" for standard error. False when it cannot be opened.
-bool Open(const std::string& path);
+bool Open(std::string_view path);
 void Close();
 inline bool IsOpen() { return detail::open; }
 
@@ -91,7 +94,7 @@ struct Object {
 inline Object Window(const void* window) { return {window}; }
 
 template <typename T>
-std::string ArgumentText(const T& value) {
+SV::String ArgumentText(const T& value) {
   if constexpr (std::same_as<T, Object>) {
     return detail::ObjectText(value.address);
   } else if constexpr (std::same_as<T, bool>) {
@@ -107,12 +110,12 @@ std::string ArgumentText(const T& value) {
   } else if constexpr (std::same_as<T, SV::String>) {
     return detail::Text(value.View());
   } else if constexpr (std::same_as<T, SV::Size>) {
-    return "(" + std::to_string(value.Width()) + ", " + std::to_string(value.Height()) + ")";
+    return detail::PairText(value.Width(), value.Height());
   } else if constexpr (std::same_as<T, SV::Point>) {
-    return "(" + std::to_string(value.X()) + ", " + std::to_string(value.Y()) + ")";
+    return detail::PairText(value.X(), value.Y());
   } else if constexpr (std::convertible_to<T, const char*>) {
     const char* text = value;
-    return text ? detail::Text(std::string_view(text)) : std::string("null");
+    return text ? detail::Text(std::string_view(text)) : SV::String("null");
   } else {
     return detail::Text(std::string_view(value));
   }
@@ -120,7 +123,7 @@ std::string ArgumentText(const T& value) {
 
 namespace detail {
 [[gnu::cold]] void ReportLine(const void* object, const char* name,
-                              std::initializer_list<std::string> arguments);
+                              std::initializer_list<SV::String> arguments);
 }
 
 // Writes a line for what a user did with an object that has a name, whatever code is running.
@@ -168,40 +171,40 @@ class Call {
   template <typename T>
   T Result(T value) {
     if (active_) [[unlikely]]
-      WriteLine(ArgumentText(value));
+      WriteLine(ArgumentText(value).View());
     return value;
   }
   // The result is a text that the operation lends.
   const SV::WString& ResultText(const SV::WString& text) {
     if (active_) [[unlikely]]
-      WriteLine(detail::Text(SV::ConvertWStringToUTF8String(text).View()));
+      WriteLine(detail::Text(text).View());
     return text;
   }
   // The result is a pointer to an object or window.
   template <typename T>
   T* ResultObject(T* object) {
     if (active_) [[unlikely]]
-      WriteLine(ArgumentText(Object{object}));
+      WriteLine(ArgumentText(Object{object}).View());
     return object;
   }
   // Ends a constructor: names the object and writes the line.
   void Created(const char* className, const void* object) {
     if (!active_) return;
     Name(className, object);
-    WriteLine(detail::ObjectText(object));
+    WriteLine(detail::ObjectText(object).View());
   }
 
  private:
   // Cold, so that what leads to them stands apart from the code that always runs.
-  [[gnu::cold]] void Begin(const char* name, std::initializer_list<std::string> arguments);
+  [[gnu::cold]] void Begin(std::string_view name, std::initializer_list<SV::String> arguments);
   [[gnu::cold]] void BeginMember(const void* object, const char* name,
-                                 std::initializer_list<std::string> arguments);
+                                 std::initializer_list<SV::String> arguments);
   [[gnu::cold]] void WriteLine(std::string_view result);
   [[gnu::cold]] void End();
 
   bool active_;
-  bool outer_ = true;            // what `active` goes back to
-  std::string* line_ = nullptr;  // owned; made only while a trace is written, empty once written
+  bool outer_ = true;           // what `active` goes back to
+  SV::String* line_ = nullptr;  // owned; made only while a trace is written, empty once written
 };
 
 }  // namespace trace

@@ -20,10 +20,10 @@ void Push(trace::Call& call, const char* className, SV::Window* box) {
 void Pop(SV::Window* box) {
   if (!trace::IsOpen()) return Tav_PopParentWindow(box);
   // The line of the destructor takes the name away, and the line behind it still needs it.
-  const std::string name = trace::detail::ObjectText(box);
+  const SV::String name = trace::detail::ObjectText(box);
   trace::Call call(box, "~Box");
   call.Write();
-  trace::NameFixed(name.c_str(), box);
+  trace::NameFixed(name.GetStr(), box);
   Tav_PopParentWindow(box);
   trace::Forget(box);
 }

@@ -7,6 +7,7 @@
 
 #include "host/base/size.h"
 #include "tavhost/ui/answer_source.h"
+#include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/toolkit.h"
 
 // The back end without a display: windows are models that get their answers from a file or from

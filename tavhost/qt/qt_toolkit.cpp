@@ -23,6 +23,7 @@
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/printer_info.h"
 
 namespace ui {
 

@@ -16,6 +16,7 @@
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/printer_info.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 

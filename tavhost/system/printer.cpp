@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tavhost/base/trace.h"
+#include "tavhost/ui/printer_info.h"
 #include "tavhost/ui/toolkit.h"
 
 namespace {

@@ -2,6 +2,7 @@
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/models/work_window_model.h"
+#include "tavhost/ui/printer_info.h"
 
 #include <utility>
 

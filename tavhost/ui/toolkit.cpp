@@ -1,5 +1,5 @@
-#include "tavhost/ui/toolkit.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/ui/current_toolkit.h"
 
 #include <cassert>
 #include <utility>

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "host/base/size.h"
@@ -18,13 +16,7 @@ class ModalModel;
 class WindowModel;
 class WorkWindowModel;
 struct FontChoice;
-
-struct PrinterInfo {
-  std::string name;
-  std::string device;
-  std::string port;
-  std::string driver;
-};
+struct PrinterInfo;
 
 class Toolkit : public event_loop::Loop {
  public:
@@ -58,10 +50,8 @@ class Toolkit : public event_loop::Loop {
   virtual std::optional<PrinterInfo> FindPrinter(std::string_view name) = 0;
 };
 
-// The toolkit in use. There is always one once the host has started.
+// The toolkit in use. There is always one once the host has started; current_toolkit.h sets it.
 Toolkit& CurrentToolkit();
 bool HasToolkit();
-// Null takes it away again.
-void SetToolkit(std::unique_ptr<Toolkit> toolkit);
 
 }  // namespace ui

@@ -8,6 +8,7 @@
 #include "tavhost/loader/plugins.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/sv/main_frames.h"
+#include "tavhost/ui/current_toolkit.h"
 #include "tests/qt/started_toolkit.h"
 
 ui::QtToolkit& StartedToolkit() {

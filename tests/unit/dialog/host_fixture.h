@@ -16,6 +16,7 @@
 #include "tavhost/base/trace.h"
 #include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/sv/main_frames.h"
+#include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/models/modal_model.h"
 
 // Answers each window by a function of the test.

@@ -16,6 +16,7 @@
 #include "host/system/printer.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/tools/modeling_shell.h"
+#include "tavhost/ui/printer_info.h"
 #include "tests/unit/plugin/fake_toolkit.h"
 #include "tests/unit/plugin/traced.h"
 

@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/window_model.h"
+#include "tavhost/ui/printer_info.h"
 #include "tavhost/ui/toolkit.h"
 
 // A toolkit that writes down what it is asked for, as long as it lives; it is the current one.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tavhost/ui/printer_info.h"
 #include "tests/unit/plugin/fake_toolkit.h"
 
 namespace {
