@@ -3,6 +3,7 @@
 
 import argparse
 import concurrent.futures
+import contextlib
 import difflib
 import fnmatch
 import os
@@ -19,9 +20,10 @@ from pathlib import Path
 
 TESTS = Path(__file__).resolve().parent
 ROOT = TESTS.parent
-sys.path.insert(0, str(TESTS))
+sys.path[:0] = [str(TESTS), str(TESTS / "http")]
 sys.dont_write_bytecode = True
 import sanitizers  # noqa: E402
+import server  # noqa: E402
 import wine  # noqa: E402
 
 TIME_LIMIT_SECONDS = 60
@@ -29,14 +31,17 @@ WORKERS = 2
 SHOWN_LINES = 60  # of an output or trace in a failure's report
 
 DIRECTIVE = re.compile(
-    r"^# (?P<kind>options|args|env|stdin|answers|skip|"
+    r"^# (?P<kind>options|args|env|stdin|answers|server|skip|"
     r"expect(?: error contains| error| exit| no trace| trace)?)"
     r"(?:\[(?P<platform>[a-z]+)\])?"
     r"(?P<rest> error contains| error| exit| no trace| trace)?:(?: (?P<value>.*))?$")
 # Comments that were meant to be directives; they must not pass unread.
-LOOKS_LIKE_DIRECTIVE = re.compile(r"^#\s*expect\b|^#\s*(options|args|env|stdin|answers|skip)\s*(\[.*)?:")
+LOOKS_LIKE_DIRECTIVE = re.compile(
+    r"^#\s*expect\b|^#\s*(options|args|env|stdin|answers|server|skip)\s*(\[.*)?:")
 EXPECTATIONS = ("expect", "expect error", "expect error contains", "expect exit", "expect trace",
                 "expect no trace")
+# What a test may ask for: the variable that tells its script the address, and what makes it.
+SERVERS = {"http": ("TEST_SERVER", server.Server), "proxy": ("TEST_PROXY", server.Proxy)}
 
 # The real ones are not traced; on POSIX systems the host supplies them and traces them.
 WINDOWS_FUNCTION = re.compile(
@@ -58,6 +63,7 @@ class Test:
     env: dict = field(default_factory=dict)
     stdin: list = field(default_factory=list)
     answers: list = field(default_factory=list)
+    servers: list = field(default_factory=list)  # keys of SERVERS
     expectations: dict = field(default_factory=dict)  # kind -> values, for this platform
     windows_lines: list = field(default_factory=list)  # places that speak of Windows alone
     skipped: str = None  # why this platform does not run it
@@ -111,6 +117,10 @@ def read_test(path, name, windows):
             test.stdin.append(value)
         elif kind == "answers":
             test.answers.append(value)
+        elif kind == "server":
+            if value not in SERVERS:
+                raise BadTest(f"line {number}: there is no server '{value}'")
+            test.servers.append(value)
     if not common and not special:
         raise BadTest("it expects nothing")
     if windows:
@@ -196,10 +206,11 @@ class Runner:
         self.base = Path(base)
         self.machine = machine  # Wine, or None for this system itself
 
-    def environment(self, test, home):
+    def environment(self, test, home, addresses):
         env = {name: value for name, value in os.environ.items()
                if name not in ("DISPLAY", "WAYLAND_DISPLAY") and not name.startswith("XDG_")}
         env.update(LC_ALL="C.UTF-8", TZ="UTC", HOME=str(home), TMPDIR=str(home / "tmp"))
+        env.update(addresses)
         env.update(test.env)
         if self.machine:
             env.update(self.machine.environment())
@@ -221,6 +232,15 @@ class Runner:
 
     def run(self, test):
         """The problems of a test; none when it passed."""
+        with contextlib.ExitStack() as servers:
+            addresses = {}
+            for name in test.servers:
+                variable, make = SERVERS[name]
+                addresses[variable] = servers.enter_context(contextlib.closing(make())).url
+            return self.run_beside(test, addresses)
+
+    def run_beside(self, test, addresses):
+        """The problems of a test whose servers have these addresses, by variable."""
         folder, work, home = self.prepare(test)
         command = [str(self.program), "run"]
         wants_trace = "expect trace" in test.expectations or "expect no trace" in test.expectations
@@ -234,7 +254,7 @@ class Runner:
         if self.machine:
             command = self.machine.command(command, whole_exit_code=test.wanted_exit > 255)
         stdin = "".join(line + "\n" for line in test.stdin).encode("utf-8", "surrogateescape")
-        process = subprocess.Popen(command, cwd=work, env=self.environment(test, home),
+        process = subprocess.Popen(command, cwd=work, env=self.environment(test, home, addresses),
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, start_new_session=True)
         try:

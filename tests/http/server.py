@@ -19,6 +19,12 @@ def answer(body, *fields, status="200 OK", length=True):
     return CRLF.join(lines) + CRLF + CRLF + body
 
 
+def stop_listening(listener):
+    """Closes it for good: closing alone leaves it open to a thread that waits in accept()."""
+    listener.shutdown(socket.SHUT_RDWR)
+    listener.close()
+
+
 @functools.cache
 def gzip_bomb(megabytes):
     packer = zlib.compressobj(9, zlib.DEFLATED, 31)
@@ -49,7 +55,7 @@ class Server:
 
     def close(self):
         self.closing.set()
-        self.listener.close()
+        stop_listening(self.listener)
 
     def _accept(self):
         while not self.closing.is_set():
@@ -244,8 +250,12 @@ class Proxy:
         self.seen = []
         threading.Thread(target=self._accept, daemon=True).start()
 
+    @property
+    def url(self):
+        return f"http://127.0.0.1:{self.port}"
+
     def close(self):
-        self.listener.close()
+        stop_listening(self.listener)
 
     def _accept(self):
         while True:

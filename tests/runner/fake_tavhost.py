@@ -4,6 +4,7 @@
 import os
 import sys
 import time
+import urllib.request
 
 assert sys.argv[1] == "run"
 rest = sys.argv[2:]
@@ -33,6 +34,14 @@ for line in open(script):
         print(open(options["--answers"]).read(), end="")
     elif word == "folder":
         print(sorted(os.listdir(".")))
+    elif word == "fetch":
+        with urllib.request.urlopen(os.environ["TEST_SERVER"] + text) as answer:
+            print(answer.read().decode())
+    elif word == "fetch-by-proxy":
+        request = urllib.request.Request(os.environ["TEST_SERVER"] + text)
+        request.set_proxy(os.environ["TEST_PROXY"].removeprefix("http://"), "http")
+        with urllib.request.urlopen(request) as answer:
+            print(answer.read().decode().split("127.0.0.1")[0])
     elif word == "sleep":
         sys.stdout.flush()
         time.sleep(float(text))

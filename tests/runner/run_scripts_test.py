@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Tests of the script-test runner: what it must report, and that it reports it."""
 
+import re
+import socket
 import subprocess
 import sys
 import tempfile
@@ -105,6 +107,23 @@ class RunnerTest(unittest.TestCase):
                     "# expect: none\n# expect: none\n"
                     "option --screen\nargs\nenv COLOUR\nstdin\nanswers\nenv DISPLAY\n"
                     "option --trace\n")
+
+    def test_a_server_is_there_when_asked_for_and_its_address_in_the_environment(self):
+        self.passes("# server: http\n# expect: grüße ✓\n# expect: none\nfetch /text\n"
+                    "env TEST_PROXY\n")
+        self.passes("# server: http\n# server: proxy\n# expect: GET http://\n"
+                    "fetch-by-proxy /echo\n")
+        self.passes("# expect: none\nenv TEST_SERVER\n")
+        self.fails("# server: ftp\n# expect: a\nout a\n", "line 1: there is no server 'ftp'")
+        self.fails("# server : http\n# expect: a\nout a\n", "line 1 is no directive")
+
+    def test_a_server_is_gone_after_its_test(self):
+        path = self.write("# server: http\n# expect exit: 0\nenv TEST_SERVER\n")
+        runner = run_scripts.Runner(HERE / "fake_tavhost.py", self.folder.name)
+        problems = runner.run(run_scripts.read_test(path, "case", windows=False))
+        port = int(re.search(r"\+http://127\.0\.0\.1:(\d+)", "\n".join(problems))[1])
+        with self.assertRaises(ConnectionRefusedError):
+            socket.create_connection(("127.0.0.1", port)).close()
 
     def test_the_environment_of_the_runner_itself_can_be_replaced(self):
         self.passes("# env: TMPDIR=/chosen\n# expect: /chosen\nenv TMPDIR\n")
