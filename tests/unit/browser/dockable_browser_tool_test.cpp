@@ -6,7 +6,7 @@
 #include "tavhost/ui/models/result_tool_model.h"
 #include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/table/table_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
 #include "tavhost/ui/models/modal_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "tavhost/ui/models/file_dialog_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/text_box_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/ui/image_source.h"
-#include "tests/unit/windows/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "tavhost/sv/window_handles.h"
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/text_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "host/windows/files.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
-#include "tests/unit/windows/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "host/system/version.h"
 #include "plugin/command_table.h"
 #include "tavhost/script/ports/message.h"
-#include "tests/unit/plugin/fake_toolkit.h"
-#include "tests/unit/plugin/traced.h"
+#include "tests/support/fake_toolkit.h"
+#include "tests/support/traced.h"
 
 namespace {
 

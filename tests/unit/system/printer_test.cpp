@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tavhost/ui/printer_info.h"
-#include "tests/unit/plugin/fake_toolkit.h"
+#include "tests/support/fake_toolkit.h"
 
 namespace {
 

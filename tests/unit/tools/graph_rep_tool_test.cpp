@@ -6,7 +6,7 @@
 
 #include "tavhost/files/program_path.h"
 #include "tavhost/ui/models/drawing_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

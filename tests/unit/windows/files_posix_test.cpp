@@ -6,7 +6,7 @@
 
 #include "host/windows/directories.h"
 #include "tavhost/windows/open_files.h"
-#include "tests/unit/windows/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "host/files/file_manager.h"
 #include "host/windows/files.h"
 #include "tavhost/files/database_area.h"
-#include "tests/unit/windows/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace {
 

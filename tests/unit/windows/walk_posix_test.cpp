@@ -7,7 +7,7 @@
 
 #include "host/windows/directories.h"
 #include "host/windows/files.h"
-#include "tests/unit/windows/scratch_folder.h"
+#include "tests/support/scratch_folder.h"
 
 namespace {
 

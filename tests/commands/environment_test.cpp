@@ -17,8 +17,8 @@
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/ui/printer_info.h"
-#include "tests/unit/plugin/fake_toolkit.h"
-#include "tests/unit/plugin/traced.h"
+#include "tests/support/fake_toolkit.h"
+#include "tests/support/traced.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/windows/clock.h"
-#include "tests/unit/plugin/fake_toolkit.h"
-#include "tests/unit/plugin/traced.h"
+#include "tests/support/fake_toolkit.h"
+#include "tests/support/traced.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/sv/application.h"
 #include "tavhost/ui/models/modal_model.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 
