@@ -9,6 +9,7 @@ import termios
 import time
 import unittest
 
+import waiting
 from program import ProgramTest
 
 ESCAPES = re.compile(rb"\x1b\[[0-9;?]*[A-Za-z]|\x1b[=>]|\r|\x07")
@@ -93,14 +94,14 @@ class Terminal:
     def type(self, text):
         os.write(self.master, text.encode())
 
-    def end_input(self, seconds=10):
-        """Ctrl-D, once the prompt reads single keys: the line editor shows the prompt a moment
-        earlier, and until then the terminal keeps the key for itself."""
-        end = time.monotonic() + seconds
-        while termios.tcgetattr(self.master)[3] & termios.ICANON:
-            if time.monotonic() > end:
-                raise AssertionError("the prompt never reads single keys")
-            time.sleep(0.01)
+    def wait_for_keys(self):
+        """Until the prompt reads single keys: the line editor shows it a moment earlier, and until
+        then the terminal keeps keys such as Ctrl-C and Ctrl-D for itself."""
+        waiting.until(lambda: not termios.tcgetattr(self.master)[3] & termios.ICANON,
+                      "the prompt reads single keys")
+
+    def end_input(self):
+        self.wait_for_keys()
         self.type("\x04")
 
     def wait_for(self, text, seconds=10):
@@ -171,13 +172,14 @@ class TerminalTest(ProgramTest):
         terminal = Terminal(self, "repl")
         terminal.wait_for("tav> ")
         for _ in range(3):
-            terminal.type("while 1 { }\n")
-            time.sleep(0.3)
+            terminal.type("print 20 + 3; while 1 { }\n")
+            terminal.wait_for("23\n")
             terminal.type("\x03")
             terminal.wait_for("stopped")
             terminal.wait_for("tav> ")
+        terminal.wait_for_keys()
         terminal.type("print 1 +")
-        time.sleep(0.2)
+        terminal.wait_for("print 1 +")
         terminal.type("\x03")
         terminal.wait_for("tav> ")
         terminal.type("print 2 + 3\n")

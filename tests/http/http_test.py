@@ -19,6 +19,7 @@ sys.dont_write_bytecode = True
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(ROOT, "tests"))
+import waiting  # noqa: E402
 import wine  # noqa: E402
 from server import Proxy, Server  # noqa: E402
 
@@ -266,12 +267,12 @@ class Faults(Case):
         for path in ["/silent", "/stall", "/drip"]:
             with self.subTest(path):
                 before = self.server.count(path)
+                pending = self.server.pending.count(path)
                 script = f'try {{ HTTP_REQUEST "{self.server.url}{path}" retry:5 }} catch e {{ }}'
                 with subprocess.Popen([*program, "run", "-e", script],
                                       stdin=subprocess.DEVNULL) as process:
-                    while self.server.count(path) == before:
-                        time.sleep(0.02)
-                    time.sleep(0.2)
+                    waiting.until(lambda: self.server.pending.count(path) > pending,
+                                  "the answer begins")
                     begin = time.monotonic()
                     process.send_signal(signal.SIGINT)
                     self.assertEqual(process.wait(timeout=5), 130)
@@ -283,8 +284,7 @@ class Faults(Case):
         with subprocess.Popen([*program, "run", "--timeout", "0.5", "-e",
                                f'HTTP_REQUEST "{self.server.url}/silent"'],
                               stdin=subprocess.DEVNULL, stderr=subprocess.PIPE) as process:
-            while self.server.count("/silent") == before:
-                time.sleep(0.02)
+            waiting.until(lambda: self.server.count("/silent") > before, "the request comes")
             begin = time.monotonic()
             self.assertIn(b"stopped after 0.5 s", process.communicate(timeout=10)[1])
             self.assertEqual(process.returncode, 130)

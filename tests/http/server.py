@@ -38,6 +38,7 @@ class Server:
     def __init__(self, tls=None, host="127.0.0.1"):
         self.tls = tls
         self.requests = []
+        self.pending = []  # paths of requests that will get no more, or not soon
         self.lock = threading.Lock()
         self.listener = socket.create_server((host, 0), backlog=128)
         self.port = self.listener.getsockname()[1]
@@ -208,17 +209,20 @@ class Server:
         return
 
     def do_silent(self, connection, rest, query, request):
+        self.pending.append("/silent")
         self.closing.wait(30)
 
     def do_stall(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome")
+        self.pending.append("/stall")
         self.closing.wait(30)
 
     def do_drip(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n")
+        self.pending.append("/drip")
         while not self.closing.is_set():
             connection.sendall(b".")
-            time.sleep(0.05)
+            time.sleep(0.05)  # slow, but never silent for long
 
     def do_long_header(self, connection, rest, query, request):
         field = b"X-Filler: " + b"x" * 1000 + CRLF

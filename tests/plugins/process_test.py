@@ -15,6 +15,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 import sanitizers  # noqa: E402
+import waiting  # noqa: E402
 
 ROOT = Path(__file__).resolve().parents[2]
 EXPORTS = re.findall(r"^\s+(\w+)$", (ROOT / "plugin/exports.def").read_text(), re.MULTILINE)
@@ -107,7 +108,7 @@ class StopTest(unittest.TestCase):
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         try:
             self.assertEqual(process.stdout.readline(), "ready\n")
-            time.sleep(0.1)
+            waiting.until_at_work(process)
             start = time.monotonic()
             process.send_signal(number)
             out, _ = process.communicate(timeout=20)

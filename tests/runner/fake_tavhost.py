@@ -44,7 +44,7 @@ for line in open(script):
             print(answer.read().decode().split("127.0.0.1")[0])
     elif word == "sleep":
         sys.stdout.flush()
-        time.sleep(float(text))
+        time.sleep(float(text))  # a test that takes too long is what this plays
     elif word == "crash":
         os.kill(os.getpid(), 11)
     elif word == "exit":

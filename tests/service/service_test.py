@@ -11,6 +11,7 @@ import http.client
 import json
 import os
 import re
+import select
 import signal
 import socket
 import stat
@@ -24,6 +25,7 @@ import unittest
 sys.dont_write_bytecode = True
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "tests"))
+import waiting  # noqa: E402
 import wine  # noqa: E402
 
 program = []
@@ -101,6 +103,24 @@ class Service:
         lines = [f"{method} {path} HTTP/1.1", f"Host: {host or f'127.0.0.1:{self.port}'}",
                  f"X-Tavhost-Token: {token or self.token}", *extra]
         return ("\r\n".join(lines) + "\r\n").encode("latin-1")
+
+    def sent(self, body, path="/script", extra=()):
+        """A connection on which a request has been sent, its answer still to come."""
+        connection = socket.create_connection(("127.0.0.1", self.port), timeout=30)
+        length = f"Content-Length: {len(body)}"
+        connection.sendall(self.head(path, extra=[length, *extra]) + b"\r\n" + body.encode())
+        return connection
+
+    def has_taken_all(self):
+        """Once it has answered this, it has taken every request sent before."""
+        return self.raw(b"GARBAGE\r\n\r\n") == 400
+
+
+def mark(test):
+    """What a script of the test may write to say how far it has come."""
+    folder = tempfile.TemporaryDirectory()
+    test.addCleanup(folder.cleanup)
+    return waiting.Mark(folder.name)
 
 
 class Case(unittest.TestCase):
@@ -354,9 +374,11 @@ class Order(unittest.TestCase):
         self.addCleanup(self.service.stop)
 
     def test_one_at_a_time(self):
+        here = mark(self)
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
-            first = pool.submit(self.service.post, "/script", "SLEEP ms:700\nx = now()")
-            time.sleep(0.2)
+            first = pool.submit(self.service.post, "/script",
+                                here.command + "SLEEP ms:700\nx = now()")
+            here.wait()
             begin = time.monotonic()
             second = pool.submit(self.service.post, "/script", "x = now()")
             done_first = first.result()[1]["variables"]["x"]
@@ -365,11 +387,9 @@ class Order(unittest.TestCase):
         self.assertLessEqual(done_first, done_second)
 
     def test_a_client_that_leaves_stops_its_script(self):
-        connection = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
-        body = b"while 1 { }"
-        connection.sendall(self.service.head(
-            "/script", extra=[f"Content-Length: {len(body)}"]) + b"\r\n" + body)
-        time.sleep(0.3)
+        here = mark(self)
+        connection = self.service.sent(here.command + "while 1 { }")
+        here.wait()
         connection.close()
         begin = time.monotonic()
         status, reply = self.service.post("/script", "x = 1")
@@ -377,22 +397,25 @@ class Order(unittest.TestCase):
         self.assertLess(time.monotonic() - begin, 2)
 
     def test_clients_that_leave_while_they_wait_keep_nobody_out(self):
-        running = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
+        running = self.service.sent("while 1 { }")
         self.addCleanup(running.close)
-        body = b"while 1 { }"
-        running.sendall(self.service.head(
-            "/script", extra=[f"Content-Length: {len(body)}"]) + b"\r\n" + body)
         # More than there may be connections, and more than may wait.
-        request = self.service.head("/script", extra=["Content-Length: 5"]) + b"\r\nx = 1"
         for _ in range(120):
-            with socket.create_connection(("127.0.0.1", self.service.port), timeout=5) as leaves:
-                leaves.sendall(request)
-                # Its request is taken before it leaves: the answer to this one comes behind it.
-                self.assertEqual(self.service.raw(b"GARBAGE\r\n\r\n"), 400)
-        time.sleep(0.3)
-        running.close()
-        status, reply = self.service.post("/script", "x = 1")
-        self.assertEqual((status, reply["error"]), (200, None))
+            with self.service.sent("x = 1"):
+                self.assertTrue(self.service.has_taken_all())
+
+        def waits():
+            """A request that is not refused for want of a place, once there is one."""
+            connection = self.service.sent("x = 1")
+            self.assertTrue(self.service.has_taken_all())
+            if not select.select([connection], [], [], 0)[0]:
+                return connection
+            connection.close()
+            return None
+
+        with waiting.until(waits, "those that left have given up their places") as connection:
+            running.close()
+            self.assertTrue(connection.recv(65536).startswith(b"HTTP/1.1 200 "))
 
     def test_stop_from_a_request(self):
         reply = self.service.post("/command", "SERVICE stop")[1]
@@ -407,20 +430,18 @@ class Order(unittest.TestCase):
         self.assertFalse(os.path.exists(path))
 
     def test_interrupt_during_a_script(self):
-        with concurrent.futures.ThreadPoolExecutor(1) as pool:
-            pool.submit(lambda: self.service.raw(self.service.head(
-                "/script", extra=["Content-Length: 11"]) + b"\r\nwhile 1 { }"))
-            time.sleep(0.3)
+        here = mark(self)
+        with self.service.sent(here.command + "while 1 { }"):
+            here.wait()
             self.service.process.send_signal(signal.SIGINT)
             self.assertEqual(self.service.process.wait(timeout=5), 130)
 
     def test_log_holds_no_secrets(self):
         self.service.post("/script", "x = 1")
         self.service.raw(self.service.head("/a\x7f\x1b[31m", extra=["Content-Length: 0"]) + b"\r\n")
-        time.sleep(0.3)
+        waiting.until(lambda: len(self.service.errors) >= 2, "both requests are in the log")
         token = self.service.token
         self.service.stop()
-        time.sleep(0.1)
         log = b"".join(self.service.errors)
         self.assertIn(b"POST /script 200", log)
         self.assertNotIn(token.encode(), log)
@@ -547,12 +568,12 @@ class Dialogs(Case):
 
     def test_others_wait_for_the_answer(self):
         reply = self.ask('INFOBOX "?"\nprint "asked"')
-        with concurrent.futures.ThreadPoolExecutor(1) as pool:
-            other = pool.submit(self.service.post, "/script", "x = 1")
-            time.sleep(0.3)
-            self.assertFalse(other.done())
+        with self.service.sent("x = 1") as other:
+            self.assertTrue(self.service.has_taken_all())
+            # That nothing comes can only be seen for a time.
+            self.assertEqual(select.select([other], [], [], 0.3)[0], [])
             self.assertEqual(self.finish(reply, "MESSAGE_BOX")["output"], "asked\n")
-            self.assertEqual(other.result()[1]["variables"]["x"], 1)
+            self.assertIn(b'"x":1', other.recv(65536))
 
     def test_no_answer_in_time(self):
         begin = time.monotonic()
@@ -565,13 +586,11 @@ class Dialogs(Case):
                                         "the script was stopped")
 
     def test_a_client_that_leaves_after_its_answer_stops_the_script(self):
-        reply = self.ask('INFOBOX "?"\nwhile 1 { }')
-        body = b"MESSAGE_BOX"
-        connection = socket.create_connection(("127.0.0.1", self.service.port), timeout=5)
-        connection.sendall(self.service.head("/answer", extra=[
-            f"Content-Length: {len(body)}", "X-Tavhost-Question: " + reply["question"]["id"]]) +
-            b"\r\n" + body)
-        time.sleep(0.3)
+        here = mark(self)
+        reply = self.ask(f'INFOBOX "?"\n{here.command}while 1 {{ }}')
+        connection = self.service.sent("MESSAGE_BOX", "/answer",
+                                       ["X-Tavhost-Question: " + reply["question"]["id"]])
+        here.wait()
         connection.close()
         begin = time.monotonic()
         self.assertAlive()
@@ -727,9 +746,7 @@ class Commands(unittest.TestCase):
                                        env={**os.environ, "XDG_RUNTIME_DIR": folder})
             self.addCleanup(process.stdout.close)
             path = token_path(port, folder)
-            while not os.path.exists(path):
-                time.sleep(0.01)
-            time.sleep(0.1)
+            self.assertEqual(process.stdout.readline().strip(), b"up")
             with open(path) as file:
                 token = file.read().strip()
             connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
@@ -740,7 +757,7 @@ class Commands(unittest.TestCase):
             connection.close()
             self.assertGreater(time.monotonic() - begin, 0.4)
             self.assertIsNone(reply["error"])
-            self.assertEqual(process.stdout.read().decode().splitlines(), ["up", "outer", "end"])
+            self.assertEqual(process.stdout.read().decode().splitlines(), ["outer", "end"])
             self.assertEqual(process.wait(timeout=10), 0)
 
 
@@ -773,7 +790,7 @@ class Soak(unittest.TestCase):
 
         with concurrent.futures.ThreadPoolExecutor(32) as pool:
             clients = [pool.submit(client, number) for number in range(32)]
-            time.sleep(soak_seconds / 2)
+            time.sleep(soak_seconds / 2)  # the time of the soak, halved by a look at the memory
             middle = resident()
             total = sum(each.result() for each in clients)
         self.assertEqual(total, len(latencies))

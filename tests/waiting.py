@@ -1,0 +1,46 @@
+"""Waiting in tests: for a condition, with a generous limit, never for a fixed time."""
+
+import os
+import time
+
+LIMIT_SECONDS = 30
+STEP_SECONDS = 0.01
+COMPUTED_TICKS = 3  # of the processor's clock, usually 10 ms each
+
+
+def until(condition, what, seconds=LIMIT_SECONDS):
+    """The condition's first true value. `what` says in a failure what did not happen."""
+    end = time.monotonic() + seconds
+    while not (value := condition()):
+        if time.monotonic() > end:
+            raise AssertionError(f"not within {seconds} s: {what}")
+        time.sleep(STEP_SECONDS)
+    return value
+
+
+def until_at_work(process):
+    """Until the main thread of a process of this system waits for something or has computed for a
+    while: it is then in the middle of what it was seen to begin."""
+    def state_and_ticks():
+        with open(f"/proc/{process.pid}/stat") as file:
+            fields = file.read().rpartition(")")[2].split()
+        return fields[0], int(fields[11]) + int(fields[12])
+
+    begin = state_and_ticks()[1]
+
+    def is_at_work():
+        state, ticks = state_and_ticks()
+        return state == "S" or ticks - begin >= COMPUTED_TICKS
+
+    until(is_at_work, "the program waits or computes")
+
+
+class Mark:
+    """A file that a script writes to say how far it has come; it may run under Wine too."""
+
+    def __init__(self, folder):
+        self.path = os.path.join(folder, "mark")
+        self.command = f'FWRITE file:"{self.path}" text:"here"\n'
+
+    def wait(self):
+        until(lambda: os.path.exists(self.path), "the script writes its mark")
