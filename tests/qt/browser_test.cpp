@@ -52,8 +52,11 @@ class QtBrowser : public QtTest {
     QTest::mouseClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, place);
   }
   static void Search(QWidget& window, const char* text) {
-    window.findChild<QLineEdit*>(QStringLiteral("search"))->setText(QLatin1String(text));
-    QTest::qWait(100);
+    auto& field = *window.findChild<QLineEdit*>(QStringLiteral("search"));
+    field.setText(QLatin1String(text));
+    const auto& pause =
+        *field.parentWidget()->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !pause.isActive(); }, kPatience));
   }
 };
 

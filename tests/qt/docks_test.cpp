@@ -56,7 +56,11 @@ class QtOutput : public QtTest {
     QtTest::SetUp();
     Toolkit();
   }
-  static void Settle() { QTest::qWait(40); }
+  static void ExpectShown(const ui::OutputView& view, const char* text) {
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return view.toPlainText() == QLatin1String(text); }, kPatience))
+        << view.toPlainText().toStdString();
+  }
 };
 
 TEST_F(QtOutput, OutputAppearsWithinAFrame) {
@@ -66,14 +70,11 @@ TEST_F(QtOutput, OutputAppearsWithinAFrame) {
   text.Add("one\n");
   EXPECT_EQ(view.toPlainText(), "");
   text.Add("two");
-  Settle();
-  EXPECT_EQ(view.toPlainText(), "one\ntwo");
+  ExpectShown(view, "one\ntwo");
   text.Replace("other");
-  Settle();
-  EXPECT_EQ(view.toPlainText(), "other");
+  ExpectShown(view, "other");
   text.Replace("");
-  Settle();
-  EXPECT_EQ(view.toPlainText(), "");
+  ExpectShown(view, "");
 }
 
 TEST_F(QtOutput, OutputKeepsUpWithWhatComesAndGoes) {

@@ -22,6 +22,7 @@
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
 #include "tavhost/qt/shown_text.h"
+#include "tests/qt/events.h"
 #include "tests/qt/started_toolkit.h"
 
 // A workbench in a folder of its own. What the test leaves open is closed without questions.
@@ -29,6 +30,7 @@ class WorkbenchTest : public testing::Test {
  protected:
   using Window = ui::ide_view::IdeWindow;
   using Page = ui::ide_view::EditorPage;
+  static constexpr int kPatience = 60000;  // milliseconds
 
   void SetUp() override { StartedToolkit(); }
   void TearDown() override { Leave(); }
@@ -43,7 +45,8 @@ class WorkbenchTest : public testing::Test {
     window_->Start(files);
     window_->show();
     window_->activateWindow();
-    QTest::qWait(20);
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+    HandleEvents();
     return *window_;
   }
   // As when the program goes down without closing anything.
@@ -76,7 +79,7 @@ class WorkbenchTest : public testing::Test {
   // dialog has closed.
   void Key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
     window_->activateWindow();
-    QTest::qWait(1);
+    HandleEvents();
     Editor().setFocus();
     QTest::keyClick(&Editor(), static_cast<Qt::Key>(key), modifiers);
   }
@@ -84,8 +87,8 @@ class WorkbenchTest : public testing::Test {
   // Runs the script in front and returns when it has ended.
   void Run() {
     Key(Qt::Key_F5);
-    QTest::qWait(1);  // started from the event loop
-    while (window_ && window_->IsRunning()) QTest::qWait(1);
+    HandleEvents();  // started from the event loop
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !window_ || !window_->IsRunning(); }, kPatience));
   }
   void RunText(const QString& text) {
     Editor().SetText(text);

@@ -10,6 +10,7 @@
 #include "tavhost/ui/models/drawing_model.h"
 #include "tavhost/ui/models/result_tool_model.h"
 #include "tavhost/ui/table/table_model.h"
+#include "tests/qt/events.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {
@@ -100,7 +101,7 @@ TEST_F(QtTools, AClosedResultIsNotTouchedAgain) {
   Button(view, "close").click();
   EXPECT_EQ(FirstTitle(view), "first");
   Button(view, "close").click();
-  QTest::qWait(20);
+  HandleEvents();
   EXPECT_EQ(view.findChild<QTableView*>(QStringLiteral("table"))->model()->columnCount(), 0);
 }
 
@@ -111,12 +112,12 @@ TEST_F(QtTools, WidthsThatComeAfterTheTableAreShown) {
   view.show();
   model.Add(*table);
   table->SetWidth(0, 321);
-  QTest::qWait(20);
+  HandleEvents();
   QTableView& grid = *view.findChild<QTableView*>(QStringLiteral("table"));
   EXPECT_EQ(grid.columnWidth(0), 321);
   grid.setColumnWidth(0, 50);
   table->SetAlignment(1, ui::TableAlignment::kRight);
-  QTest::qWait(20);
+  HandleEvents();
   EXPECT_EQ(grid.columnWidth(0), 50) << "the user's width stays";
 }
 
@@ -163,14 +164,14 @@ TEST_F(QtTools, FilesAreLookedAtEveryInterval) {
   model.refresh = [&] { ++looks; };
   ui::DrawingView view(model);
   view.show();
-  QTest::qWait(40);
+  constexpr int kSeveralIntervals = 60;  // that nothing looks can only be seen for a time
+  QTest::qWait(kSeveralIntervals);
   EXPECT_EQ(looks, 0);
   model.SetInterval(10);
-  QTest::qWait(200);
-  EXPECT_GE(looks, 3);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return looks >= 3; }, kPatience));
   view.hide();
   looks = 0;
-  QTest::qWait(60);
+  QTest::qWait(kSeveralIntervals);
   EXPECT_EQ(looks, 0) << "nobody sees it";
 }
 

@@ -90,13 +90,16 @@ TEST_F(QtWindows, KeysTypedTooEarlyAreNotTaken) {
 
 TEST_F(QtWindows, AStopEndsAWindowWithinASecond) {
   MessageBoxModel model(MessageKind::kQuery, 0x40, "text");
-  const auto start = std::chrono::steady_clock::now();
-  std::thread stopper([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    stop::Request(stop::Reason::kUser);
-  });
-  model.Begin();
-  Toolkit().RunModal(model);
+  std::chrono::steady_clock::time_point start;
+  std::thread stopper;
+  Run(
+      model,
+      [&](QDialog&) {
+        start = std::chrono::steady_clock::now();
+        stopper = std::thread([] { stop::Request(stop::Reason::kUser); });
+      },
+      20);
+  ASSERT_TRUE(stopper.joinable());
   stopper.join();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_EQ(model.EndButton(), "cancel");

@@ -172,7 +172,7 @@ TEST_F(WorkbenchTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {
     Window second(services, options);
     second.Start({});
     second.show();
-    QTest::qWait(10);
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&second));
     EXPECT_EQ(second.Tabs().Files(), QStringList());
     EXPECT_TRUE(second.close());
   }

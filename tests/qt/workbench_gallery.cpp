@@ -17,6 +17,7 @@
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
 #include "tavhost/qt/shown_text.h"
+#include "tests/qt/events.h"
 #include "tests/qt/started_toolkit.h"
 
 namespace {
@@ -53,7 +54,8 @@ class Pictures {
   Pictures(QString folder, const char* look) : folder_(std::move(folder)), look_(look) {}
 
   void Take(QWidget& window, const char* name) const {
-    QTest::qWait(30);
+    if (!QTest::qWaitForWindowExposed(&window)) std::abort();
+    HandleEvents();
     const QString file =
         QStringLiteral("%1/workbench-%2-%3.png").arg(folder_, QLatin1String(name), look_);
     if (!window.grab().save(file)) std::abort();
@@ -124,9 +126,10 @@ void Render(const QString& folder, Theme theme, const char* look) {
   editor.SetText(QStringLiteral("# A message\nFI"));
   editor.GoTo(2, 3);
   editor.Complete();
-  QTest::qWait(30);
-  if (QWidget* const popup = QApplication::activePopupWidget()) pictures.Take(*popup, "completion");
-  if (QWidget* const popup = QApplication::activePopupWidget()) popup->close();
+  if (!QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; })) std::abort();
+  QWidget& popup = *QApplication::activePopupWidget();
+  pictures.Take(popup, "completion");
+  popup.close();
 
   window.resize(720, 480);
   pictures.Take(window, "small");

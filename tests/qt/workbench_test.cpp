@@ -126,9 +126,8 @@ TEST_F(WorkbenchTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
     window_->close();
   });
   Run();
-  QTest::qWait(50);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return closed; }, kPatience));
   EXPECT_TRUE(stillThere);
-  EXPECT_TRUE(closed);
   EXPECT_FALSE(window_->isVisible());
   EXPECT_FALSE(script::IsScriptRunning());
   EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
@@ -369,10 +368,10 @@ TEST_F(WorkbenchTest, EverythingIsReachedByKeyboardAndNamed) {
 TEST_F(WorkbenchTest, LightAndDarkAreToldApart) {
   Start();
   window_->SetTheme(Theme::kDark);
-  QTest::qWait(10);
+  HandleEvents();
   EXPECT_LT(Editor().palette().color(QPalette::Base).lightness(), 60);
   window_->SetTheme(Theme::kLight);
-  QTest::qWait(10);
+  HandleEvents();
   EXPECT_GT(Editor().palette().color(QPalette::Base).lightness(), 200);
   window_->SetTheme(Theme::kSystem);
 }
@@ -380,7 +379,7 @@ TEST_F(WorkbenchTest, LightAndDarkAreToldApart) {
 TEST_F(WorkbenchTest, TheVariablesOfTheLastRunAreShown) {
   Start();
   window_->findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
-  QTest::qWait(10);
+  HandleEvents();
   RunText(QStringLiteral("total = 42\nname = \"x\""));
   auto& list = *window_->findChild<QTreeWidget*>(QStringLiteral("variableList"));
   const auto found = list.findItems(QStringLiteral("total"), Qt::MatchExactly);
@@ -403,7 +402,7 @@ TEST_F(WorkbenchTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
   Editor().SetText(QString::fromLatin1(kSteps));
   auto& dock = *window_->findChild<QDockWidget*>(QStringLiteral("variables"));
   dock.raise();
-  QTest::qWait(10);
+  HandleEvents();
   auto& list = *window_->findChild<QTreeWidget*>(QStringLiteral("variableList"));
   const auto value = [&list](const char* name) {
     const auto found = list.findItems(QLatin1String(name), Qt::MatchExactly);
@@ -428,12 +427,12 @@ TEST_F(WorkbenchTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
     } else {
       Key(step < 2 ? Qt::Key_F11 : step == 3 ? Qt::Key_F10 : Qt::Key_F5);
     }
-    QTest::qWait(1);  // carried out from the event loop
+    HandleEvents();  // carried out from the event loop
     watch.start();
   });
   watch.start();
   Key(Qt::Key_F10);
-  QTest::qWait(1);
+  HandleEvents();
   ASSERT_TRUE(QTest::qWaitFor([&] { return !window_->IsRunning(); }, 5000));
   EXPECT_EQ(lines, (QList<int>{5, 2, 3, 6, 7}));
   EXPECT_TRUE(Console().contains(QStringLiteral("6 12\n"))) << Console().toStdString();
@@ -456,7 +455,7 @@ TEST_F(WorkbenchTest, ABreakpointStopsAndMovesWithTheText) {
     if (lines.size() == 2) return window_->Stop();  // a script that stands still is stopped too
     watch.stop();
     Key(Qt::Key_F5);
-    QTest::qWait(1);
+    HandleEvents();
     watch.start();
   });
   watch.start();

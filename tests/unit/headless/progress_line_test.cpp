@@ -20,11 +20,12 @@ TEST(ProgressLine, ShowsTheFirstStateAtOnceAndIsTakenAway) {
   EXPECT_LE(shown.size(), 3u) << "a terminal is not flooded";
   model.SetPercentage(50);
   line.Update();
-  std::this_thread::sleep_for(150ms);
-  line.Refresh();
+  const std::size_t first = shown.size();
+  const auto limit = std::chrono::steady_clock::now() + 30s;
+  while (shown.size() == first && std::chrono::steady_clock::now() < limit) line.Refresh();
   EXPECT_EQ(shown.back(), "Sorting  [##########..........]  50%  0:00");
   const std::size_t before = shown.size();
-  std::this_thread::sleep_for(150ms);
+  std::this_thread::sleep_for(150ms);  // by then a change would show
   line.Refresh();
   EXPECT_EQ(shown.size(), before) << "nothing has changed";
   line.Close();

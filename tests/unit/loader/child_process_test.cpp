@@ -26,7 +26,7 @@ TEST(ChildSubject, Crashes) {
 }
 
 TEST(ChildSubject, Hangs) {
-  if (IsChild()) std::this_thread::sleep_for(std::chrono::hours(1));
+  if (IsChild()) std::this_thread::sleep_for(std::chrono::hours(1));  // ended for it
 }
 
 TEST(ChildSubject, Exits) {
