@@ -4,7 +4,7 @@
 //  2. the handler's declaration in commands/handlers.h, beside its family, as Command_NAME;
 //  3. the handler in the source file of its family in commands/: check, read, do, write;
 //  4. its description in commands/reference/<family>.kel;
-//  5. a script test in tests/scripts/<family>/.
+//  5. a script test, tests/scripts/<family>/<command>_<case>.tav.
 // All five carry the command's name, so that one search finds them.
 #include "plugin/command_table.h"
 
