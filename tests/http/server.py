@@ -256,7 +256,8 @@ class Proxy:
 
     @property
     def url(self):
-        return f"http://127.0.0.1:{self.port}"
+        # Wine sends no whole address to a proxy whose name is the server's.
+        return f"http://localhost:{self.port}"
 
     def close(self):
         stop_listening(self.listener)
