@@ -15,7 +15,6 @@ class Commands : public script::CommandProvider {
  public:
   bool Handle(const char*, TavKelParser&, TavScriptResult&) override { return true; }
   bool Handle(const char*, TavKelParser&, TavMessage&) override { return true; }
-  bool Exists(const char*) override { return true; }
   SV::String AllCommands(char) override { return "ANY"; }
 };
 
