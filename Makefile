@@ -27,11 +27,11 @@ test: setup-test build $(if $(X86_64),windows-build) fuzz-build  ## everything t
 ifeq ($(X86_64),)
 	@echo "the tests under Wine are skipped: this machine is no x86-64"
 endif
-	@scripts/run_tests.py native $(if $(X86_64),windows) fuzz
+	@scripts/run_tests.py format sources native $(if $(X86_64),windows) fuzz
 
 .PHONY: check
 check: build  ## the tests of this system alone, in a minute
-	@scripts/run_tests.py native
+	@scripts/run_tests.py sources native
 
 .PHONY: faults
 faults: build  ## the file commands under a fault at every system call, extreme trees
@@ -78,9 +78,9 @@ coverage: setup  ## what the tests reach, in build-coverage/report
 	  --html-details build-coverage/report/index.html --print-summary build-coverage
 
 .PHONY: fuzz fuzz-short
-fuzz: fuzz-build  ## each fuzzer for ten minutes (FUZZ_SECONDS=600)
-	@scripts/run_tests.py --fuzz-seconds $(or $(FUZZ_SECONDS),600) fuzz
-fuzz-short: fuzz-build  ## each fuzzer for half a minute, as in make test
+fuzz: fuzz-build  ## each fuzzer looks for new inputs for ten minutes (FUZZ_SECONDS=600)
+	@scripts/run_tests.py --explore $(or $(FUZZ_SECONDS),600) fuzz
+fuzz-short: fuzz-build  ## each fuzzer on the same inputs each time, as in make test
 	@scripts/run_tests.py fuzz
 
 .PHONY: gallery
@@ -93,8 +93,10 @@ docs: build  ## the documentation as a site: build/site/index.html
 	@scripts/build_docs.py
 
 .PHONY: lint
-lint:  ## formatting; TIDY=1 adds clang-tidy
-	@scripts/lint $(if $(TIDY),--tidy)
+lint:  ## what can be said of the sources without running them; TIDY=1 adds clang-tidy
+	@scripts/setup --lint
+	@scripts/run_tests.py format sources
+	@$(if $(TIDY),scripts/lint --tidy)
 
 .PHONY: format
 format:  ## formats all of our sources
@@ -112,7 +114,7 @@ setup-windows:
 setup-package:
 	@scripts/setup --package
 setup-test:
-	@scripts/setup $(if $(X86_64),--windows) --fuzz
+	@scripts/setup --lint $(if $(X86_64),--windows) --fuzz
 windows-build:
 	$(call configured,windows)
 	$(call build_preset,windows)

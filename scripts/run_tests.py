@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Runs the tests of a build, step by step, and adds them up.
 
-    scripts/run_tests.py GROUP...      groups: native, windows (under Wine), fuzz (a short run)
+    scripts/run_tests.py GROUP...
+
+Groups: format; sources (what can be said of them without building); native; windows (under Wine);
+fuzz (each fuzzer on the same inputs each time; --explore looks for new ones).
 """
 
 import argparse
@@ -19,10 +22,11 @@ from pathlib import Path
 sys.dont_write_bytecode = True
 ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests"))
+sys.path.insert(0, str(ROOT / "scripts"))
+import fuzzers  # noqa: E402
 import wine  # noqa: E402
 
 EXPORTS = re.findall(r"^\s+(\w+)$", (ROOT / "plugin/exports.def").read_text(), re.MULTILINE)
-FUZZ_SECONDS = 30
 SUMMARY = re.compile(r"(\d+) passed, (\d+) failed")
 
 
@@ -81,7 +85,7 @@ def python_tests(*commands):
 
 
 def tests_of_the_runners():
-    """Tests of the tools that test: the script-test runner, the include check."""
+    """Tests of the tools that test: the script-test runner, the checks of the sources."""
     return python_tests(*([path] for path in sorted((ROOT / "tests/runner").glob("*_test.py"))))
 
 
@@ -91,11 +95,16 @@ def windows_network():
                         [ROOT / "tests/service/service_test.py", "--wine", "--seconds", "8"])
 
 
-def include_check():
-    code, out = output_of([sys.executable, ROOT / "scripts/check_includes.py"])
+def check(*command):
+    """A check of the sources: silent, or with what is wrong."""
+    code, out = output_of(command)
     if code:
         print(out, end="")
     return (0, 1) if code else (1, 0)
+
+
+def check_of_sources(name):
+    return check(sys.executable, ROOT / "scripts" / name)
 
 
 def google_test_counts(folder):
@@ -135,30 +144,19 @@ def ctest(build):
     return passed, failed or int(code != 0)
 
 
-def fuzz(program, seconds):
-    """One fuzzer on its kept corpus; 0 when it found nothing."""
-    stem = program.name.removesuffix("_fuzz")
-    found = ROOT / "build-fuzz/found" / stem
-    found.mkdir(parents=True, exist_ok=True)
-    kept = ROOT / "tests/fuzz/corpus" / stem
-    dictionary = ROOT / "tests/fuzz" / f"{stem}.dict"
-    return output_of(
-        [program, f"-max_total_time={seconds}", "-timeout=20", "-rss_limit_mb=3000",
-         "-print_final_stats=1", f"-artifact_prefix={found}/crash-",
-         *([f"-dict={dictionary}"] if dictionary.exists() else []),
-         found, *([kept] if kept.is_dir() else [])])
+def fuzz(explore_seconds):
+    """Each fuzzer, two side by side; what one finds is a failure."""
+    build = ROOT / "build-fuzz"
+    programs = fuzzers.fuzzers(build, ROOT / "tests")
 
+    def is_quiet(fuzzer):
+        if explore_seconds:
+            return fuzzers.explore(fuzzer, build, explore_seconds)
+        return fuzzers.run_fixed(fuzzer, build)
 
-def fuzzers(seconds):
-    """Each fuzzer on its kept corpus for some time; what it finds is a failure."""
-    programs = sorted((ROOT / "build-fuzz/bin").glob("*_fuzz"))
-    passed = failed = 0
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        for program, (code, out) in zip(programs, pool.map(lambda p: fuzz(p, seconds), programs)):
-            if code:
-                print(f"{program.name}:", "\n".join(out.split("\n")[-60:]))
-            passed, failed = passed + (code == 0), failed + (code != 0)
-    return (passed, failed) if programs else (0, 1)
+        passed = sum(pool.map(is_quiet, programs))
+    return (passed, len(programs) - passed) if programs else (0, 1)
 
 
 # What follows tests the Windows build.
@@ -248,7 +246,11 @@ def groups(options):
     if "native" in options.groups and watch_sanitizers(options.build):
         after = [("sanitizer reports", lambda: sanitizer_reports(options.build))]
     return {
-        "native": [("includes", include_check), ("tests of the runners", tests_of_the_runners),
+        "format": [("format", lambda: check(ROOT / "scripts/lint"))],
+        "sources": [("includes", lambda: check_of_sources("check_includes.py")),
+                    ("READMEs", lambda: check_of_sources("check_readmes.py")),
+                    ("callers", lambda: check_of_sources("check_callers.py"))],
+        "native": [("tests of the runners", tests_of_the_runners),
                    ("unit tests and checks", lambda: ctest(options.build)),
                    ("script tests", lambda: script_tests("--tavhost", options.build / "bin/tavhost")),
                    ("seeded mistakes", lambda: by_summary(
@@ -265,20 +267,21 @@ def groups(options):
                     ("Windows network", windows_network),
                     ("Windows every parameter", lambda: reference_tests("sweep.py", "--wine", "--short")),
                     ("Windows examples", lambda: reference_tests("examples.py", "--wine"))],
-        "fuzz": [("fuzzers", lambda: fuzzers(options.fuzz_seconds))],
+        "fuzz": [("fuzzers", lambda: fuzz(options.explore))],
     }
 
 
 def main():
     parser = argparse.ArgumentParser(description="Runs the tests of a build and adds them up.")
-    parser.add_argument("groups", nargs="+", choices=("native", "windows", "fuzz"), metavar="GROUP",
-                        help="native, windows (under Wine) or fuzz (a short run of each)")
+    parser.add_argument("groups", nargs="+", metavar="GROUP",
+                        choices=("format", "sources", "native", "windows", "fuzz"),
+                        help="format, sources, native, windows (under Wine) or fuzz")
     parser.add_argument("--step", action="append", default=[],
                         help="only steps whose name holds this")
     parser.add_argument("--build", type=Path, default=ROOT / "build", metavar="DIR",
                         help="the native build to test (default: build)")
-    parser.add_argument("--fuzz-seconds", type=int, default=FUZZ_SECONDS, metavar="S",
-                        help="how long each fuzzer runs")
+    parser.add_argument("--explore", type=int, metavar="S",
+                        help="let each fuzzer look for new inputs so many seconds")
     options = parser.parse_args()
     options.build = options.build.resolve()
     totals = Totals()

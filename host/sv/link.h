@@ -11,7 +11,6 @@ class Link {
   Link() = default;
   Link(void* object, LinkFunction function) : object_(object), function_(function) {}
 
-  bool IsSet() const { return function_ != nullptr; }
   void Call(void* caller) const {
     if (function_) function_(object_, caller);
   }

@@ -147,11 +147,6 @@ std::optional<std::string> FindFile(std::string_view path, long libraryId) {
   return stored ? std::optional(std::move(stored->file)) : std::nullopt;
 }
 
-bool Exists(std::string_view path, long libraryId) {
-  const auto file = FindFile(path, libraryId);
-  return file && disk::IsFile({file->c_str(), false});
-}
-
 bool MakeLibrary(long libraryId) { return disk::MakeFolders(LibraryFolder(LibraryOf(libraryId))); }
 
 std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId) {

@@ -29,7 +29,6 @@ bool IsInArea(std::string_view path, long libraryId);
 // The stored file that a name means, as a path of the system: the one there is, else the one to
 // be made. Nothing when the area cannot hold such a name. `path` may begin with `db:\`.
 std::optional<std::string> FindFile(std::string_view path, long libraryId);
-bool Exists(std::string_view path, long libraryId);
 
 bool MakeLibrary(long libraryId);
 // The names of a library's files; nothing when it cannot be read.

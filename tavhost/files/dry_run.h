@@ -23,7 +23,6 @@ class DryRun : public script::CommandProvider {
 
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) override;
   bool Handle(const char* command, TavKelParser& params, TavMessage& message) override;
-  bool Exists(const char*) override { return false; }
   SV::String AllCommands(char) override { return {}; }
 
  private:

@@ -157,16 +157,7 @@ bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& messa
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 
-// Questions that fail have the answer of a plug-in without commands.
-bool Plugin::Exists(const char* command) {
-  try {
-    const trace::PluginScope scope;
-    return functions_.isCommandExisting(command);
-  } catch (...) {
-    return false;
-  }
-}
-
+// A question that fails has the answer of a plug-in without commands.
 SV::String Plugin::AllCommands(char separator) {
   try {
     const trace::PluginScope scope;

@@ -48,7 +48,6 @@ class Plugin : public script::CommandProvider {
 
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) override;
   bool Handle(const char* command, TavKelParser& params, TavMessage& message) override;
-  bool Exists(const char* command) override;
   SV::String AllCommands(char separator) override;
 
  private:

@@ -29,7 +29,7 @@ struct ByteClassTable {
     classes[static_cast<int>('_')] = kNameStart;
     for (int c = '0'; c <= '9'; ++c) classes[c] = kDigit;
     classes[static_cast<int>(' ')] = classes[static_cast<int>('\t')] = kBlank | kBlankLike;
-    for (const char c : {'\r', '#', '\\'}) classes[static_cast<int>(c)] = kBlankLike;
+    for (const char c : {'\r', '#', '\\'}) classes[static_cast<unsigned char>(c)] = kBlankLike;
   }
 };
 inline constexpr ByteClassTable kByteClassTable;

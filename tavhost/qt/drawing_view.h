@@ -33,7 +33,6 @@ class DrawingView final : public QAbstractScrollArea, private DrawingObserver {
   explicit DrawingView(DrawingModel& model);
   ~DrawingView() override;
 
-  double Zoom() const { return zoom_; }
   void SetZoom(double zoom, const QPointF& fixed);
   void ZoomToFit();
   void Print();

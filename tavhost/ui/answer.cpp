@@ -1,6 +1,7 @@
 #include "tavhost/ui/answer.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 
 #include "host/notation/kel_parser.h"
@@ -273,9 +274,18 @@ std::string WordOrLiteral(const std::string& text) {
   return kel::IsName(text) ? text : Literal(text);
 }
 
-// The numbers of items as they are, all else as strings.
+// A text that an integer reads back as, to the letter: "-7", but not "007".
+bool IsIntegerText(const std::string& text) {
+  std::int32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [at, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && at == end && std::to_string(number) == text;
+}
+
+// The ids of a tree's items as integers, all else as strings. A tree's line may hold texts that
+// are no ids: they fit no window, but still read back as they were.
 std::string ListItem(const Answer& answer, const std::string& text) {
-  return answer.element == "TREE_LIST_BOX" ? text : Literal(text);
+  return answer.element == "TREE_LIST_BOX" && IsIntegerText(text) ? text : Literal(text);
 }
 
 void AppendList(std::string& line, const Answer& answer, const char* name,

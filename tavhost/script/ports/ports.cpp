@@ -67,11 +67,6 @@ bool ScriptPort::Handle(const char* command, TavKelParser& params, TavMessage& m
   return false;
 }
 
-bool ScriptPort::Exists(const char* command) {
-  return std::any_of(providers_.begin(), providers_.end(),
-                     [command](CommandProvider* provider) { return provider->Exists(command); });
-}
-
 SV::String ScriptPort::GetAllCommands(char separator) {
   trace::Call call(this, "GetAllCommands", static_cast<int>(separator));
   SV::String all;

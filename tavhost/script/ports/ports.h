@@ -30,7 +30,6 @@ class ScriptPort : public TavExtendedMessagePort {
     return false;
   }
   bool Handle(const char* command, TavKelParser& params, TavMessage& message);
-  bool Exists(const char* command);
   SV::String GetAllCommands(char separator) override;
 
   // A command that is refused for now, as an error; null for none. The name is kept by its address.

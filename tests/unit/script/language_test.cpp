@@ -55,7 +55,6 @@ class TestCommands : public script::CommandProvider {
   bool Handle(const char* command, TavKelParser& params, TavMessage& message) override {
     return Handle(command, params, message.Result());
   }
-  bool Exists(const char* command) override { return std::string_view(command) == "SET"; }
   SV::String AllCommands(char separator) override {
     SV::String all("SET");
     all += separator;

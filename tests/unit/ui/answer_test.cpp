@@ -73,7 +73,7 @@ TEST(Answers, AWrittenLineReadsBackTheSame) {
       "LIST_BOX select:() button:cancel",
       "LIST_BOX select:\"one\" button:ok",
       "EDIT_BOX text:\"\\0\\xff\" result:7",
-      "TREE_LIST_BOX button:\"my button\"",
+      "TREE_LIST_BOX select:(7, -12) deselect:3 button:\"my button\"",
       "EDIT_BROWSER cells:{ CELL row:1 column:2 text:\"t\"; CELL row:2 column:1 text:\"\" } "
       "button:ok",
       "CANCEL_PROGRESS after:3",
@@ -86,6 +86,17 @@ TEST(Answers, AWrittenLineReadsBackTheSame) {
     const bool isAsWritten = std::string_view(line).find("\\x") == std::string_view::npos;
     EXPECT_TRUE(!isAsWritten || written == line) << written;
   }
+}
+
+TEST(Answers, WhatIsNoIdOfAnItemIsWrittenAsAString) {
+  for (const char* line : {"TREE_LIST_BOX select:\"my button\"", "TREE_LIST_BOX select:\"\"",
+                           "TREE_LIST_BOX select:\"007\"", "TREE_LIST_BOX select:\"2147483648\"",
+                           "TREE_LIST_BOX select:(\"a, b\", 7) deselect:\"-0\""}) {
+    const std::vector<Answer> answers = Parse(line);
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_EQ(ui::AnswerLine(answers[0]), line);
+  }
+  EXPECT_EQ(ui::AnswerLine(Parse("TREE_LIST_BOX select:\"7\"")[0]), "TREE_LIST_BOX select:7");
 }
 
 }  // namespace
