@@ -9,6 +9,7 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 
 namespace app {
 
@@ -40,7 +41,7 @@ int CheckScripts(const CommandLine& line) {
     std::string error;
     const auto text = ReadWholeFile(answersName, error);
     if (!text) {
-      WriteError("tavhost: cannot read " + answersName + ": " + error + "\n");
+      report::Line("tavhost: cannot read " + answersName + ": " + error);
       return kExitUsage;
     }
     answers = {answersName, *text};

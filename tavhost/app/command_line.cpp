@@ -9,6 +9,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/base/report.h"
 
 // A parser of its own rather than a library's: the one that would serve takes a seventh of the
 // time of a start, for its streams, its objects and its size.
@@ -106,7 +107,7 @@ const SubcommandRow* FindSubcommand(std::string_view name) {
 int Complain(const std::string& message, const SubcommandRow& row) {
   std::string text = "tavhost: " + message + "\nTry 'tavhost ";
   if (!row.name.empty()) text.append(row.name).append(" ");
-  WriteError(text + "--help'.\n");
+  report::Line(text + "--help'.");
   return kExitUsage;
 }
 

@@ -4,6 +4,7 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/base/report.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/reference/reference_json.h"
 #include "tavhost/reference/reference_text.h"
@@ -19,8 +20,8 @@ int RunCommands(const std::string& name, bool json) {
   const reference::Command* command = catalogue.Find(name);
   if (command == nullptr) {
     const reference::Command* nearest = catalogue.Nearest(name);
-    WriteError("tavhost: unknown command \"" + name + "\"" +
-               (nearest ? "; did you mean \"" + nearest->name + "\"?" : std::string()) + "\n");
+    report::Line("tavhost: unknown command \"" + name + "\"" +
+                 (nearest ? "; did you mean \"" + nearest->name + "\"?" : std::string()));
     return kExitUsage;
   }
   Print(json ? ToJson(*command).dump(2) + "\n" : reference::CommandText(*command));

@@ -6,6 +6,7 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/work_window.h"
@@ -25,15 +26,15 @@ namespace app {
 namespace {
 
 bool Fail(int& exitCode, int code, const std::string& message) {
-  WriteError("tavhost: " + message + "\n");
+  report::Line("tavhost: " + message);
   exitCode = code;
   return false;
 }
 
 std::unique_ptr<ui::Toolkit> LoadWindows(const ui::QtOptions& options, std::string& error) {
-  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
-                            &event_loop::ClearWakeUp, &stop::IsRequested,
-                            event_loop::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp,       &stop::IsRequested,
+                            event_loop::WakeUpDescriptor(), &report::Line};
   return ui::LoadQtToolkit(WindowsModuleFolder(), host, options, error);
 }
 
@@ -43,7 +44,7 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
   return ui::DeferToolkit(std::move(headless), [options] {
     std::string error;
     std::unique_ptr<ui::Toolkit> windows = LoadWindows(options, error);
-    if (!windows) WriteError("tavhost: there are no windows: " + error + "\n");
+    if (!windows) report::Line("tavhost: there are no windows: " + error);
     return windows;
   });
 }
@@ -67,7 +68,7 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
   std::string error;
   answers_ = ui::AnswerSession::Create(answers, error);
   if (!answers_) {
-    WriteError(error.ends_with('\n') ? error : error + "\n");
+    report::Line(error);
     exitCode = kExitUsage;
     return false;
   }
@@ -78,7 +79,7 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
   headless.quiet = options.quiet;
   headless.answers = answersOrClient;
   if (!options.quiet) headless.print = Print;
-  if (!options.quiet && IsErrorTerminal()) headless.showStatus = ShowStatus;
+  if (!options.quiet && report::IsTerminal()) headless.showStatus = report::ShowStatus;
   const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder,
                               answersOrClient};
   if (isAuto) {
@@ -144,7 +145,7 @@ void Host::WaitForUser() {
 int Host::Finish(int exitCode) {
   std::string error;
   if (exitCode != kExitSuccess || answers_->Finish(error)) return exitCode;
-  WriteError(error.ends_with('\n') ? error : error + "\n");
+  report::Line(error);
   return kExitNoAnswer;
 }
 

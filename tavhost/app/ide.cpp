@@ -6,8 +6,8 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/ide_services.h"
-#include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/ide/ide_host.h"
 #include "tavhost/ui/qt_module.h"
@@ -36,7 +36,7 @@ bool HasWindows(const Options& options, std::string& error) {
 int RunIde(const CommandLine& line) {
   std::string error;
   if (!HasWindows(line.options, error)) {
-    WriteError("tavhost: " + error + "\n");
+    report::Line("tavhost: " + error);
     return kExitUsage;
   }
   int exitCode = kExitSuccess;
@@ -46,7 +46,7 @@ int RunIde(const CommandLine& line) {
   if (!host) return exitCode;
   ui::RunIdeFunction* const run = ui::LoadIde(WindowsModuleFolder(), error);
   if (!run) {
-    WriteError("tavhost: there is no workbench: " + error + "\n");
+    report::Line("tavhost: there is no workbench: " + error);
     return kExitUsage;
   }
   startup_box::Show();

@@ -5,12 +5,13 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/base/report.h"
 
 namespace app {
 
 void ReportOutcome(const script::Outcome& outcome, const Options& options) {
   if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
-    WriteError(outcome.error.text);
+    report::Line(outcome.error.text);
   } else if (outcome.exitType == TavScriptExitStop) {
     ReportStop(outcome.stopReason, options);
   }
@@ -20,7 +21,7 @@ void ReportStop(stop::Reason reason, const Options& options) {
   if (reason != stop::Reason::kTimeout) return;  // who interrupts knows, and dialogs tell it all
   char seconds[32];
   const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
-  WriteError("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)\n");
+  report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)");
 }
 
 int ExitCodeOf(const script::Outcome& outcome) {

@@ -13,6 +13,7 @@
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/runner.h"
@@ -78,7 +79,7 @@ class Prompt {
     if (!answer) return false;
     editor_->Remember(std::string(line));
     if (answer->isError) {
-      WriteError(answer->text);
+      report::Line(answer->text);
     } else {
       Print(answer->text);
     }
@@ -113,7 +114,7 @@ class Prompt {
     if (outcome.stopReason == stop::Reason::kTimeout || exitCode_ == kExitScriptError) return false;
     if (!interactive_ && outcome.stopReason == stop::Reason::kUser) return false;
     ForgetInterrupts();
-    if (outcome.stopReason == stop::Reason::kUser) WriteError("stopped\n");
+    if (outcome.stopReason == stop::Reason::kUser) report::Line("stopped");
     if (interactive_) exitCode_ = kExitSuccess;
     return true;
   }
@@ -135,7 +136,7 @@ int RunPrompt(const CommandLine& line) {
   script::RunOptions options;
   options.name = "<prompt>";
   options.sinks.print = Print;
-  options.sinks.error = WriteError;
+  options.sinks.error = report::Line;
   exitCode = Prompt(std::move(options), line.options).Run();
   return host->Finish(exitCode);
 }

@@ -7,6 +7,7 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/script/runner.h"
 
@@ -41,7 +42,7 @@ int RunScript(const CommandLine& line) {
   options.name = source->name;
   options.args.assign(line.operands.begin() + (line.scriptText ? 0 : 1), line.operands.end());
   options.sinks.print = Print;
-  options.sinks.error = WriteError;
+  options.sinks.error = report::Line;
   options.sinks.readLine = ReadInputLine;
   const script::Outcome outcome = script::RunText(source->text, options);
   ReportOutcome(outcome, line.options);

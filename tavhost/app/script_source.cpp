@@ -1,6 +1,7 @@
 #include "tavhost/app/script_source.h"
 
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/base/report.h"
 
 namespace app {
 
@@ -14,7 +15,7 @@ std::optional<ScriptSource> ReadScript(const std::string& path) {
   } else if (text) {
     return ScriptSource{name, SV::String(text->data(), static_cast<long>(text->size()))};
   }
-  WriteError("tavhost: cannot read " + name + ": " + error + "\n");
+  report::Line("tavhost: cannot read " + name + ": " + error);
   return std::nullopt;
 }
 

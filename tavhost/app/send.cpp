@@ -10,6 +10,7 @@
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
@@ -29,15 +30,15 @@ bool ParseCommands(const std::string& operand, std::size_t number, Documents& do
   std::string error;
   const auto text = fromInput ? ReadStandardInput(error) : std::optional(operand);
   if (!text || text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
-    WriteError("tavhost: cannot read " + name + ": " + (text ? "too long" : error) + "\n");
+    report::Line("tavhost: cannot read " + name + ": " + (text ? "too long" : error));
     return false;
   }
   kel::ParseError mistake;
   auto document =
       kel::Document::Parse(SV::String(text->data(), static_cast<long>(text->size())), mistake);
   if (!document) {
-    WriteError(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
-               ": error: " + mistake.message + "\n");
+    report::Line(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
+                 ": error: " + mistake.message);
     return false;
   }
   documents.push_back(std::move(document));

@@ -1,10 +1,10 @@
 #include "tavhost/app/standard_streams.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/terminal_input.h"
 
@@ -21,16 +21,6 @@ void NoteOutputError() {
   if (outputError != 0) return;
   outputError = errno != 0 ? errno : EIO;
   stop::Request(stop::Reason::kUser);  // nobody reads what the script goes on to print
-}
-
-std::size_t statusColumns = 0;  // of the status line that shows
-
-void EraseStatus() {
-  if (statusColumns == 0) return;
-  const std::string blanks(statusColumns, ' ');
-  std::fprintf(stderr, "\r%s\r", blanks.c_str());
-  std::fflush(stderr);
-  statusColumns = 0;
 }
 
 std::optional<std::string> ReadAll(std::FILE* file, std::string& error) {
@@ -51,34 +41,22 @@ void PrepareStandardStreams() {
   if (!IsOutputTerminal()) std::setvbuf(stdout, nullptr, _IOFBF, kBufferSize);
 }
 
-void ShowStatus(std::string_view line) {
-  std::fflush(stdout);
-  EraseStatus();
-  std::fwrite(line.data(), 1, line.size(), stderr);
-  std::fflush(stderr);
-  statusColumns = static_cast<std::size_t>(
-      std::count_if(line.begin(), line.end(), [](char byte) { return (byte & '\xC0') != '\x80'; }));
-}
-
 void Print(std::string_view text) {
-  EraseStatus();
+  report::TakeStatusAway();
   errno = 0;
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();
 }
 
-void WriteError(std::string_view text) {
-  EraseStatus();
-  std::fflush(stdout);
-  std::fwrite(text.data(), 1, text.size(), stderr);
-}
-
 bool FinishOutput() {
   errno = 0;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) NoteOutputError();
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    if (errno == 0) errno = report::OutputError();  // it failed before a message
+    NoteOutputError();
+  }
   if (outputError != 0 && !outputErrorShown) {
     outputErrorShown = true;
-    WriteError(std::string("tavhost: cannot write standard output: ") + std::strerror(outputError) +
-               "\n");
+    report::Line(std::string("tavhost: cannot write standard output: ") +
+                 std::strerror(outputError));
   }
   return outputError == 0;
 }

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// The program's standard streams. Standard output is buffered unless it is a terminal; all that
-// writes to standard error through here lets what was printed before go out first.
+// The program's standard streams. Standard output is buffered unless it is a terminal; messages on
+// standard error (tavhost/base/report.h) let what was printed before go out first.
 namespace app {
 
 // Before anything is written: bytes go out as they are, on every platform; a closed pipe is a
@@ -14,11 +14,6 @@ void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.
 void Print(std::string_view text);
-void WriteError(std::string_view text);
-
-// Shows a line on the terminal that standard error is, in place of the one before; an empty one
-// takes it away. What is printed meanwhile stands above it.
-void ShowStatus(std::string_view line);
 
 // Writes out what is buffered. False when something could not be written, now or before; the
 // first such call says so on standard error.
@@ -26,7 +21,6 @@ bool FinishOutput();
 
 bool IsInputTerminal();
 bool IsOutputTerminal();
-bool IsErrorTerminal();
 
 // The next line of standard input without its end, shared with dialogs that are answered in the
 // terminal. False at its end, and when a stop was asked for.

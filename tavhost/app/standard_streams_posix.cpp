@@ -38,6 +38,5 @@ void PreparePlatformStreams() {
 
 bool IsInputTerminal() { return isatty(STDIN_FILENO) == 1; }
 bool IsOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
-bool IsErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 }  // namespace app

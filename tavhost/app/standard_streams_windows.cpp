@@ -30,6 +30,5 @@ void PreparePlatformStreams() {
 
 bool IsInputTerminal() { return _isatty(_fileno(stdin)) != 0; }
 bool IsOutputTerminal() { return _isatty(_fileno(stdout)) != 0; }
-bool IsErrorTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
 }  // namespace app

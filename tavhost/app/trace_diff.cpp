@@ -6,6 +6,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 
 namespace app {
 
@@ -31,7 +32,7 @@ int CompareTraces(const CommandLine& line) {
     std::string error;
     auto text = ReadWholeFile(name, error);
     if (!text) {
-      WriteError("tavhost: cannot read " + name + ": " + error + "\n");
+      report::Line("tavhost: cannot read " + name + ": " + error);
       return kExitUsage;
     }
     texts[i] = std::move(*text);

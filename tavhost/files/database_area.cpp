@@ -1,11 +1,12 @@
 #include "tavhost/files/database_area.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <string>
 #include <utility>
 
 #include "host/files/core_variables.h"
 #include "host/files/database_names.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/trace.h"
 
 namespace database_area {
@@ -75,9 +76,7 @@ class AreaFile : public disk::OutputFile {
     if (!stored) {
       disk::Delete({newFile_.c_str(), false});
       // Whoever closes it last may have no way to tell the script.
-      std::fprintf(stderr, "tavhost: %s could not be stored; it stays as it was\n",
-                   storedFile_.c_str());
-      std::fflush(stderr);
+      report::Line("tavhost: " + storedFile_ + " could not be stored; it stays as it was");
     }
     file_.reset();
     beingWritten.erase(std::find(beingWritten.begin(), beingWritten.end(), storedFile_));

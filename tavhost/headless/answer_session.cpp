@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/headless/terminal_prompt.h"
@@ -122,10 +123,8 @@ void AnswerSession::AnswerWithoutParameters(ModalModel& window) {
 
 void AnswerSession::Fail(const std::string& place, const std::string& reason,
                          const ModalModel& window) {
-  const std::string line = AnswerLine(AnswerOf(window));
-  std::fprintf(stderr, "%s: error: %s; this line answers it:\n%s\n", place.c_str(), reason.c_str(),
-               line.c_str());
-  std::fflush(stderr);
+  report::Line(place + ": error: " + reason + "; this line answers it:\n" +
+               AnswerLine(AnswerOf(window)));
   stop::Request(stop::Reason::kNoAnswer);
   throw stop::Stopped();
 }

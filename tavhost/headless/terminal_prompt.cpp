@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tavhost/base/report.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/headless/terminal_input.h"
 #include "tavhost/ui/models/browser_model.h"
@@ -40,26 +40,21 @@ std::string Printable(std::string_view text) {
   return out;
 }
 
-void Print(std::string_view text) {
-  std::fflush(stdout);  // what the script printed before stands before its dialog
-  std::fwrite(text.data(), 1, text.size(), stderr);
-}
-void PrintLine(std::string_view text) { Print(Printable(text) + '\n'); }
+void PrintLine(std::string_view text) { report::Text(Printable(text) + '\n'); }
 
 // Asks for lines until one fits; `take` is false, with the reason in its second argument, for one
 // that does not. `/cancel` cancels every window.
 template <typename Take>
 AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take) {
   for (;;) {
-    Print(prompt);
-    std::fflush(stderr);
+    report::Text(prompt);
     std::string line;
     switch (ReadTerminalLine(line)) {
       case LineOutcome::kEnd:
-        Print("\n");
+        report::Text("\n");
         return AskOutcome::kNoInput;
       case LineOutcome::kStopped:
-        Print("\n");
+        report::Text("\n");
         return AskOutcome::kStopped;
       case LineOutcome::kLine:
         break;

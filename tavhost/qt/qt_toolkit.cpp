@@ -11,7 +11,6 @@
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 #include "tavhost/qt/fusion_style.h"
@@ -39,6 +38,8 @@ int argumentCount = 1;
 char programName[] = "tavhost";
 char* arguments[] = {programName, nullptr};
 
+void (*reportLine)(std::string_view text) = nullptr;  // for what Qt says, which knows no toolkit
+
 // What Qt has to say is of use in a terminal, except that a platform without a display cannot do
 // what displays do.
 void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
@@ -47,10 +48,11 @@ void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
       message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"))) {
     return;
   }
-  std::fprintf(stderr, "tavhost: %s\n", qPrintable(message));
+  reportLine("tavhost: " + message.toStdString());
 }
 
-std::unique_ptr<QApplication> MakeApplication() {
+std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
+  reportLine = host.reportLine;
   qInstallMessageHandler(TakeQtMessage);
   if (!HasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -111,7 +113,7 @@ QString SizeName(const ModalModel& window) {
 }  // namespace
 
 QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
-    : host_(host), options_(options), application_(MakeApplication()) {
+    : host_(host), options_(options), application_(MakeApplication(host)) {
   if (host_.wakeUpDescriptor >= 0) {
     wakeUp_ = std::make_unique<QSocketNotifier>(host_.wakeUpDescriptor, QSocketNotifier::Read);
     QObject::connect(wakeUp_.get(), &QSocketNotifier::activated, [this] { Woken(); });
@@ -205,8 +207,8 @@ void QtToolkit::RunWithoutView(ModalModel& window) {
     options_.answers->Record(window);
     return;
   }
-  std::fprintf(stderr, "tavhost: there is no view yet for the window \"%s\"; it is cancelled\n",
-               window.Title().c_str());
+  Report("tavhost: there is no view yet for the window \"" + window.Title() +
+         "\"; it is cancelled");
   window.End(kCancelButton);
 }
 

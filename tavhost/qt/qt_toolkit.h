@@ -4,6 +4,7 @@
 #include <QSocketNotifier>
 #include <map>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "tavhost/qt/message_window_view.h"
@@ -30,6 +31,9 @@ class QtToolkit final : public Toolkit {
 
   // The window above which dialogs open; null: none. It stays the caller's.
   void SetMainWindow(QWidget* window) { mainWindow_ = window; }
+
+  // Tells a person something, on standard error.
+  void Report(std::string_view text) const { host_.reportLine(text); }
 
   void ProcessEvents() override;
   void ProcessPainting() override;

@@ -7,6 +7,7 @@
 #include "host/script/script_result.h"
 #include "tavhost/base/coarse_clock.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/operations.h"
 #include "tavhost/script/ports/ports.h"
@@ -104,8 +105,7 @@ void Engine::ReportError(std::string_view text) {
   if (sinks_.error) {
     sinks_.error(text);
   } else {
-    std::fflush(stdout);
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    report::Line(text);
   }
 }
 

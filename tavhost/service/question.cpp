@@ -2,10 +2,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
+#include <string>
 #include <utility>
 
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/queue.h"
 #include "tavhost/service/token.h"
@@ -72,9 +73,7 @@ void Queue::Ask(Question& question) {
     event_loop::ProcessEvents();
   }
   if (!stop::IsRequested()) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "script service: %s\n", notAnswered_.c_str());
-    std::fflush(stderr);
+    report::Line("script service: " + notAnswered_);
     stop::Request(stop::Reason::kNoAnswer);
   }
   throw stop::Stopped();

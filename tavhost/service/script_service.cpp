@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "host/script/script_service.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/script/ports/ports.h"
@@ -38,15 +39,7 @@ std::unique_ptr<Service> running;
 std::vector<std::unique_ptr<Service>> ending;  // stopped, with replies still under way
 
 void Report(int port, const std::string& reason) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "script service: port %d: %s\n", port, reason.c_str());
-  std::fflush(stderr);
-}
-
-// Who watches a service reads its lines as they come.
-void WriteToConsole(const std::string& line) {
-  std::fputs(line.c_str(), stderr);
-  std::fflush(stderr);
+  report::Line("script service: port " + std::to_string(port) + ": " + reason);
 }
 
 std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type) {
@@ -57,11 +50,11 @@ std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType 
         if (logField) {
           logField(line);
         } else {
-          WriteToConsole(line);
+          report::Line(line);
         }
       });
     } else {
-      WriteToConsole(line);
+      report::Line(line);
     }
   };
 }

@@ -1,8 +1,9 @@
 #include "tavhost/sv/modal.h"
 
-#include <cstdio>
+#include <string>
 
 #include "host/sv/window.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/toolkit.h"
@@ -28,7 +29,8 @@ long Run(SV::Window& window) {
   auto& model = static_cast<ui::ModalModel&>(window.Model());
   stop::ThrowIfRequested();
   if (nesting == kMaxNesting) {
-    std::fprintf(stderr, "tavhost: error: more than %d dialogs inside each other\n", kMaxNesting);
+    report::Line("tavhost: error: more than " + std::to_string(kMaxNesting) +
+                 " dialogs inside each other");
     stop::Request(stop::Reason::kNoAnswer);
     throw stop::Stopped();
   }

@@ -1,13 +1,13 @@
 #include "host/system/error_message.h"
 
-#include <cstdio>
+#include <string>
 
+#include "tavhost/base/report.h"
 #include "tavhost/base/trace.h"
 
 void displayErrorMessage(const char* sourceFile, int line) {
   trace::Call call("displayErrorMessage", sourceFile, line);
   call.Write();
-  std::fflush(stdout);
-  std::fprintf(stderr, "internal error at %s:%d\n", sourceFile, line);
-  std::fflush(stderr);
+  const std::string source = sourceFile ? sourceFile : "(null)";
+  report::Line("internal error at " + source + ':' + std::to_string(line));
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "host/base/size.h"
 #include "tavhost/ui/answer_source.h"
@@ -31,6 +32,7 @@ struct ModuleHost {
   void (*clearWakeUp)();
   bool (*isStopRequested)();
   int wakeUpDescriptor;
+  void (*reportLine)(std::string_view text);  // the program's report::Line; not the module's copy
 };
 
 // The names under which the module shows its functions.

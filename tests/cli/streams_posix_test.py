@@ -31,6 +31,72 @@ class OutputTest(ProgramTest):
         places = [result.out.index(part) for part in ("before", "the box", "after")]
         self.assertEqual(places, sorted(places), result)
 
+    def expect_order(self, arguments, *parts, **more):
+        """Both streams into one place, with these parts of it in this order."""
+        result = self.run_program(*arguments, stderr=subprocess.STDOUT, **more)
+        places = [result.out.find(part) for part in parts]
+        self.assertNotIn(-1, places, result)
+        self.assertEqual(places, sorted(places), result)
+        return result
+
+    def test_order_before_a_missing_answer(self):
+        self.file("none.kel", "")
+        result = self.expect_order(
+            ["run", "--answers", "none.kel", "-e", 'print "before"\nINFOBOX "hello"'], "before\n")
+        self.assertEqual(result.out, "before\nnone.kel:1: error: no answer is left for the window; "
+                                     "this line answers it:\nMESSAGE_BOX button:ok\n")
+        self.assertEqual(result.code, 3)
+        self.expect_order(["run", "-e", 'print "before"\nINFOBOX "hello"'],
+                          "before\n", "tavhost: error: there is no display")
+        self.expect_order(["run", "--answers", "ask", "-e", 'print "before"\nINFOBOX "hello"'],
+                          "before\n", "hello\n", "[ok]: \n", "tavhost: error: standard input ended")
+
+    def test_order_before_what_is_wrong_with_answers_left_over(self):
+        self.file("two.kel", "MESSAGE_BOX button:ok\nMESSAGE_BOX button:ok\n")
+        self.expect_order(["run", "--answers", "two.kel", "-e", 'print "before"\nINFOBOX "hello"'],
+                          "before\n", "two.kel:2: error")
+
+    def test_order_of_replies(self):
+        self.file("none.kel", "")
+        self.expect_order(["send", "--answers", "none.kel", "GET_DISPLAY_SIZE", 'INFOBOX "hello"'],
+                          " w:1920 h:1080\n", "none.kel:1: error: ")
+
+    def test_order_at_a_prompt_in_a_pipe(self):
+        self.file("none.kel", "")
+        self.expect_order(["repl", "--answers", "none.kel"], "before\n", "none.kel:1: error: ",
+                          stdin='print "before"\nINFOBOX "hello"\n')
+        self.expect_order(["repl"], "1\n", "<prompt>:1:1: error: 2", "3\n",
+                          stdin="print 1\nthrow 2\nprint 3\n")
+
+    def test_order_around_the_script_service(self):
+        self.expect_order(["run", "-e", 'print "before"\nSERVICE start port:99999\nprint "after"'],
+                          "before\n", "script service: port 99999: ", "after\n")
+
+    def test_order_before_an_internal_error(self):
+        self.expect_order(["run", "-e", 'print "before"\nGET_MP_COMMANDS "TavHost"\nprint "after"'],
+                          "before\n", "internal error at ", "after\n")
+
+    def test_order_before_the_end_of_the_time(self):
+        self.expect_order(["run", "--timeout", "0.3", "-e", 'print "before"\nwhile 1 { }'],
+                          "before\n", "tavhost: stopped after 0.3 s (--timeout)\n")
+
+    def test_a_message_takes_the_status_line_away(self):
+        self.file("none.kel", "")
+        master, terminal = os.openpty()
+        with os.fdopen(master, "rb", buffering=0) as screen:
+            result = self.run_program("run", "--answers", "none.kel", "-e",
+                                      'PERCWIN_CREATE title:"Sorting"\nPERCWIN_SET percentage:50\n'
+                                      'SLEEP ms:300\nINFOBOX "hello"', stderr=terminal)
+            os.close(terminal)
+            shown = b""
+            try:
+                while part := screen.read(4096):
+                    shown += part
+            except OSError:
+                pass  # nobody writes there any more
+        self.assertEqual(result.code, 3, result)
+        self.assertRegex(shown.decode(), r"Sorting  \[#+\.+\]  50%  \d:\d\d\r +\rnone\.kel:1: error: ")
+
     def test_what_was_printed_before_a_crash_is_not_lost(self):
         result = self.run_program("run", "-e", 'print "before"\nCRASH',
                                   env=sanitizers.environment_for_faults(self.environment))
@@ -43,6 +109,16 @@ class OutputTest(ProgramTest):
             self.assertEqual(result.code, 1, result)
             self.assertEqual(result.err,
                              "tavhost: cannot write standard output: No space left on device\n")
+
+    def test_a_full_disk_is_named_behind_a_message(self):
+        """What was printed is written out, and lost, before the message."""
+        self.file("none.kel", "")
+        last = "tavhost: cannot write standard output: No space left on device\n"
+        for text in ("print 1\nthrow 2", 'print 1\nINFOBOX "hello"'):
+            with open("/dev/full", "wb") as full:
+                result = self.run_program("run", "--answers", "none.kel", "-e", text, stdout=full)
+            self.assertTrue(result.err.endswith("\n" + last), result)
+            self.assertIn("error: ", result.err)
 
     def test_a_closed_pipe_ends_an_endless_script(self):
         process = self.start("run", "-e", 'while 1 { print "line" }')

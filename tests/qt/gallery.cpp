@@ -13,6 +13,7 @@
 #include <cstdio>
 
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/qt/drawing_view.h"
 #include "tavhost/qt/fusion_style.h"
@@ -152,9 +153,9 @@ void RenderModeless(const QString& folder, const Look& look) {
 }
 
 int RenderLook(const QString& folder, const Look& look) {
-  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
-                            &event_loop::ClearWakeUp, &stop::IsRequested,
-                            event_loop::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp,       &stop::IsRequested,
+                            event_loop::WakeUpDescriptor(), &report::Line};
   ui::QtToolkit toolkit(host, {});
   QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
   if (look.dark) QApplication::setPalette(DarkPalette());

@@ -12,13 +12,14 @@
 #include <memory>
 
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/qt/qt_toolkit.h"
 #include "tavhost/ui/models/modal_model.h"
 
 inline ui::ModuleHost TestModuleHost() {
-  return {&event_loop::RunPostedWork, &event_loop::HasPostedWork, &event_loop::ClearWakeUp,
-          &stop::IsRequested, event_loop::WakeUpDescriptor()};
+  return {&event_loop::RunPostedWork, &event_loop::HasPostedWork,     &event_loop::ClearWakeUp,
+          &stop::IsRequested,         event_loop::WakeUpDescriptor(), &report::Line};
 }
 
 // The real toolkit, its windows offscreen. One for the whole program, as there can be only one

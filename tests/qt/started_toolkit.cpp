@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/loader/plugins.h"
@@ -14,9 +15,9 @@
 ui::QtToolkit& StartedToolkit() {
   static ui::QtToolkit* toolkit = nullptr;
   if (toolkit) return *toolkit;
-  const ui::ModuleHost host{&event_loop::RunPostedWork, &event_loop::HasPostedWork,
-                            &event_loop::ClearWakeUp, &stop::IsRequested,
-                            event_loop::WakeUpDescriptor()};
+  const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
+                            &event_loop::ClearWakeUp,       &stop::IsRequested,
+                            event_loop::WakeUpDescriptor(), &report::Line};
   auto made = std::make_unique<ui::QtToolkit>(host, ui::QtOptions{});
   toolkit = made.get();
   ui::SetToolkit(std::move(made));

@@ -5,7 +5,6 @@
 #include <QEventLoop>
 #include <QLoggingCategory>
 #include <QTimer>
-#include <cstdio>
 
 #include "tavhost/qt/ide/ide_window.h"
 #include "tavhost/qt/qt_toolkit.h"
@@ -26,7 +25,7 @@ void RunIde(QtToolkit& toolkit, ide::IdeHost& host, const ide::IdeOptions& optio
   window.closed = [&loop] { loop.quit(); };
   window.painted = [&] {
     if (options.shown) options.shown();
-    if (Log().isDebugEnabled()) std::fputs("tavhost: the workbench has been painted\n", stderr);
+    if (Log().isDebugEnabled()) toolkit.Report("tavhost: the workbench has been painted");
   };
   toolkit.SetMainWindow(&window);
   // Scripts' tools are docks of this window instead of one of their own.
