@@ -1,9 +1,9 @@
 #include "tavhost/analysis/completion.h"
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/built_in/built_in.h"
 
@@ -17,9 +17,7 @@ constexpr const char* kKeywords[] = {
     "to",     "step",     "and",   "or",  "not",   "true",   "false"};
 constexpr std::size_t kStatementKeywords = 14;  // the first of them
 
-bool IsNameByte(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-';
-}
+bool IsNameByte(char c) { return ascii::IsLetterOrDigit(c) || c == '_' || c == '-'; }
 
 using reference::Command;
 using reference::Parameter;

@@ -10,6 +10,7 @@
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
 #include "host/windows/windows.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/dir_entry_style.h"
 #include "tavhost/script/ports/message.h"
@@ -49,14 +50,6 @@ std::string Full(const std::string& path) {
   return result;
 }
 
-// As the system orders names.
-char Folded(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
-
-std::string FoldedText(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), Folded);
-  return text;
-}
-
 // A path as its folder and its name, both as the system writes them.
 std::pair<std::string, std::string> Parted(const std::string& path) {
   std::string full = Full(path);
@@ -76,7 +69,8 @@ bool Matches(std::string_view pattern, std::string_view name) {
     if (p < pattern.size() && pattern[p] == '*') {
       star = p++;
       mark = n;
-    } else if (p < pattern.size() && (pattern[p] == '?' || Folded(pattern[p]) == Folded(name[n]))) {
+    } else if (p < pattern.size() &&
+               (pattern[p] == '?' || ascii::EqualIgnoringCase(pattern[p], name[n]))) {
       ++p;
       ++n;
     } else if (star != std::string_view::npos) {
@@ -220,9 +214,8 @@ std::vector<DryRun::Entry> DryRun::List(const std::string& pattern, bool& matche
       if (entry.kind != Kind::kNone && Matches(mask, name)) entries.push_back(entry);
     }
     std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
-      const std::string first = FoldedText(a.name);
-      const std::string second = FoldedText(b.name);
-      return first != second ? first < second : a.name < b.name;
+      const int order = ascii::CompareInUpperCase(a.name, b.name);  // as the system does
+      return order != 0 ? order < 0 : a.name < b.name;
     });
   }
   // A directory that would be new is there to be searched.

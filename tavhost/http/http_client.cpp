@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/http/http_limits.h"
@@ -30,7 +31,7 @@ SV::WString Wide(const std::string& utf8) {
 // A token of RFC 9110, 5.6.2.
 bool IsToken(const std::string& verb) {
   return !verb.empty() && std::all_of(verb.begin(), verb.end(), [](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+    return ascii::IsLetterOrDigit(c) ||
            std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
   });
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "tavhost/base/ascii.h"
+
 namespace ide {
 
 namespace {
@@ -38,11 +40,9 @@ bool IsOneOf(std::u16string_view word, const std::u16string_view (&words)[size])
   return std::find(std::begin(words), std::end(words), word) != std::end(words);
 }
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-bool IsNameStart(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_';
-}
-bool IsNamePart(char16_t c) { return IsNameStart(c) || IsDigit(c); }
+using ascii::IsDigit;
+bool IsNameStart(char16_t c) { return ascii::IsLetter(c) || c == u'_'; }
+bool IsNamePart(char16_t c) { return ascii::IsLetterOrDigit(c) || c == u'_'; }
 
 class Tokenizer {
  public:

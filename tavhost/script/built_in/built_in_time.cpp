@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/local_time.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
@@ -321,8 +322,8 @@ class TimeReader {
   }
 
   bool HalfOfDay() {
-    if (rest_.size() < 2 || (rest_[1] | 32) != 'm') return false;
-    const char half = static_cast<char>(rest_[0] | 32);
+    if (rest_.size() < 2 || ascii::ToLower(rest_[1]) != 'm') return false;
+    const char half = ascii::ToLower(rest_[0]);
     if (half != 'a' && half != 'p') return false;
     half_ = half == 'p' ? 12 : 0;
     if (civil.hour < 12) civil.hour += half_;
@@ -334,7 +335,7 @@ class TimeReader {
   bool Month() {
     for (std::size_t i = 0; i < std::size(kMonths); ++i) {
       for (const std::string_view name : {kMonths[i], kMonths[i].substr(0, kShort)}) {
-        const auto same = [](char a, char b) { return (a | 32) == (b | 32); };
+        const auto same = [](char a, char b) { return ascii::EqualIgnoringCase(a, b); };
         if (rest_.size() < name.size() ||
             !std::equal(name.begin(), name.end(), rest_.begin(), same)) {
           continue;

@@ -1,0 +1,40 @@
+#!/usr/bin/env python3
+"""What has one place in the tree, so that nobody writes it a second time."""
+
+import re
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+
+
+def sources(*folders):
+    """Path and text of each C++ file in these folders."""
+    listed = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard",
+                             "--", *folders], cwd=ROOT, capture_output=True, text=True, check=True)
+    for path in listed.stdout.split("\0"):
+        if path.endswith((".cpp", ".h")) and (ROOT / path).exists():
+            yield path, (ROOT / path).read_text(encoding="utf-8")
+
+
+class OneWayTest(unittest.TestCase):
+    def stands_only_in(self, homes, pattern, *folders):
+        """`homes` hold what the pattern matches, and no other file does."""
+        matches = re.compile(pattern)
+        found = {path for path, text in sources(*folders) if matches.search(text)}
+        self.assertEqual(found, set(homes))
+
+    def test_letters_and_their_case(self):
+        self.stands_only_in(
+            {"tavhost/base/ascii.h"},
+            r"u?'[AaZz09]'\s*(&&|\|\|)[^;]*[<>]=|[<>]=?\s*u?'[AZazFf09]'\s*(&&|\|\|)|"
+            r"\bstd::(is(alpha|digit|alnum|space|xdigit|upper|lower)|to(lower|upper))\b|"
+            r"\|\s*(32|0x20)\)?\s*[=!]=",
+            "tavhost", "commands", "plugin")
+
+
+if __name__ == "__main__":
+    sys.dont_write_bytecode = True
+    unittest.main()
