@@ -8,6 +8,7 @@
 
 #include "tavhost/analysis/command_use.h"
 #include "tavhost/analysis/findings.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/ui/answer.h"
 
@@ -436,8 +437,7 @@ Finding FindingOf(const script::Source& source, const std::string& error) {
 std::vector<Finding> CheckAnswers(const script::Program& program,
                                   const std::vector<script::FunctionSyntax>& parsed,
                                   const AnswersFile& file) {
-  const script::Source source(SV::String(file.text.data(), static_cast<long>(file.text.size())),
-                              file.name);
+  const script::Source source(base::StringOf(file.text), file.name);
   std::vector<ui::Answer> answers;
   std::string error;
   if (!ui::ParseAnswers(file.name, file.text, answers, error)) return {FindingOf(source, error)};

@@ -10,6 +10,7 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/reference/reference_text.h"
@@ -19,10 +20,6 @@
 namespace app {
 
 namespace {
-
-SV::String Counted(const std::string& text) {
-  return {text.data(), static_cast<long>(text.size())};
-}
 
 ide::IdeHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
   return {diagnostic.file,    diagnostic.line, diagnostic.column,
@@ -113,7 +110,7 @@ ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std:
       sinks.step(static_cast<int>(place.line), static_cast<int>(place.depth));
     };
   }
-  Outcome outcome = OutcomeOf(script::RunText(Counted(text), options));
+  Outcome outcome = OutcomeOf(script::RunText(base::StringOf(text), options));
   if (outcome.end == End::kIncomplete) outcome.end = End::kNotParsed;
   return outcome;
 }
@@ -136,7 +133,7 @@ ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks
     session_ = std::make_unique<script::Session>(std::move(options));
   }
   const app::Variables before = AllVariables();
-  Outcome outcome = OutcomeOf(session_->Run(Counted(ScriptOf(text))));
+  Outcome outcome = OutcomeOf(session_->Run(base::StringOf(ScriptOf(text))));
   const std::string_view command = FirstName(Trimmed(text));
   if (outcome.end == End::kEnded && reference::Catalogue::Get().Find(command)) {
     sinks.print(ChangesSince(before));
@@ -161,7 +158,7 @@ bool IdeServices::IsEndAsked() const { return endAsked_ || (!running_ && stop::I
 std::vector<ide::IdeHost::Mistake> IdeServices::Check(const std::string& name,
                                                       const std::string& text) {
   std::vector<Mistake> mistakes;
-  for (const check::Finding& finding : check::CheckScript(Counted(text), name)) {
+  for (const check::Finding& finding : check::CheckScript(base::StringOf(text), name)) {
     mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
                         finding.severity == check::Severity::kHint});
   }

@@ -1,6 +1,7 @@
 #include "tavhost/app/script_source.h"
 
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/base/string_of.h"
 
 namespace app {
 
@@ -12,7 +13,7 @@ std::optional<ScriptSource> ReadScript(const std::string& path) {
   if (text && text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
     error = "a script is at most 2 GiB long";
   } else if (text) {
-    return ScriptSource{name, SV::String(text->data(), static_cast<long>(text->size()))};
+    return ScriptSource{name, base::StringOf(*text)};
   }
   WriteError("tavhost: cannot read " + name + ": " + error + "\n");
   return std::nullopt;

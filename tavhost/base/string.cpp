@@ -10,6 +10,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/text_history.h"
 
 namespace SV {
@@ -239,7 +240,7 @@ String String::GetToken(long index, char separator) const {
     rest.remove_prefix(end + 1);
   }
   const auto piece = rest.substr(0, rest.find(separator));
-  return String(piece.data(), static_cast<long>(piece.size()));
+  return base::StringOf(piece);
 }
 
 String& String::ToLower() {

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 
+#include "tavhost/base/string_of.h"
+
 namespace SV {
 
 namespace {
@@ -50,7 +52,7 @@ String ConvertWStringToUTF8String(const WString& text) {
     }
     utf8::unchecked::append(point, std::back_inserter(bytes));
   }
-  return String(bytes.data(), static_cast<long>(bytes.size()));
+  return base::StringOf(bytes);
 }
 
 }  // namespace SV

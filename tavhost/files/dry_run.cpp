@@ -11,6 +11,7 @@
 #include "host/script/type_check.h"
 #include "host/windows/windows.h"
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/dir_entry_style.h"
 #include "tavhost/script/ports/message.h"
@@ -19,15 +20,11 @@
 
 namespace {
 
-SV::String ToString(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
 // Absolute, in the system's style, without `.`, `..` and separators that are there twice.
 std::string Full(const std::string& path) {
-  SV::DirEntry entry(ToString(path));
+  SV::DirEntry entry(base::StringOf(path));
   entry.ToAbs();
   const SV::String written = entry.GetFull();
   std::string_view rest = written.View();
@@ -95,7 +92,7 @@ bool HidesItsName(std::string_view pattern) {
 bool IsNameable(const std::string& name) { return name.find_first_of("\\*?") == std::string::npos; }
 
 std::string FolderOf(const std::string& pattern) {
-  std::string folder(SV::DirEntry(ToString(pattern)).GetPath().GetFull().View());
+  std::string folder(SV::DirEntry(base::StringOf(pattern)).GetPath().GetFull().View());
   if (!folder.ends_with('\\')) folder += '\\';
   return folder;
 }

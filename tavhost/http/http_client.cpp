@@ -6,6 +6,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
@@ -25,7 +26,7 @@ std::string Utf8(const SV::WString& text) {
 }
 
 SV::WString Wide(const std::string& utf8) {
-  return SV::ConvertUTF8StringToWString(SV::String(utf8.data(), static_cast<long>(utf8.size())));
+  return SV::ConvertUTF8StringToWString(base::StringOf(utf8));
 }
 
 // A token of RFC 9110, 5.6.2.

@@ -6,6 +6,7 @@
 
 #include "host/base/wstring.h"
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 
 namespace http {
 
@@ -28,7 +29,7 @@ std::u16string FromWindows1252(std::string_view bytes) {
 
 std::u16string FromUtf8(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  const SV::String text(bytes.data(), static_cast<long>(bytes.size()));
+  const SV::String text = base::StringOf(bytes);
   return std::u16string(SV::ConvertUTF8StringToWString(text).View());
 }
 

@@ -11,6 +11,7 @@
 #include "host/base/wstring.h"
 #include "host/windows/winhttp.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/files/base64_codec.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
@@ -22,8 +23,7 @@ namespace http {
 namespace {
 
 std::wstring Wide(const std::string& utf8) {
-  const SV::WString wide =
-      SV::ConvertUTF8StringToWString(SV::String(utf8.data(), static_cast<long>(utf8.size())));
+  const SV::WString wide = SV::ConvertUTF8StringToWString(base::StringOf(utf8));
   return std::wstring(wide.GetStr(), wide.GetStr() + wide.Len());
 }
 

@@ -13,6 +13,7 @@
 #include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/plugin.h"
@@ -59,7 +60,7 @@ class Subject {
 };
 
 std::string Quoted(const std::string& text) {
-  const SV::String counted(text.data(), static_cast<long>(text.size()));
+  const SV::String counted = base::StringOf(text);
   return std::string(TavKelParser::GetKelTextOfStrValue(counted).View());
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
 namespace lsp {
@@ -63,7 +64,7 @@ LanguageDocument::LanguageDocument(std::string uri)
 
 void LanguageDocument::SetText(std::string text) {
   text_ = std::move(text);
-  const SV::String copy(text_.data(), static_cast<long>(text_.size()));
+  const SV::String copy = base::StringOf(text_);
   if (auto symbols = check::FindSymbols(copy, name_)) symbols_ = std::move(*symbols);
 }
 

@@ -8,6 +8,7 @@
 #include "tavhost/analysis/built_in_help.h"
 #include "tavhost/analysis/check.h"
 #include "tavhost/analysis/completion.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/lsp/language_document.h"
 #include "tavhost/lsp/language_server_stream.h"
 #include "tavhost/notation/scan.h"
@@ -232,8 +233,7 @@ class LanguageServer {
 
   static std::vector<check::Finding> FindingsOf(const LanguageDocument& document) {
     const std::string& text = document.Text();
-    return check::CheckScript(SV::String(text.data(), static_cast<long>(text.size())),
-                              document.Name());
+    return check::CheckScript(base::StringOf(text), document.Name());
   }
 
   // The range of a finding. One in an included file is shown where that is included.

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/base/wstring.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/windows/proxy_settings.h"
 
@@ -12,8 +13,7 @@ namespace {
 
 LPWSTR Owned(const std::string& text) {
   if (text.empty()) return nullptr;
-  const SV::WString wide =
-      SV::ConvertUTF8StringToWString(SV::String(text.data(), static_cast<long>(text.size())));
+  const SV::WString wide = SV::ConvertUTF8StringToWString(base::StringOf(text));
   const std::size_t bytes = (static_cast<std::size_t>(wide.Len()) + 1) * sizeof(char16_t);
   auto* copy = static_cast<LPWSTR>(std::malloc(bytes));
   if (copy) std::memcpy(copy, wide.GetStr(), bytes);

@@ -34,6 +34,12 @@ class OneWayTest(unittest.TestCase):
             r"\|\s*(32|0x20)\)?\s*[=!]=",
             "tavhost", "commands", "plugin")
 
+    def test_text_of_a_view(self):
+        self.stands_only_in({"tavhost/base/string_of.h"},
+                            r"\bString(\s+\w+)?[({]\s*([\w.>-]+?)(\.|->)data\(\),"
+                            r"\s*static_cast<long>\(\s*\2(\.|->)size\(\)\s*\)",
+                            "tavhost", "commands", "plugin")
+
 
 if __name__ == "__main__":
     sys.dont_write_bytecode = True

@@ -7,6 +7,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/local_time.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
@@ -370,9 +371,7 @@ class TimeReader {
   std::int64_t half_ = 0;
 };
 
-Value TextValue(const std::string& text) {
-  return Value(SV::String(text.data(), static_cast<long>(text.size())));
-}
+Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/syntax/included_file.h"
 
 namespace script {
@@ -60,7 +61,7 @@ std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::strin
     error = isRead ? "the file is too large" : "the file cannot be read";
     return std::nullopt;
   }
-  included.text = SV::String(text.data(), static_cast<long>(text.size()));
+  included.text = base::StringOf(text);
   return included;
 }
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
 namespace script {
@@ -150,7 +151,7 @@ std::uint32_t Parser::AddConstant(kel::Value value) {
 }
 
 std::uint32_t Parser::AddTextConstant(std::string_view text) {
-  return AddConstant(kel::Value(SV::String(text.data(), static_cast<long>(text.size()))));
+  return AddConstant(kel::Value(base::StringOf(text)));
 }
 
 std::uint32_t Parser::Slot(std::string_view name) { return function_->layout.Add(name); }
