@@ -8,6 +8,7 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/utf16.h"
 #include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
@@ -21,9 +22,7 @@ constexpr std::uint32_t kRetryLimit = 10;
 
 std::size_t bodyLimit = http::kBodyLimit;
 
-std::string Utf8(const SV::WString& text) {
-  return std::string(SV::ConvertWStringToUTF8String(text).View());
-}
+std::string Utf8(const SV::WString& text) { return utf16::ToUtf8(text.View()); }
 
 SV::WString Wide(const std::string& utf8) {
   return SV::ConvertUTF8StringToWString(base::StringOf(utf8));

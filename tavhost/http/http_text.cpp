@@ -4,9 +4,8 @@
 
 #include <algorithm>
 
-#include "host/base/wstring.h"
 #include "tavhost/base/ascii.h"
-#include "tavhost/base/string_of.h"
+#include "tavhost/base/utf16.h"
 
 namespace http {
 
@@ -29,8 +28,7 @@ std::u16string FromWindows1252(std::string_view bytes) {
 
 std::u16string FromUtf8(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  const SV::String text = base::StringOf(bytes);
-  return std::u16string(SV::ConvertUTF8StringToWString(text).View());
+  return utf16::FromUtf8(bytes);
 }
 
 std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {

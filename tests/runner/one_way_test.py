@@ -40,6 +40,16 @@ class OneWayTest(unittest.TestCase):
                             r"\s*static_cast<long>\(\s*\2(\.|->)size\(\)\s*\)",
                             "tavhost", "commands", "plugin")
 
+    def test_utf16(self):
+        self.stands_only_in({"tavhost/base/utf16.cpp"}, r"\b(utf8to16|utf16to8|replace_invalid)\b",
+                            "tavhost", "commands", "plugin")
+        # What asks the system: an answer in another code page, and the function itself where the
+        # system has none, with the command that calls it.
+        self.stands_only_in({"tavhost/http/http_text_windows.cpp", "tavhost/windows/winhttp.cpp",
+                             "commands/http.cpp"},
+                            r"\b(MultiByteToWideChar|WideCharToMultiByte)\b",
+                            "tavhost", "commands", "plugin")
+
 
 if __name__ == "__main__":
     sys.dont_write_bytecode = True
