@@ -50,6 +50,10 @@ class OneWayTest(unittest.TestCase):
                             r"\b(MultiByteToWideChar|WideCharToMultiByte)\b",
                             "tavhost", "commands", "plugin")
 
+    def test_literals(self):
+        self.stands_only_in({"tavhost/base/literal.h"}, r'"0123456789abcdef"|"\\\\\\""',
+                            "tavhost", "commands", "plugin")
+
 
 if __name__ == "__main__":
     sys.dont_write_bytecode = True
