@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tavhost/base/keywords.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
@@ -107,10 +108,9 @@ std::string_view Parser::ReadName(const char* what) {
 }
 
 void Parser::RequireVariable(std::string_view name) const {
-  for (const char* word : {"true", "false", "and", "or", "not"}) {
-    if (name == word) {
-      Fail(OffsetOf(name), '"' + std::string(name) + "\" cannot be the name of a variable");
-    }
+  const keywords::Keyword* const keyword = keywords::Find(name);
+  if (keyword && keywords::IsReserved(keyword->role)) {
+    Fail(OffsetOf(name), '"' + std::string(name) + "\" cannot be the name of a variable");
   }
 }
 
