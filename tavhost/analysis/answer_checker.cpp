@@ -388,16 +388,10 @@ class AnswerChecker {
   std::string reason_;
 };
 
-Finding FindingAt(const script::Source& source, std::uint32_t offset, std::size_t length,
-                  const std::string& message) {
-  script::Diagnostic described = source.Describe(offset, message);
-  Finding finding;
-  finding.file = std::move(described.file);
-  finding.line = described.line;
-  finding.column = described.column;
+base::Diagnostic FindingAt(const script::Source& source, std::uint32_t offset, std::size_t length,
+                           const std::string& message) {
+  base::Diagnostic finding = source.Describe(offset, message);
   finding.length = static_cast<std::uint32_t>(std::max<std::size_t>(1, length));
-  finding.message = message;
-  finding.text = std::move(described.text);
   return finding;
 }
 
@@ -414,7 +408,7 @@ std::uint32_t OffsetOfAnswer(const script::Source& source, const std::vector<ui:
 }
 
 // The text of an error `FILE:LINE:COLUMN: error: MESSAGE` as a finding.
-Finding FindingOf(const script::Source& source, const std::string& error) {
+base::Diagnostic FindingOf(const script::Source& source, const std::string& error) {
   const std::string_view kMark = ": error: ";
   const std::size_t mark = error.find(kMark);
   std::uint32_t offset = 0;
@@ -434,9 +428,9 @@ Finding FindingOf(const script::Source& source, const std::string& error) {
 
 }  // namespace
 
-std::vector<Finding> CheckAnswers(const script::Program& program,
-                                  const std::vector<script::FunctionSyntax>& parsed,
-                                  const AnswersFile& file) {
+std::vector<base::Diagnostic> CheckAnswers(const script::Program& program,
+                                           const std::vector<script::FunctionSyntax>& parsed,
+                                           const AnswersFile& file) {
   const script::Source source(base::StringOf(file.text), file.name);
   std::vector<ui::Answer> answers;
   std::string error;

@@ -21,9 +21,14 @@ namespace app {
 
 namespace {
 
-ide::IdeHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
-  return {diagnostic.file,    diagnostic.line, diagnostic.column,
-          diagnostic.message, diagnostic.text, false};
+// What cannot run now.
+ide::IdeHost::Outcome Refused(const std::string& name, const char* reason) {
+  ide::IdeHost::Outcome outcome{ide::IdeHost::End::kNotParsed, 0, {}};
+  outcome.mistake.file = name;
+  outcome.mistake.line = 1;
+  outcome.mistake.column = 1;
+  outcome.mistake.message = reason;
+  return outcome;
 }
 
 const char* KindName(std::uint8_t type) {
@@ -62,7 +67,7 @@ IdeServices::~IdeServices() { EndSession(); }
 
 ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
   Outcome result;
-  result.mistake = MistakeOf(outcome.error);
+  result.mistake = outcome.error;
   result.code = outcome.code;
   if (!outcome.parsed) {
     result.end = outcome.error.incomplete ? End::kIncomplete : End::kNotParsed;
@@ -93,7 +98,7 @@ ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
 
 ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std::string& name,
                                              const std::string& text, const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", "", false}};
+  if (running_) return Refused(name, "another script is running");
   EndSession();
   stopAsked_ = false;
   const Busy busy(running_);
@@ -116,7 +121,7 @@ ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std:
 }
 
 ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", "", false}};
+  if (running_) return Refused("<console>", "a script is running");
   // A variable's name shows what the last script left in it, too.
   if (const auto answer = AnswerOf(Trimmed(text))) {
     (answer->isError ? sinks.error : sinks.print)(answer->text);
@@ -155,14 +160,8 @@ bool IdeServices::IsStopAsked() const { return stop::IsRequested(); }
 
 bool IdeServices::IsEndAsked() const { return endAsked_ || (!running_ && stop::IsRequested()); }
 
-std::vector<ide::IdeHost::Mistake> IdeServices::Check(const std::string& name,
-                                                      const std::string& text) {
-  std::vector<Mistake> mistakes;
-  for (const check::Finding& finding : check::CheckScript(base::StringOf(text), name)) {
-    mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
-                        finding.severity == check::Severity::kHint});
-  }
-  return mistakes;
+std::vector<base::Diagnostic> IdeServices::Check(const std::string& name, const std::string& text) {
+  return check::CheckScript(base::StringOf(text), name);
 }
 
 std::vector<std::string> IdeServices::Complete(const std::string& before,

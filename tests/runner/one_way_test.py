@@ -54,6 +54,11 @@ class OneWayTest(unittest.TestCase):
         self.stands_only_in({"tavhost/base/literal.h"}, r'"0123456789abcdef"|"\\\\\\""',
                             "tavhost", "commands", "plugin")
 
+    def test_diagnostics(self):
+        self.stands_only_in({"tavhost/base/diagnostic.h"},
+                            r"struct \w+ \{[^}]*\buint32_t line\b[^}]*\buint32_t column\b"
+                            r"[^}]*\bstring message\b", "tavhost")
+
 
 if __name__ == "__main__":
     sys.dont_write_bytecode = True
