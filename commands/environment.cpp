@@ -46,8 +46,9 @@ constexpr names::Literal kLogFormat = "logformat";
 constexpr names::Literal kOutput = "output";
 constexpr names::Literal kStop = "stop";
 
-// Not from the compiler: caches of compiled files can give it another folder.
+// By which a port that has no commands is known, wherever that stands in the source.
 constexpr char kSourceFile[] = "commands/environment.cpp";
+constexpr int kPlainPortLine = 79;
 
 constexpr unsigned kAllEvents = 31;  // of SV::Application::Reschedule
 
@@ -93,7 +94,7 @@ void Command_GET_MP_COMMANDS(const char*, TavKelParser& parser, TavScriptResult&
   }
   auto* port = dynamic_cast<TavExtendedMessagePort*>(manager.FindMessagePort(key));
   if (!port) {
-    displayErrorMessage(kSourceFile, 79);
+    displayErrorMessage(kSourceFile, kPlainPortLine);
     results::SetInteger(result, "ecode", 1);
     return;
   }

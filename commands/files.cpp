@@ -48,7 +48,8 @@ constexpr char kListSeparator = '*';  // never part of a file's name
 // The file that FWRITE keeps open from `open` to `close`, across scripts too.
 TavFileHandle openWriteFile = 0;
 
-// The line under which the failure to name a temporary file is known.
+// By which the failure to name a temporary file is known, wherever it stands in the source.
+constexpr char kSourceFile[] = "commands/files.cpp";
 constexpr int kTemporaryNameLine = 724;
 
 // What the base64 functions made; freed whether they succeeded or not.
@@ -241,7 +242,7 @@ void Command_DECODE(const char*, TavKelParser& parser, TavScriptResult& result) 
 void Command_GET_TEMP_FILENAME(const char*, TavKelParser&, TavScriptResult& result) {
   const SV::String name = TavSystemFileManager::fileCreateTempName("tav", nullptr);
   if (name.Len() == 0) {
-    displayErrorMessage(__FILE__, kTemporaryNameLine);
+    displayErrorMessage(kSourceFile, kTemporaryNameLine);
     return;
   }
   results::SetString(result, "filename", name);

@@ -69,6 +69,13 @@ class OneWayTest(unittest.TestCase):
             names = declared.findall(text)
             self.assertEqual(len(names), len(set(names)), path)
 
+    def test_the_source_of_an_internal_error(self):
+        """Neither the folder nor the compiler decides what a script's user is told."""
+        self.stands_only_in(set(), r"__FILE__|__LINE__", "commands")
+        for path, text in sources("commands"):
+            for name in re.findall(r'kSourceFile\[\] = "([^"]*)"', text):
+                self.assertEqual(name, path)
+
 
 if __name__ == "__main__":
     sys.dont_write_bytecode = True
