@@ -54,6 +54,11 @@ class KeywordsTest(unittest.TestCase):
         self.assertEqual(words_named("keyword.operator.word.tavscript"), keywords("kOperator"))
         self.assertEqual(words_named("constant.language.tavscript"), keywords("kConstant"))
 
+    def test_the_manual_knows_what_begins_a_statement(self):
+        manual = (ROOT / "docs/language.md").read_text(encoding="utf-8")
+        listed = re.search(r"A statement begins with a keyword\n\n> (.*)\n", manual)[1]
+        self.assertEqual(set(re.findall(r"`(\w+)`", listed)), keywords("kStatement"))
+
     def test_no_other_source_lists_them(self):
         """A list is three of them in a row."""
         word = r'u?"(' + "|".join(sorted(keywords("kStatement", "kGoesOn", "kInclude"))) + r')"'
