@@ -26,6 +26,37 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kModRefFormat = "modref-format";
+constexpr names::Literal kObjRefFormat = "objref-format";
+constexpr names::Literal kHeader = "header";
+constexpr names::Literal kPrintHeader = "print-header";
+constexpr names::Literal kContent = "content";
+constexpr names::Literal kTitle = "title";
+constexpr names::Literal kShowButtons = "show-buttons";
+constexpr names::Literal kGraphRep = "graphrep";
+constexpr names::Literal kHideCloseButton = "hide-close-button";
+constexpr names::Literal kNotMovable = "not-movable";
+constexpr names::Literal kMinWidth = "min-w";
+constexpr names::Literal kMinHeight = "min-h";
+constexpr names::Literal kAlign = "align";
+constexpr names::Literal kWithHandleColumn = "with-handlecolumn";
+constexpr names::Literal kShowLinks = "show-links";
+constexpr names::Literal kAlignment = "alignment";
+constexpr names::Literal kAdjustRows = "adjust-rows";
+constexpr names::Literal kMaxSize = "max-size";
+constexpr names::Literal kOkText = "oktext";
+constexpr names::Literal kNoSpecialButtons = "no-special-buttons";
+constexpr names::Literal kWinId = "winid";
+constexpr names::Literal kSubtitle = "subtitle";
+constexpr names::Literal kClearContent = "clear-content";
+constexpr names::Literal kColumnSizes = "column-sizes";
+constexpr names::Literal kFieldSep = "fieldsep";
+constexpr names::Literal kLineSep = "linesep";
+constexpr names::Literal kInterval = "interval";
+constexpr names::Literal kIndex = "index";
+constexpr names::Literal kSubIndex = "subindex";
+
 constexpr int kShown = 0;
 constexpr int kUnreadable = 1;
 constexpr int kOtherTool = 2;
@@ -63,7 +94,7 @@ bool StringsFail(TavKelParser& parser, TavScriptResult& result, Names withDefaul
 }
 
 // One character; all else means the usual one.
-char Separator(TavKelParser& parser, const char* name, char usual) {
+char Separator(TavKelParser& parser, names::Literal name, char usual) {
   const SV::String text = parser.GetStrValue(name);
   return text.Len() == 1 ? text.GetChar(0) : usual;
 }
@@ -96,23 +127,23 @@ void SetModalAlignments(TavBrowserObjects& objects, const SV::String& letters) {
 }
 
 void SetReferenceFormats(TavBrowserObjects& objects, TavKelParser& parser) {
-  const SV::String models = parser.GetStrValue("modref-format");
-  const SV::String objectsFormat = parser.GetStrValue("objref-format");
+  const SV::String models = parser.GetStrValue(kModRefFormat);
+  const SV::String objectsFormat = parser.GetStrValue(kObjRefFormat);
   if (models.Len() > 0) objects.SetModelRefFormat(models);
   if (objectsFormat.Len() > 0) objects.SetObjectRefFormat(objectsFormat);
 }
 
 void SetHeaders(TavBrowserObjects& objects, TavKelParser& parser) {
-  const SV::String header = parser.GetStrValue("header");
-  const SV::String printHeader = parser.GetStrValue("print-header");
+  const SV::String header = parser.GetStrValue(kHeader);
+  const SV::String printHeader = parser.GetStrValue(kPrintHeader);
   if (header.Len() > 0) objects.SetHeader(header);
   if (printHeader.Len() > 0) objects.SetPrintHeader(printHeader);
 }
 
 bool ReadContent(TavShrinkExpandBrowserObjects& objects, TavKelParser& parser) {
-  return objects.ReadFromText(parser.GetStrValue("content"),
-                              Separator(parser, "fieldsep", kFieldSeparator),
-                              Separator(parser, "linesep", kRowSeparator));
+  return objects.ReadFromText(parser.GetStrValue(kContent),
+                              Separator(parser, kFieldSep, kFieldSeparator),
+                              Separator(parser, kLineSep, kRowSeparator));
 }
 
 // The first column's number: that of the handles is 0.
@@ -146,14 +177,14 @@ TavDockableBrowserTool* AddBrowserTool(TavWorkbench& workbench, const SV::String
                                        TavKelParser& parser) {
   auto* const tool = new TavDockableBrowserTool(&workbench, Tav_GetTopWindow(0), id, 80, 80);
   workbench.AddTool(id, tool, 0);  // which owns it from here on
-  workbench.SetToolTitle(id, parser.GetStrValue("title"));
+  workbench.SetToolTitle(id, parser.GetStrValue(kTitle));
   workbench.SetToolLocation(id, ToolBoxAlignBottom, 0, 1);
   workbench.SetToolPrefVerticalSizePixel(id, SV::Size(300, 450));
   workbench.SetToolPrefHorizontalSizePixel(id, SV::Size(450, 300));
   workbench.SetToolPrefFloatingSizePixel(id, SV::Size(600, 500));
   workbench.AddToolListener(id, SV::Link(static_cast<TavResultTool*>(tool), &CallToolListener));
   // Words may stand anywhere in the text, in either case.
-  SV::String buttons = parser.GetStrValue("show-buttons");
+  SV::String buttons = parser.GetStrValue(kShowButtons);
   buttons.ToLower();
   tool->ShowPrevButton(buttons.Search("prev") >= 0);
   tool->ShowNextButton(buttons.Search("next") >= 0);
@@ -165,7 +196,7 @@ TavDockableBrowserTool* AddBrowserTool(TavWorkbench& workbench, const SV::String
 }
 
 // The number, or what counts when it is not there.
-long Number(TavKelParser& parser, const char* name, long absent) {
+long Number(TavKelParser& parser, names::Literal name, long absent) {
   long number = absent;
   parser.TryGetIntValue(name, number);
   return number;
@@ -182,18 +213,18 @@ ToolBoxAlign LocationOf(const SV::String& align) {
 void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
   const SV::String& id = graphRepToolId;
   auto* const tool = new TavGraphRepTool(&workbench, Tav_GetTopWindow(0));
-  tool->SetGraphReps(parser.GetStrValue("graphrep"));
-  unsigned long flags = parser.IsContained("hide-close-button") ? kNoCloseButtonFlags : 0;
-  if (parser.IsContained("not-movable")) flags |= kNotMovableFlag;
-  tool->SetInterval(Number(parser, "interval", 10000));
-  if (parser.IsContained("min-w")) flags |= kMinimumWidthFlag;
-  if (parser.IsContained("min-h")) flags |= kMinimumHeightFlag;
+  tool->SetGraphReps(parser.GetStrValue(kGraphRep));
+  unsigned long flags = parser.IsContained(kHideCloseButton) ? kNoCloseButtonFlags : 0;
+  if (parser.IsContained(kNotMovable)) flags |= kNotMovableFlag;
+  tool->SetInterval(Number(parser, kInterval, 10000));
+  if (parser.IsContained(kMinWidth)) flags |= kMinimumWidthFlag;
+  if (parser.IsContained(kMinHeight)) flags |= kMinimumHeightFlag;
   // Given or not, the size is preferred; one half given makes both the least size.
-  const SV::Size size(Number(parser, "min-w", 300), Number(parser, "min-h", 200));
+  const SV::Size size(Number(parser, kMinWidth, 300), Number(parser, kMinHeight, 200));
   workbench.AddTool(id, tool, flags);  // which owns it from here on
-  workbench.SetToolTitle(id, parser.GetStrValue("title"));
-  workbench.SetToolLocation(id, LocationOf(parser.GetStrValue("align")), Number(parser, "index", 0),
-                            Number(parser, "subindex", 4711));
+  workbench.SetToolTitle(id, parser.GetStrValue(kTitle));
+  workbench.SetToolLocation(id, LocationOf(parser.GetStrValue(kAlign)), Number(parser, kIndex, 0),
+                            Number(parser, kSubIndex, 4711));
   workbench.SetToolPrefVerticalSizePixel(id, size);
   workbench.SetToolPrefHorizontalSizePixel(id, size);
   workbench.SetToolPrefFloatingSizePixel(id, size);
@@ -208,24 +239,24 @@ void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
 
 void Command_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
   // print-header is checked twice.
-  if (StringsFail(parser, result, {"title", "content"},
-                  {"fieldsep", "linesep", "header", "print-header", "modref-format",
-                   "objref-format", "print-header", "alignment"})) {
+  if (StringsFail(parser, result, {kTitle, kContent},
+                  {kFieldSep, kLineSep, kHeader, kPrintHeader, kModRefFormat, kObjRefFormat,
+                   kPrintHeader, kAlignment})) {
     return;
   }
 
-  const SV::String title = parser.GetStrValue("title");
+  const SV::String title = parser.GetStrValue(kTitle);
   auto objects = std::make_unique<TavShrinkExpandBrowserObjects>(
-      parser.IsContained("with-handlecolumn") ? 1 : 0, 0);
+      parser.IsContained(kWithHandleColumn) ? 1 : 0, 0);
   objects->Init(0);
-  objects->SetShowLinks(parser.IsContained("show-links"));
+  objects->SetShowLinks(parser.IsContained(kShowLinks));
   SetReferenceFormats(*objects, parser);
   SetHeaders(*objects, parser);
   const bool isRead = ReadContent(*objects, parser);
   if (isRead) {
-    SetModalAlignments(*objects, parser.GetStrValue("alignment"));
-    const bool adjustRows = parser.IsContained("adjust-rows");
-    if (parser.IsContained("max-size")) {
+    SetModalAlignments(*objects, parser.GetStrValue(kAlignment));
+    const bool adjustRows = parser.IsContained(kAdjustRows);
+    if (parser.IsContained(kMaxSize)) {
       TavSimpleBrowserWindow window(Tav_GetTopWindow(0), title, objects.get(), 50, 50, 0, 0, true,
                                     true);
       if (adjustRows) window.adjustRows();
@@ -243,27 +274,27 @@ void Command_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result)
 }
 
 void Command_EDIT_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (StringsFail(parser, result, {"title", "content"},
-                  {"fieldsep", "oktext", "header", "print-header", "alignment"})) {
+  if (StringsFail(parser, result, {kTitle, kContent},
+                  {kFieldSep, kOkText, kHeader, kPrintHeader, kAlignment})) {
     return;
   }
 
   auto objects =
-      std::make_unique<TavEditableBrowserObjects>(parser.IsContained("with-handlecolumn") ? 1 : 0);
+      std::make_unique<TavEditableBrowserObjects>(parser.IsContained(kWithHandleColumn) ? 1 : 0);
   objects->Init(0);
   SetHeaders(*objects, parser);
   const bool isRead = objects->ReadFromText(
-      parser.GetStrValue("content"), Separator(parser, "fieldsep", kFieldSeparator), kRowSeparator);
+      parser.GetStrValue(kContent), Separator(parser, kFieldSep, kFieldSeparator), kRowSeparator);
   if (isRead) {
-    SetModalAlignments(*objects, parser.GetStrValue("alignment"));
+    SetModalAlignments(*objects, parser.GetStrValue(kAlignment));
     TavEditableSimpleBrowserWindow window(Tav_GetTopWindow(0), objects.get(), 50, 20, true, true);
-    window.SetText(parser.GetStrValue("title"));
-    const SV::String okText = parser.GetStrValue("oktext");
+    window.SetText(parser.GetStrValue(kTitle));
+    const SV::String okText = parser.GetStrValue(kOkText);
     if (okText.Len() > 0) window.GetOKButton().SetText(okText);
-    if (parser.IsContained("no-special-buttons")) {
+    if (parser.IsContained(kNoSpecialButtons)) {
       for (int i = 0; i < kSpecialButtons; ++i) window.GetSpecialButton(i).Hide();
     }
-    if (parser.IsContained("max-size")) window.Maximize();
+    if (parser.IsContained(kMaxSize)) window.Maximize();
     window.Execute();
   }
   // Written back in any case; only a table that was read is returned, however the window closed.
@@ -276,18 +307,18 @@ void Command_EDIT_BROWSER(const char*, TavKelParser& parser, TavScriptResult& re
 
 void Command_DOCKABLE_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
   // print-header is checked twice.
-  if (StringsFail(parser, result, {"title", "content", "winid"},
-                  {"subtitle", "fieldsep", "linesep", "header", "print-header", "modref-format",
-                   "objref-format", "print-header", "show-buttons", "column-sizes", "alignment"})) {
+  if (StringsFail(parser, result, {kTitle, kContent, kWinId},
+                  {kSubtitle, kFieldSep, kLineSep, kHeader, kPrintHeader, kModRefFormat,
+                   kObjRefFormat, kPrintHeader, kShowButtons, kColumnSizes, kAlignment})) {
     return;
   }
 
-  const SV::String id = parser.GetStrValue("winid");
+  const SV::String id = parser.GetStrValue(kWinId);
   auto objects = std::make_unique<TavShrinkExpandBrowserObjects>(
-      parser.IsContained("with-handlecolumn") ? 1 : 0, 0);
+      parser.IsContained(kWithHandleColumn) ? 1 : 0, 0);
   objects->Init(0);
-  objects->SetShowLinks(parser.IsContained("show-links"));
-  objects->SetSubtitle(parser.GetStrValue("subtitle"));
+  objects->SetShowLinks(parser.IsContained(kShowLinks));
+  objects->SetSubtitle(parser.GetStrValue(kSubtitle));
   SetReferenceFormats(*objects, parser);
   SetHeaders(*objects, parser);
   if (!ReadContent(*objects, parser)) {
@@ -306,21 +337,21 @@ void Command_DOCKABLE_BROWSER(const char*, TavKelParser& parser, TavScriptResult
   }
   if (!tool) tool = AddBrowserTool(*workbench, id, parser);
   workbench->SetToolVisible(id, true);
-  if (parser.IsContained("clear-content")) tool->CloseAllResults();
+  if (parser.IsContained(kClearContent)) tool->CloseAllResults();
   TavShrinkExpandBrowserObjects& shown = *objects.release();  // the tool's from here on
   tool->AddResult(&shown);
-  if (parser.IsContained("adjust-rows")) tool->AdjustAllRows();
-  SetToolAlignments(shown, parser.GetStrValue("alignment"));
-  SetColumnSizes(shown, parser.GetStrValue("column-sizes"));
+  if (parser.IsContained(kAdjustRows)) tool->AdjustAllRows();
+  SetToolAlignments(shown, parser.GetStrValue(kAlignment));
+  SetColumnSizes(shown, parser.GetStrValue(kColumnSizes));
   workbench->ToolGrabFocus(id);
 
   results::SetInteger(result, "ecode", kShown);
 }
 
 void Command_CLOSE_DOCKABLE_WINDOW(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kWinId, TavKelString, result, checks::kRequired)) return;
 
-  const SV::String id = parser.GetStrValue("winid");
+  const SV::String id = parser.GetStrValue(kWinId);
   TavWorkbench* const workbench = TavAppWorkWindow::GetGlobal()->GetWorkbench();
   const bool isKnown = workbench->GetToolWindow(id) != nullptr;
   if (isKnown) workbench->SetToolVisible(id, false);
@@ -329,15 +360,15 @@ void Command_CLOSE_DOCKABLE_WINDOW(const char*, TavKelParser& parser, TavScriptR
 }
 
 void Command_GRAPHREP_TOOL(const char*, TavKelParser& parser, TavScriptResult& result) {
-  for (const names::Literal name : Names{"title", "align"}) {
+  for (const names::Literal name : Names{kTitle, kAlign}) {
     if (checks::Fails(parser, name, TavKelString, result, checks::kOptional)) return;
   }
-  for (const names::Literal name : Names{"interval", "index", "subindex", "min-w", "min-h"}) {
+  for (const names::Literal name : Names{kInterval, kIndex, kSubIndex, kMinWidth, kMinHeight}) {
     if (checks::Fails(parser, name, TavKelInteger, result, checks::kOptional)) return;
   }
-  if (checks::FailsWhenPresent(parser, "graphrep", TavKelString, result, checks::kRequired)) return;
+  if (checks::FailsWhenPresent(parser, kGraphRep, TavKelString, result, checks::kRequired)) return;
 
-  if (!parser.IsContained("graphrep")) {
+  if (!parser.IsContained(kGraphRep)) {
     results::SetInteger(result, "ecode", kNoGraphrep);
     return;
   }
@@ -347,8 +378,7 @@ void Command_GRAPHREP_TOOL(const char*, TavKelParser& parser, TavScriptResult& r
   } else {
     AddGraphRepTool(*workbench, parser);
   }
-  if (parser.IsContained("hide-close-button"))
-    workbench->SetToolDefaultVisible(graphRepToolId, true);
+  if (parser.IsContained(kHideCloseButton)) workbench->SetToolDefaultVisible(graphRepToolId, true);
 
   results::SetInteger(result, "ecode", kShown);
 }

@@ -37,11 +37,40 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kTitle = "title";
+constexpr names::Literal kFontName = "fontname";
+constexpr names::Literal kFontHeight = "fontheight";
+constexpr names::Literal kBoxText = "boxtext";
+constexpr names::Literal kOkText = "oktext";
+constexpr names::Literal kEntries = "entries";
+constexpr names::Literal kSelection = "selection";
+constexpr names::Literal kWidth = "w";
+constexpr names::Literal kHeight = "h";
+constexpr names::Literal kTokSep = "toksep";
+constexpr names::Literal kExtra = "extra";
+constexpr names::Literal kChecked = "checked";
+constexpr names::Literal kResultVar = "result-var";
+constexpr names::Literal kHide = "hide";
+constexpr names::Literal kFileEditor = "fileeditor";
+constexpr names::Literal kText = "text";
+constexpr names::Literal kCaption = "caption";
+constexpr names::Literal kOpen = "open";
+constexpr names::Literal kSaveAs = "saveas";
+constexpr names::Literal kMultiSel = "multi-sel";
+constexpr names::Literal kPath = "path";
+constexpr names::Literal kCurFilter = "cur-filter";
+constexpr names::Literal kFilter = "filter";  // and, numbered from 1, in pairs with `type`
+constexpr names::Literal kType = "type";
+constexpr names::Literal kDefaultExt = "default-ext";
+constexpr names::Literal kFileName = "filename";
+constexpr names::Literal kExtensions = "extensions";
+
 // The message window, owned here; null when none is shown.
 TavMessWin* messageWindow = nullptr;
 
 struct StyleKeyword {
-  const char* name;
+  names::Literal name;
   std::uint32_t value;
 };
 
@@ -97,16 +126,16 @@ const char* EndButtonOfBox(short executed) {
 const char* EndButton(bool confirmed) { return confirmed ? "ok" : "cancel"; }
 
 void SetTitleIfPresent(TavKelParser& parser, SV::Window& window) {
-  if (parser.IsContained("title")) window.SetText(parser.GetStrValue("title"));
+  if (parser.IsContained(kTitle)) window.SetText(parser.GetStrValue(kTitle));
 }
 
 // The font for a long text: the application's, with the face or the height changed.
 void ApplyTextFont(TavKelParser& parser, SV::MultiLineEdit& control) {
   SV::Font font(SV::GetpApp()->GetAppFont());
-  const bool hasName = parser.IsContained("fontname");
-  const bool hasHeight = parser.IsContained("fontheight");
-  if (hasName) font.ChangeName(parser.GetStrValue("fontname"));
-  if (hasHeight) font.ChangeSize(SV::Size(0, parser.GetIntValue("fontheight")));
+  const bool hasName = parser.IsContained(kFontName);
+  const bool hasHeight = parser.IsContained(kFontHeight);
+  if (hasName) font.ChangeName(parser.GetStrValue(kFontName));
+  if (hasHeight) font.ChangeSize(SV::Size(0, parser.GetIntValue(kFontHeight)));
   if (hasName || hasHeight) control.ChangeFont(font);
 }
 
@@ -160,31 +189,31 @@ void ForEachCheckBox(TavKelParser& extra, Visit visit) {
 bool ListBoxParametersFail(TavKelParser& parser, TavScriptResult& result) {
   using checks::Fails;
   using checks::kOptional;
-  return Fails(parser, "entries", TavKelString, result, checks::kRequired) ||
-         Fails(parser, "toksep", TavKelString, result, kOptional) ||
-         Fails(parser, "selection", TavKelString, result, kOptional) ||
-         Fails(parser, "title", TavKelString, result, kOptional) ||
-         Fails(parser, "boxtext", TavKelString, result, kOptional) ||
-         Fails(parser, "oktext", TavKelString, result, kOptional) ||
-         Fails(parser, "w", TavKelInteger, result, kOptional) ||
-         Fails(parser, "h", TavKelInteger, result, kOptional);
+  return Fails(parser, kEntries, TavKelString, result, checks::kRequired) ||
+         Fails(parser, kTokSep, TavKelString, result, kOptional) ||
+         Fails(parser, kSelection, TavKelString, result, kOptional) ||
+         Fails(parser, kTitle, TavKelString, result, kOptional) ||
+         Fails(parser, kBoxText, TavKelString, result, kOptional) ||
+         Fails(parser, kOkText, TavKelString, result, kOptional) ||
+         Fails(parser, kWidth, TavKelInteger, result, kOptional) ||
+         Fails(parser, kHeight, TavKelInteger, result, kOptional);
 }
 
 template <typename Dialog>
 void FillListBox(TavKelParser& parser, Dialog& dialog, char separator) {
-  if (parser.IsContained("boxtext")) dialog.SetBoxText(parser.GetStrValue("boxtext"));
+  if (parser.IsContained(kBoxText)) dialog.SetBoxText(parser.GetStrValue(kBoxText));
   SetTitleIfPresent(parser, dialog);
-  if (parser.IsContained("oktext")) dialog.SetOKText(parser.GetStrValue("oktext"));
+  if (parser.IsContained(kOkText)) dialog.SetOKText(parser.GetStrValue(kOkText));
 
-  ForEachPiece(parser.GetStrValue("entries"), separator,
+  ForEachPiece(parser.GetStrValue(kEntries), separator,
                [&dialog](const SV::String& entry) { dialog.InsertEntry(entry); });
-  if (parser.IsContained("selection")) {
-    Preselect(dialog, parser.GetStrValue("selection"), separator);
+  if (parser.IsContained(kSelection)) {
+    Preselect(dialog, parser.GetStrValue(kSelection), separator);
   }
 
   long width = 0;
   long height = 0;
-  if (parser.TryGetIntValue("w", width) && parser.TryGetIntValue("h", height)) {
+  if (parser.TryGetIntValue(kWidth, width) && parser.TryGetIntValue(kHeight, height)) {
     const SV::Size units(width, height);
     dialog.ChangeOutputSizePixel(dialog.LogicToPixel(units, SV::MapMode(SV::MapAppFont)));
   }
@@ -196,13 +225,12 @@ void RunListBox(TavKelParser& parser, TavScriptResult& result) {
   if (ListBoxParametersFail(parser, result)) return;
 
   Dialog dialog(Tav_GetTopWindow(0));
-  const char separator =
-      parser.IsContained("toksep") ? parser.GetStrValue("toksep").GetChar(0) : ' ';
+  const char separator = parser.IsContained(kTokSep) ? parser.GetStrValue(kTokSep).GetChar(0) : ' ';
   FillListBox(parser, dialog, separator);
-  TavKelParser* const extra = parser.GetBodyParser("extra");
+  TavKelParser* const extra = parser.GetBodyParser(kExtra);
   if (extra) {
     ForEachCheckBox(*extra, [&] {
-      const bool checked = extra->GetIntValue("checked") != 0;
+      const bool checked = extra->GetIntValue(kChecked) != 0;
       dialog.AddCheckBox(extra->GetStrValue(), checked);
     });
   }
@@ -213,7 +241,7 @@ void RunListBox(TavKelParser& parser, TavScriptResult& result) {
   results::SetString(result, "endbutton", EndButton(confirmed));
   if (!extra) return;
   ForEachCheckBox(*extra, [&] {
-    const SV::String variable = extra->GetModifier("result-var");
+    const SV::String variable = extra->GetModifier(kResultVar);
     if (variable.Len() == 0) return;
     results::SetIntegerOf(result, SV::String(variable.GetStr()),
                           dialog.IsChecked(extra->GetStrValue()) ? 1 : 0);
@@ -223,9 +251,9 @@ void RunListBox(TavKelParser& parser, TavScriptResult& result) {
 // Pairs "filter1" with "type1" and so on, up to the first that is not whole.
 void AddFilters(TavKelParser& parser, TavFileDialog& dialog) {
   for (int number = 1;; ++number) {
-    SV::String filterName("filter");
+    SV::String filterName = names::Kept(kFilter);
     filterName += SV::String(number);
-    SV::String typeName("type");
+    SV::String typeName = names::Kept(kType);
     typeName += SV::String(number);
     SV::String filter;
     SV::String type;
@@ -255,7 +283,7 @@ void ReleaseMessageWindow() {
 
 void Command_INFOBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
 
   TavInfoBox box(Tav_GetTopWindow(0), parser.GetStrValue());
   SetTitleIfPresent(parser, box);
@@ -264,7 +292,7 @@ void Command_INFOBOX(const char*, TavKelParser& parser, TavScriptResult& result)
 
 void Command_QUERYBOX(const char* name, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
 
   const std::uint32_t style =
       FirstPresent(parser, kButtonSets, SV::kMessBoxOk) | FirstPresent(parser, kDefaultButtons, 0);
@@ -280,7 +308,7 @@ void Command_QUERYBOX(const char* name, TavKelParser& parser, TavScriptResult& r
 }
 
 void Command_MSGWIN(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (parser.IsContained("hide")) {
+  if (parser.IsContained(kHide)) {
     ReleaseMessageWindow();
     return;
   }
@@ -298,29 +326,29 @@ void Command_MSGWIN(const char*, TavKelParser& parser, TavScriptResult& result) 
 }
 
 void Command_VIEWBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "fontname", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "fontheight", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kFontName, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kFontHeight, TavKelInteger, result, checks::kOptional)) return;
 
-  TavViewBox box(Tav_GetTopWindow(0), parser.IsContained("fileeditor") ? 1 : 0);
+  TavViewBox box(Tav_GetTopWindow(0), parser.IsContained(kFileEditor) ? 1 : 0);
   SetTitleIfPresent(parser, box);
-  box.SetViewText(parser.GetStrValue("text"));
+  box.SetViewText(parser.GetStrValue(kText));
   ApplyTextFont(parser, box.GetTextControl());
   box.Execute();
 }
 
 void Command_EDITBOX(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "oktext", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "fontname", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "fontheight", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kOkText, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kFontName, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kFontHeight, TavKelInteger, result, checks::kOptional)) return;
 
-  TavEditBox box(Tav_GetTopWindow(0), parser.IsContained("fileeditor") ? 1 : 0);
+  TavEditBox box(Tav_GetTopWindow(0), parser.IsContained(kFileEditor) ? 1 : 0);
   SetTitleIfPresent(parser, box);
-  if (parser.IsContained("oktext")) box.SetOKText(parser.GetStrValue("oktext"));
-  box.SetEditText(parser.GetStrValue("text"));
+  if (parser.IsContained(kOkText)) box.SetOKText(parser.GetStrValue(kOkText));
+  box.SetEditText(parser.GetStrValue(kText));
   ApplyTextFont(parser, box.GetTextControl());
   const bool confirmed = box.Execute() == 1;
   results::SetString(result, "text", box.GetEditText());
@@ -329,15 +357,15 @@ void Command_EDITBOX(const char*, TavKelParser& parser, TavScriptResult& result)
 
 void Command_EDITFIELD(const char*, TavKelParser& parser, TavScriptResult& result) {
   constexpr std::uint32_t kFieldStyle = 0x3F10;
-  if (checks::Fails(parser, "caption", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kCaption, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
 
-  const SV::String caption = parser.GetStrValue("caption");
+  const SV::String caption = parser.GetStrValue(kCaption);
   TavSimpleEditDialog dialog(Tav_GetTopWindow(0), caption, kFieldStyle);
-  if (parser.IsContained("text")) dialog.setFieldValue(parser.GetStrValue("text"));
-  if (parser.IsContained("title")) {
-    dialog.SetText(parser.GetStrValue("title"));
+  if (parser.IsContained(kText)) dialog.setFieldValue(parser.GetStrValue(kText));
+  if (parser.IsContained(kTitle)) {
+    dialog.SetText(parser.GetStrValue(kTitle));
   } else if (const SV::Window* const app = SV::GetpApp()->GetAppWindow()) {
     dialog.SetText(app->GetText());
   }
@@ -357,25 +385,25 @@ void Command_MLISTBOX(const char*, TavKelParser& parser, TavScriptResult& result
 
 void Command_FILE_DIALOG(const char*, TavKelParser& parser, TavScriptResult& result) {
   constexpr std::uint32_t kAlways = 0x20;
-  constexpr std::uint32_t kOpen = 0x1000;
-  constexpr std::uint32_t kSaveAs = 0x2000;
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "filename", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "default-ext", TavKelString, result, checks::kOptional)) return;
+  constexpr std::uint32_t kToOpen = 0x1000;
+  constexpr std::uint32_t kToSave = 0x2000;
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kFileName, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kDefaultExt, TavKelString, result, checks::kOptional)) return;
 
-  const std::uint32_t mode = parser.IsContained("open")     ? kOpen
-                             : parser.IsContained("saveas") ? kSaveAs
-                                                            : 0;
+  const std::uint32_t mode = parser.IsContained(kOpen)     ? kToOpen
+                             : parser.IsContained(kSaveAs) ? kToSave
+                                                           : 0;
   TavFileDialog dialog(Tav_GetTopWindow(0), mode | kAlways);
-  const bool multiple = parser.GetBoolValue("multi-sel", false);
+  const bool multiple = parser.GetBoolValue(kMultiSel, false);
   if (multiple) dialog.AllowMultiSelectOnOpen();
-  if (parser.IsContained("path")) dialog.SetPath(parser.GetStrValue("path"));
+  if (parser.IsContained(kPath)) dialog.SetPath(parser.GetStrValue(kPath));
   AddFilters(parser, dialog);
   // The filter meant is that of the parameter without a number; what "cur-filter" holds is no
   // matter.
-  if (parser.IsContained("cur-filter")) dialog.SetCurFilter(parser.GetStrValue("filter"));
-  if (parser.IsContained("default-ext")) dialog.SetDefaultExt(parser.GetStrValue("default-ext"));
-  if (parser.IsContained("filename")) dialog.SetInitialFileName(parser.GetStrValue("filename"));
+  if (parser.IsContained(kCurFilter)) dialog.SetCurFilter(parser.GetStrValue(kFilter));
+  if (parser.IsContained(kDefaultExt)) dialog.SetDefaultExt(parser.GetStrValue(kDefaultExt));
+  if (parser.IsContained(kFileName)) dialog.SetInitialFileName(parser.GetStrValue(kFileName));
 
   const bool wait = SV::GetpApp()->IsWait();
   if (wait) SV::GetpApp()->Wait(false);
@@ -390,11 +418,11 @@ void Command_FILE_DIALOG(const char*, TavKelParser& parser, TavScriptResult& res
 }
 
 void Command_DIRECTORY_DIALOG(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kOptional)) return;
 
   SV::String path;
-  if (parser.IsContained("path")) {
-    path = parser.GetStrValue("path");
+  if (parser.IsContained(kPath)) {
+    path = parser.GetStrValue(kPath);
     // "C:\" keeps its backslash.
     const long last = path.Len() - 1;
     if (last >= 3 && path.GetChar(last) == '\\') path.Erase(last, 1);
@@ -406,7 +434,7 @@ void Command_DIRECTORY_DIALOG(const char*, TavKelParser& parser, TavScriptResult
 
 void Command_IMAGE_PREVIEW_DLG(const char*, TavKelParser& parser, TavScriptResult& result) {
   SV::String extensions;
-  if (parser.IsContained("extensions")) extensions = parser.GetStrValue("extensions");
+  if (parser.IsContained(kExtensions)) extensions = parser.GetStrValue(kExtensions);
 
   TavImagePreviewDialog dialog(Tav_GetTopWindow(0));
   dialog.Init(extensions);

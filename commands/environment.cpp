@@ -29,8 +29,26 @@ namespace commands {
 
 namespace {
 
-// Not from the compiler: caches of compiled files can give it another folder.
+// The parameters of these commands.
+constexpr names::Literal kTokSep = "toksep";
+constexpr names::Literal kOn = "on";
+constexpr names::Literal kOff = "off";
+constexpr names::Literal kNoAutoCreate = "noautocreate";
+constexpr names::Literal kName = "name";
+constexpr names::Literal kMilliseconds = "ms";
+constexpr names::Literal kFrequency = "freq";
+constexpr names::Literal kWithHeader = "with-header";
+constexpr names::Literal kRootTag = "roottag";
+constexpr names::Literal kStart = "start";
+constexpr names::Literal kPort = "port";
+constexpr names::Literal kBacklog = "backlog";
+constexpr names::Literal kLogFormat = "logformat";
+constexpr names::Literal kOutput = "output";
+constexpr names::Literal kStop = "stop";
+
+// By which a port that has no commands is known, wherever that stands in the source.
 constexpr char kSourceFile[] = "commands/environment.cpp";
+constexpr int kPlainPortLine = 79;
 
 constexpr unsigned kAllEvents = 31;  // of SV::Application::Reschedule
 
@@ -39,21 +57,21 @@ const std::int32_t* volatile nowhere = nullptr;
 
 // What joins the names of a list: the first character of `toksep`, NUL when that is empty.
 char Separator(TavKelParser& parser) {
-  return parser.IsContained("toksep") ? parser.GetStrValue("toksep").GetChar(0) : ' ';
+  return parser.IsContained(kTokSep) ? parser.GetStrValue(kTokSep).GetChar(0) : ' ';
 }
 
 }  // namespace
 
 void Command_SET_MP_TYPE_CHECKING(const char*, TavKelParser& parser, TavScriptResult&) {
-  if (parser.IsContained("on")) {
+  if (parser.IsContained(kOn)) {
     Tav_EnableGlobalTypeChecking(true);
-  } else if (parser.IsContained("off")) {
+  } else if (parser.IsContained(kOff)) {
     Tav_EnableGlobalTypeChecking(false);
   }
 }
 
 void Command_GET_MESSAGE_PORTS(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "toksep", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kTokSep, TavKelString, result, checks::kOptional)) return;
 
   const char separator = Separator(parser);
   SV::String names;
@@ -66,7 +84,7 @@ void Command_GET_MESSAGE_PORTS(const char*, TavKelParser& parser, TavScriptResul
 }
 
 void Command_GET_MP_COMMANDS(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "toksep", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kTokSep, TavKelString, result, checks::kOptional)) return;
 
   TavMessagePortManager& manager = TavMessagePortManager::Instance();
   const char* key = manager.GetMPNameStrAddress(parser.GetStrValue());
@@ -76,7 +94,7 @@ void Command_GET_MP_COMMANDS(const char*, TavKelParser& parser, TavScriptResult&
   }
   auto* port = dynamic_cast<TavExtendedMessagePort*>(manager.FindMessagePort(key));
   if (!port) {
-    displayErrorMessage(kSourceFile, __LINE__);
+    displayErrorMessage(kSourceFile, kPlainPortLine);
     results::SetInteger(result, "ecode", 1);
     return;
   }
@@ -85,7 +103,7 @@ void Command_GET_MP_COMMANDS(const char*, TavKelParser& parser, TavScriptResult&
 }
 
 void Command_GET_PRINTER_INFO(const char*, TavKelParser& parser, TavScriptResult& result) {
-  const bool noAutoCreate = parser.GetBoolValue("noautocreate", false);
+  const bool noAutoCreate = parser.GetBoolValue(kNoAutoCreate, false);
   const TavPrinter* printer = Tav_GetPrinter(!noAutoCreate);
   if (printer) {
     results::SetString(result, "name", printer->name);
@@ -98,19 +116,20 @@ void Command_GET_PRINTER_INFO(const char*, TavKelParser& parser, TavScriptResult
 }
 
 void Command_SET_PRINTER(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "name", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kName, TavKelString, result, checks::kRequired)) return;
 
-  Tav_ReplacePrinter(new TavPrinter(parser.GetStrValue("name")));
+  Tav_ReplacePrinter(new TavPrinter(parser.GetStrValue(kName)));
   results::SetInteger(result, "ecode", 0);
 }
 
 // Unsigned 32-bit all through: a deadline behind the start, or one that wraps around, ends the
 // wait at once.
 void Command_SLEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "ms", TavKelInteger, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kMilliseconds, TavKelInteger, result, checks::kRequired)) return;
 
   const std::uint32_t start = GetTickCount();
-  const std::uint32_t deadline = start + static_cast<std::uint32_t>(parser.GetIntValue("ms"));
+  const std::uint32_t deadline =
+      start + static_cast<std::uint32_t>(parser.GetIntValue(kMilliseconds));
   if (TavModelingShell* shell = TavModelingShell::GetGlobal()) shell->UpdateAllModelWindows();
 
   std::uint32_t now = GetTickCount();
@@ -139,11 +158,11 @@ void Command_COPY_TO_CLIPBOARD(const char*, TavKelParser& parser, TavScriptResul
 }
 
 void Command_BEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "freq", TavKelInteger, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "ms", TavKelInteger, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFrequency, TavKelInteger, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kMilliseconds, TavKelInteger, result, checks::kRequired)) return;
 
-  const auto frequency = static_cast<std::uint32_t>(parser.GetIntValue("freq"));
-  const auto milliseconds = static_cast<std::uint32_t>(parser.GetIntValue("ms"));
+  const auto frequency = static_cast<std::uint32_t>(parser.GetIntValue(kFrequency));
+  const auto milliseconds = static_cast<std::uint32_t>(parser.GetIntValue(kMilliseconds));
   SV::Sound::Beep(frequency, milliseconds);
 }
 
@@ -173,8 +192,8 @@ void Command_KEL_TO_XML(const char*, TavKelParser& parser, TavScriptResult& resu
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
 
   const SV::String text = parser.GetStrValue();
-  const bool withHeader = parser.GetBoolValue("with-header", false);
-  const SV::String rootTag = parser.GetStrValue("roottag");
+  const bool withHeader = parser.GetBoolValue(kWithHeader, false);
+  const SV::String rootTag = parser.GetStrValue(kRootTag);
   TavKelConverter converter(text);
   if (converter.Parse() != 0) {
     results::SetInteger(result, "ecode", 1);
@@ -188,15 +207,15 @@ void Command_KEL_TO_XML(const char*, TavKelParser& parser, TavScriptResult& resu
 
 void Command_SERVICE(const char*, TavKelParser& parser, TavScriptResult& result) {
   bool done = false;
-  if (parser.IsContained("start")) {
-    const long port = parser.IsContained("port") ? parser.GetIntValue("port") : 80;
-    const long backlog = parser.IsContained("backlog") ? parser.GetIntValue("backlog") : 100;
-    const auto format = parser.GetModifier("logformat") == "long" ? TavWSLogLong : TavWSLogShort;
+  if (parser.IsContained(kStart)) {
+    const long port = parser.IsContained(kPort) ? parser.GetIntValue(kPort) : 80;
+    const long backlog = parser.IsContained(kBacklog) ? parser.GetIntValue(kBacklog) : 100;
+    const auto format = parser.GetModifier(kLogFormat) == "long" ? TavWSLogLong : TavWSLogShort;
     const auto type =
-        parser.GetModifier("output") == "textfield" ? TavWSLogTextField : TavWSLogConsole;
+        parser.GetModifier(kOutput) == "textfield" ? TavWSLogTextField : TavWSLogConsole;
     done = TavScriptService::Start(static_cast<int>(port), static_cast<int>(backlog), format, type,
                                    nullptr, true);
-  } else if (parser.IsContained("stop")) {
+  } else if (parser.IsContained(kStop)) {
     done = TavScriptService::Stop();
   } else {
     results::SetInteger(result, "ecode", -1);

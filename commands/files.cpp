@@ -24,13 +24,32 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kFile = "file";
+constexpr names::Literal kBinary = "binary";
+constexpr names::Literal kBase64 = "base64";
+constexpr names::Literal kAppend = "append";
+constexpr names::Literal kPath = "path";
+constexpr names::Literal kOpen = "open";
+constexpr names::Literal kClose = "close";
+constexpr names::Literal kText = "text";
+constexpr names::Literal kFrom = "from";
+constexpr names::Literal kTo = "to";
+constexpr names::Literal kCopyFileAttributes = "copy-file-attributes";
+constexpr names::Literal kNoOverwrite = "no-overwrite";
+constexpr names::Literal kOverwriteExistingDir = "overwrite-existing-dir";
+constexpr names::Literal kFileMask = "filemask";
+constexpr names::Literal kFromLibraryId = "from-libraryid";
+constexpr names::Literal kToLibraryId = "to-libraryid";
+
 constexpr long kNoLibrary = -1;
 constexpr char kListSeparator = '*';  // never part of a file's name
 
 // The file that FWRITE keeps open from `open` to `close`, across scripts too.
 TavFileHandle openWriteFile = 0;
 
-// The line under which the failure to name a temporary file is known.
+// By which the failure to name a temporary file is known, wherever it stands in the source.
+constexpr char kSourceFile[] = "commands/files.cpp";
 constexpr int kTemporaryNameLine = 724;
 
 // What the base64 functions made; freed whether they succeeded or not.
@@ -72,11 +91,11 @@ TavFileHandle OpenForWriting(const SV::String& file, bool binary, bool append) {
 // Opens `file` for the FWRITE commands that follow. A file opened before stays open, its handle
 // forgotten.
 void OpenWriteFile(TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
-  const SV::String file = parser.GetStrValue("file");
-  const bool binary = parser.GetBoolValue("binary", false);
-  const bool base64 = parser.GetBoolValue("base64", false);
-  const bool append = parser.GetBoolValue("append", false);
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
+  const SV::String file = parser.GetStrValue(kFile);
+  const bool binary = parser.GetBoolValue(kBinary, false);
+  const bool base64 = parser.GetBoolValue(kBase64, false);
+  const bool append = parser.GetBoolValue(kAppend, false);
 
   openWriteFile = OpenForWriting(file, binary || base64, append);
 
@@ -99,9 +118,9 @@ WriteCode WriteTo(TavFileHandle handle, const SV::String& data, long& written) {
 // Either conversion of ENCODE and DECODE: takes the bytes of `file`, else the main value. False
 // when the command must return at once.
 bool ReadConversionInput(TavKelParser& parser, TavScriptResult& result, SV::String& data) {
-  if (parser.IsContained("file")) {
-    if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return false;
-    TavSystemFileManager::readStringFromFile(data, parser.GetStrValue("file"), true);
+  if (parser.IsContained(kFile)) {
+    if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return false;
+    TavSystemFileManager::readStringFromFile(data, parser.GetStrValue(kFile), true);
     return true;
   }
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) {
@@ -112,14 +131,14 @@ bool ReadConversionInput(TavKelParser& parser, TavScriptResult& result, SV::Stri
 }
 
 inline bool FileExists(TavKelParser& parser) {
-  return TavFileManager::fileExists(parser.GetStrValue("file"), kNoLibrary, false);
+  return TavFileManager::fileExists(parser.GetStrValue(kFile), kNoLibrary, false);
 }
 
 bool DeleteFileOf(TavKelParser& parser) {
-  return TavFileManager::fileDelete(parser.GetStrValue("file"), kNoLibrary);
+  return TavFileManager::fileDelete(parser.GetStrValue(kFile), kNoLibrary);
 }
 
-long LibraryId(TavKelParser& parser, const char* name) {
+long LibraryId(TavKelParser& parser, names::Literal name) {
   return parser.IsContained(name) ? parser.GetIntValue(name) : kNoLibrary;
 }
 
@@ -135,19 +154,19 @@ void DropLastSeparator(SV::String& list) {
 
 // Calls a runtime function on `path`; 0 is its success.
 void CallWithPath(int (*function)(const char*), TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
   SV::String path;
-  const bool success = parser.TryGetStrValue("path", path) && function(path.GetStr()) == 0;
+  const bool success = parser.TryGetStrValue(kPath, path) && function(path.GetStr()) == 0;
   results::SetInteger(result, "ecode", success ? 0 : 1);
 }
 
 }  // namespace
 
 void Command_FREAD(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
-  const SV::String file = parser.GetStrValue("file");
-  const bool binary = parser.GetBoolValue("binary", false);
-  const bool base64 = parser.GetBoolValue("base64", false);
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
+  const SV::String file = parser.GetStrValue(kFile);
+  const bool binary = parser.GetBoolValue(kBinary, false);
+  const bool base64 = parser.GetBoolValue(kBase64, false);
 
   constexpr long kNotEncoded = 3;
   SV::String contents;
@@ -163,12 +182,12 @@ void Command_FREAD(const char*, TavKelParser& parser, TavScriptResult& result) {
 }
 
 void Command_FWRITE(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (parser.IsContained("open")) return OpenWriteFile(parser, result);
-  if (parser.IsContained("close")) return CloseWriteFile(result);
+  if (parser.IsContained(kOpen)) return OpenWriteFile(parser, result);
+  if (parser.IsContained(kClose)) return CloseWriteFile(result);
 
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
-  SV::String data = parser.GetStrValue("text");
-  const bool base64 = parser.GetBoolValue("base64", false);
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kRequired)) return;
+  SV::String data = parser.GetStrValue(kText);
+  const bool base64 = parser.GetBoolValue(kBase64, false);
   WriteCode code = kWritten;
   long written = 0;
   if (base64) {
@@ -176,15 +195,15 @@ void Command_FWRITE(const char*, TavKelParser& parser, TavScriptResult& result) 
     if (!decoded.Succeeded()) code = kRefused;
     data = decoded.Bytes();
   }
-  if (code == kWritten && !parser.IsContained("file")) {
+  if (code == kWritten && !parser.IsContained(kFile)) {
     code = openWriteFile != 0 ? WriteTo(openWriteFile, data, written) : kNoFile;
   } else if (code == kWritten && openWriteFile != 0) {
     code = kRefused;
   } else if (code == kWritten) {
-    if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
-    const SV::String file = parser.GetStrValue("file");
-    const bool binary = parser.GetBoolValue("binary", false);
-    const bool append = parser.GetBoolValue("append", false);
+    if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
+    const SV::String file = parser.GetStrValue(kFile);
+    const bool binary = parser.GetBoolValue(kBinary, false);
+    const bool append = parser.GetBoolValue(kAppend, false);
     TavFileHandle handle = OpenForWriting(file, binary || base64, append);
     if (handle != 0) {
       code = WriteTo(handle, data, written);
@@ -223,29 +242,29 @@ void Command_DECODE(const char*, TavKelParser& parser, TavScriptResult& result) 
 void Command_GET_TEMP_FILENAME(const char*, TavKelParser&, TavScriptResult& result) {
   const SV::String name = TavSystemFileManager::fileCreateTempName("tav", nullptr);
   if (name.Len() == 0) {
-    displayErrorMessage(__FILE__, kTemporaryNameLine);
+    displayErrorMessage(kSourceFile, kTemporaryNameLine);
     return;
   }
   results::SetString(result, "filename", name);
 }
 
 void Command_FILE_EXIST(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   results::SetInteger(result, "exist", FileExists(parser) ? 1 : 0);
 }
 
 void Command_FILE_EXISTS(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   results::SetInteger(result, "exists", FileExists(parser) ? 1 : 0);
 }
 
 void Command_FDELETE(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   results::SetInteger(result, "ecode", DeleteFileOf(parser) ? 1 : 0);
 }
 
 void Command_FILE_DELETE(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "file", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   results::SetInteger(result, "ecode", DeleteFileOf(parser) ? 0 : 1);
 }
 
@@ -256,10 +275,10 @@ void Command_DELETE_FILES(const char*, TavKelParser& parser, TavScriptResult& re
 }
 
 void Command_FCOPY(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
-  const SV::String from = parser.GetStrValue("from");
-  const SV::String to = parser.GetStrValue("to");
+  if (checks::Fails(parser, kFrom, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTo, TavKelString, result, checks::kRequired)) return;
+  const SV::String from = parser.GetStrValue(kFrom);
+  const SV::String to = parser.GetStrValue(kTo);
 
   const bool copied =
       TavFileManager::fileCopy(from.GetStr(), to.GetStr(), kNoLibrary, kNoLibrary, false);
@@ -268,15 +287,15 @@ void Command_FCOPY(const char*, TavKelParser& parser, TavScriptResult& result) {
 }
 
 void Command_FILE_COPY(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "from-libraryid", TavKelInteger, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "to-libraryid", TavKelInteger, result, checks::kOptional)) return;
-  const SV::String from = parser.GetStrValue("from");
-  const SV::String to = parser.GetStrValue("to");
-  const long fromLibraryId = LibraryId(parser, "from-libraryid");
-  const long toLibraryId = LibraryId(parser, "to-libraryid");
-  const bool copyAttributes = parser.IsContained("copy-file-attributes");
+  if (checks::Fails(parser, kFrom, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTo, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFromLibraryId, TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kToLibraryId, TavKelInteger, result, checks::kOptional)) return;
+  const SV::String from = parser.GetStrValue(kFrom);
+  const SV::String to = parser.GetStrValue(kTo);
+  const long fromLibraryId = LibraryId(parser, kFromLibraryId);
+  const long toLibraryId = LibraryId(parser, kToLibraryId);
+  const bool copyAttributes = parser.IsContained(kCopyFileAttributes);
 
   const bool copied = TavFileManager::fileCopy(from.GetStr(), to.GetStr(), fromLibraryId,
                                                toLibraryId, copyAttributes);
@@ -286,30 +305,30 @@ void Command_FILE_COPY(const char*, TavKelParser& parser, TavScriptResult& resul
 
 void Command_COPY_FILES(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTo, TavKelString, result, checks::kRequired)) return;
   CopyFlags flags;
-  flags.keepExistingFiles = parser.IsContained("no-overwrite");
-  flags.fillExistingFolders = parser.IsContained("overwrite-existing-dir");
+  flags.keepExistingFiles = parser.IsContained(kNoOverwrite);
+  flags.fillExistingFolders = parser.IsContained(kOverwriteExistingDir);
 
-  const bool success = CopyTree(parser.GetStrValue(), parser.GetStrValue("to"), flags);
+  const bool success = CopyTree(parser.GetStrValue(), parser.GetStrValue(kTo), flags);
 
   results::SetInteger(result, "ecode", success ? 0 : 1);
 }
 
 void Command_MOVE_FILES(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTo, TavKelString, result, checks::kRequired)) return;
 
-  const bool success = MoveTree(parser.GetStrValue(), parser.GetStrValue("to"));
+  const bool success = MoveTree(parser.GetStrValue(), parser.GetStrValue(kTo));
 
   results::SetInteger(result, "ecode", success ? 0 : 1);
 }
 
 void Command_FILE_RENAME(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "from", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "to", TavKelString, result, checks::kRequired)) return;
-  const SV::String from = parser.GetStrValue("from");
-  const SV::String to = parser.GetStrValue("to");
+  if (checks::Fails(parser, kFrom, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTo, TavKelString, result, checks::kRequired)) return;
+  const SV::String from = parser.GetStrValue(kFrom);
+  const SV::String to = parser.GetStrValue(kTo);
 
   const bool renamed = TavFileManager::fileRename(from.GetStr(), to.GetStr(), kNoLibrary);
 
@@ -327,8 +346,8 @@ void Command_SET_CWD(const char*, TavKelParser& parser, TavScriptResult& result)
 }
 
 void Command_DIR_EXIST(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
-  const DWORD attributes = GetFileAttributesA(parser.GetStrValue("path").GetStr());
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
+  const DWORD attributes = GetFileAttributesA(parser.GetStrValue(kPath).GetStr());
   const bool exists =
       attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   results::SetInteger(result, "exist", exists ? 1 : 0);
@@ -343,11 +362,11 @@ void Command_DIR_REMOVE(const char*, TavKelParser& parser, TavScriptResult& resu
 }
 
 void Command_DIR_LIST(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "filemask", TavKelString, result, checks::kOptional)) return;
-  SV::String pattern = WithBackslash(parser.GetStrValue("path"));
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kFileMask, TavKelString, result, checks::kOptional)) return;
+  SV::String pattern = WithBackslash(parser.GetStrValue(kPath));
   SV::String mask("*");
-  parser.TryGetStrValue("filemask", mask);
+  parser.TryGetStrValue(kFileMask, mask);
   pattern += mask;
 
   FileSearch search(pattern);
@@ -373,8 +392,8 @@ void Command_DIR_LIST(const char*, TavKelParser& parser, TavScriptResult& result
 }
 
 void Command_IS_DIR_EMPTY(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
-  SV::String pattern = WithBackslash(parser.GetStrValue("path"));
+  if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
+  SV::String pattern = WithBackslash(parser.GetStrValue(kPath));
   pattern += '*';
 
   bool isEmpty = false;

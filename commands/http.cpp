@@ -16,6 +16,15 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kVerb = "verb";
+constexpr names::Literal kTimeouts = "timeouts";
+constexpr names::Literal kRetry = "retry";
+constexpr names::Literal kBinary = "binary";
+constexpr names::Literal kProxy = "proxy";
+constexpr names::Literal kProxyUser = "proxyuser";
+constexpr names::Literal kProxyPw = "proxypw";
+
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kImpossible = -1;
@@ -25,7 +34,7 @@ constexpr int kConnectTimeout = 60000;
 constexpr int kSendTimeout = 30000;
 constexpr int kReceiveTimeout = 30000;
 
-SV::WString Wide(TavKelParser& parser, const char* name) {
+SV::WString Wide(TavKelParser& parser, names::Literal name) {
   return SV::ConvertUTF8StringToWString(parser.GetStrValue(name));
 }
 
@@ -59,13 +68,13 @@ void SetAnswer(TavHTTPClient& client, bool binary, TavScriptResult& result) {
 int Request(TavKelParser& parser, bool binary, TavScriptResult& result) {
   TavHTTPClient client(SV::ConvertUTF8StringToWString(parser.GetStrValue()), nullptr);
   SV::WString verb(u"GET");
-  if (parser.IsContained("verb")) verb = Wide(parser, "verb");
-  if (parser.IsContained("timeouts")) SetTimeouts(client, parser.GetStrValue("timeouts"));
-  if (parser.IsContained("retry")) {
-    client.SetRetryTimes(static_cast<std::uint32_t>(parser.GetIntValue("retry")));
+  if (parser.IsContained(kVerb)) verb = Wide(parser, kVerb);
+  if (parser.IsContained(kTimeouts)) SetTimeouts(client, parser.GetStrValue(kTimeouts));
+  if (parser.IsContained(kRetry)) {
+    client.SetRetryTimes(static_cast<std::uint32_t>(parser.GetIntValue(kRetry)));
   }
   // All three go to the same place, so that the last one given counts.
-  for (const char* name : {"proxy", "proxyuser", "proxypw"}) {
+  for (const names::Literal name : {kProxy, kProxyUser, kProxyPw}) {
     if (parser.IsContained(name)) client.SetProxy(Wide(parser, name));
   }
   if (!client.SendHttpRequest(verb, false)) return kFailed;
@@ -117,7 +126,7 @@ SV::String AnsiText(LPCWSTR wide) {
 void Command_HTTP_REQUEST(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
 
-  const bool binary = parser.GetBoolValue("binary", false);
+  const bool binary = parser.GetBoolValue(kBinary, false);
   int code = kImpossible;
   try {
     code = Request(parser, binary, result);

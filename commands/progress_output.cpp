@@ -21,6 +21,17 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kTitle = "title";
+constexpr names::Literal kWithSecondBar = "with-second-bar";
+constexpr names::Literal kWithCancelButton = "with-cancel-button";
+constexpr names::Literal kText = "text";
+constexpr names::Literal kText2 = "text2";
+constexpr names::Literal kWinId = "winid";
+constexpr names::Literal kSubtitle = "subtitle";
+constexpr names::Literal kPercentage = "percentage";
+constexpr names::Literal kPercentage2 = "percentage2";
+
 // Of PERCWIN_CREATE: null when there is none. Lives until PERCWIN_DESTROY or the script's end.
 TavPercentageWindow* percentageWindow = nullptr;
 
@@ -35,7 +46,7 @@ void DestroyPercentageWindow() {
 }
 
 // A percentage if it is given: whether it lies from 0 to 100, "not a number" does not.
-bool SetPercentage(TavKelParser& parser, const char* name,
+bool SetPercentage(TavKelParser& parser, names::Literal name,
                    void (TavPercentageWindow::*set)(double)) {
   double percentage = 0;
   if (!parser.TryGetRealValue(name, percentage)) return true;
@@ -81,33 +92,33 @@ void Trim(SV::String& text, std::int64_t limit) {
 }  // namespace
 
 void Command_PERCWIN_CREATE(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kOptional)) return;
-  const SV::String title = parser.GetStrValue("title");
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kOptional)) return;
+  const SV::String title = parser.GetStrValue(kTitle);
 
   delete percentageWindow;
   percentageWindow = nullptr;
   TavPercentageWindow::Flags flags = 0;
-  if (parser.GetBoolValue("with-second-bar", false)) flags |= TavPercentageWindow::kSecondBar;
-  if (parser.GetBoolValue("with-cancel-button", false)) flags |= TavPercentageWindow::kCancelButton;
+  if (parser.GetBoolValue(kWithSecondBar, false)) flags |= TavPercentageWindow::kSecondBar;
+  if (parser.GetBoolValue(kWithCancelButton, false)) flags |= TavPercentageWindow::kCancelButton;
   percentageWindow =
       new (std::nothrow) TavPercentageWindow(SV::GetpApp()->GetAppWindow(), title, "", flags);
   if (percentageWindow) percentageWindow->Show();
 }
 
 void Command_PERCWIN_SET(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "percentage", TavKelReal, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "percentage2", TavKelReal, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "text2", TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kPercentage, TavKelReal, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kPercentage2, TavKelReal, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kText2, TavKelString, result, checks::kOptional)) return;
 
   if (!percentageWindow) {
     results::SetInteger(result, "ecode", 1);
     return;
   }
-  const bool first = SetPercentage(parser, "percentage", &TavPercentageWindow::SetPercentage);
-  const bool second = SetPercentage(parser, "percentage2", &TavPercentageWindow::SetPercentage2);
-  if (parser.IsContained("text")) percentageWindow->SetCurrentMessage(parser.GetStrValue("text"));
-  if (parser.IsContained("text2")) percentageWindow->SetMessage2(parser.GetStrValue("text2"));
+  const bool first = SetPercentage(parser, kPercentage, &TavPercentageWindow::SetPercentage);
+  const bool second = SetPercentage(parser, kPercentage2, &TavPercentageWindow::SetPercentage2);
+  if (parser.IsContained(kText)) percentageWindow->SetCurrentMessage(parser.GetStrValue(kText));
+  if (parser.IsContained(kText2)) percentageWindow->SetMessage2(parser.GetStrValue(kText2));
   results::SetInteger(result, "ecode", first && second ? 0 : 1);
 }
 
@@ -130,10 +141,10 @@ void Command_INTERNAL_TAVSCRIPT_FINISHED(const char*, TavKelParser&, TavScriptRe
 void Command_CREATE_OUTPUT_WIN(const char*, TavKelParser& parser, TavScriptResult& result) {
   constexpr SV::WinBits kControlStyle = 8577;
   constexpr auto kSide = static_cast<ToolBoxAlign>(3);
-  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "title", TavKelString, result, checks::kRequired)) return;
-  const SV::String id = parser.GetStrValue("winid");
-  const SV::String title = parser.GetStrValue("title");
+  if (checks::Fails(parser, kWinId, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kTitle, TavKelString, result, checks::kRequired)) return;
+  const SV::String id = parser.GetStrValue(kWinId);
+  const SV::String title = parser.GetStrValue(kTitle);
 
   TavAppWorkWindow* const workWindow = TavAppWorkWindow::GetGlobal();
   TavWorkbench& workbench = *workWindow->GetWorkbench();
@@ -148,24 +159,24 @@ void Command_CREATE_OUTPUT_WIN(const char*, TavKelParser& parser, TavScriptResul
 }
 
 void Command_SET_OUTPUT_WIN_SUBTITLE(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "subtitle", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kWinId, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kSubtitle, TavKelString, result, checks::kRequired)) return;
 
-  Workbench().SetToolSubtitle(parser.GetStrValue("winid"), parser.GetStrValue("subtitle"));
+  Workbench().SetToolSubtitle(parser.GetStrValue(kWinId), parser.GetStrValue(kSubtitle));
   results::SetInteger(result, "ecode", 0);
 }
 
 void Command_OUT(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::Fails(parser, "winid", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "text", TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kWinId, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kText, TavKelString, result, checks::kRequired)) return;
 
-  SV::Window* const window = Workbench().GetToolWindow(parser.GetStrValue("winid"));
+  SV::Window* const window = Workbench().GetToolWindow(parser.GetStrValue(kWinId));
   if (!window) {
     results::SetInteger(result, "ecode", 1);
     return;
   }
   SV::String text = window->GetText();
-  text += parser.GetStrValue("text");
+  text += parser.GetStrValue(kText);
   if (lineLimit != 0) Trim(text, lineLimit);
   window->SetText(text);
   const long last = text.Len() - 1;

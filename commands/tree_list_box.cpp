@@ -17,6 +17,45 @@ namespace commands {
 
 namespace {
 
+// The parameters of these commands.
+constexpr names::Literal kCheckListBox = "checklistbox";
+constexpr names::Literal kSizeable = "sizeable";
+constexpr names::Literal kSearchable = "searchable";
+constexpr names::Literal kNoCancel = "no-cancel";
+constexpr names::Literal kNoHelp = "no-help";
+constexpr names::Literal kSetDblClick = "setdblclick";
+constexpr names::Literal kOkButtonEnabled = "okbutton-enabled";
+constexpr names::Literal kMultiSel = "multi-sel";
+constexpr names::Literal kNoChildSel = "no-child-sel";
+constexpr names::Literal kNoParentSel = "no-parent-sel";
+constexpr names::Literal kSorted = "sorted";
+constexpr names::Literal kFlat = "flat";
+constexpr names::Literal kColumns = "columns";
+constexpr names::Literal kTitle = "title";
+constexpr names::Literal kOkText = "oktext";
+constexpr names::Literal kCancelText = "canceltext";
+constexpr names::Literal kBoxText = "boxtext";
+constexpr names::Literal kButtonWidth = "button-w";
+constexpr names::Literal kId = "id";
+constexpr names::Literal kText = "text";
+constexpr names::Literal kParentId = "parentid";
+constexpr names::Literal kIsParent = "is-parent";
+constexpr names::Literal kName = "name";
+constexpr names::Literal kIndex = "index";
+constexpr names::Literal kDisableIfNoSelection = "disable_if_no_selection";
+constexpr names::Literal kX = "x";
+constexpr names::Literal kY = "y";
+constexpr names::Literal kWidth = "w";
+constexpr names::Literal kHeight = "h";
+constexpr names::Literal kMinWidth = "min-w";
+constexpr names::Literal kMinHeight = "min-h";
+constexpr names::Literal kMaxWidth = "max-w";
+constexpr names::Literal kMaxHeight = "max-h";
+constexpr names::Literal kBitmap = "bitmap";
+constexpr names::Literal kBitmap2 = "bitmap2";
+constexpr names::Literal kSelect = "select";
+constexpr names::Literal kExpand = "expand";
+
 constexpr int kDone = 0;
 constexpr int kNotOk = 1;
 constexpr int kNoDialog = 2;
@@ -31,30 +70,15 @@ TavSimpleTLBDlg* dialog = nullptr;
 TavTLBImagePool imagePool;
 
 // What TLB_CREATE checks behind the title, in this order.
-constexpr names::Literal kTexts[] = {"oktext", "canceltext", "boxtext"};
-constexpr names::Literal kNumbers[] = {"button-w",
-                                       "no-cancel",
-                                       "no-help",
-                                       "x",
-                                       "y",
-                                       "w",
-                                       "h",
-                                       "max-w",
-                                       "max-h",
-                                       "min-w",
-                                       "min-h",
-                                       "searchable",
-                                       "sorted",
-                                       "flat",
-                                       "columns",
-                                       "multi-sel",
-                                       "no-child-sel",
-                                       "no-parent-sel",
-                                       "checklistbox",
-                                       "okbutton-enabled"};
+constexpr names::Literal kTexts[] = {kOkText, kCancelText, kBoxText};
+constexpr names::Literal kNumbers[] = {kButtonWidth, kNoCancel,    kNoHelp,       kX,
+                                       kY,           kWidth,       kHeight,       kMaxWidth,
+                                       kMaxHeight,   kMinWidth,    kMinHeight,    kSearchable,
+                                       kSorted,      kFlat,        kColumns,      kMultiSel,
+                                       kNoChildSel,  kNoParentSel, kCheckListBox, kOkButtonEnabled};
 
 bool CreateFails(TavKelParser& parser, TavScriptResult& result) {
-  if (checks::FailsWhenPresent(parser, "title", TavKelString, result, checks::kRequired)) {
+  if (checks::FailsWhenPresent(parser, kTitle, TavKelString, result, checks::kRequired)) {
     return true;
   }
   for (const names::Literal name : kTexts) {
@@ -67,22 +91,22 @@ bool CreateFails(TavKelParser& parser, TavScriptResult& result) {
 }
 
 TavSimpleTLBDlg* MakeDialog(TavKelParser& parser) {
-  const bool checkListBox = parser.GetIntValue("checklistbox") != 0;
-  const bool sizeable = parser.GetBoolValue("sizeable", true);
-  const bool searchable = parser.GetIntValue("searchable") != 0;
-  const bool noCancel = parser.GetIntValue("no-cancel") != 0;
-  const bool noHelp = parser.GetIntValue("no-help") != 0;
-  const bool setDblClick = parser.GetIntValue("setdblclick") != 0;
-  const bool okEnabled = parser.GetIntValue("okbutton-enabled") != 0;
+  const bool checkListBox = parser.GetIntValue(kCheckListBox) != 0;
+  const bool sizeable = parser.GetBoolValue(kSizeable, true);
+  const bool searchable = parser.GetIntValue(kSearchable) != 0;
+  const bool noCancel = parser.GetIntValue(kNoCancel) != 0;
+  const bool noHelp = parser.GetIntValue(kNoHelp) != 0;
+  const bool setDblClick = parser.GetIntValue(kSetDblClick) != 0;
+  const bool okEnabled = parser.GetIntValue(kOkButtonEnabled) != 0;
   // These three count only above 0, the others whenever they are not 0.
-  unsigned long style = parser.GetIntValue("multi-sel") > 0 ? TavSimpleTLBDlg::kMultipleSelection
-                                                            : TavSimpleTLBDlg::kSingleSelection;
-  if (parser.GetIntValue("no-child-sel") == 0) style |= TavSimpleTLBDlg::kChildrenSelectable;
-  if (parser.GetIntValue("no-parent-sel") == 0) style |= TavSimpleTLBDlg::kParentsSelectable;
-  if (parser.GetIntValue("sorted") > 0) style |= TavSimpleTLBDlg::kSorted;
-  if (parser.GetIntValue("flat") > 0) style |= TavSimpleTLBDlg::kFlat;
+  unsigned long style = parser.GetIntValue(kMultiSel) > 0 ? TavSimpleTLBDlg::kMultipleSelection
+                                                          : TavSimpleTLBDlg::kSingleSelection;
+  if (parser.GetIntValue(kNoChildSel) == 0) style |= TavSimpleTLBDlg::kChildrenSelectable;
+  if (parser.GetIntValue(kNoParentSel) == 0) style |= TavSimpleTLBDlg::kParentsSelectable;
+  if (parser.GetIntValue(kSorted) > 0) style |= TavSimpleTLBDlg::kSorted;
+  if (parser.GetIntValue(kFlat) > 0) style |= TavSimpleTLBDlg::kFlat;
   long columns = 1;
-  if (parser.TryGetIntValue("columns", columns) && (columns < 1 || columns > kMaxColumns)) {
+  if (parser.TryGetIntValue(kColumns, columns) && (columns < 1 || columns > kMaxColumns)) {
     columns = 1;
   }
   return new TavSimpleTLBDlg(Tav_GetTopWindow(0), sizeable, style, checkListBox, searchable,
@@ -91,19 +115,20 @@ TavSimpleTLBDlg* MakeDialog(TavKelParser& parser) {
 
 void SetTexts(TavKelParser& parser) {
   SV::String text;
-  if (parser.TryGetStrValue("title", text)) {
+  if (parser.TryGetStrValue(kTitle, text)) {
     dialog->SetText(text);
   } else {
     const SV::Window* const window = SV::GetpApp()->GetAppWindow();
     dialog->SetText(window ? window->GetText() : SV::String());
   }
-  if (parser.TryGetStrValue("oktext", text)) dialog->setOKText(text);
-  if (parser.TryGetStrValue("canceltext", text)) dialog->setCancelText(text);
-  if (parser.TryGetStrValue("boxtext", text)) dialog->setHeadline(text);
+  if (parser.TryGetStrValue(kOkText, text)) dialog->setOKText(text);
+  if (parser.TryGetStrValue(kCancelText, text)) dialog->setCancelText(text);
+  if (parser.TryGetStrValue(kBoxText, text)) dialog->setHeadline(text);
 }
 
 // Both halves of a pair in dialog units; a half alone does not count.
-bool TryGetPair(TavKelParser& parser, const char* first, const char* second, long& a, long& b) {
+bool TryGetPair(TavKelParser& parser, names::Literal first, names::Literal second, long& a,
+                long& b) {
   return parser.TryGetIntValue(first, a) && parser.TryGetIntValue(second, b);
 }
 
@@ -111,19 +136,19 @@ void SetPlaces(TavKelParser& parser) {
   const SV::MapMode units(SV::MapAppFont);
   long a = 0;
   long b = 0;
-  if (parser.TryGetIntValue("button-w", a)) {
+  if (parser.TryGetIntValue(kButtonWidth, a)) {
     dialog->setButtonWidthPixel(dialog->LogicToPixel(SV::Size(a, 0), units).Width());
   }
-  if (TryGetPair(parser, "x", "y", a, b)) {
+  if (TryGetPair(parser, kX, kY, a, b)) {
     dialog->SetPosPixel(dialog->LogicToPixel(SV::Point(a, b), units));
   }
-  if (TryGetPair(parser, "w", "h", a, b)) {
+  if (TryGetPair(parser, kWidth, kHeight, a, b)) {
     dialog->SetSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
   }
-  if (TryGetPair(parser, "min-w", "min-h", a, b)) {
+  if (TryGetPair(parser, kMinWidth, kMinHeight, a, b)) {
     dialog->setMinOutputSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
   }
-  if (TryGetPair(parser, "max-w", "max-h", a, b)) {
+  if (TryGetPair(parser, kMaxWidth, kMaxHeight, a, b)) {
     dialog->setMaxOutputSizePixel(dialog->LogicToPixel(SV::Size(a, b), units));
   }
 }
@@ -132,7 +157,7 @@ void SetEcode(TavScriptResult& result, int code) { results::SetInteger(result, "
 
 // An absent id is the command's own affair, so it is checked only when it is there.
 bool IdFails(TavKelParser& parser, TavScriptResult& result) {
-  return checks::FailsWhenPresent(parser, "id", TavKelInteger, result, checks::kRequired);
+  return checks::FailsWhenPresent(parser, kId, TavKelInteger, result, checks::kRequired);
 }
 
 // What most item commands have in common behind their checks: a dialog and an id. False when one
@@ -142,7 +167,7 @@ bool GetItem(TavKelParser& parser, TavScriptResult& result, long& id) {
     SetEcode(result, kNoDialog);
     return false;
   }
-  if (!parser.TryGetIntValue("id", id)) {
+  if (!parser.TryGetIntValue(kId, id)) {
     SetEcode(result, kMissing);
     return false;
   }
@@ -152,14 +177,14 @@ bool GetItem(TavKelParser& parser, TavScriptResult& result, long& id) {
 void SetOutcome(TavScriptResult& result, bool done) { SetEcode(result, done ? kDone : kRefused); }
 
 // A switch that is on when absent, and off at 0 and below.
-bool IsOn(TavKelParser& parser, const char* name) {
+bool IsOn(TavKelParser& parser, names::Literal name) {
   long value = 1;
   parser.TryGetIntValue(name, value);
   return value > 0;
 }
 
 // The image of that name; empty for no name and for names that the pool does not know.
-SV::Image ImageNamed(TavKelParser& parser, const char* name) {
+SV::Image ImageNamed(TavKelParser& parser, names::Literal name) {
   const SV::String image = parser.GetStrValue(name);
   return image.Len() == 0 ? SV::Image() : imagePool.GetImage(image);
 }
@@ -179,48 +204,48 @@ void Command_TLB_CREATE(const char*, TavKelParser& parser, TavScriptResult& resu
 
 void Command_TLB_INSERT(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (IdFails(parser, result)) return;
-  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
-  if (checks::FailsWhenPresent(parser, "text", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "is-parent", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kParentId, TavKelInteger, result, checks::kOptional)) return;
+  if (checks::FailsWhenPresent(parser, kText, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kIsParent, TavKelInteger, result, checks::kOptional)) return;
 
   long id = 0;
   if (!GetItem(parser, result, id)) return;
   SV::String text;
-  if (!parser.TryGetStrValue("text", text)) return SetEcode(result, kMissing);
+  if (!parser.TryGetStrValue(kText, text)) return SetEcode(result, kMissing);
   long parentId = -1;
-  parser.TryGetIntValue("parentid", parentId);
-  const bool isParent = parser.GetIntValue("is-parent") > 0;
+  parser.TryGetIntValue(kParentId, parentId);
+  const bool isParent = parser.GetIntValue(kIsParent) > 0;
   SetOutcome(result, dialog->addItem(id, parentId, text, isParent));
   // Also when the item was refused: the images then go to the item that has the id.
-  if (const SV::Image image = ImageNamed(parser, "bitmap"); !image.IsEmpty()) {
+  if (const SV::Image image = ImageNamed(parser, kBitmap); !image.IsEmpty()) {
     dialog->setItemImage(id, image);
   }
-  if (const SV::Image image = ImageNamed(parser, "bitmap2"); !image.IsEmpty()) {
+  if (const SV::Image image = ImageNamed(parser, kBitmap2); !image.IsEmpty()) {
     dialog->setItemImage2(id, image);
   }
 }
 
 void Command_TLB_REMOVE(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (IdFails(parser, result)) return;
-  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kParentId, TavKelInteger, result, checks::kOptional)) return;
 
   long id = 0;
   if (!GetItem(parser, result, id)) return;
   long parentId = 0;
-  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
+  const bool hasParent = parser.TryGetIntValue(kParentId, parentId);
   SetOutcome(result, hasParent ? dialog->removeItem(id, parentId) : dialog->removeItem(id));
 }
 
 void Command_TLB_SELECT(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (IdFails(parser, result)) return;
-  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "select", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kParentId, TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kSelect, TavKelInteger, result, checks::kOptional)) return;
 
   long id = 0;
   if (!GetItem(parser, result, id)) return;
   long parentId = 0;
-  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
-  const bool select = IsOn(parser, "select");
+  const bool hasParent = parser.TryGetIntValue(kParentId, parentId);
+  const bool select = IsOn(parser, kSelect);
   SetOutcome(result,
              hasParent ? dialog->selectItem(id, parentId, select) : dialog->selectItem(id, select));
 }
@@ -232,14 +257,14 @@ void Command_TLB_SELECT_ALL(const char*, TavKelParser&, TavScriptResult& result)
 
 void Command_TLB_EXPAND(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (IdFails(parser, result)) return;
-  if (checks::Fails(parser, "parentid", TavKelInteger, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "expand", TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kParentId, TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kExpand, TavKelInteger, result, checks::kOptional)) return;
 
   long id = 0;
   if (!GetItem(parser, result, id)) return;
   long parentId = 0;
-  const bool hasParent = parser.TryGetIntValue("parentid", parentId);
-  const bool expand = IsOn(parser, "expand");
+  const bool hasParent = parser.TryGetIntValue(kParentId, parentId);
+  const bool expand = IsOn(parser, kExpand);
   SetOutcome(result,
              hasParent ? dialog->expandItem(id, parentId, expand) : dialog->expandItem(id, expand));
 }
@@ -258,18 +283,18 @@ void Command_TLB_EXPAND_ALL(const char*, TavKelParser&, TavScriptResult& result)
 }
 
 void Command_TLB_ADD_BUTTON(const char*, TavKelParser& parser, TavScriptResult& result) {
-  if (checks::FailsWhenPresent(parser, "text", TavKelString, result, checks::kRequired)) return;
-  if (checks::FailsWhenPresent(parser, "name", TavKelString, result, checks::kRequired)) return;
-  if (checks::Fails(parser, "index", TavKelInteger, result, checks::kOptional)) return;
-  if (checks::Fails(parser, "disable_if_no_selection", TavKelInteger, result, checks::kOptional)) {
+  if (checks::FailsWhenPresent(parser, kText, TavKelString, result, checks::kRequired)) return;
+  if (checks::FailsWhenPresent(parser, kName, TavKelString, result, checks::kRequired)) return;
+  if (checks::Fails(parser, kIndex, TavKelInteger, result, checks::kOptional)) return;
+  if (checks::Fails(parser, kDisableIfNoSelection, TavKelInteger, result, checks::kOptional)) {
     return;
   }
 
   if (!dialog) return SetEcode(result, kNoDialog);
-  const SV::String text = parser.GetStrValue("text");
-  const SV::String name = parser.GetStrValue("name");
-  const long index = parser.GetIntValue("index");
-  const bool disable = parser.GetIntValue("disable_if_no_selection") != 0;
+  const SV::String text = parser.GetStrValue(kText);
+  const SV::String name = parser.GetStrValue(kName);
+  const long index = parser.GetIntValue(kIndex);
+  const bool disable = parser.GetIntValue(kDisableIfNoSelection) != 0;
   dialog->addAdditionalButton(text, name, index < 1 ? -1 : static_cast<int>(index), disable);
   SetEcode(result, kDone);
 }

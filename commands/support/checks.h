@@ -8,7 +8,7 @@
 // The type checks that stand at the head of a handler. Each is true when the handler must return
 // at once: the host has then written the error, and the handler writes nothing.
 //
-//   if (checks::Fails(parser, "path", TavKelString, result, checks::kRequired)) return;
+//   if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
 namespace checks {
 
 inline constexpr names::Literal kMainValue = "";

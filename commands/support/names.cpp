@@ -10,7 +10,7 @@ const SV::String& Kept(Literal name) {
     const char* literal = nullptr;
     SV::String text;
   };
-  constexpr std::size_t kPlaces = 256;
+  constexpr std::size_t kPlaces = 1024;
   static Place places[kPlaces];
   const auto address = reinterpret_cast<std::uintptr_t>(name.Text());
   Place& place = places[(address ^ (address >> 8)) % kPlaces];

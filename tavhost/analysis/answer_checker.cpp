@@ -8,6 +8,7 @@
 
 #include "tavhost/analysis/command_use.h"
 #include "tavhost/analysis/findings.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/ui/answer.h"
 
@@ -387,16 +388,10 @@ class AnswerChecker {
   std::string reason_;
 };
 
-Finding FindingAt(const script::Source& source, std::uint32_t offset, std::size_t length,
-                  const std::string& message) {
-  script::Diagnostic described = source.Describe(offset, message);
-  Finding finding;
-  finding.file = std::move(described.file);
-  finding.line = described.line;
-  finding.column = described.column;
+base::Diagnostic FindingAt(const script::Source& source, std::uint32_t offset, std::size_t length,
+                           const std::string& message) {
+  base::Diagnostic finding = source.Describe(offset, message);
   finding.length = static_cast<std::uint32_t>(std::max<std::size_t>(1, length));
-  finding.message = message;
-  finding.text = std::move(described.text);
   return finding;
 }
 
@@ -413,7 +408,7 @@ std::uint32_t OffsetOfAnswer(const script::Source& source, const std::vector<ui:
 }
 
 // The text of an error `FILE:LINE:COLUMN: error: MESSAGE` as a finding.
-Finding FindingOf(const script::Source& source, const std::string& error) {
+base::Diagnostic FindingOf(const script::Source& source, const std::string& error) {
   const std::string_view kMark = ": error: ";
   const std::size_t mark = error.find(kMark);
   std::uint32_t offset = 0;
@@ -433,11 +428,10 @@ Finding FindingOf(const script::Source& source, const std::string& error) {
 
 }  // namespace
 
-std::vector<Finding> CheckAnswers(const script::Program& program,
-                                  const std::vector<script::FunctionSyntax>& parsed,
-                                  const AnswersFile& file) {
-  const script::Source source(SV::String(file.text.data(), static_cast<long>(file.text.size())),
-                              file.name);
+std::vector<base::Diagnostic> CheckAnswers(const script::Program& program,
+                                           const std::vector<script::FunctionSyntax>& parsed,
+                                           const AnswersFile& file) {
+  const script::Source source(base::StringOf(file.text), file.name);
   std::vector<ui::Answer> answers;
   std::string error;
   if (!ui::ParseAnswers(file.name, file.text, answers, error)) return {FindingOf(source, error)};

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "tavhost/analysis/check.h"
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/syntax/parser.h"
 
@@ -10,8 +11,8 @@ namespace check {
 
 // Whether some run of the script takes exactly these answers, window by window. The first answer
 // that no run takes is the finding; its place lies in the answers file.
-std::vector<Finding> CheckAnswers(const script::Program& program,
-                                  const std::vector<script::FunctionSyntax>& parsed,
-                                  const AnswersFile& answers);
+std::vector<base::Diagnostic> CheckAnswers(const script::Program& program,
+                                           const std::vector<script::FunctionSyntax>& parsed,
+                                           const AnswersFile& answers);
 
 }  // namespace check

@@ -26,8 +26,8 @@ void CheckCompiled(const SV::String& text, const std::string& name, Findings& fi
 
 }  // namespace
 
-std::vector<Finding> CheckScript(const SV::String& text, const std::string& name,
-                                 const AnswersFile* answers) {
+std::vector<base::Diagnostic> CheckScript(const SV::String& text, const std::string& name,
+                                          const AnswersFile* answers) {
   script::Program program(text, name);
   base::Arena arena;
   Findings findings(program);
@@ -35,9 +35,9 @@ std::vector<Finding> CheckScript(const SV::String& text, const std::string& name
     const std::vector<script::FunctionSyntax> parsed = script::Parser(program, arena).Parse();
     ScriptChecker(program, parsed, findings).Check();
     CheckCompiled(text, name, findings);
-    std::vector<Finding> found = findings.Take();
+    std::vector<base::Diagnostic> found = findings.Take();
     if (answers) {
-      for (Finding& finding : CheckAnswers(program, parsed, *answers)) {
+      for (base::Diagnostic& finding : CheckAnswers(program, parsed, *answers)) {
         found.push_back(std::move(finding));
       }
     }

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/base/string.h"
-#include "tavhost/analysis/finding.h"
+#include "tavhost/base/diagnostic.h"
 
 namespace check {
 
@@ -17,7 +17,7 @@ struct AnswersFile {
 
 // What is wrong with a script, in the order of the text; `name` stands for its file. With answers,
 // also whether a run of the script can take them.
-std::vector<Finding> CheckScript(const SV::String& text, const std::string& name,
-                                 const AnswersFile* answers = nullptr);
+std::vector<base::Diagnostic> CheckScript(const SV::String& text, const std::string& name,
+                                          const AnswersFile* answers = nullptr);
 
 }  // namespace check

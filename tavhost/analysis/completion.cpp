@@ -1,9 +1,10 @@
 #include "tavhost/analysis/completion.h"
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/keywords.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/built_in/built_in.h"
 
@@ -11,15 +12,7 @@ namespace check {
 
 namespace {
 
-constexpr const char* kKeywords[] = {
-    "break",  "continue", "exit",  "for", "func",  "global", "if",    "include", "print",
-    "return", "send",     "throw", "try", "while", "else",   "catch", "in",      "from",
-    "to",     "step",     "and",   "or",  "not",   "true",   "false"};
-constexpr std::size_t kStatementKeywords = 14;  // the first of them
-
-bool IsNameByte(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-';
-}
+bool IsNameByte(char c) { return ascii::IsLetterOrDigit(c) || c == '_' || c == '-'; }
 
 using reference::Command;
 using reference::Parameter;
@@ -192,15 +185,18 @@ std::vector<std::string> CompleteScript(std::string_view before,
     for (const Command& element : level.body->elements) candidates.Offer(element.name);
   } else if (level.started) {
     candidates.OfferExpression(variables);
-    for (const char* keyword : kKeywords) candidates.Offer(keyword);
+    for (const keywords::Keyword& keyword : keywords::kAll) candidates.Offer(keyword.word);
   } else {
     for (const auto& family : reference::Catalogue::Get().Families()) {
       for (const Command& command : family.commands) {
         if (!command.internal) candidates.Offer(command.name);
       }
     }
-    std::for_each(kKeywords, kKeywords + kStatementKeywords,
-                  [&](const char* keyword) { candidates.Offer(keyword); });
+    for (const auto& [word, role] : keywords::kAll) {
+      if (role == keywords::Role::kStatement || role == keywords::Role::kInclude) {
+        candidates.Offer(word);
+      }
+    }
     candidates.Offer("help");
     candidates.OfferExpression(variables);
   }

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tavhost/analysis/finding.h"
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/script/code/code.h"
 
 namespace check {
@@ -19,33 +19,34 @@ class Findings {
   explicit Findings(const script::Program& program) : program_(program) {}
 
   void Error(std::string_view at, std::string message, std::string replacement = {}) {
-    Add(OffsetOf(at), at.size(), Severity::kError, std::move(message), std::move(replacement));
+    Add(OffsetOf(at), at.size(), base::Severity::kError, std::move(message),
+        std::move(replacement));
   }
   void Hint(std::string_view at, std::string message, std::string replacement = {}) {
-    Add(OffsetOf(at), at.size(), Severity::kHint, std::move(message), std::move(replacement));
+    Add(OffsetOf(at), at.size(), base::Severity::kHint, std::move(message), std::move(replacement));
   }
   void Error(std::uint32_t offset, std::size_t length, std::string message,
              std::string replacement = {}) {
-    Add(offset, length, Severity::kError, std::move(message), std::move(replacement));
+    Add(offset, length, base::Severity::kError, std::move(message), std::move(replacement));
   }
   void Hint(std::uint32_t offset, std::size_t length, std::string message) {
-    Add(offset, length, Severity::kHint, std::move(message), {});
+    Add(offset, length, base::Severity::kHint, std::move(message), {});
   }
 
   bool HasErrorAt(std::uint32_t offset) const { return errors_.count(offset) != 0; }
 
   // In the order of the text.
-  std::vector<Finding> Take();
+  std::vector<base::Diagnostic> Take();
 
  private:
   std::uint32_t OffsetOf(std::string_view at) const { return program_.source.OffsetOf(at); }
-  void Add(std::uint32_t offset, std::size_t length, Severity severity, std::string message,
+  void Add(std::uint32_t offset, std::size_t length, base::Severity severity, std::string message,
            std::string replacement);
 
   const script::Program& program_;
   std::set<std::uint32_t> errors_;
   std::set<std::pair<std::uint32_t, std::string>> known_;
-  std::vector<std::pair<std::uint32_t, Finding>> found_;
+  std::vector<std::pair<std::uint32_t, base::Diagnostic>> found_;
 };
 
 // `; did you mean "NAME"?`, or nothing.

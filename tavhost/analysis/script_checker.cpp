@@ -1,5 +1,6 @@
 #include "tavhost/analysis/script_checker.h"
 
+#include "tavhost/base/keywords.h"
 #include "tavhost/base/nearest_name.h"
 
 namespace check {
@@ -18,9 +19,15 @@ using script::StatementKind;
 namespace {
 
 constexpr std::string_view kScriptPort = "TavScript";
-constexpr std::string_view kKeywords[] = {"if",    "else",     "while", "for",    "func",  "return",
-                                          "break", "continue", "try",   "catch",  "throw", "print",
-                                          "exit",  "global",   "send",  "include"};
+
+// The keyword that a misspelt first word of a statement likely means; empty for none.
+std::string NearestKeyword(std::string_view word) {
+  std::vector<std::string_view> candidates;
+  for (const keywords::Keyword& keyword : keywords::kAll) {
+    if (keywords::StandsFirst(keyword.role)) candidates.push_back(keyword.word);
+  }
+  return base::NearestName(word, candidates);
+}
 
 const CommandAttribute* Given(const CommandElement* element, std::string_view name) {
   for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
@@ -286,9 +293,7 @@ void ScriptChecker::WalkCommand(const Statement* statement) {
   if (!command) {
     if (isOurs) {
       const reference::Command* nearest = reference::Catalogue::Get().Nearest(element->name);
-      const std::string name =
-          nearest ? nearest->name
-                  : base::NearestName(element->name, {std::begin(kKeywords), std::end(kKeywords)});
+      const std::string name = nearest ? nearest->name : NearestKeyword(element->name);
       findings_.Error(element->name,
                       "unknown command \"" + std::string(element->name) + '"' + DidYouMean(name),
                       name);

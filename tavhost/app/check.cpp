@@ -9,19 +9,20 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/base/report.h"
 
 namespace app {
 
 namespace {
 
-nlohmann::ordered_json ToJson(const check::Finding& finding) {
+nlohmann::ordered_json ToJson(const base::Diagnostic& finding) {
   nlohmann::ordered_json json = {
       {"file", finding.file},
       {"line", finding.line},
       {"column", finding.column},
       {"length", finding.length},
-      {"severity", finding.severity == check::Severity::kError ? "error" : "hint"},
+      {"severity", finding.severity == base::Severity::kError ? "error" : "hint"},
       {"message", finding.message}};
   if (!finding.replacement.empty()) json["replacement"] = finding.replacement;
   return json;
@@ -52,10 +53,10 @@ int CheckScripts(const CommandLine& line) {
       isUnreadable = true;
       continue;
     }
-    for (const check::Finding& finding :
+    for (const base::Diagnostic& finding :
          check::CheckScript(source->text, source->name, hasAnswers ? &answers : nullptr)) {
       if (!line.json) Print(finding.text);
-      hasErrors = hasErrors || finding.severity == check::Severity::kError;
+      hasErrors = hasErrors || finding.severity == base::Severity::kError;
       all.push_back(ToJson(finding));
     }
   }

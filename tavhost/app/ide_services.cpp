@@ -10,6 +10,7 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/prompt_values.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/reference/reference_text.h"
@@ -20,13 +21,14 @@ namespace app {
 
 namespace {
 
-SV::String Counted(const std::string& text) {
-  return {text.data(), static_cast<long>(text.size())};
-}
-
-ide::IdeHost::Mistake MistakeOf(const script::Diagnostic& diagnostic) {
-  return {diagnostic.file,    diagnostic.line, diagnostic.column,
-          diagnostic.message, diagnostic.text, false};
+// What cannot run now.
+ide::IdeHost::Outcome Refused(const std::string& name, const char* reason) {
+  ide::IdeHost::Outcome outcome{ide::IdeHost::End::kNotParsed, 0, {}};
+  outcome.mistake.file = name;
+  outcome.mistake.line = 1;
+  outcome.mistake.column = 1;
+  outcome.mistake.message = reason;
+  return outcome;
 }
 
 const char* KindName(std::uint8_t type) {
@@ -65,7 +67,7 @@ IdeServices::~IdeServices() { EndSession(); }
 
 ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
   Outcome result;
-  result.mistake = MistakeOf(outcome.error);
+  result.mistake = outcome.error;
   result.code = outcome.code;
   if (!outcome.parsed) {
     result.end = outcome.error.incomplete ? End::kIncomplete : End::kNotParsed;
@@ -96,7 +98,7 @@ ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
 
 ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std::string& name,
                                              const std::string& text, const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {name, 1, 1, "another script is running", "", false}};
+  if (running_) return Refused(name, "another script is running");
   EndSession();
   stopAsked_ = false;
   const Busy busy(running_);
@@ -113,13 +115,13 @@ ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std:
       sinks.step(static_cast<int>(place.line), static_cast<int>(place.depth));
     };
   }
-  Outcome outcome = OutcomeOf(script::RunText(Counted(text), options));
+  Outcome outcome = OutcomeOf(script::RunText(base::StringOf(text), options));
   if (outcome.end == End::kIncomplete) outcome.end = End::kNotParsed;
   return outcome;
 }
 
 ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks& sinks) {
-  if (running_) return {End::kNotParsed, 0, {"<console>", 1, 1, "a script is running", "", false}};
+  if (running_) return Refused("<console>", "a script is running");
   // A variable's name shows what the last script left in it, too.
   if (const auto answer = AnswerOf(Trimmed(text))) {
     (answer->isError ? sinks.error : sinks.print)(answer->text);
@@ -136,7 +138,7 @@ ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks
     session_ = std::make_unique<script::Session>(std::move(options));
   }
   const app::Variables before = AllVariables();
-  Outcome outcome = OutcomeOf(session_->Run(Counted(ScriptOf(text))));
+  Outcome outcome = OutcomeOf(session_->Run(base::StringOf(ScriptOf(text))));
   const std::string_view command = FirstName(Trimmed(text));
   if (outcome.end == End::kEnded && reference::Catalogue::Get().Find(command)) {
     sinks.print(ChangesSince(before));
@@ -158,14 +160,8 @@ bool IdeServices::IsStopAsked() const { return stop::IsRequested(); }
 
 bool IdeServices::IsEndAsked() const { return endAsked_ || (!running_ && stop::IsRequested()); }
 
-std::vector<ide::IdeHost::Mistake> IdeServices::Check(const std::string& name,
-                                                      const std::string& text) {
-  std::vector<Mistake> mistakes;
-  for (const check::Finding& finding : check::CheckScript(Counted(text), name)) {
-    mistakes.push_back({finding.file, finding.line, finding.column, finding.message, finding.text,
-                        finding.severity == check::Severity::kHint});
-  }
-  return mistakes;
+std::vector<base::Diagnostic> IdeServices::Check(const std::string& name, const std::string& text) {
+  return check::CheckScript(base::StringOf(text), name);
 }
 
 std::vector<std::string> IdeServices::Complete(const std::string& before,

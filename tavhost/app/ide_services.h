@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/ide/ide_host.h"
 #include "tavhost/script/runner.h"
 
@@ -23,7 +24,7 @@ class IdeServices final : public ide::IdeHost {
   bool IsStopAsked() const override;
   void EndSession() override;
   bool IsEndAsked() const override;
-  std::vector<Mistake> Check(const std::string& name, const std::string& text) override;
+  std::vector<base::Diagnostic> Check(const std::string& name, const std::string& text) override;
   std::vector<std::string> Complete(const std::string& before,
                                     const std::vector<std::string>& names) override;
   std::vector<Variable> Variables() override;

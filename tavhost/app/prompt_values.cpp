@@ -1,8 +1,7 @@
 #include "tavhost/app/prompt_values.h"
 
-#include <cctype>
-
 #include "host/script/script.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/reference/reference.h"
@@ -40,19 +39,15 @@ OwnAnswer HelpOn(std::string_view topic) {
 }  // namespace
 
 std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) {
-    text.remove_suffix(1);
-  }
+  while (!text.empty() && ascii::IsSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && ascii::IsSpace(text.back())) text.remove_suffix(1);
   return text;
 }
 
 std::string_view FirstName(std::string_view text) {
   std::size_t length = 0;
-  while (length < text.size() && (std::isalnum(static_cast<unsigned char>(text[length])) ||
-                                  text[length] == '_' || text[length] == '-')) {
+  while (length < text.size() &&
+         (ascii::IsLetterOrDigit(text[length]) || text[length] == '_' || text[length] == '-')) {
     ++length;
   }
   return text.substr(0, length);

@@ -15,6 +15,7 @@
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/reference/reference.h"
 #include "tavhost/script/runner.h"
 
@@ -90,8 +91,7 @@ class Prompt {
     const std::string text = ScriptOf(entry);
     const std::string_view trimmed = Trimmed(entry);
     const Variables before = interactive_ ? AllVariables() : Variables();
-    const script::Outcome outcome =
-        session_.Run(SV::String(text.data(), static_cast<long>(text.size())));
+    const script::Outcome outcome = session_.Run(base::StringOf(text));
     if (!outcome.parsed && outcome.error.incomplete && !atEnd) {
       pending_ = entry;
       return true;

@@ -8,6 +8,7 @@
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/script/runner.h"
 
@@ -16,7 +17,7 @@ namespace app {
 namespace {
 
 std::optional<ScriptSource> TextOnCommandLine(const std::string& text) {
-  return ScriptSource{"<command line>", SV::String(text.data(), static_cast<long>(text.size()))};
+  return ScriptSource{"<command line>", base::StringOf(text)};
 }
 
 // Scripts find their files beside them. A script without a file has the current directory.

@@ -2,6 +2,7 @@
 
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/string_of.h"
 
 namespace app {
 
@@ -13,7 +14,7 @@ std::optional<ScriptSource> ReadScript(const std::string& path) {
   if (text && text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
     error = "a script is at most 2 GiB long";
   } else if (text) {
-    return ScriptSource{name, SV::String(text->data(), static_cast<long>(text->size()))};
+    return ScriptSource{name, base::StringOf(*text)};
   }
   report::Line("tavhost: cannot read " + name + ": " + error);
   return std::nullopt;

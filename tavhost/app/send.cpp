@@ -12,6 +12,7 @@
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/ports/message.h"
@@ -34,8 +35,7 @@ bool ParseCommands(const std::string& operand, std::size_t number, Documents& do
     return false;
   }
   kel::ParseError mistake;
-  auto document =
-      kel::Document::Parse(SV::String(text->data(), static_cast<long>(text->size())), mistake);
+  auto document = kel::Document::Parse(base::StringOf(*text), mistake);
   if (!document) {
     report::Line(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
                  ": error: " + mistake.message);
@@ -52,7 +52,7 @@ bool SendCommand(const kel::Element& element) {
   TavMessage message;
   if (!script::ScriptPort::TavScript().Handle(command.c_str(), parser, message)) {
     const std::string text = script::UnknownCommandText(TavMessagePort::TavScript(), command);
-    message.Result().SetError(SV::String(text.data(), static_cast<long>(text.size())));
+    message.Result().SetError(base::StringOf(text));
   }
   Print(message.Reply().View());
   Print("\n");

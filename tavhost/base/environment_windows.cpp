@@ -3,29 +3,9 @@
 #include <cwchar>
 
 #include "tavhost/base/environment.h"
+#include "tavhost/base/wide_text_windows.h"
 
 namespace base {
-
-namespace {
-
-std::wstring Wide(const std::string& text) {
-  const int size = static_cast<int>(text.size());
-  const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0);
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), length);
-  return wide;
-}
-
-std::string Narrow(const std::wstring& text) {
-  const int size = static_cast<int>(text.size());
-  const int length =
-      WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
-  std::string narrow(static_cast<std::size_t>(length), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), size, narrow.data(), length, nullptr, nullptr);
-  return narrow;
-}
-
-}  // namespace
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const std::wstring wide = Wide(name);
@@ -50,7 +30,7 @@ std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   for (const wchar_t* entry = block; *entry; entry += std::wcslen(entry) + 1) {
     const wchar_t* const equals = std::wcschr(entry + 1, L'=');  // some names begin with one
     if (equals)
-      all.emplace_back(Narrow(std::wstring(entry, static_cast<std::size_t>(equals - entry))),
+      all.emplace_back(Narrow({entry, static_cast<std::size_t>(equals - entry)}),
                        Narrow(equals + 1));
   }
   FreeEnvironmentStringsW(block);

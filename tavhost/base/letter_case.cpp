@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tavhost/base/string_of.h"
+
 namespace base {
 
 namespace {
@@ -88,7 +90,7 @@ SV::String Changed(const SV::String& text, Change change) {
       Encode(out, changed);
     }
   }
-  return SV::String(out.data(), static_cast<long>(out.size()));
+  return base::StringOf(out);
 }
 
 }  // namespace

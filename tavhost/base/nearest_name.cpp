@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "tavhost/base/ascii.h"
+
 namespace base {
 
 namespace {
 
 constexpr std::size_t kLongestName = 64;  // longer ones are no slip of the finger
-
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // Edits between two names: insertions, removals, changes, and swaps of neighbours.
 std::size_t Distance(std::string_view a, std::string_view b) {
@@ -20,10 +20,10 @@ std::size_t Distance(std::string_view a, std::string_view b) {
   for (std::size_t i = 1; i <= a.size(); ++i) {
     row[0] = i;
     for (std::size_t j = 1; j <= b.size(); ++j) {
-      const bool same = Lower(a[i - 1]) == Lower(b[j - 1]);
+      const bool same = ascii::EqualIgnoringCase(a[i - 1], b[j - 1]);
       row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + (same ? 0u : 1u)});
-      if (i > 1 && j > 1 && Lower(a[i - 1]) == Lower(b[j - 2]) &&
-          Lower(a[i - 2]) == Lower(b[j - 1])) {
+      if (i > 1 && j > 1 && ascii::EqualIgnoringCase(a[i - 1], b[j - 2]) &&
+          ascii::EqualIgnoringCase(a[i - 2], b[j - 1])) {
         row[j] = std::min(row[j], before[j - 2] + 1);
       }
     }

@@ -1,7 +1,6 @@
 #include "host/base/string.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -9,7 +8,9 @@
 #include <new>
 #include <stdexcept>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/text_history.h"
 
 namespace SV {
@@ -239,13 +240,13 @@ String String::GetToken(long index, char separator) const {
     rest.remove_prefix(end + 1);
   }
   const auto piece = rest.substr(0, rest.find(separator));
-  return String(piece.data(), static_cast<long>(piece.size()));
+  return base::StringOf(piece);
 }
 
 String& String::ToLower() {
   MakeOwn(Len());
   for (char* byte = buffer_->Data(); byte != buffer_->Data() + Len(); ++byte) {
-    if (*byte >= 'A' && *byte <= 'Z') *byte = static_cast<char>(*byte + ('a' - 'A'));
+    *byte = ascii::ToLower(*byte);
   }
   return *this;
 }
@@ -253,7 +254,7 @@ String& String::ToLower() {
 String& String::ToUpper() {
   MakeOwn(Len());
   for (char* byte = buffer_->Data(); byte != buffer_->Data() + Len(); ++byte) {
-    if (*byte >= 'a' && *byte <= 'z') *byte = static_cast<char>(*byte - ('a' - 'A'));
+    *byte = ascii::ToUpper(*byte);
   }
   return *this;
 }
@@ -268,15 +269,13 @@ struct DecimalPrefix {
 
 DecimalPrefix ReadDecimalPrefix(std::string_view text) {
   DecimalPrefix result;
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) {
-    text.remove_prefix(1);
-  }
+  while (!text.empty() && ascii::IsSpace(text.front())) text.remove_prefix(1);
   if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
     result.negative = text.front() == '-';
     text.remove_prefix(1);
   }
   for (char digit : text) {
-    if (digit < '0' || digit > '9') break;
+    if (!ascii::IsDigit(digit)) break;
     result.magnitude = std::min<std::uint64_t>(
         result.magnitude * 10 + static_cast<unsigned>(digit - '0'), std::uint64_t{1} << 33);
   }

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "host/base/wstring.h"
+#include "tavhost/base/literal.h"
 
 namespace trace {
 
@@ -41,37 +42,6 @@ std::string NameOf(const void* object) {
   if (!object) return "null";
   const auto found = Names().find(object);
   return found == Names().end() ? "?" : found->second;
-}
-
-void AppendEscaped(std::string& out, char byte) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  const auto code = static_cast<unsigned char>(byte);
-  switch (byte) {
-    case '"':
-      out += "\\\"";
-      break;
-    case '\\':
-      out += "\\\\";
-      break;
-    case '\n':
-      out += "\\n";
-      break;
-    case '\r':
-      out += "\\r";
-      break;
-    case '\t':
-      out += "\\t";
-      break;
-    case '\0':
-      out += "\\0";
-      break;
-    default:
-      if (code < 0x20 || code == 0x7F) {
-        out += {'\\', 'x', kHex[code >> 4], kHex[code & 15]};
-      } else {
-        out += byte;
-      }
-  }
 }
 
 std::string CallText(std::string_view name, std::initializer_list<SV::String> arguments) {
@@ -110,10 +80,9 @@ SV::String Text(std::int64_t value) { return Digits(value); }
 SV::String Text(std::uint64_t value) { return Digits(value); }
 
 SV::String Text(std::string_view text) {
-  std::string literal = "\"";
-  for (const char byte : text) AppendEscaped(literal, byte);
-  literal += '"';
-  return base::StringOf(literal);
+  SV::String literal;
+  base::AppendLiteral(literal, text, base::kUpperHex);
+  return literal;
 }
 
 SV::String Text(const SV::WString& text) {

@@ -1,6 +1,7 @@
 #include "host/browser/editable_browser_objects.h"
 
 #include "host/base/string.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/table/table_model.h"
 
@@ -15,5 +16,5 @@ TavEditableBrowserObjects::~TavEditableBrowserObjects() = default;
 SV::String TavEditableBrowserObjects::WriteToText(char fieldSeparator) {
   trace::Call call(this, "WriteToText", fieldSeparator);
   const std::string text = Table().Write(fieldSeparator);
-  return call.Result(SV::String(text.data(), static_cast<long>(text.size())));
+  return call.Result(base::StringOf(text));
 }

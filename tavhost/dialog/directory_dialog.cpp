@@ -2,6 +2,7 @@
 
 #include "host/base/string.h"
 #include "host/sv/modal_dialog.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
@@ -26,7 +27,7 @@ bool ExecuteDirectoryDialog(SV::Window* parent, SV::String& path) {
   const bool confirmed = modal::Run(window) == 1;
   if (confirmed) {
     const std::string& chosen = window.Directory().path;
-    path = SV::String(chosen.data(), static_cast<long>(chosen.size()));
+    path = base::StringOf(chosen);
   }
   return call.Result(confirmed);
 }

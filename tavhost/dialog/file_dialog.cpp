@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "host/sv/modal_dialog.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/modal.h"
@@ -17,14 +18,6 @@ class TavFileDialog::Window final : public SV::ModalDialog {
 
   char fileName[kFileNameCapacity] = {};
 };
-
-namespace {
-
-SV::String ToString(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
-}  // namespace
 
 TavFileDialog::TavFileDialog(SV::Window* parent, std::uint32_t style, SV::Edit* edit,
                              SV::String* text) {
@@ -56,7 +49,7 @@ void TavFileDialog::SetPath(const SV::String& path) {
 SV::String TavFileDialog::GetPath() {
   trace::Call call(this, "GetPath");
   const std::vector<std::string>& chosen = window_->Files().chosen;
-  return call.Result(chosen.empty() ? SV::String() : ToString(chosen.front()));
+  return call.Result(chosen.empty() ? SV::String() : base::StringOf(chosen.front()));
 }
 
 void TavFileDialog::AddFilter(const SV::String& text, const SV::String& type) {
@@ -102,5 +95,5 @@ long TavFileDialog::Execute() {
 void TavFileDialog::GetSelectedFiles(ISequence<SV::String>& files) {
   trace::Call call(this, "GetSelectedFiles");
   call.Write();
-  for (const std::string& path : window_->Files().chosen) files.Append(ToString(path));
+  for (const std::string& path : window_->Files().chosen) files.Append(base::StringOf(path));
 }

@@ -1,5 +1,6 @@
 #include "host/dialog/list_box_dialog.h"
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/models/list_box_model.h"
 
@@ -53,5 +54,5 @@ SV::String TavListBoxDialog::GetSelectEntry() {
   const std::vector<std::uint32_t> selected = List().Selected();
   if (selected.empty()) return call.Result(SV::String());
   const std::string_view entry = List().Entry(selected.front());
-  return call.Result(SV::String(entry.data(), static_cast<long>(entry.size())));
+  return call.Result(base::StringOf(entry));
 }

@@ -1,5 +1,6 @@
 #include "host/dialog/mess_win.h"
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/toolkit.h"
@@ -31,5 +32,5 @@ void TavMessWin::SetText(const SV::String& text) {
 SV::String TavMessWin::GetText() const {
   trace::Call call(this, "GetText");
   const auto& message = static_cast<const ui::MessageWindowModel&>(Model());
-  return call.Result(SV::String(message.text.data(), static_cast<long>(message.text.size())));
+  return call.Result(base::StringOf(message.text));
 }

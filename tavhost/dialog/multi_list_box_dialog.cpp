@@ -1,5 +1,6 @@
 #include "host/dialog/multi_list_box_dialog.h"
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/models/list_box_model.h"
 
@@ -61,5 +62,5 @@ SV::String TavMultiListBoxDialog::GetSelectEntry(std::uint32_t index) {
   if (index >= selected_.size()) selected_ = List().Selected();
   if (index >= selected_.size()) return call.Result(SV::String());
   const std::string_view entry = List().Entry(selected_[index]);
-  return call.Result(SV::String(entry.data(), static_cast<long>(entry.size())));
+  return call.Result(base::StringOf(entry));
 }

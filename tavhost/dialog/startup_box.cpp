@@ -4,6 +4,7 @@
 
 #include "host/base/string.h"
 #include "host/dialog/startup_box.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/toolkit.h"
@@ -40,7 +41,7 @@ void Hide() {
 SV::String AdditionalMessage() {
   if (!Shown()) return SV::String();
   const std::string& text = Shown()->window.text;
-  return SV::String(text.data(), static_cast<long>(text.size()));
+  return base::StringOf(text);
 }
 
 }  // namespace startup_box

@@ -6,6 +6,7 @@
 
 #include "host/files/core_variables.h"
 #include "host/files/database_names.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/trace.h"
 
@@ -22,22 +23,16 @@ constexpr std::size_t kLongestName = 200;
 std::string chosenFolder;
 std::vector<std::string> beingWritten;  // stored files
 
-char Lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte; }
-
-bool IsSame(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
 // "con", "com1" and their like, with any extension: one system opens a device by them.
 bool IsDeviceName(std::string_view name) {
   std::string_view stem = name.substr(0, name.find('.'));
   while (stem.ends_with(' ')) stem.remove_suffix(1);
   for (const std::string_view device : {"con", "prn", "aux", "nul"}) {
-    if (IsSame(stem, device)) return true;
+    if (ascii::EqualIgnoringCase(stem, device)) return true;
   }
-  return stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9' &&
-         (IsSame(stem.substr(0, 3), "com") || IsSame(stem.substr(0, 3), "lpt"));
+  return stem.size() == 4 && ascii::IsDigit(stem[3]) &&
+         (ascii::EqualIgnoringCase(stem.substr(0, 3), "com") ||
+          ascii::EqualIgnoringCase(stem.substr(0, 3), "lpt"));
 }
 
 std::string LibraryFolder(long libraryId) {
@@ -106,7 +101,7 @@ std::optional<Stored> Find(std::string_view path, long libraryId) {
   std::string best;
   for (const std::string& file : contents.files) {
     if (file == name) return Stored{disk::Join(folder, file), true};
-    if (IsSame(file, name) && (best.empty() || file < best)) best = file;
+    if (ascii::EqualIgnoringCase(file, name) && (best.empty() || file < best)) best = file;
   }
   if (!best.empty()) return Stored{disk::Join(folder, best), true};
   std::string file = disk::Join(folder, std::string(name));
@@ -125,7 +120,7 @@ void SetFolder(const std::string& folder) {
 
 bool IsAreaName(std::string_view path) {
   return path.size() >= kPrefix.size() && (path[3] == '\\' || path[3] == '/') &&
-         IsSame(path.substr(0, 3), kPrefix.substr(0, 3));
+         ascii::EqualIgnoringCase(path.substr(0, 3), kPrefix.substr(0, 3));
 }
 
 bool IsInArea(std::string_view path, long libraryId) {

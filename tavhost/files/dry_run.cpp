@@ -10,6 +10,8 @@
 #include "host/script/script_result.h"
 #include "host/script/type_check.h"
 #include "host/windows/windows.h"
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/dir_entry_style.h"
 #include "tavhost/script/ports/message.h"
@@ -18,15 +20,11 @@
 
 namespace {
 
-SV::String ToString(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
 // Absolute, in the system's style, without `.`, `..` and separators that are there twice.
 std::string Full(const std::string& path) {
-  SV::DirEntry entry(ToString(path));
+  SV::DirEntry entry(base::StringOf(path));
   entry.ToAbs();
   const SV::String written = entry.GetFull();
   std::string_view rest = written.View();
@@ -49,14 +47,6 @@ std::string Full(const std::string& path) {
   return result;
 }
 
-// As the system orders names.
-char Folded(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
-
-std::string FoldedText(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), Folded);
-  return text;
-}
-
 // A path as its folder and its name, both as the system writes them.
 std::pair<std::string, std::string> Parted(const std::string& path) {
   std::string full = Full(path);
@@ -76,7 +66,8 @@ bool Matches(std::string_view pattern, std::string_view name) {
     if (p < pattern.size() && pattern[p] == '*') {
       star = p++;
       mark = n;
-    } else if (p < pattern.size() && (pattern[p] == '?' || Folded(pattern[p]) == Folded(name[n]))) {
+    } else if (p < pattern.size() &&
+               (pattern[p] == '?' || ascii::EqualIgnoringCase(pattern[p], name[n]))) {
       ++p;
       ++n;
     } else if (star != std::string_view::npos) {
@@ -101,7 +92,7 @@ bool HidesItsName(std::string_view pattern) {
 bool IsNameable(const std::string& name) { return name.find_first_of("\\*?") == std::string::npos; }
 
 std::string FolderOf(const std::string& pattern) {
-  std::string folder(SV::DirEntry(ToString(pattern)).GetPath().GetFull().View());
+  std::string folder(SV::DirEntry(base::StringOf(pattern)).GetPath().GetFull().View());
   if (!folder.ends_with('\\')) folder += '\\';
   return folder;
 }
@@ -220,9 +211,8 @@ std::vector<DryRun::Entry> DryRun::List(const std::string& pattern, bool& matche
       if (entry.kind != Kind::kNone && Matches(mask, name)) entries.push_back(entry);
     }
     std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
-      const std::string first = FoldedText(a.name);
-      const std::string second = FoldedText(b.name);
-      return first != second ? first < second : a.name < b.name;
+      const int order = ascii::CompareInUpperCase(a.name, b.name);  // as the system does
+      return order != 0 ? order < 0 : a.name < b.name;
     });
   }
   // A directory that would be new is there to be searched.

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
@@ -144,7 +145,7 @@ bool TavFileManager::getAllDBFilesOfDir(long directoryId,
   const auto files = database_area::FilesOfLibrary(directoryId);
   if (!files) return call.Result(false);
   for (const std::string& file : *files) {
-    names.insert(SV::String(file.data(), static_cast<long>(file.size())));
+    names.insert(base::StringOf(file));
   }
   return call.Result(true);
 }

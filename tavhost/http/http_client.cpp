@@ -4,8 +4,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/utf16.h"
 #include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
@@ -19,18 +22,16 @@ constexpr std::uint32_t kRetryLimit = 10;
 
 std::size_t bodyLimit = http::kBodyLimit;
 
-std::string Utf8(const SV::WString& text) {
-  return std::string(SV::ConvertWStringToUTF8String(text).View());
-}
+std::string Utf8(const SV::WString& text) { return utf16::ToUtf8(text.View()); }
 
 SV::WString Wide(const std::string& utf8) {
-  return SV::ConvertUTF8StringToWString(SV::String(utf8.data(), static_cast<long>(utf8.size())));
+  return SV::ConvertUTF8StringToWString(base::StringOf(utf8));
 }
 
 // A token of RFC 9110, 5.6.2.
 bool IsToken(const std::string& verb) {
   return !verb.empty() && std::all_of(verb.begin(), verb.end(), [](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+    return ascii::IsLetterOrDigit(c) ||
            std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
   });
 }

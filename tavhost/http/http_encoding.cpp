@@ -6,6 +6,8 @@
 #include <array>
 #include <string>
 
+#include "tavhost/base/ascii.h"
+
 namespace http {
 
 namespace {
@@ -70,9 +72,7 @@ class Inflater final : public Decoder {
 }  // namespace
 
 std::unique_ptr<Decoder> Decoder::For(std::string_view encoding, Body& body) {
-  std::string name(encoding);
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  const std::string name = ascii::ToLower(encoding);
   if (name.empty() || name == "identity") return std::make_unique<Identity>(body);
   if (name == "gzip" || name == "x-gzip") return std::make_unique<Inflater>(body, true);
   if (name == "deflate") return std::make_unique<Inflater>(body, false);

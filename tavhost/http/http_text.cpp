@@ -4,7 +4,8 @@
 
 #include <algorithm>
 
-#include "host/base/wstring.h"
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/utf16.h"
 
 namespace http {
 
@@ -15,14 +16,6 @@ constexpr char16_t kWindows1252[32] = {
     0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
-
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
-  return lower;
-}
 
 std::u16string FromWindows1252(std::string_view bytes) {
   std::u16string text(bytes.size(), u'\0');
@@ -35,8 +28,7 @@ std::u16string FromWindows1252(std::string_view bytes) {
 
 std::u16string FromUtf8(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  const SV::String text(bytes.data(), static_cast<long>(bytes.size()));
-  return std::u16string(SV::ConvertUTF8StringToWString(text).View());
+  return utf16::FromUtf8(bytes);
 }
 
 std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
@@ -54,7 +46,7 @@ std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
 }  // namespace
 
 std::string CharsetOf(std::string_view contentType) {
-  const std::string lower = Lower(contentType);
+  const std::string lower = ascii::ToLower(contentType);
   std::size_t at = lower.find(';');
   while (at != std::string::npos) {
     at = lower.find_first_not_of("; \t", at);
@@ -73,7 +65,7 @@ std::string CharsetOf(std::string_view contentType) {
 }
 
 std::u16string DecodeText(std::string_view bytes, std::string_view charset) {
-  const std::string name = Lower(charset);
+  const std::string name = ascii::ToLower(charset);
   if (name == "utf-8" || name == "utf8") return FromUtf8(bytes);
   if (name == "windows-1252" || name == "cp1252") return FromWindows1252(bytes);
   if (name == "utf-16le") return FromUtf16(bytes, false);

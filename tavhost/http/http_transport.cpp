@@ -3,18 +3,12 @@
 #include <algorithm>
 #include <chrono>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/event_loop.h"
 
 namespace http {
 
 namespace {
-
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    return lower(x) == lower(y);
-  });
-}
 
 std::string_view Trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(" \t\r\n");
@@ -39,7 +33,7 @@ void ForEachField(std::string_view header, Use use) {
 std::string Answer::Field(std::string_view name) const {
   std::string found;
   ForEachField(header, [&](std::string_view field, std::string_view value) {
-    if (!EqualIgnoringCase(field, name)) return true;
+    if (!ascii::EqualIgnoringCase(field, name)) return true;
     found = value;
     return false;
   });
@@ -51,8 +45,8 @@ bool HasBadFraming(std::string_view header) {
   bool bad = false;
   bool chunked = false;
   ForEachField(header, [&](std::string_view field, std::string_view value) {
-    if (EqualIgnoringCase(field, "Transfer-Encoding")) chunked = true;
-    if (!EqualIgnoringCase(field, "Content-Length")) return true;
+    if (ascii::EqualIgnoringCase(field, "Transfer-Encoding")) chunked = true;
+    if (!ascii::EqualIgnoringCase(field, "Content-Length")) return true;
     const bool number = !value.empty() && value.find_first_not_of("0123456789") == value.npos;
     if (!number || (!length.empty() && length != value)) bad = true;
     length = value;

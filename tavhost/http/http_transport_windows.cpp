@@ -8,9 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host/base/wstring.h"
 #include "host/windows/winhttp.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/utf16.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/files/base64_codec.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
@@ -20,12 +21,6 @@
 namespace http {
 
 namespace {
-
-std::wstring Wide(const std::string& utf8) {
-  const SV::WString wide =
-      SV::ConvertUTF8StringToWString(SV::String(utf8.data(), static_cast<long>(utf8.size())));
-  return std::wstring(wide.GetStr(), wide.GetStr() + wide.Len());
-}
 
 std::string Base64(const std::string& text) {
   std::string encoded(base64::EncodedLength(text.size()), '\0');
@@ -41,10 +36,10 @@ std::string Credentials(const Url& url) {
 // The host as WinHTTP takes it: addresses of IPv6 in brackets, names in ASCII; empty when it
 // cannot be.
 std::wstring Host(const Url& url) {
-  if (url.host.find(':') != std::string::npos) return L"[" + Wide(url.host) + L"]";
+  if (url.host.find(':') != std::string::npos) return L"[" + base::Wide(url.host) + L"]";
   constexpr int kLongestName = 255;
   wchar_t ascii[kLongestName + 1];
-  const std::wstring host = Wide(url.host);
+  const std::wstring host = base::Wide(url.host);
   const int length = IdnToAscii(0, host.data(), static_cast<int>(host.size()), ascii, kLongestName);
   return std::wstring(ascii, static_cast<std::size_t>(std::max(length, 0)));
 }
@@ -152,15 +147,15 @@ class Exchanging {
     if (request_.proxy) {
       // WinHTTP would pass over a proxy that it cannot speak to.
       if (request_.proxy->scheme != "http") return false;
-      proxy = Wide(request_.proxy->hostAndPort);
+      proxy = base::Wide(request_.proxy->hostAndPort);
     }
     const std::wstring host = Host(request_.url);
     if (host.empty()) return false;
     connection_ = WinHttpConnect(Session(proxy), host.c_str(), request_.url.port, 0);
     if (!connection_) return false;
     exchange_ = WinHttpOpenRequest(
-        connection_, Wide(request_.verb).c_str(), Wide(request_.url.target).c_str(), nullptr,
-        WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+        connection_, base::Wide(request_.verb).c_str(), base::Wide(request_.url.target).c_str(),
+        nullptr, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
         WINHTTP_FLAG_ESCAPE_DISABLE | (request_.url.secure ? WINHTTP_FLAG_SECURE : 0));
     if (!exchange_) return false;
     SetOption(exchange_, WINHTTP_OPTION_CONTEXT_VALUE, reinterpret_cast<DWORD_PTR>(reports_.get()));
@@ -170,7 +165,7 @@ class Exchanging {
     }
     reports_->self = reports_;
     SetOptions();
-    return WinHttpAddRequestHeaders(exchange_, Wide(kAcceptEncoding).c_str(),
+    return WinHttpAddRequestHeaders(exchange_, base::Wide(kAcceptEncoding).c_str(),
                                     static_cast<DWORD>(-1), WINHTTP_ADDREQ_FLAG_ADD) &&
            SetCredentials();
   }
@@ -200,7 +195,7 @@ class Exchanging {
   bool SetCredentials() {
     if (!request_.url.userInfo.empty()) {
       const std::string field = "Authorization: Basic " + Base64(Credentials(request_.url));
-      if (!WinHttpAddRequestHeaders(exchange_, Wide(field).c_str(), static_cast<DWORD>(-1),
+      if (!WinHttpAddRequestHeaders(exchange_, base::Wide(field).c_str(), static_cast<DWORD>(-1),
                                     WINHTTP_ADDREQ_FLAG_ADD)) {
         return false;
       }
@@ -208,9 +203,9 @@ class Exchanging {
     if (!request_.proxy || request_.proxy->userInfo.empty()) return true;
     const std::string& userInfo = request_.proxy->userInfo;
     const auto colon = userInfo.find(':');
-    const std::wstring user = Wide(PercentDecoded(userInfo.substr(0, colon)));
+    const std::wstring user = base::Wide(PercentDecoded(userInfo.substr(0, colon)));
     const std::wstring password =
-        colon == std::string::npos ? L"" : Wide(PercentDecoded(userInfo.substr(colon + 1)));
+        colon == std::string::npos ? L"" : base::Wide(PercentDecoded(userInfo.substr(colon + 1)));
     return WinHttpSetCredentials(exchange_, WINHTTP_AUTH_TARGET_PROXY, WINHTTP_AUTH_SCHEME_BASIC,
                                  user.c_str(), password.c_str(), nullptr) != FALSE;
   }
@@ -262,8 +257,7 @@ class Exchanging {
                              WINHTTP_NO_HEADER_INDEX)) {
       return false;
     }
-    const SV::String header = SV::ConvertWStringToUTF8String(SV::WString(units.data()));
-    answer_.header = std::string(header.View());
+    answer_.header = utf16::ToUtf8(units.data());
     if (answer_.header.size() > kHeaderLimit || HasBadFraming(answer_.header)) return false;
     DWORD status = 0;
     DWORD size = sizeof status;

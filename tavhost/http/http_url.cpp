@@ -4,20 +4,11 @@
 #include <charconv>
 #include <vector>
 
+#include "tavhost/base/ascii.h"
+
 namespace http {
 
 namespace {
-
-bool IsAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
-  return lower;
-}
 
 bool HasControlOrBlank(std::string_view text) {
   return std::any_of(text.begin(), text.end(),
@@ -40,9 +31,9 @@ std::string EscapedOutsideAscii(std::string_view text) {
 
 // The length of a scheme in front of `:`, 0 when there is none.
 std::size_t SchemeLength(std::string_view text) {
-  if (text.empty() || !IsAlpha(text[0])) return 0;
+  if (text.empty() || !ascii::IsLetter(text[0])) return 0;
   std::size_t length = 1;
-  while (length < text.size() && (IsAlpha(text[length]) || IsDigit(text[length]) ||
+  while (length < text.size() && (ascii::IsLetterOrDigit(text[length]) ||
                                   std::string_view("+-.").find(text[length]) != text.npos)) {
     ++length;
   }
@@ -67,7 +58,7 @@ bool ParseHostAndPort(std::string_view text, Url& url) {
     return text.front() == ':' && ParsePort(text.substr(1), url.port);
   }
   const auto colon = text.find(':');
-  url.host = Lower(text.substr(0, colon));
+  url.host = ascii::ToLower(text.substr(0, colon));
   if (url.host.empty() || url.host.find_first_of("<>\"\\^`{|}[]@,%") != std::string::npos) {
     return false;
   }
@@ -111,7 +102,7 @@ std::string Url::Origin() const {
 std::optional<Url> ParseUrl(std::string_view text) {
   if (HasControlOrBlank(text)) return std::nullopt;
   const std::size_t schemeLength = SchemeLength(text);
-  const std::string scheme = Lower(text.substr(0, schemeLength));
+  const std::string scheme = ascii::ToLower(text.substr(0, schemeLength));
   if (scheme != "http" && scheme != "https") return std::nullopt;
   text.remove_prefix(schemeLength + 1);
   if (!text.starts_with("//")) return std::nullopt;

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tavhost/base/diagnostic.h"
+
 namespace reference {
 class Catalogue;
 struct Command;
@@ -17,16 +19,6 @@ namespace ide {
 // thread; texts are UTF-8.
 class IdeHost {
  public:
-  // Where a mistake is; lines and columns count from 1, columns in code points.
-  struct Mistake {
-    std::string file;
-    std::uint32_t line = 0;
-    std::uint32_t column = 0;
-    std::string message;
-    std::string text;     // as the command line shows it: place, message, source line, caret
-    bool isHint = false;  // it may be meant so
-  };
-
   struct Sinks {
     std::function<void(std::string_view)> print;
     std::function<void(std::string_view)> error;
@@ -48,7 +40,7 @@ class IdeHost {
   struct Outcome {
     End end = End::kEnded;
     long code = 0;
-    Mistake mistake;
+    base::Diagnostic mistake;
   };
 
   struct Variable {
@@ -79,7 +71,7 @@ class IdeHost {
   // Whether the program was asked from outside to end while nothing ran.
   virtual bool IsEndAsked() const = 0;
 
-  virtual std::vector<Mistake> Check(const std::string& name, const std::string& text) = 0;
+  virtual std::vector<base::Diagnostic> Check(const std::string& name, const std::string& text) = 0;
 
   // The words that can stand where `before` ends; `names` are the variables known to the caller.
   virtual std::vector<std::string> Complete(const std::string& before,

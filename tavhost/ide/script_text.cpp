@@ -1,11 +1,11 @@
 #include "tavhost/ide/script_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <vector>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/ide/script_tokens.h"
 
 namespace ide {
@@ -14,16 +14,10 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return lower;
-}
-
 std::vector<std::string> Words(std::string_view query) {
   std::vector<std::string> words;
   std::string word;
-  for (const char c : Lower(query) + ' ') {
+  for (const char c : ascii::ToLower(query) + ' ') {
     if (c != ' ' && c != '\t') {
       word += c;
     } else if (!word.empty()) {
@@ -118,8 +112,8 @@ std::optional<Place> PlaceIn(std::string_view line) {
 }
 
 int SearchScore(std::string_view query, std::string_view name, std::string_view text) {
-  const std::string lowerName = Lower(name);
-  const std::string lowerText = Lower(text);
+  const std::string lowerName = ascii::ToLower(name);
+  const std::string lowerText = ascii::ToLower(text);
   int score = 1;
   for (const std::string& word : Words(query)) {
     const std::size_t inName = lowerName.find(word);

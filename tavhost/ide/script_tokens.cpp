@@ -1,7 +1,9 @@
 #include "tavhost/ide/script_tokens.h"
 
 #include <algorithm>
-#include <iterator>
+
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/keywords.h"
 
 namespace ide {
 
@@ -27,22 +29,20 @@ LineState Pack(const State& state) {
          std::min(state.depth, kMostDepth) << 3;
 }
 
-constexpr std::u16string_view kStatementKeywords[] = {
-    u"if",    u"while", u"for",  u"func",   u"return", u"break", u"continue", u"try",
-    u"throw", u"print", u"exit", u"global", u"send",   u"else",  u"catch",    u"include"};
-constexpr std::u16string_view kExpressionKeywords[] = {u"in", u"from", u"to",   u"step",  u"and",
-                                                       u"or", u"not",  u"true", u"false", u"if"};
-
-template <std::size_t size>
-bool IsOneOf(std::u16string_view word, const std::u16string_view (&words)[size]) {
-  return std::find(std::begin(words), std::end(words), word) != std::end(words);
+bool IsStatementKeyword(std::u16string_view word) {
+  const keywords::Keyword* const keyword = keywords::Find(word);
+  return keyword && keywords::StandsFirst(keyword->role);
 }
 
-bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
-bool IsNameStart(char16_t c) {
-  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_';
+// An `if` stands behind `else`.
+bool IsExpressionKeyword(std::u16string_view word) {
+  const keywords::Keyword* const keyword = keywords::Find(word);
+  return keyword && (!keywords::StandsFirst(keyword->role) || word == u"if");
 }
-bool IsNamePart(char16_t c) { return IsNameStart(c) || IsDigit(c); }
+
+using ascii::IsDigit;
+bool IsNameStart(char16_t c) { return ascii::IsLetter(c) || c == u'_'; }
+bool IsNamePart(char16_t c) { return ascii::IsLetterOrDigit(c) || c == u'_'; }
 
 class Tokenizer {
  public:
@@ -109,8 +109,7 @@ class Tokenizer {
     const std::size_t begin = at_;
     while (at_ < line_.size() && IsNamePart(line_[at_])) ++at_;
     const bool statement = state_.depth == 0 && state_.mode == Mode::kStart;
-    if (!InExpression() &&
-        !(statement && IsOneOf(line_.substr(begin, at_ - begin), kStatementKeywords))) {
+    if (!InExpression() && !(statement && IsStatementKeyword(line_.substr(begin, at_ - begin)))) {
       // Here names hold `-` where more of them follows.
       while (Peek(0) == u'-' && (IsNamePart(Peek(1)) || Peek(1) == u'-')) {
         ++at_;
@@ -138,7 +137,7 @@ class Tokenizer {
       ++at_;
       return Add(TokenKind::kParameter, begin);
     }
-    if (IsOneOf(name, kStatementKeywords)) {
+    if (IsStatementKeyword(name)) {
       state_.mode = name == u"send" ? Mode::kSend : Mode::kExpression;
       if (name == u"else" || name == u"try") state_.mode = Mode::kStart;
       return Add(TokenKind::kKeyword, begin);
@@ -167,7 +166,7 @@ class Tokenizer {
       afterDot_ = false;
       return Add(TokenKind::kVariable, begin);
     }
-    if (IsOneOf(name, kExpressionKeywords)) return Add(TokenKind::kKeyword, begin);
+    if (IsExpressionKeyword(name)) return Add(TokenKind::kKeyword, begin);
     if (Peek(0) == u':') {
       ++at_;
       return Add(TokenKind::kParameter, begin);

@@ -1,7 +1,8 @@
 #include "host/windows/windows.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/program_file.h"
-#include "tavhost/loader/wide_text_windows.h"
+#include "tavhost/loader/system_error_windows.h"
 
 namespace loader {
 
@@ -74,10 +75,10 @@ void ReadSome(HANDLE from, std::string& output) {
 }
 
 bool Start(const std::vector<std::string>& arguments, HANDLE output, PROCESS_INFORMATION& process) {
-  const std::wstring program = ToWide(ProgramPath());
+  const std::wstring program = base::Wide(ProgramPath());
   std::wstring line;
   AppendArgument(line, program);
-  for (const std::string& argument : arguments) AppendArgument(line, ToWide(argument));
+  for (const std::string& argument : arguments) AppendArgument(line, base::Wide(argument));
   const Handle input = OpenNull(GENERIC_READ);
   const Handle errors = OpenNull(GENERIC_WRITE);
   STARTUPINFOW start{};

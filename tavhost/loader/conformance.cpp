@@ -12,6 +12,8 @@
 #include "host/notation/message_port.h"
 #include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
 #include "tavhost/loader/plugin.h"
@@ -58,7 +60,7 @@ class Subject {
 };
 
 std::string Quoted(const std::string& text) {
-  const SV::String counted(text.data(), static_cast<long>(text.size()));
+  const SV::String counted = base::StringOf(text);
   return std::string(TavKelParser::GetKelTextOfStrValue(counted).View());
 }
 
@@ -111,7 +113,7 @@ std::string TestListNames(Subject& subject) {
   std::set<std::string> seen;
   for (const std::string& name : CommandNames(subject)) {
     const bool isWord = !name.empty() && std::all_of(name.begin(), name.end(), [](char byte) {
-      return (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '_';
+      return ascii::IsLetterOrDigit(byte) ? byte == ascii::ToUpper(byte) : byte == '_';
     });
     if (!isWord) return "it lists " + Quoted(name);
     if (!seen.insert(name).second) return "it lists " + name + " twice";

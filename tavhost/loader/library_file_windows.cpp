@@ -2,9 +2,10 @@
 #include <vector>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
-#include "tavhost/loader/wide_text_windows.h"
+#include "tavhost/loader/system_error_windows.h"
 
 // The PE format, as far as loading depends on it.
 namespace loader {
@@ -14,7 +15,7 @@ namespace {
 class File {
  public:
   explicit File(const std::string& path)
-      : handle_(CreateFileW(ToWide(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+      : handle_(CreateFileW(base::Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
   File(const File&) = delete;
   File& operator=(const File&) = delete;

@@ -1,14 +1,15 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/module.h"
-#include "tavhost/loader/wide_text_windows.h"
+#include "tavhost/loader/system_error_windows.h"
 
 namespace loader {
 
 std::optional<Module> Module::Load(const std::string& path, std::string& error) {
   Module module;
-  module.handle_ = LoadLibraryExW(ToWide(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  module.handle_ = LoadLibraryExW(base::Wide(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (!module.handle_) {
     error = SystemErrorText(GetLastError());
     return std::nullopt;
@@ -17,7 +18,7 @@ std::optional<Module> Module::Load(const std::string& path, std::string& error) 
 }
 
 bool Module::IsLoaded(const std::string& path) {
-  return GetModuleHandleW(ToWide(path).c_str()) != nullptr;
+  return GetModuleHandleW(base::Wide(path).c_str()) != nullptr;
 }
 
 void* Module::Symbol(const char* name) const {

@@ -11,6 +11,7 @@
 #include "host/script/script_result.h"
 #include "host/system/version.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/messages.h"
@@ -24,7 +25,7 @@ namespace {
 
 void SetError(TavScriptResult& result, const char* command, const std::string& text) {
   const std::string message = std::string(command) + ": " + text;
-  result.SetError(SV::String(message.data(), static_cast<long>(message.size())));
+  result.SetError(base::StringOf(message));
 }
 
 // Calls into the plug-in; what it throws becomes the error of the result.

@@ -1,6 +1,6 @@
 #include "host/windows/windows.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/program_file.h"
-#include "tavhost/loader/wide_text_windows.h"
 
 namespace loader {
 
@@ -11,7 +11,7 @@ std::string ProgramPath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
     const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    if (length < path.size()) return ToUtf8(path.substr(0, length));
+    if (length < path.size()) return base::Narrow(path.substr(0, length));
     path.resize(path.size() * 2);
   }
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
 namespace lsp {
@@ -18,20 +20,14 @@ std::int64_t UnitsOf(char first) { return static_cast<unsigned char>(first) >= 0
 
 bool IsWordByte(char c) { return kel::IsNameByte(c) || c == '-'; }
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if ((c | 32) >= 'a' && (c | 32) <= 'f') return (c | 32) - 'a' + 10;
-  return -1;
-}
-
 }  // namespace
 
 std::string PathOfUri(std::string_view uri) {
   if (!uri.starts_with(kFile)) return std::string(uri);
   std::string path;
   for (std::size_t i = kFile.size(); i < uri.size(); ++i) {
-    const int high = uri[i] == '%' && i + 2 < uri.size() ? HexDigit(uri[i + 1]) : -1;
-    const int low = high >= 0 ? HexDigit(uri[i + 2]) : -1;
+    const int high = uri[i] == '%' && i + 2 < uri.size() ? ascii::HexDigit(uri[i + 1]) : -1;
+    const int low = high >= 0 ? ascii::HexDigit(uri[i + 2]) : -1;
     if (low >= 0) {
       path += static_cast<char>(high * 16 + low);
       i += 2;
@@ -68,7 +64,7 @@ LanguageDocument::LanguageDocument(std::string uri)
 
 void LanguageDocument::SetText(std::string text) {
   text_ = std::move(text);
-  const SV::String copy(text_.data(), static_cast<long>(text_.size()));
+  const SV::String copy = base::StringOf(text_);
   if (auto symbols = check::FindSymbols(copy, name_)) symbols_ = std::move(*symbols);
 }
 

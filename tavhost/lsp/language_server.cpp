@@ -8,6 +8,8 @@
 #include "tavhost/analysis/built_in_help.h"
 #include "tavhost/analysis/check.h"
 #include "tavhost/analysis/completion.h"
+#include "tavhost/base/diagnostic.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/lsp/language_document.h"
 #include "tavhost/lsp/language_server_stream.h"
 #include "tavhost/notation/scan.h"
@@ -230,14 +232,13 @@ class LanguageServer {
           {"params", {{"uri", uri}, {"diagnostics", json::array()}}}});
   }
 
-  static std::vector<check::Finding> FindingsOf(const LanguageDocument& document) {
+  static std::vector<base::Diagnostic> FindingsOf(const LanguageDocument& document) {
     const std::string& text = document.Text();
-    return check::CheckScript(SV::String(text.data(), static_cast<long>(text.size())),
-                              document.Name());
+    return check::CheckScript(base::StringOf(text), document.Name());
   }
 
   // The range of a finding. One in an included file is shown where that is included.
-  static json RangeOf(const LanguageDocument& document, const check::Finding& finding) {
+  static json RangeOf(const LanguageDocument& document, const base::Diagnostic& finding) {
     if (finding.file == document.Name()) {
       return ToJson(document.PlaceOf(finding.line, finding.column),
                     document.PlaceOf(finding.line, finding.column + finding.length));
@@ -252,12 +253,12 @@ class LanguageServer {
     constexpr int kError = 1;
     constexpr int kHint = 4;
     json diagnostics = json::array();
-    for (const check::Finding& finding : FindingsOf(document)) {
+    for (const base::Diagnostic& finding : FindingsOf(document)) {
       const bool isHere = finding.file == document.Name();
       const std::string place = finding.file + ':' + std::to_string(finding.line) + ": ";
       diagnostics.push_back(
           {{"range", RangeOf(document, finding)},
-           {"severity", finding.severity == check::Severity::kError ? kError : kHint},
+           {"severity", finding.severity == base::Severity::kError ? kError : kHint},
            {"source", "tavhost"},
            {"message", isHere ? finding.message : place + finding.message}});
     }
@@ -413,7 +414,7 @@ class LanguageServer {
     const EditorPlace begin = PlaceOf(params.at("range").at("start"));
     const EditorPlace end = PlaceOf(params.at("range").at("end"));
     json actions = json::array();
-    for (const check::Finding& finding : FindingsOf(document)) {
+    for (const base::Diagnostic& finding : FindingsOf(document)) {
       const std::int64_t line = std::int64_t{finding.line} - 1;
       const bool isWanted = line >= begin.line && line <= end.line &&
                             finding.file == document.Name() && !finding.replacement.empty();

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "tavhost/base/ascii.h"
+
 namespace lsp {
 
 namespace {
@@ -12,9 +14,8 @@ constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kLength = "content-length:";
 
 // The length that a line of a header gives; nothing when it gives none.
-std::optional<std::size_t> LengthOf(std::string line) {
-  std::transform(line.begin(), line.end(), line.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+std::optional<std::size_t> LengthOf(std::string_view field) {
+  const std::string line = ascii::ToLower(field);
   if (!line.starts_with(kLength)) return std::nullopt;
   const char* at = line.data() + kLength.size();
   const char* const end = line.data() + line.size();

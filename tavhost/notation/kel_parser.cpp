@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/element.h"
@@ -203,7 +204,7 @@ bool TavKelParser::SetCurElemIndex(unsigned long index) {
 
 SV::String TavKelParser::GetCurElemName() {
   const std::string_view name = ParserAccess::ElementName(*this);
-  return SV::String(name.data(), static_cast<long>(name.size()));
+  return base::StringOf(name);
 }
 
 long TavKelParser::Parse() {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tavhost/base/literal.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
 
@@ -14,55 +15,6 @@ namespace {
 
 void Put(SV::String& out, std::string_view text) {
   out.Append(text.data(), static_cast<long>(text.size()));
-}
-void Put(std::string& out, std::string_view text) { out.append(text); }
-
-bool NeedsEscape(char byte) {
-  const auto code = static_cast<unsigned char>(byte);
-  return code < 0x20 || code == '"' || code == '\\' || code == 0x7F;
-}
-
-// The escape of a byte that needs one.
-std::string_view EscapeOf(char byte, char (&room)[4]) {
-  switch (byte) {
-    case '"':
-      return "\\\"";
-    case '\\':
-      return "\\\\";
-    case '\n':
-      return "\\n";
-    case '\r':
-      return "\\r";
-    case '\t':
-      return "\\t";
-    case '\0':
-      return "\\0";
-    default:
-      break;
-  }
-  constexpr char kHex[] = "0123456789abcdef";
-  const auto code = static_cast<unsigned char>(byte);
-  room[0] = '\\';
-  room[1] = 'x';
-  room[2] = kHex[code >> 4];
-  room[3] = kHex[code & 15];
-  return {room, 4};
-}
-
-template <typename Out>
-void PutLiteral(Out& out, std::string_view text) {
-  Put(out, "\"");
-  const char* plain = text.data();
-  const char* const end = plain + text.size();
-  for (const char* at = plain; at != end; ++at) {
-    if (!NeedsEscape(*at)) continue;
-    char room[4];
-    Put(out, {plain, static_cast<std::size_t>(at - plain)});
-    Put(out, EscapeOf(*at, room));
-    plain = at + 1;
-  }
-  Put(out, {plain, static_cast<std::size_t>(end - plain)});
-  Put(out, "\"");
 }
 
 void PutInteger(SV::String& out, std::int32_t integer) {
@@ -189,7 +141,7 @@ class Writer {
     if (IsName(name)) {
       Put(out_, name);
     } else {
-      PutLiteral(out_, name);
+      base::AppendLiteral(out_, name);
     }
     Put(out_, ": ");
   }
@@ -214,7 +166,7 @@ class Writer {
     if (bare) {
       Put(out_, text);
     } else {
-      PutLiteral(out_, text);
+      base::AppendLiteral(out_, text);
     }
   }
 
@@ -281,26 +233,26 @@ class Writer {
 
 }  // namespace
 
-void AppendLiteral(SV::String& out, std::string_view text) { PutLiteral(out, text); }
+void AppendLiteral(SV::String& out, std::string_view text) { base::AppendLiteral(out, text); }
 
-void AppendLiteral(std::string& out, std::string_view text) { PutLiteral(out, text); }
+void AppendLiteral(std::string& out, std::string_view text) { base::AppendLiteral(out, text); }
 
 SV::String Literal(std::string_view text) {
   std::size_t length = text.size() + 2;
   for (const char byte : text) {
     char room[4];
-    if (NeedsEscape(byte)) length += EscapeOf(byte, room).size() - 1;
+    if (base::NeedsEscape(byte)) length += base::EscapeOf(byte, room).size() - 1;
   }
   SV::String literal;
   char* out = literal.AllocBuffer(static_cast<long>(length));
   *out++ = '"';
   for (const char byte : text) {
-    if (!NeedsEscape(byte)) {
+    if (!base::NeedsEscape(byte)) {
       *out++ = byte;
       continue;
     }
     char room[4];
-    const std::string_view escape = EscapeOf(byte, room);
+    const std::string_view escape = base::EscapeOf(byte, room);
     out += escape.copy(out, escape.size());
   }
   *out = '"';

@@ -5,16 +5,11 @@
 #include <cstring>
 #include <limits>
 
+#include "tavhost/base/ascii.h"
+
 namespace kel {
 
 namespace {
-
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
 
 constexpr const char* kBadNumber = "malformed number";
 constexpr const char* kIntegerRange =
@@ -188,7 +183,7 @@ ScannedString ScanString(const char* at, const char* end) noexcept {
     string.isEscaped = true;
     const char escape = end - at > 1 ? at[1] : 'q';
     const bool isHex =
-        escape == 'x' && end - at > 3 && HexDigit(at[2]) >= 0 && HexDigit(at[3]) >= 0;
+        escape == 'x' && end - at > 3 && ascii::HexDigit(at[2]) >= 0 && ascii::HexDigit(at[3]) >= 0;
     if (!isHex && (escape == '\0' || !std::strchr("\"\\nrt0", escape))) {
       string.end = at;
       string.error = kBadEscape;
@@ -224,7 +219,7 @@ std::size_t Unescape(std::string_view escaped, char* out) noexcept {
         *out++ = '\0';
         break;
       case 'x':
-        *out++ = static_cast<char>(HexDigit(at[0]) * 16 + HexDigit(at[1]));
+        *out++ = static_cast<char>(ascii::HexDigit(at[0]) * 16 + ascii::HexDigit(at[1]));
         at += 2;
         break;
       default:

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tavhost/base/string_of.h"
+
 namespace kel {
 
 namespace {
@@ -53,7 +55,7 @@ std::uint32_t Layout::Add(std::string_view name) {
   const std::uint32_t found = Find(name);
   if (found != kAbsent) return found;
   const std::uint64_t hash = HashName(name);
-  entries_.push_back({SV::String(name.data(), static_cast<long>(name.size())), hash, false});
+  entries_.push_back({base::StringOf(name), hash, false});
   if (entries_.size() * 2 > table_.size()) {
     Rehash();
   } else {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/nearest_name.h"
 #include "tavhost/reference/reference_reader.h"
 
@@ -16,7 +17,7 @@ constexpr std::array<std::string_view, 3> kCheckNames = {"none", "optional", "re
 
 bool IsDecimalNumber(std::string_view text) {
   return !text.empty() && text.front() != '0' &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+         std::all_of(text.begin(), text.end(), ascii::IsDigit<char>);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <array>
 #include <set>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
 
@@ -399,8 +400,7 @@ class ReferenceCheck {
 Family ReadFamily(const Source& source, std::vector<std::string>& problems) {
   Reader reader(source.name, problems);
   kel::ParseError error;
-  const auto document = kel::Document::Parse(
-      SV::String(source.text.data(), static_cast<long>(source.text.size())), error);
+  const auto document = kel::Document::Parse(base::StringOf(source.text), error);
   if (document == nullptr) {
     reader.Problem("line " + std::to_string(error.line) + ", column " +
                    std::to_string(error.column) + ": " + error.message);

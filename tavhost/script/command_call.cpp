@@ -15,9 +15,9 @@ namespace {
 
 // Gives a command's operands back to a run of it that is not over yet: a command can lead, by way
 // of an executed text, to itself.
-class OuterOperands {
+class OperandGuard {
  public:
-  explicit OuterOperands(Command& command) : command_(command) {
+  explicit OperandGuard(Command& command) : command_(command) {
     if (!command.running) {
       command.running = true;
       return;
@@ -25,9 +25,9 @@ class OuterOperands {
     isInner_ = true;
     for (const Command::Patch& patch : command.patches) kept_.push_back(*patch.operand);
   }
-  OuterOperands(const OuterOperands&) = delete;
-  OuterOperands& operator=(const OuterOperands&) = delete;
-  ~OuterOperands() {
+  OperandGuard(const OperandGuard&) = delete;
+  OperandGuard& operator=(const OperandGuard&) = delete;
+  ~OperandGuard() {
     if (!isInner_) {
       command_.running = false;
       return;
@@ -42,13 +42,13 @@ class OuterOperands {
 };
 
 // Leads a set over a scope for as long as it lives.
-class LedOver {
+class ScopeRedirect {
  public:
-  LedOver(kel::BorrowedSet& borrowed, kel::Scope& scope)
+  ScopeRedirect(kel::BorrowedSet& borrowed, kel::Scope& scope)
       : borrowed_(borrowed), before_(borrowed.Current()), set_(borrowed.Over(scope)) {}
-  LedOver(const LedOver&) = delete;
-  LedOver& operator=(const LedOver&) = delete;
-  ~LedOver() { borrowed_.Over(before_); }
+  ScopeRedirect(const ScopeRedirect&) = delete;
+  ScopeRedirect& operator=(const ScopeRedirect&) = delete;
+  ~ScopeRedirect() { borrowed_.Over(before_); }
 
   TavKelValueSet* Set() const { return set_; }
 
@@ -97,7 +97,7 @@ ScriptError CommandError(const Command& command, std::string message) {
 }
 
 void Engine::RunCommand(Frame& frame, Command& command) {
-  const OuterOperands outer(command);
+  const OperandGuard outer(command);
   for (const Command::Patch& patch : command.patches) {
     const kel::Value& value = frame.registers[patch.reg];
     if (!value.IsNone()) [[likely]] {
@@ -113,7 +113,7 @@ void Engine::RunCommand(Frame& frame, Command& command) {
   }
   try {
     if (command.record == Command::kIntoScope) {
-      const LedOver scope(resultSet_, *frame.scope);
+      const ScopeRedirect scope(resultSet_, *frame.scope);
       TavScriptResult result(scope.Set());
       Send(frame, command, result);
     } else {

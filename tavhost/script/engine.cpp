@@ -8,6 +8,7 @@
 #include "tavhost/base/coarse_clock.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/operations.h"
 #include "tavhost/script/ports/ports.h"
@@ -36,9 +37,7 @@ void SendFinished() {
   }
 }
 
-kel::Value TextValue(std::string_view text) {
-  return kel::Value(SV::String(text.data(), static_cast<long>(text.size())));
-}
+kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
 void AddField(kel::Value& record, const char* name, kel::Value value) {
   const SV::String key(name);

@@ -9,6 +9,7 @@
 
 #include "host/base/string.h"
 #include "host/script/script.h"
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/base/stop.h"
 
 // Running scripts, for the program around them: the command line, the prompt, the workbench, the
@@ -16,18 +17,7 @@
 // time; what it starts by EXECUTE runs inside it.
 namespace script {
 
-// A mistake in a script, or the error that ended it. Lines and columns count from 1, columns in
-// code points.
-struct Diagnostic {
-  std::string file;  // the script's name
-  std::uint32_t line = 0;
-  std::uint32_t column = 0;
-  std::string message;
-  // `FILE:LINE:COL: error: MESSAGE`, the source line and a caret, each ended by a line feed.
-  std::string text;
-  // The text ended too early: more lines could mend it. For prompts.
-  bool incomplete = false;
-};
+using base::Diagnostic;
 
 // Where a running script's words go. Empty functions stand for the standard streams.
 struct Sinks {

@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/script/engine.h"
 
@@ -12,14 +13,6 @@ struct TavScript::Program {
   SV::String second;
   std::shared_ptr<script::Program> program;
 };
-
-namespace {
-
-SV::String Text(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
-}  // namespace
 
 TavScript::TavScript(unsigned id, const SV::String& name, const SV::String& first,
                      const SV::String& second) {
@@ -42,7 +35,7 @@ long TavScript::Parse(const SV::String& text, SV::String& error) {
     program_->program = script::Compile(text, program_->name);
     return call.Result(0L);
   } catch (const script::SyntaxError& mistake) {
-    error = Text(script::Describe(mistake, text, program_->name).text);
+    error = base::StringOf(script::Describe(mistake, text, program_->name).text);
   } catch (const std::bad_alloc&) {
     error = "out of memory\n";
   }

@@ -1,12 +1,11 @@
 #include "tavhost/service/json.h"
 
-#include <utf8.h>
-
 #include <charconv>
 #include <cmath>
-#include <iterator>
+#include <nlohmann/json.hpp>
 #include <vector>
 
+#include "tavhost/base/utf16.h"
 #include "tavhost/notation/kel_text.h"
 
 namespace script::service {
@@ -14,40 +13,23 @@ namespace script::service {
 namespace {
 
 void AppendString(std::string& out, std::string_view text) {
-  std::string repaired;
-  if (!utf8::is_valid(text.begin(), text.end())) {
-    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(repaired), 0xFFFD);
-    text = repaired;
+  std::string room;
+  text = utf16::WellFormed(text, room);
+  const std::string literal = nlohmann::json(text).dump();
+  // Backspace and form feed have always been written by their numbers.
+  if (text.find('\b') == text.npos && text.find('\f') == text.npos) {
+    out += literal;
+    return;
   }
-  out += '"';
-  for (const char c : text) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          constexpr char kHex[] = "0123456789abcdef";
-          out += "\\u00";
-          out += {kHex[static_cast<unsigned char>(c) >> 4], kHex[c & 15]};
-        } else {
-          out += c;
-        }
-    }
+  std::size_t begin = 0;
+  for (std::size_t at = literal.find('\\'); at != literal.npos; at = literal.find('\\', at + 2)) {
+    const char escape = literal[at + 1];
+    if (escape != 'b' && escape != 'f') continue;
+    out.append(literal, begin, at - begin);
+    out += escape == 'b' ? "\\u0008" : "\\u000c";
+    begin = at + 2;
   }
-  out += '"';
+  out.append(literal, begin);
 }
 
 void AppendPlain(std::string& out, const kel::Value& value) {
@@ -57,6 +39,7 @@ void AppendPlain(std::string& out, const kel::Value& value) {
       break;
     case TavKelReal:
       if (std::isfinite(value.Real())) {
+        // The shortest digits, and no `.0` behind a whole number.
         char digits[32];
         const auto end = std::to_chars(digits, digits + sizeof digits, value.Real()).ptr;
         out.append(digits, end);

@@ -6,6 +6,7 @@
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/notation/scope.h"
@@ -20,10 +21,6 @@ namespace {
 
 constexpr char kRequestName[] = "request";
 constexpr char kClientLeft[] = "the client left";
-
-SV::String ToString(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
 
 Queue* runningQueue = nullptr;
 
@@ -135,7 +132,7 @@ std::string Queue::RunScript(stop::Reason& reason) {
   RunOptions options;
   options.name = kRequestName;
   options.sinks.print = [this](std::string_view text) { output_ += text; };
-  const Outcome outcome = RunText(ToString(running_->text), options);
+  const Outcome outcome = RunText(base::StringOf(running_->text), options);
   std::string error;
   bool failed = true;
   if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
@@ -152,7 +149,7 @@ std::string Queue::RunScript(stop::Reason& reason) {
 }
 
 std::string Queue::RunCommand(stop::Reason& reason) {
-  TavKelParser parser(ToString(running_->text));
+  TavKelParser parser(base::StringOf(running_->text));
   kel::ParseError parseError;
   if (!kel::ParserAccess::Parse(parser, parseError)) {
     return ErrorJson(std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "host/sv/sys_win.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/sv/application.h"
 #include "tavhost/ui/models/window_model.h"
@@ -34,9 +35,7 @@ namespace {
 const SV::Font& AppFont() {
   if (!windows.font) {
     const ui::FontChoice font = ui::CurrentToolkit().ApplicationFont();
-    windows.font = std::make_unique<SV::Font>(
-        SV::String(font.name.data(), static_cast<long>(font.name.size())),
-        SV::Size(0, font.height));
+    windows.font = std::make_unique<SV::Font>(base::StringOf(font.name), SV::Size(0, font.height));
     trace::NameFixed("appfont", windows.font.get());
   }
   return *windows.font;

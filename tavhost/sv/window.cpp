@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/sv/window_handles.h"
 #include "tavhost/ui/models/window_model.h"
@@ -56,7 +57,7 @@ void Window::SetText(const String& text) {
 String Window::GetText() const {
   trace::Call call(this, "GetText");
   const std::string& title = model_->Title();
-  return call.Result(String(title.data(), static_cast<long>(title.size())));
+  return call.Result(base::StringOf(title));
 }
 
 void Window::Show(bool visible) {

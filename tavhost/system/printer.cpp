@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/printer_info.h"
 #include "tavhost/ui/toolkit.h"
@@ -10,14 +11,10 @@ namespace {
 
 std::unique_ptr<TavPrinter> current;
 
-SV::String ToString(const std::string& text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
 void Fill(TavPrinter& printer, const ui::PrinterInfo& info) {
-  printer.device = ToString(info.device);
-  printer.port = ToString(info.port);
-  printer.driver = ToString(info.driver);
+  printer.device = base::StringOf(info.device);
+  printer.port = base::StringOf(info.port);
+  printer.driver = base::StringOf(info.driver);
 }
 
 }  // namespace
@@ -34,7 +31,7 @@ TavPrinter* Tav_GetPrinter(bool create) {
   trace::Call call("Tav_GetPrinter", create);
   if (!current && create) {
     if (const auto info = ui::CurrentToolkit().DefaultPrinter()) {
-      current = std::make_unique<TavPrinter>(ToString(info->name));
+      current = std::make_unique<TavPrinter>(base::StringOf(info->name));
       Fill(*current, *info);
       trace::Name("TavPrinter", current.get());
     }

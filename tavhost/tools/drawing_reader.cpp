@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "host/files/system_file_manager.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
 #include "tavhost/notation/document.h"
@@ -36,13 +37,6 @@ constexpr ColorName kColors[] = {
     {"magenta", {220, 0, 220, 255}},
 };
 
-int HexDigit(char byte) {
-  if (byte >= '0' && byte <= '9') return byte - '0';
-  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
-  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
-  return -1;
-}
-
 // A name, #RGB, #RRGGBB or #RRGGBBAA.
 std::optional<DrawingColor> ColorOf(std::string_view text) {
   for (const ColorName& known : kColors) {
@@ -54,8 +48,8 @@ std::optional<DrawingColor> ColorOf(std::string_view text) {
   const std::size_t width = text.size() == 3 ? 1 : 2;
   int parts[4] = {0, 0, 0, 255};
   for (std::size_t i = 0; i * width < text.size(); ++i) {
-    const int high = HexDigit(text[i * width]);
-    const int low = HexDigit(text[i * width + width - 1]);
+    const int high = ascii::HexDigit(text[i * width]);
+    const int low = ascii::HexDigit(text[i * width + width - 1]);
     if (high < 0 || low < 0) return std::nullopt;
     parts[i] = high * 16 + low;
   }

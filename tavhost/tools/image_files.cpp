@@ -5,6 +5,7 @@
 #include <tuple>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/ui/models/image_dialog_model.h"
 
@@ -17,25 +18,12 @@ using Names = std::vector<std::string>;
 constexpr const char* kShownKinds[] = {"bmp", "gif", "ico", "jpeg", "jpg",  "pbm", "pgm", "png",
                                        "ppm", "svg", "tif", "tiff", "webp", "xbm", "xpm"};
 
-char Lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte; }
-
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& byte : lower) byte = Lower(byte);
-  return lower;
-}
-
-bool IsWordByte(char byte) {
-  const char lower = Lower(byte);
-  return (lower >= 'a' && lower <= 'z') || (byte >= '0' && byte <= '9');
-}
-
 std::vector<std::string> WantedKinds(std::string_view extensions) {
   std::vector<std::string> kinds;
   std::string kind;
   for (const char byte : extensions) {
-    if (IsWordByte(byte)) {
-      kind += Lower(byte);
+    if (ascii::IsLetterOrDigit(byte)) {
+      kind += ascii::ToLower(byte);
     } else if (!kind.empty()) {
       kinds.push_back(std::move(kind));
       kind.clear();
@@ -58,7 +46,7 @@ std::vector<ui::ImageDialogModel::Entry> Find(long libraryId, std::string_view e
   const std::vector<std::string> kinds = WantedKinds(extensions);
   std::vector<std::pair<std::string, ui::ImageDialogModel::Entry>> found;
   for (std::string& name : database_area::FilesOfLibrary(libraryId).value_or(Names())) {
-    std::string lower = Lower(name);
+    std::string lower = ascii::ToLower(name);
     if (!IsOfKind(lower, kinds)) continue;
     std::string file = database_area::FindFile(name, libraryId).value_or(std::string());
     found.push_back({std::move(lower), {std::move(name), std::move(file)}});

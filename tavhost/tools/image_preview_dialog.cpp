@@ -1,6 +1,7 @@
 #include "host/tools/image_preview_dialog.h"
 
 #include "host/files/core_variables.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/tools/image_files.h"
 #include "tavhost/ui/models/image_dialog_model.h"
@@ -15,7 +16,7 @@ SV::String TavImagePreviewControl::GetSelected() {
   trace::Call call(this, "GetSelected");
   const auto& images = static_cast<const ui::ImageDialogModel&>(GetParent()->Model());
   const std::string& selected = images.selected;
-  return call.Result(SV::String(selected.data(), static_cast<long>(selected.size())));
+  return call.Result(base::StringOf(selected));
 }
 
 TavImagePreviewDialog::TavImagePreviewDialog(SV::Window* parent)

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "host/notation/kel_parser.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
 
@@ -264,9 +265,7 @@ class Reader {
 };
 
 std::string Literal(std::string_view text) {
-  return std::string(
-      TavKelParser::GetKelTextOfStrValue(SV::String(text.data(), static_cast<long>(text.size())))
-          .View());
+  return std::string(TavKelParser::GetKelTextOfStrValue(base::StringOf(text)).View());
 }
 
 // Names as words where they can be, as strings otherwise.
@@ -329,7 +328,7 @@ bool ParseAnswers(const std::string& file, std::string_view text, std::vector<An
                   std::string& error) {
   kel::ParseError parseError;
   const std::shared_ptr<const kel::Document> document =
-      kel::Document::Parse(SV::String(text.data(), static_cast<long>(text.size())), parseError);
+      kel::Document::Parse(base::StringOf(text), parseError);
   if (!document) {
     error = file + ':' + std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +
             ": error: " + parseError.message;

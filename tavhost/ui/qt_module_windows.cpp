@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/ui/qt_module.h"
 
 namespace ui {
@@ -7,12 +8,7 @@ namespace ui {
 namespace {
 
 std::wstring ModulePath(const std::string& folder) {
-  const std::string path = folder + "\\tavhost_qt.dll";
-  const int length = static_cast<int>(path.size());
-  std::wstring wide(path.size(), L'\0');
-  const int written = MultiByteToWideChar(CP_UTF8, 0, path.data(), length, wide.data(), length);
-  wide.resize(static_cast<std::size_t>(written));
-  return wide;
+  return base::Wide(folder + "\\tavhost_qt.dll");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/windows/wildcard.h"
 
 namespace windows {
@@ -44,17 +45,9 @@ std::optional<EntryType> TypeOf(int directory, const dirent64& entry) {
 std::uint64_t KeyOf(std::string_view name, std::size_t from) {
   std::uint64_t key = 0;
   for (std::size_t i = from; i < from + sizeof key; ++i) {
-    key = key << 8 | (i < name.size() ? Fold(name[i]) : 0);
+    key = key << 8 | (i < name.size() ? static_cast<unsigned char>(ascii::ToUpper(name[i])) : 0);
   }
   return key;
-}
-
-int CompareFolded(std::string_view a, std::string_view b) {
-  const std::size_t common = std::min(a.size(), b.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    if (const int difference = Fold(a[i]) - Fold(b[i])) return difference;
-  }
-  return a.size() < b.size() ? -1 : a.size() > b.size();
 }
 
 }  // namespace
@@ -103,7 +96,7 @@ void EntryList::Sort() {
     const std::string_view name = NameOf(*entry);
     shared = std::min(shared, name.size());
     std::size_t same = 0;
-    while (same < shared && Fold(name[same]) == Fold(first[same])) ++same;
+    while (same < shared && ascii::EqualIgnoringCase(name[same], first[same])) ++same;
     shared = same;
   }
   for (auto entry = begin; entry != entries_.end(); ++entry) {
@@ -114,7 +107,8 @@ void EntryList::Sort() {
     const std::string_view nameA = NameOf(a);
     const std::string_view nameB = NameOf(b);
     const std::size_t skip = std::min({shared + sizeof a.key, nameA.size(), nameB.size()});
-    if (const int order = CompareFolded(nameA.substr(skip), nameB.substr(skip))) return order < 0;
+    if (const int order = ascii::CompareInUpperCase(nameA.substr(skip), nameB.substr(skip)))
+      return order < 0;
     return nameA < nameB;
   };
   if (!std::is_sorted(begin, entries_.end(), before)) std::sort(begin, entries_.end(), before);

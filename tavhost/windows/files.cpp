@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
@@ -80,7 +81,8 @@ bool IsSameName(const Path& from, const Path& to) {
   const std::string_view fromName = from.Name();
   const std::string_view toName = to.Name();
   return fromName.size() == toName.size() && idOfFolder(from, fromFolder) &&
-         idOfFolder(to, toFolder) && fromFolder == toFolder && SameFolded(fromName, toName);
+         idOfFolder(to, toFolder) && fromFolder == toFolder &&
+         ascii::EqualIgnoringCase(fromName, toName);
 }
 
 bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat& source) {

@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tavhost/base/ascii.h"
+
 namespace windows {
 
 namespace {
-
-bool IsLetter(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'); }
 
 // What a byte is to a path. Those of names come first.
 enum class Byte : unsigned char { kOrdinary, kDot, kColon, kWildcard, kSlash, kBackslash, kEnd };
@@ -26,10 +26,10 @@ constexpr auto kBytes = [] {
 
 Byte ByteOf(char byte) { return kBytes[static_cast<unsigned char>(byte)]; }
 
-bool HasDrive(const char* text) { return IsLetter(text[0]) && text[1] == ':'; }
+bool HasDrive(const char* text) { return ascii::IsLetter(text[0]) && text[1] == ':'; }
 
 bool IsDatabaseName(const char* text) {
-  return (text[0] | 0x20) == 'd' && (text[1] | 0x20) == 'b' && text[2] == ':' &&
+  return ascii::ToLower(text[0]) == 'd' && ascii::ToLower(text[1]) == 'b' && text[2] == ':' &&
          IsSeparator(text[3]);
 }
 

@@ -1,13 +1,8 @@
 #include "tavhost/windows/wildcard.h"
 
-#include <algorithm>
+#include "tavhost/base/ascii.h"
 
 namespace windows {
-
-bool SameFolded(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return Fold(x) == Fold(y); });
-}
 
 bool HasWildcard(std::string_view pattern) {
   return pattern.find_first_of("*?") != std::string_view::npos;
@@ -25,7 +20,7 @@ bool MatchesWildcard(std::string_view name, std::string_view pattern) {
       star = read++;
       starTook = at;
     } else if (read < pattern.size() &&
-               (pattern[read] == '?' || Fold(pattern[read]) == Fold(name[at]))) {
+               (pattern[read] == '?' || ascii::EqualIgnoringCase(pattern[read], name[at]))) {
       ++read;
       ++at;
     } else if (star != std::string_view::npos) {

@@ -4,12 +4,6 @@
 
 namespace windows {
 
-inline unsigned char Fold(char byte) {
-  return static_cast<unsigned char>(byte >= 'a' && byte <= 'z' ? byte - ('a' - 'A') : byte);
-}
-
-bool SameFolded(std::string_view a, std::string_view b);
-
 bool HasWildcard(std::string_view pattern);
 
 // `*` stands for any number of characters, `?` for exactly one; letters match without regard to

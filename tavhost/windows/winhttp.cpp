@@ -6,17 +6,17 @@
 
 #include "host/base/wstring.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/utf16.h"
 #include "tavhost/windows/proxy_settings.h"
 
 namespace {
 
 LPWSTR Owned(const std::string& text) {
   if (text.empty()) return nullptr;
-  const SV::WString wide =
-      SV::ConvertUTF8StringToWString(SV::String(text.data(), static_cast<long>(text.size())));
-  const std::size_t bytes = (static_cast<std::size_t>(wide.Len()) + 1) * sizeof(char16_t);
+  const std::u16string wide = utf16::FromUtf8(text);
+  const std::size_t bytes = (wide.size() + 1) * sizeof(char16_t);
   auto* copy = static_cast<LPWSTR>(std::malloc(bytes));
-  if (copy) std::memcpy(copy, wide.GetStr(), bytes);
+  if (copy) std::memcpy(copy, wide.c_str(), bytes);
   return copy;
 }
 

@@ -281,14 +281,15 @@ void IdeWindow::ShowTitle() {
   setWindowModified(page->IsModified());
 }
 
-void IdeWindow::ShowProblems(const std::vector<ide::IdeHost::Mistake>& mistakes) {
+void IdeWindow::ShowProblems(const std::vector<base::Diagnostic>& mistakes) {
   problems_->clear();
   for (EditorPage* const page : tabs_->Pages()) page->Editor().SetMarks({});
   std::map<EditorPage*, std::vector<ScriptEditor::Mark>> marks;
-  for (const ide::IdeHost::Mistake& mistake : mistakes) {
+  for (const base::Diagnostic& mistake : mistakes) {
+    const bool isHint = mistake.severity == base::Severity::kHint;
     const QString file = Shown(mistake.file);
     const QString message =
-        (mistake.isHint ? QStringLiteral("Hint: ") : QString()) + Shown(mistake.message);
+        (isHint ? QStringLiteral("Hint: ") : QString()) + Shown(mistake.message);
     auto* const item = new QTreeWidgetItem(
         problems_, {message, QFileInfo(file).fileName(), QString::number(mistake.line)});
     item->setToolTip(0, message);
@@ -296,8 +297,8 @@ void IdeWindow::ShowProblems(const std::vector<ide::IdeHost::Mistake>& mistakes)
     item->setData(0, kLineRole, mistake.line);
     item->setData(0, kColumnRole, mistake.column);
     if (EditorPage* const page = tabs_->PageOf(file)) {
-      marks[page].push_back({static_cast<int>(mistake.line), static_cast<int>(mistake.column),
-                             message, mistake.isHint});
+      marks[page].push_back(
+          {static_cast<int>(mistake.line), static_cast<int>(mistake.column), message, isHint});
     }
   }
   for (auto& [page, found] : marks) page->Editor().SetMarks(std::move(found));

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+#include "tavhost/base/diagnostic.h"
 #include "tavhost/ide/ide_host.h"
 #include "tavhost/qt/ide/session_store.h"
 #include "tavhost/qt/ide/theme.h"
@@ -78,7 +79,7 @@ class IdeWindow final : public QMainWindow {
                        Qt::DockWidgetArea area);
   void ShowPosition();
   void ShowTitle();
-  void ShowProblems(const std::vector<ide::IdeHost::Mistake>& mistakes);
+  void ShowProblems(const std::vector<base::Diagnostic>& mistakes);
   void ShowVariables();
   void GoToProblem(int step);
   void CheckPage(bool asked);

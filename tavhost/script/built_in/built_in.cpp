@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
 #include "tavhost/script/built_in/built_in_text.h"
@@ -168,7 +169,7 @@ Value Now(Engine&, Value*, std::uint32_t) {
 Value Type(Engine&, Value* arguments, std::uint32_t) {
   const std::string_view word = KindWord(arguments[0]);  // with its article
   const std::string_view name = word.substr(word.find(' ') + 1);
-  return Value(SV::String(name.data(), static_cast<long>(name.size())));
+  return Value(base::StringOf(name));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <string>
 #include <string_view>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_text.h"
 #include "tavhost/script/operations.h"
@@ -84,8 +85,7 @@ std::string FieldText(const Field& field, const Value& value) {
 void AppendField(std::string& out, const Field& field, const Value& value) {
   const bool isNumber = value.Kind() == TavKelInteger || value.Kind() == TavKelReal;
   std::string text = FieldText(field, value);
-  const auto length = static_cast<std::uint32_t>(
-      CodePoints(SV::String(text.data(), static_cast<long>(text.size()))));
+  const auto length = static_cast<std::uint32_t>(CodePoints(base::StringOf(text)));
   const std::uint32_t missing = field.width > length ? field.width - length : 0;
   if (field.zeros && isNumber) {
     text.insert(text.starts_with('-') ? 1 : 0, missing, '0');
@@ -127,7 +127,7 @@ Value Format(Engine& engine, Value* arguments, std::uint32_t count) {
     rest.remove_prefix(end + 1);
   }
   ChargeBytes(engine, out.size());
-  return Value(SV::String(out.data(), static_cast<long>(out.size())));
+  return Value(base::StringOf(out));
 }
 
 }  // namespace script

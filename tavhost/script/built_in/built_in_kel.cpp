@@ -1,6 +1,7 @@
 #include <vector>
 
 #include "host/notation/kel_parser.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/script/built_in/built_in_support.h"
@@ -14,10 +15,6 @@ namespace script {
 using kel::Value;
 
 namespace {
-
-SV::String NameOf(std::string_view name) {
-  return SV::String(name.data(), static_cast<long>(name.size()));
-}
 
 // A body still to be turned into a list, and the place that waits for it.
 struct OpenBody {
@@ -78,16 +75,16 @@ Value KelParse(Engine& engine, Value* arguments, std::uint32_t) {
       items[i] = Value::Record();
       auto& fields = items[i].MutableRecord().fields;
       fields.reserve(3);  // so that places in them stay where they are
-      fields.push_back({NameOf("name"), Value(NameOf(element.Name()))});
+      fields.push_back({base::StringOf("name"), Value(base::StringOf(element.Name()))});
       if (!element.main.IsNone()) {
-        fields.push_back({NameOf("value"), Value()});
+        fields.push_back({base::StringOf("value"), Value()});
         Place(element.main, fields.back().value, document, open);
       }
-      fields.push_back({NameOf("params"), Value::Record()});
+      fields.push_back({base::StringOf("params"), Value::Record()});
       auto& params = fields.back().value.MutableRecord().fields;
       params.resize(element.attributeCount);
       for (std::uint32_t k = 0; k < element.attributeCount; ++k) {
-        params[k].name = NameOf(element.attributes[k].Name());
+        params[k].name = base::StringOf(element.attributes[k].Name());
         Place(element.attributes[k].operand, params[k].value, document, open);
       }
     }

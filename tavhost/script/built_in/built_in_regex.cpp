@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
@@ -228,9 +229,7 @@ class Search {
   std::uint32_t end_ = 0;
 };
 
-Value TextValue(std::string_view text) {
-  return Value(SV::String(text.data(), static_cast<long>(text.size())));
-}
+Value TextValue(std::string_view text) { return Value(base::StringOf(text)); }
 
 Value Groups(const Search& search) {
   Value groups = Value::List();

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tavhost/base/environment.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in_support.h"
 
 namespace script {
@@ -11,9 +12,7 @@ using kel::Value;
 
 namespace {
 
-Value TextValue(const std::string& text) {
-  return Value(SV::String(text.data(), static_cast<long>(text.size())));
-}
+Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
 
 }  // namespace
 
@@ -25,8 +24,7 @@ Value Environment(Engine&, Value* arguments, std::uint32_t count) {
   }
   Value all = Value::Record();
   for (const auto& [name, value] : base::EnvironmentVariables()) {
-    all.MutableRecord().At(SV::String(name.data(), static_cast<long>(name.size()))) =
-        TextValue(value);
+    all.MutableRecord().At(base::StringOf(name)) = TextValue(value);
   }
   return all;
 }

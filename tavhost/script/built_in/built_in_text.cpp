@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "tavhost/base/letter_case.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
@@ -41,10 +42,6 @@ double NumberArgument(const char* function, const Value* arguments, std::uint32_
 }
 
 namespace {
-
-SV::String TextOf(std::string_view text) {
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
 
 std::string_view Trimmed(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n\f\v";
@@ -88,15 +85,15 @@ Value Split(Engine& engine, Value* arguments, std::uint32_t) {
   if (separator.empty()) {
     for (std::size_t at = 0, length = 0; at < rest.size(); at += length) {
       length = CodePointLength(rest, at);
-      items.emplace_back(TextOf(rest.substr(at, length)));
+      items.emplace_back(base::StringOf(rest.substr(at, length)));
     }
   } else if (!rest.empty()) {
     for (std::size_t end = rest.find(separator); end != std::string_view::npos;
          end = rest.find(separator)) {
-      items.emplace_back(TextOf(rest.substr(0, end)));
+      items.emplace_back(base::StringOf(rest.substr(0, end)));
       rest.remove_prefix(end + separator.size());
     }
-    items.emplace_back(TextOf(rest));
+    items.emplace_back(base::StringOf(rest));
   }
   engine.Charge(items.size());
   return list;
@@ -147,7 +144,7 @@ Value Trim(Engine&, Value* arguments, std::uint32_t) {
   const SV::String& text = TextArgument("trim", arguments, 0);
   const std::string_view inside = Trimmed(text.View());
   if (inside.size() == text.View().size()) return arguments[0];
-  return Value(TextOf(inside));
+  return Value(base::StringOf(inside));
 }
 
 // A real is cut towards zero; a text must be an integer's digits, blanks around them allowed.

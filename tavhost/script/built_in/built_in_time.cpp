@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/local_time.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
@@ -321,8 +323,8 @@ class TimeReader {
   }
 
   bool HalfOfDay() {
-    if (rest_.size() < 2 || (rest_[1] | 32) != 'm') return false;
-    const char half = static_cast<char>(rest_[0] | 32);
+    if (rest_.size() < 2 || ascii::ToLower(rest_[1]) != 'm') return false;
+    const char half = ascii::ToLower(rest_[0]);
     if (half != 'a' && half != 'p') return false;
     half_ = half == 'p' ? 12 : 0;
     if (civil.hour < 12) civil.hour += half_;
@@ -334,7 +336,7 @@ class TimeReader {
   bool Month() {
     for (std::size_t i = 0; i < std::size(kMonths); ++i) {
       for (const std::string_view name : {kMonths[i], kMonths[i].substr(0, kShort)}) {
-        const auto same = [](char a, char b) { return (a | 32) == (b | 32); };
+        const auto same = [](char a, char b) { return ascii::EqualIgnoringCase(a, b); };
         if (rest_.size() < name.size() ||
             !std::equal(name.begin(), name.end(), rest_.begin(), same)) {
           continue;
@@ -369,9 +371,7 @@ class TimeReader {
   std::int64_t half_ = 0;
 };
 
-Value TextValue(const std::string& text) {
-  return Value(SV::String(text.data(), static_cast<long>(text.size())));
-}
+Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
 
 }  // namespace
 

@@ -1,3 +1,4 @@
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/script/code/compiler.h"
 
@@ -184,8 +185,7 @@ void Compiler::CompileCall(const Expr* expr, std::uint32_t target) {
   } else if (known != program_.functionsByName.end()) {
     Emit(Code::kCall, base, expr->count, static_cast<std::int32_t>(known->second), expr->offset);
   } else {
-    program_.constants.push_back(
-        kel::Value(SV::String(expr->text.data(), static_cast<long>(expr->text.size()))));
+    program_.constants.push_back(kel::Value(base::StringOf(expr->text)));
     Emit(Code::kConstant, base + expr->count, 0,
          static_cast<std::int32_t>(program_.constants.size() - 1), expr->offset);
     Emit(Code::kCallNamed, base, expr->count, 0, expr->offset);

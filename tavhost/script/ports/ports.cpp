@@ -6,6 +6,7 @@
 #include "host/notation/kel_parser.h"
 #include "host/notation/message_port_manager.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
@@ -20,13 +21,13 @@ constexpr char kHostPortName[] = "TavHost";
 
 ScriptPort* FindScriptPort(std::string_view name) {
   auto& manager = TavMessagePortManager::Instance();
-  const SV::String text(name.data(), static_cast<long>(name.size()));
+  const SV::String text = base::StringOf(name);
   const char* key = manager.GetMPNameStrAddress(text);
   return key ? dynamic_cast<ScriptPort*>(manager.FindMessagePort(key)) : nullptr;
 }
 
 bool IsPort(std::string_view name) {
-  const SV::String text(name.data(), static_cast<long>(name.size()));
+  const SV::String text = base::StringOf(name);
   return TavMessagePortManager::Instance().GetMPNameStrAddress(text) != nullptr;
 }
 
@@ -111,7 +112,7 @@ Reply SendText(const char* port, const SV::String& text) {
   Reply reply;
   const auto fail = [&reply](const std::string& message) {
     TavScriptResult error;
-    error.SetError(SV::String(message.data(), static_cast<long>(message.size())));
+    error.SetError(base::StringOf(message));
     reply.text += error.GetText();
     reply.failed = true;
     return reply;

@@ -4,6 +4,7 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/notation/kind_word.h"
 #include "tavhost/notation/parser_access.h"
@@ -33,7 +34,7 @@ bool Fits(unsigned kind, TavKelValueType type) {
     message += '"';
   }
   message += complaint;
-  result.SetError(SV::String(message.data(), static_cast<long>(message.size())));
+  result.SetError(base::StringOf(message));
 }
 
 // Null when it is absent.

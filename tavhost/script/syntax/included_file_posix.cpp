@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/script/syntax/included_file.h"
 
 namespace script {
@@ -37,7 +38,7 @@ std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::strin
   if (count > 0) error = "the file is too large";
   close(file);
   if (count != 0) return std::nullopt;
-  included.text = SV::String(text.data(), static_cast<long>(text.size()));
+  included.text = base::StringOf(text);
   return included;
 }
 

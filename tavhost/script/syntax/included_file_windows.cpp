@@ -1,22 +1,16 @@
 #include <windows.h>
 
+#include "tavhost/base/string_of.h"
+#include "tavhost/base/wide_text_windows.h"
 #include "tavhost/script/syntax/included_file.h"
 
 namespace script {
 
 namespace {
 
-std::wstring Wide(const std::string& text) {
-  const int length =
-      MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(), length);
-  return wide;
-}
-
 HANDLE Open(const std::string& name) {
-  return CreateFileW(Wide(name).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  return CreateFileW(base::Wide(name).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 std::string IdentityOfFile(HANDLE file, const std::string& name) {
@@ -60,7 +54,7 @@ std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::strin
     error = isRead ? "the file is too large" : "the file cannot be read";
     return std::nullopt;
   }
-  included.text = SV::String(text.data(), static_cast<long>(text.size()));
+  included.text = base::StringOf(text);
   return included;
 }
 

@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "tavhost/base/keywords.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/script/syntax/included_file.h"
@@ -14,11 +15,8 @@ namespace {
 constexpr std::uint32_t kMaxParameters = 255;
 
 bool IsKeyword(std::string_view word) {
-  for (const char* keyword : {"if", "while", "for", "func", "return", "break", "continue", "try",
-                              "throw", "print", "exit", "global", "send"}) {
-    if (word == keyword) return true;
-  }
-  return false;
+  const keywords::Keyword* const keyword = keywords::Find(word);
+  return keyword && keyword->role == keywords::Role::kStatement;
 }
 
 }  // namespace

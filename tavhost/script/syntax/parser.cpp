@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "tavhost/base/keywords.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
 namespace script {
@@ -106,10 +108,9 @@ std::string_view Parser::ReadName(const char* what) {
 }
 
 void Parser::RequireVariable(std::string_view name) const {
-  for (const char* word : {"true", "false", "and", "or", "not"}) {
-    if (name == word) {
-      Fail(OffsetOf(name), '"' + std::string(name) + "\" cannot be the name of a variable");
-    }
+  const keywords::Keyword* const keyword = keywords::Find(name);
+  if (keyword && keywords::IsReserved(keyword->role)) {
+    Fail(OffsetOf(name), '"' + std::string(name) + "\" cannot be the name of a variable");
   }
 }
 
@@ -150,7 +151,7 @@ std::uint32_t Parser::AddConstant(kel::Value value) {
 }
 
 std::uint32_t Parser::AddTextConstant(std::string_view text) {
-  return AddConstant(kel::Value(SV::String(text.data(), static_cast<long>(text.size()))));
+  return AddConstant(kel::Value(base::StringOf(text)));
 }
 
 std::uint32_t Parser::Slot(std::string_view name) { return function_->layout.Add(name); }

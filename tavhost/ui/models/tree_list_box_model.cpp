@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
+
 namespace ui {
 
 namespace {
-
-char Folded(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c; }
-
-bool IsLessIgnoringCase(std::string_view a, std::string_view b) {
-  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return static_cast<unsigned char>(Folded(x)) < static_cast<unsigned char>(Folded(y));
-  });
-}
 
 // An item's parent and id in one number.
 std::uint64_t PlaceKey(std::uint32_t parentItem, std::int32_t id) {
@@ -77,7 +71,7 @@ void TreeListBoxModel::OrderChildren(Handle parentItem) const {
             [this](Handle a, Handle b) { return nodes_[a].added < nodes_[b].added; });
   if (options_.sorted) {
     std::stable_sort(node.children.begin(), node.children.end(), [this](Handle a, Handle b) {
-      return IsLessIgnoringCase(nodes_[a].text, nodes_[b].text);
+      return ascii::CompareInUpperCase(nodes_[a].text, nodes_[b].text) < 0;
     });
   }
   for (std::uint32_t i = 0; i < node.children.size(); ++i) nodes_[node.children[i]].place = i;

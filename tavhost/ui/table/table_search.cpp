@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/ui/table/table_model.h"
 #include "tavhost/ui/table/table_scan.h"
 
@@ -12,18 +13,10 @@ namespace ui::table_search {
 
 namespace {
 
-char Lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte; }
-char Upper(char byte) { return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 32) : byte; }
-
-std::string Upper(std::string text) {
-  for (char& byte : text) byte = Upper(byte);
-  return text;
-}
-
 // `piece` is in lower case and lies wholly within the text.
 bool StandsAt(const char* text, std::string_view piece) {
   for (std::size_t i = 0; i < piece.size(); ++i) {
-    if (Lower(text[i]) != piece[i]) return false;
+    if (ascii::ToLower(text[i]) != piece[i]) return false;
   }
   return true;
 }
@@ -33,8 +26,8 @@ bool StandsAt(const char* text, std::string_view piece) {
 template <typename Found>
 void FindAll(std::string_view text, std::string_view piece, Found found) {
   if (text.size() < piece.size()) return;
-  const char first[3] = {piece.front(), Upper(piece.front()), piece.front()};
-  const char final[3] = {piece.back(), Upper(piece.back()), piece.back()};
+  const char first[3] = {piece.front(), ascii::ToUpper(piece.front()), piece.front()};
+  const char final[3] = {piece.back(), ascii::ToUpper(piece.back()), piece.back()};
   const table_scan::Scan scan = table_scan::Best();
   const std::size_t last = text.size() - piece.size();
   std::size_t from = 0;  // places before it are not wanted
@@ -66,16 +59,15 @@ void FindAll(std::string_view text, std::string_view piece, Found found) {
 
 bool Contains(std::string_view text, std::string_view piece) {
   return std::search(text.begin(), text.end(), piece.begin(), piece.end(),
-                     [](char a, char b) { return Lower(a) == Lower(b); }) != text.end() ||
+                     [](char a, char b) { return ascii::EqualIgnoringCase(a, b); }) != text.end() ||
          piece.empty();
 }
 
 std::vector<bool> MatchingRows(const TableModel& table, std::string_view piece) {
   std::vector<bool> matches(table.Rows());
-  std::string lower(piece);
-  for (char& byte : lower) byte = Lower(byte);
+  const std::string lower = ascii::ToLower(piece);
   const TableText* const unchanged = table.Unchanged();
-  if (unchanged && unchanged->IsPlain(lower) && unchanged->IsPlain(Upper(lower))) {
+  if (unchanged && unchanged->IsPlain(lower) && unchanged->IsPlain(ascii::ToUpper(lower))) {
     std::uint32_t line = 0;
     FindAll(unchanged->Text(), lower, [&](std::size_t at) {
       // Matches are often close together.

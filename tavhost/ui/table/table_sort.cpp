@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/ui/table/table_model.h"
 
 namespace ui::table_sort {
@@ -13,7 +14,6 @@ namespace ui::table_sort {
 namespace {
 
 bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
-bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 struct NumberKey {
   std::uint64_t order;  // ascends as the numbers do
@@ -51,9 +51,7 @@ void SortNumbers(std::vector<NumberKey>& keys) {
   }
 }
 
-unsigned char Folded(char byte) {
-  return static_cast<unsigned char>(byte >= 'A' && byte <= 'Z' ? byte + 32 : byte);
-}
+unsigned char Folded(char byte) { return static_cast<unsigned char>(ascii::ToLower(byte)); }
 
 struct TextKey {
   std::uint64_t prefix;  // the first eight bytes, folded
@@ -68,24 +66,14 @@ std::uint64_t PrefixOf(std::string_view text) {
   return prefix;
 }
 
-// Below 0, 0 or above, as for strings.
-int Compare(std::string_view a, std::string_view b) {
-  const std::size_t common = std::min(a.size(), b.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    const int difference = Folded(a[i]) - Folded(b[i]);
-    if (difference != 0) return difference;
-  }
-  return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
-}
-
 void SortTexts(const TableModel& table, std::uint32_t column, bool descending,
                std::vector<TextKey>& keys) {
   std::string scratchA;
   std::string scratchB;
   std::stable_sort(keys.begin(), keys.end(), [&](const TextKey& a, const TextKey& b) {
     if (a.prefix != b.prefix) return (a.prefix < b.prefix) != descending;
-    const int order =
-        Compare(table.Cell(a.row, column, scratchA), table.Cell(b.row, column, scratchB));
+    const int order = ascii::CompareInLowerCase(table.Cell(a.row, column, scratchA),
+                                                table.Cell(b.row, column, scratchB));
     return descending ? order > 0 : order < 0;
   });
 }
@@ -98,7 +86,8 @@ std::optional<double> NumberOf(std::string_view field) {
   if (field.empty()) return std::nullopt;
   const bool isNegative = field.front() == '-';
   if (isNegative || field.front() == '+') field.remove_prefix(1);
-  if (field.empty() || !(IsDigit(field.front()) || field.front() == '.')) return std::nullopt;
+  if (field.empty() || !(ascii::IsDigit(field.front()) || field.front() == '.'))
+    return std::nullopt;
   // Short whole numbers and decimals, which most are, without the general way.
   constexpr std::size_t kShort = 15;  // digits that a double holds exactly
   constexpr double kPowers[] = {1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -108,7 +97,7 @@ std::optional<double> NumberOf(std::string_view field) {
     std::size_t point = field.size();
     std::size_t i = 0;
     for (; i < field.size(); ++i) {
-      if (IsDigit(field[i])) {
+      if (ascii::IsDigit(field[i])) {
         digits = digits * 10 + static_cast<std::uint64_t>(field[i] - '0');
       } else if (field[i] == '.' && point == field.size()) {
         point = i;

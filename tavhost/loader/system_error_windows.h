@@ -4,8 +4,6 @@
 
 namespace loader {
 
-std::wstring ToWide(const std::string& utf8);
-std::string ToUtf8(const std::wstring& wide);
 // What the system says about an error code, without the full stop and line end.
 std::string SystemErrorText(unsigned long code);
 

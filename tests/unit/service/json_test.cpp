@@ -1,0 +1,61 @@
+#include "tavhost/service/json.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+namespace {
+
+using kel::Value;
+using script::service::ErrorJson;
+using script::service::ReplyJson;
+
+std::string Literal(const std::string& text) {
+  const std::string begin = R"({"variables":{},"output":"","error":)";
+  const std::string json = ErrorJson(text);
+  EXPECT_TRUE(json.starts_with(begin) && json.ends_with('}')) << json;
+  return json.substr(begin.size(), json.size() - begin.size() - 1);
+}
+
+TEST(ServiceJson, EveryByteBelowBlankIsEscaped) {
+  for (char byte = 0; byte < ' '; ++byte) {
+    char number[8];
+    std::snprintf(number, sizeof number, "\\u%04x", static_cast<unsigned>(byte));
+    const std::string escape = byte == '\n'   ? "\\n"
+                               : byte == '\r' ? "\\r"
+                               : byte == '\t' ? "\\t"
+                                              : number;
+    EXPECT_EQ(Literal(std::string("a") + byte + "b"), "\"a" + escape + "b\"");
+  }
+}
+
+TEST(ServiceJson, AllElseStaysAsItIs) {
+  EXPECT_EQ(Literal(""), R"("")");
+  EXPECT_EQ(Literal("\"\\/\x7F"), "\"\\\"\\\\/\x7F\"");
+  EXPECT_EQ(Literal("\\b\b\\f\f"), R"("\\b\u0008\\f\u000c")");
+  EXPECT_EQ(Literal("gr\xC3\xBCn \xF0\x9F\x98\x80"), "\"gr\xC3\xBCn \xF0\x9F\x98\x80\"");
+  EXPECT_EQ(Literal("a\xFFz \xE2\x82(x"), "\"a\xEF\xBF\xBDz \xEF\xBF\xBD(x\"") << "no UTF-8";
+}
+
+TEST(ServiceJson, FieldsKeepTheirOrderAndNumbersTheirDigits) {
+  Value record = Value::Record();
+  const auto set = [&record](const char* name, Value value) {
+    record.MutableRecord().At(SV::String(name)) = std::move(value);
+  };
+  set("z", Value(1.0));
+  set("a", Value(0.1));
+  set("m", Value(1e300));
+  set("n", Value(std::numeric_limits<double>::infinity()));
+  set("i", Value(std::int32_t{-7}));
+  Value list = Value::List();
+  list.MutableList().items.emplace_back(SV::String("x"));
+  list.MutableList().items.emplace_back();
+  set("l", std::move(list));
+  EXPECT_EQ(ReplyJson(record, "out\n", nullptr),
+            R"({"variables":{"z":1,"a":0.1,"m":1e+300,"n":null,"i":-7,"l":["x",null]},)"
+            R"("output":"out\n","error":null})");
+}
+
+}  // namespace
