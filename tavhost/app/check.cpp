@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/base/string.h"
@@ -9,6 +10,7 @@
 #include "tavhost/app/script_source.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/file_text.h"
 
 namespace app {
 
@@ -37,10 +39,9 @@ int CheckScripts(const CommandLine& line) {
   const bool hasAnswers = !answersName.empty() && answersName != "accept" &&
                           answersName != "cancel" && answersName != "ask";
   if (hasAnswers) {
-    std::string error;
-    const auto text = ReadWholeFile(answersName, error);
+    const base::Result<std::string> text = base::ReadFileText(answersName);
     if (!text) {
-      WriteError("tavhost: cannot read " + answersName + ": " + error + "\n");
+      WriteError("tavhost: cannot read " + answersName + ": " + text.error().message + "\n");
       return kExitUsage;
     }
     answers = {answersName, *text};

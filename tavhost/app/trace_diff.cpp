@@ -2,10 +2,13 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/file_text.h"
 
 namespace app {
 
@@ -28,10 +31,9 @@ int CompareTraces(const CommandLine& line) {
   std::string texts[2];
   for (int i = 0; i < 2; ++i) {
     const std::string& name = i == 0 ? firstName : secondName;
-    std::string error;
-    auto text = ReadWholeFile(name, error);
+    base::Result<std::string> text = base::ReadFileText(name);
     if (!text) {
-      WriteError("tavhost: cannot read " + name + ": " + error + "\n");
+      WriteError("tavhost: cannot read " + name + ": " + text.error().message + "\n");
       return kExitUsage;
     }
     texts[i] = std::move(*text);
