@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 
 #include "host/script/script.h"
 #include "tavhost/analysis/completion.h"
