@@ -33,15 +33,13 @@ bool ParseCommands(const std::string& operand, std::size_t number, Documents& do
                "\n");
     return false;
   }
-  kel::ParseError mistake;
-  auto document =
-      kel::Document::Parse(SV::String(text->data(), static_cast<long>(text->size())), mistake);
+  auto document = kel::Document::Parse(SV::String(text->data(), static_cast<long>(text->size())));
   if (!document) {
-    WriteError(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
-               ": error: " + mistake.message + "\n");
+    document.error().file = name;
+    WriteError(document.error().Text() + "\n");
     return false;
   }
-  documents.push_back(std::move(document));
+  documents.push_back(std::move(*document));
   return true;
 }
 

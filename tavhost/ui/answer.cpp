@@ -320,15 +320,17 @@ std::string CellText(const Answer::Cell& cell) {
 }  // namespace
 
 base::Result<std::vector<Answer>> ParseAnswers(const std::string& file, std::string_view text) {
-  kel::ParseError mistake;
-  const std::shared_ptr<const kel::Document> document =
-      kel::Document::Parse(SV::String(text.data(), static_cast<long>(text.size())), mistake);
-  if (!document) return base::Failure(mistake.message, file, mistake.line, mistake.column);
+  const auto parsed = kel::Document::Parse(SV::String(text.data(), static_cast<long>(text.size())));
+  if (!parsed) {
+    const base::Error& mistake = parsed.error();
+    return base::Failure(mistake.message, file, mistake.line, mistake.column);
+  }
+  const kel::Document& document = **parsed;
   std::vector<Answer> answers;
-  Reader reader(file, *document);
-  for (std::uint32_t i = 0; i < document->Count(); ++i) {
+  Reader reader(file, document);
+  for (std::uint32_t i = 0; i < document.Count(); ++i) {
     Answer answer;
-    if (!reader.ReadElement(document->Elements()[i], answer)) {
+    if (!reader.ReadElement(document.Elements()[i], answer)) {
       return tl::unexpected<base::Error>(reader.GetError());
     }
     answers.push_back(std::move(answer));
