@@ -35,7 +35,7 @@ ROOMS = {
     "service": ("base", "notation", "script"),
     "lsp": ("base", "notation", "reference", "script", "analysis"),
     "headless": ("base", "ui"),
-    "qt": ("reference", "ui", "ide"),
+    "qt": ("base", "reference", "ui", "ide"),
 }
 ROOMS["app"] = tuple(room for room in ROOMS if room != "qt")  # the Qt module is loaded, never linked
 FLOORS = list(ROOMS)
