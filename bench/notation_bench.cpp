@@ -11,6 +11,7 @@
 #include <pugixml.hpp>
 #include <random>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "bench/compare.h"
 #include "host/notation/kel_converter.h"
@@ -75,10 +76,9 @@ void CompareAll() {
   std::string scratch;
 
   const bench::Contender ours{"KEL", {}, [&] {
-                                kel::ParseError error;
-                                const auto document = kel::Document::Parse(kel, error);
-                                Check(document != nullptr, "KEL");
-                                benchmark::DoNotOptimize(document->Count());
+                                const auto document = kel::Document::Parse(kel);
+                                Check(document.has_value(), "KEL");
+                                benchmark::DoNotOptimize((*document)->Count());
                               }};
   const bench::Contender pugi{"pugixml", [&] { scratch = texts.xml; },
                               [&] {

@@ -53,7 +53,7 @@ if(NOT WIN32)
 endif()
 
 # The licences of the libraries whose code the program holds.
-set(used_packages nlohmann-json3-dev libutfcpp-dev libboost1.74-dev zlib1g-dev)
+set(used_packages nlohmann-json3-dev libutfcpp-dev libexpected-dev libboost1.74-dev zlib1g-dev)
 if(WIN32)
   list(APPEND used_packages g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev)
 endif()

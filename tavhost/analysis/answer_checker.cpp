@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/analysis/command_use.h"
@@ -407,23 +408,11 @@ std::uint32_t OffsetOfAnswer(const script::Source& source, const std::vector<ui:
   return static_cast<std::uint32_t>(found == std::string_view::npos ? at : found);
 }
 
-// The text of an error `FILE:LINE:COLUMN: error: MESSAGE` as a finding.
-base::Diagnostic FindingOf(const script::Source& source, const std::string& error) {
-  const std::string_view kMark = ": error: ";
-  const std::size_t mark = error.find(kMark);
-  std::uint32_t offset = 0;
-  std::string message = error;
-  if (mark != std::string::npos) {
-    message = error.substr(mark + kMark.size());
-    message = message.substr(0, message.find('\n'));
-    const std::size_t columnAt = error.rfind(':', mark - 1);
-    const std::size_t lineAt = error.rfind(':', columnAt - 1);
-    if (columnAt != std::string::npos && lineAt != std::string::npos) {
-      offset = source.OffsetOf(std::atoi(error.c_str() + lineAt + 1),
-                               std::atoi(error.c_str() + columnAt + 1), 0);
-    }
-  }
-  return FindingAt(source, offset, 1, message);
+// Its first line is the finding's message.
+base::Diagnostic FindingOf(const script::Source& source, const base::Error& error) {
+  const auto offset = source.OffsetOf(static_cast<std::int32_t>(error.line),
+                                      static_cast<std::int32_t>(error.column), 0);
+  return FindingAt(source, offset, 1, error.message.substr(0, error.message.find('\n')));
 }
 
 }  // namespace
@@ -432,9 +421,9 @@ std::vector<base::Diagnostic> CheckAnswers(const script::Program& program,
                                            const std::vector<script::FunctionSyntax>& parsed,
                                            const AnswersFile& file) {
   const script::Source source(base::StringOf(file.text), file.name);
-  std::vector<ui::Answer> answers;
-  std::string error;
-  if (!ui::ParseAnswers(file.name, file.text, answers, error)) return {FindingOf(source, error)};
+  const base::Result<std::vector<ui::Answer>> read = ui::ParseAnswers(file.name, file.text);
+  if (!read) return {FindingOf(source, read.error())};
+  const std::vector<ui::Answer>& answers = *read;
   AnswerChecker checker(program, parsed, answers);
   if (checker.Run()) return {};
   const std::size_t at = checker.Furthest();

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/base/string.h"
@@ -10,6 +11,7 @@
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/diagnostic.h"
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/report.h"
 
 namespace app {
@@ -39,10 +41,9 @@ int CheckScripts(const CommandLine& line) {
   const bool hasAnswers = !answersName.empty() && answersName != "accept" &&
                           answersName != "cancel" && answersName != "ask";
   if (hasAnswers) {
-    std::string error;
-    const auto text = ReadWholeFile(answersName, error);
+    const base::Result<std::string> text = base::ReadFileText(answersName);
     if (!text) {
-      report::Line("tavhost: cannot read " + answersName + ": " + error);
+      report::Line("tavhost: cannot read " + answersName + ": " + text.error().message);
       return kExitUsage;
     }
     answers = {answersName, *text};
@@ -62,7 +63,7 @@ int CheckScripts(const CommandLine& line) {
   }
   // A script may hold any bytes, JSON only UTF-8.
   if (line.json) {
-    Print(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    Print(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
   }
   if (isUnreadable) return kExitUsage;
   return hasErrors ? kExitScriptError : kExitSuccess;

@@ -1,7 +1,7 @@
 #include "tavhost/app/client_answers.h"
 
-#include <optional>
 #include <string>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/headless/answer_fitting.h"
@@ -21,15 +21,15 @@ class WindowQuestion final : public script::service::Question {
 
   std::string Json(const std::string& id) const override { return ui::WindowJson(window_, id); }
 
-  std::optional<std::string> Take(const std::string& text) override {
-    std::vector<ui::Answer> answers;
-    std::string error;
-    if (!ui::ParseAnswers(kAnswerName, text, answers, error)) {
-      while (error.ends_with('\n')) error.pop_back();
-      return error;
+  base::Result<void> Take(const std::string& text) override {
+    const base::Result<std::vector<ui::Answer>> answers = ui::ParseAnswers(kAnswerName, text);
+    if (!answers) {
+      std::string mistake = answers.error().Text();
+      while (mistake.ends_with('\n')) mistake.pop_back();
+      return base::Failure(std::move(mistake));
     }
-    if (answers.size() != 1) return "one element answers a window";
-    return ui::ApplyAnswer(answers.front(), window_);
+    if (answers->size() != 1) return base::Failure("one element answers a window");
+    return ui::ApplyAnswer(answers->front(), window_);
   }
 
  private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "host/system/version.h"
@@ -28,8 +29,8 @@ class Parser {
   Parser(const SubcommandRow& row, CommandLine& line) : row_(row), line_(line) {}
 
   // Takes the arguments from `first` on; what is behind the operands' begin is left alone where
-  // options may not stand there. Returns what is wrong; empty when nothing is.
-  std::string Parse(const std::vector<std::string>& arguments, std::size_t first) {
+  // options may not stand there.
+  base::Result<void> Parse(const std::vector<std::string>& arguments, std::size_t first) {
     for (at_ = first; at_ < arguments.size(); ++at_) {
       const std::string& argument = arguments[at_];
       if (argument == "--") {
@@ -41,7 +42,7 @@ class Parser {
         line_.operands.push_back(argument);
         continue;
       }
-      if (std::string mistake = TakeOption(arguments); !mistake.empty()) return mistake;
+      if (base::Result<void> taken = TakeOption(arguments); !taken) return taken;
     }
     line_.operands.insert(line_.operands.end(), arguments.begin() + static_cast<long>(at_),
                           arguments.end());
@@ -57,17 +58,19 @@ class Parser {
   }
 
   // `--name`, `--name=value`, `--name value`, and the same with `-x` and `-xvalue`.
-  std::string TakeOption(const std::vector<std::string>& arguments) {
+  base::Result<void> TakeOption(const std::vector<std::string>& arguments) {
     const std::string& argument = arguments[at_];
     const bool isLong = argument[1] == '-';
     const std::size_t nameEnd = isLong ? std::min(argument.find('='), argument.size()) : 2;
     std::string name = argument.substr(0, nameEnd);
     if (name == "-h") name = "--help";
     const OptionRow* const option = Find(name);
-    if (!option) return "unknown option '" + argument.substr(0, nameEnd) + "'" + Nearest(name);
+    if (!option) {
+      return base::Failure("unknown option '" + argument.substr(0, nameEnd) + "'" + Nearest(name));
+    }
     const bool hasValue = nameEnd < argument.size();
     if (!option->value) {
-      if (hasValue) return std::string(option->name) + " takes no value";
+      if (hasValue) return base::Failure(std::string(option->name) + " takes no value");
       return option->take(line_, {});
     }
     std::string value;
@@ -76,10 +79,11 @@ class Parser {
     } else if (at_ + 1 < arguments.size()) {
       value = arguments[++at_];
     } else {
-      return std::string(option->name) + " needs a value";
+      return base::Failure(std::string(option->name) + " needs a value");
     }
-    const std::string mistake = option->take(line_, std::move(value));
-    return mistake.empty() ? mistake : std::string(option->name) + ": " + mistake;
+    const base::Result<void> taken = option->take(line_, std::move(value));
+    if (!taken) return base::Failure(std::string(option->name) + ": " + taken.error().message);
+    return {};
   }
 
   std::string Nearest(std::string_view name) const {
@@ -128,35 +132,44 @@ std::string VersionText() {
          std::to_string(version % 100);
 }
 
-// What is wrong with the number of operands; empty when nothing is.
-std::string OperandMistake(const CommandLine& line) {
+base::Result<void> Require(bool holds, std::string otherwise) {
+  if (!holds) return base::Failure(std::move(otherwise));
+  return {};
+}
+
+// Whether the subcommand takes so many operands.
+base::Result<void> CheckOperands(const CommandLine& line) {
   const std::size_t count = line.operands.size();
   switch (line.subcommand) {
     case Subcommand::kWorkbench:
       return {};
     case Subcommand::kRun:
-      return count == 0 && !line.scriptText ? "run needs a script" : "";
+      return Require(count > 0 || line.scriptText, "run needs a script");
     case Subcommand::kSend:
-      if (count == 0) return "send needs a command";
+      if (count == 0) return base::Failure("send needs a command");
       for (const std::string& operand : line.operands) {
-        if (operand.starts_with("--")) return "options stand before the commands: " + operand;
+        if (operand.starts_with("--")) {
+          return base::Failure("options stand before the commands: " + operand);
+        }
       }
       return {};
     case Subcommand::kCheck:
-      return count == 0 ? "check needs a script" : "";
+      return Require(count > 0, "check needs a script");
     case Subcommand::kCommands:
-      return count > 1 ? "commands takes one name" : "";
+      return Require(count <= 1, "commands takes one name");
     case Subcommand::kValidate:
-      return count != 1 ? "validate needs the path of one plug-in" : "";
+      return Require(count == 1, "validate needs the path of one plug-in");
     case Subcommand::kValidateChild:
-      return count != 3 ? "validate-child needs a plug-in, a test and a mark" : "";
+      return Require(count == 3, "validate-child needs a plug-in, a test and a mark");
     case Subcommand::kTrace:
       if (count > 0 && line.operands[0] != "diff") {
-        return "unknown subcommand 'trace " + line.operands[0] + "'; there is 'trace diff A B'";
+        return base::Failure("unknown subcommand 'trace " + line.operands[0] +
+                             "'; there is 'trace diff A B'");
       }
-      return count != 3 ? "trace diff needs two trace files" : "";
+      return Require(count == 3, "trace diff needs two trace files");
     default:
-      return count > 0 ? "unexpected operand '" + line.operands[0] + "'" : "";
+      if (count > 0) return base::Failure("unexpected operand '" + line.operands[0] + "'");
+      return {};
   }
 }
 
@@ -166,21 +179,22 @@ std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& 
   CommandLine line;
   const SubcommandRow* row = &kWorkbenchRow;
   // Options before the subcommand's name; the rest is left for the subcommand.
-  std::string mistake = Parser(*row, line).Parse(arguments, 0);
-  if (mistake.empty() && !line.operands.empty()) {
+  base::Result<void> parsed = Parser(*row, line).Parse(arguments, 0);
+  if (parsed && !line.operands.empty()) {
     const std::vector<std::string> rest = std::exchange(line.operands, {});
     row = FindSubcommand(rest[0]);
     if (!row) return Complain(UnknownSubcommandText(rest[0]), kWorkbenchRow);
     line.subcommand = row->subcommand;
-    mistake = Parser(*row, line).Parse(rest, 1);
+    parsed = Parser(*row, line).Parse(rest, 1);
   }
-  if (!mistake.empty()) return Complain(mistake, *row);
+  if (!parsed) return Complain(parsed.error().message, *row);
   if (line.help || line.version) {
     Print(line.help ? HelpText(*row) : "tavhost " + VersionText() + "\n");
     return kExitSuccess;
   }
-  mistake = OperandMistake(line);
-  if (!mistake.empty()) return Complain(mistake, *row);
+  if (const base::Result<void> checked = CheckOperands(line); !checked) {
+    return Complain(checked.error().message, *row);
+  }
   return line;
 }
 

@@ -1,6 +1,7 @@
 #include "tavhost/app/command_line_tables.h"
 
 #include <charconv>
+#include <tl/expected.hpp>
 #include <utility>
 
 namespace app {
@@ -32,15 +33,15 @@ constexpr SubcommandRow kSubcommandTable[] = {
     {"trace", Subcommand::kTrace, "diff A B", "Name the first call in which two traces part", true},
 };
 
-std::string TakeUserInterface(CommandLine& line, std::string value) {
+base::Result<void> TakeUserInterface(CommandLine& line, std::string value) {
   if (value != "auto" && value != "qt" && value != "headless") {
-    return "must be auto, qt or headless";
+    return base::Failure("must be auto, qt or headless");
   }
   line.options.userInterface = std::move(value);
   return {};
 }
 
-std::string TakeScreen(CommandLine& line, std::string value) {
+base::Result<void> TakeScreen(CommandLine& line, std::string value) {
   constexpr int kLongestSide = 32767;
   int sides[2] = {};
   const char* at = value.data();
@@ -50,7 +51,7 @@ std::string TakeScreen(CommandLine& line, std::string value) {
     const auto [rest, error] = std::from_chars(at, end, side);
     const bool endsRight = first ? rest != end && *rest == 'x' : rest == end;
     if (error != std::errc() || side < 1 || side > kLongestSide || !endsRight) {
-      return "must be WIDTHxHEIGHT, for example 1280x720";
+      return base::Failure("must be WIDTHxHEIGHT, for example 1280x720");
     }
     at = rest + 1;
   }
@@ -58,47 +59,47 @@ std::string TakeScreen(CommandLine& line, std::string value) {
   return {};
 }
 
-std::string TakeTimeout(CommandLine& line, std::string value) {
+base::Result<void> TakeTimeout(CommandLine& line, std::string value) {
   constexpr double kLongest = 1e9;  // seconds; far beyond any run, well within any timer
   double seconds = 0;
   const char* const end = value.data() + value.size();
   const auto [rest, error] = std::from_chars(value.data(), end, seconds);
   if (error != std::errc() || rest != end || !(seconds > 0) || seconds > kLongest) {
-    return "must be a number of seconds above 0";
+    return base::Failure("must be a number of seconds above 0");
   }
   line.options.timeoutSeconds = seconds;
   return {};
 }
 
-std::string TakePort(CommandLine& line, std::string value) {
+base::Result<void> TakePort(CommandLine& line, std::string value) {
   int port = 0;
   const char* const end = value.data() + value.size();
   const auto [rest, error] = std::from_chars(value.data(), end, port);
   if (error != std::errc() || rest != end || port < 0 || port > 65535) {
-    return "must be a port number from 0 to 65535";
+    return base::Failure("must be a port number from 0 to 65535");
   }
   line.port = port;
   return {};
 }
 
-std::string TakeScriptText(CommandLine& line, std::string value) {
+base::Result<void> TakeScriptText(CommandLine& line, std::string value) {
   line.scriptText = line.scriptText ? *line.scriptText + "\n" + value : std::move(value);
   return {};
 }
 
 // Options that only keep what they are given.
 template <auto member>
-std::string Keep(CommandLine& line, std::string value) {
+base::Result<void> Keep(CommandLine& line, std::string value) {
   line.options.*member = std::move(value);
   return {};
 }
 template <auto member>
-std::string SetOption(CommandLine& line, std::string) {
+base::Result<void> SetOption(CommandLine& line, std::string) {
   line.options.*member = true;
   return {};
 }
 template <auto member>
-std::string Set(CommandLine& line, std::string) {
+base::Result<void> Set(CommandLine& line, std::string) {
   line.*member = true;
   return {};
 }

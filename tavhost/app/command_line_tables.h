@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "tavhost/app/command_line.h"
+#include "tavhost/base/result.h"
 
 // The subcommands and options as data: what the parser knows and what the help says.
 namespace app {
@@ -22,8 +23,8 @@ struct OptionRow {
   const char* value;      // what its value is; null for a switch
   std::string_view description;
   unsigned subcommands;  // a bit for each that has it
-  // Puts the value into its place. Returns what is wrong with it; empty when nothing is.
-  std::string (*take)(CommandLine& line, std::string value);
+  // Puts the value into its place; fails with what is wrong with it.
+  base::Result<void> (*take)(CommandLine& line, std::string value);
 };
 
 extern const SubcommandRow kWorkbenchRow;

@@ -1,5 +1,7 @@
 #include "tavhost/app/host.h"
 
+#include <tl/expected.hpp>
+
 #include "host/dialog/app_work_window.h"
 #include "tavhost/app/client_answers.h"
 #include "tavhost/app/exit_codes.h"
@@ -25,27 +27,33 @@ namespace app {
 
 namespace {
 
-bool Fail(int& exitCode, int code, const std::string& message) {
-  report::Line("tavhost: " + message);
-  exitCode = code;
-  return false;
+// What is wrong with a file stands behind its place, anything else behind the program's name.
+void Tell(const base::Error& error) {
+  const std::string text = error.file ? error.Text() : "tavhost: " + error.message;
+  report::Line(text);
 }
 
-std::unique_ptr<ui::Toolkit> LoadWindows(const ui::QtOptions& options, std::string& error) {
+// Why the host does not start, said, as the exit code.
+tl::unexpected<int> Refusal(int exitCode, const base::Error& error) {
+  Tell(error);
+  return tl::unexpected<int>(exitCode);
+}
+
+base::Result<std::unique_ptr<ui::Toolkit>> LoadWindows(const ui::QtOptions& options) {
   const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
                             &event_loop::ClearWakeUp,       &stop::IsRequested,
                             event_loop::WakeUpDescriptor(), &report::Line};
-  return ui::LoadQtToolkit(WindowsModuleFolder(), host, options, error);
+  return ui::LoadQtToolkit(WindowsModuleFolder(), host, options);
 }
 
 // Real windows, loaded when the first thing of theirs is needed.
 std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
                                           const ui::QtOptions& options) {
   return ui::DeferToolkit(std::move(headless), [options] {
-    std::string error;
-    std::unique_ptr<ui::Toolkit> windows = LoadWindows(options, error);
-    if (!windows) report::Line("tavhost: there are no windows: " + error);
-    return windows;
+    base::Result<std::unique_ptr<ui::Toolkit>> windows = LoadWindows(options);
+    if (windows) return std::move(*windows);
+    report::Line("tavhost: there are no windows: " + windows.error().message);
+    return std::unique_ptr<ui::Toolkit>();
   });
 }
 
@@ -53,25 +61,21 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
 
 std::string WindowsModuleFolder() { return loader::PluginFolder() + "/../modules"; }
 
-bool Host::StartUserInterface(const Options& options, int& exitCode) {
+base::Result<void> Host::StartUserInterface(const Options& options) {
   const bool isAuto =
       options.userInterface == "auto" && ui::HasDisplay() && ui::HasQtModule(WindowsModuleFolder());
   const bool hasWindows = options.userInterface == "qt" || isAuto;
   if (!options.screenshotFolder.empty() && !hasWindows) {
-    return Fail(exitCode, kExitUsage, "--screenshots needs real windows (--ui qt)");
+    return base::Failure("--screenshots needs real windows (--ui qt)");
   }
   const bool hasUser = hasWindows && ui::HasDisplay();
   ui::AnswerOptions answers = ui::ReadAnswerOption(options.answers ? &*options.answers : nullptr,
                                                    hasUser, IsInputTerminal());
   answers.recordPath = options.recordFile;
   hasUser_ = hasUser && !options.answers;
-  std::string error;
-  answers_ = ui::AnswerSession::Create(answers, error);
-  if (!answers_) {
-    report::Line(error);
-    exitCode = kExitUsage;
-    return false;
-  }
+  base::Result<std::shared_ptr<ui::AnswerSession>> session = ui::AnswerSession::Create(answers);
+  if (!session) return tl::unexpected<base::Error>(session.error());
+  answers_ = std::move(*session);
   const auto answersOrClient = std::make_shared<ClientAnswers>(answers_);
   ui::HeadlessOptions headless;
   if (options.screen) headless.screen = *options.screen;
@@ -84,29 +88,27 @@ bool Host::StartUserInterface(const Options& options, int& exitCode) {
                               answersOrClient};
   if (isAuto) {
     ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
-    return true;
+    return {};
   }
-  std::unique_ptr<ui::Toolkit> toolkit =
-      hasWindows ? LoadWindows(windows, error) : ui::CreateHeadlessToolkit(headless);
-  if (!toolkit) return Fail(exitCode, kExitUsage, "there are no windows: " + error);
-  ui::SetToolkit(std::move(toolkit));
-  return true;
+  base::Result<std::unique_ptr<ui::Toolkit>> toolkit =
+      hasWindows ? LoadWindows(windows) : ui::CreateHeadlessToolkit(headless);
+  if (!toolkit) return base::Failure("there are no windows: " + toolkit.error().message);
+  ui::SetToolkit(std::move(*toolkit));
+  return {};
 }
 
-bool Host::LoadPlugins(const Options& options, int& exitCode) {
-  std::string error;
+base::Result<void> Host::LoadPlugins(const Options& options) {
   plugins_.emplace();
-  const bool loaded = options.pluginPath.empty() ? plugins_->LoadFound(error)
-                                                 : plugins_->Load(options.pluginPath, error);
-  return loaded || Fail(exitCode, kExitNoPlugin, error);
+  return options.pluginPath.empty() ? plugins_->LoadFound() : plugins_->Load(options.pluginPath);
 }
 
-std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
+base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   std::unique_ptr<Host> host(new Host);
-  if (!host->StartUserInterface(options, exitCode)) return nullptr;
+  if (const base::Result<void> shown = host->StartUserInterface(options); !shown) {
+    return Refusal(kExitUsage, shown.error());
+  }
   if (!options.traceFile.empty() && !trace::Open(options.traceFile)) {
-    Fail(exitCode, kExitUsage, "cannot write the trace " + options.traceFile);
-    return nullptr;
+    return Refusal(kExitUsage, {"cannot write the trace " + options.traceFile, {}, 0, 0});
   }
   database_area::SetFolder(options.databaseFolder);
   main_frames::Create();
@@ -117,7 +119,9 @@ std::unique_ptr<Host> Host::Start(const Options& options, int& exitCode) {
     host->dryRun_.emplace(Print);
     script::ScriptPort::TavScript().AddProvider(*host->dryRun_);  // before the plug-ins
   }
-  if (!host->LoadPlugins(options, exitCode)) return nullptr;
+  if (const base::Result<void> loaded = host->LoadPlugins(options); !loaded) {
+    return Refusal(kExitNoPlugin, loaded.error());
+  }
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
   return host;
@@ -143,9 +147,10 @@ void Host::WaitForUser() {
 }
 
 int Host::Finish(int exitCode) {
-  std::string error;
-  if (exitCode != kExitSuccess || answers_->Finish(error)) return exitCode;
-  report::Line(error);
+  if (exitCode != kExitSuccess) return exitCode;
+  const base::Result<void> finished = answers_->Finish();
+  if (finished) return kExitSuccess;
+  Tell(finished.error());
   return kExitNoAnswer;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tavhost/app/command_line.h"
+#include "tavhost/base/result.h"
 #include "tavhost/files/dry_run.h"
 #include "tavhost/headless/answer_session.h"
 #include "tavhost/loader/plugins.h"
@@ -18,8 +19,8 @@ std::string WindowsModuleFolder();
 // time; it lives as long as commands are sent.
 class Host {
  public:
-  // Null when it cannot start; why has been said, and `exitCode` is set.
-  static std::unique_ptr<Host> Start(const Options& options, int& exitCode);
+  // When it cannot start, why has been said, and the exit code stands in its place.
+  static base::Result<std::unique_ptr<Host>, int> Start(const Options& options);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
   ~Host();
@@ -32,8 +33,8 @@ class Host {
 
  private:
   Host() = default;
-  bool StartUserInterface(const Options& options, int& exitCode);
-  bool LoadPlugins(const Options& options, int& exitCode);
+  base::Result<void> StartUserInterface(const Options& options);
+  base::Result<void> LoadPlugins(const Options& options);
 
   std::shared_ptr<ui::AnswerSession> answers_;
   std::optional<DryRun> dryRun_;

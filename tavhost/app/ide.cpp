@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "host/base/string.h"
 #include "host/dialog/startup_box.h"
@@ -17,36 +18,36 @@ namespace app {
 
 namespace {
 
-// Whether the windows can be shown; `error` says why not.
-bool HasWindows(const Options& options, std::string& error) {
-  constexpr char kTry[] = "\nTry 'tavhost run SCRIPT', 'tavhost repl' or 'tavhost --help'.";
+// Whether the windows can be shown.
+base::Result<void> CheckWindows(const Options& options) {
+  const std::string kTry = "\nTry 'tavhost run SCRIPT', 'tavhost repl' or 'tavhost --help'.";
   if (options.userInterface == "headless") {
-    error = std::string("the workbench needs windows; --ui headless has none") + kTry;
-  } else if (!ui::HasDisplay() && !std::getenv("QT_QPA_PLATFORM")) {
-    error = std::string("the workbench needs a display, and there is none") + kTry;
-  } else if (!ui::HasQtModule(WindowsModuleFolder())) {
-    error = "the workbench needs the module for windows, which is not installed (" +
-            WindowsModuleFolder() + ")" + kTry;
+    return base::Failure("the workbench needs windows; --ui headless has none" + kTry);
   }
-  return error.empty();
+  if (!ui::HasDisplay() && !std::getenv("QT_QPA_PLATFORM")) {
+    return base::Failure("the workbench needs a display, and there is none" + kTry);
+  }
+  if (!ui::HasQtModule(WindowsModuleFolder())) {
+    return base::Failure("the workbench needs the module for windows, which is not installed (" +
+                         WindowsModuleFolder() + ")" + kTry);
+  }
+  return {};
 }
 
 }  // namespace
 
 int RunIde(const CommandLine& line) {
-  std::string error;
-  if (!HasWindows(line.options, error)) {
-    report::Line("tavhost: " + error);
+  if (const base::Result<void> windows = CheckWindows(line.options); !windows) {
+    report::Line("tavhost: " + windows.error().message);
     return kExitUsage;
   }
-  int exitCode = kExitSuccess;
   Options options = line.options;
   options.userInterface = "qt";
-  const auto host = Host::Start(options, exitCode);
-  if (!host) return exitCode;
-  ui::RunIdeFunction* const run = ui::LoadIde(WindowsModuleFolder(), error);
+  const auto host = Host::Start(options);
+  if (!host) return host.error();
+  const base::Result<ui::RunIdeFunction*> run = ui::LoadIde(WindowsModuleFolder());
   if (!run) {
-    report::Line("tavhost: there is no workbench: " + error);
+    report::Line("tavhost: there is no workbench: " + run.error().message);
     return kExitUsage;
   }
   startup_box::Show();
@@ -55,10 +56,9 @@ int RunIde(const CommandLine& line) {
   ide::IdeOptions workbench;
   workbench.files = line.operands;
   workbench.shown = [] { startup_box::Hide(); };
-  run(ui::CurrentToolkit(), services, workbench);
+  (*run)(ui::CurrentToolkit(), services, workbench);
   startup_box::Hide();
-  if (services.IsEndAsked()) exitCode = kExitStopped;
-  return exitCode == kExitSuccess ? host->Finish(exitCode) : exitCode;
+  return services.IsEndAsked() ? kExitStopped : (*host)->Finish(kExitSuccess);
 }
 
 }  // namespace app

@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 
 #include "host/script/script.h"
 #include "tavhost/analysis/completion.h"
@@ -130,15 +131,14 @@ class Prompt {
 }  // namespace
 
 int RunPrompt(const CommandLine& line) {
-  int exitCode = kExitSuccess;
-  const auto host = Host::Start(line.options, exitCode);
-  if (!host) return exitCode;
+  const auto host = Host::Start(line.options);
+  if (!host) return host.error();
   script::RunOptions options;
   options.name = "<prompt>";
   options.sinks.print = Print;
   options.sinks.error = report::Line;
-  exitCode = Prompt(std::move(options), line.options).Run();
-  return host->Finish(exitCode);
+  const int exitCode = Prompt(std::move(options), line.options).Run();
+  return (*host)->Finish(exitCode);
 }
 
 }  // namespace app

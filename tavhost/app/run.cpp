@@ -1,4 +1,5 @@
 #include <optional>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/app/exit_codes.h"
@@ -34,9 +35,8 @@ int RunScript(const CommandLine& line) {
       line.scriptText ? TextOnCommandLine(*line.scriptText) : ReadScript(line.operands[0]);
   if (!source) return kExitUsage;
 
-  int exitCode = kExitSuccess;
-  const auto host = Host::Start(line.options, exitCode);
-  if (!host) return exitCode;
+  const auto host = Host::Start(line.options);
+  if (!host) return host.error();
   SetProgramPath(line);
 
   script::RunOptions options;
@@ -49,10 +49,10 @@ int RunScript(const CommandLine& line) {
   ReportOutcome(outcome, line.options);
   const bool stopped = outcome.exitType == TavScriptExitStop;
   const int exitCodeOfRun = ExitCodeOf(outcome);
-  if (stopped) return host->Finish(exitCodeOfRun);
+  if (stopped) return (*host)->Finish(exitCodeOfRun);
   const int exitCodeOfAll = FinishServing(line.options, exitCodeOfRun);
-  host->WaitForUser();
-  return host->Finish(exitCodeOfAll);
+  (*host)->WaitForUser();
+  return (*host)->Finish(exitCodeOfAll);
 }
 
 }  // namespace app

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/notation/message_port.h"
@@ -28,20 +29,19 @@ using Documents = std::vector<std::shared_ptr<const kel::Document>>;
 bool ParseCommands(const std::string& operand, std::size_t number, Documents& documents) {
   const bool fromInput = operand == "-";
   const std::string name = fromInput ? "<stdin>" : "command " + std::to_string(number);
-  std::string error;
-  const auto text = fromInput ? ReadStandardInput(error) : std::optional(operand);
+  const base::Result<std::string> text = fromInput ? ReadStandardInput() : operand;
   if (!text || text->size() > static_cast<std::size_t>(SV::String::kMaxLength)) {
-    report::Line("tavhost: cannot read " + name + ": " + (text ? "too long" : error));
+    report::Line("tavhost: cannot read " + name + ": " +
+                 (text ? "too long" : text.error().message));
     return false;
   }
-  kel::ParseError mistake;
-  auto document = kel::Document::Parse(base::StringOf(*text), mistake);
+  auto document = kel::Document::Parse(base::StringOf(*text));
   if (!document) {
-    report::Line(name + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) +
-                 ": error: " + mistake.message);
+    document.error().file = name;
+    report::Line(document.error().Text());
     return false;
   }
-  documents.push_back(std::move(document));
+  documents.push_back(std::move(*document));
   return true;
 }
 
@@ -68,8 +68,8 @@ int SendCommands(const CommandLine& line) {
     if (!ParseCommands(line.operands[i], i + 1, documents)) return kExitUsage;
   }
   int exitCode = kExitSuccess;
-  const auto host = Host::Start(line.options, exitCode);
-  if (!host) return exitCode;
+  const auto host = Host::Start(line.options);
+  if (!host) return host.error();
   try {
     for (const auto& document : documents) {
       for (std::uint32_t i = 0; i < document->Count(); ++i) {
@@ -81,7 +81,7 @@ int SendCommands(const CommandLine& line) {
     ReportStop(stop::Requested(), line.options);
     exitCode = ExitCodeOf(stop::Requested());
   }
-  return host->Finish(exitCode);
+  return (*host)->Finish(exitCode);
 }
 
 }  // namespace app

@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "host/script/script_service.h"
 #include "tavhost/app/exit_codes.h"
@@ -31,16 +32,15 @@ int FinishServing(const Options& options, int exitCode) {
 }
 
 int ServeScripts(const CommandLine& line) {
-  int exitCode = kExitSuccess;
-  const auto host = Host::Start(line.options, exitCode);
-  if (!host) return exitCode;
+  const auto host = Host::Start(line.options);
+  if (!host) return host.error();
   if (!TavScriptService::Start(line.port, kBacklog, TavWSLogShort, TavWSLogConsole, nullptr,
                                true)) {
     return kExitScriptError;
   }
   Print("listening on http://127.0.0.1:" + std::to_string(script::service::Port()) +
         "\ntoken file: " + script::service::TokenFilePath() + "\n");
-  return FinishServing(line.options, exitCode);
+  return FinishServing(line.options, kExitSuccess);
 }
 
 }  // namespace app

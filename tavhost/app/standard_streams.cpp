@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <tl/expected.hpp>
 
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/terminal_input.h"
@@ -21,17 +23,6 @@ void NoteOutputError() {
   if (outputError != 0) return;
   outputError = errno != 0 ? errno : EIO;
   stop::Request(stop::Reason::kUser);  // nobody reads what the script goes on to print
-}
-
-std::optional<std::string> ReadAll(std::FILE* file, std::string& error) {
-  std::string text;
-  char part[1 << 16];
-  while (const std::size_t count = std::fread(part, 1, sizeof part, file)) text.append(part, count);
-  if (std::ferror(file)) {
-    error = std::strerror(errno);
-    return std::nullopt;
-  }
-  return text;
 }
 
 }  // namespace
@@ -66,17 +57,6 @@ bool ReadInputLine(std::string& line) {
   return ui::ReadTerminalLine(line) == ui::LineOutcome::kLine;
 }
 
-std::optional<std::string> ReadStandardInput(std::string& error) { return ReadAll(stdin, error); }
-
-std::optional<std::string> ReadWholeFile(const std::string& path, std::string& error) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) {
-    error = std::strerror(errno);
-    return std::nullopt;
-  }
-  std::optional<std::string> text = ReadAll(file, error);
-  std::fclose(file);
-  return text;
-}
+base::Result<std::string> ReadStandardInput() { return base::ReadStreamText(stdin); }
 
 }  // namespace app

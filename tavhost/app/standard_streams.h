@@ -1,8 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
+
+#include "tavhost/base/result.h"
 
 // The program's standard streams. Standard output is buffered unless it is a terminal; messages on
 // standard error (tavhost/base/report.h) let what was printed before go out first.
@@ -26,9 +27,8 @@ bool IsOutputTerminal();
 // terminal. False at its end, and when a stop was asked for.
 bool ReadInputLine(std::string& line);
 
-// All of standard input, or of a file; empty when it cannot be read, `error` then says why.
-std::optional<std::string> ReadStandardInput(std::string& error);
-std::optional<std::string> ReadWholeFile(const std::string& path, std::string& error);
+// All that is left of standard input.
+base::Result<std::string> ReadStandardInput();
 
 // Platform part of PrepareStandardStreams.
 void PreparePlatformStreams();

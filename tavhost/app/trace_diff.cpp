@@ -2,10 +2,13 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/report.h"
 
 namespace app {
@@ -29,10 +32,9 @@ int CompareTraces(const CommandLine& line) {
   std::string texts[2];
   for (int i = 0; i < 2; ++i) {
     const std::string& name = i == 0 ? firstName : secondName;
-    std::string error;
-    auto text = ReadWholeFile(name, error);
+    base::Result<std::string> text = base::ReadFileText(name);
     if (!text) {
-      report::Line("tavhost: cannot read " + name + ": " + error);
+      report::Line("tavhost: cannot read " + name + ": " + text.error().message);
       return kExitUsage;
     }
     texts[i] = std::move(*text);
@@ -46,8 +48,8 @@ int CompareTraces(const CommandLine& line) {
     const std::string secondLine(NextLine(second));
     if (firstEnded == secondEnded && firstLine == secondLine) continue;
     const std::string place = ":" + std::to_string(number) + ": ";
-    Print(firstName + place + (firstEnded ? "(end of the trace)" : firstLine) + "\n");
-    Print(secondName + place + (secondEnded ? "(end of the trace)" : secondLine) + "\n");
+    Print(firstName + place + (firstEnded ? "(end of the trace)" : firstLine));
+    Print(secondName + place + (secondEnded ? "(end of the trace)" : secondLine));
     return kExitScriptError;
   }
   return kExitSuccess;

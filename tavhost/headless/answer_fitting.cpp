@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cstdint>
 #include <set>
+#include <tl/expected.hpp>
 
 namespace ui {
 
@@ -38,11 +39,11 @@ std::string Choices(const ModalModel& window) {
   return hasCancel ? names : names + ", " + std::string(kCancelButton);
 }
 
-std::optional<std::string> ApplyToList(const Answer& answer, ListBoxModel& list) {
+base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
   std::vector<std::uint32_t> before;
   if (answer.select) {
     if (!list.IsMultiple() && answer.select->size() > 1) {
-      return "only one entry can be selected";
+      return base::Failure("only one entry can be selected");
     }
     before = list.Selected();
     list.ClearSelection();
@@ -50,55 +51,57 @@ std::optional<std::string> ApplyToList(const Answer& answer, ListBoxModel& list)
       if (list.Select(entry)) continue;
       list.ClearSelection();
       for (const std::uint32_t index : before) list.SetSelected(index, true);
-      return "the list has no entry " + Quoted(entry);
+      return base::Failure("the list has no entry " + Quoted(entry));
     }
   }
   const std::vector<ListBoxModel::CheckBox> boxesBefore = list.CheckBoxes();
   const auto set = [&list](const std::optional<std::vector<std::string>>& texts,
-                           bool checked) -> std::optional<std::string> {
+                           bool checked) -> base::Result<void> {
     for (const std::string& text : texts.value_or(std::vector<std::string>())) {
-      if (!list.SetChecked(text, checked)) return "there is no check box " + Quoted(text);
+      if (!list.SetChecked(text, checked))
+        return base::Failure("there is no check box " + Quoted(text));
     }
-    return std::nullopt;
+    return {};
   };
-  std::optional<std::string> misfit = set(answer.check, true);
-  if (!misfit) misfit = set(answer.uncheck, false);
-  if (misfit) {
+  base::Result<void> fit = set(answer.check, true);
+  if (fit) fit = set(answer.uncheck, false);
+  if (!fit) {
     list.CheckBoxes() = boxesBefore;
     if (answer.select) {
       list.ClearSelection();
       for (const std::uint32_t index : before) list.SetSelected(index, true);
     }
   }
-  return misfit;
+  return fit;
 }
 
 // Ids that are to be selected come to the selection, the others leave it.
-std::optional<std::string> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
+base::Result<void> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
   const std::vector<TreeListBoxModel::Handle> before = tree.Selected();
   const auto set = [&tree](const std::optional<std::vector<std::string>>& ids,
-                           bool select) -> std::optional<std::string> {
+                           bool select) -> base::Result<void> {
     for (const std::string& text : ids.value_or(std::vector<std::string>())) {
       std::int32_t id = 0;
       const char* const end = text.data() + text.size();
       const auto [at, error] = std::from_chars(text.data(), end, id);
-      if (error != std::errc() || at != end) return Quoted(text) + " is no id of an item";
+      if (error != std::errc() || at != end)
+        return base::Failure(Quoted(text) + " is no id of an item");
       const TreeListBoxModel::Handle item = tree.Find(id);
-      if (item == TreeListBoxModel::kNone) return "the tree has no item " + text;
-      if (!tree.Select(item, select)) return "item " + text + " cannot be selected";
+      if (item == TreeListBoxModel::kNone) return base::Failure("the tree has no item " + text);
+      if (!tree.Select(item, select)) return base::Failure("item " + text + " cannot be selected");
     }
-    return std::nullopt;
+    return {};
   };
   if (!tree.Rules().multiple && answer.select && answer.select->size() > 1) {
-    return "only one item can be selected";
+    return base::Failure("only one item can be selected");
   }
-  std::optional<std::string> misfit = set(answer.deselect, false);
-  if (!misfit) misfit = set(answer.select, true);
-  if (misfit) {
+  base::Result<void> fit = set(answer.deselect, false);
+  if (fit) fit = set(answer.select, true);
+  if (!fit) {
     tree.ClearSelection();
     for (const TreeListBoxModel::Handle item : before) tree.Select(item, true);
   }
-  return misfit;
+  return fit;
 }
 
 bool ApplyCell(const Answer::Cell& cell, TableModel& table) {
@@ -133,55 +136,56 @@ std::string Misfit(const Answer::Cell& cell, const TableModel& table) {
          std::to_string(table.Rows());
 }
 
-std::optional<std::string> ApplyToTable(const Answer& answer, TableModel& table) {
+base::Result<void> ApplyToTable(const Answer& answer, TableModel& table) {
   const std::size_t before = table.ChangeCount();
   for (const Answer::Cell& cell : answer.cells) {
     if (ApplyCell(cell, table)) continue;
     std::string misfit = Misfit(cell, table);
     while (table.ChangeCount() > before) table.Undo();
-    return misfit;
+    return base::Failure(std::move(misfit));
   }
-  return std::nullopt;
+  return {};
 }
 
-std::optional<std::string> ApplyContents(const Answer& answer, ModalModel& window) {
+base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
   switch (window.Kind()) {
     case ModalKind::kMessageBox:
-      return std::nullopt;
+      return {};
     case ModalKind::kTextBox:
       if (answer.text) As<TextBoxModel>(window).text = *answer.text;
-      return std::nullopt;
+      return {};
     case ModalKind::kEditField:
       if (answer.text) As<EditFieldModel>(window).text = *answer.text;
-      return std::nullopt;
+      return {};
     case ModalKind::kListBox:
       return ApplyToList(answer, As<ListBoxModel>(window));
     case ModalKind::kTreeListBox:
       return ApplyToTree(answer, As<TreeListBoxModel>(window));
     case ModalKind::kBrowser:
-      return std::nullopt;
+      return {};
     case ModalKind::kEditBrowser:
       return ApplyToTable(answer, As<EditBrowserModel>(window).Table());
     case ModalKind::kFileDialog: {
       auto& files = As<FileDialogModel>(window);
       if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
-        return "only one file can be chosen";
+        return base::Failure("only one file can be chosen");
       }
       files.chosen = answer.path.value_or(std::vector<std::string>());
-      return std::nullopt;
+      return {};
     }
     case ModalKind::kDirectoryDialog:
-      if (!answer.path) return std::nullopt;
-      if (answer.path->size() != 1) return "exactly one directory can be chosen";
+      if (!answer.path) return {};
+      if (answer.path->size() != 1) return base::Failure("exactly one directory can be chosen");
       As<DirectoryDialogModel>(window).path = answer.path->front();
-      return std::nullopt;
+      return {};
     case ModalKind::kImageDialog:
-      if (answer.path && answer.path->size() > 1) return "only one image can be chosen";
+      if (answer.path && answer.path->size() > 1)
+        return base::Failure("only one image can be chosen");
       As<ImageDialogModel>(window).selected =
           answer.path && !answer.path->empty() ? answer.path->front() : std::string();
-      return std::nullopt;
+      return {};
   }
-  return std::nullopt;
+  return {};
 }
 
 void DescribeList(const ListBoxModel& list, Answer& answer) {
@@ -262,26 +266,29 @@ std::string ImpliedButton(const ModalModel& window) {
   return hasOwn ? window.DefaultButton() : "ok";
 }
 
-std::optional<std::string> ApplyAnswer(const Answer& answer, ModalModel& window) {
+base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window) {
   if (answer.element != ElementOf(window)) {
-    return answer.element + " does not answer a " + std::string(ElementOf(window));
+    return base::Failure(answer.element + " does not answer a " + std::string(ElementOf(window)));
   }
   if (answer.title && *answer.title != window.Title()) {
-    return "the window's title is " + Quoted(window.Title()) + ", not " + Quoted(*answer.title);
+    return base::Failure("the window's title is " + Quoted(window.Title()) + ", not " +
+                         Quoted(*answer.title));
   }
   const std::string button = answer.button.value_or(ImpliedButton(window));
   if (!answer.result) {
     bool found = button == kCancelButton;
     for (const ModalButton& candidate : window.Buttons()) found |= candidate.name == button;
-    if (!found) return "there is no button " + button + "; there are: " + Choices(window);
+    if (!found) {
+      return base::Failure("there is no button " + button + "; there are: " + Choices(window));
+    }
   }
-  if (std::optional<std::string> misfit = ApplyContents(answer, window)) return misfit;
+  if (base::Result<void> fit = ApplyContents(answer, window); !fit) return fit;
   if (answer.result) {
     window.EndWith(*answer.result);
   } else {
     window.End(button);
   }
-  return std::nullopt;
+  return {};
 }
 
 Answer AnswerOf(const ModalModel& window) {

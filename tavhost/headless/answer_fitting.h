@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
+#include "tavhost/base/result.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/models/modal_model.h"
 
@@ -12,9 +12,9 @@ namespace ui {
 // What answers call a window of that kind.
 std::string_view ElementOf(const ModalModel& window);
 
-// Puts an answer into the window and ends it. What does not fit is told in the result, and the
-// window is then as it was.
-std::optional<std::string> ApplyAnswer(const Answer& answer, ModalModel& window);
+// Puts an answer into the window and ends it. When it fails because something does not fit, the
+// window is as it was.
+base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window);
 
 // The button of an answer that names none.
 std::string ImpliedButton(const ModalModel& window);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <tl/expected.hpp>
 #include <utility>
 
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/answer_fitting.h"
@@ -15,18 +17,6 @@
 namespace ui {
 
 namespace {
-
-bool ReadWholeFile(const std::string& path, std::string& text) {
-  std::FILE* const file = std::fopen(path.c_str(), "rb");
-  if (!file) return false;
-  char bytes[65536];
-  for (std::size_t count; (count = std::fread(bytes, 1, sizeof bytes, file)) > 0;) {
-    text.append(bytes, count);
-  }
-  const bool whole = std::ferror(file) == 0;
-  std::fclose(file);
-  return whole;
-}
 
 std::string AtLine(const std::string& file, std::uint32_t line) {
   return file + ':' + std::to_string(line);
@@ -52,24 +42,24 @@ AnswerOptions ReadAnswerOption(const std::string* value, bool hasDisplay, bool s
   return options;
 }
 
-std::shared_ptr<AnswerSession> AnswerSession::Create(const AnswerOptions& options,
-                                                     std::string& error) {
+base::Result<std::shared_ptr<AnswerSession>> AnswerSession::Create(const AnswerOptions& options) {
   std::shared_ptr<AnswerSession> session(new AnswerSession(options));
   if (options.mode == AnswerOptions::Mode::kFile) {
-    std::string text;
-    if (!ReadWholeFile(options.file, text)) {
-      error = options.file + ": error: the answers cannot be read: " + std::strerror(errno);
-      return nullptr;
+    const base::Result<std::string> text = base::ReadFileText(options.file);
+    if (!text) {
+      return base::Failure("the answers cannot be read: " + text.error().message, options.file);
     }
-    if (!ParseAnswers(options.file, text, session->answers_, error)) return nullptr;
-    session->endLine_ += static_cast<std::uint32_t>(std::count(text.begin(), text.end(), '\n'));
-    if (!text.empty() && text.back() != '\n') ++session->endLine_;
+    base::Result<std::vector<ui::Answer>> answers = ParseAnswers(options.file, *text);
+    if (!answers) return tl::unexpected<base::Error>(answers.error());
+    session->answers_ = std::move(*answers);
+    session->endLine_ += static_cast<std::uint32_t>(std::count(text->begin(), text->end(), '\n'));
+    if (!text->empty() && text->back() != '\n') ++session->endLine_;
   }
   if (!options.recordPath.empty()) {
     session->record_ = std::fopen(options.recordPath.c_str(), "wb");
     if (!session->record_) {
-      error = options.recordPath + ": error: the record cannot be written: " + std::strerror(errno);
-      return nullptr;
+      return base::Failure(std::string("the record cannot be written: ") + std::strerror(errno),
+                           options.recordPath);
     }
   }
   return session;
@@ -109,8 +99,8 @@ void AnswerSession::AnswerFromFile(ModalModel& window) {
     Fail(AtLine(options_.file, endLine_), "no answer is left for the window", window);
   }
   const ui::Answer& answer = answers_[next_];
-  if (const std::optional<std::string> misfit = ApplyAnswer(answer, window)) {
-    Fail(AtLine(options_.file, answer.line), *misfit, window);
+  if (const base::Result<void> fit = ApplyAnswer(answer, window); !fit) {
+    Fail(AtLine(options_.file, answer.line), fit.error().message, window);
   }
   ++next_;
 }
@@ -166,15 +156,14 @@ void AnswerSession::ProgressClosed(const PercentageWindowModel& window) {
   WriteRecord(lines + std::exchange(waiting_, {}));
 }
 
-bool AnswerSession::Finish(std::string& error) const {
-  if (next_ == answers_.size()) return true;
+base::Result<void> AnswerSession::Finish() const {
+  if (next_ == answers_.size()) return {};
   const ui::Answer& first = answers_[next_];
   const std::size_t count = answers_.size() - next_;
-  error = AtLine(options_.file, first.line) + ": error: " +
-          (count == 1 ? std::string("this answer is left over")
-                      : std::to_string(count) + " answers are left over, the first of them") +
-          ":\n" + AnswerLine(first);
-  return false;
+  const std::string which =
+      count == 1 ? "this answer is left over"
+                 : std::to_string(count) + " answers are left over, the first of them";
+  return base::Failure(which + ":\n" + AnswerLine(first), options_.file, first.line);
 }
 
 }  // namespace ui

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "tavhost/base/result.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/answer_source.h"
 
@@ -33,8 +33,8 @@ AnswerOptions ReadAnswerOption(const std::string* value, bool hasDisplay, bool s
 // The answers of one run of the program.
 class AnswerSession final : public AnswerSource {
  public:
-  // Null, and why in `error`, when the answers cannot be read or the record cannot be written.
-  static std::shared_ptr<AnswerSession> Create(const AnswerOptions& options, std::string& error);
+  // Fails when the answers cannot be read or the record cannot be written.
+  static base::Result<std::shared_ptr<AnswerSession>> Create(const AnswerOptions& options);
 
   AnswerSession(const AnswerSession&) = delete;
   AnswerSession& operator=(const AnswerSession&) = delete;
@@ -47,9 +47,9 @@ class AnswerSession final : public AnswerSource {
   void ProgressShown(PercentageWindowModel& window) override;
   void ProgressClosed(const PercentageWindowModel& window) override;
 
-  // At the end of a script that came to its end: false when answers are left over; `error` tells
-  // where the first of them stands.
-  bool Finish(std::string& error) const;
+  // At the end of a script that came to its end: fails when answers are left over, at the place of
+  // the first of them.
+  base::Result<void> Finish() const;
 
  private:
   explicit AnswerSession(const AnswerOptions& options) : options_(options) {}

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/base/event_loop.h"
@@ -31,9 +32,7 @@ long ToPixel(long units) {
 class HeadlessToolkit final : public Toolkit {
  public:
   explicit HeadlessToolkit(HeadlessOptions options) : options_(std::move(options)) {
-    if (options_.answers) return;
-    std::string error;
-    options_.answers = AnswerSession::Create({}, error);
+    if (!options_.answers) options_.answers = *AnswerSession::Create({});  // reads nothing
   }
 
   void ProcessEvents() override {

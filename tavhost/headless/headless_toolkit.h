@@ -13,13 +13,12 @@
 // The back end without a display: windows are models that get their answers from a file or from
 // the terminal.
 //
-//   std::string error;
 //   auto answers = ui::AnswerSession::Create(
-//       {.mode = …, .file = …, .recordPath = …}, error);  // null: the error is one of usage
-//   ui::SetToolkit(ui::CreateHeadlessToolkit({.screen = …, .printer = …, .answers = answers}));
+//       {.mode = …, .file = …, .recordPath = …});       // fails: the error is one of usage
+//   ui::SetToolkit(ui::CreateHeadlessToolkit({.screen = …, .printer = …, .answers = *answers}));
 //   main_frames::Create();                              // behind trace::Open
 //   …                                                   // scripts run
-//   if (!answers->Finish(error)) …                      // answers are left over
+//   if (!(*answers)->Finish()) …                        // answers are left over
 //   main_frames::Destroy();
 namespace ui {
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/base/report.h"
@@ -183,8 +184,8 @@ bool TakeListLine(ListBoxModel& list, const std::string& line, std::string& reas
     return false;
   }
   answer.button = "ok";
-  if (const std::optional<std::string> misfit = ApplyAnswer(answer, list)) {
-    reason = *misfit;
+  if (const base::Result<void> fit = ApplyAnswer(answer, list); !fit) {
+    reason = fit.error().message;
     return false;
   }
   if (isNumbers && line != "/none" && !numbers.empty()) {
@@ -313,8 +314,8 @@ bool TakeTreeLine(TreeListBoxModel& tree, const std::string& line, std::string& 
     if (!ids) ids.emplace();
     ids->push_back(leaves ? word.substr(1) : word);
   }
-  if (const std::optional<std::string> misfit = ApplyAnswer(answer, tree)) {
-    reason = *misfit;
+  if (const base::Result<void> fit = ApplyAnswer(answer, tree); !fit) {
+    reason = fit.error().message;
     return false;
   }
   return true;

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <exception>
 #include <functional>
+#include <optional>
 #include <set>
+#include <tl/expected.hpp>
 
 #include "host/base/string.h"
 #include "host/notation/kel_parser.h"
@@ -38,11 +40,11 @@ class Subject {
   const PluginFunctions& Functions() const { return functions_; }
   Module& Library() { return *module_; }
 
-  std::string Load() {
-    std::string reason;
-    module_ = Module::Load(path_, reason);
-    if (!module_) return messages::CannotLoad(reason);
-    FindFaultOfFunctions(*module_, functions_);
+  base::Result<void> Load() {
+    base::Result<Module> module = Module::Load(path_);
+    if (!module) return base::Failure(messages::CannotLoad(module.error().message));
+    module_ = std::move(*module);
+    BindFunctions(*module_, functions_);  // tests of their own look for each
     return {};
   }
   void Unload() { module_.reset(); }
@@ -80,55 +82,60 @@ std::vector<std::string> CommandNames(const Subject& subject) {
   return Split(subject.Commands('\n'), '\n');
 }
 
-template <std::string (*Step)(const PluginFunctions&)>
-std::string OnEveryCall(Subject& subject) {
+template <base::Result<void> (*Step)(const PluginFunctions&)>
+base::Result<void> OnEveryCall(Subject& subject) {
   for (int i = 0; i < kRepeats; ++i) {
-    if (std::string fault = Step(subject.Functions()); !fault.empty()) return fault;
+    if (base::Result<void> checked = Step(subject.Functions()); !checked) return checked;
   }
   return {};
 }
 
-std::string TestListSeparator(Subject& subject) {
+base::Result<void> TestListSeparator(Subject& subject) {
   const std::vector<std::string> names = CommandNames(subject);
   for (const char separator : {' ', ',', '*', '\t', '\0'}) {
     const std::string list = subject.Commands(separator);
     const std::string shown = Quoted(std::string(1, separator));
-    if (list.starts_with(separator)) return "the list begins with the separator " + shown;
-    if (list.ends_with(separator)) return "the list ends with the separator " + shown;
+    if (list.starts_with(separator))
+      return base::Failure("the list begins with the separator " + shown);
+    if (list.ends_with(separator))
+      return base::Failure("the list ends with the separator " + shown);
     if (Split(list, separator) != names) {
-      return "the list joined by " + shown + " names other commands than the one joined by \"\\n\"";
+      return base::Failure("the list joined by " + shown +
+                           " names other commands than the one joined by \"\\n\"");
     }
   }
   return {};
 }
 
-std::string TestListReplaces(Subject& subject) {
+base::Result<void> TestListReplaces(Subject& subject) {
   SV::String commands("what stood there before");
   subject.Functions().getAllCommands(commands, ' ');
   if (subject.Commands(' ') == commands.View()) return {};
-  return "the receiving text begins " + Quoted(std::string(commands.View().substr(0, 40)));
+  return base::Failure("the receiving text begins " +
+                       Quoted(std::string(commands.View().substr(0, 40))));
 }
 
-std::string TestListNames(Subject& subject) {
+base::Result<void> TestListNames(Subject& subject) {
   std::set<std::string> seen;
   for (const std::string& name : CommandNames(subject)) {
     const bool isWord = !name.empty() && std::all_of(name.begin(), name.end(), [](char byte) {
       return ascii::IsLetterOrDigit(byte) ? byte == ascii::ToUpper(byte) : byte == '_';
     });
-    if (!isWord) return "it lists " + Quoted(name);
-    if (!seen.insert(name).second) return "it lists " + name + " twice";
+    if (!isWord) return base::Failure("it lists " + Quoted(name));
+    if (!seen.insert(name).second) return base::Failure("it lists " + name + " twice");
   }
   return {};
 }
 
-std::string TestExistsListed(Subject& subject) {
+base::Result<void> TestExistsListed(Subject& subject) {
   for (const std::string& name : CommandNames(subject)) {
-    if (!subject.Functions().isCommandExisting(name.c_str())) return "it does not know " + name;
+    if (!subject.Functions().isCommandExisting(name.c_str()))
+      return base::Failure("it does not know " + name);
   }
   return {};
 }
 
-std::string TestExistsOthers(Subject& subject) {
+base::Result<void> TestExistsOthers(Subject& subject) {
   const std::vector<std::string> names = CommandNames(subject);
   std::vector<std::string> others{"", " ", kUnknownCommand};
   for (const std::string& name : names) {
@@ -137,24 +144,25 @@ std::string TestExistsOthers(Subject& subject) {
   }
   for (const std::string& other : others) {
     if (std::find(names.begin(), names.end(), other) != names.end()) continue;
-    if (subject.Functions().isCommandExisting(other.c_str())) return "it knows " + Quoted(other);
+    if (subject.Functions().isCommandExisting(other.c_str()))
+      return base::Failure("it knows " + Quoted(other));
   }
   return {};
 }
 
-// What an unknown command left in a result, in words.
-std::string FindTraceOfCall(bool handled, TavScriptResult& result) {
-  if (handled) return "it says that it carried out " + std::string(kUnknownCommand);
+// Fails when an unknown command left something in a result.
+base::Result<void> CheckUntouched(bool handled, TavScriptResult& result) {
+  if (handled) return base::Failure("it says that it carried out " + std::string(kUnknownCommand));
   if (result.HasError()) {
-    return "it wrote the error " + Quoted(std::string(result.GetError().View()));
+    return base::Failure("it wrote the error " + Quoted(std::string(result.GetError().View())));
   }
   if (result.GetText().Len() > 0) {
-    return "it wrote " + Quoted(std::string(result.GetText().View()));
+    return base::Failure("it wrote " + Quoted(std::string(result.GetText().View())));
   }
   return {};
 }
 
-std::string TestUnknownResult(Subject& subject) {
+base::Result<void> TestUnknownResult(Subject& subject) {
   const auto call = [&](TavScriptResult& result) {
     TavKelParser parser("NO_SUCH_COMMAND \"x\" name:1");
     parser.Parse();
@@ -162,61 +170,67 @@ std::string TestUnknownResult(Subject& subject) {
   };
   TavKelValueSet variables;
   TavScriptResult toVariables(&variables);
-  if (std::string fault = FindTraceOfCall(call(toVariables), toVariables); !fault.empty()) {
-    return fault;
-  }
+  base::Result<void> untouched = CheckUntouched(call(toVariables), toVariables);
+  if (!untouched) return untouched;
   std::string written;
   kel::Scope::Of(variables).ForEach(
       [&](std::string_view name, const kel::Value&) { written = name; });
-  if (!written.empty()) return "it wrote the variable " + written;
+  if (!written.empty()) return base::Failure("it wrote the variable " + written);
 
   TavKelValue object(TavKelRecord);
   TavScriptResult toObject(&object);
-  if (std::string fault = FindTraceOfCall(call(toObject), toObject); !fault.empty()) return fault;
-  if (!kel::Value::Of(object).AsRecord().fields.empty()) return "it wrote a field of the object";
+  untouched = CheckUntouched(call(toObject), toObject);
+  if (!untouched) return untouched;
+  if (!kel::Value::Of(object).AsRecord().fields.empty())
+    return base::Failure("it wrote a field of the object");
 
   TavScriptResult toText;
-  return FindTraceOfCall(call(toText), toText);
+  return CheckUntouched(call(toText), toText);
 }
 
-std::string TestUnknownMessage(Subject& subject) {
+base::Result<void> TestUnknownMessage(Subject& subject) {
   TavKelParser parser("NO_SUCH_COMMAND \"x\" name:1");
   parser.Parse();
   TavMessage message;
   const bool handled = subject.Functions().handleRequestMsg(kUnknownCommand, parser, &message);
-  return FindTraceOfCall(handled, message.Result());
+  return CheckUntouched(handled, message.Result());
 }
 
-std::string TestUnload(Subject& subject) {
+base::Result<void> TestUnload(Subject& subject) {
   subject.Unload();
-  return Module::IsLoaded(subject.Path()) ? "it stays in the process" : "";
+  if (Module::IsLoaded(subject.Path())) return base::Failure("it stays in the process");
+  return {};
 }
 
-std::string TestReload(Subject& subject) {
+base::Result<void> TestReload(Subject& subject) {
   const std::string before = subject.Commands(' ');
   subject.Unload();
-  if (std::string fault = subject.Load(); !fault.empty()) return fault;
-  return subject.Commands(' ') == before ? "" : "it lists other commands than before";
+  if (base::Result<void> loaded = subject.Load(); !loaded) return loaded;
+  if (subject.Commands(' ') != before) return base::Failure("it lists other commands than before");
+  return {};
 }
 
 // Loads the plug-in itself, so as to compare.
-std::string TestLoadQuiet(Subject& subject) {
+base::Result<void> TestLoadQuiet(Subject& subject) {
   script::RegisterHostPorts();
   const auto ports = TavMessagePortManager::Instance().m_ports;
-  if (std::string fault = subject.Load(); !fault.empty()) return fault;
+  if (base::Result<void> loaded = subject.Load(); !loaded) return loaded;
   const PluginFunctions& functions = subject.Functions();
   functions.getType();
   functions.getExecutionType();
   functions.getVersion();
   functions.getMessagePortName();
-  return TavMessagePortManager::Instance().m_ports == ports ? "" : "it changed the host's ports";
+  if (TavMessagePortManager::Instance().m_ports != ports) {
+    return base::Failure("it changed the host's ports");
+  }
+  return {};
 }
 
 enum class Needs { kFile, kLoaded };
 
 struct Test : ConformanceTest {
   Needs needs;
-  std::function<std::string(Subject&)> run;
+  std::function<base::Result<void>(Subject&)> run;
 };
 
 std::vector<Test> MakeTests() {
@@ -227,25 +241,26 @@ std::vector<Test> MakeTests() {
   };
   add(
       "file", "The file is a shared library for this machine.", Needs::kFile,
-      [](Subject& subject) { return FindFaultOfLibraryFile(subject.Path()); }, true);
+      [](Subject& subject) { return CheckLibraryFile(subject.Path()); }, true);
   add(
       "load", "It loads, and finds in the host all that it needs.", Needs::kFile,
       [](Subject& subject) { return subject.Load(); }, true);
   for (const char* name : kFunctionNames) {
     add(
         std::string("export.") + name, std::string("It exports ") + name + ".", Needs::kLoaded,
-        [name](Subject& subject) {
-          return subject.Library().Symbol(name) ? std::string() : messages::NoSymbol(name);
+        [name](Subject& subject) -> base::Result<void> {
+          if (!subject.Library().Symbol(name)) return base::Failure(messages::NoSymbol(name));
+          return {};
         },
         true);
   }
-  add("type", "Its type is 102, on every call.", Needs::kLoaded, OnEveryCall<FindFaultOfType>);
+  add("type", "Its type is 102, on every call.", Needs::kLoaded, OnEveryCall<CheckType>);
   add("execution-type", "Its execution type is 44, on every call.", Needs::kLoaded,
-      OnEveryCall<FindFaultOfExecutionType>);
+      OnEveryCall<CheckExecutionType>);
   add("version", "It was made for this version of the host.", Needs::kLoaded,
-      OnEveryCall<FindFaultOfVersion>);
+      OnEveryCall<CheckVersion>);
   add("port", "It serves the script port, by the host's own pointer to the name.", Needs::kLoaded,
-      OnEveryCall<FindFaultOfPort>);
+      OnEveryCall<CheckPort>);
   add("load.quiet", "Loading it and asking who it is leaves the host's ports as they were.",
       Needs::kFile, TestLoadQuiet);
   add("list.separator", "It joins the names of its commands by the separator asked for.",
@@ -278,20 +293,20 @@ const std::vector<ConformanceTest>& ConformanceTests() {
   return tests;
 }
 
-std::string RunConformanceTest(const std::string& path, const std::string& id) {
+base::Result<void> RunConformanceTest(const std::string& path, const std::string& id) {
   const auto test = std::find_if(Tests().begin(), Tests().end(),
                                  [&](const Test& candidate) { return candidate.id == id; });
-  if (test == Tests().end()) return "there is no test " + id;
+  if (test == Tests().end()) return base::Failure("there is no test " + id);
   try {
     Subject subject(path);
     if (test->needs == Needs::kLoaded) {
-      if (std::string fault = subject.Load(); !fault.empty()) return fault;
+      if (base::Result<void> loaded = subject.Load(); !loaded) return loaded;
     }
     return test->run(subject);
   } catch (const std::exception& error) {
-    return messages::LeakedException(error.what());
+    return base::Failure(messages::LeakedException(error.what()));
   } catch (...) {
-    return messages::LeakedException("of an unknown type");
+    return base::Failure(messages::LeakedException("of an unknown type"));
   }
 }
 

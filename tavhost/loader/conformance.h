@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/result.h"
+
 namespace loader {
 
 // What the host expects of a plug-in, as tests that each stand alone.
@@ -14,8 +16,8 @@ struct ConformanceTest {
 
 const std::vector<ConformanceTest>& ConformanceTests();
 
-// Runs a test on a plug-in in this process; empty when it passed, else what is wrong. A plug-in
-// that is no good may crash or hang here.
-std::string RunConformanceTest(const std::string& path, const std::string& id);
+// Runs a test on a plug-in in this process; fails with what is wrong. A plug-in that is no good may
+// crash or hang here.
+base::Result<void> RunConformanceTest(const std::string& path, const std::string& id);
 
 }  // namespace loader

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/loader/library_file.h"
@@ -47,49 +48,52 @@ class File {
   int descriptor_;
 };
 
-std::string FindFaultOfHeader(const Elf64_Ehdr& header) {
-  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return messages::NotALibrary();
+base::Result<void> CheckHeader(const Elf64_Ehdr& header) {
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
+    return base::Failure(messages::NotALibrary());
   if (header.e_ident[EI_CLASS] != ELFCLASS64 || header.e_ident[EI_DATA] != kByteOrder ||
       header.e_machine != kMachine) {
-    return messages::OtherMachine();
+    return base::Failure(messages::OtherMachine());
   }
   if (header.e_type != ET_DYN || header.e_phentsize != sizeof(Elf64_Phdr)) {
-    return messages::NotALibrary();
+    return base::Failure(messages::NotALibrary());
   }
   return {};
 }
 
 }  // namespace
 
-std::string FindFaultOfLibraryFile(const std::string& path) {
+base::Result<void> CheckLibraryFile(const std::string& path) {
   const File file(path);
   struct stat status;
-  if (!file.IsOpen() || !file.Stat(status)) return messages::CannotRead(std::strerror(errno));
-  if (S_ISDIR(status.st_mode)) return messages::CannotRead(std::strerror(EISDIR));
-  if (!S_ISREG(status.st_mode)) return messages::NotALibrary();
+  if (!file.IsOpen() || !file.Stat(status))
+    return base::Failure(messages::CannotRead(std::strerror(errno)));
+  if (S_ISDIR(status.st_mode)) return base::Failure(messages::CannotRead(std::strerror(EISDIR)));
+  if (!S_ISREG(status.st_mode)) return base::Failure(messages::NotALibrary());
   const auto size = static_cast<std::uint64_t>(status.st_size);
 
   Elf64_Ehdr header;
   if (!file.Read(&header, sizeof header, 0)) {
     char magic[SELFMAG];
     const bool begun = file.Read(magic, sizeof magic, 0) && !std::memcmp(magic, ELFMAG, SELFMAG);
-    return begun ? messages::CutShort(size, sizeof header) : messages::NotALibrary();
+    return base::Failure(begun ? messages::CutShort(size, sizeof header) : messages::NotALibrary());
   }
-  if (std::string fault = FindFaultOfHeader(header); !fault.empty()) return fault;
+  if (base::Result<void> checked = CheckHeader(header); !checked) return checked;
 
   std::vector<Elf64_Phdr> segments(header.e_phnum);
   const std::uint64_t tableSize = segments.size() * sizeof(Elf64_Phdr);
   if (header.e_phoff > size || tableSize > size - header.e_phoff) {
-    return messages::CutShort(size, header.e_phoff + tableSize);
+    return base::Failure(messages::CutShort(size, header.e_phoff + tableSize));
   }
   if (!file.Read(segments.data(), tableSize, static_cast<off_t>(header.e_phoff))) {
-    return messages::CannotRead(std::strerror(errno));
+    return base::Failure(messages::CannotRead(std::strerror(errno)));
   }
   std::uint64_t end = 0;
   for (const Elf64_Phdr& segment : segments) {
     if (segment.p_type == PT_LOAD) end = std::max(end, segment.p_offset + segment.p_filesz);
   }
-  return end > size ? messages::CutShort(size, end) : std::string();
+  if (end > size) return base::Failure(messages::CutShort(size, end));
+  return {};
 }
 
 }  // namespace loader

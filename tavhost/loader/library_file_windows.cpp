@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/windows/windows.h"
@@ -43,9 +44,9 @@ class File {
 
 }  // namespace
 
-std::string FindFaultOfLibraryFile(const std::string& path) {
+base::Result<void> CheckLibraryFile(const std::string& path) {
   const File file(path);
-  if (!file.IsOpen()) return messages::CannotRead(SystemErrorText(GetLastError()));
+  if (!file.IsOpen()) return base::Failure(messages::CannotRead(SystemErrorText(GetLastError())));
   const std::uint64_t size = file.Size();
 
   IMAGE_DOS_HEADER dos;
@@ -53,29 +54,33 @@ std::string FindFaultOfLibraryFile(const std::string& path) {
   if (!file.Read(&dos, sizeof dos, 0)) {
     WORD magic = 0;
     const bool begun = file.Read(&magic, sizeof magic, 0) && magic == IMAGE_DOS_SIGNATURE;
-    return begun ? messages::CutShort(size, sizeof dos) : messages::NotALibrary();
+    return base::Failure(begun ? messages::CutShort(size, sizeof dos) : messages::NotALibrary());
   }
-  if (dos.e_magic != IMAGE_DOS_SIGNATURE || dos.e_lfanew < 0) return messages::NotALibrary();
+  if (dos.e_magic != IMAGE_DOS_SIGNATURE || dos.e_lfanew < 0)
+    return base::Failure(messages::NotALibrary());
   const auto start = static_cast<std::uint64_t>(dos.e_lfanew);
   if (!file.Read(&headers, sizeof headers, start)) {
-    return messages::CutShort(size, start + sizeof headers);
+    return base::Failure(messages::CutShort(size, start + sizeof headers));
   }
-  if (headers.Signature != IMAGE_NT_SIGNATURE) return messages::NotALibrary();
-  if (headers.FileHeader.Machine != IMAGE_FILE_MACHINE_AMD64) return messages::OtherMachine();
-  if (!(headers.FileHeader.Characteristics & IMAGE_FILE_DLL)) return messages::NotALibrary();
+  if (headers.Signature != IMAGE_NT_SIGNATURE) return base::Failure(messages::NotALibrary());
+  if (headers.FileHeader.Machine != IMAGE_FILE_MACHINE_AMD64)
+    return base::Failure(messages::OtherMachine());
+  if (!(headers.FileHeader.Characteristics & IMAGE_FILE_DLL))
+    return base::Failure(messages::NotALibrary());
 
   std::vector<IMAGE_SECTION_HEADER> sections(headers.FileHeader.NumberOfSections);
   const std::uint64_t tableStart = start + offsetof(IMAGE_NT_HEADERS64, OptionalHeader) +
                                    headers.FileHeader.SizeOfOptionalHeader;
   const std::uint64_t tableSize = sections.size() * sizeof(IMAGE_SECTION_HEADER);
   if (!file.Read(sections.data(), tableSize, tableStart)) {
-    return messages::CutShort(size, tableStart + tableSize);
+    return base::Failure(messages::CutShort(size, tableStart + tableSize));
   }
   std::uint64_t end = 0;
   for (const IMAGE_SECTION_HEADER& section : sections) {
     end = std::max(end, std::uint64_t{section.PointerToRawData} + section.SizeOfRawData);
   }
-  return end > size ? messages::CutShort(size, end) : std::string();
+  if (end > size) return base::Failure(messages::CutShort(size, end));
+  return {};
 }
 
 }  // namespace loader

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "tavhost/base/result.h"
 
 namespace loader {
 
@@ -14,9 +15,8 @@ class Module {
   Module& operator=(Module&& other) noexcept;
   ~Module();
 
-  // All that it needs of the host must be there. Empty, and the reason in `error`, when it cannot
-  // be loaded. `path` is UTF-8, with a folder in it.
-  static std::optional<Module> Load(const std::string& path, std::string& error);
+  // All that it needs of the host must be there. `path` is UTF-8, with a folder in it.
+  static base::Result<Module> Load(const std::string& path);
   // Whether the library of that path is in this process.
   static bool IsLoaded(const std::string& path);
 

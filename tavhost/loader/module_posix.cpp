@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/loader/module.h"
@@ -17,13 +18,10 @@ std::string LoadError(const std::string& path) {
 
 }  // namespace
 
-std::optional<Module> Module::Load(const std::string& path, std::string& error) {
+base::Result<Module> Module::Load(const std::string& path) {
   Module module;
   module.handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!module.handle_) {
-    error = LoadError(path);
-    return std::nullopt;
-  }
+  if (!module.handle_) return base::Failure(LoadError(path));
   return module;
 }
 

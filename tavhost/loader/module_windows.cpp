@@ -1,3 +1,4 @@
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "host/windows/windows.h"
@@ -7,13 +8,10 @@
 
 namespace loader {
 
-std::optional<Module> Module::Load(const std::string& path, std::string& error) {
+base::Result<Module> Module::Load(const std::string& path) {
   Module module;
   module.handle_ = LoadLibraryExW(base::Wide(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  if (!module.handle_) {
-    error = SystemErrorText(GetLastError());
-    return std::nullopt;
-  }
+  if (!module.handle_) return base::Failure(SystemErrorText(GetLastError()));
   return module;
 }
 

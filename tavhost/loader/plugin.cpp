@@ -2,8 +2,8 @@
 
 #include <cstring>
 #include <new>
-#include <optional>
 #include <stdexcept>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "host/base/string.h"
@@ -55,9 +55,9 @@ Answer Ask(Answer (*function)()) {
   return function();
 }
 
-std::optional<Module> LoadModule(const std::string& path, std::string& error) {
+base::Result<Module> LoadModule(const std::string& path) {
   const trace::PluginScope scope;
-  return Module::Load(path, error);
+  return Module::Load(path);
 }
 
 template <typename Function>
@@ -67,18 +67,22 @@ void Bind(const Module& module, const char* name, Function*& function, std::stri
 }
 
 // All checks of a library in memory.
-std::string FindFault(const Module& module, PluginFunctions& functions) {
-  if (std::string fault = FindFaultOfFunctions(module, functions); !fault.empty()) return fault;
-  for (const auto step :
-       {FindFaultOfType, FindFaultOfExecutionType, FindFaultOfVersion, FindFaultOfPort}) {
-    if (std::string fault = step(functions); !fault.empty()) return fault;
+base::Result<void> Check(const Module& module, PluginFunctions& functions) {
+  if (base::Result<void> bound = BindFunctions(module, functions); !bound) return bound;
+  for (const auto step : {CheckType, CheckExecutionType, CheckVersion, CheckPort}) {
+    if (base::Result<void> checked = step(functions); !checked) return checked;
   }
+  return {};
+}
+
+base::Result<void> Require(bool holds, const std::string& otherwise) {
+  if (!holds) return base::Failure(otherwise);
   return {};
 }
 
 }  // namespace
 
-std::string FindFaultOfFunctions(const Module& module, PluginFunctions& functions) {
+base::Result<void> BindFunctions(const Module& module, PluginFunctions& functions) {
   std::string missing;
   Bind(module, kFunctionNames[0], functions.getVersion, missing);
   Bind(module, kFunctionNames[1], functions.getType, missing);
@@ -88,51 +92,44 @@ std::string FindFaultOfFunctions(const Module& module, PluginFunctions& function
   Bind(module, kFunctionNames[5], functions.handleRequestDirect, missing);
   Bind(module, kFunctionNames[6], functions.isCommandExisting, missing);
   Bind(module, kFunctionNames[7], functions.getAllCommands, missing);
-  return missing;
+  return Require(missing.empty(), missing);
 }
 
-std::string FindFaultOfType(const PluginFunctions& functions) {
+base::Result<void> CheckType(const PluginFunctions& functions) {
   const int type = Ask(functions.getType);
-  return type == kPluginType ? std::string() : messages::WrongType(type, kPluginType);
+  return Require(type == kPluginType, messages::WrongType(type, kPluginType));
 }
 
-std::string FindFaultOfExecutionType(const PluginFunctions& functions) {
+base::Result<void> CheckExecutionType(const PluginFunctions& functions) {
   const int type = Ask(functions.getExecutionType);
-  return type == kExecutionType ? std::string()
-                                : messages::WrongExecutionType(type, kExecutionType);
+  return Require(type == kExecutionType, messages::WrongExecutionType(type, kExecutionType));
 }
 
-std::string FindFaultOfVersion(const PluginFunctions& functions) {
+base::Result<void> CheckVersion(const PluginFunctions& functions) {
   const int version = Ask(functions.getVersion);
   const int host = Tav_GetVersionIdentifier();
-  return version == host ? std::string() : messages::WrongVersion(version, host);
+  return Require(version == host, messages::WrongVersion(version, host));
 }
 
-std::string FindFaultOfPort(const PluginFunctions& functions) {
+base::Result<void> CheckPort(const PluginFunctions& functions) {
   const char* port = Ask(functions.getMessagePortName);
   const char* wanted = TavMessagePort::TavScript();
-  if (!port) return messages::NoPortName();
-  if (std::strcmp(port, wanted) != 0) return messages::OtherPort(port, wanted);
-  return port == wanted ? std::string() : messages::CopiedPortName();
+  if (!port) return base::Failure(messages::NoPortName());
+  if (std::strcmp(port, wanted) != 0) return base::Failure(messages::OtherPort(port, wanted));
+  return Require(port == wanted, messages::CopiedPortName());
 }
 
-std::unique_ptr<Plugin> Plugin::Load(const std::string& name, std::string& error) {
+base::Result<std::unique_ptr<Plugin>> Plugin::Load(const std::string& name) {
   const std::string subject = "plug-in \"" + name + "\" ";
   const std::string path = WholePath(name);
-  if (const std::string fault = FindFaultOfLibraryFile(path); !fault.empty()) {
-    error = subject + fault;
-    return nullptr;
+  if (const base::Result<void> file = CheckLibraryFile(path); !file) {
+    return base::Failure(subject + file.error().message);
   }
-  std::string reason;
-  std::optional<Module> module = LoadModule(path, reason);
-  if (!module) {
-    error = subject + messages::CannotLoad(reason);
-    return nullptr;
-  }
+  base::Result<Module> module = LoadModule(path);
+  if (!module) return base::Failure(subject + messages::CannotLoad(module.error().message));
   PluginFunctions functions;
-  if (const std::string fault = FindFault(*module, functions); !fault.empty()) {
-    error = subject + fault;
-    return nullptr;
+  if (const base::Result<void> checked = Check(*module, functions); !checked) {
+    return base::Failure(subject + checked.error().message);
   }
   return std::unique_ptr<Plugin>(new Plugin(path, std::move(*module), functions));
 }

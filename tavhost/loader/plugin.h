@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "tavhost/base/result.h"
 #include "tavhost/loader/module.h"
 #include "tavhost/script/ports/command_provider.h"
 
@@ -39,9 +40,9 @@ inline constexpr const char* kFunctionNames[] = {
 // error. Everything belongs to the user-interface thread.
 class Plugin : public script::CommandProvider {
  public:
-  // Null when the plug-in does not fit; `error` then is a whole sentence about what is wrong.
-  // `name` is the library's path, from the working folder or from the root.
-  static std::unique_ptr<Plugin> Load(const std::string& name, std::string& error);
+  // Fails when the plug-in does not fit, with a whole sentence about what is wrong. `name` is the
+  // library's path, from the working folder or from the root.
+  static base::Result<std::unique_ptr<Plugin>> Load(const std::string& name);
   ~Plugin() override;  // unloads it
 
   const std::string& Path() const { return path_; }
@@ -58,11 +59,12 @@ class Plugin : public script::CommandProvider {
   PluginFunctions functions_;
 };
 
-// The steps of loading, each empty or what is wrong, in the order in which they are taken.
-std::string FindFaultOfFunctions(const Module& module, PluginFunctions& functions);
-std::string FindFaultOfType(const PluginFunctions& functions);
-std::string FindFaultOfExecutionType(const PluginFunctions& functions);
-std::string FindFaultOfVersion(const PluginFunctions& functions);
-std::string FindFaultOfPort(const PluginFunctions& functions);
+// The steps of loading, in the order in which they are taken; they fail with what is wrong. The
+// first binds those functions that are there, also when it fails.
+base::Result<void> BindFunctions(const Module& module, PluginFunctions& functions);
+base::Result<void> CheckType(const PluginFunctions& functions);
+base::Result<void> CheckExecutionType(const PluginFunctions& functions);
+base::Result<void> CheckVersion(const PluginFunctions& functions);
+base::Result<void> CheckPort(const PluginFunctions& functions);
 
 }  // namespace loader

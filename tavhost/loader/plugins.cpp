@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/loader/path_text.h"
 #include "tavhost/loader/program_file.h"
@@ -31,22 +33,21 @@ Plugins::~Plugins() {
   }
 }
 
-bool Plugins::Load(const std::string& path, std::string& error) {
-  std::unique_ptr<Plugin> plugin = Plugin::Load(path, error);
-  if (!plugin) return false;
-  script::ScriptPort::TavScript().AddProvider(*plugin);
-  plugins_.push_back(std::move(plugin));
-  return true;
+base::Result<void> Plugins::Load(const std::string& path) {
+  base::Result<std::unique_ptr<Plugin>> plugin = Plugin::Load(path);
+  if (!plugin) return tl::unexpected<base::Error>(plugin.error());
+  script::ScriptPort::TavScript().AddProvider(**plugin);
+  plugins_.push_back(std::move(*plugin));
+  return {};
 }
 
-bool Plugins::LoadFound(std::string& error) {
+base::Result<void> Plugins::LoadFound() {
   const std::vector<std::string> found = FindPlugins();
-  if (found.empty()) {
-    error = "there is no plug-in in \"" + PluginFolder() + "\"";
-    return false;
+  if (found.empty()) return base::Failure("there is no plug-in in \"" + PluginFolder() + "\"");
+  for (const std::string& path : found) {
+    if (base::Result<void> loaded = Load(path); !loaded) return loaded;
   }
-  return std::all_of(found.begin(), found.end(),
-                     [&](const std::string& path) { return Load(path, error); });
+  return {};
 }
 
 }  // namespace loader

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/result.h"
 #include "tavhost/loader/plugin.h"
 
 namespace loader {
@@ -21,10 +22,10 @@ class Plugins {
   Plugins& operator=(const Plugins&) = delete;
   ~Plugins();
 
-  // False, and a whole sentence in `error`, when it cannot be used.
-  bool Load(const std::string& path, std::string& error);
+  // Fails, with a whole sentence, when it cannot be used.
+  base::Result<void> Load(const std::string& path);
   // All that FindPlugins finds; none is an error too.
-  bool LoadFound(std::string& error);
+  base::Result<void> LoadFound();
 
  private:
   std::vector<std::unique_ptr<Plugin>> plugins_;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <random>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/loader/child_process.h"
@@ -150,7 +151,8 @@ int RunValidate(const std::string& path, bool json) {
 
 int RunValidateChild(const std::string& path, const std::string& test, const std::string& mark) {
   CrashQuietly();
-  std::string fault = RunConformanceTest(path, test);
+  const base::Result<void> result = RunConformanceTest(path, test);
+  std::string fault = result ? "" : result.error().message;
   std::replace_if(
       fault.begin(), fault.end(), [](char byte) { return byte == '\n' || byte == '\r'; }, ' ');
   std::printf("\n%s %s\n", mark.c_str(), fault.c_str());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/analysis/built_in_help.h"
@@ -377,8 +378,7 @@ class LanguageServer {
               {"range", ToJson(document.PlaceOf(symbol->offset),
                                document.PlaceOf(symbol->offset + symbol->name.size()))}};
     }
-    std::string error;
-    const auto file = script::ReadIncludedFile(symbol->file, error);
+    const auto file = script::ReadIncludedFile(symbol->file);
     const std::string_view text = file ? file->text.View() : std::string_view();
     return {
         {"uri", UriOfPath(symbol->file)},

@@ -1,16 +1,21 @@
 #include "tavhost/notation/document.h"
 
 #include <exception>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/notation/text_parser.h"
 
 namespace kel {
 
-std::shared_ptr<const Document> Document::Parse(const SV::String& text, ParseError& error,
-                                                std::size_t tableBytes) noexcept {
+base::Result<std::shared_ptr<const Document>> Document::Parse(const SV::String& text,
+                                                              std::size_t tableBytes) noexcept {
+  base::Error error;
   try {
     const auto document = std::make_shared<Document>(Key(), text, tableBytes);
-    if (TextParser(*document, error).Run()) return document;
+    base::Result<void> parsed = TextParser(*document).Run();
+    if (parsed) return document;
+    error = std::move(parsed.error());
   } catch (const std::exception&) {
     error.line = error.column = 1;
     try {
@@ -18,7 +23,7 @@ std::shared_ptr<const Document> Document::Parse(const SV::String& text, ParseErr
     } catch (const std::exception&) {  // a place without words is all that can be given
     }
   }
-  return nullptr;
+  return tl::unexpected<base::Error>(std::move(error));
 }
 
 }  // namespace kel

@@ -2,29 +2,23 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
 #include "host/base/string.h"
 #include "tavhost/base/arena.h"
 #include "tavhost/base/memory_budget.h"
+#include "tavhost/base/result.h"
 #include "tavhost/notation/element.h"
 #include "tavhost/notation/table.h"
 
 namespace kel {
 
-// Why a text is no KEL, and where: line and column count from 1, the column in characters.
-struct ParseError {
-  std::uint32_t line = 0;
-  std::uint32_t column = 0;
-  std::string message;  // what was expected and what was found
-};
-
 // A parsed KEL text: its elements' tables and the text that they point into.
 class Document {
  public:
-  // Null when the text is no KEL or there is no memory for its tables; `error` then says why.
-  static std::shared_ptr<const Document> Parse(const SV::String& text, ParseError& error,
-                                               std::size_t tableBytes = kTableBytes) noexcept;
+  // Fails when the text is no KEL or there is no memory for its tables. The error has a line and a
+  // column, and says what was expected there and what was found.
+  static base::Result<std::shared_ptr<const Document>> Parse(
+      const SV::String& text, std::size_t tableBytes = kTableBytes) noexcept;
 
   // What the tables of one text may take: twice what 1 GiB of records needs.
   static constexpr std::size_t kTableBytes = std::size_t{4} << 30;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -209,8 +211,7 @@ SV::String TavKelParser::GetCurElemName() {
 
 long TavKelParser::Parse() {
   trace::Call call(this, "Parse");
-  kel::ParseError error;
-  return call.Result(kel::ParserAccess::Parse(*this, error) ? 0L : 1L);
+  return call.Result(kel::ParserAccess::Parse(*this) ? 0L : 1L);
 }
 
 SV::String TavKelParser::GetKelTextOfStrValue(const char* text) {
@@ -221,12 +222,13 @@ SV::String TavKelParser::GetKelTextOfStrValue(const SV::String& text) {
   return kel::Literal(text.View());
 }
 
-bool kel::ParserAccess::Parse(TavKelParser& parser, ParseError& error) {
+base::Result<void> kel::ParserAccess::Parse(TavKelParser& parser) {
   parser.elements_ = nullptr;
   parser.count_ = parser.current_ = 0;
-  parser.document_ = Document::Parse(parser.text_, error);
-  if (!parser.document_) return false;
+  base::Result<std::shared_ptr<const Document>> document = Document::Parse(parser.text_);
+  parser.document_ = document ? std::move(*document) : nullptr;
+  if (!document) return tl::unexpected<base::Error>(std::move(document.error()));
   parser.elements_ = parser.document_->Elements();
   parser.count_ = parser.document_->Count();
-  return true;
+  return {};
 }

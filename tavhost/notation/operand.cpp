@@ -1,3 +1,4 @@
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/notation/document.h"
@@ -15,10 +16,10 @@ Value CopyBody(const Operand& body) {
     if (i > 0) text += '\n';
     AppendKel(text, body.elements[i]);
   }
-  ParseError error;
-  const auto document = Document::Parse(text, error);
-  if (!document) throw std::bad_alloc();  // the text itself is right
-  return Value::Body(document, document->Elements(), document->Count());
+  const base::Result<std::shared_ptr<const Document>> parsed = Document::Parse(text);
+  if (!parsed) throw std::bad_alloc();  // the text itself is right
+  const Document& document = **parsed;
+  return Value::Body(*parsed, document.Elements(), document.Count());
 }
 
 // A value but for what a list or record holds.

@@ -4,11 +4,10 @@
 #include <string_view>
 
 #include "host/notation/kel_parser.h"
+#include "tavhost/base/result.h"
 #include "tavhost/notation/element.h"
 
 namespace kel {
-
-struct ParseError;
 
 // A parser over elements that somebody else holds for as long as it is used. Costs nothing to
 // make.
@@ -29,8 +28,8 @@ struct ParserAccess {
   static const Operand& Main(const TavKelParser& parser);
   static const Element* Elements(const TavKelParser& parser) { return parser.elements_; }
   static unsigned Count(const TavKelParser& parser) { return parser.count_; }
-  // TavKelParser::Parse with the reason when it fails.
-  static bool Parse(TavKelParser& parser, ParseError& error);
+  // TavKelParser::Parse with the place and the reason when it fails.
+  static base::Result<void> Parse(TavKelParser& parser);
   // The document of a parser over a text; null for borrowed elements.
   static const std::shared_ptr<const Document>& DocumentOf(const TavKelParser& parser) {
     return parser.document_;

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <functional>
 #include <string_view>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/notation/scan.h"
 
@@ -38,9 +40,8 @@ bool IsContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 
 
 }  // namespace
 
-TextParser::TextParser(Document& document, ParseError& error)
+TextParser::TextParser(Document& document)
     : document_(document),
-      error_(error),
       begin_(document.text_.GetStr()),
       end_(begin_ + document.text_.Len()),
       at_(begin_),
@@ -54,7 +55,7 @@ bool TextParser::HasByteOrderMark() const {
   return document_.text_.View().substr(0, kByteOrderMark.size()) == kByteOrderMark;
 }
 
-bool TextParser::Run() {
+base::Result<void> TextParser::Run() {
   if (HasByteOrderMark()) at_ += kByteOrderMark.size();
   bool inside = false;
   while (true) {
@@ -67,9 +68,9 @@ bool TextParser::Run() {
         inside = true;
         break;
       case Step::kEnd:
-        return true;
+        return {};
       case Step::kFailed:
-        return false;
+        return tl::unexpected<base::Error>(std::move(error_));
     }
   }
 }

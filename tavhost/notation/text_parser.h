@@ -14,12 +14,12 @@ namespace kel {
 // own, never on the C++ stack; a table is copied into the document when it is complete.
 class TextParser {
  public:
-  TextParser(Document& document, ParseError& error);
+  explicit TextParser(Document& document);
   TextParser(const TextParser&) = delete;
   TextParser& operator=(const TextParser&) = delete;
 
-  // False when the text is no KEL. Throws std::bad_alloc.
-  bool Run();
+  // Fails when the text is no KEL. Throws std::bad_alloc.
+  base::Result<void> Run();
 
  private:
   enum class Kind : std::uint8_t { kBody, kUndecided, kList, kRecord };
@@ -77,7 +77,7 @@ class TextParser {
   bool HasByteOrderMark() const;
 
   Document& document_;
-  ParseError& error_;
+  base::Error error_;
   const char* const begin_;
   const char* const end_;  // a NUL stands here, so that reading one byte ahead is always possible
   const char* at_;         // where the next Continue... goes on

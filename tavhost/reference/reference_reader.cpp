@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
@@ -399,16 +400,16 @@ class ReferenceCheck {
 
 Family ReadFamily(const Source& source, std::vector<std::string>& problems) {
   Reader reader(source.name, problems);
-  kel::ParseError error;
-  const auto document = kel::Document::Parse(base::StringOf(source.text), error);
-  if (document == nullptr) {
-    reader.Problem("line " + std::to_string(error.line) + ", column " +
-                   std::to_string(error.column) + ": " + error.message);
+  const auto document = kel::Document::Parse(base::StringOf(source.text));
+  if (!document) {
+    const base::Error& mistake = document.error();
+    reader.Problem("line " + std::to_string(mistake.line) + ", column " +
+                   std::to_string(mistake.column) + ": " + mistake.message);
     Family family;
     family.name = source.name;
     return family;
   }
-  return reader.Read(*document);
+  return reader.Read(**document);
 }
 
 void CheckReferences(const Catalogue& catalogue, std::vector<std::string>& problems) {

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <string>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/base/event_loop.h"
@@ -84,8 +86,8 @@ bool Queue::Accept(Question& question, const std::shared_ptr<Job>& answer) {
     Send(answer, ClientLeft());
     return false;
   }
-  if (const std::optional<std::string> misfit = question.Take(answer->text)) {
-    Send(answer, Refusal(400, *misfit));
+  if (const base::Result<void> fit = question.Take(answer->text); !fit) {
+    Send(answer, Refusal(400, fit.error().message));
     return false;
   }
   std::shared_ptr<Job> second;

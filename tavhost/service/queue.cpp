@@ -1,6 +1,7 @@
 #include "tavhost/service/queue.h"
 
 #include <algorithm>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "host/notation/kel_value.h"
@@ -150,10 +151,10 @@ std::string Queue::RunScript(stop::Reason& reason) {
 
 std::string Queue::RunCommand(stop::Reason& reason) {
   TavKelParser parser(base::StringOf(running_->text));
-  kel::ParseError parseError;
-  if (!kel::ParserAccess::Parse(parser, parseError)) {
-    return ErrorJson(std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +
-                     ": " + parseError.message);
+  if (const base::Result<void> parsed = kel::ParserAccess::Parse(parser); !parsed) {
+    const base::Error& mistake = parsed.error();
+    return ErrorJson(std::to_string(mistake.line) + ':' + std::to_string(mistake.column) + ": " +
+                     mistake.message);
   }
   if (kel::ParserAccess::Count(parser) != 1) return ErrorJson("a request takes one command");
   TavKelValue variables(TavKelRecord);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/script/script_service.h"
@@ -85,12 +86,12 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   if (!hostOptions.secondAddress.empty()) options.addresses.push_back(hostOptions.secondAddress);
   options.queue = &service->queue;
   options.log = Logger(format, type);
-  std::string error;
-  service->server = Server::Start(std::move(options), error);
-  if (!service->server) {
-    Report(port, error);
+  base::Result<std::unique_ptr<Server>> server = Server::Start(std::move(options));
+  if (!server) {
+    Report(port, server.error().message);
     return false;
   }
+  service->server = std::move(*server);
   service->file = TokenFile::Write(service->token, service->server->Port());
   if (!service->file) {
     Report(port, "the token file cannot be written");

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
+
+#include "tavhost/base/result.h"
 
 // The script service as the host around it sees it. All on the user-interface thread, except where
 // said.
@@ -37,9 +38,9 @@ class Question {
 
   // The window as a JSON object with the id.
   virtual std::string Json(const std::string& id) const = 0;
-  // Ends the window by an element of an answers file. What does not fit is told in the result, and
-  // the window is then as it was.
-  virtual std::optional<std::string> Take(const std::string& answer) = 0;
+  // Ends the window by an element of an answers file. When it fails because something does not
+  // fit, the window is as it was.
+  virtual base::Result<void> Take(const std::string& answer) = 0;
 };
 
 // Whether the client of the request that runs answers its windows.

@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <tl/expected.hpp>
 
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
@@ -459,7 +460,7 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
 
 Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
-std::unique_ptr<Server> Server::Start(ServerOptions options, std::string& error) {
+base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   auto state = std::make_unique<State>();
   state->options = std::move(options);
   state->port = state->options.port;
@@ -469,8 +470,7 @@ std::unique_ptr<Server> Server::Start(ServerOptions options, std::string& error)
       listener->Open(address, state->port);
     } catch (const boost::system::system_error& failure) {
       if (!state->listeners.empty()) continue;
-      error = failure.code().message();
-      return nullptr;
+      return base::Failure(failure.code().message());
     }
     state->port = listener->Port();
     state->listeners.push_back(listener);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/result.h"
 #include "tavhost/service/log.h"
 #include "tavhost/service/queue.h"
 
@@ -24,8 +25,8 @@ struct ServerOptions {
 // to the queue, everything else is answered here.
 class Server {
  public:
-  // Null, with the reason in `error`, when the port cannot be had.
-  static std::unique_ptr<Server> Start(ServerOptions options, std::string& error);
+  // Fails when the port cannot be had.
+  static base::Result<std::unique_ptr<Server>> Start(ServerOptions options);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
   ~Server();  // waits for its thread

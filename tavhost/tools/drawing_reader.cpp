@@ -5,6 +5,7 @@
 #include <iterator>
 #include <numbers>
 #include <optional>
+#include <tl/expected.hpp>
 
 #include "host/files/system_file_manager.h"
 #include "tavhost/base/ascii.h"
@@ -120,15 +121,16 @@ class Reader {
 
   bool ReadText(const SV::String& text, const std::string& folder, const std::string& file,
                 State& state, int fileDepth) {
-    kel::ParseError error;
-    const auto document = kel::Document::Parse(text, error);
-    if (!document) {
-      result_.error = (file.empty() ? "" : file + ':') + std::to_string(error.line) + ':' +
-                      std::to_string(error.column) + ": " + error.message;
+    const auto parsed = kel::Document::Parse(text);
+    if (!parsed) {
+      const base::Error& mistake = parsed.error();
+      result_.error = (file.empty() ? "" : file + ':') + std::to_string(mistake.line) + ':' +
+                      std::to_string(mistake.column) + ": " + mistake.message;
       return false;
     }
-    const Source source{document->Text().View(), folder, file, fileDepth};
-    return ReadElements(document->Elements(), document->Count(), source, state);
+    const kel::Document& document = **parsed;
+    const Source source{document.Text().View(), folder, file, fileDepth};
+    return ReadElements(document.Elements(), document.Count(), source, state);
   }
 
  private:

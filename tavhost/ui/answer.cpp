@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "host/notation/kel_parser.h"
 #include "tavhost/base/string_of.h"
@@ -84,8 +86,11 @@ struct Place {
 // Goes through the elements of a document; places are found by walking the text on, once.
 class Reader {
  public:
-  Reader(const std::string& file, const kel::Document& document, std::string& error)
-      : file_(file), text_(document.Text().View()), error_(error) {}
+  Reader(const std::string& file, const kel::Document& document)
+      : file_(file), text_(document.Text().View()) {}
+
+  // Why the last element could not be read.
+  const base::Error& GetError() const { return error_; }
 
   bool ReadElement(const kel::Element& element, Answer& answer) {
     answer.element = element.Name();
@@ -234,8 +239,7 @@ class Reader {
 
   bool Fail(const char* at, const std::string& message) {
     const Place place = PlaceOf(at);
-    error_ = file_ + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) +
-             ": error: " + message;
+    error_ = {message, file_, place.line, place.column};
     return false;
   }
 
@@ -259,7 +263,7 @@ class Reader {
 
   const std::string& file_;
   std::string_view text_;
-  std::string& error_;
+  base::Error error_;
   std::size_t walked_ = 0;
   Place place_;
 };
@@ -324,23 +328,23 @@ std::string CellText(const Answer::Cell& cell) {
 
 }  // namespace
 
-bool ParseAnswers(const std::string& file, std::string_view text, std::vector<Answer>& answers,
-                  std::string& error) {
-  kel::ParseError parseError;
-  const std::shared_ptr<const kel::Document> document =
-      kel::Document::Parse(base::StringOf(text), parseError);
-  if (!document) {
-    error = file + ':' + std::to_string(parseError.line) + ':' + std::to_string(parseError.column) +
-            ": error: " + parseError.message;
-    return false;
+base::Result<std::vector<Answer>> ParseAnswers(const std::string& file, std::string_view text) {
+  const auto parsed = kel::Document::Parse(base::StringOf(text));
+  if (!parsed) {
+    const base::Error& mistake = parsed.error();
+    return base::Failure(mistake.message, file, mistake.line, mistake.column);
   }
-  Reader reader(file, *document, error);
-  for (std::uint32_t i = 0; i < document->Count(); ++i) {
+  const kel::Document& document = **parsed;
+  std::vector<Answer> answers;
+  Reader reader(file, document);
+  for (std::uint32_t i = 0; i < document.Count(); ++i) {
     Answer answer;
-    if (!reader.ReadElement(document->Elements()[i], answer)) return false;
+    if (!reader.ReadElement(document.Elements()[i], answer)) {
+      return tl::unexpected<base::Error>(reader.GetError());
+    }
     answers.push_back(std::move(answer));
   }
-  return true;
+  return answers;
 }
 
 std::string AnswerLine(const Answer& answer) {

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tavhost/base/result.h"
+
 namespace ui {
 
 // One element of an answers file. What it does not say is absent.
@@ -38,10 +40,9 @@ struct Answer {
 
 inline constexpr std::string_view kCancelProgress = "CANCEL_PROGRESS";
 
-// Reads the text of an answers file. False when it is no KEL, or names a window or parameter that
-// there is not; `error` is then "FILE:LINE:COLUMN: error: …".
-bool ParseAnswers(const std::string& file, std::string_view text, std::vector<Answer>& answers,
-                  std::string& error);
+// Reads the text of an answers file. It fails, with the place, when it is no KEL or names a window
+// or parameter that there is not.
+base::Result<std::vector<Answer>> ParseAnswers(const std::string& file, std::string_view text);
 
 // The line of an answers file for an answer.
 std::string AnswerLine(const Answer& answer);

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "host/base/size.h"
+#include "tavhost/base/result.h"
 #include "tavhost/ui/answer_source.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -46,11 +47,12 @@ inline constexpr const char* kRunIde = "tavhost_RunIde";
 bool HasDisplay();
 // Whether the module is there.
 bool HasQtModule(const std::string& moduleFolder);
-// Null when the module cannot be loaded; `error` says why. It is never unloaded. Without a
-// display its windows are drawn, but not seen.
-std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
-                                       const QtOptions& options, std::string& error);
-// Null when the module does not have it; `error` says why.
-RunIdeFunction* LoadIde(const std::string& moduleFolder, std::string& error);
+// Fails when the module cannot be loaded. It is never unloaded. Without a display its windows are
+// drawn, but not seen.
+base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
+                                                     const ModuleHost& host,
+                                                     const QtOptions& options);
+// Fails when the module does not have it.
+base::Result<RunIdeFunction*> LoadIde(const std::string& moduleFolder);
 
 }  // namespace ui

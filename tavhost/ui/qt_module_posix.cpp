@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <tl/expected.hpp>
 
 #include "tavhost/ui/qt_module.h"
 
@@ -26,25 +27,28 @@ bool HasQtModule(const std::string& moduleFolder) {
 
 namespace {
 
-// A function of the module; null when there is none.
-void* Find(const std::string& moduleFolder, const char* name, std::string& error) {
+// A function of the module.
+template <typename Function>
+base::Result<Function*> Find(const std::string& moduleFolder, const char* name) {
   void* const module = dlopen(ModulePath(moduleFolder).c_str(), RTLD_NOW | RTLD_LOCAL);
   void* const function = module ? dlsym(module, name) : nullptr;
-  if (!function) error = dlerror();
-  return function;
+  if (!function) return base::Failure(dlerror());
+  return reinterpret_cast<Function*>(function);
 }
 
 }  // namespace
 
-std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
-                                       const QtOptions& options, std::string& error) {
-  auto* const create =
-      reinterpret_cast<CreateQtToolkitFunction*>(Find(moduleFolder, kCreateQtToolkit, error));
-  return std::unique_ptr<Toolkit>(create ? create(host, options) : nullptr);
+base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
+                                                     const ModuleHost& host,
+                                                     const QtOptions& options) {
+  return Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit)
+      .map([&](CreateQtToolkitFunction* create) {
+        return std::unique_ptr<Toolkit>(create(host, options));
+      });
 }
 
-RunIdeFunction* LoadIde(const std::string& moduleFolder, std::string& error) {
-  return reinterpret_cast<RunIdeFunction*>(Find(moduleFolder, kRunIde, error));
+base::Result<RunIdeFunction*> LoadIde(const std::string& moduleFolder) {
+  return Find<RunIdeFunction>(moduleFolder, kRunIde);
 }
 
 }  // namespace ui

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <tl/expected.hpp>
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/ui/qt_module.h"
 
@@ -21,28 +22,31 @@ bool HasQtModule(const std::string& moduleFolder) {
 
 namespace {
 
-// A function of the module; null when there is none.
-void* Find(const std::string& moduleFolder, const char* name, std::string& error) {
+// A function of the module.
+template <typename Function>
+base::Result<Function*> Find(const std::string& moduleFolder, const char* name) {
   const HMODULE module = LoadLibraryW(ModulePath(moduleFolder).c_str());
   const FARPROC function = module ? GetProcAddress(module, name) : nullptr;
   if (!function) {
-    error =
-        "the module for windows cannot be loaded (error " + std::to_string(GetLastError()) + ")";
+    return base::Failure("the module for windows cannot be loaded (error " +
+                         std::to_string(GetLastError()) + ")");
   }
-  return reinterpret_cast<void*>(function);
+  return reinterpret_cast<Function*>(reinterpret_cast<void*>(function));
 }
 
 }  // namespace
 
-std::unique_ptr<Toolkit> LoadQtToolkit(const std::string& moduleFolder, const ModuleHost& host,
-                                       const QtOptions& options, std::string& error) {
-  auto* const create =
-      reinterpret_cast<CreateQtToolkitFunction*>(Find(moduleFolder, kCreateQtToolkit, error));
-  return std::unique_ptr<Toolkit>(create ? create(host, options) : nullptr);
+base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
+                                                     const ModuleHost& host,
+                                                     const QtOptions& options) {
+  return Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit)
+      .map([&](CreateQtToolkitFunction* create) {
+        return std::unique_ptr<Toolkit>(create(host, options));
+      });
 }
 
-RunIdeFunction* LoadIde(const std::string& moduleFolder, std::string& error) {
-  return reinterpret_cast<RunIdeFunction*>(Find(moduleFolder, kRunIde, error));
+base::Result<RunIdeFunction*> LoadIde(const std::string& moduleFolder) {
+  return Find<RunIdeFunction>(moduleFolder, kRunIde);
 }
 
 }  // namespace ui

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "tavhost/headless/answer_fitting.h"
@@ -25,15 +26,13 @@ void Require(bool holds) {
 
 void CheckWrittenLine(const ui::Answer& answer) {
   const std::string line = ui::AnswerLine(answer);
-  std::vector<ui::Answer> again;
-  std::string error;
-  Require(ui::ParseAnswers("again", line, again, error));
-  Require(again.size() == 1 && ui::AnswerLine(again[0]) == line);
+  const base::Result<std::vector<ui::Answer>> again = ui::ParseAnswers("again", line);
+  Require(again && again->size() == 1 && ui::AnswerLine(again->front()) == line);
 }
 
 void Fit(const ui::Answer& answer, ui::ModalModel& window) {
   window.Begin();
-  const bool fits = !ui::ApplyAnswer(answer, window);
+  const bool fits = ui::ApplyAnswer(answer, window).has_value();
   Require(fits == window.HasEnded());
   CheckWrittenLine(ui::AnswerOf(window));
 }
@@ -41,11 +40,10 @@ void Fit(const ui::Answer& answer, ui::ModalModel& window) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::vector<ui::Answer> answers;
-  std::string error;
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  if (!ui::ParseAnswers("answers", text, answers, error)) {
-    Require(error.starts_with("answers:"));
+  const base::Result<std::vector<ui::Answer>> answers = ui::ParseAnswers("answers", text);
+  if (!answers) {
+    Require(answers.error().line > 0 && answers.error().Text().starts_with("answers:"));
     return 0;
   }
   ui::MessageBoxModel message(ui::MessageKind::kQuery, 0x80, "text");
@@ -56,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ui::FileDialogModel files(0x1020);
   ui::DirectoryDialogModel directory("start");
   ui::ImageDialogModel images;
-  for (const ui::Answer& answer : answers) {
+  for (const ui::Answer& answer : *answers) {
     CheckWrittenLine(answer);
     Fit(answer, message);
     Fit(answer, edit);

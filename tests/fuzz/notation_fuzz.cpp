@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <tl/expected.hpp>
 
 #include "host/notation/kel_converter.h"
 #include "tavhost/notation/document.h"
@@ -51,8 +52,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const SV::String text(reinterpret_cast<const char*>(data), static_cast<long>(size));
   TavKelConverter converter(text);
   if (converter.Parse() != 0) {
-    kel::ParseError error;
-    Require(!kel::Document::Parse(text, error), "parses only sometimes");
+    const auto document = kel::Document::Parse(text);
+    Require(!document, "parses only sometimes");
+    const base::Error& error = document.error();
     Require(error.line > 0 && error.column > 0 && !error.message.empty(), "an error without words");
     return 0;
   }
@@ -61,8 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto& document = *kel::ParserAccess::DocumentOf(converter);
   const SV::String once = Written(document);
-  kel::ParseError error;
-  const auto again = kel::Document::Parse(once, error);
+  const auto again = kel::Document::Parse(once).value_or(nullptr);
   Require(again != nullptr, "what was written does not parse");
   Require(Written(*again) == once, "what was written reads back to something else");
   for (std::uint32_t i = 0; i < again->Count(); ++i) {

@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
@@ -25,9 +26,8 @@ ui::QtToolkit& StartedToolkit() {
   work_window::Create();
   script::RegisterHostPorts();
   static loader::Plugins plugins;
-  std::string error;
-  if (!plugins.Load(TAVHOST_TEST_PLUGIN, error)) {
-    std::fprintf(stderr, "%s\n", error.c_str());
+  if (const base::Result<void> loaded = plugins.Load(TAVHOST_TEST_PLUGIN); !loaded) {
+    std::fprintf(stderr, "%s\n", loaded.error().message.c_str());
     std::abort();
   }
   return *toolkit;

@@ -10,6 +10,7 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QVBoxLayout>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/qt/ide/theme.h"
@@ -29,6 +30,8 @@ QByteArray DigestOf(const QByteArray& bytes) {
 std::string_view View(const QByteArray& bytes) {
   return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
+
+tl::unexpected<QString> Failure(const QString& text) { return tl::unexpected<QString>(text); }
 
 QByteArray Array(const std::string& bytes) {
   return {bytes.data(), static_cast<qsizetype>(bytes.size())};
@@ -95,26 +98,20 @@ EditorPage::Disk EditorPage::LookAt(const QString& path, const Disk* known) {
   return disk;
 }
 
-bool EditorPage::Read(const QString& path, QByteArray& bytes, QString& error) const {
+base::Result<QByteArray, QString> EditorPage::Read(const QString& path) {
   QFile file(path);
-  if (QFileInfo(path).isDir()) {
-    error = QStringLiteral("%1 is a folder.").arg(path);
-    return false;
-  }
+  if (QFileInfo(path).isDir()) return Failure(QStringLiteral("%1 is a folder.").arg(path));
   if (!file.open(QIODevice::ReadOnly)) {
-    error = QStringLiteral("%1 cannot be read: %2.").arg(path, file.errorString());
-    return false;
+    return Failure(QStringLiteral("%1 cannot be read: %2.").arg(path, file.errorString()));
   }
   if (file.size() > kLargestFile) {
-    error = QStringLiteral("%1 is too large for the editor.").arg(path);
-    return false;
+    return Failure(QStringLiteral("%1 is too large for the editor.").arg(path));
   }
-  bytes = file.readAll();
+  QByteArray bytes = file.readAll();
   if (file.error() != QFileDevice::NoError) {
-    error = QStringLiteral("%1 cannot be read: %2.").arg(path, file.errorString());
-    return false;
+    return Failure(QStringLiteral("%1 cannot be read: %2.").arg(path, file.errorString()));
   }
-  return true;
+  return bytes;
 }
 
 void EditorPage::Show(const QByteArray& bytes) {
@@ -130,33 +127,32 @@ void EditorPage::Show(const QByteArray& bytes) {
   }
 }
 
-bool EditorPage::Load(const QString& path, QString& error) {
-  QByteArray bytes;
-  if (!Read(path, bytes, error)) return false;
+base::Result<void, QString> EditorPage::Load(const QString& path) {
+  const base::Result<QByteArray, QString> bytes = Read(path);
+  if (!bytes) return Failure(bytes.error());
   path_ = QFileInfo(path).absoluteFilePath();
   disk_ = LookAt(path_, nullptr);
-  Show(bytes);
+  Show(*bytes);
   if (changed) changed();
-  return true;
+  return {};
 }
 
 QByteArray EditorPage::Bytes() const {
   return Array(ide::BytesOf(ui::Bytes(editor_->Text()), form_));
 }
 
-bool EditorPage::Save(const QString& path, QString& error) {
+base::Result<void, QString> EditorPage::Save(const QString& path) {
   const QByteArray bytes = Bytes();
   QSaveFile file(path);  // a temporary file beside it, then a rename
   if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-    error = QStringLiteral("%1 cannot be written: %2.").arg(path, file.errorString());
-    return false;
+    return Failure(QStringLiteral("%1 cannot be written: %2.").arg(path, file.errorString()));
   }
   path_ = QFileInfo(path).absoluteFilePath();
   disk_ = LookAt(path_, nullptr);
   editor_->document()->setModified(false);
   if (!editor_->isReadOnly()) notice_->hide();
   if (changed) changed();
-  return true;
+  return {};
 }
 
 void EditorPage::Restore(const QString& path, const QByteArray& bytes) {
@@ -205,14 +201,13 @@ void EditorPage::ShowNotice(const QString& text, bool canReload) {
 }
 
 void EditorPage::Reload() {
-  QByteArray bytes;
-  QString error;
-  if (!Read(path_, bytes, error)) return ShowNotice(error, true);
+  const base::Result<QByteArray, QString> bytes = Read(path_);
+  if (!bytes) return ShowNotice(bytes.error(), true);
   const int line = editor_->Line();
   const int column = editor_->Column();
   const int scroll = editor_->verticalScrollBar()->value();
   disk_ = LookAt(path_, nullptr);
-  Show(bytes);
+  Show(*bytes);
   editor_->GoTo(line, column);
   editor_->verticalScrollBar()->setValue(scroll);
   editor_->setFocus();

@@ -6,6 +6,7 @@
 #include <QWidget>
 #include <functional>
 
+#include "tavhost/base/result.h"
 #include "tavhost/ide/script_text.h"
 #include "tavhost/qt/ide/script_editor.h"
 
@@ -31,9 +32,9 @@ class EditorPage final : public QWidget {
   bool IsUntouched() const;
   const ide::FileForm& Form() const { return form_; }
 
-  // False when the file cannot be read or written; `error` says why and nothing has changed.
-  bool Load(const QString& path, QString& error);
-  bool Save(const QString& path, QString& error);
+  // When the file cannot be read or written, nothing has changed; the cause is for the user.
+  base::Result<void, QString> Load(const QString& path);
+  base::Result<void, QString> Save(const QString& path);
 
   // The text as it would be written.
   QByteArray Bytes() const;
@@ -55,7 +56,7 @@ class EditorPage final : public QWidget {
     QByteArray digest;
   };
   static Disk LookAt(const QString& path, const Disk* known);
-  bool Read(const QString& path, QByteArray& bytes, QString& error) const;
+  static base::Result<QByteArray, QString> Read(const QString& path);
   void Show(const QByteArray& bytes);
   void ShowNotice(const QString& text, bool canReload);
   void Reload();

@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QTabBar>
 #include <QTimer>
+#include <tl/expected.hpp>
 #include <utility>
 
 namespace ui::ide_view {
@@ -78,15 +79,15 @@ EditorPage* EditorTabs::Add(EditorPage* page) {
 
 EditorPage* EditorTabs::New() { return Add(NewPage()); }
 
-EditorPage* EditorTabs::Open(const QString& path, QString& error) {
+base::Result<EditorPage*, QString> EditorTabs::Open(const QString& path) {
   if (EditorPage* const open = PageOf(path); open && !open->Path().isEmpty()) {
     setCurrentWidget(open);
     return open;
   }
   auto* const page = new EditorPage(help_, 0);
-  if (!page->Load(path, error)) {
+  if (const base::Result<void, QString> loaded = page->Load(path); !loaded) {
     delete page;
-    return nullptr;
+    return tl::unexpected<QString>(loaded.error());
   }
   EditorPage* const empty = Page() && Page()->IsUntouched() ? Page() : nullptr;
   Add(page);
@@ -103,8 +104,7 @@ void EditorTabs::OpenWithDialog() {
   const QStringList paths = QFileDialog::getOpenFileNames(this, QStringLiteral("Open Scripts"),
                                                           lastFolder_, QLatin1String(kFilter));
   for (const QString& path : paths) {
-    QString error;
-    if (!Open(path, error)) failed(error);
+    if (const auto opened = Open(path); !opened) failed(opened.error());
   }
 }
 
@@ -122,9 +122,8 @@ bool EditorTabs::Save(EditorPage& page) {
     box.exec();
     if (box.clickedButton() != replace) return false;
   }
-  QString error;
-  if (!page.Save(page.Path(), error)) {
-    failed(error);
+  if (const auto saved = page.Save(page.Path()); !saved) {
+    failed(saved.error());
     return false;
   }
   Watch();
@@ -142,9 +141,8 @@ bool EditorTabs::SaveAs(EditorPage& page) {
   dialog.selectFile(proposed);
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
   const QString path = dialog.selectedFiles().constFirst();
-  QString error;
-  if (!page.Save(path, error)) {
-    failed(error);
+  if (const auto saved = page.Save(path); !saved) {
+    failed(saved.error());
     return false;
   }
   page.Editor().setReadOnly(false);

@@ -23,8 +23,8 @@ class EditorTabs final : public QTabWidget {
   EditorPage* PageOf(const QString& name) const;  // by path or, without a file, by title
 
   EditorPage* New();
-  // The page of the file, opened now or before. Null when it cannot be read; `error` says why.
-  EditorPage* Open(const QString& path, QString& error);
+  // The page of the file, opened now or before; when it cannot be read, the cause for the user.
+  base::Result<EditorPage*, QString> Open(const QString& path);
   void OpenWithDialog();
   // False when it was not saved.
   bool Save(EditorPage& page);

@@ -19,6 +19,7 @@
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <tl/expected.hpp>
 #include <tuple>
 #include <utility>
 
@@ -275,8 +276,7 @@ void IdeWindow::ShowRecent() {
     const QString key = i < 9 ? QStringLiteral("&%1  ").arg(i + 1) : QStringLiteral("    ");
     QAction* const action = recentMenu_->addAction(key + text);
     connect(action, &QAction::triggered, this, [this, path = recent[i]] {
-      QString error;
-      if (!tabs_->Open(path, error)) tabs_->failed(error);
+      if (const auto opened = tabs_->Open(path); !opened) tabs_->failed(opened.error());
     });
   }
   recentMenu_->setEnabled(!recent.isEmpty());

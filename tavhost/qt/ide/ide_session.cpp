@@ -47,7 +47,6 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
   }
 
   QString front;
-  QString error;
   if (store_.IsFirst()) {
     const int count = settings.beginReadArray(QStringLiteral("files"));
     struct File {
@@ -66,8 +65,8 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     front = settings.value(QStringLiteral("front")).toString();
     for (const File& file : open) {
       if (!QFileInfo(file.path).isFile()) continue;
-      if (EditorPage* const page = tabs_->Open(file.path, error)) {
-        page->Editor().GoTo(file.line, file.column);
+      if (const auto page = tabs_->Open(file.path)) {
+        (*page)->Editor().GoTo(file.line, file.column);
       }
     }
     const QList<SessionStore::Unsaved> lost = store_.TakeLost();
@@ -84,7 +83,9 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
       console_->Error("There is no file " + file + "\n");
       continue;
     }
-    if (!tabs_->Open(path, error)) console_->Error(Bytes(error) + "\n");
+    if (const auto opened = tabs_->Open(path); !opened) {
+      console_->Error(Bytes(opened.error()) + "\n");
+    }
     front = path;
   }
   if (tabs_->count() == 0) tabs_->New();

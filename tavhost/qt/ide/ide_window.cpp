@@ -18,6 +18,7 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <map>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/ide/script_text.h"
@@ -326,8 +327,7 @@ void IdeWindow::ShowVariables() {
 void IdeWindow::GoTo(const QString& file, int line, int column) {
   EditorPage* page = tabs_->PageOf(file);
   if (!page) {
-    QString error;
-    page = QFileInfo(file).isFile() ? tabs_->Open(file, error) : nullptr;
+    page = QFileInfo(file).isFile() ? tabs_->Open(file).value_or(nullptr) : nullptr;
     if (!page) return statusBar()->showMessage(QStringLiteral("%1 is not open").arg(file), 4000);
   }
   tabs_->setCurrentWidget(page);

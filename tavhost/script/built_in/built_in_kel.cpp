@@ -1,3 +1,5 @@
+#include <memory>
+#include <tl/expected.hpp>
 #include <vector>
 
 #include "host/notation/kel_parser.h"
@@ -56,12 +58,13 @@ void Place(const kel::Operand& operand, Value& place,
 Value KelParse(Engine& engine, Value* arguments, std::uint32_t) {
   const SV::String& text = TextArgument("kel_parse", arguments, 0);
   ChargeBytes(engine, text.View().size() * 4);
-  kel::ParseError error;
-  const auto document = kel::Document::Parse(text, error);
-  if (!document) {
-    throw ScriptError("kel_parse: line " + std::to_string(error.line) + ", column " +
-                      std::to_string(error.column) + ": " + error.message);
+  const auto parsed = kel::Document::Parse(text);
+  if (!parsed) {
+    const base::Error& mistake = parsed.error();
+    throw ScriptError("kel_parse: line " + std::to_string(mistake.line) + ", column " +
+                      std::to_string(mistake.column) + ": " + mistake.message);
   }
+  const std::shared_ptr<const kel::Document>& document = *parsed;
   Value result;
   std::vector<OpenBody> open{{document->Elements(), document->Count(), &result}};
   while (!open.empty()) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tl/expected.hpp>
 
 #include "host/notation/kel_parser.h"
 #include "host/notation/message_port_manager.h"
@@ -118,10 +119,10 @@ Reply SendText(const char* port, const SV::String& text) {
     return reply;
   };
   TavKelParser parser(text);
-  kel::ParseError error;
-  if (!kel::ParserAccess::Parse(parser, error)) {
-    return fail(std::to_string(error.line) + ':' + std::to_string(error.column) + ": " +
-                error.message);
+  if (const base::Result<void> parsed = kel::ParserAccess::Parse(parser); !parsed) {
+    const base::Error& mistake = parsed.error();
+    return fail(std::to_string(mistake.line) + ':' + std::to_string(mistake.column) + ": " +
+                mistake.message);
   }
   ScriptPort* target = FindScriptPort(port);
   for (unsigned long i = 0; parser.SetCurElemIndex(i); ++i) {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "host/base/string.h"
+#include "tavhost/base/result.h"
 
 // Files that scripts include.
 namespace script {
@@ -14,8 +14,9 @@ struct IncludedFile {
   SV::String text;
 };
 
-// Empty when the file cannot be read; `error` then says why. Names are UTF-8.
-std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::string& error);
+// Text and identity are those of one opening: a file that is replaced meanwhile is never taken for
+// another. Names are UTF-8.
+base::Result<IncludedFile> ReadIncludedFile(const std::string& name);
 
 // How a file that exists is known whatever its name; the name itself when there is no such file.
 std::string IdentityOf(const std::string& name);

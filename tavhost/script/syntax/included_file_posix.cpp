@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/string_of.h"
 #include "tavhost/script/syntax/included_file.h"
@@ -17,13 +18,13 @@ std::string IdentityOf(const std::string& name) {
   return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
 }
 
-std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::string& error) {
+base::Result<IncludedFile> ReadIncludedFile(const std::string& name) {
   const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat status;
   if (file < 0 || fstat(file, &status) != 0) {
-    error = std::strerror(errno);
+    const char* const reason = std::strerror(errno);
     if (file >= 0) close(file);
-    return std::nullopt;
+    return base::Failure(reason);
   }
   IncludedFile included;
   included.identity = std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
@@ -34,10 +35,10 @@ std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::strin
          text.size() < static_cast<std::size_t>(SV::String::kMaxLength) / 2) {
     text.append(bytes, static_cast<std::size_t>(count));
   }
-  if (count < 0) error = std::strerror(errno);
-  if (count > 0) error = "the file is too large";
+  const int failure = count < 0 ? errno : 0;
   close(file);
-  if (count != 0) return std::nullopt;
+  if (failure != 0) return base::Failure(std::strerror(failure));
+  if (count > 0) return base::Failure("the file is too large");
   included.text = base::StringOf(text);
   return included;
 }

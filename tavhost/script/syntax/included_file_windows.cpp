@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <tl/expected.hpp>
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/script/syntax/included_file.h"
@@ -31,13 +32,12 @@ std::string IdentityOf(const std::string& name) {
   return identity;
 }
 
-std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::string& error) {
+base::Result<IncludedFile> ReadIncludedFile(const std::string& name) {
   const HANDLE file = Open(name);
   if (file == INVALID_HANDLE_VALUE) {
     const DWORD code = GetLastError();
     const bool isAbsent = code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
-    error = isAbsent ? "No such file or directory" : "error " + std::to_string(code);
-    return std::nullopt;
+    return base::Failure(isAbsent ? "No such file or directory" : "error " + std::to_string(code));
   }
   IncludedFile included;
   included.identity = IdentityOfFile(file, name);
@@ -50,10 +50,8 @@ std::optional<IncludedFile> ReadIncludedFile(const std::string& name, std::strin
     text.append(bytes, count);
   }
   CloseHandle(file);
-  if (!isRead || count > 0) {
-    error = isRead ? "the file is too large" : "the file cannot be read";
-    return std::nullopt;
-  }
+  if (!isRead) return base::Failure("the file cannot be read");
+  if (count > 0) return base::Failure("the file is too large");
   included.text = base::StringOf(text);
   return included;
 }

@@ -1,4 +1,4 @@
-#include <optional>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/keywords.h"
 #include "tavhost/notation/scan.h"
@@ -362,9 +362,8 @@ Statement* Parser::ParseInclude(std::uint32_t offset) {
   const std::string& from = program_.source.FileOf(base_).name;
   const std::string name = NameBeside(from, wanted);
   if (included_.empty()) included_.push_back({IdentityOf(from), true});
-  std::string error;
-  std::optional<IncludedFile> file = ReadIncludedFile(name, error);
-  if (!file) Fail(nameOffset, "cannot read \"" + name + "\": " + error);
+  base::Result<IncludedFile> file = ReadIncludedFile(name);
+  if (!file) Fail(nameOffset, "cannot read \"" + name + "\": " + file.error().message);
   for (const Included& other : included_) {
     if (other.identity != file->identity) continue;
     if (other.isOpen) Fail(nameOffset, '"' + name + "\" includes itself");

@@ -12,23 +12,20 @@
 
 #include <gtest/gtest.h>
 
+#include <tl/expected.hpp>
+
 namespace {
 
 using ui::Answer;
 using Texts = std::vector<std::string>;
 
-Answer Parse(std::string_view text) {
-  std::vector<Answer> answers;
-  std::string error;
-  EXPECT_TRUE(ui::ParseAnswers("a.kel", text, answers, error)) << error;
-  return answers.at(0);
-}
+Answer Parse(std::string_view text) { return ui::ParseAnswers("a.kel", text).value().at(0); }
 
 std::string Misfit(std::string_view text, ui::ModalModel& window) {
   window.Begin();
-  const std::optional<std::string> misfit = ui::ApplyAnswer(Parse(text), window);
-  EXPECT_EQ(window.HasEnded(), !misfit);
-  return misfit.value_or("");
+  const base::Result<void> fit = ui::ApplyAnswer(Parse(text), window);
+  EXPECT_EQ(window.HasEnded(), fit.has_value());
+  return fit ? "" : fit.error().message;
 }
 
 TEST(AnswerFitting, MessageBoxesTakeTheirButtons) {

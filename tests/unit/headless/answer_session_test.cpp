@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/stop.h"
 #include "tavhost/ui/models/edit_field_model.h"
@@ -31,14 +32,13 @@ class AnswerSession : public testing::Test {
 
   std::shared_ptr<ui::AnswerSession> FromText(const std::string& text) {
     std::ofstream(path_, std::ios::binary) << text;
-    std::string error;
-    auto session = ui::AnswerSession::Create({Mode::kFile, path_, ""}, error);
-    EXPECT_TRUE(session) << error;
-    return session;
+    return ui::AnswerSession::Create({Mode::kFile, path_, ""}).value();
   }
   std::shared_ptr<ui::AnswerSession> Of(Mode mode) {
-    std::string error;
-    return ui::AnswerSession::Create({mode, "", ""}, error);
+    return ui::AnswerSession::Create({mode, "", ""}).value();
+  }
+  std::shared_ptr<ui::AnswerSession> Recording() {
+    return ui::AnswerSession::Create({Mode::kAccept, "", path_}).value();
   }
 
   // What is told when the window has no fitting answer.
@@ -61,8 +61,7 @@ TEST_F(AnswerSession, TakesOneAnswerForEachWindowInOrder) {
   EXPECT_EQ(box_.EndButton(), "no");
   session->Answer(box_);
   EXPECT_EQ(box_.EndButton(), "yes");
-  std::string error;
-  EXPECT_TRUE(session->Finish(error));
+  EXPECT_TRUE(session->Finish());
 }
 
 TEST_F(AnswerSession, AMissingAnswerTellsTheLineToAddAndItsPlace) {
@@ -84,13 +83,14 @@ TEST_F(AnswerSession, AnUnfittingAnswerTellsItsPlaceAndTheLineThatFits) {
 
 TEST_F(AnswerSession, LeftOverAnswersAreAnError) {
   auto session = FromText("MESSAGE_BOX\nMESSAGE_BOX button:no\nVIEW_BOX\n");
-  std::string error;
-  EXPECT_FALSE(session->Finish(error));
-  EXPECT_EQ(error, path_ + ":1: error: 3 answers are left over, the first of them:\nMESSAGE_BOX");
+  ASSERT_FALSE(session->Finish());
+  EXPECT_EQ(session->Finish().error().Text(),
+            path_ + ":1: error: 3 answers are left over, the first of them:\nMESSAGE_BOX");
   session->Answer(box_);
   session->Answer(box_);
-  EXPECT_FALSE(session->Finish(error));
-  EXPECT_EQ(error, path_ + ":3: error: this answer is left over:\nVIEW_BOX");
+  ASSERT_FALSE(session->Finish());
+  EXPECT_EQ(session->Finish().error().Text(),
+            path_ + ":3: error: this answer is left over:\nVIEW_BOX");
 }
 
 TEST_F(AnswerSession, AcceptAndCancelAnswerEverything) {
@@ -132,9 +132,7 @@ TEST_F(AnswerSession, CancelProgressIsTakenOnlyWhenItIsNext) {
 }
 
 TEST_F(AnswerSession, WritesThatProgressWasCancelledBeforeWhatCameMeanwhile) {
-  std::string error;
-  auto session = ui::AnswerSession::Create({Mode::kAccept, "", path_}, error);
-  ASSERT_TRUE(session) << error;
+  const auto session = Recording();
   for (const bool cancel : {true, false}) {
     ui::PercentageWindowModel window("t", true, false);
     session->ProgressShown(window);
@@ -152,9 +150,7 @@ TEST_F(AnswerSession, WritesThatProgressWasCancelledBeforeWhatCameMeanwhile) {
 }
 
 TEST_F(AnswerSession, WritesWhatWasDone) {
-  std::string error;
-  auto session = ui::AnswerSession::Create({Mode::kAccept, "", path_}, error);
-  ASSERT_TRUE(session) << error;
+  const auto session = Recording();
   session->Answer(box_);
   session->Record(box_);
   box_.End("no");
@@ -165,11 +161,17 @@ TEST_F(AnswerSession, WritesWhatWasDone) {
 }
 
 TEST_F(AnswerSession, FilesThatCannotBeUsedAreNamed) {
-  std::string error;
-  EXPECT_FALSE(ui::AnswerSession::Create({Mode::kFile, path_ + "-none", ""}, error));
-  EXPECT_TRUE(error.starts_with(path_ + "-none: error: the answers cannot be read: ")) << error;
-  EXPECT_FALSE(ui::AnswerSession::Create({Mode::kAccept, "", path_ + "/none/x"}, error));
-  EXPECT_TRUE(error.starts_with(path_ + "/none/x: error: the record cannot be written: ")) << error;
+  const auto errorOf = [](const ui::AnswerOptions& options) {
+    const auto session = ui::AnswerSession::Create(options);
+    return session ? "" : session.error().Text();
+  };
+  EXPECT_EQ(errorOf({Mode::kFile, path_ + "-none", ""}),
+            path_ + "-none: error: the answers cannot be read: No such file or directory");
+  EXPECT_EQ(errorOf({Mode::kFile, "", ""}),
+            ": error: the answers cannot be read: No such file or directory");
+  const std::string record = errorOf({Mode::kAccept, "", path_ + "/none/x"});
+  EXPECT_TRUE(record.starts_with(path_ + "/none/x: error: the record cannot be written: "))
+      << record;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/program_file.h"
@@ -24,19 +25,24 @@ TEST(Plugins, LieBesideTheProgram) {
 
 TEST(Plugins, AreNotLoadedFromAnythingElse) {
   loader::Plugins plugins;
-  std::string error;
-  EXPECT_FALSE(plugins.Load("no-such-plugin", error));
+  const base::Result<void> loaded = plugins.Load("no-such-plugin");
+  ASSERT_FALSE(loaded);
+  const std::string error = loaded.error().Text();
   EXPECT_TRUE(error.starts_with("plug-in \"")) << error;
   EXPECT_NE(error.find("no-such-plugin\" cannot be read: "), std::string::npos) << error;
-  EXPECT_FALSE(plugins.Load(loader::ProgramPath() + "x", error));
+  EXPECT_FALSE(plugins.Load(loader::ProgramPath() + "x"));
 }
 
 TEST(LibraryFile, IsNotAText) {
   const auto path = std::filesystem::path(testing::TempDir()) / "text_library";
+  const auto faultOf = [](const std::filesystem::path& file) {
+    const base::Result<void> checked = loader::CheckLibraryFile(file.string());
+    return checked ? "" : checked.error().message;
+  };
   std::ofstream(path) << std::string(200, 'x');
-  EXPECT_EQ(loader::FindFaultOfLibraryFile(path.string()), "is not a shared library");
+  EXPECT_EQ(faultOf(path), "is not a shared library");
   std::ofstream(path, std::ios::trunc) << "";
-  EXPECT_EQ(loader::FindFaultOfLibraryFile(path.string()), "is not a shared library");
+  EXPECT_EQ(faultOf(path), "is not a shared library");
   std::filesystem::remove(path);
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 
 #include "host/base/string.h"
 #include "tavhost/notation/document.h"
@@ -16,14 +17,14 @@ inline SV::String Str(std::string_view text) {
 }
 
 inline std::shared_ptr<const kel::Document> Parse(std::string_view text) {
-  kel::ParseError error;
-  return kel::Document::Parse(Str(text), error);
+  return kel::Document::Parse(Str(text)).value_or(nullptr);
 }
 
 // "LINE:COLUMN: MESSAGE", or "parsed".
 inline std::string ErrorOf(std::string_view text) {
-  kel::ParseError error;
-  if (kel::Document::Parse(Str(text), error)) return "parsed";
+  const auto document = kel::Document::Parse(Str(text));
+  if (document) return "parsed";
+  const base::Error& error = document.error();
   return std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.message;
 }
 

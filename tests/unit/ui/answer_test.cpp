@@ -2,22 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <tl/expected.hpp>
+
 namespace {
 
 using ui::Answer;
 
 std::vector<Answer> Parse(std::string_view text) {
-  std::vector<Answer> answers;
-  std::string error;
-  EXPECT_TRUE(ui::ParseAnswers("a.kel", text, answers, error)) << error;
-  return answers;
+  const base::Result<std::vector<Answer>> answers = ui::ParseAnswers("a.kel", text);
+  EXPECT_TRUE(answers) << answers.error().Text();
+  return answers.value_or(std::vector<Answer>());
 }
 
 std::string ErrorOf(std::string_view text) {
-  std::vector<Answer> answers;
-  std::string error;
-  EXPECT_FALSE(ui::ParseAnswers("a.kel", text, answers, error)) << text;
-  return error;
+  const base::Result<std::vector<Answer>> answers = ui::ParseAnswers("a.kel", text);
+  EXPECT_FALSE(answers) << text;
+  return answers ? "" : answers.error().Text();
 }
 
 TEST(Answers, ReadEveryWindowAndParameter) {

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "tavhost/base/result.h"
+
+// Files that the program is given by name, as texts of any bytes. What scripts read goes through
+// the file manager instead, which has rules of its own.
+namespace base {
+
+// The whole file; a name is UTF-8. Of a pipe, what comes until its other end is closed. The error
+// is the system's word for why not, without the name.
+Result<std::string> ReadFileText(const std::string& name);
+
+// All that is left of a stream that is open.
+Result<std::string> ReadStreamText(std::FILE* stream);
+
+// Platform part; null, with errno set, when it cannot be opened.
+std::FILE* OpenForReading(const std::string& name);
+
+}  // namespace base
