@@ -28,7 +28,7 @@ const Operand& OperandOf(const TavKelParser& parser, const SV::String& name) {
 SV::String StringOf(const Operand& operand) {
   if (operand.kind == TavKelString || operand.kind == TavKelWord) return kel::TextOf(operand);
   SV::String text;
-  kel::AppendText(text, operand, false);
+  kel::AppendText(text, operand);
   return text;
 }
 

@@ -15,7 +15,6 @@ namespace {
 void Put(SV::String& out, std::string_view text) {
   out.Append(text.data(), static_cast<long>(text.size()));
 }
-void Put(std::string& out, std::string_view text) { out.append(text); }
 
 bool NeedsEscape(char byte) {
   const auto code = static_cast<unsigned char>(byte);
@@ -49,8 +48,7 @@ std::string_view EscapeOf(char byte, char (&room)[4]) {
   return {room, 4};
 }
 
-template <typename Out>
-void PutLiteral(Out& out, std::string_view text) {
+void PutLiteral(SV::String& out, std::string_view text) {
   Put(out, "\"");
   const char* plain = text.data();
   const char* const end = plain + text.size();
@@ -281,10 +279,6 @@ class Writer {
 
 }  // namespace
 
-void AppendLiteral(SV::String& out, std::string_view text) { PutLiteral(out, text); }
-
-void AppendLiteral(std::string& out, std::string_view text) { PutLiteral(out, text); }
-
 SV::String Literal(std::string_view text) {
   std::size_t length = text.size() + 2;
   for (const char byte : text) {
@@ -305,11 +299,6 @@ SV::String Literal(std::string_view text) {
   }
   *out = '"';
   return literal;
-}
-
-std::string RealText(double real) {
-  char room[kLongestReal];
-  return std::string(room, WriteReal(real, room));
 }
 
 char* WriteReal(double real, char* room) noexcept {
@@ -340,12 +329,8 @@ void AppendKel(SV::String& out, const Value& value) {
   Writer(out).Write(value, Writer::Form::kKel);
 }
 
-void AppendText(SV::String& out, const Operand& operand, bool quoted) {
-  Writer(out).Write(operand, quoted ? Writer::Form::kQuoted : Writer::Form::kRaw);
-}
-
-void AppendKel(SV::String& out, const Operand& operand) {
-  Writer(out).Write(operand, Writer::Form::kKel);
+void AppendText(SV::String& out, const Operand& operand) {
+  Writer(out).Write(operand, Writer::Form::kRaw);
 }
 
 void AppendKel(SV::String& out, const Element& element) { Writer(out).Write(element); }

@@ -62,14 +62,6 @@ SV::String TextOf(const Operand& operand) {
   }
 }
 
-std::string_view PlainTextOf(const Operand& operand) {
-  if (operand.storage == Storage::kRaw) return {operand.text, operand.length};
-  if (operand.storage == Storage::kValue && operand.value->IsText()) {
-    return operand.value->Text().View();
-  }
-  return {};
-}
-
 Operand Borrow(const Value& value) {
   Operand operand;
   operand.kind = value.Kind();

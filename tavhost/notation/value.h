@@ -151,14 +151,13 @@ struct Field {
 };
 
 // Fields in the order in which they were first set; names are unique. Fields may be added to the
-// end of `fields` at will. Who takes out or renames one does so through Reindex.
+// end of `fields` at will; none is ever taken out or renamed.
 struct RecordData {
   std::uint32_t sharers = 1;
   std::vector<Field> fields;
 
   const Value* Find(std::string_view name) const;  // null when absent
   Value& At(const SV::String& name);               // made, without a value, when absent
-  void Reindex() { indexed = 0; }
 
   // A record of many fields finds them by a hash of the name: open addressing, at most half full,
   // a field's number counted from 1.

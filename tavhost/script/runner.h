@@ -84,7 +84,4 @@ class Session {
 
 bool IsScriptRunning();
 
-// The mistakes that show without running. Empty when there are none.
-std::vector<Diagnostic> Check(const SV::String& text, const std::string& name);
-
 }  // namespace script

@@ -274,11 +274,6 @@ void Compiler::CompileReturn(const Statement* statement) {
        CodePlace{statement->offset, statement->expr->offset, statement->offset});
 }
 
-void Compiler::StoreFrom(std::uint32_t slot, std::uint32_t temporary, std::uint32_t offset) {
-  Emit(function_.layout.IsGlobal(slot) ? Code::kStoreGlobal : Code::kTake, slot, temporary, 0,
-       offset);
-}
-
 void Compiler::CompileAssignment(const Statement* statement) {
   const std::uint32_t slot = statement->slot;
   if (statement->count > 0) {

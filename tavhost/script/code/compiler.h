@@ -51,7 +51,6 @@ class Compiler {
   void CompileAssignment(const Statement* statement);
   bool CompileAddTo(const Statement* statement);
   void CompilePrint(const Statement* statement);
-  void StoreFrom(std::uint32_t slot, std::uint32_t temporary, std::uint32_t offset);
   // The register for a loop's variable; a global one is stored from it each round.
   std::uint32_t LoopVariable(const Statement* statement);
 

@@ -112,35 +112,4 @@ std::string UnknownCommandText(std::string_view port, std::string_view command) 
   return text + Suggestion(command, names);
 }
 
-Reply SendText(const char* port, const SV::String& text) {
-  Reply reply;
-  const auto fail = [&reply](const std::string& message) {
-    TavScriptResult error;
-    error.SetError(SV::String(message.data(), static_cast<long>(message.size())));
-    reply.text += error.GetText();
-    reply.failed = true;
-    return reply;
-  };
-  TavKelParser parser(text);
-  kel::ParseError error;
-  if (!kel::ParserAccess::Parse(parser, error)) {
-    return fail(std::to_string(error.line) + ':' + std::to_string(error.column) + ": " +
-                error.message);
-  }
-  ScriptPort* target = FindScriptPort(port);
-  for (unsigned long i = 0; parser.SetCurElemIndex(i); ++i) {
-    const SV::String command = parser.GetCurElemName();
-    TavMessage message;
-    if (!target || !target->Handle(command.GetStr(), parser, message)) {
-      return fail(UnknownCommandText(port, command.View()));
-    }
-    reply.text += message.Reply();
-    if (message.HasError()) {
-      reply.failed = true;
-      return reply;
-    }
-  }
-  return reply;
-}
-
 }  // namespace script

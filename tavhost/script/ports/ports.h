@@ -51,13 +51,4 @@ void RegisterHostPorts();
 // "FOE"?` or `unknown port "P"`.
 std::string UnknownCommandText(std::string_view port, std::string_view command);
 
-// Sends the commands of a KEL text to a port as messages, one after the other up to the first
-// error, and returns their replies joined. Text that does not parse and unknown commands are
-// errors in the reply as well.
-struct Reply {
-  SV::String text;
-  bool failed = false;
-};
-Reply SendText(const char* port, const SV::String& text);
-
 }  // namespace script
