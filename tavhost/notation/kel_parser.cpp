@@ -18,7 +18,7 @@ using kel::ParserAccess;
 
 namespace {
 
-const Operand kAbsent;
+const Operand kAbsent;  // what a parameter that is not there reads as
 
 const Operand& OperandOf(const TavKelParser& parser, const SV::String& name) {
   const Attribute* const attribute = ParserAccess::Find(parser, name.View());

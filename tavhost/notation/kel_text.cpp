@@ -105,6 +105,9 @@ class Writer {
  public:
   explicit Writer(SV::String& out) : out_(out) {}
 
+  // kRaw: a text's bytes as they are, the inside of a list or record; kQuoted: likewise, but a text
+  // as its literal; kKel: as KEL that reads back, lists and records in their parentheses. What lies
+  // inside a list, record or body is written as KEL in any case.
   enum class Form { kRaw, kQuoted, kKel };
 
   void Write(const Value& value, Form form) {
@@ -123,6 +126,7 @@ class Writer {
  private:
   enum class What : std::uint8_t { kValues, kFieldValues, kItems, kFields, kElements, kAttributes };
 
+  // Items of one container, of which those from `next` on are still to be written.
   struct Rest {
     What what;
     const void* first;
@@ -143,7 +147,8 @@ class Writer {
     }
   }
 
-  // May add to the stack: nothing refers into it any more.
+  // Opening what is nested adds to the stack, which may move it; that is why everything needed of
+  // the entry is passed by value.
   void WriteNext(What what, const void* first, std::uint32_t index) {
     if (what == What::kAttributes) {
       Put(out_, " ");
@@ -192,6 +197,8 @@ class Writer {
     Put(out_, ": ");
   }
 
+  // The attributes go onto the stack first, so that a main value that is a body, written before
+  // them, lies above them there.
   void BeginElement(const Element& element) {
     Put(out_, element.Name());
     rests_.push_back({What::kAttributes, element.attributes, element.attributeCount, {}});

@@ -36,7 +36,8 @@ void AppendKel(SV::String& out, const Element& element);
 // document that its tables lie in; without an owner it becomes a document of its own.
 Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner);
 
-// An operand that is a value that lives elsewhere, or none.
+// An operand that stands for `value`, which somebody else keeps for as long as it is used. Numbers
+// are copied into it.
 Operand Borrow(const Value& value);
 
 // The bytes of a string or word operand: shared or copied.
