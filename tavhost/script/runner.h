@@ -25,7 +25,8 @@ struct Diagnostic {
   std::string message;
   // `FILE:LINE:COL: error: MESSAGE`, the source line and a caret, each ended by a line feed.
   std::string text;
-  // The text ended too early: more lines could mend it. For prompts.
+  // The text is only not finished yet: with more lines it could be right. A prompt then asks for
+  // another line instead of reporting the mistake.
   bool incomplete = false;
 };
 
@@ -66,7 +67,8 @@ struct Outcome {
 // but report so as an error.
 Outcome RunText(const SV::String& text, const RunOptions& options);
 
-// Several texts one after the other as one outermost script: variables and functions stay.
+// Several texts one after the other as one outermost script, as a prompt has them: variables and
+// functions stay from one text to the next.
 class Session {
  public:
   explicit Session(RunOptions options);

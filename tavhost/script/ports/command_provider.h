@@ -15,6 +15,7 @@ class CommandProvider {
   // False when there is no such command.
   virtual bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) = 0;
   virtual bool Handle(const char* command, TavKelParser& params, TavMessage& message) = 0;
+  // The names that it knows; asking carries nothing out.
   virtual bool Exists(const char* command) = 0;
   virtual SV::String AllCommands(char separator) = 0;
 };

@@ -19,8 +19,10 @@ class ScriptPort : public TavExtendedMessagePort {
   void AddProvider(CommandProvider& provider);
   void RemoveProvider(CommandProvider& provider);
 
-  // False when no provider has the command. Stands here for the interpreter to take it in: the
-  // processor foresees only so many returns, and a command that asks the system has used them up.
+  // False when no provider has the command. It stands in the header so that the interpreter
+  // takes it in without a call: the processor predicts where returns lead only for so many calls
+  // inside one another, and a command that calls the system uses these up. Every call less above a
+  // handler spares a wrong prediction.
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
     if (refusedCommand_ && IsRefused(command, result)) [[unlikely]]
       return true;
@@ -33,7 +35,9 @@ class ScriptPort : public TavExtendedMessagePort {
   bool Exists(const char* command);
   SV::String GetAllCommands(char separator) override;
 
-  // A command that is refused for now, as an error; null for none. The name is kept by its address.
+  // A command that ends in an error for now, whoever sends it, without being carried out: requests
+  // of the script service must not start or stop the service itself. Null for none. The name has to
+  // stay where it is.
   static void SetRefusedCommand(const char* command) { refusedCommand_ = command; }
 
  private:
