@@ -17,6 +17,8 @@ namespace commands {
 
 namespace {
 
+// What `ecode` can be. kNotOk: TLB_SHOW ended otherwise than by OK; kMissing: a parameter that the
+// command cannot do without; kRefused: there is no such item, or it cannot take part.
 constexpr int kDone = 0;
 constexpr int kNotOk = 1;
 constexpr int kNoDialog = 2;
@@ -25,12 +27,12 @@ constexpr int kRefused = 4;
 
 constexpr long kMaxColumns = 16;
 
-// Owned here; null before the first TLB_CREATE.
+// The dialog, owned here; null before the first TLB_CREATE.
 TavSimpleTLBDlg* dialog = nullptr;
 
 TavTLBImagePool imagePool;
 
-// What TLB_CREATE checks behind the title, in this order.
+// The parameters that TLB_CREATE checks behind the title, in this order.
 constexpr names::Literal kTexts[] = {"oktext", "canceltext", "boxtext"};
 constexpr names::Literal kNumbers[] = {"button-w",
                                        "no-cancel",
@@ -74,7 +76,8 @@ TavSimpleTLBDlg* MakeDialog(TavKelParser& parser) {
   const bool noHelp = parser.GetIntValue("no-help") != 0;
   const bool setDblClick = parser.GetIntValue("setdblclick") != 0;
   const bool okEnabled = parser.GetIntValue("okbutton-enabled") != 0;
-  // These three count only above 0, the others whenever they are not 0.
+  // multi-sel, sorted and flat count only when they are above 0; the other switches whenever they
+  // are not 0.
   unsigned long style = parser.GetIntValue("multi-sel") > 0 ? TavSimpleTLBDlg::kMultipleSelection
                                                             : TavSimpleTLBDlg::kSingleSelection;
   if (parser.GetIntValue("no-child-sel") == 0) style |= TavSimpleTLBDlg::kChildrenSelectable;
@@ -102,7 +105,8 @@ void SetTexts(TavKelParser& parser) {
   if (parser.TryGetStrValue("boxtext", text)) dialog->setHeadline(text);
 }
 
-// Both halves of a pair in dialog units; a half alone does not count.
+// Both halves of a position or size, in dialog units; false when one is missing, since a half alone
+// does not count.
 bool TryGetPair(TavKelParser& parser, const char* first, const char* second, long& a, long& b) {
   return parser.TryGetIntValue(first, a) && parser.TryGetIntValue(second, b);
 }
@@ -130,13 +134,14 @@ void SetPlaces(TavKelParser& parser) {
 
 void SetEcode(TavScriptResult& result, int code) { results::SetInteger(result, "ecode", code); }
 
-// An absent id is the command's own affair, so it is checked only when it is there.
+// A missing id is no error but an `ecode`, which GetItem sets: the type is checked only when the id
+// is there.
 bool IdFails(TavKelParser& parser, TavScriptResult& result) {
   return checks::FailsWhenPresent(parser, "id", TavKelInteger, result, checks::kRequired);
 }
 
-// What most item commands have in common behind their checks: a dialog and an id. False when one
-// is missing, the code then being set.
+// What most item commands need when their checks are done: a dialog and an id. False when one of
+// them is missing; `ecode` is then set and the command must return.
 bool GetItem(TavKelParser& parser, TavScriptResult& result, long& id) {
   if (!dialog) {
     SetEcode(result, kNoDialog);
@@ -191,7 +196,8 @@ void Command_TLB_INSERT(const char*, TavKelParser& parser, TavScriptResult& resu
   parser.TryGetIntValue("parentid", parentId);
   const bool isParent = parser.GetIntValue("is-parent") > 0;
   SetOutcome(result, dialog->addItem(id, parentId, text, isParent));
-  // Also when the item was refused: the images then go to the item that has the id.
+  // Also when the item was refused because its id is taken: the item that has the id gets the
+  // images then.
   if (const SV::Image image = ImageNamed(parser, "bitmap"); !image.IsEmpty()) {
     dialog->setItemImage(id, image);
   }

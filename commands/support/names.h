@@ -4,7 +4,8 @@
 
 namespace names {
 
-// The name of a parameter or variable: a literal, which stays where it is.
+// The name of a parameter or variable, written as a literal: it lies at the same address as long as
+// the plug-in is loaded. A text that is put together while the plug-in runs cannot become one.
 class Literal {
  public:
   consteval Literal(const char* text) : text_(text) {}
@@ -15,9 +16,9 @@ class Literal {
   const char* text_;
 };
 
-// The name as a string. Handlers use the same few literals over and over; each keeps its string,
-// found by its address, so that naming something allocates nothing. The string may make room for
-// another at the next call.
+// The name as a string, which the host's operations want. Handlers use the same few literals over
+// and over; a string is made once for each and found again by the literal's address, so that naming
+// a parameter allocates nothing. The reference is good until the next call.
 const SV::String& Kept(Literal name);
 
 }  // namespace names

@@ -35,9 +35,8 @@ class ScriptPort : public TavExtendedMessagePort {
   bool Exists(const char* command);
   SV::String GetAllCommands(char separator) override;
 
-  // A command that ends in an error for now, whoever sends it, without being carried out: requests
-  // of the script service must not start or stop the service itself. Null for none. The name has to
-  // stay where it is.
+  // A command that ends in an error for now, whoever sends it, without being carried out: a request
+  // of the script service must not crash the host. Null for none. The name has to stay where it is.
   static void SetRefusedCommand(const char* command) { refusedCommand_ = command; }
 
  private:
