@@ -156,10 +156,10 @@ void Command_CRASH(const char*, TavKelParser&, TavScriptResult& result) {
   results::SetInteger(result, "ecode", static_cast<int>(*nowhere));
 }
 
-// The text runs in a scope of its own inside the global variables. It does not see the variables of
+// The text runs in a scope of its own inside the global variables; it does not see the variables of
 // a function that executes it. The command has no results: what comes back is what the text changes
-// in the global variables. The host tells
-// the error that ends the text; a text that does not parse does nothing at all.
+// in the global variables. The host tells the error that ends the text; a text that does not parse
+// does nothing at all.
 void Command_EXECUTE(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
 

@@ -78,6 +78,7 @@ std::vector<std::string> CommandNames(const Subject& subject) {
   return Split(subject.Commands('\n'), '\n');
 }
 
+// A question of loading, asked several times: the answer must not depend on having been asked.
 template <std::string (*Step)(const PluginFunctions&)>
 std::string OnEveryCall(Subject& subject) {
   for (int i = 0; i < kRepeats; ++i) {
@@ -210,6 +211,7 @@ std::string TestLoadQuiet(Subject& subject) {
   return TavMessagePortManager::Instance().m_ports == ports ? "" : "it changed the host's ports";
 }
 
+// kLoaded: the plug-in is loaded before the test runs; kFile: the test gets nothing but the path.
 enum class Needs { kFile, kLoaded };
 
 struct Test : ConformanceTest {

@@ -12,6 +12,7 @@ struct ConformanceTest {
   bool isGate;           // nothing behind it can be tested when it fails
 };
 
+// In the order in which they run; a gate stands before the tests that need it.
 const std::vector<ConformanceTest>& ConformanceTests();
 
 // Runs a test on a plug-in in this process; empty when it passed, else what is wrong. A plug-in

@@ -47,6 +47,7 @@ class File {
   int descriptor_;
 };
 
+// Empty when the header is that of a shared library for this machine.
 std::string FindFaultOfHeader(const Elf64_Ehdr& header) {
   if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return messages::NotALibrary();
   if (header.e_ident[EI_CLASS] != ELFCLASS64 || header.e_ident[EI_DATA] != kByteOrder ||

@@ -14,8 +14,9 @@ class Module {
   Module& operator=(Module&& other) noexcept;
   ~Module();
 
-  // All that it needs of the host must be there. Empty, and the reason in `error`, when it cannot
-  // be loaded. `path` is UTF-8, with a folder in it.
+  // Empty, and the reason in `error`, when it cannot be loaded; that includes a library that needs
+  // something of the host which the host does not have. `path` is UTF-8 and names a folder, so that
+  // the system searches nowhere else.
   static std::optional<Module> Load(const std::string& path, std::string& error);
   // Whether the library of that path is in this process.
   static bool IsLoaded(const std::string& path);

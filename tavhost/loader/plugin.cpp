@@ -27,7 +27,8 @@ void SetError(TavScriptResult& result, const char* command, const std::string& t
   result.SetError(SV::String(message.data(), static_cast<long>(message.size())));
 }
 
-// Calls into the plug-in; what it throws becomes the error of the result.
+// Calls into the plug-in. What the plug-in throws becomes the error of the result, and the command
+// counts as carried out; a stop passes through to the interpreter.
 template <typename CallPlugin>
 bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin) {
   try {
@@ -47,7 +48,8 @@ bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin
   return true;
 }
 
-// What the plug-in answers; what the host itself asks for beside it is no concern of the trace.
+// Asks the plug-in, with a scope around the call: its answer may use operations of the host, which
+// belong into the trace; those that the host uses to judge the answer do not.
 template <typename Answer>
 Answer Ask(Answer (*function)()) {
   const trace::PluginScope scope;
@@ -157,7 +159,8 @@ bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& messa
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 
-// Questions that fail have the answer of a plug-in without commands.
+// Questions have no result that could take an error: when one throws, the plug-in counts as one
+// without commands.
 bool Plugin::Exists(const char* command) {
   try {
     const trace::PluginScope scope;
