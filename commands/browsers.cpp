@@ -57,6 +57,7 @@ constexpr names::Literal kInterval = "interval";
 constexpr names::Literal kIndex = "index";
 constexpr names::Literal kSubIndex = "subindex";
 
+// What `ecode` can be: of the browsers, of CLOSE_DOCKABLE_WINDOW, and of GRAPHREP_TOOL.
 constexpr int kShown = 0;
 constexpr int kUnreadable = 1;
 constexpr int kOtherTool = 2;
@@ -66,7 +67,8 @@ constexpr int kUnknownWindow = 1;
 
 constexpr int kNoGraphrep = 1;
 
-// What a user cannot do with the graphrep tool, and which of its least sizes hold.
+// Flags of the workbench for the graphrep tool: what the user cannot do with it, and which of its
+// least sizes count.
 constexpr unsigned long kNoCloseButtonFlags = 28;
 constexpr unsigned long kNotMovableFlag = 32;
 constexpr unsigned long kMinimumWidthFlag = 64;
@@ -81,7 +83,8 @@ constexpr int kSpecialButtons = 3;  // of the window that edits a table: insert,
 
 using Names = std::initializer_list<names::Literal>;
 
-// Strings that have a default are checked as required ones when they are there.
+// Checks strings in the order given. `withDefault` are checked when they are there, and then as
+// required ones; `optional` may be missing.
 bool StringsFail(TavKelParser& parser, TavScriptResult& result, Names withDefault, Names optional) {
   for (const names::Literal name : withDefault) {
     if (checks::FailsWhenPresent(parser, name, TavKelString, result, checks::kRequired))
@@ -93,7 +96,7 @@ bool StringsFail(TavKelParser& parser, TavScriptResult& result, Names withDefaul
   return false;
 }
 
-// One character; all else means the usual one.
+// A separator is a text of one character; any other text, or none, means the usual one.
 char Separator(TavKelParser& parser, names::Literal name, char usual) {
   const SV::String text = parser.GetStrValue(name);
   return text.Len() == 1 ? text.GetChar(0) : usual;
@@ -110,7 +113,8 @@ TavBrowserAlignment AlignmentOf(char upperLetter) {
   }
 }
 
-// A letter for each column from `first` on.
+// One letter for each column, beginning with column `first`: C, R, and any other for left; either
+// case will do.
 void SetAlignments(TavBrowserObjects& objects, SV::String letters, unsigned long first) {
   letters.ToUpper();
   for (long i = 0; i < letters.Len(); ++i) {
@@ -119,7 +123,8 @@ void SetAlignments(TavBrowserObjects& objects, SV::String letters, unsigned long
   }
 }
 
-// Modal browsers do not count the handle column and number the others from 1.
+// In the windows of BROWSER and EDIT_BROWSER the letters leave the handle column out; the other
+// columns are numbered from 1. Letters of another count than the columns are ignored as a whole.
 void SetModalAlignments(TavBrowserObjects& objects, const SV::String& letters) {
   const long columns =
       static_cast<long>(objects.GetColumnCount()) - (objects.HasHandleColumn() ? 1 : 0);
@@ -151,13 +156,15 @@ unsigned long FirstColumn(const TavBrowserObjects& objects) {
   return objects.HasHandleColumn() ? 0 : 1;
 }
 
-// Docked browsers count the handle column too.
+// In docked browsers the letters and sizes include the handle column. Of another count than the
+// columns they are ignored as a whole.
 void SetToolAlignments(TavBrowserObjects& objects, const SV::String& letters) {
   if (letters.Len() != static_cast<long>(objects.GetColumnCount())) return;
   SetAlignments(objects, letters, FirstColumn(objects));
 }
 
-// One number for each column, joined by single blanks; two blanks make an empty one, which is 0.
+// One number for each column, joined by single blanks. Two blanks in a row make an empty piece,
+// which reads as 0 and hides its column.
 void SetColumnSizes(TavBrowserObjects& objects, const SV::String& sizes) {
   const long count = sizes.GetTokenCount(' ');
   if (count == 0 || count != static_cast<long>(objects.GetColumnCount())) return;
@@ -168,7 +175,7 @@ void SetColumnSizes(TavBrowserObjects& objects, const SV::String& sizes) {
   }
 }
 
-// The listener that the workbench calls.
+// What the workbench calls when the tool was shown, hidden or given the focus.
 void CallToolListener(void* tool, void* workbench) {
   static_cast<TavResultTool*>(tool)->ToolListener(static_cast<TavWorkbench*>(workbench));
 }
@@ -183,7 +190,8 @@ TavDockableBrowserTool* AddBrowserTool(TavWorkbench& workbench, const SV::String
   workbench.SetToolPrefHorizontalSizePixel(id, SV::Size(450, 300));
   workbench.SetToolPrefFloatingSizePixel(id, SV::Size(600, 500));
   workbench.AddToolListener(id, SV::Link(static_cast<TavResultTool*>(tool), &CallToolListener));
-  // Words may stand anywhere in the text, in either case.
+  // Each word shows its button wherever it stands in the text, in either case, even inside another
+  // word.
   SV::String buttons = parser.GetStrValue(kShowButtons);
   buttons.ToLower();
   tool->ShowPrevButton(buttons.Search("prev") >= 0);
@@ -195,7 +203,7 @@ TavDockableBrowserTool* AddBrowserTool(TavWorkbench& workbench, const SV::String
   return tool;
 }
 
-// The number, or what counts when it is not there.
+// The number, or `absent` when it is not given.
 long Number(TavKelParser& parser, names::Literal name, long absent) {
   long number = absent;
   parser.TryGetIntValue(name, number);
@@ -209,7 +217,7 @@ ToolBoxAlign LocationOf(const SV::String& align) {
   return ToolBoxAlignLeft;
 }
 
-// Shows it as well.
+// Makes the tool from the parameters, places it and shows it.
 void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
   const SV::String& id = graphRepToolId;
   auto* const tool = new TavGraphRepTool(&workbench, Tav_GetTopWindow(0));
@@ -219,7 +227,8 @@ void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
   tool->SetInterval(Number(parser, kInterval, 10000));
   if (parser.IsContained(kMinWidth)) flags |= kMinimumWidthFlag;
   if (parser.IsContained(kMinHeight)) flags |= kMinimumHeightFlag;
-  // Given or not, the size is preferred; one half given makes both the least size.
+  // The size is the preferred one in any case. As soon as the script gives one half of it, both
+  // halves, the other by its default, are the least size as well.
   const SV::Size size(Number(parser, kMinWidth, 300), Number(parser, kMinHeight, 200));
   workbench.AddTool(id, tool, flags);  // which owns it from here on
   workbench.SetToolTitle(id, parser.GetStrValue(kTitle));
@@ -238,7 +247,8 @@ void AddGraphRepTool(TavWorkbench& workbench, TavKelParser& parser) {
 }  // namespace
 
 void Command_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
-  // print-header is checked twice.
+  // `print-header` is checked twice on purpose. The second check cannot fail once the first has
+  // passed, but it is a line of the trace, and traces are compared with older ones line by line.
   if (StringsFail(parser, result, {kTitle, kContent},
                   {kFieldSep, kLineSep, kHeader, kPrintHeader, kModRefFormat, kObjRefFormat,
                    kPrintHeader, kAlignment})) {
@@ -306,7 +316,7 @@ void Command_EDIT_BROWSER(const char*, TavKelParser& parser, TavScriptResult& re
 }
 
 void Command_DOCKABLE_BROWSER(const char*, TavKelParser& parser, TavScriptResult& result) {
-  // print-header is checked twice.
+  // `print-header` is checked twice, as in BROWSER.
   if (StringsFail(parser, result, {kTitle, kContent, kWinId},
                   {kSubtitle, kFieldSep, kLineSep, kHeader, kPrintHeader, kModRefFormat,
                    kObjRefFormat, kPrintHeader, kShowButtons, kColumnSizes, kAlignment})) {

@@ -66,9 +66,11 @@ constexpr names::Literal kDefaultExt = "default-ext";
 constexpr names::Literal kFileName = "filename";
 constexpr names::Literal kExtensions = "extensions";
 
-// The message window, owned here; null when none is shown.
+// The message window of MSGWIN, owned here; null when none is shown. It stays from command to
+// command, until MSGWIN hides it or the script ends.
 TavMessWin* messageWindow = nullptr;
 
+// A modifier and the bit that it sets in the style of a message box.
 struct StyleKeyword {
   names::Literal name;
   std::uint32_t value;
@@ -88,6 +90,7 @@ constexpr StyleKeyword kDefaultButtons[] = {
     {"def-retry", SV::kMessBoxDefaultRetry},
 };
 
+// The value of the first keyword that the command has, `otherwise` when it has none.
 template <std::size_t count>
 std::uint32_t FirstPresent(const TavKelParser& parser, const StyleKeyword (&keywords)[count],
                            std::uint32_t otherwise) {
@@ -97,7 +100,8 @@ std::uint32_t FirstPresent(const TavKelParser& parser, const StyleKeyword (&keyw
   return otherwise;
 }
 
-// The name under which the box was called decides what it is; every other name is a warning.
+// QUERYBOX, ERRORBOX and WARNINGBOX share a handler; the name under which it was called decides
+// which box this is. Every name but the first two makes a warning.
 std::unique_ptr<SV::MessBox> MakeMessageBox(const char* name, std::uint32_t style,
                                             const SV::String& text) {
   SV::Window* const parent = Tav_GetTopWindow(0);
@@ -108,6 +112,7 @@ std::unique_ptr<SV::MessBox> MakeMessageBox(const char* name, std::uint32_t styl
   return std::make_unique<TavWarningBox>(parent, style, text);
 }
 
+// The value of `endbutton` for what SV::MessBox::Execute returned.
 const char* EndButtonOfBox(short executed) {
   switch (executed) {
     case 1:
@@ -167,7 +172,8 @@ void Preselect(TavMultiListBoxDialog& dialog, const SV::String& selection, char 
 
 SV::String Selection(TavListBoxDialog& dialog, char) { return dialog.GetSelectEntry(); }
 
-// Joined by the separator, which stands only behind what is not empty.
+// The selected entries, joined by the separator. None stands before the first entry that is not
+// empty, so that empty entries at the start leave no trace.
 SV::String Selection(TavMultiListBoxDialog& dialog, char separator) {
   SV::String joined;
   const std::uint32_t count = dialog.GetSelectEntryCount();
@@ -399,8 +405,9 @@ void Command_FILE_DIALOG(const char*, TavKelParser& parser, TavScriptResult& res
   if (multiple) dialog.AllowMultiSelectOnOpen();
   if (parser.IsContained(kPath)) dialog.SetPath(parser.GetStrValue(kPath));
   AddFilters(parser, dialog);
-  // The filter meant is that of the parameter without a number; what "cur-filter" holds is no
-  // matter.
+  // `cur-filter` only says that the dialog is to start with a filter of the script's choice; its
+  // value is never read. The filter is named by `filter`, the parameter without a number, which
+  // holds the text that one of the numbered ones gave it.
   if (parser.IsContained(kCurFilter)) dialog.SetCurFilter(parser.GetStrValue(kFilter));
   if (parser.IsContained(kDefaultExt)) dialog.SetDefaultExt(parser.GetStrValue(kDefaultExt));
   if (parser.IsContained(kFileName)) dialog.SetInitialFileName(parser.GetStrValue(kFileName));
@@ -423,7 +430,7 @@ void Command_DIRECTORY_DIALOG(const char*, TavKelParser& parser, TavScriptResult
   SV::String path;
   if (parser.IsContained(kPath)) {
     path = parser.GetStrValue(kPath);
-    // "C:\" keeps its backslash.
+    // The dialog takes folders without a backslash at the end; only a drive, "C:\", needs it.
     const long last = path.Len() - 1;
     if (last >= 3 && path.GetChar(last) == '\\') path.Erase(last, 1);
   }

@@ -46,13 +46,15 @@ constexpr names::Literal kLogFormat = "logformat";
 constexpr names::Literal kOutput = "output";
 constexpr names::Literal kStop = "stop";
 
-// By which a port that has no commands is known, wherever that stands in the source.
+// What the host's error reports call this file. A literal rather than __FILE__, whose folder
+// depends on where the file was compiled.
 constexpr char kSourceFile[] = "commands/environment.cpp";
 constexpr int kPlainPortLine = 79;
 
 constexpr unsigned kAllEvents = 31;  // of SV::Application::Reschedule
 
-// Always null. Volatile, so that the read through it is made.
+// What CRASH reads from: always null. Volatile, so that the compiler cannot know that and leave the
+// read out.
 const std::int32_t* volatile nowhere = nullptr;
 
 // What joins the names of a list: the first character of `toksep`, NUL when that is empty.
@@ -122,8 +124,9 @@ void Command_SET_PRINTER(const char*, TavKelParser& parser, TavScriptResult& res
   results::SetInteger(result, "ecode", 0);
 }
 
-// Unsigned 32-bit all through: a deadline behind the start, or one that wraps around, ends the
-// wait at once.
+// Counts in unsigned 32-bit milliseconds all through. A deadline that is smaller than the start,
+// because `ms` is negative or the clock is about to wrap around, therefore ends the wait at once.
+// Events are handled at least once, so that a script that sleeps 0 ms in a loop stays stoppable.
 void Command_SLEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kMilliseconds, TavKelInteger, result, checks::kRequired)) return;
 
@@ -166,13 +169,16 @@ void Command_BEEP(const char*, TavKelParser& parser, TavScriptResult& result) {
   SV::Sound::Beep(frequency, milliseconds);
 }
 
-// Ends the process by an access violation; that is what it is for.
+// Ends the process by an access violation, so that people can try what the host and their own
+// programs make of a crash.
 void Command_CRASH(const char*, TavKelParser&, TavScriptResult& result) {
   results::SetInteger(result, "ecode", static_cast<int>(*nowhere));
 }
 
-// The text runs in variables of its own inside the global ones; the caller's are out of its sight,
-// and nothing of the run comes back but what it changes there.
+// The text runs in a scope of its own inside the global variables; it does not see the variables of
+// a function that executes it. The command has no results: what comes back is what the text changes
+// in the global variables. The host tells the error that ends the text; a text that does not parse
+// does nothing at all.
 void Command_EXECUTE(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, checks::kMainValue, TavKelString, result, checks::kRequired)) return;
 

@@ -48,11 +48,12 @@ constexpr char kListSeparator = '*';  // never part of a file's name
 // The file that FWRITE keeps open from `open` to `close`, across scripts too.
 TavFileHandle openWriteFile = 0;
 
-// By which the failure to name a temporary file is known, wherever it stands in the source.
+// The number by which the host's error report names the failure to make a temporary file. It stands
+// where a source line would, but is fixed, so that reports of all versions can be compared.
 constexpr char kSourceFile[] = "commands/files.cpp";
 constexpr int kTemporaryNameLine = 724;
 
-// What the base64 functions made; freed whether they succeeded or not.
+// Owns the buffer that one of the base64 functions made; they may make one even when they fail.
 class Base64Buffer {
  public:
   using Convert = bool (*)(const char*, unsigned long, char*&, unsigned long&);
@@ -82,14 +83,15 @@ int OpenMode(bool binary, bool append) {
          (append ? TavFileManager::kAppend : 0);
 }
 
+// Names of the database file area stay as they are; others count from the script's folder.
 TavFileHandle OpenForWriting(const SV::String& file, bool binary, bool append) {
   const SV::String path =
       Tav_Valid_DBFilename(file.GetStr()) ? file : Tav_GetProgramPathFilename(file.GetStr());
   return TavFileManager::fileOpenWrite(path.GetStr(), OpenMode(binary, append), kNoLibrary);
 }
 
-// Opens `file` for the FWRITE commands that follow. A file opened before stays open, its handle
-// forgotten.
+// Opens `file` for the FWRITE commands that follow. When one is open already, that one is not
+// closed: its handle is forgotten, and the host keeps it open until the process ends.
 void OpenWriteFile(TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   const SV::String file = parser.GetStrValue(kFile);
@@ -108,6 +110,8 @@ void CloseWriteFile(TavScriptResult& result) {
   results::SetInteger(result, "ecode", wasOpen ? 0 : 1);
 }
 
+// The `ecode` of FWRITE. kRefused: the text is no base64, or `file` is given while a file is open;
+// kNoFile: no file is open, and none is given.
 enum WriteCode { kWritten = 0, kNotOpened = 1, kShortWrite = 2, kRefused = 3, kNoFile = 4 };
 
 WriteCode WriteTo(TavFileHandle handle, const SV::String& data, long& written) {
@@ -115,8 +119,8 @@ WriteCode WriteTo(TavFileHandle handle, const SV::String& data, long& written) {
   return written == data.Len() ? kWritten : kShortWrite;
 }
 
-// Either conversion of ENCODE and DECODE: takes the bytes of `file`, else the main value. False
-// when the command must return at once.
+// What ENCODE and DECODE convert: the bytes of `file` when it is given (none when it cannot be
+// read), else the main value. False when a check failed and the command must return at once.
 bool ReadConversionInput(TavKelParser& parser, TavScriptResult& result, SV::String& data) {
   if (parser.IsContained(kFile)) {
     if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return false;
@@ -138,6 +142,7 @@ bool DeleteFileOf(TavKelParser& parser) {
   return TavFileManager::fileDelete(parser.GetStrValue(kFile), kNoLibrary);
 }
 
+// The library that the parameter names; without it the file system.
 long LibraryId(TavKelParser& parser, names::Literal name) {
   return parser.IsContained(name) ? parser.GetIntValue(name) : kNoLibrary;
 }
@@ -152,7 +157,7 @@ void DropLastSeparator(SV::String& list) {
   if (list.Len() > 0) list.Erase(list.Len() - 1, 1);
 }
 
-// Calls a runtime function on `path`; 0 is its success.
+// Calls a function of the C runtime on `path`; it returns 0 when it succeeded.
 void CallWithPath(int (*function)(const char*), TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
   SV::String path;
@@ -222,7 +227,7 @@ void Command_ENCODE(const char*, TavKelParser& parser, TavScriptResult& result) 
   if (!ReadConversionInput(parser, result, data)) return;
 
   const Base64Buffer encoded(Tav_NewBase64Encode, data);
-  data = SV::String();  // its memory serves for the result
+  data = SV::String();  // gives its memory back before the result takes as much again
 
   results::SetInteger(result, "ecode", encoded.Succeeded() ? 0 : 1);
   results::SetString(result, "text",

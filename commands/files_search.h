@@ -5,7 +5,8 @@
 
 namespace commands {
 
-// One search, at its first entry when there is any; closed when it goes.
+// A search for the entries that a pattern finds, standing on the first of them when there is one.
+// Its destructor ends it.
 class FileSearch {
  public:
   explicit FileSearch(const SV::String& pattern)
@@ -22,7 +23,7 @@ class FileSearch {
   const char* Name() const { return entry_.cFileName; }
   bool IsDirectory() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
   bool IsLink() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
-  // The entry is named "." or "..", exactly.
+  // Whether the entry is "." or "..": names that only begin with a dot are ordinary ones.
   bool IsDots() const {
     const char* name = entry_.cFileName;
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));

@@ -8,7 +8,8 @@ namespace commands {
 
 namespace {
 
-// What a pattern's matches are called in full: the pattern's directory, then the name.
+// The directory of a pattern, which stands before the name of whatever the pattern finds. Absolute
+// or not as the pattern is.
 class SourceFolder {
  public:
   explicit SourceFolder(const SV::String& pattern)
@@ -42,7 +43,8 @@ bool IsDirectory(const SV::String& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// Calls `handle` with every entry up to the first that fails.
+// Calls `handle` with each entry but "." and "..", up to the first for which it returns false. The
+// result is that of the last call; false when the pattern finds nothing.
 template <typename Handle>
 bool ForEachEntry(const SV::String& pattern, Handle handle) {
   FileSearch search(pattern);
@@ -61,6 +63,7 @@ bool DeleteDirectory(const SV::String& path) {
   return RemoveDirectoryA(path.GetStr()) != 0;
 }
 
+// Removes the link itself, whatever it leads to.
 bool DeleteLink(const SV::String& path, bool toDirectory) {
   return (toDirectory ? RemoveDirectoryA(path.GetStr()) : DeleteFileA(path.GetStr())) != 0;
 }

@@ -2,9 +2,10 @@
 
 #include "host/base/string.h"
 
-// Operations on all that a pattern names, directories with everything in them. They stop at the
-// first entry that fails, undo nothing, and return the outcome of the entry handled last; false
-// too when nothing matches. A link is handled as itself and never followed.
+// Operations on everything that a pattern finds, directories with all that is in them. They stop at
+// the first entry that fails, undo nothing of what was done, and return whether the entry handled
+// last succeeded; false, too, when the pattern finds nothing. A link is copied, moved or deleted as
+// a link and never followed.
 namespace commands {
 
 bool DeleteTree(const SV::String& pattern);
@@ -18,8 +19,8 @@ struct CopyFlags {
 bool CopyTree(const SV::String& pattern, const SV::String& target, CopyFlags flags);
 bool MoveTree(const SV::String& pattern, const SV::String& target);
 
-// Whether the pattern finds nothing but "." and "..". False when it cannot be searched for;
-// `isEmpty` is then true.
+// Sets `isEmpty` to whether the pattern finds nothing but "." and "..". False when the search
+// itself fails; `isEmpty` is then true and means nothing.
 bool TestDirectoryEmpty(const SV::String& pattern, bool& isEmpty);
 
 }  // namespace commands

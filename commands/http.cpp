@@ -25,6 +25,7 @@ constexpr names::Literal kProxy = "proxy";
 constexpr names::Literal kProxyUser = "proxyuser";
 constexpr names::Literal kProxyPw = "proxypw";
 
+// The `ecode` of HTTP_REQUEST: an answer came, none came, or the request could not even be made.
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kImpossible = -1;
@@ -38,7 +39,8 @@ SV::WString Wide(TavKelParser& parser, names::Literal name) {
   return SV::ConvertUTF8StringToWString(parser.GetStrValue(name));
 }
 
-// `resolve;connect;send;receive`. A piece that is no number reads as 0.
+// `resolve;connect;send;receive`, in milliseconds. Pieces that are missing at the end have their
+// defaults; one that is no number reads as 0, which means no limit.
 void SetTimeouts(TavHTTPClient& client, const SV::String& timeouts) {
   const long count = timeouts.GetTokenCount(';');
   const auto piece = [&](long index, int absent) {
@@ -49,6 +51,7 @@ void SetTimeouts(TavHTTPClient& client, const SV::String& timeouts) {
                      piece(2, kSendTimeout), piece(3, kReceiveTimeout));
 }
 
+// The result variables of a request that was answered.
 void SetAnswer(TavHTTPClient& client, bool binary, TavScriptResult& result) {
   SV::String response;
   if (binary) {
@@ -73,7 +76,8 @@ int Request(TavKelParser& parser, bool binary, TavScriptResult& result) {
   if (parser.IsContained(kRetry)) {
     client.SetRetryTimes(static_cast<std::uint32_t>(parser.GetIntValue(kRetry)));
   }
-  // All three go to the same place, so that the last one given counts.
+  // The host has one setting for all three. Each overwrites the one before, so that the last one
+  // given, in this order, is what counts.
   for (const names::Literal name : {kProxy, kProxyUser, kProxyPw}) {
     if (parser.IsContained(name)) client.SetProxy(Wide(parser, name));
   }
@@ -82,7 +86,7 @@ int Request(TavKelParser& parser, bool binary, TavScriptResult& result) {
   return kDone;
 }
 
-// Pieces of `text`; none when the separator does not occur in it.
+// How many pieces the separator makes of the text; 0 when it does not occur in it at all.
 long PieceCount(const SV::String& text, char separator) {
   const long count = text.GetTokenCount(separator);
   return count > 1 ? count : 0;
@@ -96,8 +100,9 @@ void AppendPieces(SV::String& list, const SV::String& text, char separator) {
   }
 }
 
-// The proxies joined by `;`. Pieces between blanks and between tabs come behind a text that holds
-// a `;` already, and so stand in it twice.
+// The proxies, joined by `;` however the system joined them. A text that holds a `;` goes into the
+// list as it is, and its pieces between blanks and between tabs are appended all the same: proxies
+// joined in two ways come out twice.
 SV::String NormalizedProxies(const SV::String& text) {
   if (PieceCount(text, ';') == 0 && PieceCount(text, ' ') == 0 && PieceCount(text, '\t') == 0) {
     return text;
@@ -109,8 +114,8 @@ SV::String NormalizedProxies(const SV::String& text) {
   return list;
 }
 
-// A conversion that does not fit leaves no NUL behind, so the text ends with the buffer at the
-// latest.
+// The text in the system's code page, up to 2048 bytes. When it does not fit, the conversion leaves
+// no NUL in the buffer, and the text is whatever the buffer holds.
 SV::String AnsiText(LPCWSTR wide) {
   constexpr int kCapacity = 2048;
   const auto buffer = std::make_unique<char[]>(kCapacity);  // all NUL

@@ -2,8 +2,7 @@
 
 namespace commands {
 
-// Takes away the message window that MSGWIN shows, if there is one; it is gone then for every
-// script.
+// Takes away the message window that MSGWIN shows, if there is one. There is one for all scripts.
 void ReleaseMessageWindow();
 
 }  // namespace commands

@@ -32,7 +32,8 @@ constexpr names::Literal kSubtitle = "subtitle";
 constexpr names::Literal kPercentage = "percentage";
 constexpr names::Literal kPercentage2 = "percentage2";
 
-// Of PERCWIN_CREATE: null when there is none. Lives until PERCWIN_DESTROY or the script's end.
+// The window of PERCWIN_CREATE, owned here; null when there is none. It lives until
+// PERCWIN_DESTROY, the next PERCWIN_CREATE or the script's end.
 TavPercentageWindow* percentageWindow = nullptr;
 
 // How many lines OUT leaves in a window; 0: all. Kept as long as the process lives.
@@ -45,7 +46,8 @@ void DestroyPercentageWindow() {
   percentageWindow = nullptr;
 }
 
-// A percentage if it is given: whether it lies from 0 to 100, "not a number" does not.
+// Passes on a percentage, if one is given. False for one that does not lie from 0 to 100, as "not a
+// number" does not.
 bool SetPercentage(TavKelParser& parser, names::Literal name,
                    void (TavPercentageWindow::*set)(double)) {
   double percentage = 0;
@@ -57,8 +59,8 @@ bool SetPercentage(TavKelParser& parser, names::Literal name,
 
 TavWorkbench& Workbench() { return *TavAppWorkWindow::GetGlobal()->GetWorkbench(); }
 
-// One more than there are line feeds, none in an empty text. In blocks whose counts fit a byte,
-// so that many bytes are compared at once.
+// One line more than there are line feeds; an empty text has no lines. Counts in blocks so short
+// that a block's count fits into a byte: the compiler can then compare many bytes at once.
 std::int64_t CountLines(const SV::String& text) {
   constexpr std::size_t kBlock = 128;
   if (text.Len() == 0) return 0;
@@ -75,8 +77,8 @@ std::int64_t CountLines(const SV::String& text) {
   return count + std::count(at, end, '\n');
 }
 
-// Drops lines at the start, each with its line feed, until the limit holds. A negative limit never
-// does: nothing is left then.
+// Drops whole lines at the start until no more than `limit` are left. A negative limit can never be
+// met; nothing is left then.
 void Trim(SV::String& text, std::int64_t limit) {
   std::int64_t surplus = CountLines(text) - limit;
   const char* const begin = text.GetStr();
@@ -123,7 +125,7 @@ void Command_PERCWIN_SET(const char*, TavKelParser& parser, TavScriptResult& res
 }
 
 void Command_PERCWIN_IS_CANCELED(const char*, TavKelParser&, TavScriptResult& result) {
-  // Without a window a script that asks stops as if it were cancelled.
+  // Without a window the answer is yes, so that a script that works until it is cancelled ends.
   const bool canceled = !percentageWindow || percentageWindow->IsCancelled();
   results::SetInteger(result, "ecode", percentageWindow ? 0 : 1);
   results::SetInteger(result, "canceled", canceled ? 1 : 0);
@@ -139,7 +141,7 @@ void Command_INTERNAL_TAVSCRIPT_FINISHED(const char*, TavKelParser&, TavScriptRe
 }
 
 void Command_CREATE_OUTPUT_WIN(const char*, TavKelParser& parser, TavScriptResult& result) {
-  constexpr SV::WinBits kControlStyle = 8577;
+  constexpr SV::WinBits kControlStyle = 8577;  // the usual look of an output window
   constexpr auto kSide = static_cast<ToolBoxAlign>(3);
   if (checks::Fails(parser, kWinId, TavKelString, result, checks::kRequired)) return;
   if (checks::Fails(parser, kTitle, TavKelString, result, checks::kRequired)) return;
@@ -148,7 +150,7 @@ void Command_CREATE_OUTPUT_WIN(const char*, TavKelParser& parser, TavScriptResul
 
   TavAppWorkWindow* const workWindow = TavAppWorkWindow::GetGlobal();
   TavWorkbench& workbench = *workWindow->GetWorkbench();
-  // Placed and sized before it becomes visible.
+  // Placed and sized before it becomes visible, so that it appears once, where it belongs.
   workbench.AddTool(id, new SV::MultiLineEdit(workWindow, kControlStyle), 0);
   workbench.SetToolLocation(id, kSide, 1, 0);
   workbench.SetToolTitle(id, title);

@@ -56,6 +56,8 @@ constexpr names::Literal kBitmap2 = "bitmap2";
 constexpr names::Literal kSelect = "select";
 constexpr names::Literal kExpand = "expand";
 
+// What `ecode` can be. kNotOk: TLB_SHOW ended otherwise than by OK; kMissing: a parameter that the
+// command cannot do without; kRefused: there is no such item, or it cannot take part.
 constexpr int kDone = 0;
 constexpr int kNotOk = 1;
 constexpr int kNoDialog = 2;
@@ -64,12 +66,12 @@ constexpr int kRefused = 4;
 
 constexpr long kMaxColumns = 16;
 
-// Owned here; null before the first TLB_CREATE.
+// The dialog, owned here; null before the first TLB_CREATE.
 TavSimpleTLBDlg* dialog = nullptr;
 
 TavTLBImagePool imagePool;
 
-// What TLB_CREATE checks behind the title, in this order.
+// The parameters that TLB_CREATE checks behind the title, in this order.
 constexpr names::Literal kTexts[] = {kOkText, kCancelText, kBoxText};
 constexpr names::Literal kNumbers[] = {kButtonWidth, kNoCancel,    kNoHelp,       kX,
                                        kY,           kWidth,       kHeight,       kMaxWidth,
@@ -98,7 +100,8 @@ TavSimpleTLBDlg* MakeDialog(TavKelParser& parser) {
   const bool noHelp = parser.GetIntValue(kNoHelp) != 0;
   const bool setDblClick = parser.GetIntValue(kSetDblClick) != 0;
   const bool okEnabled = parser.GetIntValue(kOkButtonEnabled) != 0;
-  // These three count only above 0, the others whenever they are not 0.
+  // multi-sel, sorted and flat count only when they are above 0; the other switches whenever they
+  // are not 0.
   unsigned long style = parser.GetIntValue(kMultiSel) > 0 ? TavSimpleTLBDlg::kMultipleSelection
                                                           : TavSimpleTLBDlg::kSingleSelection;
   if (parser.GetIntValue(kNoChildSel) == 0) style |= TavSimpleTLBDlg::kChildrenSelectable;
@@ -126,7 +129,8 @@ void SetTexts(TavKelParser& parser) {
   if (parser.TryGetStrValue(kBoxText, text)) dialog->setHeadline(text);
 }
 
-// Both halves of a pair in dialog units; a half alone does not count.
+// Both halves of a position or size, in dialog units; false when one is missing, since a half alone
+// does not count.
 bool TryGetPair(TavKelParser& parser, names::Literal first, names::Literal second, long& a,
                 long& b) {
   return parser.TryGetIntValue(first, a) && parser.TryGetIntValue(second, b);
@@ -155,13 +159,14 @@ void SetPlaces(TavKelParser& parser) {
 
 void SetEcode(TavScriptResult& result, int code) { results::SetInteger(result, "ecode", code); }
 
-// An absent id is the command's own affair, so it is checked only when it is there.
+// A missing id is no error but an `ecode`, which GetItem sets: the type is checked only when the id
+// is there.
 bool IdFails(TavKelParser& parser, TavScriptResult& result) {
   return checks::FailsWhenPresent(parser, kId, TavKelInteger, result, checks::kRequired);
 }
 
-// What most item commands have in common behind their checks: a dialog and an id. False when one
-// is missing, the code then being set.
+// What most item commands need when their checks are done: a dialog and an id. False when one of
+// them is missing; `ecode` is then set and the command must return.
 bool GetItem(TavKelParser& parser, TavScriptResult& result, long& id) {
   if (!dialog) {
     SetEcode(result, kNoDialog);
@@ -216,7 +221,8 @@ void Command_TLB_INSERT(const char*, TavKelParser& parser, TavScriptResult& resu
   parser.TryGetIntValue(kParentId, parentId);
   const bool isParent = parser.GetIntValue(kIsParent) > 0;
   SetOutcome(result, dialog->addItem(id, parentId, text, isParent));
-  // Also when the item was refused: the images then go to the item that has the id.
+  // Also when the item was refused because its id is taken: the item that has the id gets the
+  // images then.
   if (const SV::Image image = ImageNamed(parser, kBitmap); !image.IsEmpty()) {
     dialog->setItemImage(id, image);
   }

@@ -1,7 +1,7 @@
 #pragma once
 
-// Marks what the host offers to plug-ins. The host exports it from its own program; a plug-in on
-// Windows imports it from there.
+// TAV_HOST_API marks what the host offers to plug-ins. The host exports it from its own program,
+// where a plug-in finds it when it is loaded; on Windows the plug-in has to say that it imports it.
 //
 // TAV_PLUGIN_API marks the functions that the host finds in a plug-in, by their plain names.
 #if defined(_WIN32)

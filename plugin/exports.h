@@ -5,8 +5,9 @@
 #include "host/notation/forward.h"
 #include "host/script/forward.h"
 
-// What the host finds in the plug-in, by these plain names. None needs another to have been called
-// before.
+// What the host finds in the plug-in, by these plain names. The first four say what kind of plug-in
+// this is; the others carry out commands and tell about them. They may be called in any order, on
+// the user-interface thread.
 TAV_PLUGIN_API int TavPluginFctGetVersion();
 TAV_PLUGIN_API int TavPluginFctGetType();
 TAV_PLUGIN_API int TavPluginFctTavScriptGetExecutionType();

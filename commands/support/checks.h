@@ -11,7 +11,9 @@
 //   if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
 namespace checks {
 
-inline constexpr names::Literal kMainValue = "";
+inline constexpr names::Literal kMainValue = "";  // stands for the name of the main value
+// The last argument of a check. A missing parameter is an error only when it is required; one of
+// another type always is.
 inline constexpr bool kRequired = false;
 inline constexpr bool kOptional = true;
 

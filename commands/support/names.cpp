@@ -5,6 +5,8 @@
 
 namespace names {
 
+// Two literals can have the same place; the one asked for last keeps it. The commands use fewer
+// literals than there are places.
 const SV::String& Kept(Literal name) {
   struct Place {
     const char* literal = nullptr;

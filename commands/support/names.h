@@ -6,9 +6,9 @@ namespace names {
 
 class Literal;
 
-// The name as a string. Handlers use the same few literals over and over; each keeps its string,
-// found by its address, so that naming something allocates nothing. The string may make room for
-// another at the next call.
+// The name as a string, which the host's operations want. Handlers use the same few literals over
+// and over; a string is made once for each and found again by the literal's address, so that naming
+// a parameter allocates nothing. The reference is good until the next call.
 const SV::String& Kept(Literal name);
 
 // The name of a parameter or variable: a literal, which stays where it is. The parameters of a

@@ -15,8 +15,8 @@ namespace {
 
 bool WantsText(TavScriptResult& result) { return !result.GetValueSet() && !result.GetObject(); }
 
-// Hands the value to whoever collects the variables; a value that could not be allocated is null
-// and goes the same way.
+// Hands the value over to the variables or the object, which own it from here on. Both ignore null,
+// the value that could not be allocated.
 void Move(TavScriptResult& result, const SV::String& name, TavKelValue* value) {
   if (TavKelValueSet* variables = result.GetValueSet()) {
     variables->OldMoveValue(name, value, false);
@@ -25,6 +25,7 @@ void Move(TavScriptResult& result, const SV::String& name, TavKelValue* value) {
   }
 }
 
+// ` name:text`; the blank parts it from what stands before, and stands before the first one too.
 void AppendText(TavScriptResult& result, const SV::String& name, const SV::String& text) {
   SV::String& all = result.GetText();
   all += ' ';

@@ -10,16 +10,16 @@
 // types: outcomes that are true or false are the integers 1 and 0.
 namespace results {
 
-// Kept as 32-bit signed values, also where `long` is wider.
+// Scripts know signed integers of 32 bits; of a wider `long` the low 32 bits are kept.
 void SetInteger(TavScriptResult& result, names::Literal name, int value);
 void SetInteger(TavScriptResult& result, names::Literal name, long value);
-// Of a variable that the script names.
+// Sets a variable whose name the script gives, which is therefore no literal.
 void SetIntegerOf(TavScriptResult& result, const SV::String& name, int value);
 // The text up to its first NUL.
 void SetString(TavScriptResult& result, names::Literal name, const char* text);
 // All bytes; the variable shares them.
 void SetString(TavScriptResult& result, names::Literal name, const SV::String& text);
-// Takes ownership of the value.
+// Takes ownership of the value; null, when there was no memory for it, sets nothing.
 void SetValue(TavScriptResult& result, names::Literal name, TavKelValue* value);
 
 }  // namespace results

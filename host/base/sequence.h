@@ -2,7 +2,7 @@
 
 #include <vector>
 
-// A sequence that a caller gives to the host to be filled.
+// A sequence that a caller makes and gives to the host to be filled. Items are numbered from 0.
 template <class T>
 class ISequence {
  public:

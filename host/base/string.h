@@ -50,11 +50,12 @@ class TAV_HOST_API String {
   const char* GetStr() const noexcept { return buffer_->Data(); }  // a NUL stands behind the last
   char GetChar(long index) const noexcept;                         // NUL outside the string
 
-  // Makes this a string of `length` unset bytes and returns them for writing; the pointer is good
-  // until the string is next used otherwise. Large buffers ask the system for huge pages.
+  // Makes this a string of `length` bytes that hold anything, and returns them for writing. The
+  // pointer is good until the string is next used otherwise.
   char* AllocBuffer(long length);
-  // Cuts out up to `count` bytes from `from` on; what lies outside is left alone.
+  // Takes out up to `count` bytes from `from` on; a range that lies outside changes nothing.
   String& Erase(long from, long count);
+  // Up to `count` bytes from `from` on; empty when `from` lies outside.
   String Copy(long from, long count) const;
   long Search(const String& text) const noexcept;  // first place of `text`, -1 when absent
   // Pieces between separators: none in an empty text, else one more than there are separators.
@@ -66,7 +67,7 @@ class TAV_HOST_API String {
   std::string_view View() const noexcept { return {buffer_->Data(), buffer_->length}; }
 
  private:
-  friend class TextHistory;  // of the host: texts that grow while they are shared
+  friend class TextHistory;  // of the host: lets a long text grow although strings share it
 
   // The head of a buffer; room for `capacity` bytes and a NUL follows it.
   struct Buffer {

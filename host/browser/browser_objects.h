@@ -9,22 +9,23 @@ namespace ui {
 class TableModel;
 }
 
+// How the texts of a column stand.
 enum TavBrowserAlignment {
   TavBrowserAlignLeft = 0,
   TavBrowserAlignCentre = 1,
   TavBrowserAlignRight = 2,
 };
 
-// The rows and columns of a table and how they look. Columns are numbered from 0 with a handle
-// column, which is that one, otherwise from 1.
+// The rows and columns of a table and how they look. The handle column, if the table has one, is
+// number 0; the others are numbered from 1 in any case.
 class TAV_HOST_API TavBrowserObjects {
  public:
   TavBrowserObjects(const TavBrowserObjects&) = delete;
   TavBrowserObjects& operator=(const TavBrowserObjects&) = delete;
   virtual ~TavBrowserObjects();
 
-  void Init(int mode);  // before anything else; 0 is the only mode
-  void SetShowLinks(bool show);
+  void Init(int mode);           // before anything else; 0 is the only mode
+  void SetShowLinks(bool show);  // whether references to models and objects look like links
   void SetSubtitle(const SV::String& text);
   // Patterns in which %n, %t and %v stand for the name, type and version of what a field names.
   void SetModelRefFormat(const SV::String& pattern);

@@ -15,8 +15,8 @@ class TAV_HOST_API TavEditBox : public TavModalDialog {
   ~TavEditBox() override;
 
   void SetEditText(const SV::String& text);
-  SV::String GetEditText();  // as it stands in the dialog, however that was closed
-  void SetOKText(const SV::String& text);
+  SV::String GetEditText();                // as it stands in the dialog, however that was closed
+  void SetOKText(const SV::String& text);  // the label of the OK button
   // The control that holds the text; its font is the text's.
   SV::MultiLineEdit& GetTextControl();
 

@@ -2,7 +2,7 @@
 
 #include "host/sv/info_box.h"
 
-// SV::InfoBox that is the parent of other dialogs for as long as it lives.
+// An SV::InfoBox above which other dialogs open for as long as it lives.
 class TAV_HOST_API TavInfoBox : public SV::InfoBox {
  public:
   TavInfoBox(SV::Window* parent, const SV::String& text);

@@ -2,7 +2,7 @@
 
 #include "host/sv/modal_dialog.h"
 
-// A dialog of the host. While it runs, it is the parent of the dialogs that open.
+// A dialog of the host. While it runs, other dialogs open above it.
 class TAV_HOST_API TavModalDialog : public SV::ModalDialog {
  public:
   // Shows the dialog until it is answered: 1 by its OK button, 0 cancelled.

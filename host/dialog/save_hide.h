@@ -3,5 +3,6 @@
 #include "host/export.h"
 #include "host/sv/forward.h"
 
-// Hides the window so that it may be deleted at once; null and hidden windows are left alone.
+// Hides the window in a way that lets the caller delete it right afterwards. Null and windows that
+// are hidden already are left alone.
 TAV_HOST_API void Tav_SaveHide(SV::Window* window);

@@ -3,7 +3,7 @@
 #include "host/base/forward.h"
 #include "host/export.h"
 
-// What the host shows while it starts.
+// The window that the host shows while it starts.
 class TAV_HOST_API TavStartupBox {
  public:
   static TavStartupBox* GetGlobal();  // the one that is showing, or null

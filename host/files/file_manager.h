@@ -14,6 +14,7 @@ typedef std::int32_t TavFileHandle;  // 0: no file
 // file outside it.
 class TAV_HOST_API TavFileManager {
  public:
+  // The mode of an opened file: these, added up.
   enum OpenMode {
     kWrite = 2,
     kAppend = 8,
@@ -33,7 +34,7 @@ class TAV_HOST_API TavFileManager {
   // the read-only attribute and the modification time.
   static bool fileCopy(const char* from, const char* to, long fromLibraryId, long toLibraryId,
                        bool copyAttributes);
-  // Never replaces.
+  // Fails when the target exists.
   static bool fileRename(const char* from, const char* to, long libraryId);
   // Fills in the names of all files of a folder of the area.
   static bool getAllDBFilesOfDir(long directoryId,

@@ -3,6 +3,7 @@
 #include "host/base/string.h"
 #include "host/export.h"
 
+// Whole files and names of temporary ones.
 class TAV_HOST_API TavSystemFileManager {
  public:
   // Reads a whole file of the file system or the database file area; no byte is converted, binary

@@ -28,7 +28,8 @@ class TAV_HOST_API TavHTTPClient {
   // names no proxy; requests then fail without a look-up.
   bool SetProxy(const SV::WString& proxy);
 
-  // True when a complete answer came, whatever its status.
+  // True when a complete answer came, whatever its status. The second argument is not used by this
+  // host.
   bool SendHttpRequest(const SV::WString& verb, bool unused);
 
   // Of the last answer. The content is decoded by the charset that the server named, else by a

@@ -7,5 +7,6 @@
 // A port that can list its commands.
 class TAV_HOST_API TavExtendedMessagePort : public TavMessagePort {
  public:
+  // The names of its commands, joined by the separator.
   virtual SV::String GetAllCommands(char separator);
 };

@@ -38,7 +38,7 @@ class TAV_HOST_API TavKelParser {
   // A parser over the elements of a body, at its first, owned by this parser; null when there is
   // no such body. The same body gives the same parser.
   TavKelParser* GetBodyParser(const SV::String& name);
-  bool SetCurElemIndex(unsigned long index);  // false, and nothing changed, behind the last
+  bool SetCurElemIndex(unsigned long index);  // from 0; false, and nothing changed, behind the last
   SV::String GetCurElemName();
   long Parse();  // 0 when the text parsed
 

@@ -10,7 +10,7 @@ namespace kel {
 class Value;
 }
 
-// One value, on the heap.
+// One value, which always lies on the heap: whoever gets its pointer owns it.
 class TAV_HOST_API TavKelValue {
  public:
   // Null when there is no memory; a new-expression then yields null and runs no constructor.

@@ -14,6 +14,7 @@ class TAV_HOST_API TavMessagePortManager {
     bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) < 0; }
   };
 
+  // Whoever serves a port enters it here and takes it out before it ends.
   std::map<const char*, TavMessagePort*, Less> m_ports;
 
   static TavMessagePortManager& Instance();

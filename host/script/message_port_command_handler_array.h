@@ -18,9 +18,9 @@ class TAV_HOST_API TavMessagePortCommandHandlerArray {
   bool Handle(const char* command, TavKelParser& params, TavMessage* message);
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result);
   bool IsCommandExisting(const char* command, bool unused);
-  SV::String GetAllCommands(char separator);
+  SV::String GetAllCommands(char separator);  // in the order of the table
 
  private:
   const TavMessagePortCommand* table_;
-  const void* index_;
+  const void* index_;  // the host's, kept for each table
 };

@@ -29,7 +29,7 @@ class TAV_HOST_API TavScript {
   void Execute(TavScriptExitType& exitType, long& code, TavScriptRuntime& runtime,
                TavKelValueSet* vars, bool nested, bool debug);
 
-  static TavKelValueSet* GlobalVars();
+  static TavKelValueSet* GlobalVars();  // of the outermost script; the host's
 
  private:
   struct Program;

@@ -2,7 +2,7 @@
 
 #include "host/export.h"
 
-// What one run of a script needs beside its variables.
+// What one run of a script needs beside its variables. This host needs nothing.
 class TAV_HOST_API TavScriptRuntime {
  public:
   TavScriptRuntime();

@@ -3,6 +3,8 @@
 #include "host/export.h"
 #include "host/script/forward.h"
 
+// How much the service logs of each request, and whether into the host's window, if it has one, or
+// to the console.
 enum TavWSLogFormat {
   TavWSLogShort = 0,
   TavWSLogLong = 1,

@@ -5,7 +5,8 @@ namespace SV {
 // What a link calls: the object that it was made with, and whoever calls.
 typedef void (*LinkFunction)(void* object, void* caller);
 
-// An object and a function to call with it when something happens. Owns neither.
+// An object and a function to call with it when something happens. The object is not owned and has
+// to live as long as whoever keeps the link.
 class Link {
  public:
   Link() = default;

@@ -5,6 +5,7 @@
 
 namespace SV {
 
+// The system's clipboard, for text.
 class TAV_HOST_API Clipboard {
  public:
   static void Clear();

@@ -2,5 +2,6 @@
 
 #include "host/export.h"
 
-// Reports an internal error noticed at that place of a source file.
+// Tells the user about an internal error that was noticed at that place of a source file, and goes
+// on.
 TAV_HOST_API void displayErrorMessage(const char* sourceFile, int line);

@@ -6,6 +6,7 @@
 
 namespace SV {
 
+// The machine's loudspeaker.
 class TAV_HOST_API Sound {
  public:
   // A tone of `frequency` hertz for `milliseconds`; returns at once.

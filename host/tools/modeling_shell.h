@@ -5,6 +5,6 @@
 // The shell around the model windows; there is one only while a model window exists.
 class TAV_HOST_API TavModelingShell {
  public:
-  static TavModelingShell* GetGlobal();
+  static TavModelingShell* GetGlobal();  // null when there is none
   void UpdateAllModelWindows();
 };

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-// The types of the Windows functions on other systems, as wide as they are on Windows.
+// The types of the Windows functions on other systems, as wide as they are on Windows; that is why
+// a LONG is no `long`.
 using BOOL = int;
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;

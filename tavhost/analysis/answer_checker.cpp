@@ -26,7 +26,8 @@ using script::StatementKind;
 
 namespace {
 
-// How many answers may have been taken when a run comes to a place.
+// How many answers may have been taken when a run comes to a place: a set of numbers from 0 to the
+// count of answers. The empty set means that no run comes there.
 class Positions {
  public:
   explicit Positions(std::size_t count) : at_(count) {}
@@ -45,7 +46,7 @@ class Positions {
     }
     return grew;
   }
-  // Any number of windows may have been answered from here on.
+  // Something unknown may have opened any number of windows: every later number is possible too.
   void OpenUp() {
     for (std::size_t i = 1; i < at_.size(); ++i) at_[i] = at_[i] || at_[i - 1];
   }
@@ -62,7 +63,7 @@ const CommandAttribute* Given(const CommandElement* element, std::string_view na
   return nullptr;
 }
 
-// A constant text without escapes; empty when it is none.
+// The text of a parameter that is a constant without escapes; nothing for all else.
 std::optional<std::string_view> PlainText(const CommandAttribute* attribute) {
   if (!attribute || attribute->value.kind != CommandValueKind::kString ||
       attribute->value.escaped) {
@@ -73,6 +74,9 @@ std::optional<std::string_view> PlainText(const CommandAttribute* attribute) {
 
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
+// Follows every way through the script at once, with the set of answers that may have been taken by
+// then. Loops are gone through until the set grows no more; it can grow only as often as there are
+// answers.
 class AnswerChecker {
  public:
   AnswerChecker(const script::Program& program, const std::vector<script::FunctionSyntax>& parsed,
@@ -98,7 +102,8 @@ class AnswerChecker {
   const std::string& Reason() const { return reason_; }
 
  private:
-  // What leaves a block otherwise than at its end.
+  // Collects the sets of all ways that leave a loop, a round of it, a call or a `try` elsewhere
+  // than at its end.
   struct Frame {
     explicit Frame(std::size_t count) : leaving(count) {}
     Positions leaving;
@@ -126,7 +131,7 @@ class AnswerChecker {
   void Walk(const Statement* statement) {
     for (; statement && now_.Any(); statement = statement->next) {
       WalkStatement(statement);
-      // An error can end the block behind each of its statements.
+      // An error can lead from any statement to the `catch` around it.
       if (!tries_.empty()) tries_.back()->leaving.Join(now_);
     }
   }
@@ -232,7 +237,7 @@ class AnswerChecker {
     now_.Join(end);
   }
 
-  // Functions that an expression calls, and the windows in them.
+  // Goes through the functions that an expression calls, for the windows in them.
   void Evaluate(const Expr* expr) {
     if (!expr->calls) return;
     const bool maySkip = expr->kind == ExprKind::kAnd || expr->kind == ExprKind::kOr;
@@ -377,16 +382,17 @@ class AnswerChecker {
   const std::vector<ui::Answer>& answers_;
   std::set<std::string, std::less<>> treeButtons_;
   bool treeButtonsKnown_ = true;
-  Positions exits_;
-  Positions now_;
-  std::vector<Frame*> loops_;
-  std::vector<Frame*> rounds_;
-  std::vector<Frame*> calls_;
-  std::vector<Frame*> tries_;
-  std::set<std::uint32_t> active_;
+  Positions exits_;                 // where runs may have ended
+  Positions now_;                   // at the statement that is looked at
+  std::vector<Frame*> loops_;       // open ones: where `break` leads
+  std::vector<Frame*> rounds_;      // … `continue`
+  std::vector<Frame*> calls_;       // … `return`
+  std::vector<Frame*> tries_;       // … `throw`, and errors
+  std::set<std::uint32_t> active_;  // functions that are being gone through
+  // What a function makes of the set at its call: each is gone through once for each set.
   std::map<std::pair<std::uint32_t, Positions>, Positions> results_;
-  std::size_t furthest_ = 0;
-  std::string reason_;
+  std::size_t furthest_ = 0;  // answers that some run takes
+  std::string reason_;        // why the next one is not taken, at the first window that refused it
 };
 
 base::Diagnostic FindingAt(const script::Source& source, std::uint32_t offset, std::size_t length,
@@ -396,7 +402,8 @@ base::Diagnostic FindingAt(const script::Source& source, std::uint32_t offset, s
   return finding;
 }
 
-// Where the element of an answer stands.
+// Where the element of an answer stands in the file. Answers are known by their line; of several in
+// one line the one meant is found by passing over those before it.
 std::uint32_t OffsetOfAnswer(const script::Source& source, const std::vector<ui::Answer>& answers,
                              std::size_t index) {
   const ui::Answer& answer = answers[index];

@@ -7,8 +7,8 @@ namespace check {
 // What a built-in function is for, in a line; docs/language.md says it in full.
 struct BuiltInHelp {
   const char* name;
-  const char* usage;
-  const char* text;
+  const char* usage;  // how it is called
+  const char* text;   // a sentence
 };
 
 // Null when there is none of that name.

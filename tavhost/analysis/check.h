@@ -15,8 +15,9 @@ struct AnswersFile {
   std::string text;
 };
 
-// What is wrong with a script, in the order of the text; `name` stands for its file. With answers,
-// also whether a run of the script can take them.
+// What is wrong with a script, in the order of the text; nothing is run. `name` stands for its file
+// in the findings, and included files are looked for beside it. With answers, the last finding
+// tells when no run of the script can take them.
 std::vector<base::Diagnostic> CheckScript(const SV::String& text, const std::string& name,
                                           const AnswersFile* answers = nullptr);
 

@@ -150,7 +150,8 @@ void CommandChecker::CheckValue(const Parameter& parameter, const CommandValue& 
     }
     return;
   }
-  if (AnyGiven(parameter.unless)) return;  // not looked at, which CheckEffect tells
+  // The command does not look at it then; that is what CheckEffect tells.
+  if (AnyGiven(parameter.unless)) return;
   if (parameter.type == Type::kSwitch) return CheckSwitch(parameter, value, at);
   const Kind kind = KindOfValue(value);
   const Kind wanted = KindOf(parameter.type);
@@ -205,7 +206,8 @@ void CommandChecker::CheckSwitch(const Parameter& parameter, const CommandValue&
                                  "bare name");
 }
 
-// A constant of the right type that has no meaning, or none that takes effect.
+// A constant of the right type that the command does not accept, or that is probably a misspelt one
+// of the values with a meaning of their own.
 void CommandChecker::CheckConstant(const Parameter& parameter, const CommandValue& value,
                                    std::string_view at) {
   std::optional<double> number;
@@ -285,7 +287,8 @@ void CommandChecker::CheckMissing(const Parameter& parameter) {
                           AnyGiven(parameter.requiredWith);
   if (!isRequired) return;
   if (!around_.typesChecked && parameter.check != reference::Check::kNone) return;
-  // A misspelt parameter has been complained about; one mistake, one finding.
+  // When a misspelt parameter was most likely meant for this one, that is the one mistake, and
+  // CheckUnknown has told it.
   for (const auto* attribute = element_->attributes; attribute; attribute = attribute->next) {
     if (!command_->FindParameter(attribute->name) &&
         base::NearestName(attribute->name, {parameter.name}) == parameter.name) {

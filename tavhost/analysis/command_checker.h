@@ -12,9 +12,11 @@
 
 namespace check {
 
-// Holds one command, and the elements in its bodies, against the description.
+// Holds one command of a script, and the elements in its bodies, against their description in the
+// command reference.
 class CommandChecker {
  public:
+  // What the checker has to know of the place where the command stands.
   struct Surroundings {
     const script::Program& program;
     Findings& findings;
@@ -31,7 +33,7 @@ class CommandChecker {
 
  private:
   void CheckAttribute(const script::CommandAttribute* attribute);
-  void CheckUnknown(const script::CommandAttribute* attribute);
+  void CheckUnknown(const script::CommandAttribute* attribute);  // of no such parameter
   // `at` is what a mistake is shown at.
   void CheckValue(const reference::Parameter& parameter, const script::CommandValue& value,
                   std::string_view at);
@@ -43,6 +45,8 @@ class CommandChecker {
   void CheckMain();
   void CheckMissing(const reference::Parameter& parameter);
   void CheckChoices();
+  // A parameter that has no effect beside others, or without others. `given` is its name in the
+  // text.
   void CheckEffect(const reference::Parameter& parameter, std::string_view given);
 
   const script::CommandAttribute* Given(std::string_view name) const;

@@ -18,7 +18,7 @@ const CommandAttribute* Given(const script::CommandElement* element, std::string
   return nullptr;
 }
 
-// Names that elements of a body give to results.
+// The result variables that a body's elements name themselves, as CHECKBOX does by `result-var`.
 void FindOwnResults(const script::CommandElement* element, const reference::Result& result,
                     CommandUse& use) {
   const CommandAttribute* body = Given(element, result.namedBy);

@@ -17,8 +17,8 @@ struct CommandUse {
   std::vector<std::string_view> ownResults;  // named by the script: `result-var:"sub"`
   bool hasHiddenResults = false;             // named by an expression
   std::vector<std::string> buttons;          // what `endbutton` can be; empty when not known
-  bool asksUser = false;                     // a window whose cancelling its results tell
-  bool outcomeRead = false;                  // … and the script looks at them
+  bool asksUser = false;     // its results tell whether the user cancelled its window
+  bool outcomeRead = false;  // the script looks at a result that tells it, or may do so
 };
 
 // What a variable may hold: a result of a command, or with `-> name` the record of them all.

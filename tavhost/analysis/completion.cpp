@@ -18,7 +18,7 @@ using reference::Command;
 using reference::Parameter;
 using reference::Type;
 
-// Where the text breaks off: the innermost braces, and what their current statement begins with.
+// One pair of open braces, the script itself foremost, and what its current statement begins with.
 struct Level {
   // What describes the statement: a command, or an element of a command's body. Null for others.
   const Command* command = nullptr;
@@ -37,13 +37,15 @@ const Command* FindDescription(const Level& level, std::string_view name) {
   return nullptr;
 }
 
+// Where the text breaks off: in the innermost open braces, and perhaps in parentheses or a string.
 struct Position {
   Level level;
   int parentheses = 0;
   bool inText = false;  // a string or a comment
 };
 
-// Reads the text up to its end.
+// Reads a text that need not be a whole script, since somebody is still writing it; the parser
+// would stop at the first thing that is missing.
 class Walker {
  public:
   explicit Walker(std::string_view text) : text_(text) { levels_.emplace_back(); }

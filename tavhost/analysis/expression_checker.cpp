@@ -16,7 +16,7 @@ using script::Operator;
 
 namespace {
 
-// What a built-in function always gives.
+// The kind that a built-in function returns whatever its arguments; kUnknown when that depends.
 Kind KindOfBuiltIn(std::string_view name) {
   for (const char* other : {"ceil", "contains", "ends", "find", "floor", "has", "int", "len",
                             "push", "round", "starts"}) {
@@ -135,7 +135,7 @@ void ScriptChecker::ReadVariable(std::uint32_t slot, std::string_view at) {
     message += DidYouMean(replacement);
   }
   findings_.Error(at, std::move(message), std::move(replacement));
-  variable.SetOther(Kind::kUnknown);  // one complaint is enough
+  variable.SetOther(Kind::kUnknown);  // so that further reads are not complained about
 }
 
 // `choice.endbutton`: only that result of the record is read.
@@ -256,7 +256,8 @@ void ScriptChecker::CheckComparison(const Expr* left, const Expr* right, Operato
   CheckCompared(right, left);
 }
 
-// A result that is compared with what it never is.
+// `expr` is a command's result that is compared with a constant: tells when the command never sets
+// it to that value, as with a button that the box does not have.
 void ScriptChecker::CheckCompared(const Expr* expr, const Expr* constant) {
   const kel::Value* value = ConstantOf(constant);
   if (!value || !(value->IsText() || value->Kind() == TavKelInteger)) return;

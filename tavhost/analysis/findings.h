@@ -13,7 +13,8 @@
 
 namespace check {
 
-// Collects what is found in one program; a place is complained about once.
+// Collects what is found in one program; the same message at the same place is taken once. Places
+// are pieces of the program's text, or offsets with a length in bytes.
 class Findings {
  public:
   explicit Findings(const script::Program& program) : program_(program) {}

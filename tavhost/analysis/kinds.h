@@ -22,6 +22,7 @@ enum class Kind : std::uint8_t {
   kRecord,
 };
 
+// kUnknown for no value, and for types, like switches, that several kinds fit.
 Kind KindOf(const kel::Value& value);
 Kind KindOf(reference::Type type);
 
@@ -30,7 +31,7 @@ const char* WordFor(Kind kind);
 
 inline bool IsNumber(Kind kind) { return kind == Kind::kInteger || kind == Kind::kReal; }
 
-// Of values that come together from two ways through a script.
+// What is known where two ways through a script meet and the value can have come along either.
 inline Kind Joined(Kind a, Kind b) { return a == b ? a : Kind::kUnknown; }
 
 }  // namespace check

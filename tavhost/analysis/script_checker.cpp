@@ -36,7 +36,8 @@ const CommandAttribute* Given(const CommandElement* element, std::string_view na
   return nullptr;
 }
 
-// EXECUTE with a text that can be seen and declares nothing global changes no variable.
+// An executed text has variables of its own, so EXECUTE changes none of the script's, unless its
+// text declares names `global` or is worked out only when the script runs.
 bool MaySetAnything(const Statement* statement) {
   const CommandElement* element = statement->element;
   if (element->name != "EXECUTE") return false;
@@ -44,7 +45,7 @@ bool MaySetAnything(const Statement* statement) {
          element->main.text.find("global") != std::string_view::npos;
 }
 
-// The statements that stand behind `statement` in a chain of if and else.
+// The `if` of an `else if`; null where the chain ends.
 const Statement* ElseIf(const Statement* statement) {
   const Statement* otherwise = statement->otherwise;
   return otherwise && otherwise->kind == StatementKind::kIf && !otherwise->next ? otherwise
@@ -219,7 +220,8 @@ void ScriptChecker::WalkLoop(const Statement* statement) {
   }
   Loop loop;
   loop.exit = state_;
-  // What a round sets is there in the next one.
+  // What a round sets has values at the start of the next one. The body is walked only once, with
+  // all that it may set joined in beforehand.
   JoinAssigned(statement->body, state_);
   if (isWhile) Read(statement->expr);
   State end = state_;
@@ -327,7 +329,8 @@ void ScriptChecker::SetResults(const Statement* statement, CommandUse* use) {
   const auto set = [&](std::uint32_t slot, const ResultSource& source, Kind kind) {
     if (slot >= state_.variables.size()) return;
     state_.variables[slot].SetSource(source, kind);
-    // Somebody outside may look at it.
+    // A function may read the top level's variable, and anybody a global one: no telling that the
+    // outcome stays unread.
     const bool isShared = isTop_ ? readByFunctions_.count(std::string(NameOf(slot))) != 0
                                  : function_->layout.IsGlobal(slot);
     if (isShared) use->outcomeRead = true;

@@ -17,7 +17,9 @@
 
 namespace check {
 
-// Walks a parsed script once, function by function, and keeps what each variable may hold.
+// Walks a parsed script once, function by function, and keeps what each variable may hold at the
+// place it has come to (`state_`). Every report follows from that: a read of what cannot have a
+// value, a comparison that never holds, a command that gets what it does not take.
 class ScriptChecker {
  public:
   ScriptChecker(const script::Program& program, const std::vector<script::FunctionSyntax>& parsed,
@@ -43,11 +45,13 @@ class ScriptChecker {
   void WalkCommand(const script::Statement* statement);
   void WalkValue(const script::CommandValue& value);
   void WalkElement(const script::CommandElement* element);
+  // What the variables hold behind a command.
   void SetResults(const script::Statement* statement, CommandUse* use);
   // What `statement` and those behind it may set, whatever way a run takes through them.
   void JoinAssigned(const script::Statement* statement, State& state);
   void Set(std::uint32_t slot, Kind kind);
   void SetSlot(State& state, std::uint32_t slot, const Variable& value) const;
+  // Windows of which the script never learns that the user cancelled them.
   void ReportUnread();
 
   // expression_checker.cpp
@@ -61,6 +65,7 @@ class ScriptChecker {
   Kind KindOfExpr(const script::Expr* expr) const;
   Kind KindOfChain(const script::Expr* expr) const;
   const Variable* VariableOf(const script::Expr* expr) const;
+  // The command results, one of which the expression is for certain; empty when it may be anything.
   std::vector<ResultSource> SourcesOf(const script::Expr* expr) const;
   const kel::Value* ConstantOf(const script::Expr* expr) const;
   std::string NearestVariable(std::string_view name) const;

@@ -18,7 +18,8 @@ namespace {
 using script::Statement;
 using script::StatementKind;
 
-// Behind the brace that closes the first one in `text`.
+// The place behind the brace that closes the first one in `text`; braces in strings and comments do
+// not count.
 std::size_t EndOfBlock(std::string_view text) {
   std::size_t depth = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -38,6 +39,8 @@ std::size_t EndOfBlock(std::string_view text) {
   return text.size();
 }
 
+// Collects names as the syntax gives them. A name is taken once for each function that it belongs
+// to, at its first place.
 class Collector {
  public:
   explicit Collector(const script::Program& program) : program_(program) {}

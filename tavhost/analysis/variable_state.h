@@ -41,7 +41,8 @@ struct Variable {
   }
 
  private:
-  // More than anybody would look through; one by one they would take time without end.
+  // With more sources than this a variable counts as unknown: joining them again and again would
+  // take time out of proportion to the script, for findings that nobody could act on.
   static constexpr std::size_t kMostSources = 16;
 
   void Forget() {

@@ -18,7 +18,7 @@ class Arena {
   Arena& operator=(const Arena&) = delete;
   ~Arena();
 
-  // Bytes for one table, aligned for any of them.
+  // Bytes for one table, aligned to 8, which is enough for every kind of table.
   void* Allocate(std::size_t bytes) {
     bytes = (bytes + 7) & ~std::size_t{7};
     if (bytes > static_cast<std::size_t>(end_ - at_)) Grow(bytes);
@@ -27,6 +27,7 @@ class Arena {
     return given;
   }
 
+  // The items in a table of their own; null when there are none.
   template <typename T>
   const T* Copy(const T* from, std::size_t count) {
     static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8);
@@ -48,19 +49,21 @@ class Arena {
     std::size_t bytes;
   };
 
+  // Begins a new chunk with room for at least so many bytes; what was left of the old one is lost.
   void Grow(std::size_t bytes);
 
   // Enough for the tables of a command, which then need no memory of their own.
   static constexpr std::size_t kInlineBytes = 768;
 
   alignas(8) char inline_[kInlineBytes];
+  // Of the chunk in use, at first `inline_`: where it begins, where the next table goes, its end.
   char* begin_ = inline_;
   char* at_ = inline_;
   char* end_ = inline_ + kInlineBytes;
-  Chunk* last_ = nullptr;
-  std::size_t usedBefore_ = 0;
-  std::size_t expected_ = 0;
-  MemoryBudget* budget_;
+  Chunk* last_ = nullptr;       // the newest; each leads to the one before it
+  std::size_t usedBefore_ = 0;  // bytes handed out of earlier chunks
+  std::size_t expected_ = 0;    // what Expect said, until a chunk is made for it
+  MemoryBudget* budget_;        // not owned; null: no limit
 };
 
 }  // namespace base

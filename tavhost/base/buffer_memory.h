@@ -2,9 +2,12 @@
 
 #include <cstddef>
 
-// Memory for the buffers of strings and for values. Small blocks come from lists of free ones,
-// a list a size, kept for each thread; large ones ask the system for huge pages. Allocate throws
-// std::bad_alloc when there is no memory.
+// Memory for the buffers of strings and for values. Small blocks that are freed wait in lists for
+// the next request of their size, which then costs a few instructions; each thread has lists of its
+// own. Large blocks ask the system for huge pages.
+//
+// Free has to be told the size that the block was asked for with. A block may be freed by another
+// thread than the one that asked for it. Allocate throws std::bad_alloc when there is no memory.
 namespace buffer_memory {
 
 // From this size on a block begins at a huge page.
@@ -18,7 +21,8 @@ namespace detail {
 
 inline constexpr std::size_t kStep = 16;
 inline constexpr std::size_t kSmallUpTo = 128;
-// At most 512 KiB a size stay with a thread; none where a tool wants to see every block's life.
+// So many free blocks of each size stay with a thread, at most 512 KiB; none in a build with
+// sanitizers, which have to see every block come and go.
 #ifdef TAVHOST_SANITIZED
 inline constexpr unsigned kKeptASize = 0;
 #else
@@ -34,11 +38,13 @@ struct FreeList {
   unsigned count;
 };
 
-// Trivial, so that a thread's start and every access cost nothing.
+// Plain data, nothing to construct or destroy, so that a new thread and every access cost nothing.
+// What a thread leaves in its lists when it ends is lost.
 extern constinit thread_local FreeList freeLists[kSmallUpTo / kStep];
 
 inline FreeList& ListFor(std::size_t bytes) { return freeLists[(bytes - 1) / kStep]; }
 
+// What the lists do not serve: a block from the system, and giving one back to it.
 void* AllocateAnew(std::size_t bytes);
 void FreeForGood(void* block, std::size_t bytes) noexcept;
 

@@ -17,7 +17,8 @@ constexpr std::size_t WholePages(std::size_t bytes) {
   return (bytes + kHugePage - 1) / kHugePage * kHugePage;
 }
 
-// A wish; without it only slower.
+// Asks the system to use huge pages for the block. It need not comply; work on the block is then
+// slower, nothing else.
 void WishForHugePages(void* block, std::size_t bytes) {
 #ifdef MADV_HUGEPAGE
   madvise(block, bytes, MADV_HUGEPAGE);
@@ -29,6 +30,7 @@ void WishForHugePages(void* block, std::size_t bytes) {
 
 }  // namespace
 
+// Keeping and moving pages takes mremap, which Linux has; sanitizers have to see every block.
 #if defined(__linux__) && !defined(TAVHOST_SANITIZED)
 
 namespace {
@@ -38,9 +40,10 @@ struct Block {
   std::size_t bytes = 0;
 };
 
-// The block freed last. New pages must be cleared by the system, which takes longer than to fill
-// them; a text that is worked on piece by piece, or turned into another, so goes on in the same
-// ones. The system may take them back when it runs short.
+// The block that was freed last, kept for the next request. The system clears new pages before it
+// hands them out, which takes longer than filling them does; a text that grows piece by piece, or
+// is turned into another one, so gets pages that it had before. Memory that waits here is not
+// withheld: the system may take its contents back when it runs short (MADV_FREE).
 constexpr std::size_t kKeptAtMost = std::size_t{1} << 30;
 constinit std::mutex keptMutex;
 constinit Block kept;
@@ -54,7 +57,8 @@ void Unmap(Block block) {
   if (block.bytes > 0) munmap(block.address, block.bytes);
 }
 
-// Address space that begins at a huge page.
+// Address space that begins at a huge page; null when there is none. One huge page more than
+// wanted is mapped, and what lies before and behind the right place is given back.
 void* Reserve(std::size_t bytes, int protection) {
   const std::size_t roomy = bytes + kHugePage;
   void* const mapped = mmap(nullptr, roomy, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -67,6 +71,8 @@ void* Reserve(std::size_t bytes, int protection) {
   return begin + before;
 }
 
+// The block with room for `bytes`, whatever it held: cut at its end, or its pages moved to larger
+// address space. Null, and the block gone, when that cannot be done.
 void* Resized(Block block, std::size_t bytes) {
   if (block.bytes >= bytes) {
     Unmap({static_cast<char*>(block.address) + bytes, block.bytes - bytes});

@@ -4,8 +4,9 @@
 
 namespace base {
 
-// Milliseconds from some start on, cheap enough to be asked around every command; steps of up to
-// 16. Wraps around.
+// Milliseconds since some moment in the past, on a clock that never goes back. Reading it is cheap
+// enough to be done around every command; in return it advances in steps of up to 16 ms. Wraps
+// around after 2^32.
 std::uint32_t CoarseMilliseconds() noexcept;
 
 }  // namespace base

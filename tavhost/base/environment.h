@@ -8,7 +8,9 @@
 // The process's environment variables, as UTF-8 where the system's are UTF-16.
 namespace base {
 
+// Nothing when there is no such variable; one that is set to nothing is an empty text.
 std::optional<std::string> EnvironmentVariable(const std::string& name);
+// All of them as name and value, in the system's order.
 std::vector<std::pair<std::string, std::string>> EnvironmentVariables();
 
 }  // namespace base

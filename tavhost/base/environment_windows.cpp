@@ -15,6 +15,8 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
     const DWORD length =
         GetEnvironmentVariableW(wide.c_str(), value.data(), static_cast<DWORD>(value.size()));
     if (length == 0 && GetLastError() != ERROR_SUCCESS) return std::nullopt;
+    // Too small a buffer is answered by the size that is needed. The next try can fall short again:
+    // another thread may have set the variable to a longer text meanwhile.
     if (length < value.size()) {
       value.resize(length);
       return Narrow(value);
@@ -28,7 +30,8 @@ std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   wchar_t* const block = GetEnvironmentStringsW();
   if (!block) return all;
   for (const wchar_t* entry = block; *entry; entry += std::wcslen(entry) + 1) {
-    const wchar_t* const equals = std::wcschr(entry + 1, L'=');  // some names begin with one
+    // The names under which the system keeps the current folder of each drive begin with a `=`.
+    const wchar_t* const equals = std::wcschr(entry + 1, L'=');
     if (equals)
       all.emplace_back(Narrow({entry, static_cast<std::size_t>(equals - entry)}),
                        Narrow(equals + 1));

@@ -9,14 +9,15 @@ namespace event_loop {
 
 namespace {
 
-std::mutex mutex;
+std::mutex mutex;  // guards the queue
+// Made at its first use, which can come before this file's static objects are made.
 std::deque<std::unique_ptr<Work>>& Queue() {
   static std::deque<std::unique_ptr<Work>> queue;
   return queue;
 }
 // Both belong to the user-interface thread.
-bool running = false;
-Loop* loop = nullptr;
+bool running = false;  // posted work is being run
+Loop* loop = nullptr;  // not owned
 
 }  // namespace
 

@@ -29,7 +29,7 @@ void ProcessEvents();
 void ProcessPainting();
 void WaitForEvents(std::uint32_t milliseconds);
 
-// A piece of work that was posted.
+// A piece of work that was posted; destroyed after it ran.
 class Work {
  public:
   virtual ~Work() = default;

@@ -35,9 +35,9 @@ Pipe wakePipe;
 }  // namespace
 
 void WakeUp() noexcept {
-  const int saved = errno;
+  const int saved = errno;  // of the code that a signal may have interrupted
   const char byte = 0;
-  // A full pipe is as good as a written one.
+  // Writing can fail only because the pipe is full, and a full pipe ends a wait just as well.
   [[maybe_unused]] const ssize_t written = write(wakePipe.write, &byte, 1);
   errno = saved;
 }

@@ -17,13 +17,14 @@ const DWORD userInterfaceThread = MakeMessageQueue();
 
 }  // namespace
 
-// An empty message, so that waits for the thread's messages end too, those of commands included.
+// A message without meaning: it also ends those waits for messages that commands begin themselves.
 void WakeUp() noexcept { PostThreadMessageW(userInterfaceThread, WM_NULL, 0, 0); }
 
 void WaitForWakeUp(unsigned milliseconds) {
   MsgWaitForMultipleObjectsEx(0, nullptr, milliseconds, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
 }
 
+// Takes the messages of WakeUp, which belong to the thread and to no window (-1), and no others.
 void ClearWakeUp() {
   MSG message;
   while (PeekMessageW(&message, reinterpret_cast<HWND>(-1), WM_NULL, WM_NULL, PM_REMOVE)) {

@@ -47,7 +47,8 @@ std::uint32_t Small(std::uint32_t letter) {
   return letter;
 }
 
-// Every letter in question takes one, two or three bytes; all other bytes pass unchanged.
+// The letter at `at`, and in `length` the bytes that it takes. Every letter with a counterpart
+// takes one, two or three bytes; any other byte is told as 0, takes one, and passes unchanged.
 std::uint32_t Decode(const unsigned char* at, std::size_t left, std::size_t& length) {
   const auto follows = [&](std::size_t i) { return i < left && (at[i] & 0xC0) == 0x80; };
   length = 1;
@@ -75,6 +76,7 @@ void Encode(std::string& out, std::uint32_t letter) {
   }
 }
 
+// The text with `change` done to each letter.
 template <typename Change>
 SV::String Changed(const SV::String& text, Change change) {
   std::string out;

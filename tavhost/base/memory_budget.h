@@ -11,6 +11,7 @@ class MemoryBudget {
  public:
   explicit MemoryBudget(std::size_t bytes) : left_(bytes) {}
 
+  // Throws std::bad_alloc, and takes nothing, when less is left.
   void Take(std::size_t bytes) {
     if (bytes > left_) throw std::bad_alloc();
     left_ -= bytes;

@@ -11,7 +11,9 @@ namespace {
 
 constexpr std::size_t kLongestName = 64;  // longer ones are no slip of the finger
 
-// Edits between two names: insertions, removals, changes, and swaps of neighbours.
+// Edits between two names: insertions, removals, changes, and swaps of neighbours. Row i of the
+// table tells how far the first i letters of `a` are from each beginning of `b`; a row depends on
+// the two above it, and only those are kept.
 std::size_t Distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> before(b.size() + 1);
   std::vector<std::size_t> above(b.size() + 1);
@@ -42,6 +44,7 @@ std::string NearestName(std::string_view name, const std::vector<std::string_vie
   for (const std::string_view candidate : candidates) {
     if (candidate.size() > kLongestName) continue;
     const std::size_t distance = Distance(name, candidate);
+    // With every letter changed there is nothing left that would remind of the candidate.
     if (distance < least && distance < std::max(name.size(), candidate.size())) {
       least = distance;
       nearest = candidate;

@@ -15,12 +15,12 @@ enum class Reason : int {
   kNoAnswer = 3,  // a dialog had no answer, or one that does not fit
 };
 
-extern std::atomic<int> requested;  // a Reason
+extern std::atomic<int> requested;  // a Reason; for the functions below only
 
 // The first request stands until it is cleared.
 void Request(Reason reason) noexcept;
 inline bool IsRequested() noexcept { return requested.load(std::memory_order_relaxed) != 0; }
-Reason Requested() noexcept;
+Reason Requested() noexcept;  // kNone when no stop is asked for
 void Clear() noexcept;
 
 // Leaves a command from inside a host operation that waits. The host catches it where it called

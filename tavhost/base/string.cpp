@@ -31,8 +31,9 @@ inline long LengthOf(const char* text) {
 
 constexpr std::size_t kHeader = 4 * sizeof(std::uint32_t);  // of a buffer, before its text
 
-// Bytes left free in front of a buffer so that its text begins where a cache line does: the system
-// fills an odd place more than twice as slowly. Short texts are not worth the room.
+// Bytes left free in front of a long text's buffer, so that the text begins where a cache line
+// does: the system takes more than twice as long to fill a text that does not. For short texts the
+// bytes would be wasted.
 constexpr std::size_t kLongText = 4096;
 constexpr std::size_t Gap(std::size_t capacity) {
   constexpr std::size_t kCacheLine = 64;
@@ -43,9 +44,11 @@ constexpr std::size_t BlockSize(std::size_t capacity) {
   return Gap(capacity) + kHeader + capacity + 1;
 }
 
-// As memcpy; most texts are short, and a call would take longer than to copy them.
+// As memcpy. Most texts are short, and the call would take longer than the copying.
 inline void CopyText(char* to, const char* from, std::size_t length) {
-  const auto copyEnds = [&]<typename Word>(Word) {  // they may overlap
+  // Copies the first and the last word, which overlap when the text is shorter than two; that
+  // spares a loop. Both are read before either is written.
+  const auto copyEnds = [&]<typename Word>(Word) {
     Word first;
     Word last;
     std::memcpy(&first, from, sizeof(Word));
@@ -149,12 +152,13 @@ String& String::operator+=(const String& other) {
 String& String::Append(const char* data, long length) {
   if (length <= 0) return *this;
   const long oldLength = Len();
-  const std::int64_t wanted = std::int64_t{oldLength} + length;  // `long` may have 32 bits
+  const std::int64_t wanted = std::int64_t{oldLength} + length;  // a long has 32 bits on Windows
   if (wanted > kMaxLength) ThrowTooLong();
   if (buffer_->begin + wanted <= std::int64_t{buffer_->Capacity()} && MayChangeEnds()) {
     std::memmove(buffer_->Data() + oldLength, data, static_cast<std::size_t>(length));
   } else {
     // Half as much again, so that a text grown piece by piece costs linear time; small ones double.
+    // `data` may lie in the old buffer, which is therefore released last.
     const auto roomy = static_cast<long>(
         std::min<std::int64_t>(wanted + std::max(wanted / 2, std::int64_t{15}), kMaxLength));
     Buffer* own = Allocate(roomy);
@@ -199,6 +203,7 @@ String& String::Erase(long from, long count) {
   const long length = Len();
   if (from < 0 || from >= length || count <= 0) return *this;
   count = std::min(count, length - from);
+  // The text's start is cut off without moving a byte: it begins further on in its buffer.
   if (from == 0 && MayChangeEnds()) {
     buffer_->begin += static_cast<std::uint32_t>(count);
     buffer_->length -= static_cast<std::uint32_t>(count);
@@ -261,7 +266,8 @@ String& String::ToUpper() {
 
 namespace {
 
-// Sign and digits at the start of a text, as a number clamped to 33 bits and a sign.
+// The number at the start of a text. Its magnitude stops at 2^33, beyond every result, so that no
+// run of digits can overflow.
 struct DecimalPrefix {
   bool negative = false;
   std::uint64_t magnitude = 0;

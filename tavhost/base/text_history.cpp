@@ -8,7 +8,7 @@ namespace SV {
 
 namespace {
 
-// Room for the first lines.
+// The least room of a buffer that the history makes: enough for the first lines.
 constexpr long kFirstCapacity = 1024;
 // A text that lost more lines at once than this, in a string made by other means, counts as
 // another text.
@@ -21,13 +21,16 @@ std::uint64_t lastId = 0;
 
 }  // namespace
 
+// What is known of a buffer that is in a history. Positions count all bytes that the text ever had,
+// those that were dropped at its start included.
 struct TextHistory::Entry {
   std::uint64_t id;        // of the history
   std::uint64_t version;   // of its text that the buffer's text grew out of
-  std::uint64_t position;  // of the buffer's first byte in all there ever was
+  std::uint64_t position;  // of the first byte of the buffer's room
   bool held;               // the history itself shares the buffer
 };
 
+// Buffers by address. Never destroyed: strings that end with the process still ask.
 struct TextHistory::Entries {
   static std::unordered_map<const Buffer*, Entry>& All() {
     static auto& all = *new std::unordered_map<const Buffer*, Entry>;
@@ -91,7 +94,8 @@ String TextHistory::Get() {
   if (buffer->capacity == 0) {
     Hold(CopyOfOwn(), position_);
   } else if (buffer->Data() != bytes_ || buffer->length != length_) {
-    // Somebody changed what they had got and did not set it.
+    // Somebody changed the string that they had got and never set it. When they are gone, the
+    // buffer only has to get its ends back; else the history goes on in one of its own.
     if (buffer->sharers == 1) {
       buffer->begin = static_cast<std::uint32_t>(bytes_ - buffer->Room());
       buffer->length = static_cast<std::uint32_t>(length_);

@@ -22,11 +22,13 @@ namespace {
 
 std::FILE* output = nullptr;
 
+// What the objects that a plug-in can see are called, by their addresses.
 std::unordered_map<const void*, std::string>& Names() {
   static std::unordered_map<const void*, std::string> names;
   return names;
 }
 
+// The number that the newest object of each class has.
 std::unordered_map<std::string, unsigned>& LastNumbers() {
   static std::unordered_map<std::string, unsigned> numbers;
   return numbers;
@@ -57,13 +59,14 @@ std::string CallText(std::string_view name, std::initializer_list<SV::String> ar
   return text;
 }
 
+// Every line at once, so that a trace of a crash ends where the crash happened.
 void WriteOut(std::string_view line) {
   if (!output) return;
   std::fwrite(line.data(), 1, line.size(), output);
   std::fflush(output);
 }
 
-// Without namespaces, as destructors are called.
+// The class in an object's name `SV::Button#3`, without namespaces: what its destructor is called.
 std::string ClassOf(std::string_view name) {
   name = name.substr(0, name.find('#'));
   const std::size_t colon = name.rfind(':');

@@ -30,7 +30,8 @@
 //     trace::Call call(this, "SetViewText", text);   // "TavViewBox#1::SetViewText("t")"
 //     call.Write();
 //
-// Costs one test of a flag when no trace is written.
+// Costs one test of a flag when no trace is written. All of it belongs to the user-interface
+// thread, on which plug-ins run.
 namespace trace {
 
 namespace detail {
@@ -85,6 +86,7 @@ inline constexpr struct EvenNested {
 void Name(const char* className, const void* object);
 // A fixed name without a number: `app`, `top`, `SV::Application`.
 void NameFixed(const char* name, const void* object);
+// The object is gone, and its address may come again.
 void Forget(const void* object);
 
 // An argument or result that is an object or a window: `null`, its name, or `?` when it has none.
@@ -93,6 +95,8 @@ struct Object {
 };
 inline Object Window(const void* window) { return {window}; }
 
+// A value as it stands in a line: numbers and switches plain, texts as KEL literals, sizes and
+// positions in parentheses, enumerators by their numbers.
 template <typename T>
 SV::String ArgumentText(const T& value) {
   if constexpr (std::same_as<T, Object>) {
@@ -133,6 +137,7 @@ void Report(const void* object, const char* name, const Arguments&... arguments)
     detail::ReportLine(object, name, {ArgumentText(arguments)...});
 }
 
+// One host operation, for as long as it runs. What it does is explained at the head of this file.
 class Call {
  public:
   // A free function, a static member, or a constructor, by its whole name.
@@ -149,6 +154,7 @@ class Call {
     if (active_) [[unlikely]]
       BeginMember(object, name, {ArgumentText(arguments)...});
   }
+  // A free function that is written even when the host itself calls it on a plug-in's behalf.
   template <typename... Arguments>
   Call(EvenNested, const char* name, const Arguments&... arguments)
       : active_(detail::insidePlugin), outer_(detail::active) {
@@ -202,7 +208,7 @@ class Call {
   [[gnu::cold]] void WriteLine(std::string_view result);
   [[gnu::cold]] void End();
 
-  bool active_;
+  bool active_;                 // this operation is written
   bool outer_ = true;           // what `active` goes back to
   SV::String* line_ = nullptr;  // owned; made only while a trace is written, empty once written
 };

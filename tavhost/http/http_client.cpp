@@ -20,8 +20,6 @@ namespace {
 constexpr int kRedirectLimit = 20;
 constexpr std::uint32_t kRetryLimit = 10;
 
-std::size_t bodyLimit = http::kBodyLimit;
-
 std::string Utf8(const SV::WString& text) { return utf16::ToUtf8(text.View()); }
 
 SV::WString Wide(const std::string& utf8) {
@@ -49,12 +47,6 @@ std::string VerbBehind(int status, const std::string& verb) {
 
 }  // namespace
 
-namespace http {
-
-void SetBodyLimit(std::size_t bytes) { bodyLimit = bytes; }
-
-}  // namespace http
-
 struct TavHTTPClient::State {
   http::Url url;
   http::Timeouts timeouts;
@@ -77,7 +69,6 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
   request.url = url;
   request.verb = verb;
   request.timeouts = timeouts;
-  request.bodyLimit = bodyLimit;
   for (int redirects = 0; redirects <= kRedirectLimit; ++redirects) {
     const http::Proxy* proxy = http::ChooseProxy(proxies, request.url.secure);
     request.proxy = proxy ? std::optional(*proxy) : std::nullopt;

@@ -23,6 +23,7 @@ struct Timeouts {
 
 // An answer's header may not be longer than this, interim answers included.
 inline constexpr std::size_t kHeaderLimit = std::size_t{300} << 10;
+// Nor its body, after content encodings are undone.
 inline constexpr std::size_t kBodyLimit = std::size_t{256} << 20;
 
 struct Request {
@@ -30,7 +31,6 @@ struct Request {
   std::string verb;
   Timeouts timeouts;
   std::optional<Proxy> proxy;
-  std::size_t bodyLimit = kBodyLimit;  // after content encodings are undone
 };
 
 struct Answer {

@@ -6,6 +6,7 @@
 
 namespace loader {
 
+// How a child process ended, and what it said.
 struct ChildOutcome {
   enum class End { kNotStarted, kExited, kCrashed, kTimedOut };
 

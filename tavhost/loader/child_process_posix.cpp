@@ -44,6 +44,7 @@ int Spawn(const std::vector<std::string>& arguments, int output, pid_t& child) {
   return error;
 }
 
+// Only looks: the child is waited for later, and keeps its process group reserved until then.
 bool HasEnded(pid_t child) {
   siginfo_t info{};
   return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT | WNOHANG) == 0 &&

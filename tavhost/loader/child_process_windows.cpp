@@ -33,7 +33,8 @@ class Handle {
   HANDLE handle_ = nullptr;
 };
 
-// An argument as the C runtime's start-up code takes it apart again.
+// Appends an argument so that the C runtime's start-up code gets the same one out of the line
+// again: in quotes, with backslashes doubled only where a quote follows them.
 void AppendArgument(std::wstring& line, const std::wstring& argument) {
   if (!line.empty()) line += L' ';
   line += L'"';
@@ -74,6 +75,7 @@ void ReadSome(HANDLE from, std::string& output) {
   }
 }
 
+// Starts the child suspended, so that it can be put into its job before it starts others itself.
 bool Start(const std::vector<std::string>& arguments, HANDLE output, PROCESS_INFORMATION& process) {
   const std::wstring program = base::Wide(ProgramPath());
   std::wstring line;

@@ -82,6 +82,7 @@ std::vector<std::string> CommandNames(const Subject& subject) {
   return Split(subject.Commands('\n'), '\n');
 }
 
+// A question of loading, asked several times: the answer must not depend on having been asked.
 template <base::Result<void> (*Step)(const PluginFunctions&)>
 base::Result<void> OnEveryCall(Subject& subject) {
   for (int i = 0; i < kRepeats; ++i) {
@@ -226,6 +227,7 @@ base::Result<void> TestLoadQuiet(Subject& subject) {
   return {};
 }
 
+// kLoaded: the plug-in is loaded before the test runs; kFile: the test gets nothing but the path.
 enum class Needs { kFile, kLoaded };
 
 struct Test : ConformanceTest {

@@ -14,6 +14,7 @@ struct ConformanceTest {
   bool isGate;           // nothing behind it can be tested when it fails
 };
 
+// In the order in which they run; a gate stands before the tests that need it.
 const std::vector<ConformanceTest>& ConformanceTests();
 
 // Runs a test on a plug-in in this process; fails with what is wrong. A plug-in that is no good may

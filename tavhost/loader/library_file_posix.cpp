@@ -48,6 +48,7 @@ class File {
   int descriptor_;
 };
 
+// Fails when the header is not that of a shared library for this machine.
 base::Result<void> CheckHeader(const Elf64_Ehdr& header) {
   if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
     return base::Failure(messages::NotALibrary());

@@ -15,7 +15,9 @@ class Module {
   Module& operator=(Module&& other) noexcept;
   ~Module();
 
-  // All that it needs of the host must be there. `path` is UTF-8, with a folder in it.
+  // Fails when it cannot be loaded; that includes a library that needs something of the host which
+  // the host does not have. `path` is UTF-8 and names a folder, so that the system searches nowhere
+  // else.
   static base::Result<Module> Load(const std::string& path);
   // Whether the library of that path is in this process.
   static bool IsLoaded(const std::string& path);

@@ -28,7 +28,8 @@ void SetError(TavScriptResult& result, const char* command, const std::string& t
   result.SetError(base::StringOf(message));
 }
 
-// Calls into the plug-in; what it throws becomes the error of the result.
+// Calls into the plug-in. What the plug-in throws becomes the error of the result, and the command
+// counts as carried out; a stop passes through to the interpreter.
 template <typename CallPlugin>
 bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin) {
   try {
@@ -48,7 +49,8 @@ bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin
   return true;
 }
 
-// What the plug-in answers; what the host itself asks for beside it is no concern of the trace.
+// Asks the plug-in, with a scope around the call: its answer may use operations of the host, which
+// belong into the trace; those that the host uses to judge the answer do not.
 template <typename Answer>
 Answer Ask(Answer (*function)()) {
   const trace::PluginScope scope;
@@ -155,7 +157,8 @@ bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& messa
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 
-// A question that fails has the answer of a plug-in without commands.
+// A question has no result that could take an error: when it throws, the plug-in counts as one
+// without commands.
 SV::String Plugin::AllCommands(char separator) {
   try {
     const trace::PluginScope scope;

@@ -41,7 +41,8 @@ const char* VerdictText(Verdict verdict) {
   return "";
 }
 
-// What nobody else in the child writes by chance.
+// Begins the line of the child's verdict. A random text: the plug-in under test runs in the child,
+// too, and must not write such a line by chance or on purpose.
 std::string NewMark() {
   std::random_device random;
   std::string mark = "verdict";
@@ -49,7 +50,8 @@ std::string NewMark() {
   return mark;
 }
 
-// The child's last word behind its mark; false when it said none.
+// What stands behind the mark in the child's output, which is empty for a test that passed; false
+// when there is no such line, since the child ended too early.
 bool FindVerdict(const std::string& output, const std::string& mark, std::string& verdict) {
   const std::size_t at = output.rfind("\n" + mark + ' ');
   if (at == std::string::npos) return false;
@@ -90,7 +92,8 @@ std::vector<TestResult> RunAll(const std::string& path) {
   std::vector<TestResult> results;
   const ConformanceTest* failedGate = nullptr;
   for (const ConformanceTest& test : ConformanceTests()) {
-    // All gates of one kind are looked at, so that every missing name is told.
+    // Behind a failed gate nothing more is run, except that of a missing export the other exports
+    // are still looked at, so that all missing names are told at once.
     const bool sameKind = failedGate && test.isGate && test.id.starts_with("export.") &&
                           failedGate->id.starts_with("export.");
     if (failedGate && !sameKind) {

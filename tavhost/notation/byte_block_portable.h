@@ -41,13 +41,17 @@ class ByteBlock {
   static constexpr std::uint64_t Repeat(unsigned char byte) {
     return std::uint64_t{0x0101010101010101} * byte;
   }
-  // The high bit of each byte between the two ASCII bytes, both included.
+  // The high bit of each byte between the two ASCII bytes, both included. A byte plus
+  // 0x80 - `from` has its high bit when the byte is at least `from`; with 0x7F - `to` it has it
+  // when the byte is above `to`.
   static std::uint64_t InRange(std::uint64_t word, unsigned char from, unsigned char to) {
     const std::uint64_t ascii = word & ~kHigh;
     const std::uint64_t notBelow = ascii + Repeat(static_cast<unsigned char>(0x80 - from));
     const std::uint64_t above = ascii + Repeat(static_cast<unsigned char>(0x7F - to));
     return notBelow & ~above & ~word & kHigh;
   }
+  // The high bit of each byte that equals `byte`, which leaves 0 there in `differing`: only to a 0
+  // can 0x7F be added without a high bit coming out.
   std::uint64_t EqualBytes(char byte) const {
     const std::uint64_t differing = word_ ^ Repeat(static_cast<unsigned char>(byte));
     const std::uint64_t low = (differing & ~kHigh) + ~kHigh;

@@ -42,6 +42,7 @@ class ByteBlock {
   }
 
  private:
+  // The bytes that are not above `limit`, compared without sign.
   static __m128i UpTo(__m128i bytes, char limit) {
     return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(limit)), bytes);
   }

@@ -32,7 +32,7 @@ class Document {
 
  private:
   friend class TextParser;
-  struct Key {};
+  struct Key {};  // only Parse has one: the constructor is public for std::make_shared alone
 
  public:
   Document(Key, const SV::String& text, std::size_t tableBytes)

@@ -56,6 +56,7 @@ struct Attribute {
   std::string_view Name() const { return {name, nameLength}; }
 };
 
+// `NAME main attribute ...`: a command, or what stands in a body.
 struct Element {
   const char* name = nullptr;
   std::uint32_t nameLength = 0;

@@ -21,7 +21,7 @@ using kel::ParserAccess;
 
 namespace {
 
-const Operand kAbsent;
+const Operand kAbsent;  // what a parameter that is not there reads as
 
 const Operand& OperandOf(const TavKelParser& parser, const SV::String& name) {
   const Attribute* const attribute = ParserAccess::Find(parser, name.View());
@@ -31,7 +31,7 @@ const Operand& OperandOf(const TavKelParser& parser, const SV::String& name) {
 SV::String StringOf(const Operand& operand) {
   if (operand.kind == TavKelString || operand.kind == TavKelWord) return kel::TextOf(operand);
   SV::String text;
-  kel::AppendText(text, operand, false);
+  kel::AppendText(text, operand);
   return text;
 }
 

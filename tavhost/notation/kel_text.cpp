@@ -59,6 +59,9 @@ class Writer {
  public:
   explicit Writer(SV::String& out) : out_(out) {}
 
+  // kRaw: a text's bytes as they are, the inside of a list or record; kQuoted: likewise, but a text
+  // as its literal; kKel: as KEL that reads back, lists and records in their parentheses. What lies
+  // inside a list, record or body is written as KEL in any case.
   enum class Form { kRaw, kQuoted, kKel };
 
   void Write(const Value& value, Form form) {
@@ -77,6 +80,7 @@ class Writer {
  private:
   enum class What : std::uint8_t { kValues, kFieldValues, kItems, kFields, kElements, kAttributes };
 
+  // Items of one container, of which those from `next` on are still to be written.
   struct Rest {
     What what;
     const void* first;
@@ -97,7 +101,8 @@ class Writer {
     }
   }
 
-  // May add to the stack: nothing refers into it any more.
+  // Opening what is nested adds to the stack, which may move it; that is why everything needed of
+  // the entry is passed by value.
   void WriteNext(What what, const void* first, std::uint32_t index) {
     if (what == What::kAttributes) {
       Put(out_, " ");
@@ -146,6 +151,8 @@ class Writer {
     Put(out_, ": ");
   }
 
+  // The attributes go onto the stack first, so that a main value that is a body, written before
+  // them, lies above them there.
   void BeginElement(const Element& element) {
     Put(out_, element.Name());
     rests_.push_back({What::kAttributes, element.attributes, element.attributeCount, {}});
@@ -233,10 +240,6 @@ class Writer {
 
 }  // namespace
 
-void AppendLiteral(SV::String& out, std::string_view text) { base::AppendLiteral(out, text); }
-
-void AppendLiteral(std::string& out, std::string_view text) { base::AppendLiteral(out, text); }
-
 SV::String Literal(std::string_view text) {
   std::size_t length = text.size() + 2;
   for (const char byte : text) {
@@ -257,11 +260,6 @@ SV::String Literal(std::string_view text) {
   }
   *out = '"';
   return literal;
-}
-
-std::string RealText(double real) {
-  char room[kLongestReal];
-  return std::string(room, WriteReal(real, room));
 }
 
 char* WriteReal(double real, char* room) noexcept {
@@ -292,12 +290,8 @@ void AppendKel(SV::String& out, const Value& value) {
   Writer(out).Write(value, Writer::Form::kKel);
 }
 
-void AppendText(SV::String& out, const Operand& operand, bool quoted) {
-  Writer(out).Write(operand, quoted ? Writer::Form::kQuoted : Writer::Form::kRaw);
-}
-
-void AppendKel(SV::String& out, const Operand& operand) {
-  Writer(out).Write(operand, Writer::Form::kKel);
+void AppendText(SV::String& out, const Operand& operand) {
+  Writer(out).Write(operand, Writer::Form::kRaw);
 }
 
 void AppendKel(SV::String& out, const Element& element) { Writer(out).Write(element); }

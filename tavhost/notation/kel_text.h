@@ -12,14 +12,11 @@
 namespace kel {
 
 // The KEL literal of a text, quotes included. Reads back to the same bytes.
-void AppendLiteral(SV::String& out, std::string_view text);
-void AppendLiteral(std::string& out, std::string_view text);
 SV::String Literal(std::string_view text);
 
 // The shortest digits that read back to the same double, always with a `.` or an exponent.
-// Infinities and "not a number" have no literal; they are written `inf`, `-inf`, `nan`.
-std::string RealText(double real);
-// The same into `room`; returns the place behind the last digit.
+// Infinities and "not a number" have no literal; they are written `inf`, `-inf`, `nan`. `room` has
+// kLongestReal bytes; returns the place behind the last one written.
 inline constexpr std::size_t kLongestReal = 32;
 char* WriteReal(double real, char* room) noexcept;
 
@@ -30,9 +27,8 @@ char* WriteReal(double real, char* room) noexcept;
 void AppendText(SV::String& out, const Value& value, bool quoted);
 // The value as KEL: like AppendText with `quoted`, lists and records in their parentheses.
 void AppendKel(SV::String& out, const Value& value);
-// The same two of an operand.
-void AppendText(SV::String& out, const Operand& operand, bool quoted);
-void AppendKel(SV::String& out, const Operand& operand);
+// The text of an operand's value, as AppendText without `quoted`.
+void AppendText(SV::String& out, const Operand& operand);
 // An element, without what ends it.
 void AppendKel(SV::String& out, const Element& element);
 
@@ -40,15 +36,11 @@ void AppendKel(SV::String& out, const Element& element);
 // document that its tables lie in; without an owner it becomes a document of its own.
 Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner);
 
-// An operand that is a value that lives elsewhere, or none.
+// An operand that stands for `value`, which somebody else keeps for as long as it is used. Numbers
+// are copied into it.
 Operand Borrow(const Value& value);
-
-// The kind of an operand's value, a TavKelValueType, or Value::kNone.
-inline std::uint8_t KindOf(const Operand& operand) { return operand.kind; }
 
 // The bytes of a string or word operand: shared or copied.
 SV::String TextOf(const Operand& operand);
-// The bytes of a string or word when they stand somewhere as they are; null data when they do not.
-std::string_view PlainTextOf(const Operand& operand);
 
 }  // namespace kel

@@ -9,7 +9,8 @@ namespace kel {
 
 namespace {
 
-// A body without an owner: its text, parsed anew.
+// A body whose tables nobody can keep alive: it is written as text and parsed into a document of
+// its own.
 Value CopyBody(const Operand& body) {
   SV::String text;
   for (std::uint32_t i = 0; i < body.length; ++i) {
@@ -22,7 +23,8 @@ Value CopyBody(const Operand& body) {
   return Value::Body(*parsed, document.Elements(), document.Count());
 }
 
-// A value but for what a list or record holds.
+// The value, with lists and records still empty. ToValue fills these one after the other, so that
+// their depth costs no stack.
 Value Shallow(const Operand& operand, const std::shared_ptr<const Document>& owner) {
   switch (operand.storage) {
     case Storage::kInline:
@@ -43,6 +45,7 @@ Value Shallow(const Operand& operand, const std::shared_ptr<const Document>& own
   return Value();
 }
 
+// A list or record that still has to get what it holds.
 struct Unfilled {
   const Operand* from;
   Value* to;
@@ -61,14 +64,6 @@ SV::String TextOf(const Operand& operand) {
     default:
       return SV::String();
   }
-}
-
-std::string_view PlainTextOf(const Operand& operand) {
-  if (operand.storage == Storage::kRaw) return {operand.text, operand.length};
-  if (operand.storage == Storage::kValue && operand.value->IsText()) {
-    return operand.value->Text().View();
-  }
-  return {};
 }
 
 Operand Borrow(const Value& value) {

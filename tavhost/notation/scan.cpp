@@ -33,13 +33,13 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr std::ptrdiff_t kExactPowers = 22;
 
-// Digits as a number that stays at its largest when they are too many.
+// Digits read as a number, which stops at the largest there is instead of wrapping around.
 struct Digits {
   static constexpr std::uint64_t kLargest = std::numeric_limits<std::uint64_t>::max();
   static constexpr std::ptrdiff_t kAlwaysFit = 19;
 
   std::uint64_t value = 0;
-  std::ptrdiff_t room = kAlwaysFit;
+  std::ptrdiff_t room = kAlwaysFit;  // digits that can follow without a look at the range
 
   const char* Read(const char* at, const char* end) {
     const char* const begin = at;
@@ -55,7 +55,8 @@ struct Digits {
   static std::uint64_t DigitOf(char digit) { return static_cast<std::uint64_t>(digit - '0'); }
 };
 
-// A real that no double can hold is either too large or too small; only the first is an error.
+// Whether a real that no double can hold is too large, which is an error, or too small, which reads
+// as 0. The power of ten of its first digit that is not 0 decides.
 bool IsTooLarge(const char* at, const char* end) {
   long long magnitude = 0;  // of the first digit that is not 0, as a power of ten
   bool sawDigit = false;
@@ -181,7 +182,7 @@ ScannedString ScanString(const char* at, const char* end) noexcept {
       return string;
     }
     string.isEscaped = true;
-    const char escape = end - at > 1 ? at[1] : 'q';
+    const char escape = end - at > 1 ? at[1] : 'q';  // at the end: any byte that is no escape
     const bool isHex =
         escape == 'x' && end - at > 3 && ascii::HexDigit(at[2]) >= 0 && ascii::HexDigit(at[3]) >= 0;
     if (!isHex && (escape == '\0' || !std::strchr("\"\\nrt0", escape))) {

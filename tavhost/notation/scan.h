@@ -45,6 +45,7 @@ inline bool IsBlankLike(char byte) { return ClassOf(byte) & kBlankLike; }
 // Letters, digits and `_`; a `-` also belongs to a name when one of these follows it.
 inline bool IsNameByte(char byte) { return ClassOf(byte) & (kNameStart | kDigit); }
 
+// The place behind a name of which some bytes have been seen already, byte by byte.
 const char* ScanNameBytewise(const char* at, const char* end) noexcept;
 
 // The place behind the name that begins at `at`, or `at` when none does.

@@ -15,6 +15,8 @@ std::uint64_t Load(const char* bytes, std::size_t count) noexcept {
   return word;
 }
 
+// Multiplying carries every bit upwards; the shift brings the upper half down again, since tables
+// take their places from the low bits.
 std::uint64_t Mix(std::uint64_t a, std::uint64_t b) noexcept {
   a = (a ^ b) * 0x9E3779B97F4A7C15u;
   return a ^ (a >> 32);
@@ -100,6 +102,7 @@ Scope::Place Scope::PlaceFor(std::string_view name) {
   if (layout_) {
     const std::uint32_t slot = layout_->Find(name);
     if (slot != Layout::kAbsent) {
+      // Declared `global`: it is kept in the outermost scope, which is this one at the top level.
       if (layout_->IsGlobal(slot) && enclosing_) return {Outermost().PlaceFor(name).value, false};
       return {&slots_[slot], true};
     }
@@ -111,8 +114,9 @@ Scope::Place Scope::PlaceFor(std::string_view name) {
 
 namespace {
 
-// Where a name was kept last. Holding the string keeps its buffer, so that the buffer's address
-// stands for the name.
+// Where the value of a name was kept last. The entry shares the name's string, so that no other
+// string can come to lie at its address: the same address means the same name. The generation is
+// that of the scope then; any other one means that the place may be gone.
 struct RecentPlace {
   SV::String name;
   std::uint64_t generation = 0;

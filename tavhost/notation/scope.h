@@ -16,6 +16,7 @@
 // place (a slot) in the memory of a running script; all other names live in a map.
 namespace kel {
 
+// For tables of names, which are short: faster than the standard library's hash for these.
 std::uint64_t HashName(std::string_view name) noexcept;
 
 struct NameHash {
@@ -58,6 +59,11 @@ class Layout {
   std::vector<std::uint32_t> table_;  // open addressing; slot + 1, 0 when free
 };
 
+// The variables of one level of a running script: the global ones, those of a function call, or
+// those of an executed text. Reading looks outwards through the enclosing scopes; setting stays in
+// this one, except for names declared `global`. While compiled script runs in the scope, its
+// variables lie in slots, which are the registers of that code: the code reads them by number,
+// results of commands arrive by name, and both mean the same place.
 class Scope {
  public:
   explicit Scope(Scope* enclosing = nullptr) noexcept : enclosing_(enclosing) {}
@@ -78,7 +84,8 @@ class Scope {
   // Only in this scope; null when it has none.
   const Value* ReadOwn(std::string_view name) const noexcept;
   void Set(std::string_view name, Value value) { *PlaceFor(name).value = std::move(value); }
-  // The same; names that come over and over in the same strings are found faster.
+  // The same, for names that come over and over in the same strings, as the result variables of
+  // commands do: their places are remembered.
   void SetRepeated(const SV::String& name, Value&& value);
   // The place of a name's value in this scope; null when it has none.
   Value* Find(std::string_view name) noexcept { return const_cast<Value*>(ReadOwn(name)); }
@@ -106,10 +113,11 @@ class Scope {
       generation_ = ++lastGeneration;
     }
   }
-  // Takes the values out of the slots again.
+  // Takes the values out of the slots again and keeps them by their names.
   void Detach();
   bool IsAttached() const noexcept { return layout_ != nullptr; }
 
+  // Every variable of this scope that has a value; those without a slot in no order.
   void ForEach(const std::function<void(std::string_view, const Value&)>& visit) const;
 
   // Changes whenever pointers that Read gave may have gone stale; no two scopes share one.
@@ -140,7 +148,8 @@ class Scope {
   static inline std::uint64_t lastGeneration = 0;
 };
 
-// A TavKelValueSet that can be led over scopes that somebody else owns.
+// A TavKelValueSet that can stand for any scope, which somebody else owns. Commands get their
+// results' set from here, so that none has to be made for each command.
 class BorrowedSet {
  public:
   BorrowedSet() : own_(&Scope::Of(set_)) {}
@@ -149,6 +158,7 @@ class BorrowedSet {
   ~BorrowedSet() { Scope::Lead(set_, *own_); }
 
   Scope& Current() noexcept { return Scope::Of(set_); }
+  // The set, which from now on stands for `scope`.
   TavKelValueSet* Over(Scope& scope) noexcept {
     Scope::Lead(set_, scope);
     return &set_;

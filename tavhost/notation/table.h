@@ -13,7 +13,7 @@
 namespace kel {
 
 // A growing array of plain data, also used as a stack. Throws std::bad_alloc when there is no
-// memory. References into it end when it grows.
+// memory. When it grows, its items move: references into it are then no good any more.
 template <typename T>
 class Table {
   static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 8);
@@ -40,6 +40,7 @@ class Table {
       Reserve(std::max<std::size_t>(Count() * 2, 16));
     return *end_++;
   }
+  // Drops all items from number `count` on; their room stays.
   void Cut(std::size_t count) noexcept { end_ = begin_ + count; }
 
   void Reserve(std::size_t capacity) {

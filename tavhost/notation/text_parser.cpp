@@ -28,7 +28,8 @@ Operand TextOperand(TavKelValueType kind, Storage storage, const char* text, con
   return operand;
 }
 
-// A bit that stands for a name: names with different bits differ.
+// One bit of 64 for each name. Names with different bits differ for certain; only those that share
+// a bit have to be compared.
 std::uint64_t MarkOf(std::string_view name) {
   if (name.empty()) return 1;
   const auto first = static_cast<unsigned char>(name.front());
@@ -299,7 +300,9 @@ bool TextParser::FinishElement() {
   return true;
 }
 
-// Makes room for the rest of the text, judging by what has been read of it.
+// Makes room for all elements of the text at once, judging by what has been read of it: in a long
+// text, growing step by step would copy them over and over and need the old and the new memory side
+// by side each time.
 void TextParser::Foresee() {
   constexpr std::size_t kTellsEnough = 1000;  // elements
   constexpr double kMostAtOnce = 8;           // times what there is: the rest may be different

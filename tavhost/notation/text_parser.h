@@ -44,19 +44,22 @@ class TextParser {
   // The place behind a plain value, which is put into `slot`. Null when a container was opened
   // instead, whose value is to go to `target`, or after an error: `step_` then tells which.
   const char* ReadValue(const char* at, Operand& slot, Target target);
-  const char* ReadString(const char* at, Operand& slot);
+  const char* ReadString(const char* at, Operand& slot);  // null after an error
   bool BeginElement(const char* at, const char* nameEnd);
   bool FinishElement();
   const char* ReadMain(const char* at);
   const char* ReadField(const char* at, const Operand& key, bool isKey);
   Step EndBody(const char* at);
+  // A container begins at `at`; its value is to go to `target` of what is being read now.
   void Open(const char* at, Kind kind, Target target);
   void CloseBody();
   bool CloseParentheses();
+  // Puts the value of a container where Open was told.
   void Deliver(const Operand& value, Target target);
 
   // The names from `base` on, on the stack of attributes, differ from each other.
   bool NamesDiffer(std::size_t base, const char* what);
+  // One whose name stands before it already; null when there is none.
   const Attribute* FindRepeated(std::size_t base);
   const Attribute* FindRepeatedOfMany(const Attribute* first, std::size_t count);
   void Foresee();
@@ -73,7 +76,7 @@ class TextParser {
   // Each takes note of the error and returns null.
   const char* Fail(const char* at, std::string message);
   const char* FailExpected(const char* at, const char* expected);
-  std::string Found(const char* at) const;
+  std::string Found(const char* at) const;  // what stands at the place, for error texts
   bool HasByteOrderMark() const;
 
   Document& document_;
@@ -87,10 +90,10 @@ class TextParser {
   std::size_t elementAttributes_ = 0;  // where its attributes begin on their stack
 
   Table<Frame> frames_;
-  Table<Attribute> attributes_;  // of open elements and records
-  Table<Operand> items_;         // of open lists
-  Table<Element> elements_;      // of open bodies
-  Table<std::uint32_t> nameSlots_;
+  Table<Attribute> attributes_;     // of open elements and records
+  Table<Operand> items_;            // of open lists
+  Table<Element> elements_;         // of open bodies
+  Table<std::uint32_t> nameSlots_;  // of FindRepeatedOfMany, kept for the next time
 };
 
 }  // namespace kel

@@ -7,8 +7,9 @@ namespace kel {
 
 namespace {
 
-// Containers whose last sharer went. They are taken apart one after the other by the outermost
-// release, so that the depth of a value costs no stack.
+// A list or record whose last sharer went. Destroying it releases what it holds, which can be the
+// last sharer of further ones; instead of recursing, these wait on a stack until the outermost
+// release comes to them. One of the two pointers is null.
 struct Doomed {
   ListData* list;
   RecordData* record;
@@ -44,7 +45,7 @@ class DoomedStack {
   std::vector<Doomed> more_;
 };
 
-thread_local DoomedStack* doomedStack = nullptr;
+thread_local DoomedStack* doomedStack = nullptr;  // while a release is going on
 
 void TakeApart(Doomed first) {
   if (doomedStack) {

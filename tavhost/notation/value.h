@@ -97,11 +97,13 @@ class Value {
   bool IsNone() const noexcept { return kind_ == kNone; }
   bool IsText() const noexcept { return kind_ == TavKelString || kind_ == TavKelWord; }
 
+  // Each of the following is only for a value of its kind; nothing checks that here.
   std::int32_t Integer() const noexcept { return bits_.integer; }
   double Real() const noexcept { return bits_.real; }
   // Of a string or a word.
   const SV::String& Text() const noexcept { return bits_.text; }
   SV::String& MutableText() noexcept { return bits_.text; }
+  // The Mutable... ones make sure first that nobody else shares the list or record.
   const ListData& AsList() const noexcept { return *bits_.list; }
   ListData& MutableList();
   const RecordData& AsRecord() const noexcept { return *bits_.record; }
@@ -129,7 +131,7 @@ class Value {
     BodyData* body;
   };
 
-  // Integers, reals and none need no counting.
+  // Integers (2), reals (3) and none need no counting; one mask tests for the first two.
   bool IsShared() const noexcept { return kind_ != kNone && (kind_ & ~1u) != TavKelInteger; }
   void Share(const Value& other) noexcept;
   void Release() noexcept;
@@ -151,7 +153,7 @@ struct Field {
 };
 
 // Fields in the order in which they were first set; names are unique. Fields may be added to the
-// end of `fields` at will; none is taken out or renamed.
+// end of `fields` at will; none is ever taken out or renamed.
 struct RecordData {
   std::uint32_t sharers = 1;
   std::vector<Field> fields;

@@ -190,7 +190,9 @@ void XmlWriter::PutValueAndQuote(std::string_view modifierText, const Operand& v
   *at_++ = '"';
 }
 
-// A name that stands in the document's text; there is room for it and a block more.
+// Writes a name that stands in the document's text. The caller has made room for it and a block
+// more, since a whole block is copied where the text has one: its surplus bytes are overwritten by
+// what follows.
 void XmlWriter::PutNameOfText(std::string_view name) {
   if (name.size() <= ByteBlock::kWidth &&
       textEnd_ - name.data() >= static_cast<std::ptrdiff_t>(ByteBlock::kWidth)) {
@@ -216,6 +218,7 @@ void XmlWriter::Plain(const Operand& value, std::string_view modifierText, bool 
       at_ = WriteReal(value.real, at_);
       break;
     default:
+      // The unescaped text is a string of its own; reading may go up to its end instead.
       if (value.storage == Storage::kEscaped) {
         const SV::String plain = TextOf(value);
         const char* const documentEnd = textEnd_;
@@ -229,6 +232,7 @@ void XmlWriter::Plain(const Operand& value, std::string_view modifierText, bool 
   }
 }
 
+// Copies a whole block at a time and keeps of it what stands before the first special character.
 void XmlWriter::Escaped(std::string_view text, bool inAttribute) {
   const char* at = text.data();
   const char* const end = at + text.size();
@@ -249,7 +253,7 @@ void XmlWriter::Escaped(std::string_view text, bool inAttribute) {
   }
 }
 
-// Writes one character, there is room for it; returns the place behind it.
+// Writes one character, for which the caller has made room; returns the place behind it.
 const char* XmlWriter::Special(const char* at, const char* end, bool inAttribute) {
   const Utf8Character character = CharacterAt(at, end);
   switch (character.code) {

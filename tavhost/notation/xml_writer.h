@@ -34,6 +34,7 @@ class XmlWriter {
     std::uint32_t tagLength;
   };
 
+  // Writes until nothing is open any more.
   void Finish();
   void BeginElement(const Element& element);
   void WriteChild(const Element& element, std::uint32_t index);
@@ -46,6 +47,7 @@ class XmlWriter {
   void PutAttribute(std::string_view name, const Operand& value);
   void PutValueAndQuote(std::string_view modifierText, const Operand& value);
   void PutNameOfText(std::string_view name);
+  // A value that is no list, record or body. `modifierText` stands for a bare modifier.
   void Plain(const Operand& value, std::string_view modifierText, bool inAttribute);
   void Escaped(std::string_view text, bool inAttribute);
   const char* Special(const char* at, const char* end, bool inAttribute);

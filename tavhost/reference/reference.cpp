@@ -46,7 +46,7 @@ const Result* Command::FindResult(std::string_view word) const {
 
 const Catalogue& Catalogue::Get() {
   static const Catalogue catalogue = [] {
-    std::vector<std::string> problems;  // none: the tests read the same bytes
+    std::vector<std::string> problems;  // none, or a test of the same bytes had failed
     return Read(EmbeddedSources(), problems);
   }();
   return catalogue;

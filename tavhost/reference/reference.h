@@ -22,6 +22,7 @@ enum class Check { kNone, kOptional, kRequired };
 TAV_HOST_API std::string_view NameOf(Type type);
 TAV_HOST_API std::string_view NameOf(Check check);
 
+// One value that has a meaning of its own.
 struct ValueMeaning {
   std::string value;
   std::string text;
@@ -29,7 +30,7 @@ struct ValueMeaning {
 
 struct Command;
 
-using Literal = std::variant<std::string, std::int32_t, double>;
+using Literal = std::variant<std::string, std::int32_t, double>;  // a default value
 
 // A parameter, or the main value, whose name is empty.
 struct Parameter {
@@ -62,6 +63,7 @@ struct Choice {
   std::string text;
 };
 
+// A result variable.
 struct Result {
   std::string name;
   Type type = Type::kString;
@@ -72,6 +74,7 @@ struct Result {
   std::string text;
 };
 
+// A script that shows the command, and what it needs to run.
 struct Example {
   std::string script;
   std::optional<std::string> output;
@@ -113,6 +116,7 @@ struct Source {
   std::string_view text;
 };
 
+// All commands. Those of this program are read once; tests read catalogues of their own.
 class Catalogue {
  public:
   // The reference of this program.
@@ -134,7 +138,8 @@ class Catalogue {
   std::vector<Family> families_;
 };
 
-// The embedded files, in the order in which families are listed.
+// The files that are part of the program, in the order in which families are listed; their bytes
+// are generated when the program is built.
 TAV_HOST_API std::span<const Source> EmbeddedSources();
 
 }  // namespace reference

@@ -13,8 +13,10 @@ namespace script {
 
 namespace {
 
-// Gives a command's operands back to a run of it that is not over yet: a command can lead, by way
-// of an executed text, to itself.
+// A command's operands lie in its compiled form, in one place for all its runs. A command that
+// executes a text can come to run again while its first run has not returned; the inner run then
+// fills the same places anew. This keeps what the outer run had put there and puts it back at the
+// inner run's end. The outermost run has nothing to keep.
 class OperandGuard {
  public:
   explicit OperandGuard(Command& command) : command_(command) {
@@ -41,7 +43,8 @@ class OperandGuard {
   std::vector<kel::Operand> kept_;
 };
 
-// Leads a set over a scope for as long as it lives.
+// While it lives, the set for results stands for `scope`; afterwards again for the scope before,
+// whose command may still be running.
 class ScopeRedirect {
  public:
   ScopeRedirect(kel::BorrowedSet& borrowed, kel::Scope& scope)
@@ -72,7 +75,7 @@ ScriptError CommandError(const Command& command, std::string message) {
 
 }  // namespace
 
-// Inline wherever it is used: see ScriptPort::Handle.
+// Always inline, for the reason that ScriptPort::Handle gives.
 [[gnu::always_inline]] inline void Engine::Send(Frame& frame, const Command& command,
                                                 TavScriptResult& result) {
   kel::BorrowedParser parser(&command.element);
@@ -128,7 +131,8 @@ void Engine::RunCommand(Frame& frame, Command& command) {
   } catch (const std::exception& error) {
     throw CommandError(command, error.what());
   }
-  // Let go of what was lent, so that it can be changed in its place.
+  // Temporary registers still share the texts that the command was given. Without them a variable
+  // that holds such a text alone can grow it in its place.
   const std::uint32_t variables = frame.function->layout.Count();
   for (const Command::Patch& patch : command.patches) {
     if (patch.reg >= variables) frame.registers[patch.reg] = kel::Value();
@@ -136,6 +140,7 @@ void Engine::RunCommand(Frame& frame, Command& command) {
   PollAroundCommand();
 }
 
+// For `-> name`: the results become the fields of a record.
 void Engine::SendForRecord(Frame& frame, const Command& command) {
   TavKelValue record(TavKelRecord);
   TavScriptResult result(&record);

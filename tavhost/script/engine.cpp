@@ -19,7 +19,8 @@ namespace {
 
 // Loop rounds between two looks at the clock: well below a millisecond of plain work.
 constexpr std::int64_t kBudget = 4096;
-// Events are let through this often; with the clock's steps it stays below 20 ms.
+// Milliseconds between two times that events are let through; with the steps of the coarse clock it
+// stays below 20.
 constexpr std::uint32_t kEventsEvery = 8;
 
 constexpr char kFinishedCommand[] = "INTERNAL_TAVSCRIPT_FINISHED";
@@ -33,12 +34,14 @@ void SendFinished() {
   try {
     ScriptPort::TavScript().Handle(kFinishedCommand, parser, unread);
   } catch (const std::exception&) {
-    // A stop that comes while what the script left behind is released changes nothing any more.
+    // A stop that comes now, while what the script left behind is being released, comes too late to
+    // change anything.
   }
 }
 
 kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
+// Fields that the script itself put into a thrown record stay as they are.
 void AddField(kel::Value& record, const char* name, kel::Value value) {
   const SV::String key(name);
   if (!record.AsRecord().Find(name)) record.MutableRecord().At(key) = std::move(value);
@@ -77,7 +80,7 @@ bool Engine::Begin(const RunOptions& options) {
 
 void Engine::End() {
   if (!running_) return;
-  stop::Clear();  // so that what follows is not stopped halfway
+  stop::Clear();  // else the release of what the script left behind would be stopped half-way
   SendFinished();
   running_ = false;
   functions_.clear();
@@ -215,6 +218,8 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
   }
 }
 
+// The place in the text that the error is about, from the instruction that failed: `next` stands
+// behind that one.
 std::uint32_t Engine::OffsetOf(const Frame& frame, const ScriptError& error) const {
   if (error.offset != ScriptError::kHere) return error.offset;
   const auto index = static_cast<std::size_t>(frame.next - frame.function->code.data()) - 1;
@@ -240,7 +245,8 @@ kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) con
   return record;
 }
 
-// Finds the innermost `catch` around the error and makes the run go on there.
+// Finds the innermost `catch` around the error, in the frame where it arose or one of its callers,
+// and makes the run go on there. False when there is none.
 bool Engine::Catch(const ScriptError& error, std::uint32_t base) {
   const Frame& origin = frames_[depth_ - 1];
   for (std::uint32_t level = depth_; level > base; --level) {

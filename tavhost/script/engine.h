@@ -18,8 +18,8 @@ namespace script {
 
 class ScriptPort;
 
-// Runs compiled texts. There is one: the outermost script and the texts that it executes share
-// its limits, its stop request and its output.
+// Runs compiled texts. There is one engine: the outermost script and the texts that it executes
+// share its limits, its stop request and its output. On the user-interface thread only.
 class Engine {
  public:
   // Calls inside one another, texts run by EXECUTE included. Deep enough for what a person
@@ -31,10 +31,14 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  // Runs a text's top level in a scope.
+  // Runs a text's top level in a scope, and returns when it has ended, in whatever way: nothing
+  // that the script throws leaves it. May be called inside a run, by a command that executes a
+  // text.
   Outcome Run(const std::shared_ptr<Program>& program, kel::Scope& scope);
 
-  // The outermost script: from Begin to End. False when one runs already.
+  // An outermost script lasts from Begin to End. Begin empties the global variables and returns
+  // false when a script runs already; End sends INTERNAL_TAVSCRIPT_FINISHED, so that the commands
+  // release what the script left behind, and takes a stop request back.
   bool Begin(const RunOptions& options);
   void End();
   bool IsRunning() const { return running_; }
@@ -44,50 +48,58 @@ class Engine {
   // The variables of the function that runs; nothing at the top level.
   void ForEachLocal(const std::function<void(std::string_view, const kel::Value&)>& visit) const;
 
+  // Where `print` writes, and where the error that ends an executed text is told.
   void Print(std::string_view text);
   void ReportError(std::string_view text);
   // The next line of standard input without its end; false when there is no more.
   bool ReadLine(std::string& line);
 
-  // Takes note of work that is not seen in loops, in units of about a loop's round.
+  // Takes note of work that no loop's end or call makes visible, such as copying a long text, so
+  // that clock and stop request are looked at in time. A unit is about one round of a small loop.
   void Charge(std::size_t work) noexcept { budget_ -= static_cast<std::int64_t>(work); }
   void PollIfDue() {
     if (budget_ <= 0) Poll();
   }
 
  private:
+  // A call that is going on, or a text's top level.
   struct Frame {
     const Program* program = nullptr;
     const Function* function = nullptr;
     kel::Value* registers = nullptr;
-    const Instruction* next = nullptr;
-    kel::Scope* scope = nullptr;
-    std::uint32_t result = 0;  // the caller's register for what is returned
-    kel::Scope own;            // of a function call
+    const Instruction* next = nullptr;  // behind the instruction that runs, once that is saved
+    kel::Scope* scope = nullptr;        // `own`, or for a top level the scope that it was given
+    std::uint32_t result = 0;           // the caller's register for what is returned
+    kel::Scope own;                     // of a function call
   };
+  // Holds the program, so that a function outlives the text that brought it.
   struct PublishedFunction {
     std::shared_ptr<Program> program;
     const Function* function;
   };
+  // Thrown by `exit`: ends the text, through all its calls.
   struct ExitRequest {
     long code;
   };
 
   Engine();
 
-  // engine.cpp
+  // engine.cpp. Poll is for when the budget is used up; the other looks at the stop request in any
+  // case, and lets events through when it is time.
   void Poll();
   void PollAroundCommand();
   void Step(std::uint32_t line);
   void PopFrame() noexcept;
   void PushCall(const Program* program, const Function* callee, kel::Value* arguments,
                 std::uint32_t count, std::uint32_t result);
+  // Errors of frames from `base` on: goes on at the innermost `catch`, or ends the run.
   bool Catch(const ScriptError& error, std::uint32_t base);
   std::uint32_t OffsetOf(const Frame& frame, const ScriptError& error) const;
   Outcome Uncaught(const ScriptError& error, std::uint32_t base);
   kel::Value ErrorRecord(const Frame& frame, const ScriptError& error) const;
 
-  // interpreter.cpp
+  // interpreter.cpp. Reading a register without a value looks outside (ReadOuter), which fails when
+  // there is none either.
   void Interpret(std::uint32_t base);
   void Return(std::uint32_t base, kel::Value&& value);
   const kel::Value& ReadOuter(const Frame& frame, std::uint32_t reg, Part part);
@@ -97,6 +109,7 @@ class Engine {
       return value;
     return ReadOuter(frame, reg, part);
   }
+  // instructions.cpp
   void Store(Frame& frame, std::uint32_t slot, kel::Value value);
   kel::Value& Changeable(Frame& frame, std::uint32_t slot);
   void AddTo(Frame& frame, std::uint32_t slot, const kel::Value* added, std::uint32_t count);
@@ -112,25 +125,26 @@ class Engine {
   [[noreturn]] void Throw(Frame& frame, Instruction i);
   [[noreturn]] void Exit(Frame& frame, Instruction i);
 
-  // command_call.cpp
+  // command_call.cpp. Results go into variables, or into a record for `-> name`.
   void RunCommand(Frame& frame, Command& command);
   inline void Send(Frame& frame, const Command& command, TavScriptResult& result);
   void SendForRecord(Frame& frame, const Command& command);
 
-  std::unique_ptr<Frame[]> frames_;
-  std::uint32_t depth_ = 0;  // frames in use
+  std::unique_ptr<Frame[]> frames_;  // kMaxDepth + 1; none ever moves
+  std::uint32_t depth_ = 0;          // frames in use
   RegisterStack registers_;
-  std::int64_t budget_ = 0;  // rounds left until the next look at clock and stop request
-  std::uint32_t lastEvents_ = 0;
+  std::int64_t budget_ = 0;       // rounds left until the next look at clock and stop request
+  std::uint32_t lastEvents_ = 0;  // when events were let through last, by the coarse clock
   bool running_ = false;
   Sinks sinks_;
-  std::function<void(const StepPlace&)> step_;
-  std::unordered_map<std::string, PublishedFunction> functions_;
-  kel::BorrowedSet resultSet_;
+  std::function<void(const StepPlace&)> step_;                    // of RunOptions
+  std::unordered_map<std::string, PublishedFunction> functions_;  // of all texts run so far
+  kel::BorrowedSet resultSet_;                                    // of the command that runs
   ScriptPort& scriptPort_;
 };
 
-// Starts over: only what the whole process runs in.
+// The global variables, one set for the whole process; Engine::Begin empties it for each outermost
+// script. Made at its first use.
 TavKelValueSet& GlobalVariables();
 
 }  // namespace script

@@ -25,7 +25,8 @@
 #define NEXT break
 #endif
 
-// Before everything that can fail or look at the frame.
+// Has to come before everything that can throw, poll or look at the frame: an error's place, and
+// where a run goes on, are told by the frame's `next`.
 #define SAVE frame->next = pc
 #define RA registers[AOf(i)]
 #define RB registers[BOf(i)]
@@ -54,6 +55,8 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
 
 }  // namespace
 
+// `integer` adds, subtracts or multiplies and tells whether the result did not fit; results that do
+// not fit, and reals that are not finite, are errors, which Arithmetic words.
 #define ARITHMETIC(code, op, integer, real)                                             \
   CASE(code) {                                                                          \
     const Value& left = RB;                                                             \
@@ -93,6 +96,8 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
     NEXT;                                                                          \
   }
 
+// Integers and reals are compared here, all else by Compare. `slowRight` stands for its two
+// operands; COMMA keeps the macro from taking them for two arguments.
 #define HOLDS(op, compare, leftPart, right, slowRight)                       \
   (AreIntegers(leftPart, right) ? leftPart.Integer() compare right.Integer() \
    : AreReals(leftPart, right)  ? leftPart.Real() compare right.Real()       \
@@ -149,6 +154,8 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
   }
 #define COMMA ,
 
+// The value is taken out first: it may lie in the frame that goes. The frame below `base` belongs
+// to whoever called Run and gets nothing.
 void Engine::Return(std::uint32_t base, Value&& value) {
   const std::uint32_t target = frames_[depth_ - 1].result;
   Value result = std::move(value);
@@ -171,6 +178,7 @@ void Engine::Interpret(std::uint32_t base) {
   const Instruction* pc = nullptr;
   Instruction i = 0;
 
+// Takes the topmost frame's state into local variables, after a call or a return.
 #define ENTER                                     \
   do {                                            \
     frame = &frames_[depth_ - 1];                 \

@@ -117,8 +117,10 @@ bool Holds(Operator op, const T& left, const T& right) {
 
 bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The text that was last counted, since scripts go through a text position by position. Shares
-// the text's buffer, so that it cannot change unseen; short texts are counted anew.
+// What is known of the text whose code points were counted last. Scripts go through a text position
+// by position, and counting from its start each time would take time without end. It shares the
+// text's buffer, so that nobody can change that text in its place unseen. Short texts are simply
+// counted anew.
 struct LastText {
   SV::String text;
   std::int32_t codePoints = -1;
@@ -133,7 +135,8 @@ void Remember(const SV::String& text) {
   lastText = {text};
 }
 
-// Bytes that continue nothing, at the start of a text that is no UTF-8, count as one.
+// Bytes at the start of a text that continue no character (such a text is no UTF-8) count as one
+// code point together.
 std::int32_t CountCodePoints(std::string_view text) {
   const auto starts =
       std::count_if(text.begin(), text.end(), [](char byte) { return !IsContinuation(byte); });
@@ -149,6 +152,7 @@ bool ScalarsAreEqual(const Value& left, const Value& right) {
   return left.IsNone();
 }
 
+// The index as a position; negative ones count from the end.
 std::size_t ListPlace(const std::vector<Value>& items, std::int32_t index) {
   const auto count = static_cast<std::int64_t>(items.size());
   const std::int64_t place = index < 0 ? index + count : index;
@@ -227,6 +231,7 @@ Value Negated(const Value& value) {
   throw ScriptError(std::string("cannot negate ") + KindWord(value), Part::kLeft);
 }
 
+// Pairs that are still to be compared lie on a stack: the depth of a value costs no C++ stack.
 bool AreEqual(const Value& left, const Value& right) {
   std::vector<std::pair<const Value*, const Value*>> open{{&left, &right}};
   while (!open.empty()) {

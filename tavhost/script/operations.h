@@ -13,6 +13,7 @@ namespace script {
 // "an integer", "a list" and so on.
 const char* KindWord(const kel::Value& value);
 
+// What conditions take for true: numbers other than 0, texts, lists and records that are not empty.
 bool IsTrue(const kel::Value& value);
 
 kel::Value Arithmetic(Operator op, const kel::Value& left, const kel::Value& right);
@@ -33,12 +34,12 @@ kel::Value FieldOf(const kel::Value& whole, const SV::String& name);
 // The place of an element or field for writing; a record gets the field when it has none.
 kel::Value& PlaceIn(kel::Value& whole, const kel::Value& key);
 
-// The number of code points of a text, and where the n-th begins in bytes.
+// The number of code points of a text, and at which byte the one of that number, from 0, begins.
 std::int32_t CodePoints(const SV::String& text);
 std::size_t ByteOf(const SV::String& text, std::int32_t codePoint);
-// Texts of a code point each; the bytes of one that begins at `at`.
+// How many bytes the code point that begins at `at` takes.
 std::size_t CodePointLength(std::string_view text, std::size_t at);
-// Forgets what it remembers about the text it last worked on.
+// CodePoints and ByteOf remember the text that they last worked on; this lets go of it.
 void ForgetText();
 
 // An integer result; out of the 32-bit range is an error.

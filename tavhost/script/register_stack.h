@@ -12,6 +12,7 @@ namespace script {
 // without a value when they are not in use.
 class RegisterStack {
  public:
+  // `count` registers beside each other, all without a value.
   kel::Value* Take(std::uint32_t count) {
     if (left_ < count) NextBlock(count);
     kel::Value* taken = free_;
@@ -20,7 +21,7 @@ class RegisterStack {
     return taken;
   }
 
-  // What was taken last.
+  // Only what was taken last and not given back yet.
   void GiveBack(kel::Value* taken, std::uint32_t count) noexcept {
     for (std::uint32_t i = 0; i < count; ++i) {
       if (!taken[i].IsNone()) taken[i] = kel::Value();
@@ -44,7 +45,8 @@ class RegisterStack {
     if (!blocks_.empty()) blocks_[current_].left = left_;
     const std::uint32_t least = blocks_.empty() ? kFirstBlock : kBlock;
     const std::uint32_t next = blocks_.empty() ? 0 : current_ + 1;
-    // A block that was left is used again: calls may go to and fro over its border.
+    // The block that follows is used again when there is one: a loop may call and return over the
+    // border of two blocks time and again.
     if (next == blocks_.size() || blocks_[next].count < count) {
       const std::uint32_t size = count > least ? count : least;
       blocks_.resize(next);

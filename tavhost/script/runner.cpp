@@ -73,22 +73,4 @@ Outcome Session::Run(const SV::String& text) {
 
 bool IsScriptRunning() { return Engine::Current().IsRunning(); }
 
-std::vector<Diagnostic> Check(const SV::String& text, const std::string& name) {
-  Outcome outcome;
-  const auto program = TryCompile(text, name, outcome);
-  if (!program) return {outcome.error};
-  std::vector<Diagnostic> mistakes;
-  for (const auto& function : program->functions) {
-    for (std::size_t i = 0; i < function->code.size(); ++i) {
-      if (CodeOf(function->code[i]) != Code::kCallNamed) continue;
-      const std::uint32_t offset = function->places[i].at;
-      const kel::Value& called =
-          program->constants[static_cast<std::size_t>(COf(function->code[i - 1]))];
-      mistakes.push_back(program->source.Describe(
-          offset, UnknownFunctionText(std::string(called.Text().View()), *program, {})));
-    }
-  }
-  return mistakes;
-}
-
 }  // namespace script

@@ -56,7 +56,8 @@ struct Outcome {
 // but report so as an error.
 Outcome RunText(const SV::String& text, const RunOptions& options);
 
-// Several texts one after the other as one outermost script: variables and functions stay.
+// Several texts one after the other as one outermost script, as a prompt has them: variables and
+// functions stay from one text to the next.
 class Session {
  public:
   explicit Session(RunOptions options);
@@ -73,8 +74,5 @@ class Session {
 };
 
 bool IsScriptRunning();
-
-// The mistakes that show without running. Empty when there are none.
-std::vector<Diagnostic> Check(const SV::String& text, const std::string& name);
 
 }  // namespace script

@@ -52,7 +52,8 @@ void TavScript::Execute(TavScriptExitType& exitType, long& code, TavScriptRuntim
   script::Engine& engine = script::Engine::Current();
   const bool isOutermost = !nested && engine.Begin({});
   kel::Scope& given = kel::Scope::Of(vars ? *vars : *GlobalVars());
-  // A scope that runs already keeps its variables where they are; this text runs inside it.
+  // The variables of a scope in which a text runs already lie in that text's registers; they stay
+  // there, and this text gets a scope of its own inside.
   kel::Scope inner(&given);
   const script::Outcome outcome = engine.Run(program_->program, given.IsAttached() ? inner : given);
   exitType = outcome.exitType;

@@ -8,7 +8,8 @@
 
 namespace script {
 
-// Which part of the instruction an error is about.
+// Which part of the failed instruction an error is about, and is shown at: all of it, or one of its
+// operands.
 enum class Part : std::uint8_t { kWhole, kLeft, kRight };
 
 // An error of a running script, which `catch` can catch.
@@ -20,9 +21,9 @@ struct ScriptError {
 
   std::string message;
   Part part;
-  std::uint32_t offset = kHere;  // in the text, instead of the instruction's place
-  std::string command;           // that reported it
-  kel::Value thrown;             // by `throw`
+  std::uint32_t offset = kHere;  // a place in the text; kHere: the one of the instruction's `part`
+  std::string command;           // the command that reported the error; empty for others
+  kel::Value thrown;             // the value that `throw` was given
 };
 
 }  // namespace script

@@ -36,7 +36,8 @@ Value Length(Engine&, Value* arguments, std::uint32_t) {
   FailArgument("len", 1, "a string, a list or a record", x);
 }
 
-// From `from` up to but without `to`; both may count from the end and lie outside.
+// From `from` up to but without `to`. Negative places count from the end; what lies outside the
+// text or list counts as its nearer end.
 Value Slice(Engine& engine, Value* arguments, std::uint32_t count) {
   const Value& x = arguments[0];
   if (!x.IsText() && x.Kind() != TavKelList) FailArgument("slice", 1, "a string or a list", x);
@@ -109,7 +110,8 @@ Value Range(Engine& engine, Value* arguments, std::uint32_t count) {
   return list;
 }
 
-// Unused: what `push` does is an instruction of its own, since it changes a variable.
+// Never called, the table only needs an entry: `push` changes a variable, which a function cannot,
+// and is therefore an instruction.
 Value Push(Engine&, Value*, std::uint32_t) { return Value(std::int32_t{0}); }
 
 Value Absolute(Engine&, Value* arguments, std::uint32_t) {
@@ -132,7 +134,8 @@ Value Extreme(const char* name, Operator better, Value* arguments, std::uint32_t
   for (const Value* other = values + 1; other < values + length; ++other) {
     if (Compare(better, *other, *best)) best = other;
   }
-  if (length == 1) Compare(better, *best, *best);  // so that one value is judged as two are
+  // A value without an order is an error even when there is nothing to compare it with.
+  if (length == 1) Compare(better, *best, *best);
   return *best;
 }
 
@@ -146,6 +149,7 @@ Value Maximum(Engine&, Value* arguments, std::uint32_t count) {
 Value Rounded(const char* name, Value* arguments, double (*round)(double)) {
   if (arguments[0].Kind() == TavKelInteger) return arguments[0];
   const double rounded = round(NumberArgument(name, arguments, 0));
+  // Far outside, where not even 64 bits may hold it: any number out of range gives the same error.
   if (std::fabs(rounded) > 1e15) return IntegerValue(std::numeric_limits<std::int64_t>::max());
   return IntegerValue(static_cast<std::int64_t>(rounded));
 }

@@ -16,8 +16,10 @@ using kel::Value;
 
 namespace {
 
-constexpr std::uint32_t kMaxWidth = 10'000;
+constexpr std::uint32_t kMaxWidth = 10'000;  // of fields and decimals: a slip, not a wish, beyond
 
+// What stands between two braces. Without a side, numbers stand at the right and all else at the
+// left; a negative precision means that none was given.
 struct Field {
   std::uint32_t argument = 0;  // counts from 0
   char side = '\0';
@@ -37,7 +39,8 @@ bool ReadNumber(std::string_view& text, std::uint32_t& number) {
   return true;
 }
 
-// `text` stands between the braces.
+// `text` stands between the braces; `next` is the argument of fields without a number, which each
+// of them moves on.
 Field ParseField(const std::string_view text, std::uint32_t& next) {
   Field field;
   std::string_view rest = text;
@@ -65,6 +68,7 @@ Field ParseField(const std::string_view text, std::uint32_t& next) {
 }
 
 std::string Fixed(double number, int precision) {
+  // The largest real has 309 digits before the point; sign and point come on top.
   std::string digits(static_cast<std::size_t>(precision) + 330, '\0');
   const auto [end, code] = std::to_chars(digits.data(), digits.data() + digits.size(), number,
                                          std::chars_format::fixed, precision);

@@ -25,7 +25,7 @@ struct OpenBody {
   Value* place;
 };
 
-// Scalars inside lists and records may be words too.
+// The value with every word in it, however deep in lists and records, as a string.
 Value WithoutWords(Value value) {
   std::vector<Value*> open{&value};
   while (!open.empty()) {

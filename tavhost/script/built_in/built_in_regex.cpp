@@ -1,5 +1,5 @@
-// Patterns become automata of at most so many states; what the library does in depth is bounded by
-// it, and with it the stack.
+// The most states of the automaton that a pattern becomes. The library recurses over them, so that
+// this bounds the stack that it takes. Has to stand before the library's header.
 #define _GLIBCXX_REGEX_STATE_LIMIT 5000
 
 #include <algorithm>
@@ -40,7 +40,8 @@ struct WideText {
   std::vector<std::uint32_t> offsets;  // one more than units
 };
 
-// 0 when no character begins there.
+// How many bytes the character at the start of the text takes, and its code; 0 when what stands
+// there is not well-formed UTF-8.
 std::size_t ReadCharacter(std::string_view text, char32_t& code) {
   const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned char first = byte(0);
@@ -108,6 +109,7 @@ struct Pattern {
   wchar_t first = 0;  // what every match begins with; 0 when that is not known
 };
 
+// Counts escaped parentheses too: all it has to do is to keep the library's recursion in bounds.
 bool IsTooDeep(std::string_view pattern) {
   std::size_t depth = 0;
   for (const char c : pattern) {
@@ -117,6 +119,8 @@ bool IsTooDeep(std::string_view pattern) {
   return false;
 }
 
+// The character that every match begins with, so that a search can skip to its next occurrence; 0
+// when the pattern does not begin with a plain character that has to be there.
 wchar_t FirstOf(const std::wstring& pattern) {
   if (pattern.empty() || pattern.find(L'|') != std::wstring::npos) return 0;
   if (std::wstring_view(L"\\^$.[]()*+?{}").find(pattern[0]) != std::wstring_view::npos) return 0;
@@ -125,6 +129,8 @@ wchar_t FirstOf(const std::wstring& pattern) {
   return isOptional ? L'\0' : pattern[0];
 }
 
+// The pattern, compiled when it is not among those used last. The reference is good until the next
+// call. `function` is named in errors.
 const Pattern& Compiled(const char* function, std::string_view text, bool ignoresCase) {
   static std::list<Pattern> kept;  // the last used one in front
   for (auto at = kept.begin(); at != kept.end(); ++at) {
@@ -176,7 +182,8 @@ class Search {
     }
   }
 
-  // Behind the last match; an empty one is followed by one further on.
+  // Finds the next match behind the last one, false when there is none. Behind an empty match the
+  // search goes on one character further, or it would find the same one again.
   bool Next() {
     const std::wstring& units = wide_.units;
     for (; next_ <= units.size(); ++next_) {
@@ -186,7 +193,8 @@ class Search {
       }
       auto flags = std::regex_constants::match_continuous;
       if (next_ > 0) flags |= std::regex_constants::match_prev_avail;
-      // Each try looks at the text from its place on: as long as a match could still come.
+      // A try at one place goes on as long as a match from there could still come, which is mostly
+      // short; the text that a match takes is charged for below.
       engine_.Charge(8);
       engine_.PollIfDue();
       const wchar_t* const begin = units.data();

@@ -17,10 +17,12 @@ const SV::String& TextArgument(const char* function, const kel::Value* arguments
                                std::uint32_t place);
 std::int32_t IntegerArgument(const char* function, const kel::Value* arguments,
                              std::uint32_t place);
+// An integer or a real.
 double NumberArgument(const char* function, const kel::Value* arguments, std::uint32_t place);
 
 inline kel::Value Truth(bool truth) { return kel::Value(std::int32_t{truth}); }
 
+// For work on so many bytes; 64 of them take about as long as one round of a small loop.
 inline void ChargeBytes(Engine& engine, std::size_t bytes) { engine.Charge(bytes / 64); }
 
 }  // namespace script

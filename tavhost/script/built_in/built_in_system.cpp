@@ -29,6 +29,7 @@ Value Environment(Engine&, Value* arguments, std::uint32_t count) {
   return all;
 }
 
+// At the input's end the argument, if there is one, stands for the line.
 Value ReadLine(Engine& engine, Value* arguments, std::uint32_t count) {
   std::string line;
   if (engine.ReadLine(line)) return TextValue(line);

@@ -52,6 +52,7 @@ std::string_view Trimmed(std::string_view text) {
 
 }  // namespace
 
+// Found by bytes, told in code points.
 Value Find(Engine& engine, Value* arguments, std::uint32_t) {
   const std::string_view text = TextArgument("find", arguments, 0).View();
   const std::size_t place = text.find(TextArgument("find", arguments, 1).View());

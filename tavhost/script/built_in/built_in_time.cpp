@@ -85,7 +85,10 @@ std::int64_t DayOfYear(const Civil& civil) {
   return DaysTo(civil.year, civil.month) - DaysTo(civil.year, 1) + civil.day;
 }
 
-// Where a clock shows a time twice, the first; where it skips one, as if it had not yet.
+// The instant at which the user's clock shows `local`, both in seconds since 1970. A time that the
+// clock shows twice, when it is put back, means the first of the two; one that it skips, when it is
+// put forward, is counted on from the time before, as if the clock had not been changed yet. Looks
+// at the offsets a day before and a day after, between which a clock is changed at most once.
 std::int64_t ToUtc(std::int64_t local) {
   const std::int32_t before = base::LocalOffsetAt(local - kDay);
   const std::int64_t first = local - before;
@@ -368,7 +371,7 @@ class TimeReader {
   }
 
   std::string_view rest_;
-  std::int64_t half_ = 0;
+  std::int64_t half_ = 0;  // hours to add in the afternoon: 12 once PM was read
 };
 
 Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }

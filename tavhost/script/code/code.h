@@ -17,24 +17,24 @@
 
 namespace script {
 
-// A command as the compiler leaves it: an element whose constants are parsed once. The operands
-// of dynamic values are filled in for each run.
+// A command as the compiler leaves it: an element whose constant parameters are ready to be read.
+// Those that are expressions have operands too, which are filled in before each run of the command.
 struct Command {
-  // Where a value goes, and the register it comes from.
+  // An operand that is filled in for a run, and the register that its value comes from.
   struct Patch {
     kel::Operand* operand;
     std::uint32_t reg;
     std::uint32_t offset;  // the value's place in the text
   };
-  // Where the result variables go.
+  // No register: result variables go into the running scope, the command to the script's port.
   static constexpr std::uint32_t kIntoScope = ~std::uint32_t{0};
 
   kel::Element element;
   std::string name;
   std::vector<Patch> patches;
   std::uint32_t record = kIntoScope;  // the register of `-> name`
-  std::uint32_t port = kIntoScope;    // the register of the port's name; the script's port without
-  bool running = false;               // its operands are in use
+  std::uint32_t port = kIntoScope;    // the register that holds the name of another port
+  bool running = false;               // a run of it is going on, its operands are in use
 };
 
 // Which code a `catch` guards.
@@ -64,7 +64,8 @@ struct Function {
   std::vector<CodePlace> places;  // one for each instruction
   std::vector<Handler> handlers;  // inner ones first
 
-  // Where a name without a value of its own was last found outside.
+  // Where a global variable that the function only reads was found the last time; good as long as
+  // the global scope still has the same generation.
   struct Outer {
     const kel::Value* value = nullptr;
     std::uint64_t generation = ~std::uint64_t{0};
@@ -86,14 +87,15 @@ class Program {
   std::unordered_map<std::string, std::uint32_t, kel::NameHash, std::equal_to<>> functionsByName;
   std::vector<std::unique_ptr<Command>> commands;
   base::Arena tables;  // of the commands
-  // Operands that are constants, until all constants stand where they stay.
+  // Operands that are constants, by number. They can point at their values only when the table of
+  // constants does not grow any more.
   std::vector<std::pair<kel::Operand*, std::uint32_t>> constantOperands;
 };
 
 // Parses and compiles a text. Throws SyntaxError.
 std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped = false);
 
-// What is wrong with calling a function that neither the program nor `known` has.
+// The error text for calling a function that neither the program nor `known` has.
 std::string UnknownFunctionText(const std::string& name, const Program& program,
                                 std::vector<std::string_view> known);
 

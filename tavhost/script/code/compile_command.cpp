@@ -63,7 +63,8 @@ void Compiler::FillOperand(kel::Operand& out, const CommandValue& value,
       out.length = static_cast<std::uint32_t>(value.text.size());
       out.text = value.text.data();
       if (MayRepeat()) {
-        // As a value it is made once and shared by all that read it.
+        // A string that is made once and shared by every run that reads it, instead of one made of
+        // the text's bytes each time. Not worth it for what runs only once.
         const auto constant = static_cast<std::uint32_t>(program_.constants.size());
         program_.constants.emplace_back(kel::TextOf(out), static_cast<TavKelValueType>(out.kind));
         program_.constantOperands.emplace_back(&out, constant);

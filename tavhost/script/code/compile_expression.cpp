@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::int32_t kMaxSignedB = 0x7FFF;
 
+// The instruction for an operator: instructions of one kind stand in the order of the operators.
 Code Shifted(Code first, Operator op, Operator firstOp) {
   return static_cast<Code>(static_cast<int>(first) + static_cast<int>(op) -
                            static_cast<int>(firstOp));
@@ -63,7 +64,8 @@ std::uint32_t Compiler::StableOperand(const Expr* expr, bool mayChange) {
   return target;
 }
 
-// The target may be a variable's register: it is written once, at the very end.
+// The target may be a variable's register, whose old value the expression may still read: it is
+// written once, by the last instruction.
 void Compiler::CompileInto(const Expr* expr, std::uint32_t target) {
   const std::uint32_t temporaries = temporaries_;
   switch (expr->kind) {
@@ -115,7 +117,7 @@ void Compiler::CompileChain(const Expr* expr, std::uint32_t target) {
   }
   std::uint32_t left = StableOperand(expr->first, laterCalls);
   std::uint32_t leftOffset = expr->first->offset;
-  // Where sums lie in between: not in a variable, whose old value may be needed further on.
+  // The temporary register for results in between: a variable's own may still be read further on.
   std::uint32_t between = kNoSlot;
   for (const Item* item = expr->items; item; item = item->next) {
     const std::uint32_t temporaries = temporaries_;
@@ -142,7 +144,8 @@ void Compiler::CompileChain(const Expr* expr, std::uint32_t target) {
   }
 }
 
-// The deciding operand is the value.
+// The value of `and` and `or` is that of the operand that decides: the first false one of `and`,
+// the first true one of `or`, else the last.
 void Compiler::CompileLogic(const Expr* expr, std::uint32_t target) {
   const bool isVariable = target < function_.layout.Count();
   const std::uint32_t value = isVariable ? NewTemporary() : target;

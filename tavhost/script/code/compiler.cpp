@@ -18,7 +18,7 @@ std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped
       Compiler(*program, *parsed.function).Compile(parsed.body);
     }
   } catch (SyntaxError& mistake) {
-    // The files go with the program; what they say has to be told now.
+    // The texts of included files go with the program; the mistake's line has to be copied now.
     if (program->source.HasIncludes()) {
       mistake.described =
           std::make_shared<Diagnostic>(program->source.Describe(mistake.offset, mistake.message));
@@ -173,8 +173,8 @@ void Compiler::CompileIf(const Statement* statement) {
     CompileStatements(branch->body);
     if (branch->otherwise) ends.push_back(Emit(Code::kJump, 0, 0, 0, branch->offset));
     Land(otherwise);
-    // A block in braces that begins with an `if` looks like a chain, and is the same as one only
-    // when nothing stands behind that `if`.
+    // `else { if ... }` has the same syntax nodes as `else if ...`. The two mean the same as long
+    // as nothing follows that inner `if` in its block; else the block is compiled as one.
     if (branch->otherwise && branch->otherwise->next) {
       CompileStatements(branch->otherwise);
       break;
@@ -274,11 +274,6 @@ void Compiler::CompileReturn(const Statement* statement) {
        CodePlace{statement->offset, statement->expr->offset, statement->offset});
 }
 
-void Compiler::StoreFrom(std::uint32_t slot, std::uint32_t temporary, std::uint32_t offset) {
-  Emit(function_.layout.IsGlobal(slot) ? Code::kStoreGlobal : Code::kTake, slot, temporary, 0,
-       offset);
-}
-
 void Compiler::CompileAssignment(const Statement* statement) {
   const std::uint32_t slot = statement->slot;
   if (statement->count > 0) {
@@ -302,8 +297,9 @@ void Compiler::CompileAssignment(const Statement* statement) {
   CompileInto(statement->expr, slot);
 }
 
-// `x = x + a`, and `x = x + a + b ...`, which grow a text in its place. What is added must not be
-// able to see or change x while it is worked out.
+// `x = x + a`, and `x = x + a + b ...`, which let a text grow in its place instead of copying it.
+// What is added may call no function that could change x meanwhile. False, and nothing emitted, for
+// other assignments.
 bool Compiler::CompileAddTo(const Statement* statement) {
   const Expr* sum = statement->expr;
   if (sum->kind != ExprKind::kChain || sum->calls) return false;

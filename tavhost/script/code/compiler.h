@@ -28,11 +28,12 @@ class Compiler {
     Jumps continues;
   };
 
-  // compiler.cpp
+  // compiler.cpp. Emit returns the instruction's number, so that its jump can be set later by Land.
   std::uint32_t Emit(Code code, std::uint32_t a, std::uint32_t b, std::int32_t c,
                      std::uint32_t offset);
   std::uint32_t Emit(Code code, std::uint32_t a, std::uint32_t b, std::int32_t c, CodePlace place);
   std::uint32_t Here() const { return static_cast<std::uint32_t>(function_.code.size()); }
+  // Makes jumps lead to the next instruction that is emitted, or to another one.
   void Land(const Jumps& jumps) { LandAt(jumps, Here()); }
   void LandAt(const Jumps& jumps, std::uint32_t target);
   std::uint32_t NewTemporary();
@@ -51,7 +52,6 @@ class Compiler {
   void CompileAssignment(const Statement* statement);
   bool CompileAddTo(const Statement* statement);
   void CompilePrint(const Statement* statement);
-  void StoreFrom(std::uint32_t slot, std::uint32_t temporary, std::uint32_t offset);
   // The register for a loop's variable; a global one is stored from it each round.
   std::uint32_t LoopVariable(const Statement* statement);
 
@@ -66,6 +66,8 @@ class Compiler {
   void CompileCall(const Expr* expr, std::uint32_t target);
   void CompilePush(const Expr* expr, std::uint32_t target);
   void CompileItems(const Expr* expr, std::uint32_t target);
+  // Jumps, collected in `jumps`, that are taken when the condition does not hold, or when it does.
+  // Those of the second kind can lead back to a loop's next round, so they also poll.
   void JumpUnless(const Expr* expr, Jumps& jumps);
   void JumpIf(const Expr* expr, Jumps& jumps);
   bool EmitCompareJump(const Expr* expr, bool when, Jumps& jumps);
@@ -81,7 +83,7 @@ class Compiler {
   void FillElement(kel::Element& out, const CommandElement* element, std::vector<Dynamic>& found);
   void FillOperand(kel::Operand& out, const CommandValue& value, std::vector<Dynamic>& found);
 
-  // The code at hand may run more than once in a run of the text.
+  // The statement that is being compiled may run more than once: it stands in a loop or a function.
   bool MayRepeat() const { return !loops_.empty() || !function_.name.empty(); }
 
   Program& program_;

@@ -51,8 +51,8 @@ void Engine::Store(Frame& frame, std::uint32_t slot, Value value) {
   frame.registers[slot] = std::move(value);
 }
 
-// The place of a variable that is about to be changed: a variable that so far only has a value
-// outside gets one of its own here.
+// The place of a variable that is about to be changed in part. A variable that has a value only in
+// an enclosing scope gets a copy of its own first.
 Value& Engine::Changeable(Frame& frame, std::uint32_t slot) {
   Value& own = frame.registers[slot];
   if (!own.IsNone()) return own;
@@ -70,7 +70,7 @@ void Engine::AddTo(Frame& frame, std::uint32_t slot, const Value* added, std::ui
     place = frame.scope->Outermost().Find(frame.function->layout.Name(slot).View());
   }
   if (place && place->IsText()) {
-    // In its place; all or nothing.
+    // What is added is put together first, so that an error meanwhile leaves the text as it was.
     SV::String all;
     const SV::String* text = &all;
     if (count == 1 && added->IsText()) {
@@ -140,7 +140,8 @@ bool Engine::CountStart(Frame& frame, Instruction i) {
   return true;
 }
 
-// Counts rounds rather than adding up, so that no error adds up either.
+// For reals. Each number is worked out of the start and the number of rounds: adding the step up
+// would add up its rounding errors as well.
 bool Engine::CountStep(Frame& frame, Instruction i) {
   Value* const from = &frame.registers[AOf(i)];
   const double round = from[3].Real() + 1;

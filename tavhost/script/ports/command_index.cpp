@@ -9,6 +9,7 @@ namespace script {
 
 namespace {
 
+// Another order of the same hashes for each seed.
 std::uint64_t Spread(std::uint64_t hash, std::uint64_t seed) noexcept {
   hash = (hash ^ seed) * 0xD6E8FEB86659FD93u;
   return hash ^ (hash >> 29);
@@ -27,11 +28,13 @@ std::vector<std::unique_ptr<CommandIndex>>& Indices() {
   return indices;
 }
 
-const CommandIndex* latest = nullptr;
+const CommandIndex* latest = nullptr;  // the one asked for last, mostly the only one
 
 }  // namespace
 
 CommandIndex::CommandIndex(const TavMessagePortCommand* table) : table_(table) {
+  // Tries seeds until every name has a place of its own. With four times as many places as names a
+  // few tries are enough; when 64 are not, the places are doubled.
   std::size_t count = 0;
   while (table[count].name) ++count;
   std::size_t size = 8;
@@ -60,7 +63,7 @@ bool CommandIndex::Fill(std::size_t count) {
 const TavMessagePortCommand* CommandIndex::Find(const char* name) const noexcept {
   const auto address = reinterpret_cast<std::uintptr_t>(name);
   Recent& recent = recent_[(address >> 4 ^ address >> 10) % kRecent];
-  // Another name may stand at the same address by now.
+  // The memory may hold another name by now, so the address alone proves nothing.
   if (recent.name == name && IsSame(recent.row->name, name)) return recent.row;
   const TavMessagePortCommand* row = Search(name);
   if (row) recent = {name, row};

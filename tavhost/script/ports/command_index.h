@@ -30,7 +30,7 @@ class CommandIndex {
   };
   static constexpr std::size_t kRecent = 64;
 
-  bool Fill(std::size_t count);
+  bool Fill(std::size_t count);  // with the seed as it is; false when two names meet
   const TavMessagePortCommand* Search(const char* name) const noexcept;
 
   const TavMessagePortCommand* table_;

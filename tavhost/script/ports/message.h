@@ -2,8 +2,8 @@
 
 #include "host/script/script_result.h"
 
-// A message on its way through a port: it brings a command's reply back as text. Plug-ins only
-// pass it through.
+// A message on its way through a port: it brings a command's reply back as text. Plug-ins get it
+// from the host and hand it to their handler array; what is in it is the host's business alone.
 class TavMessage {
  public:
   TavMessage() = default;

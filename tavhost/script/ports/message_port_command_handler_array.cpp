@@ -10,7 +10,7 @@ const script::CommandIndex& IndexOf(const void* index) {
   return *static_cast<const script::CommandIndex*>(index);
 }
 
-// Inline, as ScriptPort::Handle: a frame less above the handler.
+// Always inline, for the reason that ScriptPort::Handle gives.
 [[gnu::always_inline]] inline bool Run(const void* index, const char* command, TavKelParser& params,
                                        TavScriptResult& result) {
   const TavMessagePortCommand* row = command ? IndexOf(index).Find(command) : nullptr;

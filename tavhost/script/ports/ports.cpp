@@ -109,35 +109,4 @@ std::string UnknownCommandText(std::string_view port, std::string_view command) 
   return text + Suggestion(command, names);
 }
 
-Reply SendText(const char* port, const SV::String& text) {
-  Reply reply;
-  const auto fail = [&reply](const std::string& message) {
-    TavScriptResult error;
-    error.SetError(base::StringOf(message));
-    reply.text += error.GetText();
-    reply.failed = true;
-    return reply;
-  };
-  TavKelParser parser(text);
-  if (const base::Result<void> parsed = kel::ParserAccess::Parse(parser); !parsed) {
-    const base::Error& mistake = parsed.error();
-    return fail(std::to_string(mistake.line) + ':' + std::to_string(mistake.column) + ": " +
-                mistake.message);
-  }
-  ScriptPort* target = FindScriptPort(port);
-  for (unsigned long i = 0; parser.SetCurElemIndex(i); ++i) {
-    const SV::String command = parser.GetCurElemName();
-    TavMessage message;
-    if (!target || !target->Handle(command.GetStr(), parser, message)) {
-      return fail(UnknownCommandText(port, command.View()));
-    }
-    reply.text += message.Reply();
-    if (message.HasError()) {
-      reply.failed = true;
-      return reply;
-    }
-  }
-  return reply;
-}
-
 }  // namespace script

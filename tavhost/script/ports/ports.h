@@ -19,8 +19,10 @@ class ScriptPort : public TavExtendedMessagePort {
   void AddProvider(CommandProvider& provider);
   void RemoveProvider(CommandProvider& provider);
 
-  // False when no provider has the command. Stands here for the interpreter to take it in: the
-  // processor foresees only so many returns, and a command that asks the system has used them up.
+  // False when no provider has the command. It stands in the header so that the interpreter
+  // takes it in without a call: the processor predicts where returns lead only for so many calls
+  // inside one another, and a command that calls the system uses these up. Every call less above a
+  // handler spares a wrong prediction.
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
     if (refusedCommand_ && IsRefused(command, result)) [[unlikely]]
       return true;
@@ -32,7 +34,8 @@ class ScriptPort : public TavExtendedMessagePort {
   bool Handle(const char* command, TavKelParser& params, TavMessage& message);
   SV::String GetAllCommands(char separator) override;
 
-  // A command that is refused for now, as an error; null for none. The name is kept by its address.
+  // A command that ends in an error for now, whoever sends it, without being carried out: a request
+  // of the script service must not crash the host. Null for none. The name has to stay where it is.
   static void SetRefusedCommand(const char* command) { refusedCommand_ = command; }
 
  private:
@@ -49,14 +52,5 @@ void RegisterHostPorts();
 // What is wrong with sending `command` to `port`: `unknown command "FOO" on port "P"; did you mean
 // "FOE"?` or `unknown port "P"`.
 std::string UnknownCommandText(std::string_view port, std::string_view command);
-
-// Sends the commands of a KEL text to a port as messages, one after the other up to the first
-// error, and returns their replies joined. Text that does not parse and unknown commands are
-// errors in the reply as well.
-struct Reply {
-  SV::String text;
-  bool failed = false;
-};
-Reply SendText(const char* port, const SV::String& text);
 
 }  // namespace script

@@ -11,7 +11,7 @@
 
 namespace {
 
-bool checking = true;
+bool checking = true;  // the switch of Tav_EnableGlobalTypeChecking
 
 const char* WordFor(unsigned kind) {
   const char* const word = kel::KindWord(kind);
@@ -22,6 +22,7 @@ bool Fits(unsigned kind, TavKelValueType type) {
   return kind == static_cast<unsigned>(type) || (type == TavKelReal && kind == TavKelInteger);
 }
 
+// `COMMAND: parameter "name" ...`, as the error of the result.
 [[gnu::cold]] void Report(TavKelParser& parser, const SV::String& name, TavScriptResult& result,
                           const std::string& complaint) {
   std::string message(parser.GetCurElemName().View());

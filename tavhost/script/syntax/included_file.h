@@ -21,7 +21,7 @@ base::Result<IncludedFile> ReadIncludedFile(const std::string& name);
 // How a file that exists is known whatever its name; the name itself when there is no such file.
 std::string IdentityOf(const std::string& name);
 
-// `name` as a file with the name `from` says it: beside that file unless it is absolute.
+// The file that the file `from` means by `name`: one in the same folder, unless `name` is absolute.
 std::string NameBeside(const std::string& from, std::string_view name);
 
 }  // namespace script

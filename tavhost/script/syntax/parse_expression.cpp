@@ -87,7 +87,8 @@ Item* Parser::AppendItem(Expr* to, Item* last, Expr* expr, std::uint32_t offset)
   return item;
 }
 
-// An expression whose operators are all of `level` or tighter.
+// An expression whose operators bind at least as tightly as `level`. Operators of one level become
+// one chain, read from left to right.
 Expr* Parser::ParseExpression(int level) {
   Expr* left = ParseOperand(level);
   while (true) {
@@ -117,7 +118,8 @@ Expr* Parser::ParseExpression(int level) {
 Expr* Parser::ParseOperand(int level) {
   SkipBlanks();
   const std::uint32_t offset = Offset();
-  // Of a run of prefixes only its evenness counts, but two must stay to check the operand's kind.
+  // Of a run of prefixes only counts whether it is odd or even, so one or two of them are enough.
+  // An even run keeps two: `- - x` has to fail, too, when x is no number.
   const auto wrap = [&](ExprKind kind, std::uint32_t times, Expr* expr) {
     for (times = times > 2 ? 2 - times % 2 : times; times > 0; --times) {
       Expr* outer = NewExpr(kind, offset);
@@ -214,7 +216,7 @@ Expr* Parser::ParseNumber() {
   return constant;
 }
 
-// `(x)` is x itself, `(a, b)` and `(a,)` lists, `()` the empty one, `(x: 1)` a record.
+// `(x)` is x itself, `(a, b)` and `(a,)` are lists, `()` is the empty list, `(x: 1)` a record.
 Expr* Parser::ParseParentheses() {
   const Nesting nesting(*this);
   const std::uint32_t offset = Offset();

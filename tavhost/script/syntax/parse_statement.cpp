@@ -63,13 +63,13 @@ Statement* Parser::ParseStatements(bool inBlock) {
     }
     if (Statement* statement = ParseStatement()) {
       *next = statement;
-      while (statement->next) statement = statement->next;  // those of an included file
+      while (statement->next) statement = statement->next;  // an included file brings several
       next = &statement->next;
     }
   }
 }
 
-// Null for what leaves no code of its own.
+// Null for declarations, which leave no statement: a function, `global`, a file read before.
 Statement* Parser::ParseStatement() {
   const std::uint32_t offset = Offset();
   const char* const nameEnd = kel::ScanName(at_, end_);
@@ -160,7 +160,8 @@ Statement* Parser::ParseLoopBody() {
   return body;
 }
 
-// Skips to a word that may stand on a later line; stays where it is when another one follows.
+// Skips `word`, which may stand on a later line; when something else follows, stays where it is and
+// returns false.
 bool Parser::SkipToWord(std::string_view word) {
   const char* const before = at_;
   SkipBlanks();

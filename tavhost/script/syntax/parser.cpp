@@ -11,7 +11,7 @@ namespace script {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t kMaxFoundLength = 32;  // of a mistaken word that is quoted
+constexpr std::size_t kMaxFoundLength = 32;  // longer words are not quoted in errors
 
 }  // namespace
 
@@ -44,6 +44,7 @@ std::vector<FunctionSyntax> Parser::Parse() {
   return std::move(functions_);
 }
 
+// Also comments and line ends behind a backslash; inside brackets line feeds too.
 void Parser::SkipBlanks() {
   while (at_ != end_) {
     switch (*at_) {

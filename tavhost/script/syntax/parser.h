@@ -17,8 +17,9 @@ struct FunctionSyntax {
   Statement* body;
 };
 
-// Reads a script's text. Constants and names go into the program, the rest is syntax in an arena.
-// Throws SyntaxError at the first mistake. Recursion is bounded by the nesting limit.
+// Reads a script's text and the files that it includes. Constants and the names of variables and
+// functions go into the program, the rest is syntax in an arena, which has to live until it is
+// compiled. Throws SyntaxError at the first mistake. Recursion is bounded by the nesting limit.
 class Parser {
  public:
   Parser(Program& program, base::Arena& arena);
@@ -37,17 +38,18 @@ class Parser {
     return base_ + static_cast<std::uint32_t>(at - begin_);
   }
   std::uint32_t OffsetOf(std::string_view text) const;
-  std::string_view PeekWord() const;  // a name without `-`, "" when none begins here
-  bool SkipWord(std::string_view word);
+  std::string_view PeekWord() const;     // a name without `-`, "" when none begins here
+  bool SkipWord(std::string_view word);  // false when another one stands there
   std::string_view ReadName(const char* what);
   void Require(char byte, const char* what);
-  std::string Found() const;
+  std::string Found() const;  // what stands here, for error texts
   [[noreturn]] void Fail(std::uint32_t offset, const std::string& message) const;
   [[noreturn]] void FailExpected(const std::string& what) const;
   std::uint32_t AddConstant(kel::Value value);
   std::uint32_t AddTextConstant(std::string_view text);
+  // The slot of a variable of the function that is being parsed, a new one when it is new.
   std::uint32_t Slot(std::string_view name);
-  void RequireVariable(std::string_view name) const;
+  void RequireVariable(std::string_view name) const;  // fails for words of the language
 
   // parse_expression.cpp
   Expr* ParseExpression(int level = 0);
@@ -97,6 +99,7 @@ class Parser {
   const char* end_;
   const char* at_;
   std::uint32_t base_;  // the offset of its begin
+  // A file that was read, the script itself foremost: no file is read twice.
   struct Included {
     std::string identity;
     bool isOpen;  // still being read

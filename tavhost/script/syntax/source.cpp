@@ -16,7 +16,7 @@ bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0
 const Source::File* Source::Add(SV::String text, std::string name) {
   std::uint64_t begin = 0;
   if (!files_.empty()) {
-    // One more than the length, so that the end of a text is a place of its own.
+    // One offset more than the text has bytes: its end is a place too, where mistakes can be.
     begin = std::uint64_t{files_.back()->begin} + files_.back()->text.View().size() + 1;
   }
   if (begin + text.View().size() >= std::numeric_limits<std::uint32_t>::max()) return nullptr;

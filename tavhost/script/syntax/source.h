@@ -12,8 +12,9 @@
 
 namespace script {
 
-// A script's text and name, the files that it includes, and what stands where in them. An offset
-// names a place in all of these: those of an included file follow those of the texts before it.
+// A script's text and name, the files that it includes, and what stands where in them. Offsets
+// count through all the texts, so that one number tells file and place: the offsets of an included
+// file follow those of the texts that were read before it.
 class Source {
  public:
   Source(SV::String text, std::string name) { Add(std::move(text), std::move(name)); }
@@ -54,11 +55,11 @@ class Source {
   std::vector<std::unique_ptr<const File>> files_;
 };
 
-// A script that does not parse.
+// Thrown for a script that does not parse.
 struct SyntaxError {
   std::uint32_t offset;
   std::string message;
-  bool incomplete = false;
+  bool incomplete = false;                                // as in Diagnostic
   std::shared_ptr<const Diagnostic> described = nullptr;  // when files are included
 };
 

@@ -50,6 +50,7 @@ enum class ExprKind : std::uint8_t {
 
 struct Expr;
 
+// A link of a chain: an operand with the operator before it, an item, an argument, a key.
 struct Item {
   Item* next = nullptr;
   Expr* expr = nullptr;

@@ -198,7 +198,6 @@ TEST(Document, StringsKeepEveryByte) {
   const auto document = Parse("A \"" + bytes + "\"");
   ASSERT_TRUE(document);
   EXPECT_EQ(kel::TextOf(document->Elements()[0].main).View(), bytes);
-  EXPECT_EQ(kel::PlainTextOf(document->Elements()[0].main), bytes);
 }
 
 TEST(Document, StringErrorsTellTheirPlace) {

@@ -220,7 +220,7 @@ TEST(KelParser, BorrowedElements) {
 TEST(KelParser, AccessToNothing) {
   TavKelParser parser(SV::String(""));
   EXPECT_EQ(parser.Parse(), 0);
-  EXPECT_EQ(kel::ParserAccess::Current(parser), nullptr);
+  EXPECT_EQ(kel::ParserAccess::Find(parser, "i"), nullptr);
   EXPECT_TRUE(kel::ParserAccess::Main(parser).IsNone());
   EXPECT_EQ(kel::ParserAccess::ElementName(parser), "");
 }

@@ -115,7 +115,7 @@ class Maker {
   // A word is no main value.
   static void Append(SV::String& text, const kel::Value& value, bool isMain) {
     if (isMain && value.Kind() == TavKelWord) {
-      kel::AppendLiteral(text, value.Text().View());
+      text += kel::Literal(value.Text().View());
     } else {
       kel::AppendKel(text, value);
     }

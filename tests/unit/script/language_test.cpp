@@ -303,17 +303,32 @@ TEST(Values, AreDestroyedHoweverDeepTheyAre) {
             "1\n1\n");
 }
 
-TEST(SendText, AnswersAsText) {
+TEST(Message, BringsTheReplyBackAsText) {
   TestCommands commands;
-  EXPECT_EQ(script::SendText("TavScript", "SET value:\" a\"").text, " a");
-  const script::Reply unknown = script::SendText("TavScript", "CHEKED");
-  EXPECT_TRUE(unknown.failed);
-  EXPECT_EQ(unknown.text,
-            " error:\"unknown command \\\"CHEKED\\\" on port \\\"TavScript\\\"; did you mean "
-            "\\\"CHECKED\\\"?\"");
-  EXPECT_TRUE(script::SendText("TavScript", "CHECKED").failed);
-  EXPECT_TRUE(script::SendText("TavScript", "CHECKED (").failed);
-  EXPECT_TRUE(script::SendText("Nowhere", "CHECKED").failed);
+  const auto send = [](const char* command, const char* text, TavMessage& message) {
+    TavKelParser parser{SV::String(text)};
+    parser.Parse();
+    return script::ScriptPort::TavScript().Handle(command, parser, message);
+  };
+  TavMessage set;
+  EXPECT_TRUE(send("SET", "SET value:\" a\"", set));
+  EXPECT_EQ(set.Reply(), " a");
+  EXPECT_FALSE(set.HasError());
+  TavMessage checked;
+  EXPECT_TRUE(send("CHECKED", "CHECKED", checked));
+  EXPECT_TRUE(checked.HasError());
+  TavMessage unknown;
+  EXPECT_FALSE(send("CHEKED", "CHEKED", unknown));
+  EXPECT_FALSE(unknown.HasError());
+}
+
+TEST(UnknownCommand, NamesTheNearestCommandOrPort) {
+  TestCommands commands;
+  EXPECT_EQ(script::UnknownCommandText("TavScript", "CHEKED"),
+            "unknown command \"CHEKED\" on port \"TavScript\"; did you mean \"CHECKED\"?");
+  EXPECT_EQ(script::UnknownCommandText("TavScirpt", "CHECKED"),
+            "unknown port \"TavScirpt\"; did you mean \"TavScript\"?");
+  EXPECT_EQ(script::UnknownCommandText("Nowhere", "CHECKED"), "unknown port \"Nowhere\"");
 }
 
 }  // namespace

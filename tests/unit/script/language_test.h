@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tavhost/script/code/code.h"
 #include "tavhost/script/runner.h"
 
 namespace script_test {
@@ -39,12 +40,19 @@ inline std::string Output(std::string_view text) {
   return ran.printed + ran.outcome.error.text;
 }
 
-// `LINE:COLUMN: message` of the first mistake.
+// `LINE:COLUMN: message`.
+inline std::string Place(const script::Diagnostic& error) {
+  return std::to_string(error.line) + ':' + std::to_string(error.column) + ": " + error.message;
+}
+
+// What keeps a script from being compiled; empty when nothing does.
 inline std::string Mistake(std::string_view text) {
-  const auto mistakes = script::Check(Text(text), "test.tav");
-  if (mistakes.empty()) return "";
-  return std::to_string(mistakes[0].line) + ':' + std::to_string(mistakes[0].column) + ": " +
-         mistakes[0].message;
+  try {
+    script::Compile(Text(text), "test.tav");
+  } catch (const script::SyntaxError& mistake) {
+    return Place(script::Describe(mistake, Text(text), "test.tav"));
+  }
+  return "";
 }
 
 inline std::string Repeated(std::string_view text, std::size_t times) {
