@@ -6,7 +6,6 @@
 
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
-#include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
@@ -14,10 +13,8 @@
 
 namespace {
 
-constexpr int kRedirectLimit = 20;
-constexpr std::uint32_t kRetryLimit = 10;
-
-std::size_t bodyLimit = http::kBodyLimit;
+constexpr int kRedirectLimit = 20;         // more is a circle
+constexpr std::uint32_t kRetryLimit = 10;  // whatever a script asks for
 
 std::string Utf8(const SV::WString& text) {
   return std::string(SV::ConvertWStringToUTF8String(text).View());
@@ -48,12 +45,6 @@ std::string VerbBehind(int status, const std::string& verb) {
 
 }  // namespace
 
-namespace http {
-
-void SetBodyLimit(std::size_t bytes) { bodyLimit = bytes; }
-
-}  // namespace http
-
 struct TavHTTPClient::State {
   http::Url url;
   http::Timeouts timeouts;
@@ -76,7 +67,6 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
   request.url = url;
   request.verb = verb;
   request.timeouts = timeouts;
-  request.bodyLimit = bodyLimit;
   for (int redirects = 0; redirects <= kRedirectLimit; ++redirects) {
     const http::Proxy* proxy = http::ChooseProxy(proxies, request.url.secure);
     request.proxy = proxy ? std::optional(*proxy) : std::nullopt;

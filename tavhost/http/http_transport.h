@@ -30,7 +30,6 @@ struct Request {
   std::string verb;
   Timeouts timeouts;
   std::optional<Proxy> proxy;
-  std::size_t bodyLimit = kBodyLimit;  // after content encodings are undone
 };
 
 struct Answer {

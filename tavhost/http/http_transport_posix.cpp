@@ -214,7 +214,7 @@ bool Run(const Library& curl, Transfer& transfer) {
 bool Exchange(const Request& request, Answer& answer) {
   const Library& curl = Curl();
   answer = Answer();
-  Transfer transfer{request, answer, Body(answer.body, request.bodyLimit),
+  Transfer transfer{request, answer, Body(answer.body, kBodyLimit),
                     Watch(request.timeouts, Watch::Clock::now())};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;

@@ -283,7 +283,7 @@ class Exchanging {
     reports_->piece.resize(kPiece);
     const std::string length = answer_.Field("Content-Length");
     const std::uint64_t announced = std::strtoull(length.c_str(), nullptr, 10);
-    Body body(answer_.body, request_.bodyLimit);
+    Body body(answer_.body, kBodyLimit);
     body.Announce(announced);
     const auto decoder = Decoder::For(answer_.Field("Content-Encoding"), body);
     if (!decoder) return false;
