@@ -47,7 +47,9 @@ struct CommandLine {
   std::vector<std::string> operands;
   std::optional<std::string> scriptText;  // run -e
   bool json = false;
-  int port = 0;  // serve --port
+  int port = 0;                        // serve --port
+  std::vector<std::string> addresses;  // serve --address, each once
+  bool allowCrash = false;             // serve --allow-crash
   bool help = false;
   bool version = false;
 };

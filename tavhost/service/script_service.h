@@ -3,16 +3,16 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 // The script service as the host around it sees it. All on the user-interface thread, except where
 // said.
 namespace script::service {
 
 struct HostOptions {
-  // Addresses to listen on; those that the machine does not have are passed over, but for the
-  // first.
-  std::string address = "127.0.0.1";
-  std::string secondAddress = "::1";
+  // The addresses to listen on, as ReadAddress gives them; the machine must have each. None: the
+  // loopback addresses, so that other machines cannot reach the service.
+  std::vector<std::string> addresses;
   bool allowCrash = false;  // whether requests may end the process by CRASH
 };
 

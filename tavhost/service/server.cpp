@@ -17,6 +17,7 @@
 #include <optional>
 #include <thread>
 
+#include "tavhost/service/address.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
 #include "tavhost/service/token.h"
@@ -86,6 +87,7 @@ struct Server::State {
 };
 
 void Server::State::SendLater(std::function<void()> send) {
+  boost::system::error_code Listen(const std::string& address);
   {
     const std::lock_guard lock(repliesMutex);
     replies.push_back(std::move(send));
@@ -233,9 +235,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   std::vector<std::string> OwnNames() const {
     std::vector<std::string> names{"localhost", "127.0.0.1", "[::1]"};
-    for (const std::string& address : state_.options.addresses) {
-      names.push_back(address.find(':') == std::string::npos ? address : '[' + address + ']');
-    }
+    for (const std::string& address : state_.options.addresses) names.push_back(UrlHost(address));
     return names;
   }
 
@@ -462,19 +462,29 @@ Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
 std::unique_ptr<Server> Server::Start(ServerOptions options, std::string& error) {
   auto state = std::make_unique<State>();
   state->options = std::move(options);
-  state->port = state->options.port;
-  for (const std::string& address : state->options.addresses) {
-    const auto listener = std::make_shared<Listener>(*state);
-    try {
-      listener->Open(address, state->port);
-    } catch (const boost::system::system_error& failure) {
-      if (!state->listeners.empty()) continue;
-      error = failure.code().message();
-      return nullptr;
-    }
-    state->port = listener->Port();
-    state->listeners.push_back(listener);
+// Adds a listener. All have the same port: where any would do, the first one's choice counts.
+boost::system::error_code Server::State::Listen(const std::string& address) {
+  const auto listener = std::make_shared<Listener>(*this);
+  try {
+    listener->Open(address, port);
+  } catch (const boost::system::system_error& failure) {
+    return failure.code();
   }
+  port = listener->Port();
+  listeners.push_back(listener);
+  return {};
+}
+
+  state->port = state->options.port;
+  const std::vector<std::string>& addresses = state->options.addresses;
+  for (const std::string& address : addresses) {
+    const auto failure = state->Listen(address);
+    if (!failure) continue;
+    error = (addresses.size() > 1 ? address + ": " : "") + failure.message();
+    return nullptr;
+  }
+  const std::string& optional = state->options.optionalAddress;
+  if (!optional.empty()) state->Listen(optional);
   for (const auto& listener : state->listeners) listener->Accept();
   std::unique_ptr<Server> server(new Server(std::move(state)));
   server->state_->thread = std::thread([state = server->state_.get()] {

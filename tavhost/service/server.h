@@ -15,7 +15,8 @@ struct ServerOptions {
   std::uint16_t port = 0;  // 0: any free one
   int backlog = 100;
   std::string token;
-  std::vector<std::string> addresses;        // the first must be there
+  std::vector<std::string> addresses;        // the machine must have each
+  std::string optionalAddress;               // passed over where the machine does not have it
   Queue* queue = nullptr;                    // outlives the server
   std::function<void(const LogEntry&)> log;  // called on the server's thread
 };
