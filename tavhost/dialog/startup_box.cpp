@@ -37,12 +37,6 @@ void Hide() {
   Shown().reset();
 }
 
-SV::String AdditionalMessage() {
-  if (!Shown()) return SV::String();
-  const std::string& text = Shown()->window.text;
-  return SV::String(text.data(), static_cast<long>(text.size()));
-}
-
 }  // namespace startup_box
 
 TavStartupBox* TavStartupBox::GetGlobal() {

@@ -29,7 +29,6 @@ class Path {
   bool IsAbsolute() const { return text_[0] == '/'; }
   // The text ended in a separator; the translation does not, unless it is the root.
   bool HasTrailingSeparator() const { return trailingSeparator_; }
-  bool IsRoot() const { return length_ == 1 && text_[0] == '/'; }
 
   const char* Text() const { return text_; }
   std::size_t Length() const { return length_; }

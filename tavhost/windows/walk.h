@@ -79,8 +79,7 @@ class Place {
   Descriptor owned_;
 };
 
-bool AreSearchesOpen();
-// Takes a search into the walk; the first entry has not been returned yet.
+// Takes a search into the walk, before it returns its first entry. The walk owns it.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
