@@ -4,6 +4,7 @@
 
 namespace windows {
 
+// A byte as names are compared and ordered: ASCII letters in upper case.
 inline unsigned char Fold(char byte) {
   return static_cast<unsigned char>(byte >= 'a' && byte <= 'z' ? byte - ('a' - 'A') : byte);
 }
