@@ -10,6 +10,7 @@
 
 namespace {
 
+// The box that plug-ins see and the window that shows its text, there together or not at all.
 struct State {
   TavStartupBox box;
   ui::MessageWindowModel window{""};
