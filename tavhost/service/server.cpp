@@ -1,7 +1,7 @@
 #include "tavhost/service/server.h"
 
 #include <utility>
-//
+// Behind <utility>, which Asio needs and does not include itself.
 #include <boost/asio.hpp>
 #include <boost/beast/core/bind_handler.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -32,9 +32,11 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::uint32_t kHeaderLimit = 16 * 1024;
-constexpr std::size_t kFieldLimit = 100;
-constexpr std::uint64_t kBodyLimit = 8 * 1024 * 1024;
+// What a request may take. Generous for any client that means well; together with the number of
+// connections they bound the memory and the time that others can make the program spend.
+constexpr std::uint32_t kHeaderLimit = 16 * 1024;      // bytes
+constexpr std::size_t kFieldLimit = 100;               // of the header
+constexpr std::uint64_t kBodyLimit = 8 * 1024 * 1024;  // bytes
 constexpr auto kHeaderTime = std::chrono::seconds(10);
 constexpr auto kRequestTime = std::chrono::seconds(30);
 constexpr auto kSendTime = std::chrono::seconds(30);
@@ -79,15 +81,16 @@ struct Server::State {
   std::atomic<bool> ended{false};
   std::thread thread;
 
-  // Replies on their way from the user-interface thread; all that are there go over at once.
+  // Replies on their way from the user-interface thread. The first one wakes the server's thread
+  // up, which then sends all that are there.
   std::mutex repliesMutex;
   std::vector<std::function<void()>> replies;
 
   void SendLater(std::function<void()> send);
+  boost::system::error_code Listen(const std::string& address);
 };
 
 void Server::State::SendLater(std::function<void()> send) {
-  boost::system::error_code Listen(const std::string& address);
   {
     const std::lock_guard lock(repliesMutex);
     replies.push_back(std::move(send));
@@ -104,7 +107,8 @@ void Server::State::SendLater(std::function<void()> send) {
 }
 
 // One connection: reads a request, has it checked and carried out, answers, and so on until one
-// side ends it. All on the server's thread.
+// side ends it. All on the server's thread. Every operation under way holds the session, which is
+// destroyed when none is left.
 class Server::Session : public std::enable_shared_from_this<Session> {
  public:
   Session(State& state, tcp::socket socket)
@@ -130,7 +134,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   bool WaitsForHeader() const { return waitsForHeader_; }
 
-  // Ends the connection: at once, or behind the reply that is under way.
+  // The service ends: closes the connection at once, or after the reply that is under way.
   void End() {
     ending_ = true;
     if (!job_ && !writing_) Close();
@@ -262,7 +266,8 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     auto& request = parser_->get();
     job_ = std::make_shared<Job>();
     job_->text = std::move(request.body());
-    // The thread that replies keeps nothing of this session, which ends on its own.
+    // The session is handed on, not shared, when the reply comes: it must be destroyed on the
+    // server's thread, never on the one that replies.
     job_->reply = [self = shared_from_this()](Reply reply) mutable {
       State& state = self->state_;
       state.SendLater([self = std::move(self), reply = std::move(reply)]() mutable {
@@ -297,7 +302,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   // While the request is carried out: a client that leaves stops it.
   void WatchClient() {
-    if (buffer_.size() > 0) return;  // it sent its next request already
+    if (buffer_.size() > 0) return;  // its next request is here already, so it has not left
     socket_.async_wait(tcp::socket::wait_read,
                        [self = shared_from_this(), job = std::weak_ptr<Job>(job_)](auto error) {
                          const auto watched = job.lock();
@@ -316,7 +321,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     return error && error != net::error::would_block;
   }
 
-  // Who may not send requests at all learns that first.
+  // One who may not send requests at all is told that, rather than that the body is too long.
   void RefuseLongBody() {
     Refuse(Check(parser_->get())
                .value_or(
@@ -457,11 +462,6 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
   tcp::acceptor acceptor_;
 };
 
-Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
-
-std::unique_ptr<Server> Server::Start(ServerOptions options, std::string& error) {
-  auto state = std::make_unique<State>();
-  state->options = std::move(options);
 // Adds a listener. All have the same port: where any would do, the first one's choice counts.
 boost::system::error_code Server::State::Listen(const std::string& address) {
   const auto listener = std::make_shared<Listener>(*this);
@@ -475,6 +475,11 @@ boost::system::error_code Server::State::Listen(const std::string& address) {
   return {};
 }
 
+Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
+
+std::unique_ptr<Server> Server::Start(ServerOptions options, std::string& error) {
+  auto state = std::make_unique<State>();
+  state->options = std::move(options);
   state->port = state->options.port;
   const std::vector<std::string>& addresses = state->options.addresses;
   for (const std::string& address : addresses) {

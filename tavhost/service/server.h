@@ -25,7 +25,7 @@ struct ServerOptions {
 // to the queue, everything else is answered here.
 class Server {
  public:
-  // Null, with the reason in `error`, when the port cannot be had.
+  // Null, with the reason in `error`, when the port cannot be had at one of the addresses.
   static std::unique_ptr<Server> Start(ServerOptions options, std::string& error);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -34,8 +34,8 @@ class Server {
   std::uint16_t Port() const;
   // Listens no more when it returns. Replies under way are still sent, then connections close.
   void Stop();
-  bool HasEnded() const;
-  // Closes whatever is still open.
+  bool HasEnded() const;  // all connections are closed, behind Stop
+  // Closes whatever is still open, replies under way included.
   void Abort();
 
  private:

@@ -94,7 +94,7 @@ bool MayReplace(const Place& to, const struct stat& target, FileId source) {
   return true;
 }
 
-// Nothing at the target is well: whether something has come there is for the rename to see.
+// A target that is not there is fine. Should something appear there meanwhile, the rename sees it.
 bool CheckTarget(const Place& to, FileId source, bool replace) {
   struct stat target;
   if (fstatat(to.Directory(), to.Name(), &target, AT_SYMLINK_NOFOLLOW) != 0) {

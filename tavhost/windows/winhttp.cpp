@@ -40,8 +40,7 @@ HGLOBAL GlobalFree(HGLOBAL memory) {
 }
 
 // UTF-8, whatever the code page: the commands ask for no other. As on Windows, a negative count
-// means up to and with the NUL, and what does not fit is written as far as it does, with the result
-// 0.
+// means up to and with the NUL, and when not all of it fits the result is 0.
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int count, LPSTR bytes,
                         int capacity, LPCSTR, BOOL*) {
   const SV::WString text = count < 0 ? SV::WString(wide) : SV::WString(wide, count);
