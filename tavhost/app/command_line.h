@@ -17,7 +17,7 @@ struct Options {
   std::string recordFile;
   std::string traceFile;  // "-": standard error
   std::string screenshotFolder;
-  std::string pluginPath;  // empty: the one that belongs to this program
+  std::string pluginPath;  // empty: those in the program's plug-in folder
   std::string databaseFolder;
   std::optional<SV::Size> screen;
   std::string printer;

@@ -4,12 +4,13 @@
 #include <string>
 #include <string_view>
 
-// The program's standard streams. Standard output is buffered unless it is a terminal; all that
-// writes to standard error through here lets what was printed before go out first.
+// The program's standard streams. Standard output is buffered, unless it is a terminal. What goes
+// to standard error through here comes behind what was printed before.
 namespace app {
 
-// Before anything is written: bytes go out as they are, on every platform; a closed pipe is a
-// write error and no signal; a crash still shows what was printed before it.
+// To be called before anything is written. From then on bytes go out unchanged on every platform, a
+// closed pipe is a write error rather than a signal, and what was printed before a crash still
+// comes out.
 void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.
@@ -20,8 +21,8 @@ void WriteError(std::string_view text);
 // takes it away. What is printed meanwhile stands above it.
 void ShowStatus(std::string_view line);
 
-// Writes out what is buffered. False when something could not be written, now or before; the
-// first such call says so on standard error.
+// Writes out what is buffered. False when something could not be written, now or earlier; the first
+// call that finds this out says so on standard error.
 bool FinishOutput();
 
 bool IsInputTerminal();
