@@ -24,7 +24,8 @@ endif()
 # Messages name source files as they stand in the tree, wherever it was built.
 add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
 
-# What the host exports is not replaced by others, so that it may be inlined where it is used.
+# No other library may replace a function that the host exports, so the compiler may inline it where
+# the host itself calls it.
 if(NOT WIN32)
   add_compile_options(-fno-semantic-interposition)
 endif()

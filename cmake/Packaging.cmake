@@ -23,7 +23,7 @@ if(TARGET tavhost_qt)
 endif()
 set(licence LICENSE)
 if(NOT WIN32)
-  set(licence)  # it is among the common ones there
+  set(licence)  # on Debian it lies among the common licences, which the copyright file names
 endif()
 install(FILES ${licence} README.md CHANGELOG.md DESTINATION "${document_folder}")
 install(DIRECTORY docs/ DESTINATION "${document_folder}/docs" FILES_MATCHING PATTERN "*.md")
@@ -86,7 +86,8 @@ else()
  be tested and automated. It also checks scripts, traces what they do and
  offers them to other programs as a service.")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  # Loaded when they are needed, so that no program names them.
+  # The program loads these itself when it needs them, so they do not show among the libraries that
+  # its file asks for.
   set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4, ca-certificates")
   set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libedit2, libasound2")
 endif()

@@ -3,7 +3,7 @@ _tavhost() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
     local options="--ui --answers --record --trace --screenshots --plugin --db --screen --printer
         --timeout --quiet --model-window --dry-run --version --help"
-    local with_value=" --ui --answers --record --trace --screenshots --plugin --db --screen --printer --timeout -e --port "
+    local with_value=" --ui --answers --record --trace --screenshots --plugin --db --screen --printer --timeout -e --port --address "
     local subcommand= operands=0 word i
 
     # What stands before the cursor: the subcommand, and how many operands follow it.
@@ -27,7 +27,7 @@ _tavhost() {
         --answers) COMPREPLY=($(compgen -W "accept cancel ask" -- "$cur") $(compgen -f -- "$cur")); return ;;
         --screenshots | --db) COMPREPLY=($(compgen -d -- "$cur")); return ;;
         --record | --trace | --plugin) COMPREPLY=($(compgen -f -- "$cur")); return ;;
-        --screen | --printer | --timeout | -e | --port) return ;;
+        --screen | --printer | --timeout | -e | --port | --address) return ;;
     esac
     if [[ $subcommand == run && $operands -gt 0 ]]; then
         COMPREPLY=($(compgen -f -- "$cur")) # the script's own arguments
@@ -37,7 +37,7 @@ _tavhost() {
         case $subcommand in
             run) options+=" -e" ;;
             check | commands | validate) options+=" --json" ;;
-            serve) options+=" --port" ;;
+            serve) options+=" --port --address --allow-crash" ;;
         esac
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
         return

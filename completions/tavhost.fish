@@ -40,4 +40,6 @@ complete -c tavhost -n '__fish_seen_subcommand_from check commands validate' -l 
 complete -c tavhost -n '__fish_seen_subcommand_from commands send' -a '(__tavhost_command_names)'
 complete -c tavhost -n '__fish_seen_subcommand_from validate' -F
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l port -x -d 'Port to listen on'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l address -x -d 'Listen on this address'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l allow-crash -d 'Let requests end the program by CRASH'
 complete -c tavhost -n '__fish_seen_subcommand_from trace' -a diff -F

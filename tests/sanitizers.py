@@ -1,11 +1,11 @@
-"""What tests say to programs that were built with sanitizers; others do not listen."""
+"""Settings for programs that were built with sanitizers; other programs ignore them."""
 
 import os
 
 
 def environment_for_faults(environment=os.environ):
-    """For a program that is to fault: the fault is the program's own, as without a sanitizer, which
-    would report it and exit instead."""
+    """The environment for a program that is to crash: it then ends by the fault itself, as without a
+    sanitizer, rather than by the sanitizer's report and exit code."""
     environment = dict(environment)
     for name in ("ASAN_OPTIONS", "TSAN_OPTIONS"):
         environment[name] = ":".join(filter(None, (environment.get(name), "handle_segv=0")))

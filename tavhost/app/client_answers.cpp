@@ -13,7 +13,7 @@ namespace app {
 
 namespace {
 
-constexpr char kAnswerName[] = "answer";  // stands for a file's name in what is wrong with it
+constexpr char kAnswerName[] = "answer";  // in messages, where that of an answers file would stand
 
 class WindowQuestion final : public script::service::Question {
  public:

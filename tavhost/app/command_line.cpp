@@ -12,8 +12,8 @@
 #include "tavhost/base/nearest_name.h"
 #include "tavhost/base/report.h"
 
-// A parser of its own rather than a library's: the one that would serve takes a seventh of the
-// time of a start, for its streams, its objects and its size.
+// Written here rather than taken from a library: one with what this needs would make every start of
+// the program a seventh longer.
 namespace app {
 
 namespace {
@@ -28,8 +28,8 @@ class Parser {
  public:
   Parser(const SubcommandRow& row, CommandLine& line) : row_(row), line_(line) {}
 
-  // Takes the arguments from `first` on; what is behind the operands' begin is left alone where
-  // options may not stand there.
+  // Takes the arguments from `first` on. Where options may not follow operands, all behind the
+  // first operand are operands. Fails with what is wrong.
   base::Result<void> Parse(const std::vector<std::string>& arguments, std::size_t first) {
     for (at_ = first; at_ < arguments.size(); ++at_) {
       const std::string& argument = arguments[at_];

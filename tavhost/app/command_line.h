@@ -17,7 +17,7 @@ struct Options {
   std::string recordFile;
   std::string traceFile;  // "-": standard error
   std::string screenshotFolder;
-  std::string pluginPath;  // empty: the one that belongs to this program
+  std::string pluginPath;  // empty: those in the program's plug-in folder
   std::string databaseFolder;
   std::optional<SV::Size> screen;
   std::string printer;
@@ -47,7 +47,9 @@ struct CommandLine {
   std::vector<std::string> operands;
   std::optional<std::string> scriptText;  // run -e
   bool json = false;
-  int port = 0;  // serve --port
+  int port = 0;                        // serve --port
+  std::vector<std::string> addresses;  // serve --address, each once
+  bool allowCrash = false;             // serve --allow-crash
   bool help = false;
   bool version = false;
 };

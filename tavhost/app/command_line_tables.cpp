@@ -1,8 +1,12 @@
 #include "tavhost/app/command_line_tables.h"
 
+#include <algorithm>
 #include <charconv>
+#include <optional>
 #include <tl/expected.hpp>
 #include <utility>
+
+#include "tavhost/service/address.h"
 
 namespace app {
 
@@ -27,7 +31,7 @@ constexpr SubcommandRow kSubcommandTable[] = {
      "Load a plug-in in a process of its own and test it", true},
     {"validate-child", Subcommand::kValidateChild, "PLUGIN TEST MARK", "", false},
     {"repl", Subcommand::kRepl, "[OPTION...]", "Run statements as they are typed", true},
-    {"serve", Subcommand::kServe, "[--port N] [OPTION...]",
+    {"serve", Subcommand::kServe, "[--port N] [--address ADDR]... [OPTION...]",
      "Serve scripts over HTTP until interrupted", true},
     {"lsp", Subcommand::kLanguageServer, "", "Speak the language server protocol", true},
     {"trace", Subcommand::kTrace, "diff A B", "Name the first call in which two traces part", true},
@@ -82,6 +86,19 @@ base::Result<void> TakePort(CommandLine& line, std::string value) {
   return {};
 }
 
+base::Result<void> TakeAddress(CommandLine& line, std::string value) {
+  std::optional<std::string> address = script::service::ReadAddress(value);
+  if (!address) {
+    return base::Failure(
+        "must be an address of this machine, for example 192.168.1.10; no name, and not one that "
+        "stands for all, such as 0.0.0.0");
+  }
+  if (std::find(line.addresses.begin(), line.addresses.end(), *address) == line.addresses.end()) {
+    line.addresses.push_back(std::move(*address));
+  }
+  return {};
+}
+
 base::Result<void> TakeScriptText(CommandLine& line, std::string value) {
   line.scriptText = line.scriptText ? *line.scriptText + "\n" + value : std::move(value);
   return {};
@@ -110,6 +127,10 @@ constexpr OptionRow kOptionTable[] = {
     {"--json", nullptr, "Write JSON", kWithJson, Set<&CommandLine::json>},
     {"--port", "N", "The port to listen on; 0 takes a free one", Only(Subcommand::kServe),
      TakePort},
+    {"--address", "ADDR", "Listen on this address instead of loopback; repeatable",
+     Only(Subcommand::kServe), TakeAddress},
+    {"--allow-crash", nullptr, "Let requests end the program by CRASH", Only(Subcommand::kServe),
+     Set<&CommandLine::allowCrash>},
     {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be", kAll,
      TakeUserInterface},
     {"--answers", "FILE|accept|cancel|ask",

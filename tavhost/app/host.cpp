@@ -46,7 +46,8 @@ base::Result<std::unique_ptr<ui::Toolkit>> LoadWindows(const ui::QtOptions& opti
   return ui::LoadQtToolkit(WindowsModuleFolder(), host, options);
 }
 
-// Real windows, loaded when the first thing of theirs is needed.
+// Real windows, loaded when a script first needs one: those that need none start as fast as
+// without.
 std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
                                           const ui::QtOptions& options) {
   return ui::DeferToolkit(std::move(headless), [options] {

@@ -16,7 +16,7 @@ namespace app {
 std::string WindowsModuleFolder();
 
 // The host as the options ask for it: a user interface, the trace, the plug-ins. There is one at a
-// time; it lives as long as commands are sent.
+// time, and commands can be sent as long as it lives.
 class Host {
  public:
   // When it cannot start, why has been said, and the exit code stands in its place.

@@ -143,7 +143,8 @@ ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks
   if (outcome.end == End::kEnded && reference::Catalogue::Get().Find(command)) {
     sinks.print(ChangesSince(before));
   }
-  // A service's requests are carried out between scripts, and a session is one.
+  // A session counts as a script that runs, and a service carries requests out only between
+  // scripts.
   if (TavScriptService::IsRunning()) EndSession();
   return outcome;
 }

@@ -10,7 +10,8 @@
 
 namespace app {
 
-// What the workbench asks of this program.
+// What the workbench asks of this program: to run scripts and entries of its console, to check and
+// to complete. On the user-interface thread; while something runs, its events call back in here.
 class IdeServices final : public ide::IdeHost {
  public:
   IdeServices();
@@ -39,7 +40,7 @@ class IdeServices final : public ide::IdeHost {
   Sinks entrySinks_;
   bool running_ = false;
   bool stopAsked_ = false;  // by the workbench
-  bool endAsked_ = false;
+  bool endAsked_ = false;   // by an interrupt or the time limit: the program is to end
 };
 
 }  // namespace app

@@ -18,8 +18,8 @@ class PlainReader final : public LineEditor {
     if (withPrompt_) Print(prompt);
     std::fflush(stdout);
     std::string line;
-    // The same reader as that of dialogs that ask in the terminal, so that none takes lines away
-    // from the other.
+    // Dialogs that ask in the terminal read by the same function, so that neither takes lines that
+    // are meant for the other.
     if (ui::ReadTerminalLine(line) != ui::LineOutcome::kLine) return std::nullopt;
     return line;
   }

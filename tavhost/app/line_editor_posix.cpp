@@ -17,8 +17,7 @@ constexpr int kHistoryLength = 2000;
 // What ends a word for completion: all that cannot stand in a name.
 constexpr char kWordBreaks[] = " \t\n\"\\'`@$><=;|&{}(),:+*/%[]!#.?";
 
-// libedit, loaded when a prompt starts: nothing else needs it, and other starts should not pay
-// for it.
+// libedit, loaded when a prompt starts, so that no other start of the program takes the time.
 struct Library {
   decltype(&::readline) readLine = nullptr;
   decltype(&::add_history) addHistory = nullptr;
@@ -64,7 +63,7 @@ struct Library {
   }
 };
 
-// libedit's callbacks carry no context of ours.
+// Global, since libedit calls back without any argument of ours. There is one prompt at a time.
 Library library;
 LineEditor::Completer completer;
 std::vector<std::string> candidates;

@@ -18,7 +18,8 @@ void ReportOutcome(const script::Outcome& outcome, const Options& options) {
 }
 
 void ReportStop(stop::Reason reason, const Options& options) {
-  if (reason != stop::Reason::kTimeout) return;  // who interrupts knows, and dialogs tell it all
+  // One who interrupts knows it, and a missing answer has been told with its window.
+  if (reason != stop::Reason::kTimeout) return;
   char seconds[32];
   const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
   report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)");
@@ -41,7 +42,7 @@ int ExitCodeOf(const script::Outcome& outcome) {
 
 int ExitCodeOf(stop::Reason reason) {
   if (reason == stop::Reason::kNoAnswer) return kExitNoAnswer;
-  // A closed standard output stops a script too; that is an error and nobody's wish.
+  // A script is stopped as well when its output cannot be written, which is an error, not a wish.
   return FinishOutput() ? kExitStopped : kExitScriptError;
 }
 

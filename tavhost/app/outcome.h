@@ -6,7 +6,7 @@
 
 namespace app {
 
-// Says on standard error why a text did not run to its end, where the user does not know.
+// Says on standard error why a script did not run to its end, where the user cannot know it yet.
 void ReportOutcome(const script::Outcome& outcome, const Options& options);
 void ReportStop(stop::Reason reason, const Options& options);
 

@@ -24,18 +24,18 @@ std::vector<std::string> VariableNames();
 // A value in notation, cut where it is too long for a prompt.
 std::string ShownText(const kel::Value& value);
 
-// The result variables of a command: a line for each that was set or changed since.
+// What a command has changed: a line for each variable that has another value now than in `before`.
 std::string ChangesSince(const Variables& before);
 
 struct OwnAnswer {
   std::string text;
   bool isError = false;
 };
-// What is answered without running anything: help, and a variable's value for its name. None when
-// the line is to be run.
+// The answer to a line that needs no running: help, or the value of the variable that it names.
+// None when the line is to be run.
 std::optional<OwnAnswer> AnswerOf(std::string_view line);
 
-// What is run for an entry: `= EXPRESSION` prints it.
+// The script that an entry means: `= EXPRESSION` prints the expression, all else is one already.
 std::string ScriptOf(const std::string& entry);
 
 }  // namespace app

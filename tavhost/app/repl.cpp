@@ -26,6 +26,7 @@ namespace {
 
 constexpr char kPrompt[] = "tav> ";
 constexpr char kContinuedPrompt[] = "...> ";
+// Reads, runs and answers, line by line. A statement that is not complete goes on in the next line.
 class Prompt {
  public:
   Prompt(script::RunOptions runOptions, const Options& options)
@@ -56,7 +57,8 @@ class Prompt {
   }
 
  private:
-  // An interrupt at the prompt drops what was typed. False when the program is to end.
+  // An interrupt at the prompt drops the statement that is being typed. False when there is no user
+  // at a terminal, or the time is over: the program ends then.
   bool DropInput() {
     if (!interactive_ || stop::Requested() != stop::Reason::kUser) return false;
     stop::Clear();
@@ -74,7 +76,7 @@ class Prompt {
     return RunText(text, false);
   }
 
-  // What the prompt answers itself.
+  // Answers a line that needs no running. False when it is to be run.
   bool TakeOwn(std::string_view line) {
     if (line.empty()) return true;
     const std::optional<OwnAnswer> answer = AnswerOf(line);
@@ -110,6 +112,8 @@ class Prompt {
     return true;
   }
 
+  // After a statement that was stopped. The prompt goes on, except where nobody sits at it to type
+  // the next one, the time is over, or the output cannot be written.
   bool GoOnAfterStop(const script::Outcome& outcome) {
     exitCode_ = ExitCodeOf(outcome.stopReason);
     if (outcome.stopReason == stop::Reason::kTimeout || exitCode_ == kExitScriptError) return false;

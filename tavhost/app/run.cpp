@@ -21,7 +21,8 @@ std::optional<ScriptSource> TextOnCommandLine(const std::string& text) {
   return ScriptSource{"<command line>", base::StringOf(text)};
 }
 
-// Scripts find their files beside them. A script without a file has the current directory.
+// Relative names of a script's own files begin in the folder where it lies; those of a script
+// without a file, in the current directory.
 void SetProgramPath(const CommandLine& line) {
   if (line.scriptText || line.operands[0] == "-") return;
   const std::string& script = line.operands[0];

@@ -9,15 +9,16 @@
 // standard error (tavhost/base/report.h) let what was printed before go out first.
 namespace app {
 
-// Before anything is written: bytes go out as they are, on every platform; a closed pipe is a
-// write error and no signal; a crash still shows what was printed before it.
+// To be called before anything is written. From then on bytes go out unchanged on every platform, a
+// closed pipe is a write error rather than a signal, and what was printed before a crash still
+// comes out.
 void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.
 void Print(std::string_view text);
 
-// Writes out what is buffered. False when something could not be written, now or before; the
-// first such call says so on standard error.
+// Writes out what is buffered. False when something could not be written, now or earlier; the first
+// call that finds this out says so on standard error.
 bool FinishOutput();
 
 bool IsInputTerminal();

@@ -9,8 +9,9 @@ namespace app {
 
 namespace {
 
-// What was printed before a crash is what its reader needs most. The stream is left alone when
-// the crash struck while it was being written to.
+// Writes out what was printed before the crash, which is what one who looks for its cause needs
+// most; not when the crash came in the middle of writing to that stream, which is then in no good
+// state.
 void FlushAndCrash(int signal) {
   if (ftrylockfile(stdout) == 0) {
     fflush_unlocked(stdout);

@@ -24,7 +24,7 @@ void PreparePlatformStreams() {
   SetConsoleCP(CP_UTF8);
   SetConsoleOutputCP(CP_UTF8);
   SetUnhandledExceptionFilter(FlushAtCrash);
-  // A crash ends the process with its code; no box waits for a user who may not be there.
+  // A crash ends the process at once; the system shows no box that waits for a user.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 }
 

@@ -15,6 +15,7 @@ std::string Bytes(const SV::String& text) { return std::string(text.View()); }
 
 TavBrowserObjects::TavBrowserObjects(bool withHandleColumn)
     : table_(std::make_unique<ui::TableModel>(withHandleColumn)) {
+  // This host has no models or objects to show: a link that the user follows is only traced.
   table_->linkActivated = [this](const ui::Reference& reference) {
     trace::Report(this, "LinkActivated", reference.isModel ? "model" : "object", reference.name,
                   reference.type, reference.version);

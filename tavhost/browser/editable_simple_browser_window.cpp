@@ -39,7 +39,8 @@ SV::Button& TavEditableSimpleBrowserWindow::GetSpecialButton(int which) {
   return *call.ResultObject(specialButtons_[which].get());
 }
 
-// The buttons are as they are when the window comes up.
+// What a script has set on the button objects counts when the window opens; later changes do not
+// show.
 long TavEditableSimpleBrowserWindow::Execute() {
   auto& model = static_cast<ui::EditBrowserModel&>(Model());
   if (okButton_->Model().HasGivenTitle()) model.okText = okButton_->Model().Title();

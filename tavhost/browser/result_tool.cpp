@@ -35,20 +35,20 @@ void TavResultTool::AdjustAllRows() {
   shown->ExpandAll(true);
 }
 
-// The tool shows what it held before it was hidden: there is nothing to do.
+// Called when the tool is shown or hidden. It keeps its results all the while, so nothing is done.
 void TavResultTool::ToolListener(TavWorkbench* workbench) {
   trace::Call call(this, "ToolListener", trace::Window(workbench));
   call.Write();
 }
 
-// By the user. A tool without results is of no use to him.
+// The user closes one result; with the last one the tool itself goes out of sight.
 void TavResultTool::CloseResult(std::size_t index) {
   Tool().Remove(index);
   results_.erase(results_.begin() + static_cast<std::ptrdiff_t>(index));
   if (results_.empty()) workbench_->SetToolVisible(id_, false);
 }
 
-// Views let go of each table before it is freed.
+// The model removes each table first, so that views let go of it before it is freed.
 void TavResultTool::RemoveAllResults() {
   while (!results_.empty()) {
     Tool().Remove(results_.size() - 1);

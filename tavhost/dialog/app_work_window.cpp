@@ -9,7 +9,7 @@
 
 namespace {
 
-// Never destroyed by itself, as main_frames.
+// Freed by work_window::Destroy alone, not with the static objects at the end of the program.
 std::unique_ptr<TavAppWorkWindow>& Global() {
   static std::unique_ptr<TavAppWorkWindow>& global = *new std::unique_ptr<TavAppWorkWindow>;
   return global;

@@ -8,7 +8,8 @@
 #include "tavhost/base/trace.h"
 #include "tavhost/sv/modal.h"
 
-// A box pushes itself as the last step of its making, and pops itself before its bases go.
+// A box is the parent of whatever opens while it lives: it pushes itself as the last step of its
+// construction and pops itself as the first step of its destruction.
 namespace {
 
 void Push(trace::Call& call, const char* className, SV::Window* box) {
@@ -19,7 +20,8 @@ void Push(trace::Call& call, const char* className, SV::Window* box) {
 
 void Pop(SV::Window* box) {
   if (!trace::IsOpen()) return Tav_PopParentWindow(box);
-  // The line of the destructor takes the name away, and the line behind it still needs it.
+  // A destructor's line makes the trace forget the object's name. The pop, which comes behind it,
+  // still shows the box, so the name is given back until then.
   const SV::String name = trace::detail::ObjectText(box);
   trace::Call call(box, "~Box");
   call.Write();

@@ -9,6 +9,8 @@
 #include "tavhost/sv/modal.h"
 #include "tavhost/ui/models/file_dialog_model.h"
 
+// The dialog is no window of the class library for plug-ins, so it holds one. The initial name lies
+// in a buffer of fixed size and is cut to it.
 class TavFileDialog::Window final : public SV::ModalDialog {
  public:
   Window(SV::Window* parent, std::uint32_t style)

@@ -57,8 +57,8 @@ std::uint32_t TavMultiListBoxDialog::GetSelectEntryCount() {
 
 SV::String TavMultiListBoxDialog::GetSelectEntry(std::uint32_t index) {
   trace::Call call(this, "GetSelectEntry", index);
-  // Counting is what finds the selected entries; whoever asks without having counted gets them
-  // all the same.
+  // GetSelectEntryCount finds the selected entries; one who has not called it gets them all the
+  // same.
   if (index >= selected_.size()) selected_ = List().Selected();
   if (index >= selected_.size()) return call.Result(SV::String());
   const std::string_view entry = List().Entry(selected_[index]);

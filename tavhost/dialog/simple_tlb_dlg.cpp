@@ -30,6 +30,7 @@ TreeListBoxModel::Options OptionsOf(bool sizeable, unsigned long style, bool che
   return options;
 }
 
+// Ids have 32 bits on every system, whatever `long` has.
 std::int32_t Narrow(long value) { return static_cast<std::int32_t>(value); }
 
 }  // namespace
@@ -162,6 +163,7 @@ void TavSimpleTLBDlg::getSelectedItems(ISequence<long>& ids) {
   for (const TreeListBoxModel::Handle item : Tree().Selected()) ids.Append(Tree().Id(item));
 }
 
+// What is selected now is what a record of the user's answer is told against.
 long TavSimpleTLBDlg::Execute() {
   Tree().NoteSelection();
   return TavModalDialog::Execute();

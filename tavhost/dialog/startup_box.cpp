@@ -11,6 +11,7 @@
 
 namespace {
 
+// The box that plug-ins see and the window that shows its text, there together or not at all.
 struct State {
   TavStartupBox box;
   ui::MessageWindowModel window{""};
@@ -36,12 +37,6 @@ void Hide() {
   ui::CurrentToolkit().Close(Shown()->window);
   trace::Forget(&Shown()->box);
   Shown().reset();
-}
-
-SV::String AdditionalMessage() {
-  if (!Shown()) return SV::String();
-  const std::string& text = Shown()->window.text;
-  return base::StringOf(text);
 }
 
 }  // namespace startup_box

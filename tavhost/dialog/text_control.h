@@ -2,7 +2,8 @@
 
 #include "host/sv/multi_line_edit.h"
 
-// The text control of a text box: its font is the box's, and so shows in the box's model.
+// The text control inside a view box or edit box. A box has one text and one font: setting the
+// control's font sets that of the box's model, which the user interface reads.
 class TextControl final : public SV::MultiLineEdit {
  public:
   explicit TextControl(SV::Window& box);

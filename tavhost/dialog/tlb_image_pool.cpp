@@ -12,11 +12,13 @@
 
 namespace {
 
+// Names that mean an icon of the user interface, whatever files there are.
 constexpr std::string_view kIcons[] = {"folder",   "document", "warning", "error",    "information",
                                        "question", "ok",       "cancel",  "computer", "drive",
                                        "home",     "link",     "new",     "trash"};
 
-// Read whole; what is not an image is found out when it is drawn.
+// Looks for a file in the database area, then by the name as it stands, then beside the script, and
+// reads it whole. Whether it is an image is found out when it is drawn.
 std::shared_ptr<const ui::ImageSource> Load(const SV::String& name) {
   if (std::find(std::begin(kIcons), std::end(kIcons), name.View()) != std::end(kIcons)) {
     return std::make_shared<ui::ImageSource>(ui::ImageSource{std::string(name.View()), {}});

@@ -1,6 +1,6 @@
 #pragma once
 
-// The host's side of the work window.
+// The host's side of the work window, in which the tools of scripts dock.
 namespace work_window {
 
 // Makes the one TavAppWorkWindow, tells the user interface of it, and puts it in the place of the

@@ -27,7 +27,7 @@ ui::ToolSide SideOf(ToolBoxAlign align) {
 
 }  // namespace
 
-// Owns the tools' windows, and shows the work window while a tool is to be seen.
+// Owns the tools' windows. The work window shows as long as at least one tool is visible.
 class TavWorkbench::State final : public ui::WorkbenchObserver {
  public:
   State(TavAppWorkWindow& workWindow, ui::WorkbenchModel& workbench)
@@ -41,7 +41,8 @@ class TavWorkbench::State final : public ui::WorkbenchObserver {
 
   ui::Tool* Find(const SV::String& id) const { return model.Find(id.View()); }
 
-  // The window goes last: until then views may look at it.
+  // Taken out of the map first and freed last: until the model has removed the tool, views may
+  // still look at its window.
   void Remove(const std::string& id) {
     const auto found = windows.find(id);
     if (found == windows.end()) return;
@@ -75,7 +76,7 @@ void TavWorkbench::AddTool(const SV::String& id, SV::Window* window, unsigned lo
   call.Write();
   std::string name(id.View());
   const auto before = state_->windows.find(name);
-  // Its own window again stays.
+  // A tool that gets the window it already has must not free it with its old entry.
   if (before != state_->windows.end() && before->second.get() == window) before->second.release();
   state_->Remove(name);
   ui::WindowModel* const content = window ? &window->Model() : nullptr;
@@ -150,7 +151,7 @@ void TavWorkbench::SetToolVisible(const SV::String& id, bool visible) {
   ui::Tool* const tool = state_->Find(id);
   if (!tool) return;
   state_->model.SetVisible(*tool, visible);
-  state_->UpdateWindow();  // the user may have closed it
+  state_->UpdateWindow();  // the user may have closed the work window while the tool was visible
 }
 
 void TavWorkbench::SetToolDefaultVisible(const SV::String& id, bool visible) {

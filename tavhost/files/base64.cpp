@@ -12,6 +12,7 @@ namespace base64 {
 
 namespace {
 
+// What kValues holds for bytes that are no digits of base64.
 constexpr int kForeign = -1;
 constexpr int kIgnored = -2;
 constexpr int kPadding = -3;

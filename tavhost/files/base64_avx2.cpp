@@ -11,11 +11,15 @@ namespace base64 {
 
 namespace {
 
-// Of 32 bytes read, 28 count: two overlapping loads of 16 for two halves of 12.
+// A step of encoding turns 24 bytes into 32 characters: 12 bytes in each half of a vector. A half
+// is loaded with 16 bytes, of which the last 4 do not count, so that a step reads 28 bytes in all.
 constexpr std::size_t kEncodeRead = 28;
 constexpr std::size_t kEncodeStep = 24;
 constexpr std::size_t kDecodeStep = 32;
 
+// Each group of three bytes is spread over four, from which two multiplications, one for every
+// second character, shift six bits into a byte each. A lookup then gives what to add to a six-bit
+// value to make it its character.
 TAV_AVX2 std::size_t EncodeBlocks(const unsigned char* data, std::size_t length, char* out) {
   const __m256i spread = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10,  //
                                           1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
@@ -42,6 +46,10 @@ TAV_AVX2 std::size_t EncodeBlocks(const unsigned char* data, std::size_t length,
   return done;
 }
 
+// Two lookups, by the upper and the lower four bits of each character, tell whether all 32 belong
+// to the alphabet; another gives what to add to a character to make it its six bits. Two additions
+// of neighbours, each shifted by its weight, join four such values to 24 bits, and a shuffle takes
+// out the three bytes.
 TAV_AVX2 std::size_t DecodeBlocks(const char* text, std::size_t length, unsigned char* out) {
   // A byte belongs to the alphabet when the entries of its two halves share no bit.
   const __m256i lowHalves = _mm256_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,  //
@@ -58,7 +66,8 @@ TAV_AVX2 std::size_t DecodeBlocks(const char* text, std::size_t length, unsigned
   const __m256i pack = _mm256_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1,  //
                                         2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
   const __m256i join = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
-  // Also the character that needs an offset of its own; the lookups read the low four bits only.
+  // One bit more than the four that the lookups read: with it, this is also the code of `/`, the
+  // one character whose offset differs from that of its neighbours. Lookups ignore that bit.
   const __m256i halfMask = _mm256_set1_epi8(0x2F);
   std::size_t done = 0;
   for (; length - done >= kDecodeStep; done += kDecodeStep, out += kEncodeStep) {

@@ -22,6 +22,7 @@ constexpr PairTable MakePairs() {
 
 constexpr PairTable kPairs = MakePairs();
 
+// Bits that no group of 24 has: one foreign character marks the whole group.
 constexpr std::uint32_t kForeign = 0xFF000000;
 
 // The value of a character at each of the four places of a group, already shifted there.

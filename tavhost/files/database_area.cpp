@@ -17,13 +17,14 @@ namespace {
 constexpr std::string_view kPrefix = "db:\\";
 // Files under way begin with this; no name of the area does.
 constexpr std::string_view kUnderWay = ".tavhost-";
-// What all file systems take, with room for what programs add.
+// Bytes; what all file systems take, with room for an ending that another program adds.
 constexpr std::size_t kLongestName = 200;
 
 std::string chosenFolder;
 std::vector<std::string> beingWritten;  // stored files
 
-// "con", "com1" and their like, with any extension: one system opens a device by them.
+// "con", "com1" and their like, with any extension: Windows opens a device by them. Refused on
+// every system, so that an area can be moved from one to another.
 bool IsDeviceName(std::string_view name) {
   std::string_view stem = name.substr(0, name.find('.'));
   while (stem.ends_with(' ')) stem.remove_suffix(1);
@@ -70,7 +71,7 @@ class AreaFile : public disk::OutputFile {
                         disk::Replace({newFile_.c_str(), false}, {storedFile_.c_str(), false});
     if (!stored) {
       disk::Delete({newFile_.c_str(), false});
-      // Whoever closes it last may have no way to tell the script.
+      // Told to a person here: when the destructor closes the file, no script gets the result.
       report::Line("tavhost: " + storedFile_ + " could not be stored; it stays as it was");
     }
     file_.reset();
@@ -90,7 +91,9 @@ struct Stored {
   bool exists;
 };
 
-// Nothing for names that are none, and when it cannot be told what there is.
+// Nothing when the area cannot hold such a name, or its folder cannot be read: then nobody knows
+// whether the file is there. Of stored names that differ in case only, which other programs can
+// leave, the one that is spelt alike counts, else the first.
 std::optional<Stored> Find(std::string_view path, long libraryId) {
   const std::string_view name = WithoutPrefix(path);
   const long library = LibraryOf(libraryId);

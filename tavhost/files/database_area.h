@@ -23,13 +23,15 @@ inline constexpr long kFileSystem = -1;
 
 // Begins with `db:\`, in either case and with either separator.
 bool IsAreaName(std::string_view path);
-// The path and the library lead into the area, whether or not to a name that it could hold.
+// Whether path and library mean the area rather than the file system; the name itself may be one
+// that the area cannot hold.
 bool IsInArea(std::string_view path, long libraryId);
 
 // The stored file that a name means, as a path of the system: the one there is, else the one to
 // be made. Nothing when the area cannot hold such a name. `path` may begin with `db:\`.
 std::optional<std::string> FindFile(std::string_view path, long libraryId);
 
+// Makes the library's folder and those above it; true when it is there already.
 bool MakeLibrary(long libraryId);
 // The names of a library's files; nothing when it cannot be read.
 std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId);

@@ -11,7 +11,8 @@ extern const char kSeparator;
 // gone.
 bool MakeAbsolute(SV::String& path);
 
-// "C:" in "C:name": a name without a separator that yet lies in a directory of its own.
+// The length of a drive in front: 2 for "C:name", which means a name in the drive's own current
+// directory although no separator says so. 0 where there are no drives.
 long DriveLength(const SV::String& path);
 
 }  // namespace dir_entry

@@ -55,7 +55,8 @@ std::string NewTemporaryFile(const std::string& prefix);
 std::string NewFileBeside(const std::string& path);
 
 bool IsAbsolute(const std::string& path);
-// Scripts have a way to write this path of the system.
+// Whether a script can write this path of the system: not when a name in it holds what scripts take
+// for a separator.
 bool CanBeWritten(const std::string& path);
 std::string Join(const std::string& folder, const std::string& name);
 std::string FolderOf(const std::string& path);  // "." for a bare name

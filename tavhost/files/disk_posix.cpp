@@ -60,7 +60,8 @@ std::int64_t ReadUpTo(int file, char* out, std::int64_t length) {
   return done;
 }
 
-// What does not tell its size beforehand: devices, files that the system makes up.
+// For what does not tell its size beforehand: devices, and files that the system makes up as they
+// are read.
 ReadCode ReadInPieces(int file, SV::String& contents) {
   constexpr std::size_t kPiece = std::size_t{64} << 10;
   const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);

@@ -50,13 +50,14 @@ bool IsSameFile(Name a, Name b) {
          x.nFileIndexLow == y.nFileIndexLow;
 }
 
-// Not every system copies them into a file that exists already.
+// Gives a copy the attributes of its source: the copy goes into a file that exists already, and not
+// every system takes the attributes over then.
 bool TakeAttributes(Name from, const std::string& path) {
   const DWORD attributes = Attributes(from);
   return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesA(path.c_str(), attributes);
 }
 
-// What a copy takes over although it was not asked to.
+// Takes from a copy what CopyFileA has taken over unasked: the attributes and the time.
 bool DropAttributes(const std::string& path) {
   if (!SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL)) return false;
   const Handle file(CreateFileA(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
@@ -87,7 +88,8 @@ class WindowsFile : public OutputFile {
   Handle file_;
 };
 
-// What is there, or the nearest above it that is, is a folder.
+// Whether a folder is there or could be made: what stands there, or the nearest above it that does,
+// is a folder.
 bool MayBeFolder(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES) return Has(attributes, FILE_ATTRIBUTE_DIRECTORY);

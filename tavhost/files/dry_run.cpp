@@ -83,12 +83,14 @@ bool Matches(std::string_view pattern, std::string_view name) {
 
 bool IsDots(std::string_view name) { return name == "." || name == ".."; }
 
-// What ends in `.` or `..` finds a directory by a name that leads to it by no path.
+// A pattern that ends in `.` or `..` finds a directory under its own name, and that name behind the
+// pattern's folder leads nowhere.
 bool HidesItsName(std::string_view pattern) {
   return IsDots(pattern.substr(pattern.find_last_of("/\\") + 1));
 }
 
-// Names of other systems may hold what no path can.
+// A name that another program has made may hold what a path cannot: a `\`, which separates here, or
+// a wildcard.
 bool IsNameable(const std::string& name) { return name.find_first_of("\\*?") == std::string::npos; }
 
 std::string FolderOf(const std::string& pattern) {
@@ -249,7 +251,7 @@ bool DryRun::Delete(const std::string& pattern) {
       if (Full(path) == Full(".")) return Fail(path, kIsCurrent);
       Say("delete the directory", path);
     } else {
-      // A search need not tell what only this asks for.
+      // Entries of a search do not always say whether they are protected; the file itself does.
       if (EntryAt(path).isReadOnly) return Fail(path, "it is protected against writing");
       Say("delete", path);
     }

@@ -14,8 +14,9 @@
 // Stands before the plug-ins and takes COPY_FILES, MOVE_FILES and DELETE_FILES: tells what each
 // would do, step by step, and does none of it. What earlier ones would have done counts for later
 // ones. Everything else is carried out. Works on the same functions of the system as the commands
-// do, so on every platform. Not foreseen are a disk that is full, a right that is missing, a file
-// that FWRITE holds open, a pipe or device, and that two paths reach the same entry through a link.
+// do, so its answers hold on every platform. It cannot foresee a disk that is full, a right that is
+// missing, a file that FWRITE holds open, a pipe or device, and that two paths reach the same entry
+// through a link.
 class DryRun : public script::CommandProvider {
  public:
   // `report` takes lines, each with its line feed.
@@ -50,14 +51,17 @@ class DryRun : public script::CommandProvider {
   // search itself finds nothing, not even `.`.
   std::vector<Entry> List(const std::string& pattern, bool& matches) const;
   Entry EntryAt(const std::string& path) const;
+  // Whether a path leads to it, without which a command could neither copy nor delete it.
   static bool IsReachable(const Entry& entry);
+  // From now on this stands at the path; kNone: nothing does.
   void Put(const std::string& path, Entry entry);
 
   void Say(const char* what, const std::string& path);
   void Say(const char* what, const std::string& from, const std::string& to);
+  // Says where the command would stop, and returns false.
   bool Fail(const std::string& what, const char* reason);
 
   std::function<void(std::string_view)> report_;
-  // What would stand at a path, by its folder and name, as far as it differs from what does.
+  // By folder and name: what would stand at a path by now, where that differs from what is there.
   std::map<std::string, std::map<std::string, Entry>> changed_;
 };

@@ -85,7 +85,7 @@ bool Rename(const char* from, const char* to, long libraryId) {
   const Target source(from, libraryId);
   const Target target(to, libraryId);
   if (!source.IsValid() || !target.IsValid() || !source.IsFree() || !target.IsFree()) return false;
-  // Into or out of the area only copying leads.
+  // Nothing is renamed into the area or out of it; that takes a copy.
   if (source.IsInArea() != target.IsInArea()) return false;
   return source.IsInArea() ? RenameInArea(source, target, to)
                            : disk::Rename(source.Name(), target.Name());

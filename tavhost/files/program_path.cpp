@@ -12,7 +12,7 @@ std::string programPath;
 std::string Resolved(const char* name) {
   if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
   const std::string folder = programPath.empty() ? disk::CurrentFolder() : programPath;
-  // A path that would be read as another one must not be given out.
+  // A folder with a `\` in its name would be read as another one when the path comes back.
   return disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();
 }
 

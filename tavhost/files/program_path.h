@@ -2,8 +2,8 @@
 
 #include <string>
 
-// The folder against which scripts' relative file names are resolved where they are written: that
-// of the running script.
+// The folder of the running script, in which relative file names begin that a command asks
+// Tav_GetProgramPathFilename about.
 namespace program_path {
 
 // Made absolute at once; empty stands for the current directory, whatever that is at the time.

@@ -9,18 +9,18 @@
 
 namespace ui {
 
-// What answers call a window of that kind.
+// The name by which an answers file calls a window of that kind, as MESSAGE_BOX.
 std::string_view ElementOf(const ModalModel& window);
 
-// Puts an answer into the window and ends it. When it fails because something does not fit, the
-// window is as it was.
+// Does to the window what the answer says, and ends it. Empty when it fits; else why not, and the
+// window is as it was before.
 base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window);
 
-// The button of an answer that names none.
+// The button that an answer presses which names none.
 std::string ImpliedButton(const ModalModel& window);
 
-// The answer that does what has been done in a window that has ended; for one that has not, what
-// confirming it as it stands would do.
+// For a window that has ended: the answer that would do the same again. For one that has not: the
+// answer that confirms it as it stands.
 Answer AnswerOf(const ModalModel& window);
 
 }  // namespace ui

@@ -30,7 +30,9 @@ struct AnswerOptions {
 // display are asked in the terminal when standard input is one.
 AnswerOptions ReadAnswerOption(const std::string* value, bool hasDisplay, bool stdinIsTerminal);
 
-// The answers of one run of the program.
+// The answers that the windows of one run of the program get, and the record of those they were
+// given. A window without an answer ends the script: what is missing is told on standard error, and
+// stop::Stopped thrown.
 class AnswerSession final : public AnswerSource {
  public:
   // Fails when the answers cannot be read or the record cannot be written.
@@ -65,8 +67,8 @@ class AnswerSession final : public AnswerSource {
   std::size_t next_ = 0;
   std::uint32_t endLine_ = 1;  // of the file: where the next answer is to be added
   std::FILE* record_ = nullptr;
-  // While a percentage window with a cancel button shows, what else is recorded waits: that it was
-  // cancelled stands before it.
+  // While a percentage window with a cancel button shows, all that is recorded waits here: only
+  // when it closes is it known whether it was cancelled, and that line has to stand first.
   const PercentageWindowModel* progress_ = nullptr;
   std::string waiting_;
 };

@@ -21,7 +21,7 @@ namespace ui {
 
 namespace {
 
-// A dialog unit of a common font, both ways.
+// How wide and high a dialog unit is with a common font.
 constexpr std::int64_t kPixelsPerUnit = 2;
 
 long ToPixel(long units) {

@@ -10,9 +10,9 @@
 
 namespace ui {
 
-// Without a display, what is written into the text tools of a work window is printed, whether they
-// are visible or not: each line, once it is complete, behind the tool's id and ": ". A line that is
-// still open when its tool goes is printed then.
+// Prints what scripts write into the text tools of a work window, where there is no display to show
+// them: each line as soon as it is complete, behind the tool's id and ": ", whether the tool is
+// visible or not. A line without its end is printed when the tool goes.
 class OutputPrinter final : public WorkbenchObserver, public TextObserver {
  public:
   using Print = std::function<void(std::string_view)>;

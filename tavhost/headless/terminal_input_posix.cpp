@@ -10,7 +10,7 @@
 namespace ui {
 
 LineOutcome ReadTerminalLine(std::string& line) {
-  static std::string pending;  // read behind the line end
+  static std::string pending;  // has been read, but stands behind the end of the line before
   line.clear();
   for (;;) {
     const std::size_t end = pending.find('\n');
@@ -24,7 +24,8 @@ LineOutcome ReadTerminalLine(std::string& line) {
     pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}};
     if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
     if (stop::IsRequested()) return LineOutcome::kStopped;
-    // Posted work waits for the dialog's end; its wake-up must not keep this loop busy.
+    // Posted work runs after the dialog's end. Until then its wake-up, left as it is, would end
+    // every wait at once.
     if (descriptors[1].revents) event_loop::ClearWakeUp();
     if (!descriptors[0].revents) continue;
     char bytes[4096];

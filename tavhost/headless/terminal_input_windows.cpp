@@ -7,7 +7,7 @@ namespace ui {
 
 // A read from the console ends when Ctrl-C is pressed; a pipe gives its lines or ends.
 LineOutcome ReadTerminalLine(std::string& line) {
-  static std::string pending;  // read behind the line end
+  static std::string pending;  // has been read, but stands behind the end of the line before
   line.clear();
   for (;;) {
     const std::size_t end = pending.find('\n');

@@ -30,7 +30,8 @@ namespace {
 constexpr std::uint32_t kShownEntries = 100;
 constexpr std::size_t kDeepest = 20;  // levels that are indented
 
-// What a terminal must not get raw: control bytes other than tabs and line feeds.
+// Without control bytes, other than tabs and line feeds: a script's text must not drive the
+// terminal.
 std::string Printable(std::string_view text) {
   std::string out;
   for (const char byte : text) {
@@ -43,8 +44,10 @@ std::string Printable(std::string_view text) {
 
 void PrintLine(std::string_view text) { report::Text(Printable(text) + '\n'); }
 
-// Asks for lines until one fits; `take` is false, with the reason in its second argument, for one
-// that does not. `/cancel` cancels every window.
+// Asks for lines until `take` accepts one by ending the window. It returns false for one that does
+// not fit, or does not end the window yet, and puts what is to be said of it into its second
+// argument.
+// `/cancel` cancels every window.
 template <typename Take>
 AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take) {
   for (;;) {
@@ -64,7 +67,7 @@ AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take) {
       window.End(kCancelButton);
       return AskOutcome::kAnswered;
     }
-    // So that a text can begin with a slash.
+    // `//` stands for a slash at the start of a text.
     if (line.starts_with("//")) line.erase(0, 1);
     std::string reason;
     if (take(line, reason)) return AskOutcome::kAnswered;
@@ -365,7 +368,7 @@ AskOutcome AskBrowser(BrowserModel& browser) {
   });
 }
 
-// "2 1 text" sets a field.
+// "2 1 text" sets the field in row 2 and column 1.
 AskOutcome AskEditBrowser(EditBrowserModel& browser) {
   PrintTable(browser.Table());
   const auto take = [&](const std::string& line, std::string& reason) {

@@ -23,8 +23,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// As many rows as somebody looks through; `row-count` tells how many there are, and answers reach
-// all of them.
+// More rows of a table than somebody looks through. `row-count` tells how many there are in all,
+// and an answer can change every one of them.
 constexpr std::uint32_t kShownRows = 1000;
 
 template <typename Model>
@@ -90,7 +90,7 @@ void Describe(const ImageDialogModel& images, Json& json) {
   json["path"] = images.selected;
 }
 
-// The items from top to bottom, each behind its parent: the tree's depth costs no depth here.
+// A flat list of the items from top to bottom, each with its parent's id, however deep the tree is.
 void Describe(const TreeListBoxModel& tree, Json& json) {
   json["caption"] = tree.headline;
   json["multiple"] = tree.Rules().multiple;
@@ -107,7 +107,7 @@ void Describe(const TreeListBoxModel& tree, Json& json) {
   }
 }
 
-// Without the rows' handles: answers count columns without them too.
+// Without the column of handles, which answers do not count either.
 void Describe(const TableModel& table, Json& json) {
   json["caption"] = table.header;
   json["columns"] = Json::array();

@@ -7,7 +7,7 @@
 
 namespace http {
 
-// Gathers a body as it comes in one buffer, with as few copies as can be.
+// Gathers an answer's body, piece by piece as it comes, in one buffer with as few copies as can be.
 class Body {
  public:
   // `bytes` must be empty, and is not to be read before Finish.

@@ -17,8 +17,8 @@
 
 namespace {
 
-constexpr int kRedirectLimit = 20;
-constexpr std::uint32_t kRetryLimit = 10;
+constexpr int kRedirectLimit = 20;         // more is a circle
+constexpr std::uint32_t kRetryLimit = 10;  // whatever a script asks for
 
 std::string Utf8(const SV::WString& text) { return utf16::ToUtf8(text.View()); }
 
@@ -52,9 +52,9 @@ struct TavHTTPClient::State {
   http::Timeouts timeouts;
   std::uint32_t retries = 0;
   std::vector<http::Proxy> proxies;
-  bool badProxy = false;
+  bool badProxy = false;  // the list given makes no sense: requests fail, rather than go direct
   http::Answer answer;
-  SV::WString content;
+  SV::WString content;  // the body as text, once that was asked for
   bool decoded = false;
   SV::WString header;
   SV::WString charset;
@@ -63,7 +63,8 @@ struct TavHTTPClient::State {
   bool Fetch(const std::string& verb);
 };
 
-// One attempt: the request and whatever it is redirected to.
+// One attempt: the request and whatever it is redirected to. From https no redirect leads back to
+// http, and user names and passwords go to no other server than they were meant for.
 bool TavHTTPClient::State::Fetch(const std::string& verb) {
   http::Request request;
   request.url = url;

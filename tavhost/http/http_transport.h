@@ -9,8 +9,8 @@
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_url.h"
 
-// One request and its answer on the wire; redirects are the caller's. The platform's HTTP library
-// stands behind it and is loaded by the first request.
+// One request and its answer on the wire, carried by the platform's HTTP library, which the first
+// request loads. Redirects and retries are for the caller. On the user-interface thread.
 namespace http {
 
 struct Timeouts {
@@ -23,7 +23,7 @@ struct Timeouts {
 
 // An answer's header may not be longer than this, interim answers included.
 inline constexpr std::size_t kHeaderLimit = std::size_t{300} << 10;
-// Nor its body, after content encodings are undone.
+// After content encodings are undone.
 inline constexpr std::size_t kBodyLimit = std::size_t{256} << 20;
 
 struct Request {
@@ -50,12 +50,12 @@ bool Exchange(const Request& request, Answer& answer);
 // (RFC 9112, 6.3).
 bool HasBadFraming(std::string_view header);
 
-// Waits for the whole answer, by the clock: the sum of those timeouts that are limits. What has no
-// limit is not counted; 0 when sending or receiving has none.
+// How long one attempt may take in all, in milliseconds by the clock: the sum of its timeouts. One
+// of 0 adds nothing. When sending or receiving has no limit, the whole has none, which is 0.
 std::uint64_t WholeTime(const Timeouts& timeouts);
 
-// Lets the windows paint themselves, at most every 20 ms; nothing else happens to them while a
-// request waits.
+// Lets the windows paint themselves, at most every 20 ms. They take no other event while a request
+// waits: the script is in the middle of a command.
 void PaintWhileWaiting();
 
 }  // namespace http

@@ -86,6 +86,9 @@ struct Transfer {
   bool refused = false;
 };
 
+// libcurl hands over the header line by line and the body in pieces. Anything but the number of
+// bytes as the result ends the transfer.
+
 std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
   transfer.watch.Received(Watch::Clock::now());
@@ -96,9 +99,9 @@ std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) 
   }
   std::string& header = transfer.answer.header;
   const std::string_view line(data, length);
-  if (line.starts_with("HTTP/")) header.clear();  // behind an interim answer
+  if (line.starts_with("HTTP/")) header.clear();  // an interim answer stood before this one
   header += line;
-  // Before the body is believed.
+  // The header is whole: whether its fields tell one length is seen before a body is read by it.
   if ((line == "\r\n" || line == "\n") && HasBadFraming(header)) {
     transfer.refused = true;
     return 0;
@@ -120,7 +123,7 @@ std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
   return 0;
 }
 
-// Tells the watch how far the transfer has come.
+// Tells the watch how far the transfer has come: libcurl notes the time at which each phase ended.
 void Follow(Watch& watch, Watch::Clock::time_point now) {
   const auto reached = [](CURLINFO when) {
     curl_off_t microseconds = 0;

@@ -125,6 +125,8 @@ void SetOption(HINTERNET handle, DWORD option, Value value) {
   WinHttpSetOption(handle, option, &value, sizeof value);
 }
 
+// One exchange, step by step: each step is begun, and then waited for in slices in which the
+// windows are painted and the watch is asked.
 class Exchanging {
  public:
   Exchanging(const Request& request, Answer& answer)

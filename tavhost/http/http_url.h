@@ -25,8 +25,9 @@ struct Url {
 
 // Empty for what is malformed, has another scheme, or holds control characters or blanks.
 std::optional<Url> ParseUrl(std::string_view text);
-// The URL that a reference means on the page `base`.
+// The URL that a reference, as in a redirect, means on the page `base`; empty as with ParseUrl.
 std::optional<Url> ResolveUrl(const Url& base, std::string_view reference);
+// `%41` becomes `A`; a percent sign without two digits behind it stays.
 std::string PercentDecoded(std::string_view text);
 
 }  // namespace http

@@ -34,7 +34,8 @@ std::uint32_t Watch::LimitOf(Phase phase) const {
 
 bool Watch::IsOver(Clock::time_point now) {
   if (Exceeded(now - latest_, LimitOf(phase_))) return true;
-  // A look-up or a connection without a limit does not use up the time of the rest.
+  // Time spent in a look-up or on connecting without a limit is not taken from the rest: the whole
+  // counts from here.
   if (phase_ <= Phase::kConnecting && LimitOf(phase_) == 0) begin_ = now;
   return Exceeded(now - begin_, whole_);
 }

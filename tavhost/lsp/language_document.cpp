@@ -35,7 +35,7 @@ std::string PathOfUri(std::string_view uri) {
       path += uri[i];
     }
   }
-  // `/c:/folder` is a drive's.
+  // The slash before a drive (`/c:/folder`) belongs to the address, not to the path.
   if (path.size() > 2 && path[0] == '/' && path[2] == ':') path.erase(0, 1);
   return path;
 }
@@ -62,6 +62,7 @@ std::string UriOfPath(std::string_view path) {
 LanguageDocument::LanguageDocument(std::string uri)
     : uri_(std::move(uri)), name_(PathOfUri(uri_)) {}
 
+// While a text is typed it often cannot be parsed: the names of its last good state stay.
 void LanguageDocument::SetText(std::string text) {
   text_ = std::move(text);
   const SV::String copy = base::StringOf(text_);

@@ -15,7 +15,7 @@ struct EditorPlace {
   std::int64_t character = 0;
 };
 
-// An open text and what is known of it.
+// A text that is open in an editor, and the names that it gives. Offsets count bytes of its UTF-8.
 class LanguageDocument {
  public:
   LanguageDocument() = default;
@@ -35,11 +35,14 @@ class LanguageDocument {
   // `column` counts code points from 1, `line` from 1.
   EditorPlace PlaceOf(std::uint32_t line, std::uint32_t column) const;
 
-  // The name around an offset, with what belongs to it in commands; empty when there is none.
+  // The name around an offset; it may hold the dashes of a command's parameters. Empty when there
+  // is none. A part of Text().
   std::string_view WordAt(std::size_t offset) const;
   // The function in whose text the offset lies; empty at the top level.
   std::string FunctionAt(std::size_t offset) const;
-  // What a name means at an offset; null when the text gives no such name.
+  // What a name means at an offset: a variable of the function there, else one of the top level,
+  // else a function. In front of a parenthesis functions come first. Null when the text gives no
+  // such name.
   const check::Symbol* Find(std::string_view name, std::size_t offset) const;
 
   static std::size_t OffsetIn(std::string_view text, EditorPlace place);
@@ -52,7 +55,8 @@ class LanguageDocument {
   std::vector<check::Symbol> symbols_;
 };
 
-// `file:///a%20b` and `/a b`. Other kinds of addresses stay as they are.
+// Between `file:///a%20b` and `/a b`. Other kinds of addresses, such as that of a text that has
+// never been saved, stay as they are.
 std::string PathOfUri(std::string_view uri);
 std::string UriOfPath(std::string_view path);
 

@@ -91,6 +91,8 @@ std::string ParameterText(const reference::Parameter& parameter) {
   return text;
 }
 
+// One client, from its first message to its last. Notifications, which are messages without an id,
+// are never answered, not even with an error.
 class LanguageServer {
  public:
   explicit LanguageServer(MessageStream& stream) : stream_(stream) {}
@@ -113,7 +115,7 @@ class LanguageServer {
     const json id = message.value("id", json());
     const auto method = message.find("method");
     if (method == message.end() || !method->is_string()) {
-      // Answers to requests of ours, which makes none.
+      // An answer to a request; this server makes none, so it is nobody's.
       if (message.contains("result") || message.contains("error")) return true;
       return Fail(id, {kInvalidRequest, "a request has a method"});
     }
@@ -284,7 +286,7 @@ class LanguageServer {
     const reference::Command* const command = CommandAround(document.Text(), offset);
     json items = json::array();
     for (const std::string& word : check::CompleteScript(before, names)) {
-      if (word == "help") continue;  // a word of the prompt
+      if (word == "help") continue;  // only the prompt knows it
       json item = {{"label", word}, {"textEdit", {{"range", range}, {"newText", word}}}};
       Describe(item, word, document, command, offset);
       items.push_back(std::move(item));
@@ -391,6 +393,7 @@ class LanguageServer {
     json symbols = json::array();
     for (const check::Symbol& symbol : document.Symbols()) {
       const bool isFunction = symbol.kind == check::SymbolKind::kFunction;
+      // A variable that a command's result makes has no place of its own in the text.
       const bool isResult =
           !symbol.command.empty() && symbol.offset < document.Text().size() &&
           document.Text().compare(symbol.offset, symbol.name.size(), symbol.name) != 0;
@@ -408,7 +411,7 @@ class LanguageServer {
     return symbols;
   }
 
-  // What is likely meant, for mistakes in the range.
+  // Quick fixes: for each mistake in the range the word that is likely meant.
   json Actions(const json& params) const {
     const LanguageDocument& document = DocumentOf(params);
     const EditorPlace begin = PlaceOf(params.at("range").at("start"));

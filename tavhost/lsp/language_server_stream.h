@@ -13,7 +13,7 @@ class MessageStream {
   MessageStream(std::FILE* in, std::FILE* out) : in_(in), out_(out) {}
 
   // The next message's bytes; nothing at the end of the input. Lines that are no header are
-  // skipped, and so is a message that is longer than a document can be.
+  // skipped. The bytes of a message that is too long are skipped too, and it comes back empty.
   std::optional<std::string> Read();
   // False when nobody listens any more.
   bool Write(std::string_view message);

@@ -6,11 +6,12 @@
 #include "tavhost/notation/scope.h"
 #include "tavhost/notation/value.h"
 
-// Replies of the script service: `{"variables":{},"output":"","error":null}` (RFC 8259).
+// Replies of the script service as JSON (RFC 8259): `{"variables":{},"output":"","error":null}`.
 namespace script::service {
 
-// The fields of a record or the own variables of a scope as variables. Bytes that are no UTF-8
-// become U+FFFD; bodies are their text; reals that JSON has no number for are null.
+// `variables` are the fields of a record, or the variables of a scope without those of outer ones.
+// Bytes that are no UTF-8 become U+FFFD, bodies are told as their text, and reals that JSON has no
+// number for (infinities, NaN) as null. A null `error` is none.
 std::string ReplyJson(const kel::Value& record, std::string_view output, const std::string* error);
 std::string ReplyJson(const kel::Scope& variables, std::string_view output,
                       const std::string* error);

@@ -22,7 +22,8 @@ struct LogEntry {
 };
 
 // `2026-01-31T12:00:00Z POST /script 200 1.5 ms`; the long form adds client, length and program.
-// Control bytes of what the client sent are escaped; secrets are not among it.
+// What the client has sent is escaped, so that it cannot forge lines or drive a terminal, and cut
+// where it is long. Neither the token nor a body is in it.
 std::string LogLine(const LogEntry& entry, TavWSLogFormat format);
 
 }  // namespace script::service

@@ -19,7 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kClosedQuestions = 100;  // whose late answers learn why they are late
+// How many questions are remembered, so that an answer that comes too late learns why.
+constexpr std::size_t kClosedQuestions = 100;
 
 Reply Refusal(unsigned status, const std::string& reason) { return {status, ErrorJson(reason)}; }
 
@@ -42,6 +43,8 @@ std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
   return Refusal(404, "there is no such question");
 }
 
+// Waits in the event loop, as a dialog does, until an answer fits or none can come any more. The
+// lock is never held while the window or the event loop is at work.
 void Queue::Ask(Question& question) {
   const std::string id = NewToken();
   const auto end = Clock::now() + running_->questionTime;

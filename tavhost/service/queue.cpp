@@ -90,7 +90,7 @@ void Queue::Run() {
       waiting_.pop_front();
       running_ = job;
       waiter_ = job;
-      announced_ = true;  // the rest follows in this loop
+      announced_ = true;  // this loop takes what comes meanwhile
     }
     RunJob(job);
   }
@@ -113,7 +113,8 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     const std::lock_guard lock(mutex_);
     running_.reset();
     waiter.swap(waiter_);
-    // A stop that was not meant for this request alone ends the program around it.
+    // A stop because the client left was meant for this request alone. Any other one is for the
+    // whole program and is asked for again, since running the script has used it up.
     if (std::exchange(clientLeft_, false)) {
       stop::Clear();
     } else if (reason == stop::Reason::kUser) {

@@ -13,7 +13,8 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/service/script_service.h"
 
-// The requests of the script service on their way to the user-interface thread.
+// The requests of the script service on their way from the server's thread to the user-interface
+// thread, where scripts run.
 namespace script::service {
 
 struct Reply {
@@ -29,18 +30,21 @@ struct Job {
   std::string question;  // the id of the one that is answered
   // How long its client may take to answer a window; zero: it does not answer them.
   std::chrono::seconds questionTime{0};
-  // Called once: it holds the connection until then. By whoever takes the job from the queue.
+  // Sends the reply. It keeps the connection alive until it is called, once, by whoever has the job
+  // at that time; from any thread.
   std::function<void(Reply)> reply;
-  // Nobody waits for the reply any more; of an answer that is being looked at.
+  // Set by Abandon for an answer that the script has taken but not accepted yet: its client is
+  // gone.
   std::atomic<bool> abandoned{false};
 };
 
-// Sends the reply, once: it holds the connection, which goes with it. Null: nobody waits for it.
+// Sends the job's reply, after which its connection is no longer held. Nothing happens for a null
+// job: nobody waits.
 void Send(const std::shared_ptr<Job>& job, Reply reply);
-// The reply that nobody reads.
+// The reply to a client that has gone: nobody reads it, but the job lets its connection go.
 Reply ClientLeft();
 
-// First come, first served; one at a time, and never inside another script's waiting.
+// First come, first served; one job at a time, and none while a script waits for something.
 class Queue {
  public:
   explicit Queue(std::size_t limit) : limit_(limit) {}
@@ -87,8 +91,8 @@ class Queue {
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<Job>> waiting_;
   std::shared_ptr<Job> running_;
-  // Whose client gets the next reply of the running job: its own, later that of an answer; nobody
-  // while a question is open.
+  // The job whose client gets the next reply: at first the running job itself, behind a question
+  // the answer to it. Null while a question is open, when no client waits.
   std::shared_ptr<Job> waiter_;
   bool clientLeft_ = false;   // the running job was stopped because nobody waited for it
   std::string notAnswered_;   // why it was stopped, when that was a question
@@ -96,8 +100,8 @@ class Queue {
   std::string openQuestion_;  // an id; empty: none is open
   std::chrono::steady_clock::time_point questionEnd_;
   std::shared_ptr<Job> answer_;                 // to the open question, not yet looked at
-  std::deque<ClosedQuestion> closedQuestions_;  // the latest
-  bool announced_ = false;                      // the user-interface thread was told of what waits
+  std::deque<ClosedQuestion> closedQuestions_;  // the latest, for answers that come late
+  bool announced_ = false;                      // the user-interface thread knows that jobs wait
   bool closed_ = false;
 };
 

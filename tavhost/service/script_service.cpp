@@ -82,8 +82,11 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   options.port = static_cast<std::uint16_t>(port);
   options.backlog = backlog;
   options.token = service->token;
-  options.addresses = {hostOptions.address};
-  if (!hostOptions.secondAddress.empty()) options.addresses.push_back(hostOptions.secondAddress);
+  options.addresses = hostOptions.addresses;
+  if (options.addresses.empty()) {
+    options.addresses = {"127.0.0.1"};
+    options.optionalAddress = "::1";
+  }
   options.queue = &service->queue;
   options.log = Logger(format, type);
   base::Result<std::unique_ptr<Server>> server = Server::Start(std::move(options));

@@ -2,24 +2,26 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tavhost/base/result.h"
 
-// The script service as the host around it sees it. All on the user-interface thread, except where
-// said.
+// The script service as the host around it sees it. All on the user-interface thread.
 namespace script::service {
 
+// What the host decides and no script can change.
 struct HostOptions {
-  // Addresses to listen on; those that the machine does not have are passed over, but for the
-  // first.
-  std::string address = "127.0.0.1";
-  std::string secondAddress = "::1";
+  // The addresses to listen on, as ReadAddress gives them; the machine must have each. None: the
+  // loopback addresses, so that other machines cannot reach the service.
+  std::vector<std::string> addresses;
   bool allowCrash = false;  // whether requests may end the process by CRASH
 };
 
+// For the services that are started from now on, and at once for what requests may do.
 void SetHostOptions(const HostOptions& options);
 
-// Where a log for a text field goes; without one it goes to standard error as well.
+// Where the log goes that is meant for a text field. Without such a field it goes to standard
+// error, as the other kind does.
 void SetLogField(std::function<void(const std::string& line)> show);
 
 // Of the running service; 0 and "" when there is none.

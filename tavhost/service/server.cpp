@@ -1,7 +1,7 @@
 #include "tavhost/service/server.h"
 
 #include <utility>
-//
+// Behind <utility>, which Asio needs and does not include itself.
 #include <boost/asio.hpp>
 #include <boost/beast/core/bind_handler.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -18,6 +18,7 @@
 #include <thread>
 #include <tl/expected.hpp>
 
+#include "tavhost/service/address.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
 #include "tavhost/service/token.h"
@@ -32,9 +33,11 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::uint32_t kHeaderLimit = 16 * 1024;
-constexpr std::size_t kFieldLimit = 100;
-constexpr std::uint64_t kBodyLimit = 8 * 1024 * 1024;
+// What a request may take. Generous for any client that means well; together with the number of
+// connections they bound the memory and the time that others can make the program spend.
+constexpr std::uint32_t kHeaderLimit = 16 * 1024;      // bytes
+constexpr std::size_t kFieldLimit = 100;               // of the header
+constexpr std::uint64_t kBodyLimit = 8 * 1024 * 1024;  // bytes
 constexpr auto kHeaderTime = std::chrono::seconds(10);
 constexpr auto kRequestTime = std::chrono::seconds(30);
 constexpr auto kSendTime = std::chrono::seconds(30);
@@ -79,11 +82,13 @@ struct Server::State {
   std::atomic<bool> ended{false};
   std::thread thread;
 
-  // Replies on their way from the user-interface thread; all that are there go over at once.
+  // Replies on their way from the user-interface thread. The first one wakes the server's thread
+  // up, which then sends all that are there.
   std::mutex repliesMutex;
   std::vector<std::function<void()>> replies;
 
   void SendLater(std::function<void()> send);
+  boost::system::error_code Listen(const std::string& address);
 };
 
 void Server::State::SendLater(std::function<void()> send) {
@@ -103,7 +108,8 @@ void Server::State::SendLater(std::function<void()> send) {
 }
 
 // One connection: reads a request, has it checked and carried out, answers, and so on until one
-// side ends it. All on the server's thread.
+// side ends it. All on the server's thread. Every operation under way holds the session, which is
+// destroyed when none is left.
 class Server::Session : public std::enable_shared_from_this<Session> {
  public:
   Session(State& state, tcp::socket socket)
@@ -129,7 +135,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   bool WaitsForHeader() const { return waitsForHeader_; }
 
-  // Ends the connection: at once, or behind the reply that is under way.
+  // The service ends: closes the connection at once, or after the reply that is under way.
   void End() {
     ending_ = true;
     if (!job_ && !writing_) Close();
@@ -234,9 +240,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   std::vector<std::string> OwnNames() const {
     std::vector<std::string> names{"localhost", "127.0.0.1", "[::1]"};
-    for (const std::string& address : state_.options.addresses) {
-      names.push_back(address.find(':') == std::string::npos ? address : '[' + address + ']');
-    }
+    for (const std::string& address : state_.options.addresses) names.push_back(UrlHost(address));
     return names;
   }
 
@@ -263,7 +267,8 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     auto& request = parser_->get();
     job_ = std::make_shared<Job>();
     job_->text = std::move(request.body());
-    // The thread that replies keeps nothing of this session, which ends on its own.
+    // The session is handed on, not shared, when the reply comes: it must be destroyed on the
+    // server's thread, never on the one that replies.
     job_->reply = [self = shared_from_this()](Reply reply) mutable {
       State& state = self->state_;
       state.SendLater([self = std::move(self), reply = std::move(reply)]() mutable {
@@ -298,7 +303,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
 
   // While the request is carried out: a client that leaves stops it.
   void WatchClient() {
-    if (buffer_.size() > 0) return;  // it sent its next request already
+    if (buffer_.size() > 0) return;  // its next request is here already, so it has not left
     socket_.async_wait(tcp::socket::wait_read,
                        [self = shared_from_this(), job = std::weak_ptr<Job>(job_)](auto error) {
                          const auto watched = job.lock();
@@ -317,7 +322,7 @@ class Server::Session : public std::enable_shared_from_this<Session> {
     return error && error != net::error::would_block;
   }
 
-  // Who may not send requests at all learns that first.
+  // One who may not send requests at all is told that, rather than that the body is too long.
   void RefuseLongBody() {
     Refuse(Check(parser_->get())
                .value_or(
@@ -458,23 +463,33 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
   tcp::acceptor acceptor_;
 };
 
+// Adds a listener. All have the same port: where any would do, the first one's choice counts.
+boost::system::error_code Server::State::Listen(const std::string& address) {
+  const auto listener = std::make_shared<Listener>(*this);
+  try {
+    listener->Open(address, port);
+  } catch (const boost::system::system_error& failure) {
+    return failure.code();
+  }
+  port = listener->Port();
+  listeners.push_back(listener);
+  return {};
+}
+
 Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
 base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   auto state = std::make_unique<State>();
   state->options = std::move(options);
   state->port = state->options.port;
-  for (const std::string& address : state->options.addresses) {
-    const auto listener = std::make_shared<Listener>(*state);
-    try {
-      listener->Open(address, state->port);
-    } catch (const boost::system::system_error& failure) {
-      if (!state->listeners.empty()) continue;
-      return base::Failure(failure.code().message());
-    }
-    state->port = listener->Port();
-    state->listeners.push_back(listener);
+  const std::vector<std::string>& addresses = state->options.addresses;
+  for (const std::string& address : addresses) {
+    const auto failure = state->Listen(address);
+    if (!failure) continue;
+    return base::Failure((addresses.size() > 1 ? address + ": " : "") + failure.message());
   }
+  const std::string& optional = state->options.optionalAddress;
+  if (!optional.empty()) state->Listen(optional);
   for (const auto& listener : state->listeners) listener->Accept();
   std::unique_ptr<Server> server(new Server(std::move(state)));
   server->state_->thread = std::thread([state = server->state_.get()] {

@@ -16,7 +16,8 @@ struct ServerOptions {
   std::uint16_t port = 0;  // 0: any free one
   int backlog = 100;
   std::string token;
-  std::vector<std::string> addresses;        // the first must be there
+  std::vector<std::string> addresses;        // the machine must have each
+  std::string optionalAddress;               // passed over where the machine does not have it
   Queue* queue = nullptr;                    // outlives the server
   std::function<void(const LogEntry&)> log;  // called on the server's thread
 };
@@ -25,7 +26,7 @@ struct ServerOptions {
 // to the queue, everything else is answered here.
 class Server {
  public:
-  // Fails when the port cannot be had.
+  // Fails, with the reason, when the port cannot be had at one of the addresses.
   static base::Result<std::unique_ptr<Server>> Start(ServerOptions options);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -34,8 +35,8 @@ class Server {
   std::uint16_t Port() const;
   // Listens no more when it returns. Replies under way are still sent, then connections close.
   void Stop();
-  bool HasEnded() const;
-  // Closes whatever is still open.
+  bool HasEnded() const;  // all connections are closed, behind Stop
+  // Closes whatever is still open, replies under way included.
   void Abort();
 
  private:

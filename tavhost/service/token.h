@@ -9,13 +9,15 @@ namespace script::service {
 
 // 128 random bits as 32 hexadecimal digits.
 std::string NewToken();
-// Takes the same time wherever the first difference lies.
+// Takes the same time wherever the first difference lies, so that a token cannot be guessed byte by
+// byte from how long a refusal takes.
 bool IsEqualInConstantTime(std::string_view a, std::string_view b);
 
-// A file that only its owner can read, removed with the object.
+// The file by which clients of the same user learn the token: only its owner can read it. Removed
+// with the object.
 class TokenFile {
  public:
-  // Empty when the file cannot be written.
+  // Named by the port. Empty when the file cannot be written.
   static std::optional<TokenFile> Write(const std::string& token, int port);
   TokenFile(TokenFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
   TokenFile& operator=(TokenFile&& other) noexcept {

@@ -14,6 +14,7 @@ SV::Window* appWindow = nullptr;
 const SV::Font& (*appFont)() = nullptr;
 bool waitCursor = false;
 
+// Made, and named in the trace, when it is first asked for.
 SV::Application* TheApplication() {
   static SV::Application application;
   static const bool named = (trace::NameFixed("SV::Application", &application), true);

@@ -1,4 +1,5 @@
-// The bases of dialogs; they only name the kinds of windows.
+// The classes between Window and a dialog. They add nothing of their own: plug-ins tell by them
+// what kind of window they have.
 #include <utility>
 
 #include "host/sv/modal_dialog.h"

@@ -49,6 +49,7 @@ void MultiLineEdit::SetText(const String& text) {
 String MultiLineEdit::GetText() const {
   trace::Call call(this, "GetText");
   String text = history_->Get();
+  // Handing the text out may have moved its bytes: the model, which only points at them, follows.
   auto& model = TextOf(const_cast<MultiLineEdit&>(*this));
   if (model.Text().data() != history_->View().data()) model.Continue(history_->View(), 0, {});
   return call.Result(std::move(text));

@@ -25,7 +25,8 @@ struct Windows {
   std::unique_ptr<SV::Font> font;
   SV::Window* shownWork = nullptr;
 };
-// Never destroyed by itself: the end of the program leaves nothing that closing a window needs.
+// Freed by Destroy alone, not with the static objects at the end of the program: the toolkit and
+// the trace, which closing a window needs, may be gone by then.
 Windows& windows = *new Windows;
 
 }  // namespace

@@ -3,12 +3,13 @@
 #include "host/sv/forward.h"
 
 // The two windows that are there from start to end: the main window, titled `tavhost`, and the
-// work window, above which dialogs open while no other dialog is open.
+// work window, which is the parent of a dialog that opens while no other dialog is open.
 namespace main_frames {
 
-// Makes both and tells the application of them, and of its font, which is that of the toolkit in
-// use.
+// Makes both and tells the application of the main window and of its font, which is that of the
+// toolkit in use. Behind trace::Open, so that the trace knows the windows' names.
 void Create();
+// Before the toolkit goes.
 void Destroy();
 
 SV::Window* App();   // null when there is none

@@ -12,6 +12,7 @@ namespace SV {
 
 namespace {
 
+// The two enumerations count alike, which the constructor asserts.
 ui::MessageKind MessageOf(int kind) { return static_cast<ui::MessageKind>(kind); }
 
 }  // namespace
@@ -26,6 +27,9 @@ short MessBox::Execute() {
   trace::Call call(this, "Execute");
   return call.Result(static_cast<short>(modal::Run(*this)));
 }
+
+// The public constructors write a line of trace. Those with kBase do not: a class that is derived
+// writes the line of its own construction.
 
 InfoBox::InfoBox(Window* parent, const String& text) : InfoBox(kBase, parent, text) {
   trace::Call call("SV::InfoBox::InfoBox", trace::Window(parent), text);

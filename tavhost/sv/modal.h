@@ -5,8 +5,8 @@
 // How the host runs its modal dialogs.
 namespace modal {
 
-// A dialog can open another one, by what happens while it waits. This deep is beyond any use and
-// within what a display can show.
+// A dialog can open another one: while it waits, events run code that does. This many inside each
+// other are more than any script uses and no more than a display can show.
 inline constexpr int kMaxNesting = 20;
 
 // Runs the window's model, which must be a modal one, and returns its result. Throws stop::Stopped

@@ -9,6 +9,8 @@ OutputDevice::OutputDevice() : font_("", Size(0, 0)) {}
 
 OutputDevice::~OutputDevice() = default;
 
+// Dialog units (MapAppFont) depend on the font of the user interface; all other units are pixels.
+
 Point OutputDevice::LogicToPixel(const Point& point, const MapMode& mode) const {
   trace::Call call(this, "LogicToPixel", point, mode.GetUnit());
   if (mode.GetUnit() != MapAppFont) return call.Result(point);

@@ -22,6 +22,7 @@ Window::~Window() {
   window_handles::Forget(*this);
   if (model_->visible && ui::HasToolkit()) ui::CurrentToolkit().Close(*model_);
   Leave();
+  // A parent does not own its children: those that outlive it only lose it.
   for (Window* child = firstChild_; child;) {
     Window* const next = child->nextSibling_;
     child->parent_ = nullptr;

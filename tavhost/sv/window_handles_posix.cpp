@@ -7,13 +7,15 @@ namespace window_handles {
 
 namespace {
 
-// Handles are never used twice, so that a stale one finds nothing.
+// There is no system behind a handle here: it is a number. None is used twice, so that the handle
+// of a window that has gone finds nothing.
 struct Table {
   std::map<const SV::Window*, std::uintptr_t> handles;
   std::map<std::uintptr_t, SV::Window*> windows;
   std::uintptr_t last = 0;
 };
 
+// Never destroyed: windows that live until the end of the program still forget their handles.
 Table& TheTable() {
   static Table& table = *new Table;
   return table;

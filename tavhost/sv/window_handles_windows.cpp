@@ -4,8 +4,9 @@
 
 #include "tavhost/sv/window_handles.h"
 
-// Each window that is asked for its handle gets a window of the system that is there for messages
-// only: models have none of their own, and what the user sees is the user interface's.
+// Each window whose handle is asked for gets a window of the system's that only receives messages
+// and is never shown. What the user sees belongs to the user interface, whose windows the class
+// library does not know.
 namespace window_handles {
 
 namespace {

@@ -9,6 +9,7 @@
 
 namespace {
 
+// The printer that scripts have chosen, else the default one once it was asked for.
 std::unique_ptr<TavPrinter> current;
 
 void Fill(TavPrinter& printer, const ui::PrinterInfo& info) {
@@ -39,6 +40,7 @@ TavPrinter* Tav_GetPrinter(bool create) {
   return call.ResultObject(current.get());
 }
 
+// The host owns the printer from now on; the one before is freed.
 void Tav_ReplacePrinter(TavPrinter* printer) {
   trace::Call call("Tav_ReplacePrinter", trace::Object{printer});
   call.Write();

@@ -15,6 +15,7 @@ HWND Sysdepen::GethWnd(Window* window) {
 
 }  // namespace SV
 
+// Only text controls have a caret.
 void window_handles::ScrollCaret(SV::Window& window) {
   if (auto* const edit = dynamic_cast<SV::Edit*>(&window)) edit->ShowSelection();
 }

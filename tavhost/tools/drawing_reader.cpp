@@ -115,6 +115,8 @@ struct State {
   int depth = 0;
 };
 
+// Reads elements into shapes. The first mistake ends it: functions then return false, with the
+// mistake in the result.
 class Reader {
  public:
   explicit Reader(Result& result) : result_(result) {}
@@ -338,7 +340,8 @@ class Reader {
     return shape.textSize > 0 || Fail(source, element.name, "size must be above 0");
   }
 
-  // A group has a place of its own: it is scaled, then turned, then moved.
+  // The contents of a group are scaled, then turned, then moved to x and y. Pen and fill set inside
+  // hold until the group's end.
   bool ReadGroup(const kel::Element& element, const Source& source, const State& state) {
     static constexpr std::string_view kKnown[] = {"x", "y", "scale", "rotate", "content"};
     double x = 0;

@@ -29,7 +29,7 @@ struct Result {
 // `folder` is where relative names in the text begin; those in a file begin where it lies.
 Result Read(const SV::String& text, const std::string& folder);
 
-// Whether one of the files has become another one since.
+// Whether a file has other contents now, has come or has gone. Reads all of them.
 bool HaveChanged(const std::vector<File>& files);
 
 }  // namespace drawing_reader

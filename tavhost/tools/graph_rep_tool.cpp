@@ -33,7 +33,7 @@ void TavGraphRepTool::SetGraphReps(const SV::String& text) {
   trace::Call call(this, "SetGraphReps", text);
   call.Write();
   source_->text = text;
-  // Kept, as the folder of the running script is another one later.
+  // Kept for reading again at intervals, when another script may run in another folder.
   source_->folder = disk::FolderOf(Tav_GetProgramPathFilename("x").GetStr());
   Read();
 }

@@ -14,6 +14,8 @@ namespace windows {
 
 namespace {
 
+// A directory that is there already counts for the walk as one that was made: a recursive copy goes
+// on into it. The call fails all the same.
 bool MakeDirectory(const char* text) {
   const Path path(text);
   const Place place(path);
@@ -66,6 +68,7 @@ bool ChangeDirectory(const char* text) {
   return true;
 }
 
+// What the C runtime's functions return: 0, or -1 for a failure.
 int RuntimeResult(bool success) { return success ? 0 : -1; }
 
 }  // namespace

@@ -19,6 +19,7 @@ class EntryList {
  public:
   // Reads what the pattern matches. False, with errno set, when the directory cannot be read.
   bool Read(int directory, std::string_view pattern);
+  // Behind all others, whatever the name.
   void Add(std::string_view name, EntryType type);
 
   std::size_t Count() const { return entries_.size(); }
@@ -26,9 +27,11 @@ class EntryList {
 
  private:
   struct Record {
-    std::uint64_t key;  // the first bytes that differ between names, upper-cased
-    std::uint32_t offset;
-    std::uint8_t length;
+    // Eight bytes of the name, upper-cased, from the place on at which the names of the directory
+    // begin to differ: they decide most comparisons, without a look at the names.
+    std::uint64_t key;
+    std::uint32_t offset;  // of the name in names_
+    std::uint8_t length;   // the system's names have at most 255 bytes
     EntryType type;
   };
 

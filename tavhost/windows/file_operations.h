@@ -3,7 +3,8 @@
 #include "tavhost/windows/path.h"
 #include "tavhost/windows/safe_copy.h"
 
-// What the file functions and the host's own file services do alike. False with errno set.
+// What the Windows file functions and the host's own file services (files/disk.h) do alike, in one
+// place. False with errno set.
 namespace windows {
 
 bool DeleteFile(const Path& path);

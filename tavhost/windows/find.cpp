@@ -42,7 +42,7 @@ EntryType TypeOf(const struct stat& status) {
 // No path can name an entry that holds a separator.
 bool IsNameable(const Entry& entry) { return entry.name.find('\\') == std::string_view::npos; }
 
-// A directory that cannot be named could never be entered.
+// A directory that no path can name could never be entered, so it is not told to be one.
 DWORD AttributesOf(Search& search, const Entry& entry, bool nameable) {
   switch (entry.type) {
     case EntryType::kDirectory:
@@ -59,7 +59,7 @@ DWORD AttributesOf(Search& search, const Entry& entry, bool nameable) {
   }
 }
 
-// Hands out the next entry and tells the walk about it.
+// Fills in the next entry and tells the walk that calls by its path mean this very directory.
 void Return(Search& search, WIN32_FIND_DATAA& data) {
   const Entry entry = search.entries.At(search.next++);
   const bool nameable = IsNameable(entry);
@@ -69,6 +69,8 @@ void Return(Search& search, WIN32_FIND_DATAA& data) {
   std::string path;
   FileId id;
   if (!nameable) {
+    // A path takes the `\` in this name for a separator, and would lead to something else: calls
+    // by that path are refused while the search stands here.
     const std::string joined = Join(search.directory.path, entry.name);
     const Path misread(joined.c_str());
     if (misread.IsValid()) path = misread.View();

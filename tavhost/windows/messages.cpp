@@ -3,6 +3,7 @@
 #include "tavhost/base/trace.h"
 #include "tavhost/sv/window_handles.h"
 
+// The one message that commands send; others, and windows that are not there, answer 0.
 LRESULT SendMessageA(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
   SV::Window* const window = window_handles::Find(handle);
   trace::Call call("SendMessageA", trace::Window(window), message,

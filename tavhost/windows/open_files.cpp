@@ -6,8 +6,8 @@
 namespace windows {
 
 namespace {
-// Few; a file stands in it as often as it is open. Never destroyed: what a script forgets to close
-// is closed when the program ends, after all of the objects here.
+// A file stands here as often as it is open; there are never many. Never destroyed: what a script
+// forgot to close is closed at the end of the program, when static objects may be gone already.
 std::vector<FileId>& openFiles = *new std::vector<FileId>;
 }  // namespace
 

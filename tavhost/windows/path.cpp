@@ -10,7 +10,7 @@ namespace windows {
 
 namespace {
 
-// What a byte is to a path. Those of names come first.
+// What a byte is to a path. The order counts: what can stand in a name comes before kSlash.
 enum class Byte : unsigned char { kOrdinary, kDot, kColon, kWildcard, kSlash, kBackslash, kEnd };
 
 constexpr auto kBytes = [] {
@@ -65,7 +65,8 @@ bool Path::TakeAsItIs(const char* text) {
     const Byte byte = ByteOf(*read);
     if (byte == Byte::kOrdinary) [[likely]]
       continue;
-    // A name that begins with a dot, an empty one, a separator at the end: all for Translate.
+    // Left to Translate: a name that begins with a dot, which may be `.` or `..`, an empty name,
+    // and a separator at the end.
     if (read == component) return false;
     if (byte == Byte::kEnd) break;
     if (byte == Byte::kSlash) {

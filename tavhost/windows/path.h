@@ -13,7 +13,7 @@ namespace windows {
 
 class Path {
  public:
-  // Wildcards are invalid anywhere, unless the last component is a pattern.
+  // Whether the last component may hold wildcards. They are invalid everywhere else.
   enum class Last { kName, kPattern };
 
   explicit Path(const char* text, Last last = Last::kName);
@@ -35,8 +35,8 @@ class Path {
 
   // "." or "" for a path without a directory part; "/" for one in the root.
   std::string_view Directory() const;
-  // The part behind the last separator: "." and names that end in ".." only for a path that says
-  // no more than that.
+  // The part behind the last separator. It is "." only for the current directory and ".." only for
+  // a directory above that; everywhere else the translation has resolved them.
   const char* Name() const;
 
  private:

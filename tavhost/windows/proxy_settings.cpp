@@ -37,7 +37,8 @@ Settings FromEnvironment() {
   return settings;
 }
 
-// What a desktop's own settings tool prints for a key, without quotes and line end.
+// What the desktop's settings tool prints for a key, without quotes and line end. Starts a process,
+// so only a script that asks for proxy settings waits for it.
 std::string DesktopSetting(const std::string& key) {
   struct Closer {
     void operator()(std::FILE* pipe) const { pclose(pipe); }

@@ -20,7 +20,8 @@ constexpr std::size_t kSmall = std::size_t{256} << 10;
 
 char buffer[kSmall];  // the user-interface thread's
 
-// Fails only when the source or the target does.
+// Goes on after short and interrupted writes. A write that takes nothing counts as a full disk, or
+// this could go on for ever.
 bool WriteAll(int file, const char* data, std::size_t length) {
   while (length > 0) {
     const ssize_t written = write(file, data, length);
@@ -49,6 +50,7 @@ bool CopyByBuffer(int from, int to, std::uint64_t size) {
   }
 }
 
+// Errors that say only that the system cannot copy between these two files by itself.
 bool IsKernelCopyRefused(int error) {
   return error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP ||
          error == EPERM || error == ETXTBSY || error == EBADF;
@@ -92,10 +94,11 @@ bool MayReplace(const Place& to, const struct stat& target, FileId source) {
   return true;
 }
 
+// A target that is not there is fine. Should something appear there meanwhile, the rename sees it.
 bool CheckTarget(const Place& to, FileId source, bool replace) {
   struct stat target;
   if (fstatat(to.Directory(), to.Name(), &target, AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno == ENOENT;  // the rename decides
+    return errno == ENOENT;
   }
   if (!replace) {
     errno = EEXIST;
@@ -129,7 +132,8 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
     errno = EINVAL;
     return false;
   }
-  // Publishing looks at the target; looking before the work pays when the work is long.
+  // Publishing looks at the target anyway. A long copy looks before, too, so as not to work in
+  // vain.
   const bool isLong = status.st_size > static_cast<off_t>(kSmall);
   if (isLong && !CheckTarget(to, IdOf(status), options.replace)) return false;
   const mode_t mode = status.st_mode & 0777;
@@ -149,9 +153,10 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
 bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory, const char* to) {
   if (renameat2(fromDirectory, from, toDirectory, to, RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
-  // A file system that cannot: a second name never replaces either.
+  // The file system lacks this. A second name for the file never replaces anything either, and the
+  // old name goes afterwards.
   if (linkat(fromDirectory, from, toDirectory, to, 0) != 0) return false;
-  // The old name may be another file's by now; it is looked at last.
+  // The old name may have become another file's meanwhile, which must not be removed.
   struct stat linked;
   struct stat old;
   const bool same = fstatat(toDirectory, to, &linked, AT_SYMLINK_NOFOLLOW) == 0 &&

@@ -6,6 +6,7 @@
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/trace.h"
 
+// The wait for events or a time. Waiting for handles, which no command does, fails.
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
                                   DWORD wakeMask, DWORD flags) {
   trace::Call call("MsgWaitForMultipleObjectsEx", count, trace::Object{handles}, milliseconds,

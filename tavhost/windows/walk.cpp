@@ -12,13 +12,15 @@ namespace windows {
 
 namespace {
 
-// Of at most 256 files that a process may have open; two lists of directories share it.
+// How many directories the walk keeps open: some systems allow a process no more than 256 files,
+// and the commands need some too. One that was closed is opened again when a call needs it.
 constexpr std::size_t kKeptOpen = 64;
 
 std::vector<std::unique_ptr<Search>> searches;  // in the order in which they were opened
 std::deque<Anchor*> openAnchors;  // those whose directory is open, the one used last at the end
 
-// The directories above one in which the walk wants to make others.
+// The directories above `of`, itself included. Kept because a command makes one directory after the
+// other in the same place, and the way up costs a look at each.
 struct Ancestors {
   FileId of;
   std::vector<FileId> ids;
@@ -31,7 +33,8 @@ void KeepOpen(Anchor& anchor) {
   openAnchors.pop_front();
 }
 
-// A call uses two of them at a time, which therefore are never the next to be closed.
+// Moves it to the end of the list. A call needs at most two anchors at a time, so that neither is
+// closed before the call is done.
 void MarkUsed(Anchor& anchor) {
   if (openAnchors.back() == &anchor) return;
   const auto found = std::find(openAnchors.rbegin(), openAnchors.rend(), &anchor);
@@ -83,6 +86,7 @@ constexpr FileId kNothing = {};
 
 }  // namespace
 
+// The system takes fewer than PATH_MAX bytes at once; a longer path is followed piece by piece.
 Descriptor OpenDirectoryAt(int directory, std::string_view path, int flags) {
   Descriptor reached;
   char chunk[PATH_MAX];
@@ -111,6 +115,13 @@ Place::Place(const Path& path) : valid_(path.IsValid()), directory_(AT_FDCWD), n
     valid_ = Resolve(path);
 }
 
+// Asks the searches, the innermost first, which of them the path goes through, and starts from the
+// directory that this one knows:
+// - through a directory made since the search returned its last entry: from that directory;
+// - through the entry returned last: from that entry, if it is still the same directory;
+// - through the directory searched: from there;
+// - through none of them: from where the text says.
+// ESTALE: the walk knows something of this path, but not what stands there now.
 bool Place::Resolve(const Path& path) {
   const std::string_view text = path.View();
   for (auto search = searches.rbegin(); search != searches.rend(); ++search) {
@@ -163,7 +174,8 @@ bool Place::Resolve(const Path& path) {
   return ResolveOutside(path, AT_FDCWD, text);
 }
 
-// `rest` leads from `base` to where the path ends.
+// `rest` leads from `base` to where the path ends. The folder in which it ends is kept in `passed`,
+// so that every later call of this walk reaches the same one.
 bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
   const auto slash = rest.rfind('/');
   if (searches.empty() || slash == std::string_view::npos) return ResolveInside(rest);
@@ -186,7 +198,7 @@ bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
   return directory_ >= 0 && ResolveInside(rest.substr(slash + 1));
 }
 
-// `rest` ends where the path ends.
+// `rest` leads from directory_ to where the path ends, and its bytes are the end of the path's.
 bool Place::ResolveInside(std::string_view rest) {
   name_ = rest.data();
   if (rest.size() < PATH_MAX) return true;
@@ -222,8 +234,6 @@ Descriptor Place::OpenDirectory() const {
   }
   return opened;
 }
-
-bool AreSearchesOpen() { return !searches.empty(); }
 
 Search* OpenSearch(std::unique_ptr<Search> search) {
   searches.push_back(std::move(search));

@@ -45,7 +45,8 @@ struct Search {
   std::vector<std::unique_ptr<Anchor>> passed;
 };
 
-// Where a path leads: a name in a directory. Holds on to both.
+// Where a path leads, searches considered: a directory's descriptor and a name in it, to be used by
+// the system's `...at` functions. The path must outlive it.
 class Place {
  public:
   explicit Place(const Path& path);
@@ -55,7 +56,7 @@ class Place {
   bool IsValid() const { return valid_; }  // otherwise errno says why
   int Directory() const { return directory_; }
   const char* Name() const { return name_; }
-  // The walk knows what directory stands here; nothing else may.
+  // The walk knows which directory stands here, and accepts no other one.
   bool IsKnown() const { return known_ != nullptr; }
   // It is, or lies inside, a directory made during the walk.
   bool IsInMade() const { return inMade_; }
@@ -79,14 +80,14 @@ class Place {
   Descriptor owned_;
 };
 
-bool AreSearchesOpen();
-// Takes a search into the walk; the first entry has not been returned yet.
+// Takes a search into the walk, before it returns its first entry. The walk owns it.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
 // The descriptor of the directory searched; -1 when its path leads elsewhere by now.
 int DirectoryOf(Search& search);
-// The search has returned this entry.
+// The search has returned this entry: a directory with its id, or, with no id, an entry through
+// whose path no call may lead. Any other entry is told by an empty path.
 void EntryReturned(Search& search, std::string_view path, FileId id);
 // After the current directory has changed, relative paths name other directories.
 void CurrentDirectoryChanged();

@@ -4,6 +4,7 @@
 
 namespace windows {
 
+// A byte as names are compared and ordered: ASCII letters in upper case.
 bool HasWildcard(std::string_view pattern);
 
 // `*` stands for any number of characters, `?` for exactly one; letters match without regard to

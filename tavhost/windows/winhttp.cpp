@@ -11,6 +11,7 @@
 
 namespace {
 
+// A copy that the caller frees by GlobalFree; null for an empty text.
 LPWSTR Owned(const std::string& text) {
   if (text.empty()) return nullptr;
   const std::u16string wide = utf16::FromUtf8(text);
@@ -38,6 +39,8 @@ HGLOBAL GlobalFree(HGLOBAL memory) {
   return call.ResultObject(static_cast<HGLOBAL>(nullptr));
 }
 
+// UTF-8, whatever the code page: the commands ask for no other. As on Windows, a negative count
+// means up to and with the NUL, and when not all of it fits the result is 0.
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int count, LPSTR bytes,
                         int capacity, LPCSTR, BOOL*) {
   const SV::WString text = count < 0 ? SV::WString(wide) : SV::WString(wide, count);

@@ -36,6 +36,8 @@ class CompletionsTest(ProgramTest):
         self.assertEqual(self.complete("commands", "GET_D"), ["GET_DISPLAY_SIZE"])
         self.assertEqual(self.complete("check", "--j"), ["--json"])
         self.assertEqual(self.complete("trace", ""), ["diff"])
+        self.assertEqual(self.complete("serve", "--a"),
+                         ["--address", "--allow-crash", "--answers"])
 
     def test_every_shell_knows_every_option_and_subcommand(self):
         words = set()

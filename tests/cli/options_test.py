@@ -90,6 +90,18 @@ class MistakeTest(ProgramTest):
         for value in ("x", "-1", "65536", "80x", ""):
             self.expect_usage_error(["serve", "--port", value],
                                     "--port: must be a port number from 0 to 65535", "serve")
+        for value in ("", "localhost", "example.com", "127.0.0", "127.0.0.1.2", "256.0.0.1",
+                      "127.0.0.1:80", "[::1]", "http://127.0.0.1", "0.0.0.0", "::", "224.0.0.1",
+                      "127.0.0.1,127.0.0.2", " 127.0.0.1"):
+            self.expect_usage_error(
+                ["serve", "--address", value],
+                "--address: must be an address of this machine, for example 192.168.1.10; no name, "
+                "and not one that stands for all, such as 0.0.0.0", "serve")
+        self.expect_usage_error(["serve", "--address"], "--address needs a value", "serve")
+        self.expect_usage_error(["serve", "--allow-crash=1"], "--allow-crash takes no value",
+                                "serve")
+        self.expect_usage_error(["run", "--allow-crash", "a.tav"], "unknown option '--allow-crash'",
+                                "run")
         self.expect_usage_error(["run", "--quiet=1", "a.tav"], "--quiet takes no value", "run")
         self.expect_usage_error(["run", "--ui", "gtk", "a.tav"],
                                 "--ui: must be auto, qt or headless", "run")

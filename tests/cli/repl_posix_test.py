@@ -105,7 +105,7 @@ class Terminal:
         self.type("\x04")
 
     def wait_for(self, text, seconds=10):
-        """Everything up to the text, which is then behind us."""
+        """What the program has shown up to and with the text; the next call goes on behind it."""
         end = time.monotonic() + seconds
         while text.encode() not in ESCAPES.sub(b"", self.seen):
             if not select.select([self.master], [], [], max(0, end - time.monotonic()))[0]:

@@ -190,7 +190,7 @@ class StopTest(ProgramTest):
                     (self.folder / "t.txt").unlink()
 
     def test_a_second_interrupt_ends_at_once(self):
-        # The clean-up waits for a plug-in that does not come back: here, a reader of the trace.
+        # The end of the program hangs: nobody reads the trace, as if a plug-in did not come back.
         os.mkfifo(self.folder / "fifo")
         process = self.start("run", "--trace", "fifo", "-e", 'while 1 { GET_DISPLAY_SIZE }')
         reader = os.open(self.folder / "fifo", os.O_RDONLY)

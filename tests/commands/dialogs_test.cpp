@@ -10,6 +10,8 @@
 #include "tavhost/sv/application.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tests/support/host_fixture.h"
+#include "tests/unit/dialog/host_fixture.h"
+#include "tests/unit/plugin/fake_toolkit.h"
 
 namespace {
 
@@ -31,16 +33,17 @@ class DialogCommands : public HostTest {
 };
 
 TEST_F(DialogCommands, MsgwinWritesIntoTheStartUpBoxWhileItShows) {
+  const FakeToolkit toolkit;
   Run(commands::Command_MSGWIN, "MSGWIN \"mine\"");
   startup_box::Show();
   EXPECT_EQ(Run(commands::Command_MSGWIN, "MSGWIN \"loading\""), "");
-  EXPECT_TRUE(startup_box::AdditionalMessage() == "loading");
+  EXPECT_EQ(toolkit.message, "loading");
   EXPECT_TRUE(HasTraced("TavStartupBox::SetAdditionalMessage(\"loading\")"));
   EXPECT_FALSE(HasTraced("TavMessWin#::SetText(\"loading\")"));
 
   Run(commands::Command_MSGWIN, "MSGWIN 12 hide");
   EXPECT_TRUE(HasTraced("TavMessWin#::~TavMessWin()"));
-  EXPECT_TRUE(startup_box::AdditionalMessage() == "loading");
+  EXPECT_EQ(toolkit.message, "loading");
   startup_box::Hide();
 
   Run(commands::Command_MSGWIN, "MSGWIN \"next\"");

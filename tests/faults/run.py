@@ -142,7 +142,7 @@ class Runner:
         place.remove()
 
     def do_again(self, scenario, place):
-        """Who was killed may be started again; what was left behind is in nobody's way."""
+        """After a command was killed it can be run again; files left behind do not hinder it."""
         command = scenario.again.replace("{to}", str(place.to))
         printed = self.script(place.base, f"{command} -> r\nprint r.ecode\n{scenario.tail}\n")
         code, _, place.printed = printed.partition("\n")

@@ -25,6 +25,7 @@ import unittest
 sys.dont_write_bytecode = True
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "tests"))
+import sanitizers  # noqa: E402
 import waiting  # noqa: E402
 import wine  # noqa: E402
 
@@ -45,18 +46,23 @@ def token_path(port, folder):
 class Service:
     """`tavhost serve` on a free port."""
 
-    def __init__(self, *options):
+    def __init__(self, *options, environment=None):
         self.process = subprocess.Popen([*program, "serve", "--port", "0", *options],
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                        stdin=subprocess.DEVNULL)
-        first = self.process.stdout.readline().decode().strip()
-        second = self.process.stdout.readline().decode().strip()
-        self.port = int(re.fullmatch(r"listening on http://127\.0\.0\.1:(\d+)", first).group(1))
-        self.token_file = re.fullmatch(r"token file: (.+)", second).group(1)
+                                        stdin=subprocess.DEVNULL, env=environment)
+        self.hosts = []  # as they stand in URLs
+        while match := re.fullmatch(r"listening on http://(.+):(\d+)", self.next_line()):
+            self.hosts.append(match.group(1))
+            self.port = int(match.group(2))
+        self.token_file = re.fullmatch(r"token file: (.+)", self.last_line).group(1)
         self.errors = []
         self.reader = threading.Thread(target=lambda: self.errors.extend(self.process.stderr),
                                        daemon=True)
         self.reader.start()
+
+    def next_line(self):
+        self.last_line = self.process.stdout.readline().decode().strip()
+        return self.last_line
 
     @property
     def token_path(self):
@@ -78,8 +84,8 @@ class Service:
         self.process.stdout.close()
         self.process.stderr.close()
 
-    def post(self, path, body, token=None, headers=None, timeout=30):
-        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=timeout)
+    def post(self, path, body, token=None, headers=None, timeout=30, host="127.0.0.1"):
+        connection = http.client.HTTPConnection(host, self.port, timeout=timeout)
         try:
             connection.request("POST", path, body.encode() if isinstance(body, str) else body,
                                {"X-Tavhost-Token": token or self.token, **(headers or {})})
@@ -88,9 +94,9 @@ class Service:
         finally:
             connection.close()
 
-    def raw(self, request, timeout=5):
+    def raw(self, request, timeout=5, host="127.0.0.1"):
         """Sends bytes as they are; returns the status code of the answer, None without one."""
-        with socket.create_connection(("127.0.0.1", self.port), timeout=timeout) as connection:
+        with socket.create_connection((host, self.port), timeout=timeout) as connection:
             try:
                 connection.sendall(request)
                 reply = connection.recv(65536)
@@ -366,6 +372,99 @@ class Protection(Case):
             begin = time.monotonic()
             self.assertEqual(connection.recv(100), b"")
             self.assertTrue(8 < time.monotonic() - begin < 15)
+
+
+class Addresses(unittest.TestCase):
+    """`tavhost serve --address`: the addresses that are named, here of loopback too."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service("--address", "127.0.0.2", "--address=127.0.0.3",
+                              "--address", "127.0.0.2")
+        cls.addClassCleanup(cls.service.stop)
+
+    def status(self, host, address="127.0.0.2", origin=None):
+        body = b"GET_DISPLAY_SIZE"
+        extra = [f"Content-Length: {len(body)}", *([f"Origin: {origin}"] if origin else [])]
+        return self.service.raw(self.service.head(host=host, extra=extra) + b"\r\n" + body,
+                                host=address)
+
+    def test_each_answers(self):
+        self.assertEqual(self.service.hosts, ["127.0.0.2", "127.0.0.3"])
+        for address in self.service.hosts:
+            status, reply = self.service.post("/command", "GET_DISPLAY_SIZE", host=address)
+            self.assertEqual((status, reply["error"]), (200, None))
+
+    def test_others_do_not_listen(self):
+        for address in ["127.0.0.1", "127.0.0.4"]:
+            with self.assertRaises(ConnectionRefusedError):
+                self.service.post("/command", "GET_DISPLAY_SIZE", host=address)
+
+    def test_host(self):
+        port = self.service.port
+        for good in ["127.0.0.2", f"127.0.0.2:{port}", f"127.0.0.3:{port}", f"localhost:{port}"]:
+            self.assertEqual(self.status(good), 200, good)
+        for bad in [f"127.0.0.4:{port}", "example.com", f"127.0.0.2.example.com:{port}",
+                    "127.0.0.2:1"]:
+            for address in self.service.hosts:
+                self.assertEqual(self.status(bad, address), 403, bad)
+
+    def test_origin(self):
+        port = self.service.port
+        own = f"http://127.0.0.3:{port}"
+        self.assertEqual(self.status(f"127.0.0.2:{port}", origin=own), 200)
+        for bad in [f"http://127.0.0.4:{port}", "http://127.0.0.3", f"https://127.0.0.3:{port}"]:
+            self.assertEqual(self.status(f"127.0.0.2:{port}", origin=bad), 403, bad)
+
+    def test_the_token_counts_everywhere(self):
+        for address in self.service.hosts:
+            self.assertEqual(self.service.post("/command", "BEEP", token="0" * 32,
+                                               host=address)[0], 401)
+
+    def test_loopback_is_not_warned_of(self):
+        service = Service("--address", "127.0.0.2")
+        service.stop()
+        self.assertEqual(service.errors, [])
+
+    def test_ipv6(self):
+        try:
+            socket.create_server(("::1", 0), family=socket.AF_INET6).close()
+        except OSError:
+            self.skipTest("no IPv6 on this machine")
+        service = Service("--address", "0:0:0:0:0:0:0:1")
+        self.addCleanup(service.stop)
+        self.assertEqual(service.hosts, ["[::1]"])
+        self.assertEqual(service.post("/command", "GET_DISPLAY_SIZE", host="::1")[0], 200)
+
+    def failure(self, *options):
+        done = subprocess.run([*program, "serve", *options], capture_output=True, timeout=60,
+                              stdin=subprocess.DEVNULL)
+        self.assertEqual((done.returncode, done.stdout), (1, b""))
+        return done.stderr.decode().splitlines()
+
+    def test_an_address_of_another_machine(self):
+        """It is warned of before anything listens; 192.0.2.1 belongs to no machine."""
+        warning, failure = self.failure("--address", "192.0.2.1", "--address", "127.0.0.2")
+        self.assertEqual(warning, "tavhost: warning: other machines reach the service at "
+                         "192.0.2.1; nothing is encrypted, and who reads the token can do all "
+                         "that you can")
+        self.assertRegex(failure, "^script service: port 0: 192.0.2.1: .")
+
+    def test_each_must_be_had(self):
+        with socket.create_server(("127.0.0.3", 0)) as taken:
+            port = taken.getsockname()[1]
+            failure, = self.failure("--port", str(port), "--address", "127.0.0.2",
+                                    "--address", "127.0.0.3")
+        self.assertRegex(failure, f"^script service: port {port}: 127.0.0.3: .")
+
+
+class Crashes(unittest.TestCase):
+    def test_a_crash_that_is_allowed_ends_the_service(self):
+        service = Service("--allow-crash", environment=sanitizers.environment_for_faults())
+        self.addCleanup(service.stop)
+        length = ["Content-Length: 5"]
+        self.assertIsNone(service.raw(service.head(extra=length) + b"\r\nCRASH", timeout=20))
+        self.assertNotIn(service.process.wait(timeout=20), (0, 1, 130))
 
 
 class Order(unittest.TestCase):

@@ -7,6 +7,7 @@
 
 #include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/ui/current_toolkit.h"
+#include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/printer_info.h"
@@ -21,6 +22,7 @@ class FakeToolkit {
   ~FakeToolkit() { ui::SetToolkit(nullptr); }
 
   std::vector<std::string> asked;
+  std::string message;  // of the message window shown or changed last
   SV::Size screen{800, 600};
   std::string clipboard = "old";
   bool takesText = true;
@@ -32,8 +34,14 @@ class FakeToolkit {
     explicit Recorder(FakeToolkit& owner) : owner_(owner) {}
 
     void RunModal(ui::ModalModel& window) override { headless_->RunModal(window); }
-    void Show(ui::WindowModel& window) override { headless_->Show(window); }
-    void Update(ui::WindowModel& window) override { headless_->Update(window); }
+    void Show(ui::WindowModel& window) override {
+      NoteMessage(window);
+      headless_->Show(window);
+    }
+    void Update(ui::WindowModel& window) override {
+      NoteMessage(window);
+      headless_->Update(window);
+    }
     void Close(ui::WindowModel& window) override { headless_->Close(window); }
     SV::Size DialogUnitsToPixel(const SV::Size& units) override {
       return headless_->DialogUnitsToPixel(units);
@@ -69,6 +77,11 @@ class FakeToolkit {
     }
 
    private:
+    void NoteMessage(const ui::WindowModel& window) {
+      if (window.Content() != ui::WindowContent::kMessage) return;
+      owner_.message = static_cast<const ui::MessageWindowModel&>(window).text;
+    }
+
     FakeToolkit& owner_;
     std::unique_ptr<ui::Toolkit> headless_ = ui::CreateHeadlessToolkit({});
   };

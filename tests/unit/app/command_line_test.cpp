@@ -53,5 +53,17 @@ TEST(CommandLineTest, ScreenSizesToTheirLimits) {
   EXPECT_EQ(Parse({"run", "--screen", "1x32767", "s"}).options.screen, SV::Size(1, 32767));
 }
 
+TEST(CommandLineTest, AddressesAreSpeltAlikeAndTakenOnce) {
+  const CommandLine line = Parse({"serve", "--address", "127.0.0.2", "--address=::1", "--address",
+                                  "127.0.0.2", "--address=0:0:0:0:0:0:0:1"});
+  EXPECT_EQ(line.addresses, (std::vector<std::string>{"127.0.0.2", "::1"}));
+  EXPECT_TRUE(Parse({"serve"}).addresses.empty());
+}
+
+TEST(CommandLineTest, CrashesAreAllowedWhereSaid) {
+  EXPECT_TRUE(Parse({"serve", "--allow-crash"}).allowCrash);
+  EXPECT_FALSE(Parse({"serve"}).allowCrash);
+}
+
 }  // namespace
 }  // namespace app

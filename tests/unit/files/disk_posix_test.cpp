@@ -1,5 +1,5 @@
-// The database file area when the system fails half-way. The functions that fail are this test's
-// own here and pass on to the system's.
+// The database file area when the system fails half-way. Functions of the system are replaced here
+// by this test's own, which fail when the test wants it and otherwise pass on to the system's.
 #include "tavhost/files/disk.h"
 
 #include <dirent.h>

@@ -41,7 +41,7 @@ class AnswerSession : public testing::Test {
     return ui::AnswerSession::Create({Mode::kAccept, "", path_}).value();
   }
 
-  // What is told when the window has no fitting answer.
+  // The message when no answer fits the window.
   std::string ErrorOf(ui::AnswerSession& session, ui::ModalModel& window) {
     stop::Clear();
     window.Begin();

@@ -87,7 +87,7 @@ TEST(TableText, NoTextFollowsAClosingQuote) {
 
 TEST(TableText, AReturnBeforeALineFeedIsDropped) {
   EXPECT_EQ(Read("a;b\r\n\"1\";\"2\"\r\n3;4\r\n"), (Lines{{"a", "b"}, {"1", "2"}, {"3", "4"}}));
-  // Only one, only there, only where rows end at line feeds.
+  // Only one carriage return, only at the end of a row, only where rows end at line feeds.
   EXPECT_EQ(Read("a\r\r\n1\r2\n3\r"), (Lines{{"a\r"}, {"1\r2"}, {"3\r"}}));
   EXPECT_EQ(Read("a\r|1\r\n|", ';', '|'), (Lines{{"a\r"}, {"1\r\n"}}));
   EXPECT_EQ(Read("\"a\r\nb\"\r\n"), (Lines{{"a\r\nb"}}));

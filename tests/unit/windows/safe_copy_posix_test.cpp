@@ -1,5 +1,5 @@
-// What the system says to a copy or a move is listened to. The functions that tell it are this
-// test's own here and pass on to the system's.
+// A copy or a move heeds every error that the system reports. Functions of the system are replaced
+// here by this test's own, which fail when the test wants it and otherwise pass on to the system's.
 #include "tavhost/windows/safe_copy.h"
 
 #include <dlfcn.h>

@@ -13,11 +13,6 @@ namespace {
 
 class Walk : public ScratchFolder {
  protected:
-  void TearDown() override {
-    EXPECT_FALSE(windows::AreSearchesOpen());
-    ScratchFolder::TearDown();
-  }
-
   // A search that has returned `name`.
   static HANDLE SearchAt(const char* pattern, const char* name) {
     WIN32_FIND_DATAA data;
