@@ -9,6 +9,7 @@
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/service/address.h"
 #include "tavhost/service/script_service.h"
@@ -27,8 +28,8 @@ void WarnOfNetworks(const std::vector<std::string>& addresses) {
     exposed += (exposed.empty() ? "" : ", ") + address;
   }
   if (exposed.empty()) return;
-  WriteError("tavhost: warning: other machines reach the service at " + exposed +
-             "; nothing is encrypted, and who reads the token can do all that you can\n");
+  report::Line("tavhost: warning: other machines reach the service at " + exposed +
+               "; nothing is encrypted, and who reads the token can do all that you can");
 }
 
 std::string ListeningText(const std::vector<std::string>& addresses) {

@@ -9,7 +9,6 @@
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/base/utf16.h"
-#include "tavhost/http/http_limits.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
