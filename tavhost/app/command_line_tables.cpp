@@ -12,6 +12,7 @@ namespace app {
 
 namespace {
 
+// The bit of a subcommand in OptionRow::subcommands.
 constexpr unsigned Only(Subcommand subcommand) { return 1u << static_cast<unsigned>(subcommand); }
 constexpr unsigned kAll = ~0u;
 constexpr unsigned kWithJson =
@@ -46,7 +47,7 @@ base::Result<void> TakeUserInterface(CommandLine& line, std::string value) {
 }
 
 base::Result<void> TakeScreen(CommandLine& line, std::string value) {
-  constexpr int kLongestSide = 32767;
+  constexpr int kLongestSide = 32767;  // pixels; window systems count them in 16 bits
   int sides[2] = {};
   const char* at = value.data();
   const char* const end = at + value.size();

@@ -102,7 +102,7 @@ ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std:
   EndSession();
   stopAsked_ = false;
   const Busy busy(running_);
-  if (path.empty()) {
+  if (path.empty()) {  // never saved
     program_path::Set("");
   } else {
     program_path::SetFolderOf(path);

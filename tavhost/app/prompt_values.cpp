@@ -72,6 +72,7 @@ std::string ShownText(const kel::Value& value) {
   kel::AppendKel(kel, value);
   std::string text(kel.View());
   if (text.size() > kLongestShownValue) {
+    // Not into the middle of a character: its later bytes have the form 10xxxxxx.
     std::size_t end = kLongestShownValue;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
     text = text.substr(0, end) + "... (" + std::to_string(text.size()) + " bytes)";

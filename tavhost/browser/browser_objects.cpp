@@ -69,7 +69,8 @@ void TavBrowserObjects::SetPrintHeader(const SV::String& text) {
   table_->printHeader = Bytes(text);
 }
 
-// The table shares the text with the caller and keeps it.
+// The table points into the text and keeps it alive by sharing it with the caller's string: a table
+// of a million rows is not copied.
 bool TavBrowserObjects::ReadFromText(const SV::String& content, char fieldSeparator,
                                      char rowSeparator) {
   trace::Call call(this, "ReadFromText", content, fieldSeparator, rowSeparator);

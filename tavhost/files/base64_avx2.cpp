@@ -47,9 +47,9 @@ TAV_AVX2 std::size_t EncodeBlocks(const unsigned char* data, std::size_t length,
 }
 
 // Two lookups, by the upper and the lower four bits of each character, tell whether all 32 belong
-// to the alphabet; another gives what to add to a character to make it its six bits. Two additions
-// of neighbours, each shifted by its weight, join four such values to 24 bits, and a shuffle takes
-// out the three bytes.
+// to the alphabet; another gives what to add to a character to make it its six bits. Two
+// multiplications, whose neighbouring products are added, join four such values to 24 bits, and a
+// shuffle takes out the three bytes.
 TAV_AVX2 std::size_t DecodeBlocks(const char* text, std::size_t length, unsigned char* out) {
   // A byte belongs to the alphabet when the entries of its two halves share no bit.
   const __m256i lowHalves = _mm256_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,  //

@@ -39,6 +39,8 @@ std::string Choices(const ModalModel& window) {
   return hasCancel ? names : names + ", " + std::string(kCancelButton);
 }
 
+// What each of these has done by the time that something does not fit, it undoes.
+
 base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
   std::vector<std::uint32_t> before;
   if (answer.select) {

@@ -16,7 +16,7 @@ std::string_view ElementOf(const ModalModel& window);
 // window is as it was before.
 base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window);
 
-// The button that an answer presses which names none.
+// The button that is pressed by an answer that names none.
 std::string ImpliedButton(const ModalModel& window);
 
 // For a window that has ended: the answer that would do the same again. For one that has not: the

@@ -84,6 +84,7 @@ void AnswerSession::Answer(ModalModel& window) {
       window.End(kCancelButton);
       return;
     case Mode::kAsk:
+      // When a stop was asked for, the window stays open: whoever runs it sees the request.
       if (AskInTerminal(window) == AskOutcome::kNoInput) {
         Fail("tavhost", "standard input ended before the window was answered", window);
       }

@@ -49,11 +49,13 @@ class HeadlessToolkit final : public Toolkit {
     event_loop::WaitForWakeUp(milliseconds);
   }
 
+  // A window that has not ended was left because of a stop; nothing answered it.
   void RunModal(ModalModel& window) override {
     options_.answers->Answer(window);
     if (window.HasEnded()) options_.answers->Record(window);
   }
 
+  // Of the windows that stay while a script goes on, only progress can be told without a display.
   void Show(WindowModel& window) override {
     if (window.Content() != WindowContent::kProgress) return;
     auto& progress = static_cast<PercentageWindowModel&>(window);

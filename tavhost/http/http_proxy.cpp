@@ -33,7 +33,7 @@ bool IsPort(std::string_view text) {
 
 std::optional<Proxy> ParseEntry(std::string_view entry) {
   Proxy proxy;
-  bool named = false;  // a scheme is given, whose own port counts when none is
+  bool named = false;  // the entry names a scheme; it then needs no port
   if (const auto equals = entry.find('='); equals != entry.npos) {
     proxy.forScheme = entry.substr(0, equals);
     entry.remove_prefix(equals + 1);

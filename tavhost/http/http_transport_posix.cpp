@@ -101,7 +101,7 @@ std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) 
   const std::string_view line(data, length);
   if (line.starts_with("HTTP/")) header.clear();  // an interim answer stood before this one
   header += line;
-  // The header is whole: whether its fields tell one length is seen before a body is read by it.
+  // The header is complete. Its fields must agree on the body's length before a body is read.
   if ((line == "\r\n" || line == "\n") && HasBadFraming(header)) {
     transfer.refused = true;
     return 0;

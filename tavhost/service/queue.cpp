@@ -46,6 +46,9 @@ bool Queue::Add(std::shared_ptr<Job> job) {
   return true;
 }
 
+// Of a job that waits nothing remains. The script that owes the client its reply is stopped. An
+// answer is taken back if the script has not looked at it yet; else it is marked, for Accept to
+// see.
 void Queue::Abandon(Job& job) {
   std::shared_ptr<Job> dropped;
   {
@@ -79,6 +82,7 @@ void Queue::Close() {
   event_loop::WakeUp();
 }
 
+// A script of the program's own may be running: what waits then stays until it has ended.
 void Queue::Run() {
   while (true) {
     std::shared_ptr<Job> job;
@@ -173,6 +177,7 @@ std::string Queue::RunCommand(stop::Reason& reason) {
   } catch (const std::exception& failure) {
     error = name + ": " + failure.what();
   }
+  // No runner of scripts is around a single command that would take the stop away.
   reason = stop::Requested();
   stop::Clear();
   return ReplyJson(kel::Value::Of(variables), "", error.empty() ? nullptr : &error);

@@ -91,8 +91,8 @@ class Queue {
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<Job>> waiting_;
   std::shared_ptr<Job> running_;
-  // The job whose client gets the next reply: at first the running job itself, behind a question
-  // the answer to it. Null while a question is open, when no client waits.
+  // The job whose client gets the next reply: at first the running job itself, after a question the
+  // job that brought the answer. Null while a question is open, when no client waits.
   std::shared_ptr<Job> waiter_;
   bool clientLeft_ = false;   // the running job was stopped because nobody waited for it
   std::string notAnswered_;   // why it was stopped, when that was a question

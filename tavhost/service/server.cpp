@@ -1,7 +1,7 @@
 #include "tavhost/service/server.h"
 
 #include <utility>
-// Behind <utility>, which Asio needs and does not include itself.
+// After <utility>, which Asio needs and does not include itself.
 #include <boost/asio.hpp>
 #include <boost/beast/core/bind_handler.hpp>
 #include <boost/beast/core/flat_buffer.hpp>

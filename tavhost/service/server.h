@@ -35,7 +35,7 @@ class Server {
   std::uint16_t Port() const;
   // Listens no more when it returns. Replies under way are still sent, then connections close.
   void Stop();
-  bool HasEnded() const;  // all connections are closed, behind Stop
+  bool HasEnded() const;  // after Stop: all connections are closed
   // Closes whatever is still open, replies under way included.
   void Abort();
 

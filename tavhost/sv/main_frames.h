@@ -7,7 +7,7 @@
 namespace main_frames {
 
 // Makes both and tells the application of the main window and of its font, which is that of the
-// toolkit in use. Behind trace::Open, so that the trace knows the windows' names.
+// toolkit in use. After trace::Open, so that the trace knows the windows' names.
 void Create();
 // Before the toolkit goes.
 void Destroy();

@@ -136,6 +136,8 @@ class Reader {
   }
 
  private:
+  // The text that is being read: names of files in it begin in `folder`, mistakes in it name `file`
+  // (empty for the drawing itself), and `depth` files lead to it.
   struct Source {
     std::string_view text;
     const std::string& folder;
@@ -403,6 +405,7 @@ class Reader {
     const std::string_view before =
         source.text.substr(0, static_cast<std::size_t>(at - source.text.data()));
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    // Columns count characters: the later bytes of one have the form 10xxxxxx.
     std::size_t column = 1;
     for (const char byte : before.substr(before.rfind('\n') + 1)) {
       if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80) ++column;

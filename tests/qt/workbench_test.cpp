@@ -40,7 +40,7 @@ TEST_F(WorkbenchTest, AnErrorIsMarkedAndOneClickGoesThere) {
   Start();
   RunText(QStringLiteral("print 1\nprint 2\nFWRITE file:3\n"));
   ASSERT_EQ(Editor().Marks().size(), 1u);
-  EXPECT_EQ(Editor().Marks()[0].line, 3);
+  EXPECT_EQ(Editor().Marks()[0].line, 3u);
   EXPECT_EQ(Editor().Line(), 3);
   auto& problems = *window_->findChild<QTreeWidget*>(QStringLiteral("problemList"));
   ASSERT_EQ(problems.topLevelItemCount(), 1);
@@ -67,7 +67,7 @@ TEST_F(WorkbenchTest, AMistakeIsFoundWithoutRunning) {
   Editor().SetText(QStringLiteral("print 1\nif {\n"));
   Key(Qt::Key_F7);
   ASSERT_FALSE(Editor().Marks().empty());
-  EXPECT_EQ(Editor().Marks()[0].line, 2);
+  EXPECT_EQ(Editor().Marks()[0].line, 2u);
   EXPECT_FALSE(Console().contains(QLatin1Char('1')));
   Run();
   EXPECT_EQ(State(), QStringLiteral("Not run: there is a mistake"));

@@ -4,6 +4,7 @@
 #include <QFontDatabase>
 #include <QScreen>
 #include <QTreeWidget>
+#include <tl/expected.hpp>
 
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"

@@ -285,22 +285,17 @@ void IdeWindow::ShowTitle() {
 void IdeWindow::ShowProblems(const std::vector<base::Diagnostic>& mistakes) {
   problems_->clear();
   for (EditorPage* const page : tabs_->Pages()) page->Editor().SetMarks({});
-  std::map<EditorPage*, std::vector<ScriptEditor::Mark>> marks;
+  std::map<EditorPage*, std::vector<base::Diagnostic>> marks;
   for (const base::Diagnostic& mistake : mistakes) {
-    const bool isHint = mistake.severity == base::Severity::kHint;
     const QString file = Shown(mistake.file);
-    const QString message =
-        (isHint ? QStringLiteral("Hint: ") : QString()) + Shown(mistake.message);
+    const QString message = ShownMessage(mistake);
     auto* const item = new QTreeWidgetItem(
         problems_, {message, QFileInfo(file).fileName(), QString::number(mistake.line)});
     item->setToolTip(0, message);
     item->setToolTip(1, file);
     item->setData(0, kLineRole, mistake.line);
     item->setData(0, kColumnRole, mistake.column);
-    if (EditorPage* const page = tabs_->PageOf(file)) {
-      marks[page].push_back(
-          {static_cast<int>(mistake.line), static_cast<int>(mistake.column), message, isHint});
-    }
+    if (EditorPage* const page = tabs_->PageOf(file)) marks[page].push_back(mistake);
   }
   for (auto& [page, found] : marks) page->Editor().SetMarks(std::move(found));
   problemsDock_->setWindowTitle(mistakes.empty()

@@ -18,6 +18,7 @@
 #include "tavhost/qt/ide/script_highlighter.h"
 #include "tavhost/qt/ide/theme.h"
 #include "tavhost/qt/ide/utf16.h"
+#include "tavhost/qt/shown_text.h"
 
 namespace ui::ide_view {
 
@@ -35,6 +36,9 @@ bool IsWordPart(QChar c) {
 
 class Breakpoint final : public QTextBlockUserData {};
 
+int LineOf(const base::Diagnostic& mark) { return static_cast<int>(mark.line); }
+bool IsHint(const base::Diagnostic& mark) { return mark.severity == base::Severity::kHint; }
+
 // The word around `at`, `-` included where more of it follows.
 std::pair<int, int> WordAround(const QString& line, int at) {
   const auto isPart = [&line](int i) {
@@ -51,6 +55,10 @@ std::pair<int, int> WordAround(const QString& line, int at) {
 }
 
 }  // namespace
+
+QString ShownMessage(const base::Diagnostic& diagnostic) {
+  return (IsHint(diagnostic) ? QStringLiteral("Hint: ") : QString()) + Shown(diagnostic.message);
+}
 
 class ScriptEditor::Margin final : public QWidget {
  public:
@@ -142,7 +150,7 @@ QString ScriptEditor::WordAtCursor() const {
   return line.mid(begin, end - begin);
 }
 
-void ScriptEditor::SetMarks(std::vector<Mark> marks) {
+void ScriptEditor::SetMarks(std::vector<base::Diagnostic> marks) {
   marks_ = std::move(marks);
   ShowSelections();
   margin_->update();
@@ -209,11 +217,11 @@ void ScriptEditor::PaintMargin(QPaintEvent* event) {
     const int number = block.blockNumber() + 1;
     const int height = fontMetrics().height();
     const int top = static_cast<int>(area.top());
-    const Mark* mark = nullptr;  // of the line; a mistake before a hint
-    for (const Mark& one : marks_) {
-      if (one.line == number && (!mark || mark->isHint)) mark = &one;
+    const base::Diagnostic* mark = nullptr;  // of the line; a mistake before a hint
+    for (const base::Diagnostic& one : marks_) {
+      if (LineOf(one) == number && (!mark || IsHint(*mark))) mark = &one;
     }
-    const bool wrong = mark && !mark->isHint;
+    const bool wrong = mark && !IsHint(*mark);
     if (wrong) painter.fillRect(0, top, margin_->width(), height, colours.errorLine);
     painter.setPen(wrong                            ? colours.error
                    : block.blockNumber() == current ? palette().color(QPalette::Text)
@@ -252,20 +260,21 @@ void ScriptEditor::ShowSelections() {
     selections.append(line);
   };
   addLine(textCursor(), colours.currentLine);
-  for (const Mark& mark : marks_) {
-    const QTextBlock block = document()->findBlockByNumber(mark.line - 1);
+  for (const base::Diagnostic& mark : marks_) {
+    const QTextBlock block = document()->findBlockByNumber(LineOf(mark) - 1);
     if (!block.isValid()) continue;
-    if (!mark.isHint) addLine(QTextCursor(block), colours.errorLine);
+    if (!IsHint(mark)) addLine(QTextCursor(block), colours.errorLine);
     QTextEdit::ExtraSelection wave;
     wave.cursor = QTextCursor(block);
     const QString text = block.text();
-    const int at = std::min<int>(std::max(mark.column - 1, 0), static_cast<int>(text.size()));
+    const int at = std::min<int>(std::max(static_cast<int>(mark.column) - 1, 0),
+                                 static_cast<int>(text.size()));
     auto [begin, end] = WordAround(text, at);
     if (begin == end) end = std::min<int>(begin + 1, static_cast<int>(text.size()));
     wave.cursor.setPosition(block.position() + begin);
     wave.cursor.setPosition(block.position() + end, QTextCursor::KeepAnchor);
     wave.format.setUnderlineStyle(QTextCharFormat::WaveUnderline);
-    wave.format.setUnderlineColor(mark.isHint ? colours.hint : colours.error);
+    wave.format.setUnderlineColor(IsHint(mark) ? colours.hint : colours.error);
     selections.append(wave);
   }
   if (stepLine_ > 0) {
@@ -312,9 +321,9 @@ bool ScriptEditor::event(QEvent* event) {
 
 void ScriptEditor::ShowTip(const QPoint& position, const QPoint& globalPosition) {
   const QTextCursor cursor = cursorForPosition(position);
-  for (const Mark& mark : marks_) {
-    if (mark.line == cursor.blockNumber() + 1) {
-      return QToolTip::showText(globalPosition, mark.message.toHtmlEscaped(), this);
+  for (const base::Diagnostic& mark : marks_) {
+    if (LineOf(mark) == cursor.blockNumber() + 1) {
+      return QToolTip::showText(globalPosition, ShownMessage(mark).toHtmlEscaped(), this);
     }
   }
   const QString line = cursor.block().text();

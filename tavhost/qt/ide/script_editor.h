@@ -5,6 +5,8 @@
 #include <functional>
 #include <vector>
 
+#include "tavhost/base/diagnostic.h"
+
 class QCompleter;
 class QStringListModel;
 
@@ -20,6 +22,9 @@ struct EditorHelp {
   // The tool tip for a word, as rich text; empty: none.
   std::function<QString(const QString& word)> explain;
 };
+
+// What is said about a place, as it is shown.
+QString ShownMessage(const base::Diagnostic& diagnostic);
 
 // A text edit for scripts: line numbers, colours, brackets, indentation, completion, marks.
 class ScriptEditor final : public QPlainTextEdit {
@@ -38,14 +43,9 @@ class ScriptEditor final : public QPlainTextEdit {
   // The word under the cursor, with the `-` that names of commands may hold.
   QString WordAtCursor() const;
 
-  struct Mark {
-    int line = 0;
-    int column = 0;
-    QString message;
-    bool isHint = false;
-  };
-  void SetMarks(std::vector<Mark> marks);
-  const std::vector<Mark>& Marks() const { return marks_; }
+  // What is marked at its place in this text.
+  void SetMarks(std::vector<base::Diagnostic> marks);
+  const std::vector<base::Diagnostic>& Marks() const { return marks_; }
   // The line that runs next; 0: none.
   void SetStepLine(int line);
 
@@ -95,7 +95,7 @@ class ScriptEditor final : public QPlainTextEdit {
   ScriptHighlighter* highlighter_;
   QCompleter* completer_;
   QStringListModel* words_;
-  std::vector<Mark> marks_;
+  std::vector<base::Diagnostic> marks_;
   QList<QTextCursor> found_;
   int stepLine_ = 0;
 };
