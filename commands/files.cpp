@@ -91,7 +91,7 @@ TavFileHandle OpenForWriting(const SV::String& file, bool binary, bool append) {
 }
 
 // Opens `file` for the FWRITE commands that follow. When one is open already, that one is not
-// closed: its handle is forgotten, and the host keeps it open until the process ends.
+// closed: its handle is forgotten, and no command can close it any more.
 void OpenWriteFile(TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kFile, TavKelString, result, checks::kRequired)) return;
   const SV::String file = parser.GetStrValue(kFile);

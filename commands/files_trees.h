@@ -8,8 +8,10 @@
 // a link and never followed.
 namespace commands {
 
+// A pattern is a path whose last part may hold wildcards, as "C:\old\*.log".
 bool DeleteTree(const SV::String& pattern);
 
+// What becomes of targets that exist already.
 struct CopyFlags {
   bool keepExistingFiles = false;    // an existing file makes the copy fail
   bool fillExistingFolders = false;  // otherwise an existing directory does

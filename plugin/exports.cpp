@@ -11,8 +11,8 @@ namespace {
 constexpr int kTavScriptPortPlugin = 102;  // the type of plug-ins that serve a script port
 constexpr int kExecutionType = 44;         // the execution type that this port wants of them
 
-// Made anew for each question: making one costs nothing, and between two calls the plug-in holds no
-// object of the host.
+// Made anew for each question, since making one costs nothing; so none has to be kept from call to
+// call and released in time.
 using CommandHandlers = TavMessagePortCommandHandlerArray;
 
 }  // namespace

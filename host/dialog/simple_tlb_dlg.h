@@ -14,6 +14,7 @@ class TreeListBoxModel;
 // such item or when it cannot take part.
 class TAV_HOST_API TavSimpleTLBDlg : public TavModalDialog {
  public:
+  // The style of the dialog: these, added up, one of the two selections among them.
   enum Style : unsigned long {
     kSorted = 0x01,
     kSingleSelection = 0x04,

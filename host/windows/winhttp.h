@@ -10,6 +10,7 @@
 #include "host/export.h"
 #include "host/windows/types.h"
 
+// Strings are null where nothing is set.
 struct WINHTTP_CURRENT_USER_IE_PROXY_CONFIG {
   BOOL fAutoDetect;
   LPWSTR lpszAutoConfigUrl;

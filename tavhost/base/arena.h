@@ -44,6 +44,7 @@ class Arena {
   std::size_t Used() const { return usedBefore_ + static_cast<std::size_t>(at_ - begin_); }
 
  private:
+  // The head of a block of memory; what the block gives out follows it.
   struct Chunk {
     Chunk* previous;
     std::size_t bytes;

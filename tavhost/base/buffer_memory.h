@@ -29,6 +29,7 @@ inline constexpr unsigned kKeptASize = 0;
 inline constexpr unsigned kKeptASize = 4096;
 #endif
 
+// What a block holds while it waits: the next one of its list.
 struct FreeBlock {
   FreeBlock* next;
 };

@@ -8,6 +8,7 @@
 // handler; all else belongs to the user-interface thread.
 namespace stop {
 
+// Who asked for the stop; the numbers fit the atomic below.
 enum class Reason : int {
   kNone = 0,
   kUser = 1,      // Ctrl-C, SIGTERM, the Stop button

@@ -29,6 +29,7 @@ class TextHistory {
   String Get();
   std::string_view View() const { return {bytes_, length_}; }  // good until the next Set or Get
 
+  // How a text that was set differs from the one before. `added` is good until the next Set or Get.
   struct Change {
     // True: the new text is the old one without its first `dropped` bytes, which are whole lines,
     // and with `added` behind it. False: it has nothing to do with the old one.

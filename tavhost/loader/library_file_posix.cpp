@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tavhost/loader/library_file.h"
-#include "tavhost/loader/messages.h"
+#include "tavhost/loader/refusal_texts.h"
 
 // The ELF format (System V ABI, chapters 4 and 5), as far as loading depends on it.
 namespace loader {

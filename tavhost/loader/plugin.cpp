@@ -14,8 +14,8 @@
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/loader/library_file.h"
-#include "tavhost/loader/messages.h"
 #include "tavhost/loader/path_text.h"
+#include "tavhost/loader/refusal_texts.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
 

@@ -21,6 +21,7 @@ enum ByteClass : std::uint8_t {
   kBlank = 4,      // blank, tab
   kBlankLike = 8,  // those, and what may begin something that counts as one
 };
+// The classes of every byte, worked out when the program is compiled.
 struct ByteClassTable {
   std::uint8_t classes[256] = {};
 
@@ -68,6 +69,7 @@ inline const char* ScanName(const char* at, const char* end) noexcept {
 // The whole text is one name.
 bool IsName(std::string_view text) noexcept;
 
+// What ScanNumber found: an integer or a real, and where it ends.
 struct ScannedNumber {
   const char* end;              // behind the number
   const char* error = nullptr;  // what is wrong with it, null when all is well
@@ -80,6 +82,7 @@ struct ScannedNumber {
 // follows at once is wrong.
 ScannedNumber ScanNumber(const char* at, const char* end) noexcept;
 
+// What ScanString found. The text lies between the quotes and is not unescaped yet.
 struct ScannedString {
   const char* end;              // behind the closing quote, or the place of the error
   const char* error = nullptr;  // null when all is well

@@ -19,6 +19,7 @@ namespace kel {
 // For tables of names, which are short: faster than the standard library's hash for these.
 std::uint64_t HashName(std::string_view name) noexcept;
 
+// For the standard library's tables, which can then be asked for a view.
 struct NameHash {
   using is_transparent = void;
   std::size_t operator()(std::string_view name) const noexcept {

@@ -22,9 +22,12 @@ class TextParser {
   base::Result<void> Run();
 
  private:
+  // kUndecided: a parenthesis of which nothing has been read yet.
   enum class Kind : std::uint8_t { kBody, kUndecided, kList, kRecord };
   // Where the value of a container goes when it is complete.
   enum class Target : std::uint8_t { kMain, kAttribute, kItem };
+  // Why reading a container was left off: another one opened in it, it closed, the text ended, or
+  // there is an error.
   enum class Step : std::uint8_t { kOpened, kClosed, kEnd, kFailed };
 
   // A body or parenthesis that is open.

@@ -4,6 +4,7 @@
 
 namespace kel {
 
+// A character of a UTF-8 text, or bytes that are none.
 struct Utf8Character {
   std::uint32_t code;    // kNotACharacter when the bytes are not well-formed
   std::uint32_t length;  // bytes that it takes, at least 1

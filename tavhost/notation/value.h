@@ -142,6 +142,7 @@ class Value {
 
 static_assert(sizeof(Value) == 16 && sizeof(SV::String) == sizeof(std::uint64_t));
 
+// The items of a list, shared by `sharers` values.
 struct ListData {
   std::uint32_t sharers = 1;
   std::vector<Value> items;

@@ -22,6 +22,8 @@ class XmlWriter {
   SV::String Write(bool withHeader, std::string_view rootTag);
 
  private:
+  // What a sequence consists of: elements, the parts of an element that become its children, items
+  // of a list, fields of a record.
   enum class What : std::uint8_t { kElements, kChildren, kItems, kFields };
 
   // A sequence that is being written, and the tag that ends it.

@@ -16,6 +16,7 @@
 namespace reference {
 
 enum class Type { kString, kInteger, kReal, kSwitch, kKeyword, kBody, kList };
+// Whether a handler checks a parameter's type, and whether it may then be missing.
 enum class Check { kNone, kOptional, kRequired };
 
 // "string", "integer", … as the reference spells them.
@@ -103,6 +104,7 @@ struct Command {
   TAV_HOST_API const Result* FindResult(std::string_view name) const;
 };
 
+// The commands of one file.
 struct Family {
   std::string name;  // that of its file: "dialogs"
   std::string title;

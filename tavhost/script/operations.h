@@ -16,12 +16,14 @@ const char* KindWord(const kel::Value& value);
 // What conditions take for true: numbers other than 0, texts, lists and records that are not empty.
 bool IsTrue(const kel::Value& value);
 
+// `+ - * / // %`. Numbers; `+` also joins texts, and anything with a text.
 kel::Value Arithmetic(Operator op, const kel::Value& left, const kel::Value& right);
 kel::Value Negated(const kel::Value& value);
 
 // Values of different kinds are not equal, except an integer and a real of the same number. Lists
 // and records are compared whole, records without regard to the order of their fields.
 bool AreEqual(const kel::Value& left, const kel::Value& right);
+// The six comparisons. Only numbers, and texts byte by byte, have an order.
 bool Compare(Operator op, const kel::Value& left, const kel::Value& right);
 
 // The text that stands for a value in print, str and joined text.

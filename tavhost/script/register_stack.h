@@ -35,6 +35,7 @@ class RegisterStack {
   static constexpr std::uint32_t kFirstBlock = 240;  // most scripts need no more: a short start
   static constexpr std::uint32_t kBlock = 4096;
 
+  // Registers lie in blocks, so that none has to move when more are needed.
   struct Block {
     std::unique_ptr<kel::Value[]> values;
     std::uint32_t count;

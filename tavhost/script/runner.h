@@ -34,6 +34,7 @@ struct StepPlace {
   std::uint32_t depth = 0;  // of calls; grows inside a function
 };
 
+// How a script is run.
 struct RunOptions {
   std::string name;  // stands for the file in error texts
   std::vector<std::string> args;
@@ -43,6 +44,7 @@ struct RunOptions {
   std::function<void(const StepPlace&)> step;
 };
 
+// How a run ended.
 struct Outcome {
   bool parsed = true;  // false: nothing ran, `error` says why
   TavScriptExitType exitType = TavScriptExitEnd;
@@ -73,6 +75,6 @@ class Session {
   std::unique_ptr<State> state_;
 };
 
-bool IsScriptRunning();
+bool IsScriptRunning();  // an outermost script, begun and not ended yet
 
 }  // namespace script

@@ -8,7 +8,6 @@
 #include "host/notation/kel_converter.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/kel_text.h"
-#include "tavhost/notation/parser_access.h"
 
 namespace {
 
@@ -27,9 +26,11 @@ SV::String Written(const kel::Document& document) {
   return text;
 }
 
-void ReadAll(TavKelParser& parser, int depth) {
-  for (unsigned index = 0; parser.SetCurElemIndex(index); ++index) {
-    const kel::Element& element = *kel::ParserAccess::Current(parser);
+// The parser stands over these elements, or over others that were parsed from the same text.
+void ReadAll(TavKelParser& parser, const kel::Element* elements, std::uint32_t count, int depth) {
+  for (std::uint32_t index = 0; index < count; ++index) {
+    Require(parser.SetCurElemIndex(index), "an element is not found");
+    const kel::Element& element = elements[index];
     parser.GetStrValue();
     parser.GetIntValue();
     for (std::uint32_t i = 0; i < element.attributeCount; ++i) {
@@ -41,9 +42,12 @@ void ReadAll(TavKelParser& parser, int depth) {
       parser.GetBoolValue(name, false);
       parser.GetModifier(name);
       TavKelParser* const body = parser.GetBodyParser(name);
-      if (body && depth > 0) ReadAll(*body, depth - 1);
+      const kel::Operand& operand = element.attributes[i].operand;
+      Require((body != nullptr) == (operand.kind == TavKelBody), "a body is not found");
+      if (body && depth > 0) ReadAll(*body, operand.elements, operand.length, depth - 1);
     }
   }
+  Require(!parser.SetCurElemIndex(count), "there are more elements than were parsed");
 }
 
 }  // namespace
@@ -59,10 +63,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   converter.ToXML(true, SV::String(text.Copy(0, 8)));
-  ReadAll(converter, 20);
 
-  const auto& document = *kel::ParserAccess::DocumentOf(converter);
-  const SV::String once = Written(document);
+  const auto document = kel::Document::Parse(text).value_or(nullptr);
+  Require(document != nullptr, "parses only sometimes");
+  ReadAll(converter, document->Elements(), document->Count(), 20);
+
+  const SV::String once = Written(*document);
   const auto again = kel::Document::Parse(once).value_or(nullptr);
   Require(again != nullptr, "what was written does not parse");
   Require(Written(*again) == once, "what was written reads back to something else");
@@ -72,8 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const kel::Operand& operand = element.attributes[j].operand;
       SV::String direct;
       SV::String copied;
-      kel::AppendKel(direct, operand);
-      kel::AppendKel(copied, kel::ToValue(operand, again));
+      kel::AppendText(direct, operand);
+      kel::AppendText(copied, kel::ToValue(operand, again), false);
       Require(direct == copied, "a value differs from its operand");
     }
   }

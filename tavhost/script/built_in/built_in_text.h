@@ -4,7 +4,7 @@
 
 #include "tavhost/notation/value.h"
 
-// Built-in functions on text and on the text forms of values.
+// Built-in functions on text and on the text forms of values; docs/language.md says what each does.
 namespace script {
 
 class Engine;

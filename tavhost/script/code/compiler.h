@@ -23,6 +23,7 @@ class Compiler {
  private:
   using Jumps = std::vector<std::uint32_t>;  // instructions whose target is not known yet
 
+  // The jumps of a loop's `break` and `continue`, which lead on when its end is known.
   struct Loop {
     Jumps breaks;
     Jumps continues;
@@ -76,6 +77,7 @@ class Compiler {
 
   // compile_command.cpp
   void CompileCommand(const Statement* statement);
+  // An operand whose value is an expression: worked out for each run of the command.
   struct Dynamic {
     kel::Operand* operand;
     const Expr* expr;

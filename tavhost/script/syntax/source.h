@@ -21,7 +21,6 @@ class Source {
 
   // Of the script itself.
   std::string_view Text() const { return files_.front()->text.View(); }
-  const std::string& Name() const { return files_.front()->name; }
 
   struct File {
     SV::String text;
@@ -33,6 +32,7 @@ class Source {
   bool HasIncludes() const { return files_.size() > 1; }
   const File& FileOf(std::uint32_t offset) const;
 
+  // Where an offset lies, for people.
   struct Place {
     std::uint32_t line = 1;    // from 1
     std::uint32_t column = 1;  // from 1, in code points

@@ -33,6 +33,8 @@ enum class Operator : std::uint8_t {
   kGreaterEqual,
 };
 
+// What an expression is; beside each, the members of Expr that it uses. `index` is the number of a
+// constant of the program, or the slot of a variable of the function.
 enum class ExprKind : std::uint8_t {
   kConstant,  // constant
   kName,      // slot
@@ -75,6 +77,7 @@ enum class CommandValueKind : std::uint8_t { kNone, kWord, kString, kInteger, kR
 
 struct CommandElement;
 
+// The members are those of its kind, and `offset`.
 struct CommandValue {
   CommandValueKind kind = CommandValueKind::kNone;
   bool escaped = false;
@@ -87,12 +90,14 @@ struct CommandValue {
   std::uint32_t count = 0;  // elements
 };
 
+// A parameter, or a modifier, whose value has no kind.
 struct CommandAttribute {
   CommandAttribute* next = nullptr;
   std::string_view name;
   CommandValue value;
 };
 
+// A command, or an element in a command's body.
 struct CommandElement {
   CommandElement* next = nullptr;
   std::string_view name;
@@ -101,6 +106,7 @@ struct CommandElement {
   std::uint32_t attributeCount = 0;
 };
 
+// What a statement is; beside each, the members of Statement that it uses.
 enum class StatementKind : std::uint8_t {
   kAssign,   // slot, path, expr
   kCall,     // expr
