@@ -17,6 +17,7 @@
 #include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/view_factory.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/modal_model.h"
@@ -166,8 +167,7 @@ QWidget* QtToolkit::ParentOf(const WindowModel& window) const {
 
 void QtToolkit::RunModal(ModalModel& window) {
   const std::optional<SV::Size> size = window.size;
-  const std::unique_ptr<ModalView> view = ModalView::Make(window, ParentOf(window));
-  if (!view) return RunWithoutView(window);
+  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window));
   struct Open {
     std::vector<ModalView*>& stack;
     Open(std::vector<ModalView*>& views, ModalView* top) : stack(views) { stack.push_back(top); }
@@ -197,17 +197,6 @@ void QtToolkit::RunModal(ModalModel& window) {
   } else if (options_.answers) {
     options_.answers->Record(window);
   }
-}
-
-void QtToolkit::RunWithoutView(ModalModel& window) {
-  if (options_.answers && options_.answers->AnswersWindows()) {
-    options_.answers->Answer(window);
-    options_.answers->Record(window);
-    return;
-  }
-  std::fprintf(stderr, "tavhost: there is no view yet for the window \"%s\"; it is cancelled\n",
-               window.Title().c_str());
-  window.End(kCancelButton);
 }
 
 // Shown as long as it takes to paint it.
