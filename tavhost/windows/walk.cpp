@@ -223,8 +223,6 @@ Descriptor Place::OpenDirectory() const {
   return opened;
 }
 
-bool AreSearchesOpen() { return !searches.empty(); }
-
 Search* OpenSearch(std::unique_ptr<Search> search) {
   searches.push_back(std::move(search));
   Search* opened = searches.back().get();

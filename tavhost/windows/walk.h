@@ -79,7 +79,6 @@ class Place {
   Descriptor owned_;
 };
 
-bool AreSearchesOpen();
 // Takes a search into the walk; the first entry has not been returned yet.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);

@@ -13,8 +13,15 @@ namespace {
 
 class Walk : public ScratchFolder {
  protected:
+  static constexpr const char* kDescriptors = "/proc/self/fd";
+
+  void SetUp() override {
+    ScratchFolder::SetUp();
+    opened_ = CountEntries(kDescriptors);
+  }
+  // Every search is over and has given its directories back.
   void TearDown() override {
-    EXPECT_FALSE(windows::AreSearchesOpen());
+    EXPECT_EQ(CountEntries(kDescriptors), opened_);
     ScratchFolder::TearDown();
   }
 
@@ -36,6 +43,8 @@ class Walk : public ScratchFolder {
     std::filesystem::rename(directory, directory + "-aside");
     std::filesystem::create_directory_symlink(target, directory);
   }
+
+  int opened_ = 0;
 };
 
 TEST_F(Walk, ADirectorySwappedForALinkIsNotEntered) {
