@@ -2,8 +2,6 @@
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QFontDatabase>
-#include <QScreen>
-#include <QTreeWidget>
 
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
@@ -15,9 +13,9 @@ namespace ui::ide_view {
 
 namespace {
 
-// Of the layout: another one is not restored.
+// Stored with the layout; a layout of another version is not restored.
 constexpr int kLayoutVersion = 1;
-constexpr int kFontPoints = 10;
+constexpr int kFontPoints = 10;  // at least, at first
 
 QFont FirstFont() {
   QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
@@ -46,44 +44,14 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     store_.WriteHistory(QByteArray::fromStdString(cut));
   }
 
-  QString front;
-  QString error;
-  if (store_.IsFirst()) {
-    const int count = settings.beginReadArray(QStringLiteral("files"));
-    struct File {
-      QString path;
-      int line;
-      int column;
-    };
-    QList<File> open;
-    for (int i = 0; i < count; ++i) {
-      settings.setArrayIndex(i);
-      open.append({settings.value(QStringLiteral("path")).toString(),
-                   settings.value(QStringLiteral("line"), 1).toInt(),
-                   settings.value(QStringLiteral("column"), 1).toInt()});
-    }
-    settings.endArray();
-    front = settings.value(QStringLiteral("front")).toString();
-    for (const File& file : open) {
-      if (!QFileInfo(file.path).isFile()) continue;
-      if (EditorPage* const page = tabs_->Open(file.path, error)) {
-        page->Editor().GoTo(file.line, file.column);
-      }
-    }
-    const QList<SessionStore::Unsaved> lost = store_.TakeLost();
-    for (const SessionStore::Unsaved& text : lost) tabs_->Restore(text);
-    if (!lost.isEmpty()) {
-      console_->Note(
-          QStringLiteral("Changes that were not saved when the workbench ended last are "
-                         "back; they are still not saved."));
-    }
-  }
+  QString front = store_.IsFirst() ? RestoreFiles() : QString();
   for (const std::string& file : files) {
     const QString path = QDir::current().absoluteFilePath(Editable(file));
     if (!QFileInfo::exists(path)) {
       console_->Error("There is no file " + file + "\n");
       continue;
     }
+    QString error;
     if (!tabs_->Open(path, error)) console_->Error(Bytes(error) + "\n");
     front = path;
   }
@@ -92,6 +60,42 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     tabs_->setCurrentWidget(page);
   }
   tabs_->Page()->Editor().setFocus();
+}
+
+// Opens what was open when the last window was closed, and what was not saved when one ended
+// without being closed. Returns the file that was in front; empty: none.
+QString IdeWindow::RestoreFiles() {
+  QSettings& settings = store_.Settings();
+  struct File {
+    QString path;
+    int line;
+    int column;
+  };
+  QList<File> open;
+  const int count = settings.beginReadArray(QStringLiteral("files"));
+  for (int i = 0; i < count; ++i) {
+    settings.setArrayIndex(i);
+    open.append({settings.value(QStringLiteral("path")).toString(),
+                 settings.value(QStringLiteral("line"), 1).toInt(),
+                 settings.value(QStringLiteral("column"), 1).toInt()});
+  }
+  settings.endArray();
+  const QString front = settings.value(QStringLiteral("front")).toString();
+  for (const File& file : open) {
+    if (!QFileInfo(file.path).isFile()) continue;
+    QString error;
+    if (EditorPage* const page = tabs_->Open(file.path, error)) {
+      page->Editor().GoTo(file.line, file.column);
+    }
+  }
+  const QList<SessionStore::Unsaved> lost = store_.TakeLost();
+  for (const SessionStore::Unsaved& text : lost) tabs_->Restore(text);
+  if (!lost.isEmpty()) {
+    console_->Note(
+        QStringLiteral("Changes that were not saved when the workbench ended last are "
+                       "back; they are still not saved."));
+  }
+  return front;
 }
 
 void IdeWindow::SaveSession() {
