@@ -131,7 +131,7 @@ std::string VersionText() {
 std::string OperandMistake(const CommandLine& line) {
   const std::size_t count = line.operands.size();
   switch (line.subcommand) {
-    case Subcommand::kWorkbench:
+    case Subcommand::kIde:
       return {};
     case Subcommand::kRun:
       return count == 0 && !line.scriptText ? "run needs a script" : "";
@@ -163,13 +163,13 @@ std::string OperandMistake(const CommandLine& line) {
 
 std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& arguments) {
   CommandLine line;
-  const SubcommandRow* row = &kWorkbenchRow;
+  const SubcommandRow* row = &kIdeRow;
   // Options before the subcommand's name; the rest is left for the subcommand.
   std::string mistake = Parser(*row, line).Parse(arguments, 0);
   if (mistake.empty() && !line.operands.empty()) {
     const std::vector<std::string> rest = std::exchange(line.operands, {});
     row = FindSubcommand(rest[0]);
-    if (!row) return Complain(UnknownSubcommandText(rest[0]), kWorkbenchRow);
+    if (!row) return Complain(UnknownSubcommandText(rest[0]), kIdeRow);
     line.subcommand = row->subcommand;
     mistake = Parser(*row, line).Parse(rest, 1);
   }

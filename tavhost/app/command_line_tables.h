@@ -26,7 +26,7 @@ struct OptionRow {
   std::string (*take)(CommandLine& line, std::string value);
 };
 
-extern const SubcommandRow kWorkbenchRow;
+extern const SubcommandRow kIdeRow;
 extern const std::span<const SubcommandRow> kSubcommands;
 extern const std::span<const OptionRow> kOptions;
 

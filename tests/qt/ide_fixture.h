@@ -25,7 +25,7 @@
 #include "tests/qt/started_toolkit.h"
 
 // A workbench in a folder of its own. What the test leaves open is closed without questions.
-class WorkbenchTest : public testing::Test {
+class IdeTest : public testing::Test {
  protected:
   using Window = ui::ide_view::IdeWindow;
   using Page = ui::ide_view::EditorPage;
