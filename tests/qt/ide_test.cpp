@@ -11,6 +11,8 @@
 #include <QTextEdit>
 #include <QTreeWidget>
 
+#include "host/dialog/app_work_window.h"
+#include "host/dialog/workbench.h"
 #include "tavhost/script/runner.h"
 #include "tests/qt/ide_fixture.h"
 
@@ -510,6 +512,26 @@ TEST_F(IdeTest, APercentageWindowStandsAboveTheWorkbenchAndGoesWithTheScript) {
   for (const QWidget* const widget : QApplication::topLevelWidgets()) {
     EXPECT_FALSE(widget->isVisible());
   }
+}
+
+TEST_F(IdeTest, TheUsualLayoutShowsWhatIsVisibleByDefault) {
+  Start();
+  RunText(
+      QStringLiteral("CREATE_OUTPUT_WIN winid:\"usual\" title:\"Usual\"\n"
+                     "CREATE_OUTPUT_WIN winid:\"other\" title:\"Other\""));
+  TavAppWorkWindow::GetGlobal()->GetWorkbench()->SetToolDefaultVisible("usual", true);
+  auto& usual = *window_->findChild<QDockWidget*>(QStringLiteral("tool:usual"));
+  auto& other = *window_->findChild<QDockWidget*>(QStringLiteral("tool:other"));
+  usual.close();
+  ASSERT_FALSE(usual.isVisible());
+  ASSERT_TRUE(other.isVisible());
+  Choose(QStringLiteral("&Windows of Scripts"), QStringLiteral("Usual &Layout"));
+  EXPECT_TRUE(usual.isVisible());
+  EXPECT_FALSE(other.isVisible());
+  // Nothing changes where all is as usual.
+  Choose(QStringLiteral("&Windows of Scripts"), QStringLiteral("Usual &Layout"));
+  EXPECT_TRUE(usual.isVisible());
+  EXPECT_FALSE(other.isVisible());
 }
 
 }  // namespace

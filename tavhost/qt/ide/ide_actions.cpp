@@ -171,12 +171,20 @@ void IdeWindow::AddPanes(QMenu& view) {
 // The windows of scripts come and go with them: they are listed when the menu opens.
 void IdeWindow::AddTools(QMenu& view) {
   QMenu& tools = *view.addMenu(QStringLiteral("&Windows of Scripts"));
-  connect(&tools, &QMenu::aboutToShow, this, [this, &tools] {
+  // The window's, as the menu deletes what it owns when it is cleared.
+  auto* const usual = new QAction(QStringLiteral("Usual &Layout"), this);
+  connect(usual, &QAction::triggered, this, [this] { tools_->ShowDefaults(); });
+  connect(&tools, &QMenu::aboutToShow, this, [this, &tools, usual] {
     tools.clear();
     if (tools_) {
       for (QAction* const action : tools_->Actions()) tools.addAction(action);
     }
-    if (tools.isEmpty()) tools.addAction(QStringLiteral("None"))->setEnabled(false);
+    if (tools.isEmpty()) {
+      tools.addAction(QStringLiteral("None"))->setEnabled(false);
+      return;
+    }
+    tools.addSeparator();
+    tools.addAction(usual);
   });
 }
 
