@@ -14,7 +14,7 @@
 #include <string>
 
 #include "bench/compare.h"
-#include "tavhost/qt/modal_view.h"
+#include "tavhost/qt/view_factory.h"
 #include "tavhost/ui/models/list_box_model.h"
 #include "tavhost/ui/models/tree_list_box_model.h"
 
@@ -33,7 +33,7 @@ void OurList(int count) {
   Step("fill and show", [&] {
     model = std::make_unique<ui::ListBoxModel>(false);
     for (int i = 0; i < count; ++i) model->Insert("entry " + std::to_string(i));
-    view = ui::ModalView::Make(*model, nullptr);
+    view = ui::MakeModalView(*model, nullptr);
     view->Open(0);
   });
 }
@@ -61,7 +61,7 @@ void OurTree(int count) {
     }
   });
   Step("show", [&] {
-    view = ui::ModalView::Make(model, nullptr);
+    view = ui::MakeModalView(model, nullptr);
     view->Open(0);
   });
   auto* const tree = view->Dialog().findChild<QTreeView*>();

@@ -141,7 +141,7 @@ base::Result<void> Require(bool holds, std::string otherwise) {
 base::Result<void> CheckOperands(const CommandLine& line) {
   const std::size_t count = line.operands.size();
   switch (line.subcommand) {
-    case Subcommand::kWorkbench:
+    case Subcommand::kIde:
       return {};
     case Subcommand::kRun:
       return Require(count > 0 || line.scriptText, "run needs a script");
@@ -177,13 +177,13 @@ base::Result<void> CheckOperands(const CommandLine& line) {
 
 std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& arguments) {
   CommandLine line;
-  const SubcommandRow* row = &kWorkbenchRow;
+  const SubcommandRow* row = &kIdeRow;
   // Options before the subcommand's name; the rest is left for the subcommand.
   base::Result<void> parsed = Parser(*row, line).Parse(arguments, 0);
   if (parsed && !line.operands.empty()) {
     const std::vector<std::string> rest = std::exchange(line.operands, {});
     row = FindSubcommand(rest[0]);
-    if (!row) return Complain(UnknownSubcommandText(rest[0]), kWorkbenchRow);
+    if (!row) return Complain(UnknownSubcommandText(rest[0]), kIdeRow);
     line.subcommand = row->subcommand;
     parsed = Parser(*row, line).Parse(rest, 1);
   }

@@ -28,7 +28,7 @@ struct Options {
 };
 
 enum class Subcommand : std::uint8_t {
-  kWorkbench,
+  kIde,
   kRun,
   kSend,
   kCheck,
@@ -42,7 +42,7 @@ enum class Subcommand : std::uint8_t {
 };
 
 struct CommandLine {
-  Subcommand subcommand = Subcommand::kWorkbench;
+  Subcommand subcommand = Subcommand::kIde;
   Options options;
   std::vector<std::string> operands;
   std::optional<std::string> scriptText;  // run -e

@@ -19,7 +19,7 @@ constexpr unsigned kWithJson =
     Only(Subcommand::kCheck) | Only(Subcommand::kCommands) | Only(Subcommand::kValidate);
 
 constexpr SubcommandRow kSubcommandTable[] = {
-    {"workbench", Subcommand::kWorkbench, "[OPTION...] [FILE...]",
+    {"workbench", Subcommand::kIde, "[OPTION...] [FILE...]",
      "Open the workbench with these scripts; also without a subcommand", true},
     {"run", Subcommand::kRun, "[OPTION...] SCRIPT|-|-e TEXT [ARG...]",
      "Run a script: a file, '-' for standard input, or the text behind -e", false},
@@ -179,9 +179,9 @@ void AppendEntry(std::string& help, const std::string& name, std::string_view me
 
 }  // namespace
 
-constexpr SubcommandRow kWorkbenchRow = {"", Subcommand::kWorkbench, "[OPTION...] [SUBCOMMAND ...]",
-                                         "The TavScript host. Without a subcommand: the workbench.",
-                                         false};
+constexpr SubcommandRow kIdeRow = {"", Subcommand::kIde, "[OPTION...] [SUBCOMMAND ...]",
+                                   "The TavScript host. Without a subcommand: the workbench.",
+                                   false};
 constexpr std::span<const SubcommandRow> kSubcommands = kSubcommandTable;
 constexpr std::span<const OptionRow> kOptions = kOptionTable;
 

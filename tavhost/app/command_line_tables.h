@@ -27,7 +27,7 @@ struct OptionRow {
   base::Result<void> (*take)(CommandLine& line, std::string value);
 };
 
-extern const SubcommandRow kWorkbenchRow;
+extern const SubcommandRow kIdeRow;
 extern const std::span<const SubcommandRow> kSubcommands;
 extern const std::span<const OptionRow> kOptions;
 

@@ -53,10 +53,10 @@ int RunIde(const CommandLine& line) {
   startup_box::Show();
   TavStartupBox::GetGlobal()->SetAdditionalMessage("Opening the workbench");
   IdeServices services;
-  ide::IdeOptions workbench;
-  workbench.files = line.operands;
-  workbench.shown = [] { startup_box::Hide(); };
-  (*run)(ui::CurrentToolkit(), services, workbench);
+  ide::IdeOptions ideOptions;
+  ideOptions.files = line.operands;
+  ideOptions.shown = [] { startup_box::Hide(); };
+  (*run)(ui::CurrentToolkit(), services, ideOptions);
   startup_box::Hide();
   return services.IsEndAsked() ? kExitStopped : (*host)->Finish(kExitSuccess);
 }

@@ -16,7 +16,7 @@ namespace {
 
 int RunSubcommand(const CommandLine& line) {
   switch (line.subcommand) {
-    case Subcommand::kWorkbench:
+    case Subcommand::kIde:
       return RunIde(line);
     case Subcommand::kRun:
       return RunScript(line);

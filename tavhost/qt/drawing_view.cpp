@@ -1,10 +1,8 @@
 #include "tavhost/qt/drawing_view.h"
 
 #include <QContextMenuEvent>
-#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QMenu>
-#include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QScrollBar>
@@ -326,13 +324,6 @@ void DrawingView::Print() {
   QPrinter printer(QPrinter::HighResolution);
   QPrintDialog dialog(&printer, this);
   if (dialog.exec() == QDialog::Accepted) PaintPage(printer);
-}
-
-bool DrawingView::WritePdf(const QString& file) {
-  QPdfWriter writer(file);
-  writer.setPageSize(QPageSize(QPageSize::A4));
-  PaintPage(writer);
-  return QFileInfo(file).size() > 0;
 }
 
 }  // namespace ui

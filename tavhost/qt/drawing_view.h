@@ -36,7 +36,6 @@ class DrawingView final : public QAbstractScrollArea, private DrawingObserver {
   void SetZoom(double zoom, const QPointF& fixed);
   void ZoomToFit();
   void Print();
-  bool WritePdf(const QString& file);
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -5,16 +5,11 @@
 #include <QPushButton>
 #include <QScreen>
 #include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
 
-#include "tavhost/qt/browser_view.h"
-#include "tavhost/qt/edit_field_view.h"
-#include "tavhost/qt/file_dialog_view.h"
-#include "tavhost/qt/image_dialog_view.h"
-#include "tavhost/qt/list_box_view.h"
-#include "tavhost/qt/message_box_view.h"
 #include "tavhost/qt/shown_text.h"
-#include "tavhost/qt/text_box_view.h"
-#include "tavhost/qt/tree_list_box_view.h"
 
 namespace ui {
 
@@ -44,34 +39,6 @@ bool IsKeyEvent(QEvent::Type type) {
 }
 
 }  // namespace
-
-std::unique_ptr<ModalView> ModalView::Make(ModalModel& model, QWidget* parent) {
-  switch (model.Kind()) {
-    case ModalKind::kMessageBox:
-      return std::make_unique<MessageBoxView>(static_cast<MessageBoxModel&>(model), parent);
-    case ModalKind::kTextBox:
-      return std::make_unique<TextBoxView>(static_cast<TextBoxModel&>(model), parent);
-    case ModalKind::kEditField:
-      return std::make_unique<EditFieldView>(static_cast<EditFieldModel&>(model), parent);
-    case ModalKind::kListBox:
-      return std::make_unique<ListBoxView>(static_cast<ListBoxModel&>(model), parent);
-    case ModalKind::kFileDialog:
-      return std::make_unique<FileDialogView>(static_cast<FileDialogModel&>(model), parent);
-    case ModalKind::kDirectoryDialog:
-      return std::make_unique<DirectoryDialogView>(static_cast<DirectoryDialogModel&>(model),
-                                                   parent);
-    case ModalKind::kImageDialog:
-      return std::make_unique<ImageDialogView>(static_cast<ImageDialogModel&>(model), parent);
-    case ModalKind::kTreeListBox:
-      return std::make_unique<TreeListBoxView>(static_cast<TreeListBoxModel&>(model), parent);
-    case ModalKind::kBrowser:
-      return std::make_unique<BrowserView>(static_cast<BrowserModel&>(model), parent);
-    case ModalKind::kEditBrowser:
-      return std::make_unique<EditBrowserView>(static_cast<EditBrowserModel&>(model), parent);
-    default:
-      return nullptr;
-  }
-}
 
 ModalView::ModalView(ModalModel& model, std::unique_ptr<QDialog> dialog)
     : model_(model), dialog_(std::move(dialog)) {

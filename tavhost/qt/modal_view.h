@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QVBoxLayout>
 #include <memory>
+#include <string>
 
 #include "tavhost/ui/models/modal_model.h"
 
@@ -14,10 +15,6 @@ namespace ui {
 // Shows a modal model in a dialog. The model learns what the user did when the dialog ends.
 class ModalView : public QObject {
  public:
-  // For that model; the dialog belongs to `parent`'s window, if there is one. Null for a kind that
-  // has no view.
-  static std::unique_ptr<ModalView> Make(ModalModel& model, QWidget* parent);
-
   ~ModalView() override;
 
   QDialog& Dialog() { return *dialog_; }

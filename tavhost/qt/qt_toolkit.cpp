@@ -16,6 +16,7 @@
 #include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/view_factory.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/modal_model.h"
@@ -168,8 +169,7 @@ QWidget* QtToolkit::ParentOf(const WindowModel& window) const {
 
 void QtToolkit::RunModal(ModalModel& window) {
   const std::optional<SV::Size> size = window.size;
-  const std::unique_ptr<ModalView> view = ModalView::Make(window, ParentOf(window));
-  if (!view) return RunWithoutView(window);
+  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window));
   struct Open {
     std::vector<ModalView*>& stack;
     Open(std::vector<ModalView*>& views, ModalView* top) : stack(views) { stack.push_back(top); }
@@ -199,17 +199,6 @@ void QtToolkit::RunModal(ModalModel& window) {
   } else if (options_.answers) {
     options_.answers->Record(window);
   }
-}
-
-void QtToolkit::RunWithoutView(ModalModel& window) {
-  if (options_.answers && options_.answers->AnswersWindows()) {
-    options_.answers->Answer(window);
-    options_.answers->Record(window);
-    return;
-  }
-  Report("tavhost: there is no view yet for the window \"" + window.Title() +
-         "\"; it is cancelled");
-  window.End(kCancelButton);
 }
 
 // Shown as long as it takes to paint it.

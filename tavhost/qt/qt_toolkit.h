@@ -65,7 +65,6 @@ class QtToolkit final : public Toolkit {
   void Woken();
   void AnswerWithoutUser(ModalView& view);
   void LetUserAnswer(ModalView& view);
-  void RunWithoutView(ModalModel& window);
   QWidget* ParentOf(const WindowModel& window) const;
   void Paint();
   void ShowMessage(MessageWindowModel& window);

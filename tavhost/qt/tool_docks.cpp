@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QEvent>
 #include <algorithm>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -65,7 +66,11 @@ std::vector<QAction*> ToolDocks::Actions() const {
 }
 
 void ToolDocks::ShowDefaults() {
-  for (Tool* const tool : workbench_.InOrder()) {
+  std::vector<std::string> ids;
+  for (const Tool* const tool : workbench_.InOrder()) ids.push_back(tool->id);
+  for (const std::string& id : ids) {
+    Tool* const tool = workbench_.Find(id);  // listeners of another may have removed it
+    if (!tool) continue;
     const bool stays = tool->visible && tool->HasFlag(tool_flags::kKeptByCloseAll);
     workbench_.SetVisible(*tool, stays || tool->defaultVisible);
   }

@@ -24,7 +24,8 @@ class ToolDocks final : public QObject, private WorkbenchObserver {
   // Show or hide a tool, in the tools' order; for a menu. Tools whose user may not close them are
   // left out. The actions belong to the docks.
   std::vector<QAction*> Actions() const;
-  // Every tool as visible as it is by default; those that nothing closes stay.
+  // Shows the tools that are visible by default and hides the others, but for those that hiding all
+  // tools leaves.
   void ShowDefaults();
   // Lets all tools show at once what they would show a little later.
   void Flush();

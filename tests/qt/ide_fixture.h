@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTest>
@@ -26,7 +27,7 @@
 #include "tests/qt/started_toolkit.h"
 
 // A workbench in a folder of its own. What the test leaves open is closed without questions.
-class WorkbenchTest : public testing::Test {
+class IdeTest : public testing::Test {
  protected:
   using Window = ui::ide_view::IdeWindow;
   using Page = ui::ide_view::EditorPage;
@@ -93,6 +94,20 @@ class WorkbenchTest : public testing::Test {
   void RunText(const QString& text) {
     Editor().SetText(text);
     Run();
+  }
+
+  // Opens a menu and clicks on an entry of it.
+  void Choose(const QString& menu, const QString& entry) {
+    for (QMenu* const one : window_->findChildren<QMenu*>()) {
+      if (one->title() != menu) continue;
+      one->popup(window_->geometry().center());
+      for (QAction* const action : one->actions()) {
+        if (action->text() != entry) continue;
+        return QTest::mouseClick(one, Qt::LeftButton, Qt::NoModifier,
+                                 one->actionGeometry(action).center());
+      }
+    }
+    ADD_FAILURE() << "there is no entry " << entry.toStdString();
   }
 
   QString Path(const QString& name) { return folder_.filePath(name); }

@@ -1,6 +1,10 @@
+#include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPainter>
+#include <QPrintDialog>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QToolButton>
@@ -186,9 +190,20 @@ TEST_F(QtTools, DrawingsPrintAsVectors) {
   drawing.shapes.push_back(text);
   model.Show(drawing);
   ui::DrawingView view(model);
+  view.show();
   QTemporaryDir folder;
   const QString file = folder.filePath(QStringLiteral("d.pdf"));
-  ASSERT_TRUE(view.WritePdf(file));
+  // Its user chooses a file in place of a printer.
+  QTimer::singleShot(0, qApp, [&file] {
+    auto* const dialog = qobject_cast<QPrintDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    auto& printers = *dialog->findChild<QComboBox*>(QStringLiteral("printers"));
+    printers.setCurrentIndex(printers.count() - 1);
+    dialog->findChild<QLineEdit*>(QStringLiteral("filename"))->setText(file);
+    QTest::mouseClick(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok),
+                      Qt::LeftButton);
+  });
+  QTest::keyClick(&view, Qt::Key_P, Qt::ControlModifier);
   QFile in(file);
   ASSERT_TRUE(in.open(QIODevice::ReadOnly));
   const QByteArray pdf = in.readAll();

@@ -1,24 +1,17 @@
 #include <QAction>
 #include <QActionGroup>
-#include <QApplication>
 #include <QDir>
 #include <QDockWidget>
-#include <QFileInfo>
-#include <QFontDatabase>
 #include <QFontDialog>
 #include <QInputDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QPainter>
 #include <QPlainTextEdit>
-#include <QScreen>
-#include <QStatusBar>
 #include <QStyle>
-#include <QTextBrowser>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <tl/expected.hpp>
 #include <tuple>
 #include <utility>
@@ -28,6 +21,9 @@
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/ide/line_edits.h"
+#include "tavhost/qt/ide/run_icons.h"
+#include "tavhost/qt/ide/shortcuts_dialog.h"
 #include "tavhost/qt/tool_docks.h"
 
 // The menus and what their entries do.
@@ -38,39 +34,6 @@ namespace {
 constexpr int kMostRecent = 12;
 constexpr int kSmallestFont = 6;
 constexpr int kLargestFont = 40;
-
-// Painted here: the style's own are black, on dark windows too.
-QIcon Painted(int side, const QColor& colour, const std::function<void(QPainter&, qreal)>& paint) {
-  QIcon icon;
-  for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled}) {
-    for (const int scale : {1, 2}) {
-      QPixmap picture(side * scale, side * scale);
-      picture.setDevicePixelRatio(scale);
-      picture.fill(Qt::transparent);
-      QPainter painter(&picture);
-      painter.setRenderHint(QPainter::Antialiasing);
-      painter.setPen(Qt::NoPen);
-      painter.setBrush(mode == QIcon::Disabled ? QColor(0x8a, 0x90, 0x99, 0x90) : colour);
-      paint(painter, side);
-      painter.end();
-      icon.addPixmap(picture, mode);
-    }
-  }
-  return icon;
-}
-
-QIcon RunIcon(int side) {
-  return Painted(side, QColor(0x2e, 0x9e, 0x4f), [](QPainter& painter, qreal size) {
-    painter.drawPolygon(QPolygonF(
-        {{size * 0.22, size * 0.12}, {size * 0.88, size * 0.5}, {size * 0.22, size * 0.88}}));
-  });
-}
-
-QIcon StopIcon(int side) {
-  return Painted(side, QColor(0xd1, 0x45, 0x45), [](QPainter& painter, qreal size) {
-    painter.drawRoundedRect(QRectF(size * 0.18, size * 0.18, size * 0.64, size * 0.64), 2, 2);
-  });
-}
 
 }  // namespace
 
@@ -83,18 +46,23 @@ QAction* IdeWindow::Add(QMenu& menu, const QString& text, const QList<QKeySequen
 }
 
 void IdeWindow::MakeActions() {
-  const auto editor = [this]() -> ScriptEditor& { return tabs_->Page()->Editor(); };
-  const auto icon = [this](QStyle::StandardPixmap kind) { return style()->standardIcon(kind); };
+  MakeFileMenu();
+  MakeEditMenu();
+  MakeRunMenu();
+  QMenu& view = MakeViewMenu();
+  MakeHelpMenu();
+  MakeToolBar(view);
+}
 
+void IdeWindow::MakeFileMenu() {
   QMenu& file = *menuBar()->addMenu(QStringLiteral("&File"));
-  QAction* const newScript =
-      Add(file, QStringLiteral("&New"), {QKeySequence::New}, [this] { tabs_->New(); });
-  QAction* const open = Add(file, QStringLiteral("&Open..."), {QKeySequence::Open},
-                            [this] { tabs_->OpenWithDialog(); });
+  new_ = Add(file, QStringLiteral("&New"), {QKeySequence::New}, [this] { tabs_->New(); });
+  open_ = Add(file, QStringLiteral("&Open..."), {QKeySequence::Open},
+              [this] { tabs_->OpenWithDialog(); });
   recentMenu_ = file.addMenu(QStringLiteral("Open &Recent"));
   file.addSeparator();
-  QAction* const save = Add(file, QStringLiteral("&Save"), {QKeySequence::Save},
-                            [this] { tabs_->Save(*tabs_->Page()); });
+  save_ = Add(file, QStringLiteral("&Save"), {QKeySequence::Save},
+              [this] { tabs_->Save(*tabs_->Page()); });
   Add(file, QStringLiteral("Save &As..."), {QKeySequence(QStringLiteral("Ctrl+Shift+S"))},
       [this] { tabs_->SaveAs(*tabs_->Page()); });
   Add(file, QStringLiteral("Save A&ll"), {QKeySequence(QStringLiteral("Ctrl+Alt+S"))},
@@ -103,7 +71,10 @@ void IdeWindow::MakeActions() {
   Add(file, QStringLiteral("&Close"), {QKeySequence(QStringLiteral("Ctrl+W"))},
       [this] { tabs_->ClosePage(tabs_->currentIndex()); });
   Add(file, QStringLiteral("&Quit"), {QKeySequence(QStringLiteral("Ctrl+Q"))}, [this] { close(); });
+}
 
+void IdeWindow::MakeEditMenu() {
+  const auto editor = [this]() -> ScriptEditor& { return tabs_->Page()->Editor(); };
   QMenu& edit = *menuBar()->addMenu(QStringLiteral("&Edit"));
   // What the focused text does itself has no shortcut here: it would take the key away from others.
   const auto add = [&edit, this](const char* text, const char* keys, std::function<void()> run) {
@@ -129,26 +100,22 @@ void IdeWindow::MakeActions() {
       editor().Complete();
     }
   });
-  add("Comment &Out or In", "Ctrl+/", [editor] { editor().ToggleComment(); });
-  add("&Duplicate Lines", "Ctrl+D", [editor] { editor().DuplicateLines(); });
-  add("Move &Lines Up", "Alt+Up", [editor] { editor().MoveLines(true); });
-  add("Move Lines Do&wn", "Alt+Down", [editor] { editor().MoveLines(false); });
-  add("&Indent", "Ctrl+]", [editor] { editor().ChangeIndent(true); });
-  add("Indent &Back", "Ctrl+[", [editor] { editor().ChangeIndent(false); });
+  add("Comment &Out or In", "Ctrl+/", [editor] { ToggleComment(editor()); });
+  add("&Duplicate Lines", "Ctrl+D", [editor] { DuplicateLines(editor()); });
+  add("Move &Lines Up", "Alt+Up", [editor] { MoveLines(editor(), true); });
+  add("Move Lines Do&wn", "Alt+Down", [editor] { MoveLines(editor(), false); });
+  add("&Indent", "Ctrl+]", [editor] { ChangeIndent(editor(), true); });
+  add("Indent &Back", "Ctrl+[", [editor] { ChangeIndent(editor(), false); });
+}
 
+void IdeWindow::MakeRunMenu() {
+  const auto editor = [this]() -> ScriptEditor& { return tabs_->Page()->Editor(); };
   QMenu& run = *menuBar()->addMenu(QStringLiteral("&Run"));
   // Started from the event loop, not from inside a menu or a key.
   run_ = Add(run, QStringLiteral("&Run Script"), {QKeySequence(QStringLiteral("F5"))},
              [this] { QTimer::singleShot(0, this, [this] { Run(); }); });
-  Add(run, QStringLiteral("Run S&election"), {QKeySequence(QStringLiteral("Ctrl+F5"))}, [this] {
-    QTimer::singleShot(0, this, [this] {
-      const QString text = tabs_->Page()->Editor().textCursor().selectedText().replace(
-          QChar(QChar::ParagraphSeparator), QLatin1Char('\n'));
-      if (!text.trimmed().isEmpty()) {
-        RunText(QStringLiteral("<selection>"), tabs_->Page()->Path(), text, false);
-      }
-    });
-  });
+  Add(run, QStringLiteral("Run S&election"), {QKeySequence(QStringLiteral("Ctrl+F5"))},
+      [this] { QTimer::singleShot(0, this, [this] { runs_->RunSelection(); }); });
   stop_ = Add(run, QStringLiteral("&Stop"), {QKeySequence(QStringLiteral("Shift+F5"))},
               [this] { Stop(); });
   stop_->setEnabled(false);
@@ -158,9 +125,10 @@ void IdeWindow::MakeActions() {
       {"Step &Into", "F11", StepMode::kInto},
       {"Step O&ut", "Shift+F11", StepMode::kOut}};
   for (const auto& [text, keys, mode] : steps) {
-    steps_.append(
-        Add(run, QLatin1String(text), {QKeySequence(QLatin1String(keys))},
-            [this, mode = mode] { QTimer::singleShot(0, this, [this, mode] { Step(mode); }); }));
+    const auto step = [this, mode = mode] {
+      QTimer::singleShot(0, this, [this, mode] { runs_->Step(mode); });
+    };
+    steps_.append(Add(run, QLatin1String(text), {QKeySequence(QLatin1String(keys))}, step));
   }
   Add(run, QStringLiteral("Set or Remove a &Breakpoint"), {QKeySequence(QStringLiteral("F9"))},
       [editor] { editor().ToggleBreakpoint(editor().Line()); });
@@ -174,9 +142,23 @@ void IdeWindow::MakeActions() {
   run.addSeparator();
   Add(run, QStringLiteral("C&lear Console"), {QKeySequence(QStringLiteral("Ctrl+L"))},
       [this] { console_->Clear(); });
+}
 
+QMenu& IdeWindow::MakeViewMenu() {
   QMenu& view = *menuBar()->addMenu(QStringLiteral("&View"));
-  viewMenu_ = &view;
+  AddPanes(view);
+  AddTools(view);
+  view.addSeparator();
+  AddWays(view);
+  view.addSeparator();
+  AddLook(view);
+  view.addSeparator();
+  Add(view, QStringLiteral("&Restore the Layout"), {}, [this] { ResetLayout(); });
+  return view;
+}
+
+// Shows or hides each pane.
+void IdeWindow::AddPanes(QMenu& view) {
   const std::pair<QDockWidget*, const char*> docks[] = {{consoleDock_, "Ctrl+Shift+C"},
                                                         {problemsDock_, "Ctrl+Shift+M"},
                                                         {commandsDock_, "Ctrl+Shift+R"},
@@ -187,20 +169,34 @@ void IdeWindow::MakeActions() {
     toggle->setShortcut(QKeySequence(QLatin1String(keys)));
     view.addAction(toggle);
   }
+}
+
+// The windows of scripts come and go with them: they are listed when the menu opens.
+void IdeWindow::AddTools(QMenu& view) {
   QMenu& tools = *view.addMenu(QStringLiteral("&Windows of Scripts"));
-  connect(&tools, &QMenu::aboutToShow, this, [this, &tools] {
+  // The window's, as the menu deletes what it owns when it is cleared.
+  auto* const usual = new QAction(QStringLiteral("Usual &Layout"), this);
+  connect(usual, &QAction::triggered, this, [this] { tools_->ShowDefaults(); });
+  connect(&tools, &QMenu::aboutToShow, this, [this, &tools, usual] {
     tools.clear();
     if (tools_) {
       for (QAction* const action : tools_->Actions()) tools.addAction(action);
     }
-    if (tools.isEmpty()) tools.addAction(QStringLiteral("None"))->setEnabled(false);
+    if (tools.isEmpty()) {
+      tools.addAction(QStringLiteral("None"))->setEnabled(false);
+      return;
+    }
+    tools.addSeparator();
+    tools.addAction(usual);
   });
-  view.addSeparator();
+}
+
+// Where the keyboard goes.
+void IdeWindow::AddWays(QMenu& view) {
   Add(view, QStringLiteral("To the &Editor"), {QKeySequence(QStringLiteral("Ctrl+E"))},
       [this] { tabs_->Page()->Editor().setFocus(); });
   Add(view, QStringLiteral("To the Co&nsole"), {QKeySequence(QStringLiteral("Ctrl+J"))}, [this] {
-    consoleDock_->show();
-    consoleDock_->raise();
+    Bring(*consoleDock_);
     console_->Input().setFocus();
   });
   Add(view, QStringLiteral("Next &Pane"), {QKeySequence(QStringLiteral("F6"))},
@@ -215,7 +211,9 @@ void IdeWindow::MakeActions() {
       [this] {
         tabs_->setCurrentIndex((tabs_->currentIndex() + tabs_->count() - 1) % tabs_->count());
       });
-  view.addSeparator();
+}
+
+void IdeWindow::AddLook(QMenu& view) {
   Add(view, QStringLiteral("Larger Te&xt"),
       {QKeySequence(QStringLiteral("Ctrl++")), QKeySequence(QStringLiteral("Ctrl+="))},
       [this] { Zoom(1); });
@@ -233,34 +231,37 @@ void IdeWindow::MakeActions() {
     themes_->addAction(action);
     connect(action, &QAction::triggered, this, [this, theme = theme] { SetTheme(theme); });
   }
-  view.addSeparator();
-  Add(view, QStringLiteral("&Restore the Layout"), {}, [this] { ResetLayout(); });
+}
 
+void IdeWindow::MakeHelpMenu() {
   QMenu& help = *menuBar()->addMenu(QStringLiteral("&Help"));
   Add(help, QStringLiteral("&Command under the Cursor"), {QKeySequence(QStringLiteral("F1"))},
       [this] { HelpOnWord(); });
   Add(help, QStringLiteral("&Search Commands"), {QKeySequence(QStringLiteral("Ctrl+Shift+F"))},
       [this] {
-        commandsDock_->show();
-        commandsDock_->raise();
+        Bring(*commandsDock_);
         commands_->FocusSearch();
       });
-  Add(help, QStringLiteral("&Keyboard Shortcuts"), {}, [this] { ShowShortcuts(); });
+  Add(help, QStringLiteral("&Keyboard Shortcuts"), {},
+      [this] { ShowShortcuts(*menuBar(), *this); });
+}
 
+void IdeWindow::MakeToolBar(QMenu& view) {
+  const auto icon = [this](QStyle::StandardPixmap kind) { return style()->standardIcon(kind); };
   QToolBar& bar = *addToolBar(QStringLiteral("Toolbar"));
   bar.setObjectName(QStringLiteral("toolbar"));
   bar.setMovable(false);
   bar.setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   const int side = style()->pixelMetric(QStyle::PM_SmallIconSize);
   bar.setIconSize({side, side});
-  newScript->setIcon(icon(QStyle::SP_FileIcon));
-  open->setIcon(icon(QStyle::SP_DialogOpenButton));
-  save->setIcon(icon(QStyle::SP_DialogSaveButton));
+  new_->setIcon(icon(QStyle::SP_FileIcon));
+  open_->setIcon(icon(QStyle::SP_DialogOpenButton));
+  save_->setIcon(icon(QStyle::SP_DialogSaveButton));
   run_->setIcon(RunIcon(side));
   stop_->setIcon(StopIcon(side));
   run_->setIconText(QStringLiteral("Run"));
   stop_->setIconText(QStringLiteral("Stop"));
-  for (QAction* const action : {newScript, open, save}) bar.addAction(action);
+  for (QAction* const action : {new_, open_, save_}) bar.addAction(action);
   bar.addSeparator();
   for (QAction* const action : {run_, stop_}) bar.addAction(action);
   bar.toggleViewAction()->setText(QStringLiteral("Tool&bar"));
@@ -321,22 +322,6 @@ void IdeWindow::Zoom(int steps) {
   SetFont(font);
 }
 
-// Editor, console, problems, commands, variables, output windows: whatever can be seen.
-void IdeWindow::NextPane(bool backwards) {
-  std::vector<QWidget*> panes = {tabs_->Page()};
-  for (QDockWidget* const dock : findChildren<QDockWidget*>()) {
-    if (dock->isVisible() && !dock->visibleRegion().isEmpty()) panes.push_back(dock);
-  }
-  QWidget* const focused = QApplication::focusWidget();
-  std::size_t present = 0;
-  for (std::size_t i = 0; i < panes.size(); ++i) {
-    if (focused && (panes[i] == focused || panes[i]->isAncestorOf(focused))) present = i;
-  }
-  const std::size_t next = (present + (backwards ? panes.size() - 1 : 1)) % panes.size();
-  auto* const dock = qobject_cast<QDockWidget*>(panes[next]);
-  (dock ? dock->widget() : panes[next])->setFocus(Qt::ShortcutFocusReason);
-}
-
 void IdeWindow::GoToLine() {
   ScriptEditor& editor = tabs_->Page()->Editor();
   bool accepted = false;
@@ -348,48 +333,10 @@ void IdeWindow::GoToLine() {
 }
 
 void IdeWindow::HelpOnWord() {
-  commandsDock_->show();
-  commandsDock_->raise();
+  Bring(*commandsDock_);
   const QString word = tabs_->Page()->Editor().WordAtCursor();
   if (commands_->ShowCommand(word)) return;
   commands_->FocusSearch();
-}
-
-void IdeWindow::ShowShortcuts() {
-  QString rows;
-  for (QAction* const menu : menuBar()->actions()) {
-    rows += QStringLiteral("<tr><td colspan='2'><h4 style='margin:8px 0 2px 0'>%1</h4></td></tr>")
-                .arg(menu->text().remove(QLatin1Char('&')));
-    for (const QAction* const action : menu->menu()->actions()) {
-      QString text = action->text();
-      QString keys = QKeySequence::listToString(action->shortcuts());
-      if (const qsizetype tab = text.indexOf(QLatin1Char('\t')); tab >= 0) {
-        keys = text.mid(tab + 1);
-        text.truncate(tab);
-      }
-      if (keys.isEmpty()) continue;
-      rows += QStringLiteral("<tr><td style='padding-right:24px'>%1</td><td>%2</td></tr>")
-                  .arg(text.remove(QLatin1Char('&')).remove(QStringLiteral("...")).toHtmlEscaped(),
-                       keys.toHtmlEscaped());
-    }
-  }
-  QDialog dialog(this);
-  dialog.setWindowTitle(QStringLiteral("Keyboard Shortcuts"));
-  auto* const page = new QTextBrowser;
-  page->setAccessibleName(QStringLiteral("Keyboard shortcuts"));
-  page->setHtml(QStringLiteral("<table>%1</table>").arg(rows));
-  auto* const layout = new QVBoxLayout(&dialog);
-  layout->addWidget(page);
-  dialog.resize(460, 560);
-  dialog.exec();
-}
-
-void IdeWindow::ResetLayout() {
-  restoreState(firstLayout_);
-  consoleDock_->raise();
-  commandsDock_->raise();
-  resizeDocks({consoleDock_}, {190}, Qt::Vertical);
-  resizeDocks({commandsDock_}, {330}, Qt::Horizontal);
 }
 
 }  // namespace ui::ide_view

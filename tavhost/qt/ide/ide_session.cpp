@@ -16,9 +16,9 @@ namespace ui::ide_view {
 
 namespace {
 
-// Of the layout: another one is not restored.
+// Stored with the layout; a layout of another version is not restored.
 constexpr int kLayoutVersion = 1;
-constexpr int kFontPoints = 10;
+constexpr int kFontPoints = 10;  // at least, at first
 
 QFont FirstFont() {
   QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
@@ -47,37 +47,7 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     store_.WriteHistory(QByteArray::fromStdString(cut));
   }
 
-  QString front;
-  if (store_.IsFirst()) {
-    const int count = settings.beginReadArray(QStringLiteral("files"));
-    struct File {
-      QString path;
-      int line;
-      int column;
-    };
-    QList<File> open;
-    for (int i = 0; i < count; ++i) {
-      settings.setArrayIndex(i);
-      open.append({settings.value(QStringLiteral("path")).toString(),
-                   settings.value(QStringLiteral("line"), 1).toInt(),
-                   settings.value(QStringLiteral("column"), 1).toInt()});
-    }
-    settings.endArray();
-    front = settings.value(QStringLiteral("front")).toString();
-    for (const File& file : open) {
-      if (!QFileInfo(file.path).isFile()) continue;
-      if (const auto page = tabs_->Open(file.path)) {
-        (*page)->Editor().GoTo(file.line, file.column);
-      }
-    }
-    const QList<SessionStore::Unsaved> lost = store_.TakeLost();
-    for (const SessionStore::Unsaved& text : lost) tabs_->Restore(text);
-    if (!lost.isEmpty()) {
-      console_->Note(
-          QStringLiteral("Changes that were not saved when the workbench ended last are "
-                         "back; they are still not saved."));
-    }
-  }
+  QString front = store_.IsFirst() ? RestoreFiles() : QString();
   for (const std::string& file : files) {
     const QString path = QDir::current().absoluteFilePath(Editable(file));
     if (!QFileInfo::exists(path)) {
@@ -94,6 +64,41 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     tabs_->setCurrentWidget(page);
   }
   tabs_->Page()->Editor().setFocus();
+}
+
+// Opens what was open when the last window was closed, and what was not saved when one ended
+// without being closed. Returns the file that was in front; empty: none.
+QString IdeWindow::RestoreFiles() {
+  QSettings& settings = store_.Settings();
+  struct File {
+    QString path;
+    int line;
+    int column;
+  };
+  QList<File> open;
+  const int count = settings.beginReadArray(QStringLiteral("files"));
+  for (int i = 0; i < count; ++i) {
+    settings.setArrayIndex(i);
+    open.append({settings.value(QStringLiteral("path")).toString(),
+                 settings.value(QStringLiteral("line"), 1).toInt(),
+                 settings.value(QStringLiteral("column"), 1).toInt()});
+  }
+  settings.endArray();
+  const QString front = settings.value(QStringLiteral("front")).toString();
+  for (const File& file : open) {
+    if (!QFileInfo(file.path).isFile()) continue;
+    if (const auto page = tabs_->Open(file.path)) {
+      (*page)->Editor().GoTo(file.line, file.column);
+    }
+  }
+  const QList<SessionStore::Unsaved> lost = store_.TakeLost();
+  for (const SessionStore::Unsaved& text : lost) tabs_->Restore(text);
+  if (!lost.isEmpty()) {
+    console_->Note(
+        QStringLiteral("Changes that were not saved when the workbench ended last are "
+                       "back; they are still not saved."));
+  }
+  return front;
 }
 
 void IdeWindow::SaveSession() {

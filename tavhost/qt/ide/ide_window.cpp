@@ -5,17 +5,13 @@
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QFileInfo>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QStatusBar>
-#include <QTreeWidget>
 #include <QVBoxLayout>
 #include <map>
 #include <tl/expected.hpp>
@@ -23,12 +19,14 @@
 
 #include "tavhost/ide/script_text.h"
 #include "tavhost/ide/script_tokens.h"
-#include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/command_page.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
+#include "tavhost/qt/ide/line_edits.h"
+#include "tavhost/qt/ide/problems_pane.h"
 #include "tavhost/qt/ide/utf16.h"
+#include "tavhost/qt/ide/variables_pane.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/tool_docks.h"
 #include "tavhost/reference/reference.h"
@@ -37,15 +35,11 @@ namespace ui::ide_view {
 
 namespace {
 
-constexpr int kTickMilliseconds = 100;
 // Typing pauses this long before the script is checked and kept.
 constexpr int kCheckMilliseconds = 600;
 constexpr int kKeepMilliseconds = 2000;
-// Larger scripts are checked when asked for.
+// Larger scripts, in characters, are checked when asked for.
 constexpr int kMostChecked = 1'000'000;
-
-constexpr int kLineRole = Qt::UserRole + 1;
-constexpr int kColumnRole = Qt::UserRole + 2;
 
 }  // namespace
 
@@ -58,20 +52,11 @@ IdeWindow::IdeWindow(ide::IdeHost& host, const ide::IdeOptions& options)
   resize(1180, 760);
   MakeEditors();
   MakeDocks();
+  MakeStatusBar();
+  MakeRuns();
   MakeActions();
+  MakeTimers();
   firstLayout_ = saveState();
-
-  connect(&tick_, &QTimer::timeout, this, [this] {
-    state_->setText(QStringLiteral("Running %1 - Shift+F5 stops")
-                        .arg(QString::fromStdString(ide::ElapsedText(runTime_.elapsed()))));
-  });
-  tick_.setInterval(kTickMilliseconds);
-  check_.setSingleShot(true);
-  check_.setInterval(kCheckMilliseconds);
-  connect(&check_, &QTimer::timeout, this, [this] { CheckPage(false); });
-  keep_.setSingleShot(true);
-  keep_.setInterval(kKeepMilliseconds);
-  connect(&keep_, &QTimer::timeout, this, [this] { KeepUnsaved(); });
   host_.SetServiceLog([this](const std::string& line) {
     if (serviceLog_->document()->isEmpty()) serviceDock_->show();
     serviceLog_->appendPlainText(Shown(line).trimmed());
@@ -134,109 +119,34 @@ void IdeWindow::MakeEditors() {
   };
 }
 
-QDockWidget* IdeWindow::AddDock(const QString& name, const QString& title, QWidget* widget,
-                                Qt::DockWidgetArea area) {
-  auto* const dock = new QDockWidget(title, this);
-  dock->setObjectName(name);
-  dock->setWidget(widget);
-  addDockWidget(area, dock);
-  return dock;
+void IdeWindow::MakeRuns() {
+  runs_ = std::make_unique<RunController>(host_, *tabs_, *console_);
+  runs_->beginning = [this](bool isScript) {
+    if (isScript) {
+      check_.stop();
+      ShowProblems({});
+      Bring(*consoleDock_);
+    }
+    KeepUnsaved();  // what runs may end the program
+  };
+  runs_->stateChanged = [this](RunState state) { ShowRunState(state); };
+  runs_->told = [this](const QString& text) { state_->setText(text); };
+  runs_->ended = [this](const ide::IdeHost::Outcome& outcome, bool isScript) {
+    Ended(outcome, isScript);
+  };
 }
 
-void IdeWindow::MakeDocks() {
-  setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
-  Console::Help help;
-  help.complete = [this](const QString& before) { return Complete(before); };
-  help.goTo = [this](const QString& file, int line, int column) { GoTo(file, line, column); };
-  help.enter = [this](const QString& entry) { return RunEntry(entry); };
-  help.remember = [this](const std::string& line) {
-    store_.AppendHistory(QByteArray::fromStdString(line));
-  };
-  console_ = new Console(std::move(help));
-  consoleDock_ = AddDock(QStringLiteral("console"), QStringLiteral("Console"), console_,
-                         Qt::BottomDockWidgetArea);
-
-  problems_ = new QTreeWidget;
-  problems_->setObjectName(QStringLiteral("problemList"));
-  problems_->setAccessibleName(QStringLiteral("Problems"));
-  problems_->setHeaderLabels(
-      {QStringLiteral("Problem"), QStringLiteral("File"), QStringLiteral("Line")});
-  problems_->setRootIsDecorated(false);
-  problems_->setFrameShape(QFrame::NoFrame);
-  problems_->header()->setStretchLastSection(false);
-  problems_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-  problems_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-  problems_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
-  const auto open = [this](QTreeWidgetItem* item) {
-    GoTo(item->toolTip(1), item->data(0, kLineRole).toInt(), item->data(0, kColumnRole).toInt());
-  };
-  connect(problems_, &QTreeWidget::itemClicked, this, open);
-  connect(problems_, &QTreeWidget::itemActivated, this, open);
-  problemsDock_ = AddDock(QStringLiteral("problems"), QStringLiteral("Problems"), problems_,
-                          Qt::BottomDockWidgetArea);
-
-  serviceLog_ = new QPlainTextEdit;
-  serviceLog_->setObjectName(QStringLiteral("serviceLogText"));
-  serviceLog_->setAccessibleName(QStringLiteral("Service log"));
-  serviceLog_->setReadOnly(true);
-  serviceLog_->setUndoRedoEnabled(false);
-  serviceLog_->setMaximumBlockCount(5000);
-  serviceLog_->setFrameShape(QFrame::NoFrame);
-  serviceDock_ = AddDock(QStringLiteral("serviceLog"), QStringLiteral("Service Log"), serviceLog_,
-                         Qt::BottomDockWidgetArea);
-  tabifyDockWidget(consoleDock_, problemsDock_);
-  tabifyDockWidget(problemsDock_, serviceDock_);
-  serviceDock_->hide();
-  consoleDock_->raise();
-
-  CommandBrowser::Help commands;
-  commands.reference = [this]() -> const reference::Catalogue& { return host_.Reference(); };
-  commands.usage = [this](const reference::Command& command) { return host_.Usage(command); };
-  commands.insert = [this](const QString& text) { Insert(text); };
-  commands_ = new CommandBrowser(std::move(commands));
-  commandsDock_ = AddDock(QStringLiteral("commands"), QStringLiteral("Commands"), commands_,
-                          Qt::RightDockWidgetArea);
-
-  variables_ = new QTreeWidget;
-  variables_->setObjectName(QStringLiteral("variableList"));
-  variables_->setAccessibleName(QStringLiteral("Variables"));
-  variables_->setHeaderLabels(
-      {QStringLiteral("Variable"), QStringLiteral("Value"), QStringLiteral("Kind")});
-  variables_->setRootIsDecorated(false);
-  variables_->setAlternatingRowColors(true);
-  variables_->setFrameShape(QFrame::NoFrame);
-  variables_->header()->setStretchLastSection(false);
-  variables_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-  variables_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
-  variablesDock_ = AddDock(QStringLiteral("variables"), QStringLiteral("Variables"), variables_,
-                           Qt::RightDockWidgetArea);
-  connect(variablesDock_, &QDockWidget::visibilityChanged, this, [this](bool visible) {
-    if (visible) ShowVariables();
-  });
-  tabifyDockWidget(commandsDock_, variablesDock_);
-  commandsDock_->raise();
-  resizeDocks({consoleDock_}, {190}, Qt::Vertical);
-  resizeDocks({commandsDock_}, {330}, Qt::Horizontal);
-
-  busy_ = new QProgressBar;
-  busy_->setRange(0, 0);
-  busy_->setTextVisible(false);
-  busy_->setFixedWidth(90);
-  busy_->setFixedHeight(fontMetrics().height() - 4);
-  busy_->setAccessibleName(QStringLiteral("A script is running"));
-  busy_->hide();
-  state_ = new QLabel(QStringLiteral("Ready"));
-  state_->setObjectName(QStringLiteral("state"));
-  state_->setContentsMargins(6, 0, 0, 0);
-  position_ = new QLabel;
-  position_->setObjectName(QStringLiteral("position"));
-  statusBar()->addWidget(busy_);
-  statusBar()->addWidget(state_, 1);
-  statusBar()->addPermanentWidget(position_);
+void IdeWindow::MakeTimers() {
+  check_.setSingleShot(true);
+  check_.setInterval(kCheckMilliseconds);
+  connect(&check_, &QTimer::timeout, this, [this] { CheckPage(false); });
+  keep_.setSingleShot(true);
+  keep_.setInterval(kKeepMilliseconds);
+  connect(&keep_, &QTimer::timeout, this, [this] { KeepUnsaved(); });
 }
 
-void IdeWindow::ShowTools(WorkbenchModel& workbench) {
-  tools_ = std::make_unique<ToolDocks>(*this, workbench);
+void IdeWindow::ShowTools(WorkbenchModel& tools) {
+  tools_ = std::make_unique<ToolDocks>(*this, tools);
 }
 
 void IdeWindow::Start(const std::vector<std::string>& files) { RestoreSession(files); }
@@ -262,7 +172,7 @@ QStringList IdeWindow::Complete(const QString& before) {
 
 void IdeWindow::Insert(const QString& text) {
   EditorPage* const page = tabs_->Page();
-  if (page && !page->Editor().isReadOnly()) page->Editor().InsertCommand(text);
+  if (page && !page->Editor().isReadOnly()) InsertCommand(page->Editor(), text);
 }
 
 void IdeWindow::ShowPosition() {
@@ -283,40 +193,10 @@ void IdeWindow::ShowTitle() {
 }
 
 void IdeWindow::ShowProblems(const std::vector<base::Diagnostic>& mistakes) {
-  problems_->clear();
-  for (EditorPage* const page : tabs_->Pages()) page->Editor().SetMarks({});
-  std::map<EditorPage*, std::vector<base::Diagnostic>> marks;
-  for (const base::Diagnostic& mistake : mistakes) {
-    const QString file = Shown(mistake.file);
-    const QString message = ShownMessage(mistake);
-    auto* const item = new QTreeWidgetItem(
-        problems_, {message, QFileInfo(file).fileName(), QString::number(mistake.line)});
-    item->setToolTip(0, message);
-    item->setToolTip(1, file);
-    item->setData(0, kLineRole, mistake.line);
-    item->setData(0, kColumnRole, mistake.column);
-    if (EditorPage* const page = tabs_->PageOf(file)) marks[page].push_back(mistake);
-  }
-  for (auto& [page, found] : marks) page->Editor().SetMarks(std::move(found));
+  problems_->Show(mistakes);
   problemsDock_->setWindowTitle(mistakes.empty()
                                     ? QStringLiteral("Problems")
                                     : QStringLiteral("Problems (%1)").arg(mistakes.size()));
-}
-
-void IdeWindow::ShowVariables() {
-  if (!variablesDock_->isVisible()) return;
-  variables_->clear();
-  for (const ide::IdeHost::Variable& variable : host_.Variables()) {
-    auto* const item = new QTreeWidgetItem(
-        variables_, {Shown(variable.name), Shown(variable.value), Shown(variable.type)});
-    if (variable.isLocal) {
-      QFont font = item->font(0);
-      font.setBold(true);
-      item->setFont(0, font);
-      item->setToolTip(0, QStringLiteral("of the function that runs"));
-    }
-    item->setToolTip(1, Shown(variable.value));
-  }
 }
 
 void IdeWindow::GoTo(const QString& file, int line, int column) {
@@ -331,13 +211,8 @@ void IdeWindow::GoTo(const QString& file, int line, int column) {
 }
 
 void IdeWindow::GoToProblem(int step) {
-  const int count = problems_->topLevelItemCount();
-  if (count == 0) return statusBar()->showMessage(QStringLiteral("There are no problems"), 3000);
-  const int present = problems_->indexOfTopLevelItem(problems_->currentItem());
-  const int next = present < 0 ? (step > 0 ? 0 : count - 1) : (present + step + count) % count;
-  QTreeWidgetItem* const item = problems_->topLevelItem(next);
-  problems_->setCurrentItem(item);
-  GoTo(item->toolTip(1), item->data(0, kLineRole).toInt(), item->data(0, kColumnRole).toInt());
+  if (problems_->Choose(step)) return;
+  statusBar()->showMessage(QStringLiteral("There are no problems"), 3000);
 }
 
 void IdeWindow::CheckPage(bool asked) {
@@ -350,162 +225,30 @@ void IdeWindow::CheckPage(bool asked) {
   if (mistakes.empty()) {
     statusBar()->showMessage(QStringLiteral("No mistakes found"), 4000);
   } else {
-    problemsDock_->show();
-    problemsDock_->raise();
+    Bring(*problemsDock_);
     GoToProblem(1);
   }
 }
 
-ide::IdeHost::Sinks IdeWindow::Sinks() {
-  return {[this](std::string_view text) { console_->Print(text); },
-          [this](std::string_view text) { console_->Error(text); },
-          {}};
+void IdeWindow::ShowRunState(RunState state) {
+  const bool canGoOn = state != RunState::kRunning;
+  run_->setEnabled(canGoOn);
+  for (QAction* const action : std::as_const(steps_)) action->setEnabled(canGoOn);
+  stop_->setEnabled(state != RunState::kIdle);
+  busy_->setVisible(state == RunState::kRunning);
+  console_->SetBusy(state != RunState::kIdle);
+  if (canGoOn) variables_->Refresh();
 }
 
-void IdeWindow::Run() {
-  if (paused_) return Step(StepMode::kRun);
-  EditorPage* const page = tabs_->Page();
-  if (!page || host_.IsRunning()) return;
-  stepMode_ = StepMode::kRun;
-  RunText(page->Name(), page->Path(), page->Editor().Text(), page->Editor().HasBreakpoints());
-}
-
-void IdeWindow::Step(StepMode mode) {
-  if (paused_) {
-    stepMode_ = mode;
-    goOn_ = true;
-    return;
-  }
-  EditorPage* const page = tabs_->Page();
-  if (!page || host_.IsRunning()) return;
-  stepMode_ = StepMode::kInto;  // stands before the first statement
-  RunText(page->Name(), page->Path(), page->Editor().Text(), true);
-}
-
-// Inside the running script.
-void IdeWindow::BeforeStatement(int line, int depth) {
-  const bool wanted = stepMode_ == StepMode::kInto ||
-                      (stepMode_ == StepMode::kOver && depth <= stepDepth_) ||
-                      (stepMode_ == StepMode::kOut && depth < stepDepth_);
-  if (!runPage_ || (!wanted && !runPage_->Editor().HasBreakpoint(line))) return;
-  tabs_->setCurrentWidget(runPage_);
-  runPage_->Editor().GoTo(line, 1);
-  runPage_->Editor().SetStepLine(line);
-  stepDepth_ = depth;
-  goOn_ = false;
-  ShowPaused(true);
-  state_->setText(
-      QStringLiteral("Before line %1 - F10 steps, F5 goes on, Shift+F5 stops").arg(line));
-  console_->Flush();
-  ShowVariables();
-  while (!goOn_ && !host_.IsStopAsked()) {
-    QApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-  }
-  ShowPaused(false);
-  if (runPage_) runPage_->Editor().SetStepLine(0);
-}
-
-void IdeWindow::ShowPaused(bool paused) {
-  paused_ = paused;
-  busy_->setVisible(!paused);
-  run_->setEnabled(paused);
-  for (QAction* const action : std::as_const(steps_)) action->setEnabled(paused);
-  if (paused) {
-    tick_.stop();
-  } else {
-    tick_.start();
-  }
-}
-
-void IdeWindow::RunText(const QString& name, const QString& path, const QString& text,
-                        bool stepped) {
-  if (host_.IsRunning()) return;
-  check_.stop();
-  ShowProblems({});
-  consoleDock_->show();
-  consoleDock_->raise();
-  console_->Note(QStringLiteral("Running %1").arg(QFileInfo(name).fileName()));
-  Began();
-  ide::IdeHost::Sinks sinks = Sinks();
-  runPage_ = tabs_->Page();
-  if (stepped) sinks.step = [this](int line, int depth) { BeforeStatement(line, depth); };
-  const ide::IdeHost::Outcome outcome =
-      host_.RunScript(Bytes(path), Bytes(name), Bytes(text), sinks);
-  Ended(outcome, name);
-}
-
-bool IdeWindow::RunEntry(const QString& entry) {
-  if (host_.IsRunning()) return false;
-  Began();
-  const ide::IdeHost::Outcome outcome = host_.RunEntry(Bytes(entry), Sinks());
-  Ended(outcome, {});
-  return outcome.end == ide::IdeHost::End::kIncomplete;
-}
-
-void IdeWindow::Began() {
-  KeepUnsaved();  // a script may end the program
-  run_->setEnabled(false);
-  for (QAction* const action : std::as_const(steps_)) action->setEnabled(false);
-  stop_->setEnabled(true);
-  console_->SetBusy(true);
-  busy_->show();
-  runTime_.start();
-  tick_.start();
-  state_->setText(QStringLiteral("Running"));
-}
-
-// `name` is empty for an entry at the console.
-void IdeWindow::Ended(const ide::IdeHost::Outcome& outcome, const QString& name) {
+void IdeWindow::Ended(const ide::IdeHost::Outcome& outcome, bool isScript) {
   using End = ide::IdeHost::End;
-  const QString time = QString::fromStdString(ide::ElapsedText(runTime_.elapsed()));
-  tick_.stop();
-  busy_->hide();
-  run_->setEnabled(true);
-  for (QAction* const action : std::as_const(steps_)) action->setEnabled(true);
-  stop_->setEnabled(false);
-  console_->SetBusy(false);
-  QString state;
-  switch (outcome.end) {
-    case End::kEnded:
-      state = QStringLiteral("Ended after %1").arg(time);
-      break;
-    case End::kExit:
-      state = QStringLiteral("Ended with code %1 after %2").arg(outcome.code).arg(time);
-      break;
-    case End::kError:
-    case End::kNotParsed:
-      console_->Error(outcome.mistake.text);
-      state = outcome.end == End::kError ? QStringLiteral("Error after %1").arg(time)
-                                         : QStringLiteral("Not run: there is a mistake");
-      break;
-    case End::kIncomplete:
-      state = QStringLiteral("The entry goes on");
-      break;
-    case End::kStopped:
-    case End::kEndProgram:
-      state = QStringLiteral("Stopped after %1").arg(time);
-      break;
-    case End::kNoAnswer:
-      state = QStringLiteral("Stopped: a dialog had no answer");
-      break;
-  }
-  state_->setText(state);
-  if (!name.isEmpty() || outcome.end == End::kStopped) console_->Note(state);
-  console_->Flush();
-  ShowVariables();
-  if (!name.isEmpty() && (outcome.end == End::kError || outcome.end == End::kNotParsed)) {
+  if (isScript && (outcome.end == End::kError || outcome.end == End::kNotParsed)) {
     ShowProblems({outcome.mistake});
     GoTo(Shown(outcome.mistake.file), static_cast<int>(outcome.mistake.line),
          static_cast<int>(outcome.mistake.column));
   }
   if (outcome.end == End::kEndProgram) return EndNow();
   if (std::exchange(closeWhenEnded_, false)) QTimer::singleShot(0, this, [this] { close(); });
-}
-
-void IdeWindow::Stop() {
-  if (!host_.IsRunning()) return;
-  state_->setText(QStringLiteral("Stopping"));
-  host_.Stop();
 }
 
 void IdeWindow::KeepUnsaved() {

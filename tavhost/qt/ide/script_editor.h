@@ -3,15 +3,13 @@
 #include <QPlainTextEdit>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "tavhost/base/diagnostic.h"
-
-class QCompleter;
-class QStringListModel;
-
 namespace ui::ide_view {
 
+class CompletionPopup;
 class ScriptHighlighter;
 
 // What an editor asks of the workbench.
@@ -57,12 +55,8 @@ class ScriptEditor final : public QPlainTextEdit {
   // Where else the text that is searched for stands; shown while it is.
   void SetFound(const QList<QTextCursor>& found);
 
+  // Offers the words that can go on at the cursor.
   void Complete();
-  void ToggleComment();
-  void ChangeIndent(bool deeper);
-  void DuplicateLines();
-  void MoveLines(bool up);
-  void InsertCommand(const QString& text);
 
   // For the margin.
   int MarginWidth() const;
@@ -81,20 +75,12 @@ class ScriptEditor final : public QPlainTextEdit {
   void UpdateMargin();
   void ShowSelections();
   void ShowTip(const QPoint& position, const QPoint& globalPosition);
-  void BreakLine();
-  void CloseBracket(const QString& bracket);
-  bool KeyOfPopup(QKeyEvent* event);
-  void UpdatePopup(bool asked);
-  void InsertCompletion(const QString& word);
-  QString WordBeforeCursor() const;
-  QTextCursor SelectedLines() const;
-  void ReplaceLines(QTextCursor lines, const QStringList& texts);
+  void MoveToLineStart(QTextCursor::MoveMode mode);
 
   EditorHelp help_;
   Margin* margin_;
   ScriptHighlighter* highlighter_;
-  QCompleter* completer_;
-  QStringListModel* words_;
+  std::unique_ptr<CompletionPopup> completion_;
   std::vector<base::Diagnostic> marks_;
   QList<QTextCursor> found_;
   int stepLine_ = 0;

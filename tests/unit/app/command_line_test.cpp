@@ -12,7 +12,7 @@ CommandLine Parse(const std::vector<std::string>& arguments) {
 }
 
 TEST(CommandLineTest, NothingIsTheWorkbench) {
-  EXPECT_EQ(Parse({}).subcommand, Subcommand::kWorkbench);
+  EXPECT_EQ(Parse({}).subcommand, Subcommand::kIde);
 }
 
 TEST(CommandLineTest, OptionsMayStandOnBothSidesOfTheSubcommand) {

@@ -13,6 +13,18 @@ namespace {
 
 class Walk : public ScratchFolder {
  protected:
+  static constexpr const char* kDescriptors = "/proc/self/fd";
+
+  void SetUp() override {
+    ScratchFolder::SetUp();
+    opened_ = CountEntries(kDescriptors);
+  }
+  // Every search is over and has given its directories back.
+  void TearDown() override {
+    EXPECT_EQ(CountEntries(kDescriptors), opened_);
+    ScratchFolder::TearDown();
+  }
+
   // A search that has returned `name`.
   static HANDLE SearchAt(const char* pattern, const char* name) {
     WIN32_FIND_DATAA data;
@@ -31,6 +43,8 @@ class Walk : public ScratchFolder {
     std::filesystem::rename(directory, directory + "-aside");
     std::filesystem::create_directory_symlink(target, directory);
   }
+
+  int opened_ = 0;
 };
 
 TEST_F(Walk, ADirectorySwappedForALinkIsNotEntered) {

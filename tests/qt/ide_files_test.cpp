@@ -15,7 +15,7 @@ std::vector<std::string> Paths(const QStringList& paths) {
   return bytes;
 }
 
-TEST_F(WorkbenchTest, FilesAreSavedAsTheyWereWritten) {
+TEST_F(IdeTest, FilesAreSavedAsTheyWereWritten) {
   const QByteArray bytes(
       "\xEF\xBB\xBF"
       "a\xC2\xA0"
@@ -33,7 +33,7 @@ TEST_F(WorkbenchTest, FilesAreSavedAsTheyWereWritten) {
                                                       "b\xFF\r\n\ttail\r\n"));
 }
 
-TEST_F(WorkbenchTest, WhatTheEditorCannotKeepItDoesNotSpoil) {
+TEST_F(IdeTest, WhatTheEditorCannotKeepItDoesNotSpoil) {
   const QByteArray bytes("a\r\nb\nc\r");
   Start(Paths({Write(QStringLiteral("a.tav"), bytes)}));
   EXPECT_TRUE(Editor().isReadOnly());
@@ -42,7 +42,7 @@ TEST_F(WorkbenchTest, WhatTheEditorCannotKeepItDoesNotSpoil) {
   EXPECT_EQ(Read(QStringLiteral("a.tav")), bytes);
 }
 
-TEST_F(WorkbenchTest, ClosingAModifiedTabAsks) {
+TEST_F(IdeTest, ClosingAModifiedTabAsks) {
   Start(Paths({Write(QStringLiteral("a.tav"), "a"), Write(QStringLiteral("b.tav"), "b")}));
   ASSERT_EQ(window_->Tabs().count(), 2);
   Type(QStringLiteral("x"));
@@ -68,7 +68,7 @@ TEST_F(WorkbenchTest, ClosingAModifiedTabAsks) {
   EXPECT_TRUE(Front().IsUntouched());
 }
 
-TEST_F(WorkbenchTest, QuittingAsksForEachModifiedTab) {
+TEST_F(IdeTest, QuittingAsksForEachModifiedTab) {
   Start(Paths({Write(QStringLiteral("a.tav"), "a")}));
   Type(QStringLiteral("x"));
   Answer(QStringLiteral("Cancel"));
@@ -79,7 +79,7 @@ TEST_F(WorkbenchTest, QuittingAsksForEachModifiedTab) {
   EXPECT_EQ(Read(QStringLiteral("a.tav")), "xa");
 }
 
-TEST_F(WorkbenchTest, AFileChangedByAnotherProgramIsNoticed) {
+TEST_F(IdeTest, AFileChangedByAnotherProgramIsNoticed) {
   const QString path = Write(QStringLiteral("a.tav"), "one");
   Start(Paths({path}));
   Write(QStringLiteral("a.tav"), "two");
@@ -105,7 +105,7 @@ TEST_F(WorkbenchTest, AFileChangedByAnotherProgramIsNoticed) {
   EXPECT_EQ(Read(QStringLiteral("a.tav")), "xtwo");
 }
 
-TEST_F(WorkbenchTest, TheSessionIsRestored) {
+TEST_F(IdeTest, TheSessionIsRestored) {
   const QString a = Write(QStringLiteral("a.tav"), "a\nb\nc\n");
   const QString b = Write(QStringLiteral("b.tav"), "b");
   Start(Paths({a, b}));
@@ -135,7 +135,7 @@ TEST_F(WorkbenchTest, TheSessionIsRestored) {
   EXPECT_EQ(window_->Tabs().count(), 1);
 }
 
-TEST_F(WorkbenchTest, WhatWasNotSavedComesBackAfterACrash) {
+TEST_F(IdeTest, WhatWasNotSavedComesBackAfterACrash) {
   const QString a = Write(QStringLiteral("a.tav"), "saved");
   Start(Paths({a}));
   Type(QStringLiteral("not yet "));
@@ -162,7 +162,7 @@ TEST_F(WorkbenchTest, WhatWasNotSavedComesBackAfterACrash) {
   EXPECT_FALSE(window_->Tabs().PageOf(a) && window_->Tabs().PageOf(a)->IsModified());
 }
 
-TEST_F(WorkbenchTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {
+TEST_F(IdeTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {
   const QString a = Write(QStringLiteral("a.tav"), "a");
   Start(Paths({a}));
   app::IdeServices services;
@@ -181,7 +181,7 @@ TEST_F(WorkbenchTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {
   EXPECT_EQ(window_->Tabs().Files(), QStringList{QFileInfo(a).absoluteFilePath()});
 }
 
-TEST_F(WorkbenchTest, AMissingFileIsToldNotOpened) {
+TEST_F(IdeTest, AMissingFileIsToldNotOpened) {
   Start({"/nowhere/a.tav"});
   EXPECT_TRUE(Console().contains(QStringLiteral("There is no file /nowhere/a.tav")));
   EXPECT_EQ(window_->Tabs().count(), 1);

@@ -11,6 +11,8 @@
 #include <QTextEdit>
 #include <QTreeWidget>
 
+#include "host/dialog/app_work_window.h"
+#include "host/dialog/workbench.h"
 #include "tavhost/script/runner.h"
 #include "tests/qt/ide_fixture.h"
 
@@ -18,7 +20,7 @@ namespace {
 
 using ui::ide_view::Theme;
 
-TEST_F(WorkbenchTest, WhatIsTypedRunsAndPrints) {
+TEST_F(IdeTest, WhatIsTypedRunsAndPrints) {
   Start();
   Type(QStringLiteral("for i from 1 to 3 { print \"n\", i }"));
   Run();
@@ -27,7 +29,7 @@ TEST_F(WorkbenchTest, WhatIsTypedRunsAndPrints) {
   EXPECT_FALSE(script::IsScriptRunning());
 }
 
-TEST_F(WorkbenchTest, CommandsOfThePluginRun) {
+TEST_F(IdeTest, CommandsOfThePluginRun) {
   Start();
   RunText(QStringLiteral("FWRITE file:\"%1\" text:\"x\"\nprint ecode, written\nexit 7")
               .arg(Path(QStringLiteral("out.txt"))));
@@ -36,7 +38,7 @@ TEST_F(WorkbenchTest, CommandsOfThePluginRun) {
   EXPECT_TRUE(State().startsWith(QStringLiteral("Ended with code 7")));
 }
 
-TEST_F(WorkbenchTest, AnErrorIsMarkedAndOneClickGoesThere) {
+TEST_F(IdeTest, AnErrorIsMarkedAndOneClickGoesThere) {
   Start();
   RunText(QStringLiteral("print 1\nprint 2\nFWRITE file:3\n"));
   ASSERT_EQ(Editor().Marks().size(), 1u);
@@ -62,7 +64,7 @@ TEST_F(WorkbenchTest, AnErrorIsMarkedAndOneClickGoesThere) {
   EXPECT_TRUE(Editor().Marks().empty());
 }
 
-TEST_F(WorkbenchTest, AMistakeIsFoundWithoutRunning) {
+TEST_F(IdeTest, AMistakeIsFoundWithoutRunning) {
   Start();
   Editor().SetText(QStringLiteral("print 1\nif {\n"));
   Key(Qt::Key_F7);
@@ -80,9 +82,9 @@ constexpr int kStopTime = 10000;
 constexpr int kStopTime = 1000;
 #endif
 
-class WorkbenchStopTest : public WorkbenchTest, public testing::WithParamInterface<const char*> {};
+class IdeStopTest : public IdeTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(WorkbenchStopTest, StopTakesEffectWithinASecond) {
+TEST_P(IdeStopTest, StopTakesEffectWithinASecond) {
   Start();
   Editor().SetText(QString::fromLatin1(GetParam()));
   QElapsedTimer time;
@@ -106,12 +108,12 @@ TEST_P(WorkbenchStopTest, StopTakesEffectWithinASecond) {
   EXPECT_TRUE(Console().contains(QStringLiteral("42\n")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Everywhere, WorkbenchStopTest,
+INSTANTIATE_TEST_SUITE_P(Everywhere, IdeStopTest,
                          testing::Values("while 1 { }", "SLEEP ms:60000", "INFOBOX \"x\"",
                                          "LISTBOX entries:\"a b\"",
                                          "while 1 { print \"filling the console\" }"));
 
-TEST_F(WorkbenchTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
+TEST_F(IdeTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
   Start();
   Editor().SetText(QStringLiteral("while 1 { }"));
   Editor().document()->setModified(false);
@@ -133,7 +135,7 @@ TEST_F(WorkbenchTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
   EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
-TEST_F(WorkbenchTest, TheScriptSeesTheWorkbenchWhileItRuns) {
+TEST_F(IdeTest, TheScriptSeesTheWorkbenchWhileItRuns) {
   Start();
   Editor().SetText(QStringLiteral("while 1 { }"));
   QTimer::singleShot(200, qApp, [&] {
@@ -150,7 +152,7 @@ TEST_F(WorkbenchTest, TheScriptSeesTheWorkbenchWhileItRuns) {
   EXPECT_FALSE(Console().contains(QStringLiteral("\n1\n")));
 }
 
-TEST_F(WorkbenchTest, TheConsoleRunsEntriesOneBehindTheOther) {
+TEST_F(IdeTest, TheConsoleRunsEntriesOneBehindTheOther) {
   Start();
   Enter(QStringLiteral("total = 40"));
   Enter(QStringLiteral("total = total + 2"));
@@ -173,7 +175,7 @@ TEST_F(WorkbenchTest, TheConsoleRunsEntriesOneBehindTheOther) {
   EXPECT_TRUE(Console().endsWith(QStringLiteral("tav> other\n5\n"))) << Console().toStdString();
 }
 
-TEST_F(WorkbenchTest, TheHistoryIsKeptBeforeAnEntryRunsAndForTheNextStart) {
+TEST_F(IdeTest, TheHistoryIsKeptBeforeAnEntryRunsAndForTheNextStart) {
   Start();
   QByteArray during;
   QTimer::singleShot(100, qApp, [&] {
@@ -196,7 +198,7 @@ TEST_F(WorkbenchTest, TheHistoryIsKeptBeforeAnEntryRunsAndForTheNextStart) {
   EXPECT_EQ(input.text(), QString());
 }
 
-TEST_F(WorkbenchTest, TheConsoleCompletes) {
+TEST_F(IdeTest, TheConsoleCompletes) {
   Start();
   QLineEdit& input = window_->GetConsole().Input();
   input.setFocus();
@@ -208,7 +210,7 @@ TEST_F(WorkbenchTest, TheConsoleCompletes) {
   EXPECT_EQ(input.text(), QStringLiteral("FWRITE text:"));
 }
 
-TEST_F(WorkbenchTest, TheEditorCompletesCommandsParametersAndVariables) {
+TEST_F(IdeTest, TheEditorCompletesCommandsParametersAndVariables) {
   Start();
   Type(QStringLiteral("FWRI"));
   QTest::keyClick(&Editor(), Qt::Key_Tab);
@@ -225,14 +227,14 @@ TEST_F(WorkbenchTest, TheEditorCompletesCommandsParametersAndVariables) {
   EXPECT_EQ(Editor().Text(), QStringLiteral("longName = 1\nprint longName"));
 }
 
-TEST_F(WorkbenchTest, AnOfferNobodyAskedForLeavesTheEndOfALineAlone) {
+TEST_F(IdeTest, AnOfferNobodyAskedForLeavesTheEndOfALineAlone) {
   Start();
   Type(QStringLiteral("FR"));
   QTest::keyClick(&Editor(), Qt::Key_Return);
   EXPECT_EQ(Editor().Text(), QStringLiteral("FR\n"));
 }
 
-TEST_F(WorkbenchTest, LinesAreIndentedAndBracketsPutBack) {
+TEST_F(IdeTest, LinesAreIndentedAndBracketsPutBack) {
   Start();
   Type(QStringLiteral("if a {"));
   QTest::keyClick(&Editor(), Qt::Key_Return);
@@ -244,7 +246,7 @@ TEST_F(WorkbenchTest, LinesAreIndentedAndBracketsPutBack) {
   EXPECT_EQ(Editor().extraSelections().size(), 3);
 }
 
-TEST_F(WorkbenchTest, LinesAreCommentedMovedAndDoubled) {
+TEST_F(IdeTest, LinesAreCommentedMovedAndDoubled) {
   Start();
   Editor().SetText(QStringLiteral("a\n  b\nc"));
   Editor().GoTo(2, 1);
@@ -264,7 +266,7 @@ TEST_F(WorkbenchTest, LinesAreCommentedMovedAndDoubled) {
   EXPECT_EQ(Editor().Text(), QStringLiteral("a\n  b\n  b\nc"));
 }
 
-TEST_F(WorkbenchTest, FindsAndReplaces) {
+TEST_F(IdeTest, FindsAndReplaces) {
   Start();
   Editor().SetText(QStringLiteral("cat Cat category\ncat"));
   Key(Qt::Key_H, Qt::ControlModifier);
@@ -303,7 +305,7 @@ TEST_F(WorkbenchTest, FindsAndReplaces) {
   EXPECT_FALSE(find.isVisible());
 }
 
-TEST_F(WorkbenchTest, AllCommandsAreListedSearchedAndInserted) {
+TEST_F(IdeTest, AllCommandsAreListedSearchedAndInserted) {
   Start();
   EXPECT_EQ(window_->Commands().ShownCount(), 76);
   auto& search = *window_->findChild<QLineEdit*>(QStringLiteral("commandSearch"));
@@ -326,7 +328,7 @@ TEST_F(WorkbenchTest, AllCommandsAreListedSearchedAndInserted) {
                   .startsWith(QStringLiteral("DB_FILE_LIST")));
 }
 
-TEST_F(WorkbenchTest, EverythingIsReachedByKeyboardAndNamed) {
+TEST_F(IdeTest, EverythingIsReachedByKeyboardAndNamed) {
   Start();
   for (const QAction* const menu : window_->menuBar()->actions()) {
     EXPECT_TRUE(menu->text().contains(QLatin1Char('&'))) << menu->text().toStdString();
@@ -365,7 +367,7 @@ TEST_F(WorkbenchTest, EverythingIsReachedByKeyboardAndNamed) {
   EXPECT_TRUE(Editor().hasFocus());
 }
 
-TEST_F(WorkbenchTest, LightAndDarkAreToldApart) {
+TEST_F(IdeTest, LightAndDarkAreToldApart) {
   Start();
   window_->SetTheme(Theme::kDark);
   HandleEvents();
@@ -376,7 +378,7 @@ TEST_F(WorkbenchTest, LightAndDarkAreToldApart) {
   window_->SetTheme(Theme::kSystem);
 }
 
-TEST_F(WorkbenchTest, TheVariablesOfTheLastRunAreShown) {
+TEST_F(IdeTest, TheVariablesOfTheLastRunAreShown) {
   Start();
   window_->findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
   HandleEvents();
@@ -397,7 +399,7 @@ constexpr char kSteps[] =
     "b = twice(a)\n"     // 6
     "print a, b\n";      // 7
 
-TEST_F(WorkbenchTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
+TEST_F(IdeTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
   Start();
   Editor().SetText(QString::fromLatin1(kSteps));
   auto& dock = *window_->findChild<QDockWidget*>(QStringLiteral("variables"));
@@ -438,7 +440,7 @@ TEST_F(WorkbenchTest, AScriptIsSteppedThroughAndItsVariablesAreSeen) {
   EXPECT_TRUE(Console().contains(QStringLiteral("6 12\n"))) << Console().toStdString();
 }
 
-TEST_F(WorkbenchTest, ABreakpointStopsAndMovesWithTheText) {
+TEST_F(IdeTest, ABreakpointStopsAndMovesWithTheText) {
   Start();
   Editor().SetText(QString::fromLatin1(kSteps));
   Editor().GoTo(2, 1);
@@ -468,7 +470,7 @@ TEST_F(WorkbenchTest, ABreakpointStopsAndMovesWithTheText) {
   EXPECT_TRUE(Console().contains(QStringLiteral("6 12\n")));
 }
 
-TEST_F(WorkbenchTest, OutputWindowsAreDockedAndFoundAgain) {
+TEST_F(IdeTest, OutputWindowsAreDockedAndFoundAgain) {
   Start();
   RunText(
       QStringLiteral("CREATE_OUTPUT_WIN winid:\"log\" title:\"Log\"\n"
@@ -486,7 +488,7 @@ TEST_F(WorkbenchTest, OutputWindowsAreDockedAndFoundAgain) {
       << text->toPlainText().toStdString();
 }
 
-TEST_F(WorkbenchTest, APercentageWindowStandsAboveTheWorkbenchAndGoesWithTheScript) {
+TEST_F(IdeTest, APercentageWindowStandsAboveTheWorkbenchAndGoesWithTheScript) {
   Start();
   Editor().SetText(
       QStringLiteral("PERCWIN_CREATE title:\"Working\" with-cancel-button:1\n"
@@ -509,6 +511,26 @@ TEST_F(WorkbenchTest, APercentageWindowStandsAboveTheWorkbenchAndGoesWithTheScri
   for (const QWidget* const widget : QApplication::topLevelWidgets()) {
     EXPECT_FALSE(widget->isVisible());
   }
+}
+
+TEST_F(IdeTest, TheUsualLayoutShowsWhatIsVisibleByDefault) {
+  Start();
+  RunText(
+      QStringLiteral("CREATE_OUTPUT_WIN winid:\"usual\" title:\"Usual\"\n"
+                     "CREATE_OUTPUT_WIN winid:\"other\" title:\"Other\""));
+  TavAppWorkWindow::GetGlobal()->GetWorkbench()->SetToolDefaultVisible("usual", true);
+  auto& usual = *window_->findChild<QDockWidget*>(QStringLiteral("tool:usual"));
+  auto& other = *window_->findChild<QDockWidget*>(QStringLiteral("tool:other"));
+  usual.close();
+  ASSERT_FALSE(usual.isVisible());
+  ASSERT_TRUE(other.isVisible());
+  Choose(QStringLiteral("&Windows of Scripts"), QStringLiteral("Usual &Layout"));
+  EXPECT_TRUE(usual.isVisible());
+  EXPECT_FALSE(other.isVisible());
+  // Nothing changes where all is as usual.
+  Choose(QStringLiteral("&Windows of Scripts"), QStringLiteral("Usual &Layout"));
+  EXPECT_TRUE(usual.isVisible());
+  EXPECT_FALSE(other.isVisible());
 }
 
 }  // namespace

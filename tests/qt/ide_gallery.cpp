@@ -1,5 +1,5 @@
 // Renders the workbench in its states, light and dark:
-//   tavhost_workbench_gallery FOLDER
+//   tavhost_ide_gallery FOLDER
 #include <QApplication>
 #include <QDir>
 #include <QDockWidget>
@@ -16,6 +16,7 @@
 #include "tavhost/qt/ide/editor_tabs.h"
 #include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
+#include "tavhost/qt/ide/line_edits.h"
 #include "tavhost/qt/shown_text.h"
 #include "tests/qt/events.h"
 #include "tests/qt/started_toolkit.h"
@@ -57,7 +58,7 @@ class Pictures {
     if (!QTest::qWaitForWindowExposed(&window)) std::abort();
     HandleEvents();
     const QString file =
-        QStringLiteral("%1/workbench-%2-%3.png").arg(folder_, QLatin1String(name), look_);
+        QStringLiteral("%1/ide-%2-%3.png").arg(folder_, QLatin1String(name), look_);
     if (!window.grab().save(file)) std::abort();
   }
 
@@ -107,7 +108,7 @@ void Render(const QString& folder, Theme theme, const char* look) {
   window.findChild<QDockWidget*>(QStringLiteral("commands"))->raise();
   window.Commands().ShowCommand(QStringLiteral("FWRITE"));
   editor.GoTo(9, 1);  // what is inserted below it is run
-  editor.InsertCommand(QStringLiteral("FWRITE file:12"));
+  ui::ide_view::InsertCommand(editor, QStringLiteral("FWRITE file:12"));
   window.GetConsole().Clear();
   editor.document()->setModified(true);
   window.Run();
@@ -142,7 +143,7 @@ void Render(const QString& folder, Theme theme, const char* look) {
 
 int main(int count, char** arguments) {
   if (count != 2) {
-    std::fprintf(stderr, "usage: tavhost_workbench_gallery FOLDER\n");
+    std::fprintf(stderr, "usage: tavhost_ide_gallery FOLDER\n");
     return 2;
   }
   StartedToolkit();

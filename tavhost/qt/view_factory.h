@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+
+#include "tavhost/qt/modal_view.h"
+
+namespace ui {
+
+// The view of a modal model, chosen by its kind. Its dialog stands above `parent`, which may be
+// null. The model must outlive the view.
+std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent);
+
+}  // namespace ui
