@@ -27,6 +27,7 @@ class IdeHost {
     bool isHint = false;  // it may be meant so
   };
 
+  // Where a run puts what it has to say; called while it runs.
   struct Sinks {
     std::function<void(std::string_view)> print;
     std::function<void(std::string_view)> error;
@@ -35,6 +36,7 @@ class IdeHost {
     std::function<void(int line, int depth)> step;
   };
 
+  // How a run ended.
   enum class End : std::uint8_t {
     kEnded,
     kExit,        // `exit`, with `code`
@@ -96,6 +98,7 @@ class IdeHost {
   virtual void SetServiceLog(std::function<void(const std::string&)> show) = 0;
 };
 
+// What the command line says of the window.
 struct IdeOptions {
   std::vector<std::string> files;  // to open
   std::string folder;           // for settings and what is kept between starts; empty: the user's
