@@ -26,7 +26,7 @@ if(NOT WIN32)
   set(licence)  # on Debian it lies among the common licences, which the copyright file names
 endif()
 install(FILES ${licence} README.md CHANGELOG.md DESTINATION "${document_folder}")
-install(DIRECTORY docs/ DESTINATION "${document_folder}/docs" FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs/ DESTINATION "${document_folder}/docs" FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 if(NOT WIN32)
   install(FILES docs/man/tavhost.1 DESTINATION share/man/man1)
 endif()

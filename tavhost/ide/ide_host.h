@@ -19,6 +19,7 @@ namespace ide {
 // thread; texts are UTF-8.
 class IdeHost {
  public:
+  // Where a run puts what it has to say; called while it runs.
   struct Sinks {
     std::function<void(std::string_view)> print;
     std::function<void(std::string_view)> error;
@@ -27,6 +28,7 @@ class IdeHost {
     std::function<void(int line, int depth)> step;
   };
 
+  // How a run ended.
   enum class End : std::uint8_t {
     kEnded,
     kExit,        // `exit`, with `code`
@@ -88,6 +90,7 @@ class IdeHost {
   virtual void SetServiceLog(std::function<void(const std::string&)> show) = 0;
 };
 
+// What the command line says of the window.
 struct IdeOptions {
   std::vector<std::string> files;  // to open
   std::string folder;           // for settings and what is kept between starts; empty: the user's

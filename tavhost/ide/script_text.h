@@ -16,15 +16,17 @@ struct FileForm {
   bool byteOrderMark = false;
 };
 
-// The bytes of a file as line feeds end its lines. Mixed ends are kept as they are.
+// A file's bytes as the text of an editor, `form` being set to what that text leaves out. Mixed
+// line ends are kept as they are.
 std::string TextOf(std::string_view bytes, FileForm& form);
+// The bytes of a file for an editor's text.
 std::string BytesOf(std::string_view text, const FileForm& form);
 
 // The blanks that a line behind `line` begins with: as many as it has, and a step more when it
 // opens a block or a parenthesis that it does not close.
 std::u16string IndentBehind(std::u16string_view line, std::u16string_view step);
 
-// Whether the line's indentation should go back a step when a closing bracket is typed behind it.
+// Whether the line holds nothing but blanks.
 bool IsBlank(std::u16string_view line);
 
 // `FILE:LINE:COLUMN: ` at the start of a line of output.

@@ -25,7 +25,7 @@ enum class TokenKind : std::uint8_t {
 
 struct Token {
   TokenKind kind;
-  std::size_t begin;
+  std::size_t begin;  // in the line, in UTF-16 units
   std::size_t length;
 };
 

@@ -5,10 +5,8 @@
 #include "host/windows/windows.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/library_file.h"
-#include "tavhost/loader/messages.h"
 #include "tavhost/loader/refusal_texts.h"
 #include "tavhost/loader/system_error_windows.h"
-#include "tavhost/loader/wide_text_windows.h"
 
 // The PE format, as far as loading depends on it.
 namespace loader {

@@ -36,7 +36,7 @@ void EditFieldView::ShowModel() {
   edit_->selectAll();
 }
 
-// What was not touched stays byte for byte.
+// A text that nobody changed stays byte for byte: widgets cannot hold every byte.
 void EditFieldView::ReadModel() {
   if (edit_->isModified()) field_.text = Bytes(edit_->text());
 }

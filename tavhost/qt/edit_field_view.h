@@ -7,6 +7,7 @@
 
 namespace ui {
 
+// A caption and a line to type in.
 class EditFieldView final : public ModalView {
  public:
   EditFieldView(EditFieldModel& model, QWidget* parent);

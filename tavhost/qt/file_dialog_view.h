@@ -24,6 +24,7 @@ class FileDialogView final : public ModalView {
   bool accepted_ = false;
 };
 
+// The same for choosing a directory.
 class DirectoryDialogView final : public ModalView {
  public:
   DirectoryDialogView(DirectoryDialogModel& model, QWidget* parent);

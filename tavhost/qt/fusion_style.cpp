@@ -11,7 +11,8 @@ namespace {
 
 constexpr char kFusion[] = "fusion";
 
-// The style draws the frame of a check box darker than its window, which a dark one swallows.
+// Fusion draws the frame of a check box darker than its window, so that on a dark window it cannot
+// be seen; here it is lighter there.
 class FusionStyle final : public QProxyStyle {
  public:
   FusionStyle() : QProxyStyle(QStyleFactory::create(QLatin1String(kFusion))) {

@@ -10,6 +10,7 @@
 
 namespace ui {
 
+// A list of entries, and check boxes below it.
 class ListBoxView final : public ModalView {
  public:
   ListBoxView(ListBoxModel& model, QWidget* parent);

@@ -5,6 +5,7 @@
 
 namespace ui {
 
+// A text with an icon; a long one scrolls.
 class MessageBoxView final : public ModalView {
  public:
   MessageBoxView(MessageBoxModel& model, QWidget* parent);

@@ -12,7 +12,8 @@
 
 namespace ui {
 
-// Shows a modal model in a dialog. The model learns what the user did when the dialog ends.
+// Shows a modal model in a dialog. The model learns what the user did when the dialog ends. The
+// model outlives its view; the view owns the dialog.
 class ModalView : public QObject {
  public:
   ~ModalView() override;

@@ -23,7 +23,9 @@
 
 namespace ui {
 
-// Real windows.
+// The back end with real windows. It owns the application object, so that there is one of it, and
+// the views of windows that stay; a modal view lives as long as its RunModal. All of it belongs to
+// the thread that made it.
 class QtToolkit final : public Toolkit {
  public:
   QtToolkit(const ModuleHost& host, const QtOptions& options);

@@ -1,7 +1,6 @@
 #include "tavhost/qt/table_print.h"
 
 #include <QApplication>
-#include <QFileInfo>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPrintDialog>
@@ -219,21 +218,6 @@ int PrintTable(const TableArrangement& seen, const QString& title, QPagedPaintDe
   QPainter painter(&device);
   if (!painter.isActive()) return 0;
   return Pages(seen, title, device).Run(painter, [&device] { device.newPage(); });
-}
-
-QImage DrawTablePage(const TableArrangement& seen, const QString& title, int dotsPerInch) {
-  QImage page(QPageSize(QPageSize::A4).sizePixels(dotsPerInch), QImage::Format_RGB32);
-  const int dotsPerMeter = static_cast<int>(dotsPerInch / 0.0254);
-  page.setDotsPerMeterX(dotsPerMeter);
-  page.setDotsPerMeterY(dotsPerMeter);
-  page.fill(Qt::white);
-  QImage first;
-  QPainter painter(&page);
-  Pages(seen, title, page).Run(painter, [&] {
-    if (first.isNull()) first = page.copy();
-    page.fill(Qt::white);
-  });
-  return first.isNull() ? page : first;
 }
 
 void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QWidget* parent) {

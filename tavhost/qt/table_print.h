@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QImage>
 #include <QPagedPaintDevice>
 #include <QString>
 
@@ -11,9 +10,6 @@ namespace ui {
 // Draws the rows that are seen, in their order, on pages: a header, the titles, page numbers.
 // Columns share the width of the page; texts that do not fit wrap. Returns the number of pages.
 int PrintTable(const TableArrangement& seen, const QString& title, QPagedPaintDevice& device);
-
-// The first page as a picture, to look at.
-QImage DrawTablePage(const TableArrangement& seen, const QString& title, int dotsPerInch);
 
 // Asks for a printer, then prints.
 void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QWidget* parent);

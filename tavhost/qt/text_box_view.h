@@ -9,6 +9,7 @@
 
 namespace ui {
 
+// A text of many lines to be read or changed, with a line to find words in it.
 class TextBoxView final : public ModalView {
  public:
   TextBoxView(TextBoxModel& model, QWidget* parent);

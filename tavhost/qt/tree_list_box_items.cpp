@@ -68,8 +68,8 @@ const std::vector<Handle>& TreeListBoxItems::ShownChildren(Handle item) const {
   return found == children_.end() ? none : found->second;
 }
 
-// One walk from bottom to top would do as well; this one meets each match and goes up from it until
-// it meets what is shown already, so that every item is touched once.
+// Goes up from each match, through its parents, until one is shown already: so every item is looked
+// at once, however many matches lie below it.
 void TreeListBoxItems::SetFilter(const QString& text) {
   beginResetModel();
   filtered_ = !text.isEmpty();

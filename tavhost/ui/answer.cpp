@@ -83,7 +83,7 @@ struct Place {
   std::uint32_t column = 1;
 };
 
-// Goes through the elements of a document; places are found by walking the text on, once.
+// Turns the elements of an answers file into answers, or says what is wrong with one, and where.
 class Reader {
  public:
   Reader(const std::string& file, const kel::Document& document)
@@ -243,7 +243,8 @@ class Reader {
     return false;
   }
 
-  // Names lie in the text; asked for in ascending order they cost one walk in all.
+  // The line and column of a name that lies in the text. Names are asked for in the order in which
+  // they stand there, so that all of them together cost one walk through it.
   Place PlaceOf(const char* at) {
     const auto offset = static_cast<std::size_t>(at - text_.data());
     if (offset < walked_) {

@@ -1,4 +1,5 @@
-// Renders every dialog, light and dark, at scale 1 and 2, into one page:
+// Renders every dialog, light and dark, at scale 1 and 2, into one page, and three of them beside
+// each other for the README:
 //   tavhost_gallery FOLDER            starts itself once for each look
 //   tavhost_gallery FOLDER LOOK       renders the pictures of one look
 #include <QApplication>
@@ -10,7 +11,9 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
@@ -20,6 +23,7 @@
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/qt_toolkit.h"
 #include "tavhost/qt/result_tool_view.h"
+#include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/table_print.h"
 #include "tavhost/qt/work_window_view.h"
 #include "tavhost/ui/models/drawing_model.h"
@@ -29,6 +33,7 @@
 #include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/models/workbench_model.h"
 #include "tavhost/ui/table/table_arrangement.h"
+#include "tests/qt/framed.h"
 #include "tests/qt/sample_windows.h"
 
 namespace {
@@ -38,8 +43,8 @@ struct Look {
   const char* scale;
   bool dark;
 };
-constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mistake",
-                                  "printed-page"};
+constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mistake"};
+constexpr const char* kPrinted = "printed-table.pdf";
 constexpr Look kLooks[] = {
     {"light", "1", false}, {"dark", "1", true}, {"light-2", "2", false}, {"dark-2", "2", true}};
 
@@ -100,9 +105,9 @@ bool RenderTools(const QString& folder, const Look& look) {
   ui::DrawingModel wrong;
   wrong.ShowError("2:1: there is no drawing element CIRCLE");
   ui::DrawingView mistake(wrong);
-  const QImage page = ui::DrawTablePage(ui::TableArrangement(*parts), QStringLiteral("Parts"), 96);
-  if (!page.save(QStringLiteral("%1/%2-%3.png")
-                     .arg(folder, QLatin1String(kTools[3]), QLatin1String(look.name)))) {
+  // On paper all looks are the same.
+  if (!ui::WriteTablePdf(ui::TableArrangement(*parts), QStringLiteral("Parts"),
+                         folder + QLatin1Char('/') + QLatin1String(kPrinted))) {
     return false;
   }
   return render(tool, kTools[0]) && render(picture, kTools[1]) && render(mistake, kTools[2]);
@@ -152,6 +157,42 @@ void RenderModeless(const QString& folder, const Look& look) {
   Save(window, folder, kModeless[2], look);
 }
 
+// The window as a script's user gets it.
+QPixmap PictureOf(ui::QtToolkit& toolkit, ui::ModalModel& model) {
+  QPixmap picture;
+  model.Begin();
+  QTimer::singleShot(50, [&picture] {
+    auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (!dialog) std::abort();
+    picture = dialog->grab();
+    dialog->reject();
+  });
+  toolkit.RunModal(model);
+  return picture;
+}
+
+// Three windows beside each other.
+bool RenderThree(ui::QtToolkit& toolkit, const QString& file) {
+  constexpr int kGap = 16;
+  std::vector<QImage> windows;
+  QSize size(-kGap, 0);
+  for (const sample_windows::Sample& sample : sample_windows::Three()) {
+    windows.push_back(Framed(PictureOf(toolkit, *sample.model), ui::Shown(sample.model->Title())));
+    size.rwidth() += kGap + windows.back().width();
+    size.setHeight(std::max(size.height(), windows.back().height()));
+  }
+  QImage image(size, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  QPainter painter(&image);
+  int x = 0;
+  for (const QImage& window : windows) {
+    painter.drawImage(x, 0, window);
+    x += window.width() + kGap;
+  }
+  painter.end();
+  return image.save(file);
+}
+
 int RenderLook(const QString& folder, const Look& look) {
   const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
                             &event_loop::ClearWakeUp,       &stop::IsRequested,
@@ -163,16 +204,12 @@ int RenderLook(const QString& folder, const Look& look) {
   MakePictures(pictures.path());
   const std::string path = pictures.path().toStdString();
   for (sample_windows::Sample& sample : sample_windows::All(path, path)) {
-    sample.model->Begin();
-    QTimer::singleShot(50, [&] {
-      auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-      if (!dialog) std::abort();
-      const QString file = QStringLiteral("%1/%2-%3.png")
-                               .arg(folder, FileName(sample.name), QLatin1String(look.name));
-      if (!dialog->grab().save(file)) std::abort();
-      dialog->reject();
-    });
-    toolkit.RunModal(*sample.model);
+    const QString file =
+        QStringLiteral("%1/%2-%3.png").arg(folder, FileName(sample.name), QLatin1String(look.name));
+    if (!PictureOf(toolkit, *sample.model).save(file)) std::abort();
+  }
+  if (&look == &kLooks[0] && !RenderThree(toolkit, folder + QStringLiteral("/dialogs.png"))) {
+    return 1;
   }
   RenderModeless(folder, look);
   return RenderTools(folder, look) ? 0 : 1;
@@ -213,6 +250,7 @@ int RenderAll(const QString& program, const QString& folder) {
       html << "<img src=\"" << name << '-' << look.name << ".png\">\n";
     }
   }
+  html << "<h2><a href=\"" << kPrinted << "\">A table on paper</a></h2>\n";
   return 0;
 }
 

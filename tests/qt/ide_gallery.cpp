@@ -1,4 +1,4 @@
-// Renders the workbench in its states, light and dark:
+// Renders the workbench in its states, light and dark, and at work for the README:
 //   tavhost_ide_gallery FOLDER
 #include <QApplication>
 #include <QDir>
@@ -19,6 +19,7 @@
 #include "tavhost/qt/ide/line_edits.h"
 #include "tavhost/qt/shown_text.h"
 #include "tests/qt/events.h"
+#include "tests/qt/framed.h"
 #include "tests/qt/started_toolkit.h"
 
 namespace {
@@ -26,27 +27,27 @@ namespace {
 using ui::ide_view::IdeWindow;
 using ui::ide_view::Theme;
 
-constexpr char kScript[] = R"(# Counts the lines of all scripts below a folder.
+constexpr char kScript[] =
+    R"(# Counts the lines of some scripts and writes the total when it is wanted.
 func count_lines(name) {
-    FREAD file:(folder + "/" + name)
+    FREAD file:(name)
     if ecode != 0 { throw "cannot read " + name }
-    return len(split(text, "\n"))
+    return len(split(trim(text), "\n"))
 }
 
-folder = "scripts"
 total = 0
 CREATE_OUTPUT_WIN winid:"report" title:"Report"
 for name in ("setup.tav", "nightly.tav", "report.tav") {
-    lines = 40 + len(name)     # count_lines(name)
+    lines = count_lines(name)
     total = total + lines
     OUT winid:"report" text:(name + ": " + lines + "\n")
     print name, lines
 }
 
-QUERYBOX ("Write the total of " + total + "?") title:"Lines" yes-no def-yes
+QUERYBOX ("Write the total of " + total + " lines?") title:"Lines" yes-no def-yes
 if endbutton == "yes" {
     FWRITE file:"total.txt" text:("Total: " + total + "\n")
-    if ecode != 0 { ERRORBOX "Could not write the report."; exit 1 }
+    if ecode != 0 { ERRORBOX "Could not write the total."; exit 1 }
 }
 )";
 
@@ -54,12 +55,14 @@ class Pictures {
  public:
   Pictures(QString folder, const char* look) : folder_(std::move(folder)), look_(look) {}
 
-  void Take(QWidget& window, const char* name) const {
+  QPixmap Take(QWidget& window, const char* name) const {
     if (!QTest::qWaitForWindowExposed(&window)) std::abort();
     HandleEvents();
     const QString file =
         QStringLiteral("%1/ide-%2-%3.png").arg(folder_, QLatin1String(name), look_);
-    if (!window.grab().save(file)) std::abort();
+    const QPixmap picture = window.grab();
+    if (!picture.save(file)) std::abort();
+    return picture;
   }
 
  private:
@@ -82,9 +85,13 @@ void Render(const QString& folder, Theme theme, const char* look) {
   options.folder = ui::Bytes(home.path());
   IdeWindow window(services, options);
   TakeMainWindow(window);
+  QDir::setCurrent(home.path());  // where the script finds its files
+  WriteScript(home, "setup.tav", "print 1\nprint 2\nprint 3\nprint 4\n");
+  WriteScript(home, "report.tav", "print 1\nprint 2\n");
   window.Start({ui::Bytes(WriteScript(home, "nightly.tav", "print \"nightly\"\n")),
                 ui::Bytes(WriteScript(home, "lines.tav", kScript))});
   window.SetTheme(theme);
+  window.resize(1100, 740);
   window.show();
   window.activateWindow();
   auto& editor = window.Tabs().Page()->Editor();
@@ -103,7 +110,13 @@ void Render(const QString& folder, Theme theme, const char* look) {
   watch.start(100);
   window.Run();
   window.findChild<QDockWidget*>(QStringLiteral("variables"))->raise();
-  pictures.Take(window, "ended");
+  window.resizeDocks({window.findChild<QDockWidget*>(QStringLiteral("console"))}, {230},
+                     Qt::Vertical);
+  const QPixmap ended = pictures.Take(window, "ended");
+  if (theme == Theme::kLight && !Framed(ended, QStringLiteral("lines.tav - tavhost"))
+                                     .save(folder + QStringLiteral("/workbench.png"))) {
+    std::abort();
+  }
 
   window.findChild<QDockWidget*>(QStringLiteral("commands"))->raise();
   window.Commands().ShowCommand(QStringLiteral("FWRITE"));
@@ -147,7 +160,7 @@ int main(int count, char** arguments) {
     return 2;
   }
   StartedToolkit();
-  const QString folder = QString::fromLocal8Bit(arguments[1]);
+  const QString folder = QDir(QString::fromLocal8Bit(arguments[1])).absolutePath();
   if (!QDir().mkpath(folder)) return 1;
   Render(folder, Theme::kLight, "light");
   Render(folder, Theme::kDark, "dark");

@@ -274,4 +274,59 @@ std::vector<Sample> All(const std::string& imageFolder, const std::string& start
   return samples;
 }
 
+std::vector<Sample> Three() {
+  constexpr long kHeight = 300;
+  std::vector<Sample> samples;
+  auto list = std::make_unique<ui::ListBoxModel>(true);
+  list->SetTitle("Release");
+  list->boxText = "What goes into the release?";
+  for (const char* const entry : {"guide.pdf", "licence.txt", "parts.csv", "prices.csv",
+                                  "program.zip", "readme.txt", "samples.zip"}) {
+    list->Insert(entry);
+  }
+  for (const std::size_t chosen : {0, 2, 4}) list->SetSelected(chosen, true);
+  list->AddCheckBox("Send a message to all users", true);
+  list->size = SV::Size(300, kHeight);
+  samples.push_back({"list", std::move(list), nullptr});
+
+  ui::TreeListBoxModel::Options options;
+  options.multiple = true;
+  options.checkBoxes = true;
+  options.columns = 2;
+  auto tree = std::make_unique<ui::TreeListBoxModel>(options);
+  tree->SetTitle("Assemblies");
+  tree->headline = "Which parts are to be ordered?";
+  const auto add = [&tree](std::int32_t id, std::int32_t parent, const char* text) {
+    tree->Add(id, parent, text, false);
+    if (parent >= 0) tree->Expand(tree->Find(parent), true);
+  };
+  add(1, -1, "Engine\t4 parts");
+  add(2, 1, "Crankshaft\tsteel");
+  add(3, 1, "Piston\taluminium");
+  add(4, 3, "Ring\tcast iron");
+  add(5, 1, "Valve\tsteel");
+  add(6, -1, "Frame\t2 parts");
+  add(7, 6, "Beam\tsteel");
+  add(8, 6, "Bracket\taluminium");
+  for (const std::int32_t chosen : {3, 4, 8}) tree->Select(tree->Find(chosen), true);
+  tree->size = SV::Size(370, kHeight);
+  samples.push_back({"tree", std::move(tree), nullptr});
+
+  auto table = std::make_shared<ui::TableModel>(false);
+  const auto owner = std::make_shared<std::string>(
+      "Name;Mass;Material;Stock\nBeam;12.4;steel;31\nBracket;0.8;aluminium;140\n"
+      "Crankshaft;9.6;steel;6\nPiston;2.5;aluminium;48\nRing;0.1;cast iron;420\n"
+      "Valve;0.3;steel;96");
+  table->Read(*owner, owner, ';', '\n');
+  for (const std::uint32_t column : {1, 3}) {
+    table->SetAlignment(table->FirstColumn() + column, ui::TableAlignment::kRight);
+  }
+  table->header = "Parts in stock";
+  auto browser = std::make_unique<ui::BrowserModel>(*table, false);
+  browser->SetTitle("Parts");
+  browser->size = SV::Size(460, kHeight);
+  samples.push_back({"table", std::move(browser), std::move(table)});
+  return samples;
+}
+
 }  // namespace sample_windows

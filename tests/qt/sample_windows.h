@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+
 #include "tavhost/ui/models/drawing_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/table/table_model.h"
@@ -19,6 +20,9 @@ struct Sample {
 
 // `imageFolder` holds the pictures of the image dialog, `startFolder` is where files are chosen.
 std::vector<Sample> All(const std::string& imageFolder, const std::string& startFolder);
+
+// Three of them as a script would show them, of a height to stand beside each other.
+std::vector<Sample> Three();
 
 // Parts with numbers, a text of several lines, links and, if wanted, handles.
 std::shared_ptr<ui::TableModel> Parts(bool handles);

@@ -17,6 +17,7 @@ namespace ui::ide_view {
 // All commands by family, searched as one types, with their documentation.
 class CommandBrowser final : public QWidget {
  public:
+  // What the browser asks of the window around it.
   struct Help {
     std::function<const reference::Catalogue&()> reference;
     std::function<std::string(const reference::Command&)> usage;

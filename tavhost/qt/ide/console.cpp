@@ -25,10 +25,11 @@ namespace {
 
 // The view keeps so many lines; a script that prints more is not slowed down by them.
 constexpr int kMostLines = 20'000;
-// Of what waits to be shown, the end: more would leave the view again at once.
+// Bytes that wait to be shown; of more only the end is kept, as the rest would leave the view again
+// at once.
 constexpr std::size_t kMostPending = 4 << 20;
 constexpr int kFlushMilliseconds = 40;
-// While more arrives, so much is shown at a time that the window stays quick.
+// Bytes shown at a time while more arrives: so few that the window answers in between.
 constexpr std::size_t kShownAtATime = 16 << 10;
 
 constexpr QChar kPlaceSeparator(0x1F);

@@ -22,6 +22,7 @@ namespace ui::ide_view {
 // The console: what scripts print, and a line to enter statements.
 class Console final : public QWidget {
  public:
+  // What the console asks of the window around it.
   struct Help {
     std::function<QStringList(const QString& before)> complete;
     std::function<void(const QString& file, int line, int column)> goTo;
@@ -32,12 +33,13 @@ class Console final : public QWidget {
   };
   explicit Console(Help help, QWidget* parent = nullptr);
 
-  // What is printed arrives in the view a little later, much of it at once.
+  // May be called very often: the view is brought up to date now and then, or by Flush.
   void Print(std::string_view text);
   void Error(std::string_view text);  // places in it can be clicked
   void Note(const QString& text);
   void Flush();
   void Clear();
+  // While something runs nothing can be entered.
   void SetBusy(bool busy);
 
   ide::History& GetHistory() { return history_; }

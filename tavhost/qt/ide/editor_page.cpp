@@ -116,7 +116,8 @@ base::Result<QByteArray, QString> EditorPage::Read(const QString& path) {
 
 void EditorPage::Show(const QByteArray& bytes) {
   editor_->SetText(Editable(ide::TextOf(View(bytes), form_)));
-  // What the editor cannot hold (line ends of several kinds, rare separators) it must not spoil.
+  // A file that the editor could not write back as it was (line ends of several kinds, rare
+  // separators) is only to be read.
   const bool kept = Bytes() == bytes;
   editor_->setReadOnly(!kept);
   notice_->hide();
@@ -184,7 +185,7 @@ void EditorPage::LookAtDisk() {
                       false);
   }
   if (!IsModified()) return Reload();
-  // Asked once for each change.
+  // Each change of the file is asked about once.
   ShowNotice(QStringLiteral("%1 was changed by another program, and here too. Reloading drops the "
                             "changes made here.")
                  .arg(name),

@@ -25,7 +25,7 @@ class EditorPage final : public QWidget {
   // Empty while it has no file.
   const QString& Path() const { return path_; }
   QString Title() const;
-  // What stands for the script in error texts.
+  // By which error texts call the script.
   QString Name() const { return path_.isEmpty() ? Title() : path_; }
   bool IsModified() const { return editor_->document()->isModified(); }
   // Neither a file nor anything typed.
@@ -49,6 +49,7 @@ class EditorPage final : public QWidget {
   std::function<void()> changed;  // its title, or whether it is modified
 
  private:
+  // What was last seen of the file, to tell when another program has changed it.
   struct Disk {
     bool exists = false;
     qint64 size = 0;

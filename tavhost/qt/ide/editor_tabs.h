@@ -42,6 +42,7 @@ class EditorTabs final : public QTabWidget {
   void LookAtDisk();
   void SetEditorFont(const QFont& font);
 
+  // Set once by the window, before a page is opened.
   std::function<void()> pageChanged;                    // another one is in front
   std::function<void(EditorPage&)> textChanged;         // what is typed
   std::function<void()> stateChanged;                   // titles, modified or not

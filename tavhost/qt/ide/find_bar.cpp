@@ -117,7 +117,7 @@ void FindBar::Close() {
 QRegularExpression FindBar::Expression() const {
   QString pattern = find_->text();
   if (!expression_->isChecked()) pattern = QRegularExpression::escape(pattern);
-  // `\b` would find no end behind a sign.
+  // Not `\b`, which is no boundary beside a sign: a word may end with one here, as in "a+".
   if (wholeWords_->isChecked()) pattern = QStringLiteral("(?<!\\w)(?:%1)(?!\\w)").arg(pattern);
   QRegularExpression expression(pattern);
   if (!matchCase_->isChecked()) {

@@ -19,7 +19,7 @@ class FindBar final : public QFrame {
  public:
   explicit FindBar(std::function<ScriptEditor*()> editor, QWidget* parent = nullptr);
 
-  // Shows the bar with the selection as what to find.
+  // Shows the bar; what is selected in the editor is what to find.
   void Open(bool withReplace);
   void Close();
   // False when there is nothing found.

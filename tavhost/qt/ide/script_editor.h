@@ -12,9 +12,9 @@ namespace ui::ide_view {
 class CompletionPopup;
 class ScriptHighlighter;
 
-// What an editor asks of the workbench.
+// What an editor asks of the window around it, while a key or the mouse waits for the answer.
 struct EditorHelp {
-  std::function<bool(QStringView word)> isCommand;
+  std::function<bool(QStringView word)> isCommand;  // that the host knows
   // The words that can stand where the text ends.
   std::function<QStringList(const QString& before)> complete;
   // The tool tip for a word, as rich text; empty: none.
@@ -52,13 +52,13 @@ class ScriptEditor final : public QPlainTextEdit {
   bool HasBreakpoint(int line) const;
   bool HasBreakpoints() const;
 
-  // Where else the text that is searched for stands; shown while it is.
+  // All places of the text that is searched for; none when the search is over.
   void SetFound(const QList<QTextCursor>& found);
 
   // Offers the words that can go on at the cursor.
   void Complete();
 
-  // For the margin.
+  // For the margin at the left, which holds line numbers, marks and breakpoints.
   int MarginWidth() const;
   void PaintMargin(QPaintEvent* event);
   void ClickMargin(int y);

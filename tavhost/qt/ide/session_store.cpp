@@ -86,10 +86,10 @@ QList<SessionStore::Unsaved> SessionStore::TakeLost() {
       texts.append(text);
     }
     file.close();
-    // What this program cannot read it leaves to one that can.
+    // Written by another version of the program, perhaps: left for that one.
     if (texts.size() != count || form != kUnsavedForm) continue;
     lost += texts;
-    // Ours now, before the other file goes.
+    // In this one's file before the other goes, so that a crash here loses nothing either.
     KeepUnsaved(lost);
     QFile::remove(UnsavedFile(id));
   }

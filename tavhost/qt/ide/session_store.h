@@ -19,7 +19,7 @@ class SessionStore {
   ~SessionStore();
 
   QSettings& Settings() { return *settings_; }
-  // Of several workbenches the first restores and keeps the open files.
+  // Whether this workbench restores and keeps the open files; of several at a time the first does.
   bool IsFirst() const { return isFirst_; }
 
   struct Unsaved {
@@ -28,7 +28,8 @@ class SessionStore {
     int line = 1;
     int column = 1;
   };
-  // What was left by workbenches that did not end in order; each is given out once.
+  // The texts that workbenches had kept which then crashed or were killed. Whoever asks first gets
+  // them; they are this one's from then on.
   QList<Unsaved> TakeLost();
   // Replaces what this workbench keeps of its modified texts. Written through a temporary file.
   void KeepUnsaved(const QList<Unsaved>& texts);

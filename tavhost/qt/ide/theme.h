@@ -11,10 +11,11 @@ enum class Theme { kSystem, kLight, kDark };
 QString NameOf(Theme theme);
 Theme ThemeOf(const QString& name);
 
-// Makes the whole program look so. The first call keeps what the system gave, for kSystem.
+// Sets the look of all windows. The first call remembers that of the system, which kSystem means
+// from then on.
 void Apply(Theme theme);
 
-// What text is painted in, fitting the palette's own light or dark.
+// The colours of scripts and of output; one set for light backgrounds and one for dark ones.
 struct Colours {
   QColor comment;
   QColor string;

@@ -18,6 +18,7 @@ struct DrawingColor {
   bool operator==(const DrawingColor&) const = default;
 };
 
+// Of a line; the lengths of dashes grow with its width.
 enum class DrawingDash { kSolid, kDashed, kDotted };
 
 struct DrawingPoint {
@@ -72,6 +73,7 @@ struct Drawing {
   std::vector<DrawingShape> shapes;
 };
 
+// Told when another drawing, or another mistake, is to be shown.
 class DrawingObserver {
  public:
   virtual void DrawingChanged() = 0;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double kMost = 100;
 constexpr std::chrono::seconds kLeastToGoBy{1};
-// Beyond a thousand hours nobody believes it.
+// A thousand hours: a forecast of more says nothing, and is not made.
 constexpr double kMostSeconds = 3.6e6;
 
 double Bounded(double percentage) {

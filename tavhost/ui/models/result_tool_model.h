@@ -11,6 +11,7 @@ namespace ui {
 
 class ResultToolModel;
 
+// Told of changes of a result tool; the tables are as they are after the change.
 class ResultToolObserver {
  public:
   virtual void ResultsChanged(ResultToolModel&) {}  // which there are, or which is shown

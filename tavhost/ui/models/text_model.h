@@ -11,6 +11,7 @@ namespace ui {
 
 class TextModel;
 
+// Told of changes while they happen; what it does must be short, as scripts wait for it.
 class TextObserver {
  public:
   virtual void TextChanged(TextModel&) {}  // the text, the selection, or what is to be seen

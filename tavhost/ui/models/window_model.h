@@ -26,6 +26,8 @@ enum class WindowContent {
   kDrawing,    // the graphical representations of a graphrep tool
 };
 
+// What all windows have in common. The host's libraries own the models; a user interface shows them
+// and changes only what its user can change.
 class WindowModel {
  public:
   WindowModel() = default;

@@ -25,6 +25,7 @@ inline constexpr unsigned kMinimumWidth = 64;    // its minimum sizes hold for t
 inline constexpr unsigned kMinimumHeight = 128;  // … for the height
 }  // namespace tool_flags
 
+// Where a tool stands in its window, until its user moves it.
 struct ToolLocation {
   ToolSide side = ToolSide::kLeft;
   long index = 0;     // tools of one side and index share one place, as tabs
@@ -54,7 +55,7 @@ struct Tool {
   std::optional<SV::Size> leastVerticalSize;
   std::optional<SV::Size> leastHorizontalSize;
   bool visible = false;
-  bool defaultVisible = false;
+  bool defaultVisible = false;  // in the usual layout, which a user can ask for
 
   bool HasFlag(unsigned flag) const { return (flags & flag) != 0; }
   bool IsVertical() const {
@@ -62,6 +63,7 @@ struct Tool {
   }
 };
 
+// What of a tool has changed.
 enum class ToolChange { kTitle, kLocation, kSizes, kVisible };
 
 // Told of what happens to tools. Observers may change tools, but not take themselves away, while

@@ -30,9 +30,9 @@ std::vector<Piece> Split(std::string_view pattern) {
   return pieces;
 }
 
-// Each placeholder ends where the text behind it first stands. A text that stands further on as
-// well matches only when the last placeholder takes the rest; two placeholders side by side share
-// so that the first has one character.
+// Each placeholder ends at the first place where the text that follows it in the pattern stands; a
+// text that ends the pattern must end the field. Nothing is tried a second time. Of two
+// placeholders side by side the first takes one character.
 bool Match(const std::vector<Piece>& pieces, std::string_view field, Reference& reference) {
   std::size_t at = 0;
   for (std::size_t i = 0; i < pieces.size(); ++i) {

@@ -104,7 +104,7 @@ class TableModel {
   std::string header;
   std::string printHeader;
   std::string subtitle;
-  std::string modelFormat;  // see ReferenceFormat
+  std::string modelFormat;  // see MatchReference
   std::string objectFormat;
   bool showsLinks = false;
 

@@ -14,11 +14,12 @@ namespace ui {
 // is kept as it is; of each field only the place where it ends is noted, so that a table costs
 // four bytes a field beyond its text, and a field is read when it is asked for.
 //
-// Rules. A field that begins with `"` is quoted: it ends at the next single quote, a doubled one
-// inside stands for one, separators inside are text. A quote elsewhere is an ordinary character.
-// Lines with fewer fields than the first are filled up with empty ones. An empty line at the very
-// end does not count. Where lines end at line feeds, a CR before one is dropped. One character that
-// separates both fields and rows separates rows; a quote that separates quotes nothing.
+// Rules. A field that begins with `"` is quoted: it ends at the next `"` that is not doubled, `""`
+// inside stands for one `"`, separators inside are text. A quote elsewhere is an ordinary
+// character. Lines with fewer fields than the first are filled up with empty ones. An empty line at
+// the very end does not count. Where lines end at line feeds, a CR before one is dropped. One
+// character that separates both fields and rows separates rows. Where `"` is itself a separator
+// nothing is quoted.
 class TableText {
  public:
   // False, and nothing changed, when a quoted field is not closed, text follows a closing quote, or
@@ -46,7 +47,8 @@ class TableText {
   std::size_t IndexBytes() const;
 
  private:
-  // Unset memory that grows in place where the system can do that.
+  // Numbers in memory that is not cleared first, and that grows without being copied where the
+  // system can do that: there may be hundreds of millions.
   class Offsets {
    public:
     Offsets() = default;

@@ -11,9 +11,7 @@ CommandLine Parse(const std::vector<std::string>& arguments) {
   return std::get<CommandLine>(parsed);
 }
 
-TEST(CommandLineTest, NothingIsTheWorkbench) {
-  EXPECT_EQ(Parse({}).subcommand, Subcommand::kIde);
-}
+TEST(CommandLineTest, NothingIsTheWorkbench) { EXPECT_EQ(Parse({}).subcommand, Subcommand::kIde); }
 
 TEST(CommandLineTest, OptionsMayStandOnBothSidesOfTheSubcommand) {
   const CommandLine line =
