@@ -29,7 +29,6 @@ CALLED_FROM_OUTSIDE = {
     "tavhost_RunIde": "the loader of the Qt module, by dlsym",
     "kel::FailNextAllocation": "tests that let memory run out",
     "windows_clock::SetTickSource": "tests that cannot wait for a clock of 32 bits to run over",
-    "startup_box::AdditionalMessage": "tests of the start-up box, which is shown nowhere else",
     "TableModel::IndexBytes": "a test and a benchmark of what a large table costs",
     "PercentageWindowModel::Polls": "tests of how often a script asks for a cancellation",
     "TreeListBoxModel::SelectedCount": "tests of the count that the tree keeps",
@@ -40,24 +39,6 @@ CALLED_FROM_OUTSIDE = {
     "ToolDocks::Dock": "tests that use the workbench",
     "Edit::GetSelection": "plug-ins, as the other half of ChangeSelection",
     "TextModel::SelectionFrom": "a view that shows a selection, as the other half of SelectionTo",
-}
-# Without a caller, and neither connected nor taken out yet.
-NOT_YET = {
-    "DrawingView::WritePdf",
-    "ParserAccess::Current",
-    "ParserAccess::DocumentOf",
-    "ParserAccess::Elements",
-    "ToolDocks::ShowDefaults",
-    "Compiler::StoreFrom",
-    "http::SetBodyLimit",
-    "kel::AppendLiteral",
-    "kel::PlainTextOf",
-    "kel::RealText",
-    "script::Check",
-    "script::SendText",
-    "service::SetHostOptions",
-    "ui::DrawTablePage",
-    "windows::AreSearchesOpen",
 }
 
 TOKEN = re.compile(
@@ -345,7 +326,7 @@ def sources(root):
 
 
 def main():
-    program = Program([*CALLED_FROM_OUTSIDE, *NOT_YET])
+    program = Program(CALLED_FROM_OUTSIDE)
     files = sources(ROOT)
     # Headers first: what is reported stands at its declaration.
     for path in sorted(files, key=lambda path: path.suffix != ".h"):
