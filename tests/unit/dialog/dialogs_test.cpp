@@ -18,7 +18,7 @@
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/text_box_model.h"
 #include "tests/support/host_fixture.h"
-#include "tests/unit/dialog/host_fixture.h"
+#include "tests/support/host_fixture.h"
 #include "tests/unit/plugin/fake_toolkit.h"
 
 namespace {
