@@ -11,7 +11,7 @@
 #include "tavhost/ui/models/modal_model.h"
 #include "tests/support/host_fixture.h"
 #include "tests/support/host_fixture.h"
-#include "tests/unit/plugin/fake_toolkit.h"
+#include "tests/support/fake_toolkit.h"
 
 namespace {
 

@@ -19,7 +19,7 @@
 #include "tavhost/ui/models/text_box_model.h"
 #include "tests/support/host_fixture.h"
 #include "tests/support/host_fixture.h"
-#include "tests/unit/plugin/fake_toolkit.h"
+#include "tests/support/fake_toolkit.h"
 
 namespace {
 
