@@ -46,8 +46,9 @@ constexpr names::Literal kLogFormat = "logformat";
 constexpr names::Literal kOutput = "output";
 constexpr names::Literal kStop = "stop";
 
-// What the host's error reports call this file. A literal rather than __FILE__, whose folder
-// depends on where the file was compiled.
+// What the host's error reports call this file, and the place in it at which a port has no
+// commands. Both are fixed: where the file was compiled, and what was written above, change no
+// report.
 constexpr char kSourceFile[] = "commands/environment.cpp";
 constexpr int kPlainPortLine = 79;
 

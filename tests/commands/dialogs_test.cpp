@@ -9,9 +9,8 @@
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/sv/application.h"
 #include "tavhost/ui/models/modal_model.h"
-#include "tests/support/host_fixture.h"
-#include "tests/support/host_fixture.h"
 #include "tests/support/fake_toolkit.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 

@@ -17,9 +17,8 @@
 #include "tavhost/ui/models/file_dialog_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/text_box_model.h"
-#include "tests/support/host_fixture.h"
-#include "tests/support/host_fixture.h"
 #include "tests/support/fake_toolkit.h"
+#include "tests/support/host_fixture.h"
 
 namespace {
 
