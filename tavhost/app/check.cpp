@@ -63,7 +63,7 @@ int CheckScripts(const CommandLine& line) {
   }
   // A script may hold any bytes, JSON only UTF-8.
   if (line.json) {
-    Print(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+    Print(all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
   }
   if (isUnreadable) return kExitUsage;
   return hasErrors ? kExitScriptError : kExitSuccess;

@@ -48,8 +48,8 @@ int CompareTraces(const CommandLine& line) {
     const std::string secondLine(NextLine(second));
     if (firstEnded == secondEnded && firstLine == secondLine) continue;
     const std::string place = ":" + std::to_string(number) + ": ";
-    Print(firstName + place + (firstEnded ? "(end of the trace)" : firstLine));
-    Print(secondName + place + (secondEnded ? "(end of the trace)" : secondLine));
+    Print(firstName + place + (firstEnded ? "(end of the trace)" : firstLine) + "\n");
+    Print(secondName + place + (secondEnded ? "(end of the trace)" : secondLine) + "\n");
     return kExitScriptError;
   }
   return kExitSuccess;
