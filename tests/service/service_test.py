@@ -837,15 +837,16 @@ class Commands(unittest.TestCase):
         port = self.free_port()
         with tempfile.TemporaryDirectory() as folder:
             script = os.path.join(folder, "outer.tav")
+            up = waiting.Mark(folder)
             with open(script, "w") as file:
-                file.write(f'SERVICE start port:{port}\nprint "up"\nmark = "outer"\n'
+                file.write(f'SERVICE start port:{port}\n{up.command}mark = "outer"\n'
                            'SLEEP ms:800\nprint mark\nprint "end"\n')
             process = subprocess.Popen([*program, "run", script], stdout=subprocess.PIPE,
                                        stderr=subprocess.DEVNULL,
                                        env={**os.environ, "XDG_RUNTIME_DIR": folder})
             self.addCleanup(process.stdout.close)
             path = token_path(port, folder)
-            self.assertEqual(process.stdout.readline().strip(), b"up")
+            up.wait()
             with open(path) as file:
                 token = file.read().strip()
             connection = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
