@@ -64,10 +64,23 @@ WINDOWS = re.compile(r"^(windows|winhttp|winsock2|ws2tcpip|winbase|winnt|winuser
 LIBRARY_HEADERS = re.compile(r"^(nlohmann/|tl/|utf8\.h|utf8/|boost/|curl/|editline/|zlib\.h|alsa/)")
 QT = re.compile(r"^(Q[A-Za-z0-9]+|Qt[A-Z][A-Za-z]*/.*|q[a-z0-9_]+\.h)$")
 
+# Whatever brings another file in; INCLUDE is the one form in which that is written.
+ANY_INCLUDE = re.compile(r"^[ \t]*#[ \t]*(?:include|include_next|import)\b.*$", re.MULTILINE)
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 CONDITIONAL = re.compile(
-    r"^[ \t]*#[ \t]*(?:if|ifdef|ifndef|elif)\b.*\b(?:_WIN32|_WIN64|WIN32|__MINGW\w*|_MSC_VER|"
+    r"^[ \t]*#[ \t]*(?:if|ifdef|ifndef|elif|elifdef|elifndef)\b.*\b(?:_WIN32|_WIN64|WIN32|__MINGW\w*|_MSC_VER|"
     r"__linux\w*|__unix\w*|__APPLE__|__CYGWIN__|_POSIX\w*)\b.*$", re.MULTILINE)
+
+
+COMMENT_OR_JOINT = re.compile(r"/\*.*?\*/|\\\n", re.DOTALL)
+
+
+def as_compiled(text):
+    """The text without what hides a directive: comments inside a line, and lines that go on in the
+    next. As many line feeds stand behind a joint's line as were in it, so that places stay."""
+    def blank(match):
+        return " " + "\n" * match[0].count("\n") if match[0].startswith("/*") else " "
+    return COMMENT_OR_JOINT.sub(blank, text)
 
 
 def platform_of(path):
@@ -125,7 +138,9 @@ def quoted_problem(path, included):
 
 def rooms_problems():
     """What is wrong with ROOMS itself: a room that reaches up."""
-    return [f"scripts/check_includes.py: {room} would reach up to {other}"
+    return [f"tavhost/{path.name}/ is no room; ROOMS lists them"
+            for path in (ROOT / "tavhost").iterdir() if path.is_dir() and path.name not in ROOMS] + [
+            f"scripts/check_includes.py: {room} would reach up to {other}"
             for room, others in ROOMS.items() for other in others
             if other not in FLOORS or FLOORS.index(other) >= FLOORS.index(room)]
 
@@ -160,6 +175,13 @@ def check_file(path, text, exists):
     def report(position, what):
         problems.append(f"{path}:{text.count(chr(10), 0, position) + 1}: {what}")
 
+    compiled = as_compiled(text)
+    for match in ANY_INCLUDE.finditer(compiled):
+        written = INCLUDE.match(match[0])
+        if not written or match[0] not in text or "include_next" in match[0]:
+            report(match.start(), f"another form of an include: {match[0].strip()}")
+        elif written[1] and any(part in ("", ".", "..") for part in written[1].split("/")):
+            report(match.start(), f"includes {written[1]}: a path is written without detours")
     for match in INCLUDE.finditer(text):
         quoted, angled = match.groups()
         if quoted:
@@ -174,7 +196,7 @@ def check_file(path, text, exists):
         if why:
             report(match.start(), f"includes {quoted or angled}: {why}")
     if not may_have_conditionals(path):
-        for match in CONDITIONAL.finditer(text):
+        for match in CONDITIONAL.finditer(compiled):
             report(match.start(), f"a platform conditional: {match[0].strip()}")
     return problems
 

@@ -55,7 +55,13 @@ def problems_of(files, text_of):
         if not has_readme:
             problems.append(f"{room}/: has no README.md")
             continue
-        names = set(NAME.findall(text_of(f"{room}/README.md")))
+        named = set(NAME.findall(text_of(f"{room}/README.md")))
+        names = {name for name in named if re.search(r"\w", name)}  # "*" alone says nothing
+        problems += [f"{room}/README.md: names {name}, which is not there"
+                     for name in sorted(named)
+                     if re.fullmatch(r"[\w/]+\.(h|cpp|inc)", name)
+                     and not name.startswith("tests/")  # the files of tests are not among them
+                     and not any(f"/{file}".endswith(f"/{name}") for file in files)]
         missing = set()
         for file in files:
             if not file.startswith(room + "/"):

@@ -103,13 +103,11 @@ SV::String ArgumentText(const T& value) {
     return detail::ObjectText(value.address);
   } else if constexpr (std::same_as<T, bool>) {
     return detail::Text(value);
-  } else if constexpr (std::is_enum_v<T>) {
-    return detail::Text(static_cast<std::int64_t>(value));
   } else if constexpr (std::floating_point<T>) {
     return detail::Text(static_cast<double>(value));
   } else if constexpr (std::unsigned_integral<T>) {
     return detail::Text(static_cast<std::uint64_t>(value));
-  } else if constexpr (std::integral<T>) {
+  } else if constexpr (std::integral<T> || std::is_enum_v<T>) {
     return detail::Text(static_cast<std::int64_t>(value));
   } else if constexpr (std::same_as<T, SV::String>) {
     return detail::Text(value.View());

@@ -9,11 +9,11 @@ namespace base64 {
 namespace {
 
 // Two characters for every twelve bits.
-using PairTable = std::array<char, 2 * 4096>;
+using PairTable = std::array<char, std::size_t{2} * 4096>;
 
 constexpr PairTable MakePairs() {
   PairTable pairs{};
-  for (unsigned bits = 0; bits < 4096; ++bits) {
+  for (std::size_t bits = 0; bits < 4096; ++bits) {
     pairs[2 * bits] = kAlphabet[bits >> 6];
     pairs[2 * bits + 1] = kAlphabet[bits & 63];
   }
@@ -44,8 +44,8 @@ constexpr PlaceTables kPlaces = MakePlaces();
 std::size_t EncodeGroups(const unsigned char* data, std::size_t length, char* out) {
   std::size_t done = 0;
   for (; length - done >= 3; done += 3, out += 4) {
-    const std::uint32_t bits = static_cast<std::uint32_t>(data[done]) << 16 |
-                               static_cast<std::uint32_t>(data[done + 1]) << 8 | data[done + 2];
+    const std::size_t bits = static_cast<std::uint32_t>(data[done]) << 16 |
+                             static_cast<std::uint32_t>(data[done + 1]) << 8 | data[done + 2];
     std::memcpy(out, &kPairs[2 * (bits >> 12)], 2);
     std::memcpy(out + 2, &kPairs[2 * (bits & 4095)], 2);
   }

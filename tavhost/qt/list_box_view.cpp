@@ -65,8 +65,8 @@ ListBoxView::ListBoxView(ListBoxModel& model, QWidget* parent)
   const QFontMetrics metrics(Dialog().font());
   view_->setMinimumHeight(metrics.lineSpacing() * 3);
   if (!model.size) {
-    const int boxes = static_cast<int>(std::min(model.CheckBoxes().size(), kMostShownCheckBoxes));
-    model.size = SV::Size(metrics.averageCharWidth() * kColumns,
+    const long boxes = static_cast<long>(std::min(model.CheckBoxes().size(), kMostShownCheckBoxes));
+    model.size = SV::Size(long{metrics.averageCharWidth()} * kColumns,
                           metrics.lineSpacing() * (kLines + 3 + boxes * 3 / 2));
   }
   ShowModel();

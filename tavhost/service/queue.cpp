@@ -145,6 +145,8 @@ std::string Queue::RunScript(stop::Reason& reason) {
     const Diagnostic& at = outcome.error;
     error = at.file + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) +
             ": error: " + at.message;
+    // Nothing ran: the variables that stand there are those of the script before.
+    if (!outcome.parsed) return ErrorJson(error);
   } else if (outcome.exitType == TavScriptExitStop) {
     reason = outcome.stopReason;
     error = StoppedText();

@@ -84,7 +84,7 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   options.token = service->token;
   options.addresses = hostOptions.addresses;
   if (options.addresses.empty()) {
-    options.addresses = {"127.0.0.1"};
+    options.addresses = {kUsualAddress};
     options.optionalAddress = "::1";
   }
   options.queue = &service->queue;

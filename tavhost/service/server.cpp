@@ -486,7 +486,8 @@ base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   for (const std::string& address : addresses) {
     const auto failure = state->Listen(address);
     if (!failure) continue;
-    return base::Failure((addresses.size() > 1 ? address + ": " : "") + failure.message());
+    const bool isUsual = addresses.size() == 1 && address == kUsualAddress;
+    return base::Failure((isUsual ? "" : address + ": ") + failure.message());
   }
   const std::string& optional = state->options.optionalAddress;
   if (!optional.empty()) state->Listen(optional);

@@ -12,6 +12,9 @@
 
 namespace script::service {
 
+// Where the service listens when the host names no address.
+inline constexpr const char* kUsualAddress = "127.0.0.1";
+
 struct ServerOptions {
   std::uint16_t port = 0;  // 0: any free one
   int backlog = 100;

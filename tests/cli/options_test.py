@@ -92,6 +92,7 @@ class MistakeTest(ProgramTest):
                                     "--port: must be a port number from 0 to 65535", "serve")
         for value in ("", "localhost", "example.com", "127.0.0", "127.0.0.1.2", "256.0.0.1",
                       "127.0.0.1:80", "[::1]", "http://127.0.0.1", "0.0.0.0", "::", "224.0.0.1",
+                      "255.255.255.255", "::ffff:0.0.0.0",
                       "127.0.0.1,127.0.0.2", " 127.0.0.1"):
             self.expect_usage_error(
                 ["serve", "--address", value],

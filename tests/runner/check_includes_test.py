@@ -108,12 +108,25 @@ class CheckIncludesTest(unittest.TestCase):
     def test_paths_start_at_the_top_folder(self):
         self.refused("tavhost/base/string.cpp", '"gone/string.h"')
 
+    def test_detours_are_refused(self):
+        self.refused("tavhost/base/string.cpp", '"tavhost/base/../service/address.h"',
+                     '"tavhost/base/./trace.h"', '"tavhost/base//trace.h"')
+        self.refused("commands/files.cpp", '"commands/../tavhost/base/report.h"')
+
+    def test_other_forms_of_an_include_are_refused(self):
+        for line in ('#include/**/"tavhost/service/address.h"', "#include_next <string>",
+                     '#import "tavhost/base/trace.h"', "#include HEADER",
+                     '# \\\n include "tavhost/base/trace.h"'):
+            found = problems("tavhost/base/string.cpp", line + "\n")
+            self.assertTrue(found, line)
+
     def test_unknown_headers_are_refused(self):
         self.refused("tavhost/base/string.cpp", "<openssl/ssl.h>", "<made_up>")
 
     def test_platform_conditionals(self):
         for line in ("#ifdef _WIN32", "#  if defined(__linux__)", "#ifndef _WIN32",
-                     "#elif defined(_MSC_VER)", "#if 1 && defined( _WIN64 )"):
+                     "#elif defined(_MSC_VER)", "#elifdef _WIN32",
+                     "#if defined( \\\n _WIN32)", "#if 1 && defined( _WIN64 )"):
             self.assertEqual(len(problems("commands/files.cpp", line + "\n")), 1, line)
             self.assertEqual(len(problems("tavhost/sv/a.h", line + "\n")), 1, line)
             for path in ("host/export.h", "host/windows/files.h", "tavhost/sv/a_posix.cpp"):

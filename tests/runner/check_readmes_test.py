@@ -46,6 +46,13 @@ class CheckReadmesTest(unittest.TestCase):
                          ["tavhost/a/README.md: does not name three/",
                           "tavhost/a/README.md: does not name two/e.cpp"])
 
+    def test_a_name_must_stand_for_something(self):
+        files = ("tavhost/a/walk.h",)
+        self.assertEqual(problems({"tavhost/a/README.md": "`*`"}, *files),
+                         ["tavhost/a/README.md: does not name walk.h"])
+        self.assertEqual(problems({"tavhost/a/README.md": "`walk` `gone.h`"}, *files),
+                         ["tavhost/a/README.md: names gone.h, which is not there"])
+
 
 if __name__ == "__main__":
     unittest.main()

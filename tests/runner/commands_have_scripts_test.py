@@ -51,7 +51,8 @@ class CommandsHaveScriptsTest(unittest.TestCase):
             command = command_named_by(path.stem, families)
             if families.get(command) != path.parent.name:
                 continue
-            statements = re.sub(r"^#.*$", "", path.read_text("utf-8"), flags=re.MULTILINE)
+            statements = re.sub(r'"(?:[^"\\]|\\.)*"|#.*$', "", path.read_text("utf-8"),
+                                flags=re.MULTILINE)
             self.assertRegex(statements, rf"\b{command}\b", path.name)
 
 

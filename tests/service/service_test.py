@@ -175,6 +175,10 @@ class Requests(Case):
     def test_scripts_start_empty(self):
         self.service.post("/script", "left = 1")
         self.assertNotIn("left", self.service.post("/script", "x = 2")[1]["variables"])
+        # Nothing of the script before stands in the reply to one that does not even begin.
+        reply = self.service.post("/script", "print (")[1]
+        self.assertEqual((reply["variables"], reply["output"]), ({}, ""))
+        self.assertTrue(reply["error"].startswith("request:1:8: error: "), reply["error"])
 
     def test_the_open_file_outlives_its_script(self):
         first = self.service.post(
@@ -449,6 +453,15 @@ class Addresses(unittest.TestCase):
                          "192.0.2.1; nothing is encrypted, and who reads the token can do all "
                          "that you can")
         self.assertRegex(failure, "^script service: port 0: 192.0.2.1: .")
+
+    def test_the_address_is_named(self):
+        _, failure = self.failure("--address", "192.0.2.1")
+        self.assertRegex(failure, "^script service: port 0: 192.0.2.1: .")
+
+    def test_an_ipv4_address_in_the_form_of_ipv6(self):
+        service = Service("--address", "::ffff:127.0.0.2")
+        self.addCleanup(service.stop)
+        self.assertEqual((service.hosts, service.errors), (["127.0.0.2"], []))
 
     def test_each_must_be_had(self):
         with socket.create_server(("127.0.0.3", 0)) as taken:

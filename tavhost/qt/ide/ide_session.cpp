@@ -84,7 +84,7 @@ QString IdeWindow::RestoreFiles() {
                  settings.value(QStringLiteral("column"), 1).toInt()});
   }
   settings.endArray();
-  const QString front = settings.value(QStringLiteral("front")).toString();
+  QString front = settings.value(QStringLiteral("front")).toString();
   for (const File& file : open) {
     if (!QFileInfo(file.path).isFile()) continue;
     if (const auto page = tabs_->Open(file.path)) {
