@@ -56,5 +56,8 @@ endif()
 
 find_program(TAVHOST_CCACHE ccache)
 if(TAVHOST_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${TAVHOST_CCACHE}")
+  # The compiler itself tells what it read (else every source is preprocessed twice), and sources
+  # with a precompiled header are taken only when it is said what may differ in it.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    "${CMAKE_COMMAND};-E;env;CCACHE_DEPEND=1;CCACHE_SLOPPINESS=pch_defines,time_macros;${TAVHOST_CCACHE}")
 endif()

@@ -3,6 +3,7 @@
 if(NOT WIN32)
   return()
 endif()
+add_compile_definitions(_WIN32_WINNT=0x0A00)  # Windows 10
 
 function(tav_copy_runtime folder)
   foreach(library libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
