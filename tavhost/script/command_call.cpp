@@ -1,7 +1,6 @@
 #include <stdexcept>
 
 #include "host/notation/kel_value.h"
-#include "host/notation/message_port_manager.h"
 #include "host/script/script_result.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/parser_access.h"
@@ -61,12 +60,6 @@ class ScopeRedirect {
   TavKelValueSet* set_;
 };
 
-ScriptPort* FindPort(const SV::String& name) {
-  auto& manager = TavMessagePortManager::Instance();
-  const char* key = manager.GetMPNameStrAddress(name);
-  return key ? dynamic_cast<ScriptPort*>(manager.FindMessagePort(key)) : nullptr;
-}
-
 ScriptError CommandError(const Command& command, std::string message) {
   ScriptError error(std::move(message));
   error.command = command.name;
@@ -90,7 +83,7 @@ ScriptError CommandError(const Command& command, std::string message) {
                         Part::kLeft);
     }
     const SV::String portName = name.Text();
-    ScriptPort* const port = FindPort(portName);
+    ScriptPort* const port = FindScriptPort(portName);
     if (!port || !port->Handle(command.name.c_str(), parser, result)) {
       throw CommandError(command, UnknownCommandText(portName.View(), command.name));
     }

@@ -13,7 +13,7 @@ sys.path.insert(0, str(ROOT / "scripts"))
 import check_includes  # noqa: E402
 
 MENTION = re.compile(r"\b(?:stderr|cerr|wcerr|clog|wclog|perror|psignal|STDERR_FILENO|"
-                     r"STD_ERROR_HANDLE)\b")
+                     r"STD_ERROR_HANDLE)\b|\b(?:write|writev|dprintf)\s*\(\s*2\b|/dev/(?:stderr|fd/2)\b")
 LINE_COMMENT = re.compile(r"//[^\n]*")
 
 # Who mentions it and writes no message there.
@@ -50,9 +50,11 @@ class StandardErrorTest(unittest.TestCase):
 
     def test_a_mention_is_seen(self):
         for line in ('std::fprintf(stderr, "x");', "std::cerr << 1;", "std::clog << 1;",
-                     "write(STDERR_FILENO, text, 1);", 'perror("x");'):
+                     "write(STDERR_FILENO, text, 1);", 'perror("x");', '::write (2, "x", 1);',
+                     'dprintf(2, "x");', 'open("/dev/stderr", 1);'):
             self.assertEqual(mentions("a.cpp", "// one\n" + line), ["a.cpp:2: " + line])
-        for line in ("// not on stderr", "int standardError = 0;", "report::Line(text);"):
+        for line in ("// not on stderr", "int standardError = 0;", "report::Line(text);",
+                     "write(20, text, 1);"):
             self.assertEqual(mentions("a.cpp", line), [])
 
 

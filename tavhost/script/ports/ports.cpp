@@ -20,13 +20,6 @@ namespace {
 
 constexpr char kHostPortName[] = "TavHost";
 
-ScriptPort* FindScriptPort(std::string_view name) {
-  auto& manager = TavMessagePortManager::Instance();
-  const SV::String text = base::StringOf(name);
-  const char* key = manager.GetMPNameStrAddress(text);
-  return key ? dynamic_cast<ScriptPort*>(manager.FindMessagePort(key)) : nullptr;
-}
-
 bool IsPort(std::string_view name) {
   const SV::String text = base::StringOf(name);
   return TavMessagePortManager::Instance().GetMPNameStrAddress(text) != nullptr;
@@ -40,6 +33,12 @@ std::string Suggestion(std::string_view name, const std::vector<std::string_view
 }
 
 }  // namespace
+
+ScriptPort* FindScriptPort(const SV::String& name) {
+  auto& manager = TavMessagePortManager::Instance();
+  const char* key = manager.GetMPNameStrAddress(name);
+  return key ? dynamic_cast<ScriptPort*>(manager.FindMessagePort(key)) : nullptr;
+}
 
 ScriptPort& ScriptPort::TavScript() {
   static ScriptPort port;
@@ -97,7 +96,7 @@ std::string UnknownCommandText(std::string_view port, std::string_view command) 
     return "unknown port " + Quoted(port) + Suggestion(port, names);
   }
   std::string text = "unknown command " + Quoted(command) + " on port " + Quoted(port);
-  ScriptPort* commands = FindScriptPort(port);
+  ScriptPort* commands = FindScriptPort(base::StringOf(port));
   if (!commands) return text;
   const SV::String all = commands->GetAllCommands('\n');
   std::vector<std::string_view> names;

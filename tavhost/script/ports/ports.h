@@ -49,6 +49,9 @@ class ScriptPort : public TavExtendedMessagePort {
 // commands. May be called again.
 void RegisterHostPorts();
 
+// The port of this name that takes commands; null when there is none.
+ScriptPort* FindScriptPort(const SV::String& name);
+
 // What is wrong with sending `command` to `port`: `unknown command "FOO" on port "P"; did you mean
 // "FOE"?` or `unknown port "P"`.
 std::string UnknownCommandText(std::string_view port, std::string_view command);
