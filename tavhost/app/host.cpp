@@ -8,6 +8,8 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/long_work.h"
+#include "tavhost/base/one_line.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
@@ -58,6 +60,12 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
   });
 }
 
+// What a long operation does, on the terminal that standard error is.
+void ShowLongWork(std::string_view line) {
+  constexpr std::size_t kColumns = 79;  // a full line of the narrowest common terminal
+  report::ShowStatus(base::OneLine(line, kColumns));
+}
+
 }  // namespace
 
 std::string WindowsModuleFolder() { return loader::PluginFolder() + "/../modules"; }
@@ -84,7 +92,10 @@ base::Result<void> Host::StartUserInterface(const Options& options) {
   headless.quiet = options.quiet;
   headless.answers = answersOrClient;
   if (!options.quiet) headless.print = Print;
-  if (!options.quiet && report::IsTerminal()) headless.showStatus = report::ShowStatus;
+  if (!options.quiet && report::IsTerminal()) {
+    headless.showStatus = report::ShowStatus;
+    base::SetLongWorkShown(ShowLongWork);
+  }
   const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder,
                               answersOrClient};
   if (isAuto) {
@@ -134,6 +145,7 @@ Host::~Host() {
   plugins_.reset();  // what a plug-in still holds needs the windows
   work_window::Destroy();
   main_frames::Destroy();
+  base::SetLongWorkShown({});
   ui::SetToolkit(nullptr);
   trace::Close();
 }

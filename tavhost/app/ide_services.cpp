@@ -9,6 +9,7 @@
 #include "tavhost/analysis/completion.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/prompt_values.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/files/program_path.h"
@@ -48,16 +49,23 @@ const char* KindName(std::uint8_t type) {
   }
 }
 
-// While something runs.
+// While something runs: what takes long in it is told by the workbench.
 class Busy {
  public:
-  explicit Busy(bool& flag) : flag_(flag) { flag_ = true; }
+  Busy(bool& flag, const ide::IdeHost::Sinks& sinks)
+      : flag_(flag), shownBefore_(base::SetLongWorkShown(sinks.longWork)) {
+    flag_ = true;
+  }
   Busy(const Busy&) = delete;
   Busy& operator=(const Busy&) = delete;
-  ~Busy() { flag_ = false; }
+  ~Busy() {
+    base::SetLongWorkShown(std::move(shownBefore_));
+    flag_ = false;
+  }
 
  private:
   bool& flag_;
+  base::ShowLongWork shownBefore_;
 };
 
 }  // namespace
@@ -101,7 +109,7 @@ ide::IdeHost::Outcome IdeServices::RunScript(const std::string& path, const std:
   if (running_) return Refused(name, "another script is running");
   EndSession();
   stopAsked_ = false;
-  const Busy busy(running_);
+  const Busy busy(running_, sinks);
   if (path.empty()) {  // never saved
     program_path::Set("");
   } else {
@@ -128,7 +136,7 @@ ide::IdeHost::Outcome IdeServices::RunEntry(const std::string& text, const Sinks
     return {};
   }
   stopAsked_ = false;
-  const Busy busy(running_);
+  const Busy busy(running_, sinks);
   entrySinks_ = sinks;
   if (!session_) {
     script::RunOptions options;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "tavhost/base/one_line.h"
+
 namespace ui {
 
 namespace {
@@ -18,19 +20,6 @@ std::string Bar(double percentage) {
   char number[16];
   std::snprintf(number, sizeof number, "%3d%%", static_cast<int>(percentage));
   return '[' + std::string(full, '#') + std::string(kBarColumns - full, '.') + "] " + number;
-}
-
-bool ContinuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-// Without control characters, cut to so many characters.
-std::string OneLine(std::string_view text, std::size_t columns) {
-  std::string line;
-  std::size_t count = 0;
-  for (const char byte : text) {
-    if (!ContinuesCharacter(byte) && ++count > columns) break;
-    line += static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F ? ' ' : byte;
-  }
-  return line;
 }
 
 }  // namespace
@@ -50,7 +39,7 @@ std::string ProgressText(const PercentageWindowModel& window, Clock::time_point 
   std::string times = TimeText(window.Elapsed(now));
   if (const auto remaining = window.Remaining(now)) times += ", " + TimeText(*remaining) + " left";
   add(times);
-  return OneLine(line, columns);
+  return base::OneLine(line, columns);
 }
 
 void ProgressLine::Update() {

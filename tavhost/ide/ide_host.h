@@ -26,6 +26,8 @@ class IdeHost {
     // Called before each statement of a script, which goes on when it returns; `depth` grows in
     // functions. Empty: the script runs at full speed.
     std::function<void(int line, int depth)> step;
+    // What an operation of more than a second does and how far it is; empty: it has ended.
+    std::function<void(std::string_view)> longWork;
   };
 
   // How a run ended.

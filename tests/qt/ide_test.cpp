@@ -13,6 +13,7 @@
 
 #include "host/dialog/app_work_window.h"
 #include "host/dialog/workbench.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/script/runner.h"
 #include "tests/qt/ide_fixture.h"
 
@@ -112,6 +113,39 @@ INSTANTIATE_TEST_SUITE_P(Everywhere, IdeStopTest,
                          testing::Values("while 1 { }", "SLEEP ms:60000", "INFOBOX \"x\"",
                                          "LISTBOX entries:\"a b\"",
                                          "while 1 { print \"filling the console\" }"));
+
+// Milliseconds; a command that takes that long would make the test as long.
+std::uint32_t longWorkTime = 0;
+
+TEST_F(IdeTest, TheStatusBarTellsWhatALongOperationDoes) {
+  Start();
+  Editor().SetText(QStringLiteral("SLEEP ms:60000"));
+  QString during;
+  QString afterwards;
+  QTimer::singleShot(200, qApp, [&] {
+    const auto shows = [&](bool work) {
+      return QTest::qWaitFor([&] { return State().contains(QStringLiteral("Copying")) == work; },
+                             kPatience);
+    };
+    {
+      base::LongWork work("Copying", "big.iso", base::LongWork::Unit::kBytes,
+                          []() noexcept { return longWorkTime; });
+      longWorkTime += 2000;
+      work.At(1'000'000, 4'000'000);
+      EXPECT_TRUE(shows(true));
+      during = State();
+    }
+    EXPECT_TRUE(shows(false));
+    afterwards = State();
+    window_->Stop();
+  });
+  Run();
+  EXPECT_TRUE(during.startsWith(QStringLiteral("Running "))) << during.toStdString();
+  EXPECT_TRUE(
+      during.endsWith(QStringLiteral(" - Copying big.iso: 1.0 MB of 4.0 MB, 25% - Shift+F5 stops")))
+      << during.toStdString();
+  EXPECT_TRUE(afterwards.endsWith(QStringLiteral(" - Shift+F5 stops"))) << afterwards.toStdString();
+}
 
 TEST_F(IdeTest, ClosingWhileAScriptRunsAsksAndStopsIt) {
   Start();

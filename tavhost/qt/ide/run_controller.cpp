@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFileInfo>
 
+#include "tavhost/base/one_line.h"
 #include "tavhost/ide/script_text.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
@@ -13,6 +14,7 @@ namespace ui::ide_view {
 namespace {
 
 constexpr int kTickMilliseconds = 100;
+constexpr std::size_t kColumns = 79;  // of what a long operation does; the window keeps its width
 
 QString TimeText(const QElapsedTimer& time) {
   return QString::fromStdString(ide::ElapsedText(time.elapsed()));
@@ -24,7 +26,8 @@ RunController::RunController(ide::IdeHost& host, EditorTabs& tabs, Console& cons
     : host_(host), tabs_(tabs), console_(console) {
   tick_.setInterval(kTickMilliseconds);
   QObject::connect(&tick_, &QTimer::timeout, &tick_, [this] {
-    told(QStringLiteral("Running %1 - Shift+F5 stops").arg(TimeText(time_)));
+    const QString work = longWork_.isEmpty() ? QString() : QStringLiteral(" - ") + longWork_;
+    told(QStringLiteral("Running %1%2 - Shift+F5 stops").arg(TimeText(time_), work));
   });
 }
 
@@ -64,7 +67,8 @@ void RunController::Stop() {
 ide::IdeHost::Sinks RunController::Sinks() {
   return {[this](std::string_view text) { console_.Print(text); },
           [this](std::string_view text) { console_.Error(text); },
-          {}};
+          {},
+          [this](std::string_view line) { longWork_ = Shown(base::OneLine(line, kColumns)); }};
 }
 
 void RunController::RunText(const QString& name, const QString& path, const QString& text,

@@ -73,6 +73,7 @@ class RunController final {
   RunState state_ = RunState::kIdle;
   QElapsedTimer time_;  // since the start
   QTimer tick_;
+  QString longWork_;           // what a long operation does; empty: none goes on
   QPointer<EditorPage> page_;  // of the script; its user may close it meanwhile
   StepMode stepMode_ = StepMode::kRun;
   int stepDepth_ = 0;  // where it was paused last
