@@ -15,6 +15,7 @@
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/files/database_area.h"
+#include "tavhost/files/open_output_files.h"
 #include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/script_service.h"
@@ -142,6 +143,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
 Host::~Host() {
   script::service::Shutdown();  // its requests need the plug-ins
   if (dryRun_) script::ScriptPort::TavScript().RemoveProvider(*dryRun_);
+  open_output_files::CloseAll();
   plugins_.reset();  // what a plug-in still holds needs the windows
   work_window::Destroy();
   main_frames::Destroy();
@@ -160,7 +162,9 @@ void Host::WaitForUser() {
 }
 
 int Host::Finish(int exitCode) {
+  const bool areFilesStored = open_output_files::CloseAll();
   if (exitCode != kExitSuccess) return exitCode;
+  if (!areFilesStored) return kExitScriptError;
   const base::Result<void> finished = answers_->Finish();
   if (finished) return kExitSuccess;
   Tell(finished.error());

@@ -28,7 +28,8 @@ class Host {
   // Stays while the user has the work window open; returns at once where there is no user.
   void WaitForUser();
 
-  // What the exit code is in the end: 3 when answers are left over although all went well.
+  // What the exit code is in the end, though all went well: 1 when a file that a script left open
+  // could not be stored, 3 when answers are left over.
   int Finish(int exitCode);
 
  private:

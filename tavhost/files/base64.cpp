@@ -1,16 +1,23 @@
 #include "host/files/base64.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <new>
 
 #include "host/base/string.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/base64_codec.h"
 
 namespace base64 {
 
 namespace {
+
+// Bytes between two looks at the stop request: a few milliseconds of work, whole groups.
+constexpr std::size_t kEncodedAtOnce = std::size_t{3} << 20;
+constexpr std::size_t kDecodedAtOnce = std::size_t{4} << 20;
 
 // What kValues holds for bytes that are no digits of base64.
 constexpr int kForeign = -1;
@@ -74,8 +81,13 @@ const Codec& Best() {
 
 void Encode(const Codec& codec, const char* data, std::size_t length, char* out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(data);
-  std::size_t done = codec.encode(bytes, length, out);
-  done += Portable().encode(bytes + done, length - done, out + done / 3 * 4);
+  std::size_t done = 0;
+  while (length - done >= 3) {
+    stop::ThrowIfRequested();
+    const std::size_t end = done + std::min(length - done, kEncodedAtOnce);
+    done += codec.encode(bytes + done, end - done, out + done / 3 * 4);
+    done += Portable().encode(bytes + done, end - done, out + done / 3 * 4);
+  }
   out += done / 3 * 4;
   const std::size_t left = length - done;
   if (left == 0) return;
@@ -94,8 +106,9 @@ Decoded Decode(const Codec& codec, const char* text, std::size_t length, char* o
   Group group;
   while (read < length) {
     if (group.IsEmpty() && !ended) {
-      const std::size_t taken =
-          codec.decode(text + read, length - read, reinterpret_cast<unsigned char*>(out) + written);
+      stop::ThrowIfRequested();
+      const std::size_t taken = codec.decode(text + read, std::min(length - read, kDecodedAtOnce),
+                                             reinterpret_cast<unsigned char*>(out) + written);
       read += taken;
       written += taken / 4 * 3;
       if (read == length) break;
@@ -121,10 +134,16 @@ Decoded Decode(const Codec& codec, const char* text, std::size_t length, char* o
 
 namespace {
 
-char* NewBuffer(std::size_t bytes) {
+struct Free {
+  void operator()(char* memory) const { ::operator delete(memory); }
+};
+// Until it is filled: a stop in between frees it.
+using Buffer = std::unique_ptr<char, Free>;
+
+Buffer NewBuffer(std::size_t bytes) {
   void* memory = ::operator new(bytes, std::nothrow);
   if (memory) ExpectFilled(memory, bytes);
-  return static_cast<char*>(memory);
+  return Buffer(static_cast<char*>(memory));
 }
 
 bool NewEncoded(const char* data, unsigned long length, char*& buffer, unsigned long& newLength) {
@@ -133,19 +152,22 @@ bool NewEncoded(const char* data, unsigned long length, char*& buffer, unsigned 
   constexpr std::size_t kLongest = SV::String::kMaxLength / 4 * 3;
   if (length > kLongest) return false;
   const std::size_t encoded = EncodedLength(length);
-  buffer = NewBuffer(encoded + 1);
-  if (!buffer) return false;
-  Encode(Best(), data, length, buffer);
+  Buffer filled = NewBuffer(encoded + 1);
+  if (!filled) return false;
+  Encode(Best(), data, length, filled.get());
+  buffer = filled.release();
   buffer[encoded] = '\0';
   newLength = static_cast<unsigned long>(encoded);
   return true;
 }
 
 bool NewDecoded(const char* data, unsigned long length, char*& buffer, unsigned long& newLength) {
+  buffer = nullptr;
   newLength = 0;
-  buffer = NewBuffer(length / 4 * std::size_t{3} + 3 + kDecodeSlack + 1);
-  if (!buffer) return false;
-  const Decoded decoded = Decode(Best(), data, length, buffer);
+  Buffer filled = NewBuffer(length / 4 * std::size_t{3} + 3 + kDecodeSlack + 1);
+  if (!filled) return false;
+  const Decoded decoded = Decode(Best(), data, length, filled.get());
+  buffer = filled.release();
   buffer[decoded.length] = '\0';
   newLength = static_cast<unsigned long>(decoded.length);
   return decoded.whole;

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <string>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "host/files/core_variables.h"
 #include "host/files/database_names.h"
 #include "tavhost/base/ascii.h"
-#include "tavhost/base/report.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/whole_file.h"
 
 namespace database_area {
 
@@ -21,7 +22,6 @@ constexpr std::string_view kUnderWay = ".tavhost-";
 constexpr std::size_t kLongestName = 200;
 
 std::string chosenFolder;
-std::vector<std::string> beingWritten;  // stored files
 
 // "con", "com1" and their like, with any extension: Windows opens a device by them. Refused on
 // every system, so that an area can be moved from one to another.
@@ -36,11 +36,13 @@ bool IsDeviceName(std::string_view name) {
           ascii::EqualIgnoringCase(stem.substr(0, 3), "lpt"));
 }
 
+std::string AreaFolder() {
+  return chosenFolder.empty() ? disk::Join(disk::Join(disk::UserDataFolder(), "tavhost"), "db")
+                              : chosenFolder;
+}
+
 std::string LibraryFolder(long libraryId) {
-  const std::string area = chosenFolder.empty()
-                               ? disk::Join(disk::Join(disk::UserDataFolder(), "tavhost"), "db")
-                               : chosenFolder;
-  return disk::Join(area, std::to_string(libraryId));
+  return disk::Join(AreaFolder(), std::to_string(libraryId));
 }
 
 long LibraryOf(long libraryId) { return libraryId == kFileSystem ? kDefaultLibrary : libraryId; }
@@ -50,40 +52,40 @@ std::string_view WithoutPrefix(std::string_view path) {
   return path;
 }
 
-// Writes beside the stored file and takes its place at the end.
+// Takes the place of the stored file when it is closed. Keeps every other writer away until then.
 class AreaFile : public disk::OutputFile {
  public:
-  AreaFile(std::string storedFile, std::string newFile, std::unique_ptr<OutputFile> file)
-      : storedFile_(std::move(storedFile)), newFile_(std::move(newFile)), file_(std::move(file)) {
-    beingWritten.push_back(storedFile_);
-  }
-  ~AreaFile() override { Close(); }
+  AreaFile(std::unique_ptr<name_lock::Lock> lock, std::unique_ptr<base::WholeFile> file)
+      : lock_(std::move(lock)), file_(std::move(file)) {}
 
   long Write(const char* data, long length) override {
-    const long written = file_->Write(data, length);
-    complete_ &= written == length;
-    return written;
+    const base::Result<void> written = file_->Write({data, static_cast<std::size_t>(length)});
+    if (!written && !refusal_) refusal_ = written.error();
+    return written ? length : 0;
   }
 
-  bool Close() override {
-    if (!file_) return false;
-    const bool stored = file_->Close() && complete_ &&
-                        disk::Replace({newFile_.c_str(), false}, {storedFile_.c_str(), false});
-    if (!stored) {
-      disk::Delete({newFile_.c_str(), false});
-      // Told to a person here: when the destructor closes the file, no script gets the result.
-      report::Line("tavhost: " + storedFile_ + " could not be stored; it stays as it was");
-    }
-    file_.reset();
-    beingWritten.erase(std::find(beingWritten.begin(), beingWritten.end(), storedFile_));
-    return stored;
+  base::Result<void> StayOpen() override {
+    staysOpen_ = true;
+    lock_->KeepOpen();
+    return {};
+  }
+
+  base::Result<bool> Close() override {
+    // The command that wrote has told it. The one that closes has another outcome to tell.
+    if (refusal_ && !staysOpen_) return false;
+    const base::Result<void> stored =
+        refusal_ ? tl::unexpected<base::Error>(*refusal_) : file_->Store();
+    if (stored) return true;
+    base::Error error = stored.error();
+    error.message += "; it stays as it was";
+    return tl::unexpected<base::Error>(std::move(error));
   }
 
  private:
-  std::string storedFile_;
-  std::string newFile_;
-  std::unique_ptr<OutputFile> file_;
-  bool complete_ = true;
+  std::unique_ptr<name_lock::Lock> lock_;
+  std::unique_ptr<base::WholeFile> file_;  // goes before the lock
+  std::optional<base::Error> refusal_;     // why not all that was written could be taken
+  bool staysOpen_ = false;
 };
 
 struct Stored {
@@ -154,26 +156,27 @@ std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId) {
   return std::move(contents.files);
 }
 
-std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long libraryId,
-                                                 bool append) {
-  const auto stored = Find(path, libraryId);
-  if (!stored || !MakeLibrary(libraryId)) return nullptr;
-  const disk::Name storedName{stored->file.c_str(), false};
-  if (stored->exists && disk::IsReadOnly(storedName)) return nullptr;
-  const std::string newFile = disk::NewFileBeside(stored->file);
-  if (newFile.empty()) return nullptr;
-  const disk::Name newName{newFile.c_str(), false};
-  std::unique_ptr<disk::OutputFile> file;
-  if (!append || !stored->exists || disk::Copy(storedName, newName, false)) {
-    file = disk::OpenForWriting(newName, append);
-  }
-  if (file) return std::make_unique<AreaFile>(stored->file, newFile, std::move(file));
-  disk::Delete(newName);
-  return nullptr;
+std::unique_ptr<name_lock::Lock> LockName(std::string_view path, long libraryId) {
+  const std::string library = std::to_string(LibraryOf(libraryId));
+  return name_lock::Take(disk::Join(AreaFolder(), std::string(kUnderWay) + "lock"),
+                         library + '/' + std::string(WithoutPrefix(path)));
 }
 
-bool IsBeingWritten(const std::string& storedFile) {
-  return std::find(beingWritten.begin(), beingWritten.end(), storedFile) != beingWritten.end();
+std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long libraryId,
+                                                 bool append) {
+  if (!Find(path, libraryId) || !MakeLibrary(libraryId)) return nullptr;
+  auto lock = LockName(path, libraryId);
+  // Whoever had the name until now may have stored the file.
+  const auto stored = lock ? Find(path, libraryId) : std::nullopt;
+  if (!stored) return nullptr;
+  base::WholeFile::Options options;
+  options.keepsContents = append;
+  options.synced = true;
+  options.followsLink = false;
+  options.stoppable = true;
+  auto file = disk::OpenWhole({stored->file.c_str(), false}, options);
+  if (!file) return nullptr;
+  return std::make_unique<AreaFile>(std::move(lock), std::move(*file));
 }
 
 }  // namespace database_area

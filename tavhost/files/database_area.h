@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tavhost/files/disk.h"
+#include "tavhost/files/name_lock.h"
 
 // The database file area: a folder of the file system with one folder a library in it, named by
 // its number. Names match without regard to case (ASCII) and keep the case in which they were
@@ -39,10 +40,12 @@ std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId);
 // A name without `db:\` that every system can store.
 bool IsValidName(std::string_view name);
 
-// A file of the area under way: it takes the place of the old one when it is closed.
+// Keeps the writers of other processes and of files that are open away from a name, which
+// IsValidName holds for. Null when one of them has it; see name_lock::Take.
+std::unique_ptr<name_lock::Lock> LockName(std::string_view path, long libraryId);
+
+// A file of the area under way: it takes the place of the old one, on the disk, when it is closed.
+// Null also when the name has another writer.
 std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long libraryId,
                                                  bool append);
-// Such a file is under way for this stored file.
-bool IsBeingWritten(const std::string& storedFile);
-
 }  // namespace database_area

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "host/base/string.h"
+#include "tavhost/base/result.h"
+#include "tavhost/base/whole_file.h"
 
 // Files of the file system as the host's libraries need them. The same guarantees hold on every
 // system: no conversion of bytes, no half-written target, nothing replaced that is open for
@@ -24,12 +26,15 @@ bool IsTakenByOther(Name name);
 // A file that may be neither replaced nor written to.
 bool IsReadOnly(Name name);
 bool Delete(Name name);
-// Replaces the target whole; a link is followed at the source and replaced at the target.
-bool Copy(Name from, Name to, bool keepAttributes);
+// Replaces the target whole; a link is followed at the source and replaced at the target. A target
+// that is replaced keeps its owner and mode. Leaves with stop::Stopped when a stop is asked for.
+struct CopyOptions {
+  bool keepAttributes = false;  // also take the read-only attribute and the time of change
+  bool synced = false;          // on the disk, name and all, at the end
+};
+bool Copy(Name from, Name to, const CopyOptions& options);
 // Never replaces.
 bool Rename(Name from, Name to);
-// Replaces the target in one step.
-bool Replace(Name from, Name to);
 
 enum ReadCode : long { kRead = 0, kNotFound = 1, kUnreadable = 2, kTooLarge = 4 };
 
@@ -40,19 +45,28 @@ ReadCode Read(Name name, SV::String& contents);
 class OutputFile {
  public:
   virtual ~OutputFile() = default;
-  // The number of bytes taken.
+  // The number of bytes taken. Leaves with stop::Stopped when a stop is asked for.
   virtual long Write(const char* data, long length) = 0;
-  // False when not all that was written is stored.
-  virtual bool Close() = 0;
+  // The command that opened it has ended, and it stays open.
+  virtual base::Result<void> StayOpen() = 0;
+  // False when it is not stored because not all was taken, which Write has told; fails when what
+  // was taken could not be stored.
+  virtual base::Result<bool> Close() = 0;
 };
 
-// Null when the file cannot be opened. Without `append` an existing file is emptied.
+// Null when the file cannot be opened. Without `append` an existing file is emptied. What is
+// written is in the file at once.
 std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append);
+// For a text that takes the place of the whole file: whole or not at all, when the file is closed.
+// Where it has to stay open, and where there is nothing to replace (pipes and devices, a file that
+// the host holds open already), this is as above, without `append`.
+std::unique_ptr<OutputFile> OpenForReplacing(Name name);
+// The new contents alone, without what others see of an OutputFile.
+base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
+                                                         const base::WholeFile::Options& options);
 
 // The path of a new empty file in the system's folder for temporary files; empty on failure.
 std::string NewTemporaryFile(const std::string& prefix);
-// Likewise in the folder of `path`, for what is to become `path`: its name begins with `.tavhost-`.
-std::string NewFileBeside(const std::string& path);
 
 bool IsAbsolute(const std::string& path);
 // Whether a script can write this path of the system: not when a name in it holds what scripts take

@@ -9,7 +9,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <tl/expected.hpp>
 
+#include "tavhost/base/file_contents_posix.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/uninterrupted_posix.h"
+#include "tavhost/base/whole_file_posix.h"
+#include "tavhost/files/replacing_output_file.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
 
@@ -45,11 +52,24 @@ Descriptor Open(const Location& location, int flags) {
                            flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666));
 }
 
+// A pipe or device, or a file that the host holds open already: another one under its name would
+// not be what is held.
+bool IsWrittenDirectly(const Location& location) {
+  struct stat status;
+  if (!location.IsFilePath() ||
+      fstatat(location.GetPlace().Directory(), location.GetPlace().Name(), &status, 0) != 0) {
+    return false;
+  }
+  return (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) ||
+         windows::IsOpenFile(IdOf(status));
+}
+
 // Reads to the end or to `length` bytes; the number read, -1 on failure.
 std::int64_t ReadUpTo(int file, char* out, std::int64_t length) {
   std::int64_t done = 0;
   while (done < length) {
-    constexpr std::int64_t kAtOnce = std::int64_t{1} << 30;
+    stop::ThrowIfRequested();
+    constexpr std::int64_t kAtOnce = std::int64_t{8} << 20;
     const ssize_t bytes =
         read(file, out + done, static_cast<std::size_t>(std::min(length - done, kAtOnce)));
     if (bytes < 0 && errno == EINTR) continue;
@@ -80,32 +100,31 @@ ReadCode ReadInPieces(int file, SV::String& contents) {
 
 class PosixFile : public OutputFile {
  public:
-  PosixFile(Descriptor file, windows::FileId id) : file_(std::move(file)), id_(id) {
+  PosixFile(Descriptor file, windows::FileId id, std::string path)
+      : file_(std::move(file)), id_(id), path_(std::move(path)) {
     windows::RememberOpenFile(id_);
   }
-  ~PosixFile() override { Close(); }
-
-  long Write(const char* data, long length) override {
-    long done = 0;
-    while (done < length) {
-      const ssize_t bytes =
-          write(file_.Get(), data + done, static_cast<std::size_t>(length - done));
-      if (bytes < 0 && errno == EINTR) continue;
-      if (bytes <= 0) break;
-      done += bytes;
-    }
-    return done;
+  ~PosixFile() override {
+    if (file_.IsOpen()) windows::ForgetOpenFile(id_);
   }
 
-  bool Close() override {
-    if (!file_.IsOpen()) return false;
+  long Write(const char* data, long length) override {
+    return static_cast<long>(
+        base::WriteBytes(file_.Get(), data, static_cast<std::size_t>(length), base::OnStop::kEnd));
+  }
+
+  base::Result<void> StayOpen() override { return {}; }
+
+  base::Result<bool> Close() override {
     windows::ForgetOpenFile(id_);
-    return file_.Close();
+    if (!file_.Close()) return base::Failure(std::strerror(errno), path_);
+    return true;
   }
 
  private:
   Descriptor file_;
   windows::FileId id_;
+  std::string path_;  // for a person
 };
 
 }  // namespace
@@ -135,24 +154,17 @@ bool IsReadOnly(Name name) {
 
 bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
 
-bool Copy(Name from, Name to, bool keepAttributes) {
+bool Copy(Name from, Name to, const CopyOptions& wanted) {
   windows::CopyOptions options;
   options.replace = true;
-  options.keepAttributes = keepAttributes;
+  options.keepAttributes = wanted.keepAttributes;
   options.followLink = true;
+  options.synced = wanted.synced;
   return windows::CopyFile(Location(from).GetPath(), Location(to).GetPath(), options);
 }
 
 bool Rename(Name from, Name to) {
   return windows::MoveFile(Location(from).GetPath(), Location(to).GetPath());
-}
-
-bool Replace(Name from, Name to) {
-  const Location source(from);
-  const Location target(to);
-  return source.IsFilePath() && target.IsFilePath() &&
-         renameat(source.GetPlace().Directory(), source.GetPlace().Name(),
-                  target.GetPlace().Directory(), target.GetPlace().Name()) == 0;
 }
 
 ReadCode Read(Name name, SV::String& contents) {
@@ -186,9 +198,28 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   // Permissions do not hold back every user; the read-only attribute does.
   if (S_ISREG(status.st_mode)) {
     if (windows::IsReadOnly(status)) return nullptr;
-    if (!append && status.st_size > 0 && ftruncate(file.Get(), 0) != 0) return nullptr;
+    const bool isEmptied = append || status.st_size == 0 ||
+                           base::Uninterrupted([&] { return ftruncate(file.Get(), 0); }) == 0;
+    if (!isEmptied) return nullptr;
   }
-  return std::make_unique<PosixFile>(std::move(file), IdOf(status));
+  return std::make_unique<PosixFile>(std::move(file), IdOf(status), name.text);
+}
+
+std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
+  if (IsWrittenDirectly(Location(name))) return OpenForWriting(name, false);
+  base::WholeFile::Options options;
+  options.stoppable = true;
+  auto whole = OpenWhole(name, options);
+  if (!whole) return nullptr;
+  return std::make_unique<ReplacingOutputFile>(std::move(*whole), name);
+}
+
+base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
+                                                         const base::WholeFile::Options& options) {
+  const Location location(name);
+  if (!location.IsFilePath()) return base::Failure(std::strerror(ENOENT), name.text);
+  const Place& place = location.GetPlace();
+  return base::OpenWholeFileAt(place.Directory(), place.Name(), options);
 }
 
 std::string NewTemporaryFile(const std::string& prefix) {
@@ -196,18 +227,6 @@ std::string NewTemporaryFile(const std::string& prefix) {
   std::string path = Join(chosen && *chosen ? chosen : "/tmp", prefix + "XXXXXX");
   const Descriptor file(mkstemp(path.data()));
   return file.IsOpen() ? path : std::string();
-}
-
-std::string NewFileBeside(const std::string& path) {
-  static unsigned number = 0;
-  while (true) {
-    const std::string name =
-        ".tavhost-" + std::to_string(getpid()) + '-' + std::to_string(++number) + ".tmp";
-    std::string file = Join(FolderOf(path), name);
-    const Descriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (made.IsOpen()) return file;
-    if (errno != EEXIST) return std::string();
-  }
 }
 
 bool IsAbsolute(const std::string& path) {

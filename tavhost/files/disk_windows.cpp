@@ -2,12 +2,22 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/new_file_windows.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/system_error_windows.h"
+#include "tavhost/base/wide_text_windows.h"
+#include "tavhost/files/replacing_output_file.h"
 
 namespace disk {
 
 namespace {
+
+// What is read or written between two looks at the stop request: some milliseconds of work.
+constexpr long kStep = 8L << 20;
 
 class Handle {
  public:
@@ -50,42 +60,71 @@ bool IsSameFile(Name a, Name b) {
          x.nFileIndexLow == y.nFileIndexLow;
 }
 
-// Gives a copy the attributes of its source: the copy goes into a file that exists already, and not
-// every system takes the attributes over then.
-bool TakeAttributes(Name from, const std::string& path) {
-  const DWORD attributes = Attributes(from);
-  return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesA(path.c_str(), attributes);
+// A path as scripts write it, in the code page of the 8-bit functions.
+std::wstring WideOf(const char* path) {
+  std::wstring wide(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, path, -1, nullptr, 0)),
+                    L'\0');
+  MultiByteToWideChar(CP_ACP, 0, path, -1, wide.data(), static_cast<int>(wide.size()));
+  if (!wide.empty()) wide.pop_back();  // the zero at the end
+  return wide;
 }
 
-// Takes from a copy what CopyFileA has taken over unasked: the attributes and the time.
-bool DropAttributes(const std::string& path) {
-  if (!SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL)) return false;
-  const Handle file(CreateFileA(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+// Gives a copy the attributes that it is to have: the copy goes into a file that exists already,
+// and not every system takes the attributes over then.
+bool SetAttributes(const std::wstring& copy, DWORD attributes) {
+  return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesW(copy.c_str(), attributes);
+}
+
+// Takes from a copy what CopyFileExW has taken over unasked: the attributes and the time.
+bool DropAttributes(const std::wstring& copy, DWORD wanted) {
+  if (!SetAttributes(copy, FILE_ATTRIBUTE_NORMAL)) return false;
+  {
+    const Handle file(CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, 0, nullptr));
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    if (!file.IsOpen() || !SetFileTime(file.Get(), nullptr, nullptr, &now)) return false;
+  }
+  return wanted == FILE_ATTRIBUTE_NORMAL || SetAttributes(copy, wanted);
+}
+
+bool Sync(const std::wstring& path) {
+  const Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                 OPEN_EXISTING, 0, nullptr));
-  FILETIME now;
-  GetSystemTimeAsFileTime(&now);
-  return file.IsOpen() && SetFileTime(file.Get(), nullptr, nullptr, &now);
+  return file.IsOpen() && FlushFileBuffers(file.Get());
+}
+
+DWORD CALLBACK GoOnUnlessStopped(LARGE_INTEGER, LARGE_INTEGER, LARGE_INTEGER, LARGE_INTEGER, DWORD,
+                                 DWORD, HANDLE, HANDLE, LPVOID) {
+  return stop::IsRequested() ? PROGRESS_CANCEL : PROGRESS_CONTINUE;
 }
 
 class WindowsFile : public OutputFile {
  public:
-  explicit WindowsFile(HANDLE file) : file_(file) {}
+  WindowsFile(HANDLE file, std::string path) : file_(file), path_(std::move(path)) {}
 
   long Write(const char* data, long length) override {
     long done = 0;
     while (done < length) {
+      stop::ThrowIfRequested();
       DWORD bytes = 0;
-      const auto rest = static_cast<DWORD>(length - done);
+      const auto rest = static_cast<DWORD>(std::min(length - done, kStep));
       if (!WriteFile(file_.Get(), data + done, rest, &bytes, nullptr) || bytes == 0) break;
       done += static_cast<long>(bytes);
     }
     return done;
   }
 
-  bool Close() override { return file_.IsOpen() && file_.Close(); }
+  base::Result<void> StayOpen() override { return {}; }
+
+  base::Result<bool> Close() override {
+    if (!file_.Close()) return base::Failure(base::SystemErrorText(GetLastError()), path_);
+    return true;
+  }
 
  private:
   Handle file_;
+  std::string path_;  // for a person
 };
 
 // Whether a folder is there or could be made: what stands there, or the nearest above it that does,
@@ -113,28 +152,28 @@ bool IsReadOnly(Name name) { return Has(Attributes(name), FILE_ATTRIBUTE_READONL
 
 bool Delete(Name name) { return DeleteFileA(name.text) != 0; }
 
-bool Copy(Name from, Name to, bool keepAttributes) {
+bool Copy(Name from, Name to, const CopyOptions& options) {
   const DWORD target = Attributes(to);
   if (Has(target, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY) || IsSameFile(from, to)) {
     return false;
   }
-  const std::string copy = NewFileBeside(to.text);
-  if (copy.empty()) return false;
-  const bool copied = CopyFileA(from.text, copy.c_str(), FALSE) != 0 &&
-                      (keepAttributes ? TakeAttributes(from, copy) : DropAttributes(copy)) &&
-                      MoveFileExA(copy.c_str(), to.text, MOVEFILE_REPLACE_EXISTING) != 0;
-  if (!copied) {
-    SetFileAttributesA(copy.c_str(), FILE_ATTRIBUTE_NORMAL);
-    DeleteFileA(copy.c_str());
-  }
-  return copied;
+  const std::wstring source = WideOf(from.text);
+  base::NewFile copy(WideOf(to.text));
+  if (!copy.Create() || !copy.Close()) return false;
+  const std::wstring& name = copy.TemporaryName();
+  const bool isCopied =
+      CopyFileExW(source.c_str(), name.c_str(), GoOnUnlessStopped, nullptr, nullptr, 0) != 0;
+  stop::ThrowIfRequested();
+  if (!isCopied) return false;
+  // A file that is replaced keeps its attributes.
+  const bool isThere = target != INVALID_FILE_ATTRIBUTES;
+  const bool hasAttributes = options.keepAttributes
+                                 ? SetAttributes(name, Attributes(from))
+                                 : DropAttributes(name, isThere ? target : FILE_ATTRIBUTE_NORMAL);
+  return hasAttributes && (!options.synced || Sync(name)) && copy.ReplaceName(options.synced);
 }
 
 bool Rename(Name from, Name to) { return MoveFileA(from.text, to.text) != 0; }
-
-bool Replace(Name from, Name to) {
-  return MoveFileExA(from.text, to.text, MOVEFILE_REPLACE_EXISTING) != 0;
-}
 
 ReadCode Read(Name name, SV::String& contents) {
   const Handle file(CreateFileA(name.text, GENERIC_READ,
@@ -150,8 +189,10 @@ ReadCode Read(Name name, SV::String& contents) {
   char* out = contents.AllocBuffer(length);
   long done = 0;
   while (done < length) {
+    stop::ThrowIfRequested();
     DWORD bytes = 0;
-    if (!ReadFile(file.Get(), out + done, static_cast<DWORD>(length - done), &bytes, nullptr)) {
+    const auto rest = static_cast<DWORD>(std::min(length - done, kStep));
+    if (!ReadFile(file.Get(), out + done, rest, &bytes, nullptr)) {
       contents = SV::String();
       return kUnreadable;
     }
@@ -168,7 +209,28 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                             append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return nullptr;
-  return std::make_unique<WindowsFile>(file);
+  return std::make_unique<WindowsFile>(file, name.text);
+}
+
+std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
+  const std::wstring path = WideOf(name.text);
+  {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const Handle there(CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (there.IsOpen() && GetFileType(there.Get()) != FILE_TYPE_DISK) {
+      return OpenForWriting(name, false);
+    }
+  }
+  base::WholeFile::Options options;
+  options.stoppable = true;
+  auto whole = OpenWhole(name, options);
+  if (!whole) return nullptr;
+  return std::make_unique<ReplacingOutputFile>(std::move(*whole), name);
+}
+
+base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
+                                                         const base::WholeFile::Options& options) {
+  return base::WholeFile::Open(base::Narrow(WideOf(name.text)), options);
 }
 
 std::string NewTemporaryFile(const std::string& prefix) {
@@ -177,19 +239,6 @@ std::string NewTemporaryFile(const std::string& prefix) {
   if (length == 0 || length >= sizeof folder) return "";
   char path[MAX_PATH];
   return GetTempFileNameA(folder, prefix.c_str(), 0, path) != 0 ? path : "";
-}
-
-std::string NewFileBeside(const std::string& path) {
-  static unsigned number = 0;
-  while (true) {
-    const std::string name = ".tavhost-" + std::to_string(GetCurrentProcessId()) + '-' +
-                             std::to_string(++number) + ".tmp";
-    std::string file = Join(FolderOf(path), name);
-    const Handle made(CreateFileA(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (made.IsOpen()) return file;
-    if (GetLastError() != ERROR_FILE_EXISTS) return "";
-  }
 }
 
 bool IsAbsolute(const std::string& path) {

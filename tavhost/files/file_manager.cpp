@@ -5,17 +5,52 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tl/expected.hpp>
+#include <vector>
 
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/command_end.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
+#include "tavhost/files/open_output_files.h"
 
 namespace {
 
+std::string NotStoredText(const base::Error& error) {
+  return error.file.value_or("the file") + " could not be stored: " + error.message;
+}
+
 // Files open for writing, by handle. Handles are never given out twice; what a plug-in forgets to
-// close is closed when the program ends.
-std::map<TavFileHandle, std::unique_ptr<disk::OutputFile>> openFiles;
+// close is closed when the host ends (open_output_files.h). Never destroyed: no static object may
+// be needed then that is gone already.
+auto& openFiles = *new std::map<TavFileHandle, std::unique_ptr<disk::OutputFile>>;
+// Those that the running command has opened and not closed.
+auto& openedNow = *new std::vector<TavFileHandle>;
+
+// Ends the command: a file could not be stored although every write has been taken.
+[[noreturn]] void Fail(const base::Error& error) {
+  throw command_end::Failure(NotStoredText(error));
+}
+
+// A command that comes to its end has kept the files open for others to come. One that was left by
+// a stop or an error has forgotten them: what was not whole is not stored.
+void SettleOpenedFiles(bool returned) {
+  std::vector<TavFileHandle> handles;
+  handles.swap(openedNow);
+  std::optional<base::Error> failed;
+  for (const TavFileHandle handle : handles) {
+    const auto file = openFiles.find(handle);
+    if (file == openFiles.end()) continue;
+    const base::Result<void> stays = returned ? file->second->StayOpen() : base::Result<void>();
+    if (returned && stays) continue;
+    if (!stays) failed = stays.error();
+    openFiles.erase(file);
+  }
+  if (failed) Fail(*failed);
+}
 
 // What a path and a library mean: a name of the disk, or nothing when the area cannot hold it.
 class Target {
@@ -24,8 +59,9 @@ class Target {
       : inArea_(database_area::IsInArea(path, libraryId)) {
     if (std::find(path.begin(), path.end(), '\0') != path.end()) return;
     if (inArea_) {
-      stored_ = database_area::FindFile(path, libraryId);
-      if (stored_) name_ = disk::Name{stored_->c_str(), false};
+      path_ = path;
+      libraryId_ = libraryId;
+      Find();
     } else {
       name_ = disk::Name{path.data(), true};
     }
@@ -36,12 +72,27 @@ class Target {
   bool IsValid() const { return name_.has_value(); }
   bool IsInArea() const { return inArea_; }
   disk::Name Name() const { return *name_; }
-  // It may be removed, moved or replaced.
-  bool IsFree() const { return !inArea_ || !database_area::IsBeingWritten(*stored_); }
+  // Keeps writers of the area away as long as this object lives. False when one has the name: the
+  // file may be neither removed, nor moved, nor replaced then.
+  bool Lock() {
+    if (!inArea_) return true;
+    lock_ = database_area::LockName(path_, libraryId_);
+    if (lock_) Find();  // whoever had the name until now may have changed what it means
+    return lock_ && IsValid();
+  }
 
  private:
+  void Find() {
+    name_.reset();
+    stored_ = database_area::FindFile(path_, libraryId_);
+    if (stored_) name_ = disk::Name{stored_->c_str(), false};
+  }
+
   bool inArea_;
+  std::string path_;
+  long libraryId_ = database_area::kFileSystem;
   std::optional<std::string> stored_;
+  std::unique_ptr<name_lock::Lock> lock_;
   std::optional<disk::Name> name_;
 };
 
@@ -50,8 +101,15 @@ TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
   const bool append = (mode & TavFileManager::kAppend) != 0;
   auto file = database_area::IsInArea(path, libraryId)
                   ? database_area::OpenForWriting(path, libraryId, append)
-                  : disk::OpenForWriting({path}, append);
+              : append ? disk::OpenForWriting({path}, true)
+                       : disk::OpenForReplacing({path});
   if (!file) return 0;
+  if (command_end::IsInCommand()) {
+    openedNow.push_back(last + 1);
+    command_end::Do(SettleOpenedFiles);
+  } else if (!file->StayOpen()) {
+    return 0;
+  }
   openFiles[++last] = std::move(file);
   return last;
 }
@@ -59,13 +117,16 @@ TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
 bool Copy(const char* from, const char* to, long fromLibraryId, long toLibraryId,
           bool copyAttributes) {
   const Target source(from, fromLibraryId);
-  const Target target(to, toLibraryId);
-  if (!source.IsValid() || !target.IsValid() || !target.IsFree()) return false;
+  Target target(to, toLibraryId);
+  if (!source.IsValid() || !target.IsValid()) return false;
   if (target.IsInArea() &&
       (!disk::IsFile(source.Name()) || !database_area::MakeLibrary(toLibraryId))) {
     return false;
   }
-  return disk::Copy(source.Name(), target.Name(), copyAttributes);
+  disk::CopyOptions options;
+  options.keepAttributes = copyAttributes;
+  options.synced = target.IsInArea();
+  return target.Lock() && disk::Copy(source.Name(), target.Name(), options);
 }
 
 std::string_view LastName(std::string_view path) {
@@ -82,16 +143,31 @@ bool RenameInArea(const Target& source, const Target& target, std::string_view w
 }
 
 bool Rename(const char* from, const char* to, long libraryId) {
-  const Target source(from, libraryId);
-  const Target target(to, libraryId);
-  if (!source.IsValid() || !target.IsValid() || !source.IsFree() || !target.IsFree()) return false;
+  Target source(from, libraryId);
+  Target target(to, libraryId);
+  if (!source.IsValid() || !target.IsValid()) return false;
   // Nothing is renamed into the area or out of it; that takes a copy.
   if (source.IsInArea() != target.IsInArea()) return false;
+  const bool isOneName =
+      source.IsInArea() && ascii::EqualIgnoringCase(LastName(from), LastName(to));
+  if (!source.Lock() || (!isOneName && !target.Lock())) return false;
   return source.IsInArea() ? RenameInArea(source, target, to)
                            : disk::Rename(source.Name(), target.Name());
 }
 
 }  // namespace
+
+bool open_output_files::CloseAll() {
+  bool areStored = true;
+  while (!openFiles.empty()) {
+    const std::unique_ptr<disk::OutputFile> closing = std::move(openFiles.begin()->second);
+    openFiles.erase(openFiles.begin());
+    const base::Result<bool> stored = closing->Close();
+    if (!stored) report::Line("tavhost: " + NotStoredText(stored.error()));
+    areStored &= stored.has_value();
+  }
+  return areStored;
+}
 
 TavFileHandle TavFileManager::fileOpenWrite(const char* path, int mode, long libraryId) {
   trace::Call call("TavFileManager::fileOpenWrite", path, mode, libraryId);
@@ -110,9 +186,11 @@ bool TavFileManager::fileClose(TavFileHandle& handle) {
   const auto file = openFiles.find(handle);
   handle = 0;
   if (file == openFiles.end()) return call.Result(false);
-  const bool closed = file->second->Close();
+  const std::unique_ptr<disk::OutputFile> closing = std::move(file->second);
   openFiles.erase(file);
-  return call.Result(closed);
+  const base::Result<bool> stored = closing->Close();
+  if (!stored) Fail(stored.error());
+  return call.Result(*stored);
 }
 
 bool TavFileManager::fileExists(const SV::String& path, long libraryId, bool unused) {
@@ -123,8 +201,8 @@ bool TavFileManager::fileExists(const SV::String& path, long libraryId, bool unu
 
 bool TavFileManager::fileDelete(const SV::String& path, long libraryId) {
   trace::Call call("TavFileManager::fileDelete", path, libraryId);
-  const Target target(path.View(), libraryId);
-  return call.Result(target.IsValid() && target.IsFree() && disk::Delete(target.Name()));
+  Target target(path.View(), libraryId);
+  return call.Result(target.IsValid() && target.Lock() && disk::Delete(target.Name()));
 }
 
 bool TavFileManager::fileCopy(const char* from, const char* to, long fromLibraryId,

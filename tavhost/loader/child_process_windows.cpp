@@ -1,8 +1,8 @@
 #include "host/windows/windows.h"
+#include "tavhost/base/system_error_windows.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/program_file.h"
-#include "tavhost/loader/system_error_windows.h"
 
 namespace loader {
 
@@ -104,7 +104,7 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
   if (!CreatePipe(readEnd.Receive(), writeEnd.Receive(), &inherited, 0) ||
       !SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0) ||
       !Start(arguments, writeEnd, process)) {
-    outcome.reason = SystemErrorText(GetLastError());
+    outcome.reason = base::SystemErrorText(GetLastError());
     return outcome;
   }
   writeEnd.Close();
@@ -130,7 +130,7 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
   GetExitCodeProcess(child, &code);
   if (code >= kFirstCrashCode) {
     outcome.end = ChildOutcome::End::kCrashed;
-    outcome.reason = SystemErrorText(code);
+    outcome.reason = base::SystemErrorText(code);
   } else {
     outcome.end = ChildOutcome::End::kExited;
     outcome.code = static_cast<int>(code);

@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/system_error_windows.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/refusal_texts.h"
-#include "tavhost/loader/system_error_windows.h"
 
 // The PE format, as far as loading depends on it.
 namespace loader {
@@ -46,7 +46,8 @@ class File {
 
 base::Result<void> CheckLibraryFile(const std::string& path) {
   const File file(path);
-  if (!file.IsOpen()) return base::Failure(messages::CannotRead(SystemErrorText(GetLastError())));
+  if (!file.IsOpen())
+    return base::Failure(messages::CannotRead(base::SystemErrorText(GetLastError())));
   const std::uint64_t size = file.Size();
 
   IMAGE_DOS_HEADER dos;

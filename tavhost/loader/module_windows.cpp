@@ -2,16 +2,16 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/system_error_windows.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/module.h"
-#include "tavhost/loader/system_error_windows.h"
 
 namespace loader {
 
 base::Result<Module> Module::Load(const std::string& path) {
   Module module;
   module.handle_ = LoadLibraryExW(base::Wide(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  if (!module.handle_) return base::Failure(SystemErrorText(GetLastError()));
+  if (!module.handle_) return base::Failure(base::SystemErrorText(GetLastError()));
   return module;
 }
 

@@ -10,6 +10,7 @@
 #include "host/notation/message_port.h"
 #include "host/script/script_result.h"
 #include "host/system/version.h"
+#include "tavhost/base/command_end.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -33,10 +34,18 @@ void SetError(TavScriptResult& result, const char* command, const std::string& t
 template <typename CallPlugin>
 bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin) {
   try {
-    const trace::PluginScope scope;
-    return callPlugin();
+    command_end::Scope end;
+    bool isCommand;
+    {
+      const trace::PluginScope scope;
+      isCommand = callPlugin();
+    }
+    end.Returned();
+    return isCommand;
   } catch (const stop::Stopped&) {
     throw;
+  } catch (const command_end::Failure& failure) {
+    SetError(result, command, failure.what());
   } catch (const std::bad_alloc&) {
     SetError(result, command, "out of memory");
   } catch (const std::length_error& error) {

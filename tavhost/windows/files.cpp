@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/new_file_posix.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
@@ -61,7 +62,7 @@ bool CopyFile(const Path& fromPath, const Path& toPath, const CopyOptions& optio
   const Place to(toPath);
   if (!from.IsValid() || !to.IsValid()) return false;
   if (fromPath.HasTrailingSeparator() || toPath.HasTrailingSeparator()) return Refuse(ENOTDIR);
-  return CopyFile(from, to, options);
+  return CopyFile(from, to, options) && (!options.synced || SyncFolderOf(to));
 }
 
 namespace {
@@ -89,14 +90,15 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   if (S_ISDIR(source.st_mode)) return Refuse(EXDEV);
   CopyOptions options;
   options.keepAttributes = true;
-  options.sync = true;
+  options.move = true;
+  options.synced = true;
   if (!CopyFile(from, to, options)) return false;
   // What somebody has written meanwhile is not in the copy.
   struct stat now;
   const bool same = from.Status(now) && IdOf(now) == IdOf(source) &&
                     now.st_size == source.st_size && now.st_mtim.tv_sec == source.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == source.st_mtim.tv_nsec;
-  if (same && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
+  if (same && SyncFolderOf(to) && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
   const int error = same ? errno : EBUSY;
   unlinkat(to.Directory(), to.Name(), 0);
   return Refuse(error);
@@ -115,7 +117,9 @@ bool MoveFile(const Path& fromPath, const Path& toPath) {
     if (namesDirectory && !S_ISDIR(source.st_mode)) return Refuse(ENOTDIR);
     if (IsOpenFile(IdOf(source))) return Refuse(EBUSY);
   }
-  if (RenameWithoutReplacing(from.Directory(), from.Name(), to.Directory(), to.Name())) return true;
+  if (base::RenameWithoutReplacing(from.Directory(), from.Name(), to.Directory(), to.Name())) {
+    return true;
+  }
   const int error = errno;
   if ((error != EXDEV && error != EEXIST) || !from.Status(source)) return Refuse(error);
   if (error == EXDEV) return MoveToOtherFileSystem(from, to, source);

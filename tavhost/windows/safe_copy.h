@@ -11,39 +11,18 @@ struct CopyOptions {
   bool replace = false;         // an existing target; otherwise it makes the copy fail
   bool keepAttributes = false;  // also the read-only attribute and the modification time
   bool followLink = false;      // copy what the link stands for, not the link
-  bool sync = false;            // on the disk before the target appears
+  bool synced = false;          // on the disk before the target appears
+  // The source goes afterwards: the copy has its owner (as far as this user may give it), mode and
+  // times.
+  bool move = false;
 };
 
 // False with errno set. The target is refused when it is the source itself, a directory, no plain
-// file, read-only, or open for writing by the host.
+// file, read-only, or open for writing by the host; a file that is replaced keeps owner and mode.
+// Ends with stop::Stopped when a stop is asked for.
 bool CopyFile(const Place& from, const Place& to, const CopyOptions& options);
 
-// Gives `from` the name `to`, unless that exists; false with errno set.
-bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory, const char* to);
-
-// A file under a temporary name beside `to` that becomes `to` at last.
-class NewFile {
- public:
-  explicit NewFile(const Place& to);
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  ~NewFile();  // removes what has not been published
-
-  bool Create(mode_t mode);
-  bool CreateLink(const char* text);
-  int Descriptor() const { return file_.Get(); }
-  bool Close() { return file_.Close(); }
-  // Gives the closed file its name. What stands there already is replaced when it may be by a copy
-  // of `source`.
-  bool Publish(bool replace, FileId source);
-
- private:
-  bool MakeName();
-
-  const Place& to_;
-  windows::Descriptor file_;
-  bool exists_ = false;
-  char name_[4096];
-};
+// The names in the folder in which the place lies are on the disk when this returns.
+bool SyncFolderOf(const Place& place);
 
 }  // namespace windows

@@ -16,7 +16,7 @@
 namespace {
 
 bool listingFails = false;
-bool appendingFails = false;
+bool appendingFails = false;  // the new file for it cannot be made
 
 template <typename Function>
 Function* Next(const char* name) {
@@ -38,7 +38,7 @@ extern "C" int openat(int folder, const char* name, int flags, ...) {
   va_start(arguments, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  if (!appendingFails || (flags & O_APPEND) == 0) return next(folder, name, flags, mode);
+  if (!appendingFails || (flags & O_EXCL) == 0) return next(folder, name, flags, mode);
   errno = EMFILE;
   return -1;
 }
@@ -67,7 +67,7 @@ TEST_F(Disk, AFolderThatCannotBeReadToItsEndIsNoList) {
   listingFails = false;
   EXPECT_FALSE(listed);
   EXPECT_EQ(opened, 0) << "x may be the file that is meant";
-  EXPECT_EQ(CountEntries("area"), 2);
+  EXPECT_EQ(CountEntries("area/0"), 1);
   EXPECT_TRUE(TavFileManager::getAllDBFilesOfDir(0, names));
   EXPECT_EQ(names.size(), 1u);
 }
@@ -77,7 +77,7 @@ TEST_F(Disk, AFileThatCannotBeAppendedToLeavesNothingBesideIt) {
   EXPECT_EQ(TavFileManager::fileOpenWrite("db:\\x", 2 + 8, -1), 0);
   appendingFails = false;
   EXPECT_EQ(Read("area/0/x"), "old");
-  EXPECT_EQ(CountEntries("area"), 2);
+  EXPECT_EQ(CountEntries("area/0"), 1);
 }
 
 }  // namespace

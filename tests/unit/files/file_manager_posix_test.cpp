@@ -9,6 +9,7 @@
 #include "host/files/database_names.h"
 #include "host/files/system_file_manager.h"
 #include "host/windows/files.h"
+#include "tavhost/base/command_end.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
 #include "tests/support/scratch_folder.h"
@@ -385,7 +386,7 @@ TEST_F(DatabaseArea, AReadOnlyFileIsNotReplaced) {
   EXPECT_FALSE(TavFileManager::fileCopy("db:\\x", "db:\\X", -1, -1, false));
   EXPECT_EQ(ReadBack("db:\\x"), "keep");
   EXPECT_TRUE(TavFileManager::fileRename("db:\\x", "db:\\y", -1));
-  EXPECT_EQ(CountEntries("../area"), 2);
+  EXPECT_EQ(CountEntries("../area/0"), 1);
 }
 
 TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
@@ -405,7 +406,7 @@ TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
   EXPECT_TRUE(WriteWhole("db:\\y", "first", 2 + 8));
   EXPECT_EQ(ReadBack("db:\\y"), "first");
   EXPECT_TRUE(TavFileManager::fileDelete("db:\\y", -1));
-  EXPECT_EQ(CountEntries("../area"), 2);
+  EXPECT_EQ(CountEntries("../area/0"), 1);
 }
 
 TEST_F(DatabaseArea, AFileThatDoesNotFitLeavesTheOldOne) {
@@ -420,12 +421,18 @@ TEST_F(DatabaseArea, AFileThatDoesNotFitLeavesTheOldOne) {
   const long written = TavFileManager::fileWrite(handle, "new and long", 12);
   setrlimit(RLIMIT_FSIZE, &before);
   signal(SIGXFSZ, ignored);
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(TavFileManager::fileClose(handle));
-  EXPECT_NE(testing::internal::GetCapturedStderr().find("could not be stored"), std::string::npos);
-  EXPECT_EQ(written, 5);
+  EXPECT_EQ(written, 0);
+  std::string told;
+  try {
+    TavFileManager::fileClose(handle);
+  } catch (const command_end::Failure& failure) {
+    told = failure.what();
+  }
+  EXPECT_EQ(told, std::filesystem::current_path().string() + "/../area/0/x" +
+                      " could not be stored: File too large; it stays as it was");
+  EXPECT_EQ(handle, 0);
   EXPECT_EQ(ReadBack("db:\\x"), "old");
-  EXPECT_EQ(CountEntries("../area"), 2) << "nothing is left beside it";
+  EXPECT_EQ(CountEntries("../area/0"), 1) << "nothing is left beside it";
 }
 
 TEST_F(DatabaseArea, EveryFileUnderWayIsHeld) {

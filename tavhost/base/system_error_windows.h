@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace loader {
+namespace base {
 
 // What the system says about an error code, without the full stop and line end.
 std::string SystemErrorText(unsigned long code);
 
-}  // namespace loader
+}  // namespace base

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "tavhost/base/descriptor_posix.h"
+
+// How a file takes the place of another in one step. False with errno set.
+namespace base {
+
+// Gives `from` the name `to`, unless that exists.
+bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory, const char* to);
+
+// The system has been told to keep the names in a folder, after a rename in it. Where a folder
+// cannot be read, or its file system has no such order, there is nothing to be done.
+bool SyncFolder(int directory, const char* path);
+
+// A file, or a link, under a temporary name (`.tavhost-NUMBER-NUMBER.tmp`) in the folder in which
+// it is to stand, until it takes the name it is made for. Whatever fails, and wherever the process
+// dies, that name stands for nothing, for what it stood for before, or for all of the new file.
+class NewFile {
+ public:
+  // As the system's `...at` functions take a name. Both must outlive this object.
+  NewFile(int directory, const char* name) : directory_(directory), target_(name) {}
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile();  // removes what has not taken its name
+
+  bool Create(mode_t mode);
+  bool CreateLink(const char* text);
+  int Descriptor() const { return file_.Get(); }  // for reading and writing
+  const char* TemporaryName() const { return name_.c_str(); }
+  bool Close() { return file_.Close(); }
+
+  // Nothing may have the name yet, or whatever has it goes, but for a folder.
+  bool TakeFreeName();
+  bool ReplaceName();
+
+ private:
+  void MakeName();
+
+  int directory_;
+  const char* target_;
+  base::Descriptor file_;
+  bool exists_ = false;
+  std::string name_;
+};
+
+}  // namespace base

@@ -1,0 +1,303 @@
+#include "tavhost/base/whole_file_posix.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <tl/expected.hpp>
+#include <utility>
+
+#include "tavhost/base/file_contents_posix.h"
+#include "tavhost/base/file_rights_posix.h"
+#include "tavhost/base/new_file_posix.h"
+#include "tavhost/base/uninterrupted_posix.h"
+
+namespace base {
+
+namespace {
+
+constexpr int kLongestChainOfLinks = 40;
+
+// A name in a folder that stays the same, wherever the current directory goes meanwhile.
+struct Target {
+  Descriptor folder;
+  std::string name;
+  std::string path;  // for a person
+};
+
+tl::unexpected<Error> Failed(const Target& target, int error) {
+  return Failure(std::strerror(error), target.path);
+}
+
+OnStop OnStopOf(const WholeFile::Options& options) {
+  return options.stoppable ? OnStop::kEnd : OnStop::kGoOn;
+}
+
+// Written in place. Nothing of the old text is touched before the file system has room for the
+// part that takes its place; a stop is not looked at in between.
+class InPlaceFile final : public WholeFile {
+ public:
+  InPlaceFile(Target target, Descriptor file, const struct stat& status, const Options& options)
+      : target_(std::move(target)),
+        file_(std::move(file)),
+        oldSize_(status.st_size),
+        synced_(options.synced),
+        end_(options.keepsContents ? status.st_size : 0) {}
+
+  Result<void> Write(std::string_view bytes) override {
+    if (!HasRoomFor(bytes.size())) return Failed(target_, errno);
+    if (lseek(file_.Get(), end_, SEEK_SET) < 0) return Failed(target_, errno);
+    const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), OnStop::kGoOn);
+    end_ += static_cast<off_t>(written);
+    if (written != bytes.size()) return Failed(target_, errno);
+    return {};
+  }
+
+  Result<void> Store() override {
+    const bool stored =
+        (end_ >= oldSize_ || Uninterrupted([this] { return ftruncate(file_.Get(), end_); }) == 0) &&
+        (!synced_ || Uninterrupted([this] { return fsync(file_.Get()); }) == 0);
+    const int error = errno;
+    if (!file_.Close()) return Failed(target_, errno);
+    if (!stored) return Failed(target_, error);
+    return {};
+  }
+
+ private:
+  bool HasRoomFor(std::size_t length) {
+    if (length == 0) return true;
+    const int reserved = Uninterrupted([&] {
+      return fallocate(file_.Get(), FALLOC_FL_KEEP_SIZE, end_, static_cast<off_t>(length));
+    });
+    // Some file systems cannot reserve; they are written to all the same.
+    if (reserved == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG)) return true;
+    const int error = errno;
+    // Gives back what was reserved behind the end.
+    if (end_ <= oldSize_ && ftruncate(file_.Get(), oldSize_) != 0) errno = error;
+    errno = error;
+    return false;
+  }
+
+  Target target_;
+  Descriptor file_;
+  off_t oldSize_;
+  bool synced_;
+  off_t end_;  // of what is written
+};
+
+// Written beside the target, whose name it takes when it is stored.
+class ReplacingFile final : public WholeFile {
+ public:
+  ReplacingFile(Target target, const Options& options)
+      : target_(std::move(target)),
+        options_(options),
+        file_(target_.folder.Get(), target_.name.c_str()) {}
+
+  // `old` is the file that it will replace, open for reading and writing; not open when there is
+  // none. False with errno set when such a file cannot be made.
+  bool Create(const Descriptor& old, const struct stat& status) {
+    if (!old.IsOpen()) return file_.Create(options_.ownerOnly ? 0600 : 0666);
+    // Never open to more than the old file, from the first moment on.
+    if (!file_.Create(0600)) return false;
+    isReplacing_ = true;
+    return TakeRights(file_.Descriptor(), old.Get(), status);
+  }
+
+  bool CopyOld(const Descriptor& old, const struct stat& status) {
+    CopyWay way;
+    way.onStop = OnStopOf(options_);
+    return CopyContents(old.Get(), file_.Descriptor(), static_cast<std::uint64_t>(status.st_size),
+                        way);
+  }
+
+  Result<void> Write(std::string_view bytes) override {
+    if (error_ != 0) return Failed(target_, error_);
+    error_ = ECANCELED;  // what is left of a write that a stop ends
+    const std::size_t written =
+        WriteBytes(file_.Descriptor(), bytes.data(), bytes.size(), OnStopOf(options_));
+    error_ = written == bytes.size() ? 0 : errno;
+    if (error_ != 0) return Failed(target_, error_);
+    return {};
+  }
+
+  Result<void> Store() override {
+    if (error_ != 0) return Failed(target_, error_);
+    if (options_.synced && Uninterrupted([this] { return fsync(file_.Descriptor()); }) != 0) {
+      return Failed(target_, errno);
+    }
+    if (!file_.Close()) return Failed(target_, errno);
+    if (!file_.ReplaceName()) {
+      // Something is mounted on that name, which a rename cannot take away.
+      if (errno == EBUSY && isReplacing_) return WriteOver();
+      return Failed(target_, errno);
+    }
+    if (options_.synced && !SyncFolder(target_.folder.Get(), ".")) return Failed(target_, errno);
+    return {};
+  }
+
+ private:
+  Result<void> WriteOver() {
+    const Descriptor from(
+        openat(target_.folder.Get(), file_.TemporaryName(), O_RDONLY | O_CLOEXEC));
+    Descriptor to(openat(target_.folder.Get(), target_.name.c_str(), O_RDWR | O_CLOEXEC));
+    struct stat size;
+    struct stat status;
+    if (!from.IsOpen() || !to.IsOpen() || fstat(from.Get(), &size) != 0 ||
+        fstat(to.Get(), &status) != 0) {
+      return Failed(target_, errno);
+    }
+    CopyWay way;
+    way.onStop = OnStop::kGoOn;
+    if (!CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), way) ||
+        ftruncate(to.Get(), size.st_size) != 0 || (options_.synced && fsync(to.Get()) != 0) ||
+        !to.Close()) {
+      return Failed(target_, errno);
+    }
+    return {};
+  }
+
+  Target target_;
+  Options options_;
+  NewFile file_;
+  bool isReplacing_ = false;
+  int error_ = 0;  // why not all is there; it cannot be stored then
+};
+
+// One of the three streams that every program has leads to that file: whoever holds it would go on
+// writing to a file without a name.
+bool IsStandardStream(const struct stat& file) {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    struct stat status;
+    if (fstat(stream, &status) == 0 && status.st_dev == file.st_dev &&
+        status.st_ino == file.st_ino) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool MustKeepItsPlace(const struct stat& status) {
+  return status.st_nlink > 1 || IsStandardStream(status);
+}
+
+// What stands at the end of a path, links followed.
+struct Found {
+  Target target;
+  Descriptor old;  // open for writing; not open when nothing stands there
+  struct stat status = {};
+  bool isLinked = false;
+  // The path leads to a file in a way that no name tells, as those of open files do that the system
+  // shows as links.
+  bool isNameless = false;
+};
+
+// Opened for writing, so that a file without that right is refused although its folder would take
+// another one in its place.
+Descriptor OpenOld(int directory, const char* name, const WholeFile::Options& options, int flags) {
+  return Descriptor(Uninterrupted([&] {
+    return openat(
+        directory, name,
+        (options.keepsContents ? O_RDWR : O_WRONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | flags);
+  }));
+}
+
+// Follows the links at the end of a path; false with errno set.
+bool FindTarget(int directory, std::string_view path, const WholeFile::Options& options,
+                Found& found) {
+  std::string rest(path);
+  found.target.path = path;
+  Target& target = found.target;
+  for (int links = 0; links < kLongestChainOfLinks; ++links) {
+    const auto slash = rest.rfind('/');
+    const std::string folder = slash == std::string::npos ? "."
+                               : slash == 0               ? "/"
+                                                          : rest.substr(0, slash);
+    const int from = target.folder.IsOpen() ? target.folder.Get() : directory;
+    Descriptor opened(openat(from, folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.IsOpen()) return false;
+    target.folder = std::move(opened);
+    target.name = slash == std::string::npos ? rest : rest.substr(slash + 1);
+    if (target.name.empty()) {
+      errno = EISDIR;
+      return false;
+    }
+    found.old = OpenOld(target.folder.Get(), target.name.c_str(), options, O_NOFOLLOW);
+    if (found.old.IsOpen()) return fstat(found.old.Get(), &found.status) == 0;
+    if (errno == ENOENT) return true;
+    if (errno != ELOOP || !options.followsLink) return false;
+    char text[PATH_MAX];
+    const ssize_t length =
+        readlinkat(target.folder.Get(), target.name.c_str(), text, sizeof text - 1);
+    if (length < 0) return false;
+    rest.assign(text, static_cast<std::size_t>(length));
+    found.isLinked = true;
+  }
+  errno = ELOOP;
+  return false;
+}
+
+// A link's text may be no name at all, or another file's: then the file itself is what is meant.
+bool FindNameless(int directory, const std::string& path, const WholeFile::Options& options,
+                  Found& found) {
+  struct stat reached;
+  if (fstatat(directory, path.c_str(), &reached, 0) != 0) return errno == ENOENT;
+  if (found.old.IsOpen() && reached.st_dev == found.status.st_dev &&
+      reached.st_ino == found.status.st_ino) {
+    return true;
+  }
+  found.isNameless = true;
+  found.old = OpenOld(directory, path.c_str(), options, 0);
+  return found.old.IsOpen() && fstat(found.old.Get(), &found.status) == 0;
+}
+
+// Why a file cannot get other contents, as errno; 0: it can.
+int WhyNot(const Found& found) {
+  if (!found.old.IsOpen()) return 0;
+  if (!S_ISREG(found.status.st_mode)) return EINVAL;
+  // Permissions do not hold back every user; the read-only attribute does.
+  return (found.status.st_mode & S_IWUSR) == 0 ? EACCES : 0;
+}
+
+}  // namespace
+
+Result<std::unique_ptr<WholeFile>> OpenWholeFileAt(int directory, std::string_view path,
+                                                   const WholeFile::Options& options) {
+  const std::string whole(path);
+  Found found;
+  const auto find = [&] {
+    found = Found();
+    return FindTarget(directory, path, options, found) &&
+           (!found.isLinked || FindNameless(directory, whole, options, found));
+  };
+  if (!find()) return Failure(std::strerror(errno), whole);
+  if (const int error = WhyNot(found); error != 0) return Failure(std::strerror(error), whole);
+  const bool isNew = !found.old.IsOpen();
+  if (isNew || (!found.isNameless && !MustKeepItsPlace(found.status))) {
+    auto file = std::make_unique<ReplacingFile>(std::move(found.target), options);
+    if (file->Create(found.old, found.status)) {
+      if (options.keepsContents && !isNew && !file->CopyOld(found.old, found.status)) {
+        return Failure(std::strerror(errno), whole);
+      }
+      return file;
+    }
+    // A full disk says so here; what the folder or the owner does not allow may go in place.
+    const bool isForbidden = errno == EACCES || errno == EPERM || errno == EROFS;
+    const int error = errno;
+    file.reset();
+    if (isNew || !isForbidden || !find()) {
+      return Failure(std::strerror(error), whole);
+    }
+  }
+  return std::make_unique<InPlaceFile>(std::move(found.target), std::move(found.old), found.status,
+                                       options);
+}
+
+Result<std::unique_ptr<WholeFile>> WholeFile::Open(const std::string& path,
+                                                   const Options& options) {
+  return OpenWholeFileAt(AT_FDCWD, path, options);
+}
+
+}  // namespace base

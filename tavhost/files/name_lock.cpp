@@ -1,0 +1,43 @@
+#include "tavhost/files/name_lock.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/stop.h"
+
+namespace name_lock {
+
+namespace {
+
+// The case of letters makes no difference. Two names with one number would only wait for each
+// other; of 2^61 numbers that will not be.
+std::uint64_t OffsetOf(std::string_view name) {
+  std::uint64_t hash = 0xcbf29ce484222325u;  // FNV-1a
+  for (const char byte : name) {
+    hash = (hash ^ static_cast<unsigned char>(ascii::ToLower(byte))) * 0x100000001b3u;
+  }
+  return (hash >> 3) * 2;  // a file's offsets are signed
+}
+
+}  // namespace
+
+std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kLongestNap{8};
+  std::unique_ptr<Lock> lock = detail::Open(file, OffsetOf(name));
+  if (!lock) return nullptr;
+  const Clock::time_point end = Clock::now() + std::chrono::seconds(kLongestWaitSeconds);
+  std::chrono::milliseconds nap{1};
+  Lock::Outcome outcome;
+  while ((outcome = lock->Try()) == Lock::Outcome::kBusy && Clock::now() < end) {
+    stop::ThrowIfRequested();
+    std::this_thread::sleep_for(nap);
+    nap = std::min(2 * nap, kLongestNap);
+  }
+  if (outcome != Lock::Outcome::kTaken) return nullptr;
+  return lock;
+}
+
+}  // namespace name_lock

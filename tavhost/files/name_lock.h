@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// One writer of a stored file at a time, in this process and between processes. The locks are bytes
+// of one empty file, two for each name; the system gives them back when a process dies. A name's
+// second writer waits as long as the first one is within one command, for kLongestWaitSeconds at
+// most; one that keeps the file open over several commands makes it fail at once.
+namespace name_lock {
+
+inline constexpr int kLongestWaitSeconds = 10;
+
+class Lock {
+ public:
+  virtual ~Lock() = default;  // gives the name back
+  // From now on nobody waits for the name.
+  virtual void KeepOpen() = 0;
+
+  enum class Outcome { kTaken, kBusy, kRefused };
+  virtual Outcome Try() = 0;
+};
+
+// Null when another writer keeps the name. `file` is where the locks are, made if need be; its
+// folder is there. Leaves with stop::Stopped when a stop is asked for.
+std::unique_ptr<Lock> Take(const std::string& file, std::string_view name);
+
+namespace detail {
+
+// The platform's part: not tried yet; null when the file cannot be opened. The byte at `offset` is
+// had by whoever writes, the one behind it also by one who keeps the file open.
+std::unique_ptr<Lock> Open(const std::string& file, std::uint64_t offset);
+
+}  // namespace detail
+
+}  // namespace name_lock

@@ -1,0 +1,60 @@
+#include "host/windows/windows.h"
+#include "tavhost/files/name_lock.h"
+
+namespace name_lock {
+
+namespace {
+
+class WindowsLock final : public Lock {
+ public:
+  WindowsLock(HANDLE file, std::uint64_t offset) : file_(file), offset_(offset) {}
+  WindowsLock(const WindowsLock&) = delete;
+  WindowsLock& operator=(const WindowsLock&) = delete;
+  ~WindowsLock() override { CloseHandle(file_); }
+
+  Outcome Try() override {
+    if (LockByte(offset_)) return Outcome::kTaken;
+    const DWORD error = GetLastError();
+    if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING) return Outcome::kRefused;
+    // Whoever keeps the file open has the second byte as well.
+    if (!LockByte(offset_ + 1)) return Outcome::kRefused;
+    OVERLAPPED place = PlaceOf(offset_ + 1);
+    UnlockFileEx(file_, 0, 1, 0, &place);
+    return Outcome::kBusy;
+  }
+
+  void KeepOpen() override {
+    // Somebody may have it for a moment, to look whether it can be had.
+    constexpr int kMost = 100;
+    for (int i = 0; i < kMost && !LockByte(offset_ + 1); ++i) Sleep(1);
+  }
+
+ private:
+  static OVERLAPPED PlaceOf(std::uint64_t offset) {
+    OVERLAPPED place = {};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return place;
+  }
+
+  bool LockByte(std::uint64_t offset) {
+    OVERLAPPED place = PlaceOf(offset);
+    return LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                      &place) != 0;
+  }
+
+  HANDLE file_;
+  std::uint64_t offset_;
+};
+
+}  // namespace
+
+std::unique_ptr<Lock> detail::Open(const std::string& file, std::uint64_t offset) {
+  const HANDLE opened = CreateFileA(file.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (opened == INVALID_HANDLE_VALUE) return nullptr;
+  return std::make_unique<WindowsLock>(opened, offset);
+}
+
+}  // namespace name_lock
