@@ -8,14 +8,15 @@
 #include <QKeyEvent>
 #include <QLocale>
 #include <QMessageBox>
-#include <QSaveFile>
 #include <QShortcut>
 #include <QStyle>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <numeric>
+#include <tl/expected.hpp>
 
+#include "tavhost/base/whole_file.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/table_print.h"
 #include "tavhost/ui/table/table_write.h"
@@ -262,11 +263,7 @@ bool TablePanel::SaveTo(const QString& file, const QString& title) const {
     const char separator = kind == QLatin1String("tsv") ? '\t' : ',';
     text = table_write::Delimited(table, rows, columns, true, separator) + '\n';
   }
-  QSaveFile out(file);
-  return out.open(QIODevice::WriteOnly) &&
-         out.write(text.data(), static_cast<qint64>(text.size())) ==
-             static_cast<qint64>(text.size()) &&
-         out.commit();
+  return base::WriteWholeFile(Bytes(file), text, {}).has_value();
 }
 
 void TablePanel::Print(const QString& title) { PrintTableWithDialog(items_.Seen(), title, this); }

@@ -2,6 +2,7 @@
 #include <QFileInfo>
 #include <QFrame>
 #include <QPushButton>
+#include <tl/expected.hpp>
 
 #include "tests/qt/ide_fixture.h"
 
@@ -160,6 +161,26 @@ TEST_F(IdeTest, WhatWasNotSavedComesBackAfterACrash) {
   ASSERT_TRUE(window_->close());
   Start();
   EXPECT_FALSE(window_->Tabs().PageOf(a) && window_->Tabs().PageOf(a)->IsModified());
+}
+
+TEST_F(IdeTest, OpenFilesAreNotedWhenTheyAreOpened) {
+  Start(Paths({Write(QStringLiteral("a.tav"), "a")}));
+  const auto opened = window_->Tabs().Open(Write(QStringLiteral("b.tav"), "b"));
+  ASSERT_TRUE(opened);
+  Start();  // the one before did not come to its end
+  EXPECT_EQ(window_->Tabs().Files(),
+            QStringList({Path(QStringLiteral("a.tav")), Path(QStringLiteral("b.tav"))}));
+}
+
+TEST_F(IdeTest, AFolderThatCannotBeWrittenIsToldAtTheStart) {
+  Write(QStringLiteral("file"), "");
+  ide::IdeOptions options;
+  options.folder = ui::Bytes(Path(QStringLiteral("file/folder")));
+  services_ = std::make_unique<app::IdeServices>();
+  window_ = std::make_unique<Window>(*services_, options);
+  TakeMainWindow(*window_);
+  window_->Start({});
+  EXPECT_TRUE(Console().contains(QStringLiteral("Nothing can be kept"))) << Console().toStdString();
 }
 
 TEST_F(IdeTest, ASecondWorkbenchLeavesTheSessionOfTheFirst) {

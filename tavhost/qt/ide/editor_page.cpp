@@ -6,13 +6,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QVBoxLayout>
 #include <tl/expected.hpp>
 #include <utility>
 
+#include "tavhost/base/whole_file.h"
 #include "tavhost/qt/ide/theme.h"
 #include "tavhost/qt/shown_text.h"
 
@@ -144,9 +144,13 @@ QByteArray EditorPage::Bytes() const {
 
 base::Result<void, QString> EditorPage::Save(const QString& path) {
   const QByteArray bytes = Bytes();
-  QSaveFile file(path);  // a temporary file beside it, then a rename
-  if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-    return Failure(QStringLiteral("%1 cannot be written: %2.").arg(path, file.errorString()));
+  base::WholeFile::Options options;
+  options.synced = true;
+  const auto saved = base::WriteWholeFile(
+      ui::Bytes(path), {bytes.constData(), static_cast<std::size_t>(bytes.size())}, options);
+  if (!saved) {
+    return Failure(
+        QStringLiteral("%1 cannot be written: %2.").arg(path, Shown(saved.error().message)));
   }
   path_ = QFileInfo(path).absoluteFilePath();
   disk_ = LookAt(path_, nullptr);

@@ -192,8 +192,11 @@ bool EditorTabs::MayClose() {
 
 void EditorTabs::Restore(const SessionStore::Unsaved& text) {
   EditorPage* page = text.path.isEmpty() ? nullptr : PageOf(text.path);
-  if (!page) page = Add(text.path.isEmpty() ? NewPage() : new EditorPage(help_, 0));
-  page->Restore(text.path, text.bytes);
+  // Two workbenches had changed one file: both texts come back.
+  const QString path = page && page->IsModified() ? QString() : text.path;
+  if (path.isEmpty()) page = nullptr;
+  if (!page) page = Add(path.isEmpty() ? NewPage() : new EditorPage(help_, 0));
+  page->Restore(path, text.bytes);
   page->Editor().GoTo(text.line, text.column);
 }
 

@@ -47,6 +47,9 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     store_.WriteHistory(QByteArray::fromStdString(cut));
   }
 
+  if (const QString problem = store_.Problem(); !problem.isEmpty()) {
+    console_->Error(Bytes(problem) + '\n');
+  }
   QString front = store_.IsFirst() ? RestoreFiles() : QString();
   for (const std::string& file : files) {
     const QString path = QDir::current().absoluteFilePath(Editable(file));
@@ -60,6 +63,8 @@ void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
     front = path;
   }
   if (tabs_->count() == 0) tabs_->New();
+  isRestored_ = true;
+  KeepUnsaved();
   if (EditorPage* const page = front.isEmpty() ? nullptr : tabs_->PageOf(front)) {
     tabs_->setCurrentWidget(page);
   }
@@ -105,21 +110,37 @@ void IdeWindow::SaveSession() {
   QSettings& settings = store_.Settings();
   settings.setValue(QStringLiteral("geometry"), saveGeometry());
   settings.setValue(QStringLiteral("layout"), saveState(kLayoutVersion));
-  if (store_.IsFirst()) {
-    settings.remove(QStringLiteral("files"));
-    settings.beginWriteArray(QStringLiteral("files"));
-    int index = 0;
-    for (EditorPage* const page : tabs_->Pages()) {
-      if (page->Path().isEmpty()) continue;
-      settings.setArrayIndex(index++);
-      settings.setValue(QStringLiteral("path"), page->Path());
-      settings.setValue(QStringLiteral("line"), page->Editor().Line());
-      settings.setValue(QStringLiteral("column"), page->Editor().Column());
-    }
-    settings.endArray();
-    settings.setValue(QStringLiteral("front"), tabs_->Page()->Path());
-  }
+  if (store_.IsFirst()) WriteFiles();
   settings.sync();
+}
+
+void IdeWindow::NoteFiles() {
+  if (!isRestored_ || !store_.IsFirst() || tabs_->Files() == noted_) return;
+  noted_ = tabs_->Files();
+  WriteFiles();
+  store_.Settings().sync();
+}
+
+void IdeWindow::WriteFiles() {
+  QSettings& settings = store_.Settings();
+  settings.remove(QStringLiteral("files"));
+  settings.beginWriteArray(QStringLiteral("files"));
+  int index = 0;
+  for (EditorPage* const page : tabs_->Pages()) {
+    if (page->Path().isEmpty()) continue;
+    settings.setArrayIndex(index++);
+    settings.setValue(QStringLiteral("path"), page->Path());
+    settings.setValue(QStringLiteral("line"), page->Editor().Line());
+    settings.setValue(QStringLiteral("column"), page->Editor().Column());
+  }
+  settings.endArray();
+  settings.setValue(QStringLiteral("front"), tabs_->Page()->Path());
+}
+
+void IdeWindow::TellNotKept(const base::Error& error) {
+  console_->Error("Texts that are not saved cannot be kept: " + error.file.value_or("the file") +
+                  " cannot be written: " + error.message +
+                  ". They are lost when the workbench ends by force; save them.\n");
 }
 
 }  // namespace ui::ide_view

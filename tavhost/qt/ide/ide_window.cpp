@@ -113,7 +113,10 @@ void IdeWindow::MakeEditors() {
     ShowTitle();
     keep_.start();
   };
-  tabs_->fileOpened = [this](const QString& path) { AddRecent(path); };
+  tabs_->fileOpened = [this](const QString& path) {
+    AddRecent(path);
+    NoteFiles();
+  };
   tabs_->failed = [this](const QString& text) {
     QMessageBox::warning(this, QStringLiteral("tavhost"), text);
   };
@@ -253,7 +256,10 @@ void IdeWindow::Ended(const ide::IdeHost::Outcome& outcome, bool isScript) {
 
 void IdeWindow::KeepUnsaved() {
   keep_.stop();
-  store_.KeepUnsaved(tabs_->Unsaved());
+  NoteFiles();
+  const base::Result<void> kept = store_.KeepUnsaved(tabs_->Unsaved());
+  if (!kept && canKeep_) TellNotKept(kept.error());  // once until it goes well again
+  canKeep_ = kept.has_value();
 }
 
 void IdeWindow::EndNow() {
@@ -299,7 +305,8 @@ void IdeWindow::closeEvent(QCloseEvent* event) {
   }
   if (!endNow_ && !tabs_->MayClose()) return event->ignore();
   SaveSession();
-  store_.KeepUnsaved(endNow_ ? tabs_->Unsaved() : QList<SessionStore::Unsaved>());
+  const auto kept = store_.KeepUnsaved(endNow_ ? tabs_->Unsaved() : QList<SessionStore::Unsaved>());
+  if (!kept) TellNotKept(kept.error());
   keep_.stop();
   check_.stop();
   event->accept();

@@ -129,6 +129,10 @@ class IdeWindow final : public QMainWindow {
   void RestoreSession(const std::vector<std::string>& files);
   QString RestoreFiles();
   void SaveSession();
+  // The open files, for the next start. Nothing to do when they are the ones noted last.
+  void NoteFiles();
+  void WriteFiles();
+  void TellNotKept(const base::Error& error);
 
   ide::IdeHost& host_;
   SessionStore store_;
@@ -163,8 +167,11 @@ class IdeWindow final : public QMainWindow {
   QActionGroup* themes_ = nullptr;
 
   QByteArray firstLayout_;
-  QTimer check_;  // since something was typed
-  QTimer keep_;   // … until it is kept for the next start
+  bool isRestored_ = false;  // what was open last is open again: from then on files are noted
+  QStringList noted_;        // the files noted last
+  bool canKeep_ = true;      // texts that are not saved
+  QTimer check_;             // since something was typed
+  QTimer keep_;              // … until it is kept for the next start
   bool closeWhenEnded_ = false;
   bool endNow_ = false;
   bool wasPainted_ = false;

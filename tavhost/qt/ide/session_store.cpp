@@ -5,9 +5,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 #include <QUuid>
+#include <tl/expected.hpp>
+
+#include "tavhost/base/whole_file.h"
+#include "tavhost/qt/shown_text.h"
 
 namespace ui::ide_view {
 
@@ -37,6 +40,14 @@ void KeepPrivate(const QString& path) {
   QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
+base::Result<void> WritePrivate(const QString& path, const QByteArray& bytes) {
+  base::WholeFile::Options options;
+  options.synced = true;
+  options.ownerOnly = true;
+  return base::WriteWholeFile(Bytes(path),
+                              {bytes.constData(), static_cast<std::size_t>(bytes.size())}, options);
+}
+
 }  // namespace
 
 SessionStore::SessionStore(const QString& folder)
@@ -62,6 +73,39 @@ QString SessionStore::UnsavedFile(const QString& id) const {
 
 QString SessionStore::HistoryFile() const { return data_ + QStringLiteral("/history"); }
 
+QString SessionStore::Problem() const {
+  if (!own_.isLocked()) {
+    return QStringLiteral(
+               "Nothing can be kept in %1: texts that are not saved are lost when the "
+               "workbench ends by force.")
+        .arg(QDir::toNativeSeparators(data_));
+  }
+  if (!settings_->isWritable()) {
+    return QStringLiteral("%1 cannot be written: settings and open files are not remembered.")
+        .arg(QDir::toNativeSeparators(settings_->fileName()));
+  }
+  return QString();
+}
+
+std::optional<QList<SessionStore::Unsaved>> SessionStore::ReadUnsaved(const QString& path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+  QDataStream stream(&file);
+  quint32 form = 0;
+  qint32 count = 0;
+  stream >> form >> count;
+  // Written by another version of the program, perhaps: left for that one.
+  if (form != kUnsavedForm || count < 0) return std::nullopt;
+  QList<Unsaved> texts;
+  for (qint32 i = 0; i < count; ++i) {
+    Unsaved text;
+    stream >> text.path >> text.bytes >> text.line >> text.column;
+    if (stream.status() != QDataStream::Ok) return std::nullopt;
+    texts.append(text);
+  }
+  return texts;
+}
+
 QList<SessionStore::Unsaved> SessionStore::TakeLost() {
   QList<Unsaved> lost;
   const QString pattern = QStringLiteral("unsaved-*");
@@ -69,45 +113,31 @@ QList<SessionStore::Unsaved> SessionStore::TakeLost() {
     if (name.endsWith(QLatin1String(".lock"))) continue;
     const QString id = name.mid(pattern.size() - 1);
     if (id == id_) continue;
-    QLockFile lock(UnsavedFile(id) + QStringLiteral(".lock"));
-    lock.setStaleLockTime(0);
-    if (!lock.tryLock(0)) continue;  // its workbench still runs
-    QFile file(UnsavedFile(id));
-    if (!file.open(QIODevice::ReadOnly)) continue;
-    QDataStream stream(&file);
-    quint32 form = 0;
-    qint32 count = 0;
-    stream >> form >> count;
-    QList<Unsaved> texts;
-    for (qint32 i = 0; form == kUnsavedForm && i < count; ++i) {
-      Unsaved text;
-      stream >> text.path >> text.bytes >> text.line >> text.column;
-      if (stream.status() != QDataStream::Ok) break;
-      texts.append(text);
-    }
-    file.close();
-    // Written by another version of the program, perhaps: left for that one.
-    if (texts.size() != count || form != kUnsavedForm) continue;
-    lost += texts;
-    // In this one's file before the other goes, so that a crash here loses nothing either.
-    KeepUnsaved(lost);
-    QFile::remove(UnsavedFile(id));
+    auto lock = std::make_unique<QLockFile>(UnsavedFile(id) + QStringLiteral(".lock"));
+    lock->setStaleLockTime(0);
+    if (!lock->tryLock(0)) continue;  // its workbench still runs
+    const auto texts = ReadUnsaved(UnsavedFile(id));
+    if (!texts) continue;
+    lost += *texts;
+    taken_.push_back({UnsavedFile(id), std::move(lock)});
   }
   return lost;
 }
 
-void SessionStore::KeepUnsaved(const QList<Unsaved>& texts) {
+base::Result<void> SessionStore::KeepUnsaved(const QList<Unsaved>& texts) {
   if (texts.isEmpty()) {
     QFile::remove(UnsavedFile(id_));
-    return;
+  } else {
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << kUnsavedForm << static_cast<qint32>(texts.size());
+    for (const Unsaved& text : texts) stream << text.path << text.bytes << text.line << text.column;
+    if (const auto kept = WritePrivate(UnsavedFile(id_), bytes); !kept) return kept;
   }
-  QSaveFile file(UnsavedFile(id_));
-  if (!file.open(QIODevice::WriteOnly)) return;
-  file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-  QDataStream stream(&file);
-  stream << kUnsavedForm << static_cast<qint32>(texts.size());
-  for (const Unsaved& text : texts) stream << text.path << text.bytes << text.line << text.column;
-  file.commit();
+  // All that was in these is in this one's file by now, or its user has done with it.
+  for (const Taken& file : taken_) QFile::remove(file.path);
+  taken_.clear();
+  return {};
 }
 
 QByteArray SessionStore::ReadHistory() const {
@@ -125,11 +155,8 @@ void SessionStore::AppendHistory(const QByteArray& line) {
 }
 
 void SessionStore::WriteHistory(const QByteArray& text) {
-  QSaveFile file(HistoryFile());
-  if (!file.open(QIODevice::WriteOnly)) return;
-  file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-  file.write(text);
-  file.commit();
+  // Where it cannot be cut it stays long; what it holds is not lost.
+  (void)WritePrivate(HistoryFile(), text);
 }
 
 }  // namespace ui::ide_view

@@ -7,6 +7,10 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <optional>
+#include <vector>
+
+#include "tavhost/base/result.h"
 
 namespace ui::ide_view {
 
@@ -28,11 +32,15 @@ class SessionStore {
     int line = 1;
     int column = 1;
   };
+  // Why nothing can be kept, in words for the user; empty when all is well.
+  QString Problem() const;
   // The texts that workbenches had kept which then crashed or were killed. Whoever asks first gets
-  // them; they are this one's from then on.
+  // them. Their files stay, kept from others, until KeepUnsaved has put the texts into this one's:
+  // a crash or a full disk in between loses nothing.
   QList<Unsaved> TakeLost();
-  // Replaces what this workbench keeps of its modified texts. Written through a temporary file.
-  void KeepUnsaved(const QList<Unsaved>& texts);
+  // Replaces what this workbench keeps of its modified texts, those taken over among them. When it
+  // fails, what was kept before is still there.
+  base::Result<void> KeepUnsaved(const QList<Unsaved>& texts);
 
   // The history's file as it is; what cannot be read is empty.
   QByteArray ReadHistory() const;
@@ -40,6 +48,13 @@ class SessionStore {
   void WriteHistory(const QByteArray& text);
 
  private:
+  // Another workbench's file of texts, and the lock that its workbench would have.
+  struct Taken {
+    QString path;
+    std::unique_ptr<QLockFile> lock;
+  };
+
+  static std::optional<QList<Unsaved>> ReadUnsaved(const QString& path);
   QString UnsavedFile(const QString& id) const;
   QString HistoryFile() const;
 
@@ -49,6 +64,7 @@ class SessionStore {
   QLockFile first_;
   QLockFile own_;
   bool isFirst_;
+  std::vector<Taken> taken_;
 };
 
 }  // namespace ui::ide_view
