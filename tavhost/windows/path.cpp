@@ -48,6 +48,11 @@ Path::Path(const char* text, Last last) : text_("") {
   }
   valid_ = Translate(text, last);
   if (!valid_) errno = EINVAL;
+  // What a path comes down to is judged like what it says: `x/../k:` is the drive, too.
+  if (valid_ && (HasDrive(text_) || IsDatabaseName(text_))) {
+    valid_ = false;
+    errno = ENOENT;
+  }
 }
 
 Path::Path(System path) : valid_(true), length_(std::strlen(path.text)), text_(path.text) {}
