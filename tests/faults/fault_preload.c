@@ -32,6 +32,8 @@
 #include <string.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #define REAL(NAME) __typeof__(&NAME) real = (__typeof__(&NAME))dlsym(RTLD_NEXT, #NAME)
@@ -115,6 +117,13 @@ static int Refuses(const char* name) {
   return counting && list && strstr(list, name) != NULL;
 }
 
+// The descriptors through which something was written: only what was written can be lost.
+static unsigned char isWritten[1 << 16];
+
+static void SetWritten(int file, int written) {
+  if (file >= 0 && file < (int)sizeof isWritten) isWritten[file] = (unsigned char)written;
+}
+
 static size_t Length(size_t length) {
   if (!halve || length < 2) return length;
   ++acts;
@@ -128,13 +137,14 @@ static size_t Length(size_t length) {
   }
 #define WRAP(RESULT, NAME, PARAMETERS, ARGUMENTS) \
   WRAP_RETURNING(RESULT, -1, NAME, PARAMETERS, ARGUMENTS)
-// Reading and writing, where `length` says how much.
-#define WRAP_LENGTH(RESULT, NAME, PARAMETERS, ARGUMENTS) \
-  RESULT NAME PARAMETERS {                               \
-    REAL(NAME);                                          \
-    if (Fault(__func__)) return -1;                      \
-    length = Length(length);                             \
-    return real ARGUMENTS;                               \
+// Reading and writing, where `length` says how much and `to` is written to, -1 for none.
+#define WRAP_LENGTH(RESULT, NAME, PARAMETERS, ARGUMENTS, TO) \
+  RESULT NAME PARAMETERS {                                   \
+    REAL(NAME);                                              \
+    if (Fault(__func__)) return -1;                          \
+    length = Length(length);                                 \
+    SetWritten(TO, 1);                                       \
+    return real ARGUMENTS;                                   \
   }
 // Asking for a name; the marks come this way.
 #define WRAP_MARK(NAME, PARAMETERS, ARGUMENTS)                   \
@@ -143,12 +153,14 @@ static size_t Length(size_t length) {
     return !Mark(name) && Fault(__func__) ? -1 : real ARGUMENTS; \
   }
 
-WRAP_LENGTH(ssize_t, read, (int file, void* out, size_t length), (file, out, length))
-WRAP_LENGTH(ssize_t, write, (int file, const void* data, size_t length), (file, data, length))
-WRAP_LENGTH(ssize_t, pread, (int file, void* out, size_t length, off_t at), (file, out, length, at))
+WRAP_LENGTH(ssize_t, read, (int file, void* out, size_t length), (file, out, length), -1)
+WRAP_LENGTH(ssize_t, write, (int file, const void* data, size_t length), (file, data, length), file)
+WRAP_LENGTH(ssize_t, pread, (int file, void* out, size_t length, off_t at), (file, out, length, at),
+            -1)
 WRAP_LENGTH(ssize_t, pwrite, (int file, const void* data, size_t length, off_t at),
-            (file, data, length, at))
-WRAP_LENGTH(ssize_t, sendfile, (int to, int from, off_t* at, size_t length), (to, from, at, length))
+            (file, data, length, at), file)
+WRAP_LENGTH(ssize_t, sendfile, (int to, int from, off_t* at, size_t length), (to, from, at, length),
+            to)
 
 WRAP_MARK(stat, (const char* name, struct stat* status), (name, status))
 WRAP_MARK(lstat, (const char* name, struct stat* status), (name, status))
@@ -182,6 +194,13 @@ WRAP_RETURNING(char*, NULL, getcwd, (char* out, size_t room), (out, room))
 WRAP(int, chdir, (const char* name), (name))
 WRAP(int, fchdir, (int folder), (folder))
 WRAP(int, fchmod, (int file, mode_t mode), (file, mode))
+WRAP(int, fchown, (int file, uid_t user, gid_t group), (file, user, group))
+WRAP(int, fchownat, (int folder, const char* name, uid_t user, gid_t group, int flags),
+     (folder, name, user, group, flags))
+WRAP(ssize_t, flistxattr, (int file, char* names, size_t room), (file, names, room))
+WRAP(int, fsetxattr, (int file, const char* name, const void* value, size_t length, int flags),
+     (file, name, value, length, flags))
+WRAP(int, fallocate, (int file, int mode, off_t at, off_t length), (file, mode, at, length))
 WRAP(int, futimens, (int file, const struct timespec times[2]), (file, times))
 WRAP(int, utimensat, (int folder, const char* name, const struct timespec times[2], int flags),
      (folder, name, times, flags))
@@ -207,6 +226,7 @@ ssize_t copy_file_range(int from, off64_t* a, int to, off64_t* b, size_t length,
     errno = EOPNOTSUPP;
     return -1;
   }
+  SetWritten(to, 1);
   return Fault(__func__) ? -1 : real(from, a, to, b, Length(length), flags);
 }
 
@@ -253,26 +273,28 @@ int openat(int folder, const char* name, int flags, ...) {
 // Half of a file that was written is lost.
 static void Lose(int file) {
   struct stat status;
-  const int flags = fcntl(file, F_GETFL);
-  const int isWritten = flags >= 0 && (flags & O_ACCMODE) != O_RDONLY && (flags & O_PATH) == 0;
   const int before = counting;
   counting = 0;
-  if (isWritten && fstat(file, &status) == 0 && ftruncate(file, status.st_size / 2) != 0) abort();
+  if (file >= 0 && file < (int)sizeof isWritten && isWritten[file] && fstat(file, &status) == 0 &&
+      S_ISREG(status.st_mode) && ftruncate(file, status.st_size / 2) != 0) {
+    abort();
+  }
   counting = before;
 }
 
 // Closing fails, yet the descriptor is gone, as on a disk that tells only now that it could not
-// store what was written.
-#define WRAP_CLOSE(NAME, PARAMETER, DESCRIPTOR) \
-  int NAME(PARAMETER file) {                    \
-    REAL(NAME);                                 \
-    const int failed = Fault(__func__);         \
-    const int error = errno;                    \
-    if (failed) Lose(DESCRIPTOR);               \
-    const int result = real(file);              \
-    if (!failed) return result;                 \
-    errno = error;                              \
-    return -1;                                  \
+// store what was written. An interrupted close loses nothing.
+#define WRAP_CLOSE(NAME, PARAMETER, DESCRIPTOR)     \
+  int NAME(PARAMETER file) {                        \
+    REAL(NAME);                                     \
+    const int failed = Fault(__func__);             \
+    const int error = errno;                        \
+    if (failed && error != EINTR) Lose(DESCRIPTOR); \
+    SetWritten(DESCRIPTOR, 0);                      \
+    const int result = real(file);                  \
+    if (!failed) return result;                     \
+    errno = error;                                  \
+    return -1;                                      \
   }
 
 WRAP_CLOSE(close, int, file)

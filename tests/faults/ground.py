@@ -67,6 +67,8 @@ class Ground:
         self.fault = "none"
         self.path = None  # with which the fault was done
         self.success = False
+        self.code = None  # what the command said; "error" when it ended as an error of the script
+        self.message = ""  # of that error
         self.acts = 0
         self.calls = []  # the functions that were called
         self.acted_at = "none"  # the function before which others did something
@@ -128,7 +130,7 @@ class Ground:
             raise Broken(f"there is what nobody named: {sorted(strangers)}")
 
     def strays(self):
-        return [path for folder in self.folders() for path in folder.rglob(".tavhost-*")]
+        return [path for folder in self.folders() for path in folder.rglob(".tavhost-*.tmp")]
 
     def check_no_strays(self):
         if self.strays():

@@ -25,7 +25,9 @@ sys.dont_write_bytecode = True
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 import ground  # noqa: E402
+import kills  # noqa: E402
 import scenarios  # noqa: E402
+import writers  # noqa: E402
 from ground import Broken, NEW, OLD, SOURCES, contents, make_tree, snapshot, write  # noqa: E402
 
 ROOT = HERE.parents[1]
@@ -42,11 +44,11 @@ FILE_FUNCTIONS = """
     __read_chk __pread_chk __pread64_chk __readlink_chk __readlinkat_chk __realpath_chk __getcwd_chk
     pread64 pwrite64 readv writev preadv pwritev sendfile64 splice tee
     stat64 lstat64 fstat64 fstatat64 __xstat __lxstat __fxstat __fxstatat euidaccess eaccess
-    truncate truncate64 ftruncate64 fallocate fallocate64 posix_fallocate posix_fallocate64
-    chmod fchmodat chown fchown fchownat lchown utime utimes futimes futimesat lutimes
+    truncate truncate64 ftruncate64 fallocate64 posix_fallocate posix_fallocate64
+    chmod fchmodat chown lchown utime utimes futimes futimesat lutimes
     mkfifo mkfifoat mknod mknodat mkdtemp mkostemp mkstemps mkostemps tmpfile tempnam tmpnam
     readdir64 readdir_r getdents scandir scandirat nftw ftw fts_open canonicalize_file_name
-    get_current_dir_name getwd chroot sync syncfs fsetxattr setxattr lsetxattr""".split()
+    get_current_dir_name getwd chroot sync syncfs setxattr lsetxattr""".split()
 
 
 def imports(program):
@@ -58,9 +60,24 @@ def imports(program):
 class Runner:
     def __init__(self, tavhost, scratch, far):
         self.tavhost, self.scratch, self.far = tavhost, scratch, far
+        self.lock, self.shared = threading.Lock(), None
         self.library = pathlib.Path(scratch) / "fault_preload.so"
         subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-Wall", "-Werror", "-o", self.library,
                         HERE / "fault_preload.c", "-ldl"], check=True)
+
+    def for_anybody(self):
+        """The program with its plug-ins at a place that every user can enter, wherever it was
+        built."""
+        with self.lock:
+            if not self.shared:
+                built = pathlib.Path(self.tavhost)
+                shared = pathlib.Path(self.scratch) / "program"
+                (shared / "bin").mkdir(parents=True)
+                shutil.copy(built, shared / "bin" / built.name)
+                shutil.copytree(built.parents[1] / "lib", shared / "lib",
+                                ignore=shutil.ignore_patterns("modules", "*.a"))
+                self.shared = str(shared / "bin" / built.name)
+        return self.shared
 
     def check_coverage(self):
         """Every function that touches files and that is imported is one the library sees."""
@@ -73,7 +90,10 @@ class Runner:
     def script(self, folder, text, check=True, **more):
         """Runs a script without a fault; what it prints."""
         (folder / "script.tav").write_text(text)
-        done = subprocess.run([self.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+        return self.script_as_it_is(folder, check, **more)
+
+    def script_as_it_is(self, folder, check=True, program=None, **more):
+        done = subprocess.run([program or self.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=900,
                               **more)
         if check and done.returncode != 0:
@@ -90,8 +110,9 @@ class Runner:
         place.remember()
         command = scenario.command.replace("{to}", str(place.to))
         write(place.base / "script.tav",
-              f'FILE_EXISTS file:"FAULT-BEGIN"\n{command} -> r\n'
-              f'FILE_EXISTS file:"FAULT-END"\nprint r.ecode\n{scenario.tail}\n')
+              f'code = "error"\nmessage = ""\nFILE_EXISTS file:"FAULT-BEGIN"\n'
+              f'try {{ {command} -> r\ncode = r.ecode }} catch e {{ message = e.message }}\n'
+              f'FILE_EXISTS file:"FAULT-END"\nprint code\nprint message\n{scenario.tail}\n')
         environment = dict(os.environ, LD_PRELOAD=str(self.library), FAULT_COUNT="count",
                            FAULT_REFUSE=scenario.refuse, **extra)
         done = subprocess.run(
@@ -101,8 +122,9 @@ class Runner:
         if done.returncode != 0 and not killed:
             raise Broken(f"exit code {done.returncode}: {done.stderr.strip()} "
                          f"(left in {place.base})")
-        code, _, place.printed = done.stdout.partition("\n")
-        place.success = code == scenario.success
+        place.code, _, rest = done.stdout.partition("\n")
+        place.message, _, place.printed = rest.partition("\n")
+        place.success = place.code == scenario.success
         place.fault, place.path = fault, extra.get("FAULT_PATH")
         if not killed:
             acts, place.acted_at, *place.calls = (place.base / "count").read_text().split()
@@ -110,6 +132,8 @@ class Runner:
         return place
 
     def check(self, scenario, place):
+        if place.code == "error" and " could not be stored: " not in place.message:
+            raise Broken(f"the error does not name file and reason: {place.message!r}")
         scenario.check(place)
         place.check_outside()
         cannot_remove = place.fault.startswith("error:") and place.acted_at == "unlinkat"
@@ -317,7 +341,7 @@ def full_disk(runner, options, with_old, must_be_full):
         whole = ",".join(map(str, range(20000)))
         if stored not in (OLD, whole, contents(NEW, "sub/large.bin")):
             raise Broken("the database file is half written")
-        strays = list(disk.rglob(".tavhost-*"))
+        strays = list(disk.rglob(".tavhost-*.tmp"))
         if strays:
             raise Broken(f"left behind: {strays}")
     shutil.rmtree(folder)
@@ -531,7 +555,8 @@ def without_permission(runner, mode, readable):
     before = snapshot(folder / "src", times=False)
     (folder / "src/locked").chmod(mode)
     before[b"locked"] = (stat.S_IFDIR | mode, "")
-    user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+    user = {"user": NOBODY, "group": NOBODY, "extra_groups": [],
+            "program": runner.for_anybody()} if os.geteuid() == 0 else {}
     (folder / "script.tav").touch()
     printed = runner.script(folder, """
         COPY_FILES "src" to:"copy"
@@ -577,7 +602,7 @@ def at_once(runner, command, target, looks):
         said = program.communicate()[0]
         if program.returncode != 0 or said:
             raise Broken(f"exit code {program.returncode}: {said}")
-    left = list(folder.rglob(".tavhost-*"))
+    left = list(folder.rglob(".tavhost-*.tmp"))
     if halves or left:
         raise Broken(f"{halves} of {looks} times a half-written file was seen; left behind: {left}")
     shutil.rmtree(folder)
@@ -620,6 +645,8 @@ def all_cases(runner, options):
 
     yield from wanted([("every call is seen", runner.check_coverage)])
     yield from fault_cases(runner, options)
+    yield from wanted(kills.cases(runner, options.long))
+    yield from wanted(writers.cases(runner, options.long, Disk if can_mount() else None))
     if can_mount():
         yield from wanted(full_disk_cases(runner, options.long))
     else:
