@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "tavhost/base/stop.h"
-
 namespace base {
 
 namespace {
@@ -22,14 +20,10 @@ constexpr int kLookMilliseconds = 50;
 
 char buffer[kSmall];  // the user-interface thread's
 
-void Look(OnStop onStop) {
-  if (onStop == OnStop::kEnd) stop::ThrowIfRequested();
-}
-
 // Waits until a pipe or device takes more; false when it never will.
-bool WaitForRoom(int file, OnStop onStop) {
+bool WaitForRoom(int file, LongWork* work, std::uint64_t done, std::uint64_t total) {
   while (true) {
-    Look(onStop);
+    if (work) work->At(done, total);
     struct pollfd room = {file, POLLOUT, 0};
     const int ready = poll(&room, 1, kLookMilliseconds);
     if (ready > 0) return true;  // an error, too, which the next write tells
@@ -73,7 +67,7 @@ class ContentsCopy {
   bool CopyUpTo(std::uint64_t end, bool byBuffer) {
     bool inKernel = !byBuffer;
     while (position_ < end || byBuffer) {
-      Look(way_.onStop);
+      if (way_.work) way_.work->At(position_, end);
       const std::uint64_t step = std::min(end - std::min(end, position_), kStep);
       std::int64_t bytes = -1;
       if (inKernel) {
@@ -101,7 +95,7 @@ class ContentsCopy {
       if (bytes < 0 && errno == EINTR) continue;
       if (bytes <= 0) return bytes;
       const auto length = static_cast<std::size_t>(bytes);
-      return WriteBytes(to_, buffer, length, way_.onStop) == length ? bytes : -1;
+      return WriteBytes(to_, buffer, length, nullptr) == length ? bytes : -1;
     }
   }
 
@@ -136,14 +130,14 @@ bool HasHoles(int file, std::uint64_t size) {
 }  // namespace
 
 // A write that takes nothing counts as a full disk, or this could go on for ever.
-std::size_t WriteBytes(int file, const char* data, std::size_t length, OnStop onStop) {
+std::size_t WriteBytes(int file, const char* data, std::size_t length, LongWork* work) {
   std::size_t done = 0;
   while (done < length) {
-    Look(onStop);
+    if (work) work->At(done, length);
     const std::size_t step = std::min<std::size_t>(length - done, kStep);
     const ssize_t written = write(file, data + done, step);
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0 && errno == EAGAIN && WaitForRoom(file, onStop)) continue;
+    if (written < 0 && errno == EAGAIN && WaitForRoom(file, work, done, length)) continue;
     if (written < 0) break;
     if (written == 0) {
       errno = ENOSPC;

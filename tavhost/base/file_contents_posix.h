@@ -3,20 +3,20 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "tavhost/base/long_work.h"
+
 // Moving bytes into open files, whatever the system does in pieces: short and interrupted calls go
 // on. What fails says why by `errno`.
 namespace base {
 
-// What becomes of a long write when the script is to stop: kEnd leaves it with stop::Stopped;
-// kGoOn is for what must not be left half done, and for what the host keeps for itself.
-enum class OnStop { kEnd, kGoOn };
-
 // The number of bytes taken, fewer than `length` when the rest could not be written; `errno` then
-// says why. A pipe or device that takes nothing for now is waited for.
-std::size_t WriteBytes(int file, const char* data, std::size_t length, OnStop onStop);
+// says why. A pipe or device that takes nothing for now is waited for. `work` is told how far it is
+// and ends it for a stop; null for what must not be left half done, and for what the host keeps for
+// itself.
+std::size_t WriteBytes(int file, const char* data, std::size_t length, LongWork* work);
 
 struct CopyWay {
-  OnStop onStop = OnStop::kEnd;
+  LongWork* work = nullptr;
   bool synced = false;  // the disk begins at once, so that the caller's fsync at the end is short
 };
 

@@ -32,10 +32,6 @@ tl::unexpected<Error> Failed(const Target& target, int error) {
   return Failure(std::strerror(error), target.path);
 }
 
-OnStop OnStopOf(const WholeFile::Options& options) {
-  return options.stoppable ? OnStop::kEnd : OnStop::kGoOn;
-}
-
 // Written in place. Nothing of the old text is touched before the file system has room for the
 // part that takes its place; a stop is not looked at in between.
 class InPlaceFile final : public WholeFile {
@@ -50,7 +46,7 @@ class InPlaceFile final : public WholeFile {
   Result<void> Write(std::string_view bytes) override {
     if (!HasRoomFor(bytes.size())) return Failed(target_, errno);
     if (lseek(file_.Get(), end_, SEEK_SET) < 0) return Failed(target_, errno);
-    const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), OnStop::kGoOn);
+    const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), nullptr);
     end_ += static_cast<off_t>(written);
     if (written != bytes.size()) return Failed(target_, errno);
     return {};
@@ -107,8 +103,9 @@ class ReplacingFile final : public WholeFile {
   }
 
   bool CopyOld(const Descriptor& old, const struct stat& status) {
+    LongWork work("Copying", target_.path);
     CopyWay way;
-    way.onStop = OnStopOf(options_);
+    if (options_.stoppable) way.work = &work;
     return CopyContents(old.Get(), file_.Descriptor(), static_cast<std::uint64_t>(status.st_size),
                         way);
   }
@@ -116,8 +113,9 @@ class ReplacingFile final : public WholeFile {
   Result<void> Write(std::string_view bytes) override {
     if (error_ != 0) return Failed(target_, error_);
     error_ = ECANCELED;  // what is left of a write that a stop ends
-    const std::size_t written =
-        WriteBytes(file_.Descriptor(), bytes.data(), bytes.size(), OnStopOf(options_));
+    LongWork work("Writing", target_.path);
+    const std::size_t written = WriteBytes(file_.Descriptor(), bytes.data(), bytes.size(),
+                                           options_.stoppable ? &work : nullptr);
     error_ = written == bytes.size() ? 0 : errno;
     if (error_ != 0) return Failed(target_, error_);
     return {};
@@ -149,9 +147,7 @@ class ReplacingFile final : public WholeFile {
         fstat(to.Get(), &status) != 0) {
       return Failed(target_, errno);
     }
-    CopyWay way;
-    way.onStop = OnStop::kGoOn;
-    if (!CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), way) ||
+    if (!CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), {}) ||
         ftruncate(to.Get(), size.st_size) != 0 || (options_.synced && fsync(to.Get()) != 0) ||
         !to.Close()) {
       return Failed(target_, errno);

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
-#include "tavhost/base/stop.h"
 #include "tavhost/base/system_error_windows.h"
 #include "tavhost/base/whole_file.h"
 #include "tavhost/base/wide_text_windows.h"
@@ -38,9 +38,10 @@ tl::unexpected<Error> Failed(const std::string& path, DWORD error = GetLastError
   return Failure(SystemErrorText(error), path);
 }
 
-bool WriteBytes(HANDLE file, std::string_view bytes, bool stoppable) {
+bool WriteBytes(HANDLE file, std::string_view bytes, LongWork* work) {
+  const std::size_t length = bytes.size();
   while (!bytes.empty()) {
-    if (stoppable) stop::ThrowIfRequested();
+    if (work) work->At(length - bytes.size(), length);
     DWORD written = 0;
     const auto step = static_cast<DWORD>(std::min(bytes.size(), kStep));
     if (!WriteFile(file, bytes.data(), step, &written, nullptr)) return false;
@@ -54,15 +55,16 @@ bool WriteBytes(HANDLE file, std::string_view bytes, bool stoppable) {
 }
 
 // From the present positions to the end of `from`.
-bool CopyContents(HANDLE from, HANDLE to, bool stoppable) {
+bool CopyContents(HANDLE from, HANDLE to, LongWork* work) {
   std::vector<char> part(std::size_t{256} << 10);
-  while (true) {
+  for (std::uint64_t done = 0;; done += part.size()) {
+    if (work) work->At(done);
     DWORD bytes = 0;
     if (!ReadFile(from, part.data(), static_cast<DWORD>(part.size()), &bytes, nullptr)) {
       return false;
     }
     if (bytes == 0) return true;
-    if (!WriteBytes(to, {part.data(), bytes}, stoppable)) return false;
+    if (!WriteBytes(to, {part.data(), bytes}, nullptr)) return false;
   }
 }
 
@@ -77,7 +79,7 @@ class InPlaceFile final : public WholeFile {
   Result<void> Write(std::string_view bytes) override {
     if (!isBegun_ && !Begin(bytes.size())) return Failed(path_);
     isBegun_ = true;
-    if (!WriteBytes(file_.Get(), bytes, false)) return Failed(path_);
+    if (!WriteBytes(file_.Get(), bytes, nullptr)) return Failed(path_);
     return {};
   }
 
@@ -142,13 +144,17 @@ class ReplacingFile final : public WholeFile {
     if (!old.IsOpen()) return true;
     isReplacing_ = true;
     if (!TakeRights(file_.TemporaryName(), target_)) return false;
-    return !options_.keepsContents || CopyContents(old.Get(), file_.Handle(), options_.stoppable);
+    LongWork work("Copying", path_);
+    return !options_.keepsContents ||
+           CopyContents(old.Get(), file_.Handle(), options_.stoppable ? &work : nullptr);
   }
 
   Result<void> Write(std::string_view bytes) override {
     if (error_ != 0) return Failed(path_, error_);
     error_ = ERROR_CANCELLED;  // what is left of a write that a stop ends
-    error_ = WriteBytes(file_.Handle(), bytes, options_.stoppable) ? 0 : GetLastError();
+    LongWork work("Writing", path_);
+    const bool written = WriteBytes(file_.Handle(), bytes, options_.stoppable ? &work : nullptr);
+    error_ = written ? 0 : GetLastError();
     if (error_ != 0) return Failed(path_, error_);
     return {};
   }
@@ -180,7 +186,7 @@ class ReplacingFile final : public WholeFile {
         (size.QuadPart <= old.QuadPart ||
          (SetFilePointerEx(to.Get(), size, nullptr, FILE_BEGIN) && SetEndOfFile(to.Get())));
     const bool written = fits && SetFilePointerEx(to.Get(), {}, nullptr, FILE_BEGIN) &&
-                         CopyContents(from.Get(), to.Get(), false) && SetEndOfFile(to.Get()) &&
+                         CopyContents(from.Get(), to.Get(), nullptr) && SetEndOfFile(to.Get()) &&
                          (!options_.synced || FlushFileBuffers(to.Get())) && to.Close();
     if (!written) return Failed(path_);
     return {};

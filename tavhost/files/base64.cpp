@@ -7,7 +7,7 @@
 #include <new>
 
 #include "host/base/string.h"
-#include "tavhost/base/stop.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/base64_codec.h"
 
@@ -82,8 +82,9 @@ const Codec& Best() {
 void Encode(const Codec& codec, const char* data, std::size_t length, char* out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(data);
   std::size_t done = 0;
+  base::LongWork work("Encoding");
   while (length - done >= 3) {
-    stop::ThrowIfRequested();
+    work.At(done, length);
     const std::size_t end = done + std::min(length - done, kEncodedAtOnce);
     done += codec.encode(bytes + done, end - done, out + done / 3 * 4);
     done += Portable().encode(bytes + done, end - done, out + done / 3 * 4);
@@ -104,9 +105,14 @@ Decoded Decode(const Codec& codec, const char* text, std::size_t length, char* o
   std::size_t written = 0;
   bool ended = false;  // padding has been read
   Group group;
+  base::LongWork work("Decoding");
+  std::size_t nextLook = 0;
   while (read < length) {
+    if (read >= nextLook) {
+      work.At(read, length);
+      nextLook = read + kDecodedAtOnce;
+    }
     if (group.IsEmpty() && !ended) {
-      stop::ThrowIfRequested();
       const std::size_t taken = codec.decode(text + read, std::min(length - read, kDecodedAtOnce),
                                              reinterpret_cast<unsigned char*>(out) + written);
       read += taken;

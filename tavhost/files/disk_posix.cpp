@@ -13,7 +13,7 @@
 #include <tl/expected.hpp>
 
 #include "tavhost/base/file_contents_posix.h"
-#include "tavhost/base/stop.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/base/whole_file_posix.h"
 #include "tavhost/files/replacing_output_file.h"
@@ -65,10 +65,10 @@ bool IsWrittenDirectly(const Location& location) {
 }
 
 // Reads to the end or to `length` bytes; the number read, -1 on failure.
-std::int64_t ReadUpTo(int file, char* out, std::int64_t length) {
+std::int64_t ReadUpTo(int file, char* out, std::int64_t length, base::LongWork* work) {
   std::int64_t done = 0;
   while (done < length) {
-    stop::ThrowIfRequested();
+    if (work) work->At(static_cast<std::uint64_t>(done), static_cast<std::uint64_t>(length));
     constexpr std::int64_t kAtOnce = std::int64_t{8} << 20;
     const ssize_t bytes =
         read(file, out + done, static_cast<std::size_t>(std::min(length - done, kAtOnce)));
@@ -82,12 +82,13 @@ std::int64_t ReadUpTo(int file, char* out, std::int64_t length) {
 
 // For what does not tell its size beforehand: devices, and files that the system makes up as they
 // are read.
-ReadCode ReadInPieces(int file, SV::String& contents) {
+ReadCode ReadInPieces(int file, SV::String& contents, base::LongWork& work) {
   constexpr std::size_t kPiece = std::size_t{64} << 10;
   const auto piece = std::make_unique_for_overwrite<char[]>(kPiece);
   contents = SV::String();
   while (true) {
-    const std::int64_t bytes = ReadUpTo(file, piece.get(), kPiece);
+    work.At(static_cast<std::uint64_t>(contents.Len()));
+    const std::int64_t bytes = ReadUpTo(file, piece.get(), kPiece, nullptr);
     const bool isTooLarge = bytes > SV::String::kMaxLength - contents.Len();
     if (bytes < 0 || isTooLarge) {
       contents = SV::String();
@@ -109,8 +110,9 @@ class PosixFile : public OutputFile {
   }
 
   long Write(const char* data, long length) override {
+    base::LongWork work("Writing", path_);
     return static_cast<long>(
-        base::WriteBytes(file_.Get(), data, static_cast<std::size_t>(length), base::OnStop::kEnd));
+        base::WriteBytes(file_.Get(), data, static_cast<std::size_t>(length), &work));
   }
 
   base::Result<void> StayOpen() override { return {}; }
@@ -179,9 +181,12 @@ ReadCode Read(Name name, SV::String& contents) {
   if (fstat(file.Get(), &status) != 0) return kUnreadable;
   if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) return kUnreadable;
   if (status.st_size > SV::String::kMaxLength) return kTooLarge;
-  if (!S_ISREG(status.st_mode) || status.st_size == 0) return ReadInPieces(file.Get(), contents);
+  base::LongWork work("Reading", name.text);
+  if (!S_ISREG(status.st_mode) || status.st_size == 0) {
+    return ReadInPieces(file.Get(), contents, work);
+  }
   const auto size = static_cast<long>(status.st_size);
-  const std::int64_t bytes = ReadUpTo(file.Get(), contents.AllocBuffer(size), size);
+  const std::int64_t bytes = ReadUpTo(file.Get(), contents.AllocBuffer(size), size, &work);
   if (bytes < 0) {
     contents = SV::String();
     return kUnreadable;

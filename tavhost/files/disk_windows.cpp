@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/system_error_windows.h"
@@ -94,9 +95,11 @@ bool Sync(const std::wstring& path) {
   return file.IsOpen() && FlushFileBuffers(file.Get());
 }
 
-DWORD CALLBACK GoOnUnlessStopped(LARGE_INTEGER, LARGE_INTEGER, LARGE_INTEGER, LARGE_INTEGER, DWORD,
-                                 DWORD, HANDLE, HANDLE, LPVOID) {
-  return stop::IsRequested() ? PROGRESS_CANCEL : PROGRESS_CONTINUE;
+DWORD CALLBACK GoOnUnlessStopped(LARGE_INTEGER size, LARGE_INTEGER copied, LARGE_INTEGER,
+                                 LARGE_INTEGER, DWORD, DWORD, HANDLE, HANDLE, LPVOID work) {
+  const bool goesOn = static_cast<base::LongWork*>(work)->GoesOn(
+      static_cast<std::uint64_t>(copied.QuadPart), static_cast<std::uint64_t>(size.QuadPart));
+  return goesOn ? PROGRESS_CONTINUE : PROGRESS_CANCEL;
 }
 
 class WindowsFile : public OutputFile {
@@ -105,8 +108,9 @@ class WindowsFile : public OutputFile {
 
   long Write(const char* data, long length) override {
     long done = 0;
+    base::LongWork work("Writing", path_);
     while (done < length) {
-      stop::ThrowIfRequested();
+      work.At(static_cast<std::uint64_t>(done), static_cast<std::uint64_t>(length));
       DWORD bytes = 0;
       const auto rest = static_cast<DWORD>(std::min(length - done, kStep));
       if (!WriteFile(file_.Get(), data + done, rest, &bytes, nullptr) || bytes == 0) break;
@@ -161,8 +165,9 @@ bool Copy(Name from, Name to, const CopyOptions& options) {
   base::NewFile copy(WideOf(to.text));
   if (!copy.Create() || !copy.Close()) return false;
   const std::wstring& name = copy.TemporaryName();
+  base::LongWork work("Copying", from.text);
   const bool isCopied =
-      CopyFileExW(source.c_str(), name.c_str(), GoOnUnlessStopped, nullptr, nullptr, 0) != 0;
+      CopyFileExW(source.c_str(), name.c_str(), GoOnUnlessStopped, &work, nullptr, 0) != 0;
   stop::ThrowIfRequested();
   if (!isCopied) return false;
   // A file that is replaced keeps its attributes.
@@ -188,8 +193,9 @@ ReadCode Read(Name name, SV::String& contents) {
   const auto length = static_cast<long>(size.QuadPart);
   char* out = contents.AllocBuffer(length);
   long done = 0;
+  base::LongWork work("Reading", name.text);
   while (done < length) {
-    stop::ThrowIfRequested();
+    work.At(static_cast<std::uint64_t>(done), static_cast<std::uint64_t>(length));
     DWORD bytes = 0;
     const auto rest = static_cast<DWORD>(std::min(length - done, kStep));
     if (!ReadFile(file.Get(), out + done, rest, &bytes, nullptr)) {

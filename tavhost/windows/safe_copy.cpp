@@ -142,7 +142,9 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
   base::NewFile copy(to.Directory(), to.Name());
   if (!copy.Create(FirstMode(status, replaced, options))) return false;
   const int file = copy.Descriptor();
+  base::LongWork work("Copying", from.Name());
   base::CopyWay way;
+  way.work = &work;
   way.synced = options.synced;
   if (!base::CopyContents(source.Get(), file, static_cast<std::uint64_t>(status.st_size), way) ||
       !GiveRights(file, source.Get(), status, replaced, options)) {
