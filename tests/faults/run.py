@@ -110,7 +110,7 @@ class Runner:
         place.remember()
         command = scenario.command.replace("{to}", str(place.to))
         write(place.base / "script.tav",
-              f'code = "error"\nmessage = ""\nFILE_EXISTS file:"FAULT-BEGIN"\n'
+              f'a = (ecode: -1)\nb = a\ncode = "error"\nmessage = ""\nFILE_EXISTS file:"FAULT-BEGIN"\n'
               f'try {{ {command} -> r\ncode = r.ecode }} catch e {{ message = e.message }}\n'
               f'FILE_EXISTS file:"FAULT-END"\nprint code\nprint message\n{scenario.tail}\n')
         environment = dict(os.environ, LD_PRELOAD=str(self.library), FAULT_COUNT="count",

@@ -119,6 +119,98 @@ TEST_F(SafeCopy, AMoveToAnotherFileSystemIsOnTheDiskBeforeTheSourceGoes) {
   std::filesystem::remove_all(other);
 }
 
+TEST_F(SafeCopy, AMoveToAnotherFileSystemKeepsWhatTheFileIs) {
+  char other[] = "/dev/shm/tavhost-test-XXXXXX";
+  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
+  struct stat here;
+  struct stat there;
+  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
+  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
+  const bool isRoot = geteuid() == 0;
+  const std::string to = std::string(other) + "/to";
+  const std::string toLink = std::string(other) + "/link";
+  Write("a", "contents");
+  ASSERT_EQ(symlink("a", "link"), 0);
+  const struct timespec times[2] = {{1000, 5}, {2000, 7}};
+  for (const char* name : {"a", "link"}) {
+    if (isRoot) {
+      ASSERT_EQ(lchown(name, 65534, 65533), 0);
+    }
+    ASSERT_EQ(utimensat(AT_FDCWD, name, times, AT_SYMLINK_NOFOLLOW), 0);
+  }
+  chmod("a", 0464);
+  EXPECT_NE(MoveFileA("a", to.c_str()), 0);
+  EXPECT_NE(MoveFileA("link", toLink.c_str()), 0);
+  for (const std::string& name : {to, toLink}) {
+    struct stat moved;
+    ASSERT_EQ(lstat(name.c_str(), &moved), 0);
+    EXPECT_EQ(moved.st_mtim.tv_sec, 2000);
+    EXPECT_EQ(moved.st_mtim.tv_nsec, 7);
+    EXPECT_EQ(moved.st_atim.tv_sec, 1000);
+    if (isRoot) {
+      EXPECT_EQ(moved.st_uid, 65534u);
+      EXPECT_EQ(moved.st_gid, 65533u);
+    }
+  }
+  struct stat moved;
+  EXPECT_EQ(stat(to.c_str(), &moved), 0);
+  EXPECT_EQ(moved.st_mode & 07777, 0464u);
+  EXPECT_FALSE(Exists("a"));
+  std::filesystem::remove_all(other);
+}
+
+TEST_F(SafeCopy, WhatIsReplacedKeepsItsModeAndOwner) {
+  const bool isRoot = geteuid() == 0;
+  for (const bool withAttributes : {false, true}) {
+    Write("from", "new");
+    Write("private", "old");
+    chmod("from", 0644);
+    chmod("private", 0600);
+    if (isRoot) {
+      ASSERT_EQ(chown("private", 65534, 65533), 0);
+    }
+    EXPECT_TRUE(TavFileManager::fileCopy("from", "private", -1, -1, withAttributes));
+    struct stat copied;
+    ASSERT_EQ(stat("private", &copied), 0);
+    EXPECT_EQ(copied.st_mode & 07777, 0600u);
+    if (isRoot) {
+      EXPECT_EQ(copied.st_uid, 65534u);
+      EXPECT_EQ(copied.st_gid, 65533u);
+    }
+    EXPECT_EQ(Read("private"), "new");
+  }
+  chmod("from", 0444);
+  EXPECT_TRUE(TavFileManager::fileCopy("from", "private", -1, -1, true));
+  struct stat copied;
+  ASSERT_EQ(stat("private", &copied), 0);
+  EXPECT_EQ(copied.st_mode & 07777, 0400u) << "read-only as well, and as private as before";
+}
+
+TEST_F(SafeCopy, HolesStayHoles) {
+  constexpr std::int64_t kMost = 512 << 10;  // bytes on the disk
+  Write("from", "begin");
+  std::filesystem::resize_file("from", 2u << 20);
+  {
+    std::fstream file("from", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp((1 << 20) + 5);
+    file << "middle";
+    file.seekp((2 << 20) - 3);
+    file << "end";
+  }
+  struct stat from;
+  ASSERT_EQ(stat("from", &from), 0);
+  if (from.st_blocks * 512 > kMost) GTEST_SKIP() << "this file system has no holes";
+  for (const std::int64_t size : {2 << 20, 3 << 20}) {
+    std::filesystem::resize_file("from", static_cast<std::uintmax_t>(size));  // a hole at the end
+    EXPECT_TRUE(TavFileManager::fileCopy("from", "to", -1, -1, false));
+    struct stat to;
+    ASSERT_EQ(stat("to", &to), 0);
+    EXPECT_EQ(to.st_size, size);
+    EXPECT_LT(to.st_blocks * 512, kMost);
+    EXPECT_TRUE(Read("from") == Read("to"));
+  }
+}
+
 TEST_F(SafeCopy, AFileSystemThatCannotRenameWithoutReplacingDoesNotReplaceEither) {
   Write("a", "1");
   Write("b", "2");
