@@ -69,6 +69,8 @@ base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
 std::string NewTemporaryFile(const std::string& prefix);
 
 bool IsAbsolute(const std::string& path);
+// Not a drive on a system without drives, made plain first (`x/../k:`), nor a pattern.
+bool CanNameFile(const char* path);
 // Whether a script can write this path of the system: not when a name in it holds what scripts take
 // for a separator.
 bool CanBeWritten(const std::string& path);

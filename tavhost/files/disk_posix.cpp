@@ -239,6 +239,8 @@ bool IsAbsolute(const std::string& path) {
   return !path.empty() && (windows::IsSeparator(path[0]) || hasDrive);
 }
 
+bool CanNameFile(const char* path) { return Path(path).IsValid(); }
+
 bool CanBeWritten(const std::string& path) { return path.find('\\') == std::string::npos; }
 
 std::string Join(const std::string& folder, const std::string& name) {

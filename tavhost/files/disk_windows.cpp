@@ -252,6 +252,8 @@ bool IsAbsolute(const std::string& path) {
   return !path.empty() && (path[0] == '\\' || path[0] == '/' || hasDrive);
 }
 
+bool CanNameFile(const char*) { return true; }
+
 bool CanBeWritten(const std::string&) { return true; }
 
 std::string Join(const std::string& folder, const std::string& name) {

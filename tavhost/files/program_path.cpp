@@ -11,6 +11,8 @@ std::string programPath;
 
 std::string Resolved(const char* name) {
   if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
+  // Behind the folder it would be judged as a part of that path, no longer by itself.
+  if (!disk::CanNameFile(name)) return name;
   const std::string folder = programPath.empty() ? disk::CurrentFolder() : programPath;
   // A folder with a `\` in its name would be read as another one when the path comes back.
   return disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();

@@ -38,8 +38,8 @@ TEST(Path, DotsAreResolvedInTheText) {
 }
 
 TEST(Path, WhatCannotNameAFileIsInvalid) {
-  for (const char* text : {"", "C:\\x", "c:", "\\\\server\\share", "//server/share", "db:\\x",
-                           "DB:/x", "a*b", "a?", "s*\\x"}) {
+  for (const char* text : {"", "C:\\x", "c:", "x/../k:", ".\\k:", "x/../db:/y", "\\\\server\\share",
+                           "//server/share", "db:\\x", "DB:/x", "a*b", "a?", "s*\\x"}) {
     EXPECT_EQ(Translated(text), "invalid") << text;
   }
   EXPECT_FALSE(Path(nullptr).IsValid());
