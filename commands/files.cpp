@@ -7,6 +7,8 @@
 #include "commands/files_trees.h"
 #include "commands/handlers.h"
 #include "commands/support/checks.h"
+#include "commands/support/long_command.h"
+#include "commands/support/paths.h"
 #include "commands/support/results.h"
 #include "host/base/string.h"
 #include "host/files/base64.h"
@@ -85,8 +87,9 @@ int OpenMode(bool binary, bool append) {
 
 // Names of the database file area stay as they are; others count from the script's folder.
 TavFileHandle OpenForWriting(const SV::String& file, bool binary, bool append) {
+  const char* name = paths::ForSystem(file);
   const SV::String path =
-      Tav_Valid_DBFilename(file.GetStr()) ? file : Tav_GetProgramPathFilename(file.GetStr());
+      Tav_Valid_DBFilename(name) ? SV::String(name) : Tav_GetProgramPathFilename(name);
   return TavFileManager::fileOpenWrite(path.GetStr(), OpenMode(binary, append), kNoLibrary);
 }
 
@@ -161,7 +164,7 @@ void DropLastSeparator(SV::String& list) {
 void CallWithPath(int (*function)(const char*), TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
   SV::String path;
-  const bool success = parser.TryGetStrValue(kPath, path) && function(path.GetStr()) == 0;
+  const bool success = parser.TryGetStrValue(kPath, path) && function(paths::ForSystem(path)) == 0;
   results::SetInteger(result, "ecode", success ? 0 : 1);
 }
 
@@ -285,8 +288,8 @@ void Command_FCOPY(const char*, TavKelParser& parser, TavScriptResult& result) {
   const SV::String from = parser.GetStrValue(kFrom);
   const SV::String to = parser.GetStrValue(kTo);
 
-  const bool copied =
-      TavFileManager::fileCopy(from.GetStr(), to.GetStr(), kNoLibrary, kNoLibrary, false);
+  const bool copied = TavFileManager::fileCopy(paths::ForSystem(from), paths::ForSystem(to),
+                                               kNoLibrary, kNoLibrary, false);
 
   results::SetInteger(result, "ecode", copied ? 1 : 0);
 }
@@ -302,8 +305,8 @@ void Command_FILE_COPY(const char*, TavKelParser& parser, TavScriptResult& resul
   const long toLibraryId = LibraryId(parser, kToLibraryId);
   const bool copyAttributes = parser.IsContained(kCopyFileAttributes);
 
-  const bool copied = TavFileManager::fileCopy(from.GetStr(), to.GetStr(), fromLibraryId,
-                                               toLibraryId, copyAttributes);
+  const bool copied = TavFileManager::fileCopy(paths::ForSystem(from), paths::ForSystem(to),
+                                               fromLibraryId, toLibraryId, copyAttributes);
 
   results::SetInteger(result, "ecode", copied ? 0 : 1);
 }
@@ -335,7 +338,8 @@ void Command_FILE_RENAME(const char*, TavKelParser& parser, TavScriptResult& res
   const SV::String from = parser.GetStrValue(kFrom);
   const SV::String to = parser.GetStrValue(kTo);
 
-  const bool renamed = TavFileManager::fileRename(from.GetStr(), to.GetStr(), kNoLibrary);
+  const bool renamed =
+      TavFileManager::fileRename(paths::ForSystem(from), paths::ForSystem(to), kNoLibrary);
 
   results::SetInteger(result, "ecode", renamed ? 0 : 1);
 }
@@ -352,7 +356,7 @@ void Command_SET_CWD(const char*, TavKelParser& parser, TavScriptResult& result)
 
 void Command_DIR_EXIST(const char*, TavKelParser& parser, TavScriptResult& result) {
   if (checks::Fails(parser, kPath, TavKelString, result, checks::kRequired)) return;
-  const DWORD attributes = GetFileAttributesA(parser.GetStrValue(kPath).GetStr());
+  const DWORD attributes = GetFileAttributesA(paths::ForSystem(parser.GetStrValue(kPath)));
   const bool exists =
       attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   results::SetInteger(result, "exist", exists ? 1 : 0);
@@ -381,7 +385,9 @@ void Command_DIR_LIST(const char*, TavKelParser& parser, TavScriptResult& result
   }
   SV::String files;
   SV::String directories;
+  LongCommand command;
   do {
+    command.BetweenSteps();
     if (!search.IsDirectory()) {
       AppendName(files, search.Name());
     } else if (!search.IsDots()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "commands/support/paths.h"
 #include "host/base/string.h"
 #include "host/windows/windows.h"
 
@@ -9,8 +10,8 @@ namespace commands {
 // Its destructor ends it.
 class FileSearch {
  public:
-  explicit FileSearch(const SV::String& pattern)
-      : handle_(FindFirstFileA(pattern.GetStr(), &entry_)) {}
+  explicit FileSearch(const char* pattern) : handle_(FindFirstFileA(pattern, &entry_)) {}
+  explicit FileSearch(const SV::String& pattern) : FileSearch(paths::ForSystem(pattern)) {}
   FileSearch(const FileSearch&) = delete;
   FileSearch& operator=(const FileSearch&) = delete;
   ~FileSearch() {
@@ -20,6 +21,7 @@ class FileSearch {
   bool Found() const { return handle_ != INVALID_HANDLE_VALUE; }
   bool Next() { return FindNextFileA(handle_, &entry_) != 0; }
 
+  const WIN32_FIND_DATAA& Entry() const { return entry_; }
   const char* Name() const { return entry_.cFileName; }
   bool IsDirectory() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
   bool IsLink() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }

@@ -1,6 +1,13 @@
 #include "commands/files_trees.h"
 
+#include <deque>
+#include <string>
+#include <string_view>
+
+#include "commands/files_directory_times.h"
+#include "commands/files_final_path.h"
 #include "commands/files_search.h"
+#include "commands/support/long_command.h"
 #include "host/files/dir_entry.h"
 #include "host/windows/windows.h"
 
@@ -8,64 +15,260 @@ namespace commands {
 
 namespace {
 
-// The directory of a pattern, which stands before the name of whatever the pattern finds. Absolute
-// or not as the pattern is.
-class SourceFolder {
- public:
-  explicit SourceFolder(const SV::String& pattern)
-      : folder_(WithBackslash(SV::DirEntry(pattern).GetPath().GetFull())) {}
+bool IsSeparator(char byte) { return byte == '\\' || byte == '/'; }
 
-  SV::String PathOf(const char* name) const {
-    SV::String path = folder_;
-    path += name;
-    return path;
-  }
-
- private:
-  SV::String folder_;
-};
-
-SV::String TargetPath(const SV::String& target, const char* name) {
-  SV::String path = target;
-  path += '\\';
-  path += name;
-  return path;
-}
-
-SV::String AllIn(const SV::String& path) {
-  SV::String pattern = path;
-  pattern += "\\*";
-  return pattern;
-}
-
-bool IsDirectory(const SV::String& path) {
-  const DWORD attributes = GetFileAttributesA(path.GetStr());
+bool IsDirectory(const std::string& path) {
+  const DWORD attributes = GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// Calls `handle` with each entry but "." and "..", up to the first for which it returns false. The
-// result is that of the last call; false when the pattern finds nothing.
-template <typename Handle>
-bool ForEachEntry(const SV::String& pattern, Handle handle) {
-  FileSearch search(pattern);
-  if (!search.Found()) return false;
-  bool success;
-  do {
-    success = search.IsDots() || handle(search);
-  } while (success && search.Next());
-  return success;
+// The directory of a pattern, which stands before the name of whatever the pattern finds. Absolute
+// or not as the pattern is.
+std::string FolderOf(const SV::String& pattern) {
+  return std::string(WithBackslash(SV::DirEntry(pattern).GetPath().GetFull()).View());
 }
 
-bool DeleteDirectory(const SV::String& path) {
-  bool isEmpty = false;
-  if (!TestDirectoryEmpty(path, isEmpty)) return false;
-  if (!isEmpty && !DeleteTree(AllIn(path))) return false;
-  return RemoveDirectoryA(path.GetStr()) != 0;
+// What a command does with the entries of a tree, each told by its path and by the path that it
+// has in the target. False ends the command.
+class Steps {
+ public:
+  enum class Directory { kFailed, kEmpty, kEnter, kMade };
+
+  virtual ~Steps() = default;
+  // A file or a link.
+  virtual bool Leaf(const char* from, const char* to, bool isToDirectory) = 0;
+  // A directory, before what is in it, and behind that. kEmpty: nothing is to be looked for in it;
+  // kMade: the target was made for it.
+  virtual Directory Before(const std::string& from, const std::string& to) = 0;
+  virtual bool Behind(const std::string& from, const std::string& to) = 0;
+};
+
+// A walk through all that a pattern finds, directories with all that is in them, in the order of
+// the searches. Trees may be deeper than the stack: what the walk must know of each level stands in
+// a list, and the paths of all levels in two texts that grow and shrink.
+class Walk {
+ public:
+  Walk(const SV::String& pattern, const SV::String& target)
+      : pattern_(pattern.View()), source_(FolderOf(pattern)), target_(target.View()) {}
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+  // Inner searches end before outer ones.
+  ~Walk() {
+    while (!levels_.empty()) levels_.pop_back();
+  }
+
+  bool Do(Steps& steps) {
+    if (!Search(pattern_.c_str())) return false;
+    while (true) {
+      command_.BetweenSteps();
+      const std::size_t depth = levels_.size();
+      if (!DoEntry(steps)) return false;
+      if (levels_.size() > depth) continue;
+      while (!levels_.back().search.Next()) {
+        levels_.pop_back();
+        if (levels_.empty()) return true;
+        if (!DoBehind(steps)) return false;
+      }
+    }
+  }
+
+ private:
+  struct Level {
+    explicit Level(const char* pattern) : search(pattern) {}
+
+    FileSearch search;
+    std::size_t sourceLength = 0;  // of the texts in the directory searched
+    std::size_t targetLength = 0;
+    bool hasMade = false;  // the target of the entry at which the search stands
+  };
+
+  bool Search(const char* pattern) {
+    levels_.emplace_back(pattern);
+    Level& level = levels_.back();
+    if (!level.search.Found()) return false;
+    level.sourceLength = source_.size();
+    level.targetLength = target_.size();
+    return true;
+  }
+
+  bool DoEntry(Steps& steps) {
+    const FileSearch& entry = levels_.back().search;
+    const std::string_view name = entry.Name();
+    if (entry.IsDots()) return true;
+    // A path with such a name would mean something else.
+    if (name.find_first_of("\\/") != std::string_view::npos) return false;
+    source_ += name;
+    target_ += '\\';
+    target_ += name;
+    if (!entry.IsDirectory() || entry.IsLink()) {
+      const bool success = steps.Leaf(source_.c_str(), target_.c_str(), entry.IsDirectory());
+      StandInDirectory();
+      return success;
+    }
+    const Steps::Directory directory = steps.Before(source_, target_);
+    if (directory == Steps::Directory::kEnter || directory == Steps::Directory::kMade) {
+      levels_.back().hasMade = directory == Steps::Directory::kMade;
+      return Enter(name.size());
+    }
+    const bool success = directory == Steps::Directory::kEmpty && steps.Behind(source_, target_);
+    StandInDirectory();
+    return success;
+  }
+
+  // Goes on in the directory whose path stands in source_. The system's own separators stand in
+  // front of its name from now on.
+  bool Enter(std::size_t nameLength) {
+    source_ += "\\*";
+    const std::size_t separator = source_.size() - nameLength - 3;
+    const std::string pattern = source_;
+    source_.pop_back();
+    const bool isBehindRoot = separator > 0 && IsSeparator(source_[separator - 1]);
+    if (isBehindRoot) {
+      source_.erase(separator, 1);
+    } else {
+      source_[separator] = systemSeparator_;
+    }
+    return Search(pattern.c_str());
+  }
+
+  // All in a directory has been handled, and its search has ended.
+  bool DoBehind(Steps& steps) {
+    const std::string name(levels_.back().search.Name());
+    source_.resize(levels_.back().sourceLength);
+    source_.back() = '\\';
+    source_ += name;
+    if (levels_.back().hasMade) TakeTimes(target_, levels_.back().search.Entry());
+    const bool success = steps.Behind(source_, target_);
+    StandInDirectory();
+    return success;
+  }
+
+  void StandInDirectory() {
+    source_.resize(levels_.back().sourceLength);
+    target_.resize(levels_.back().targetLength);
+  }
+
+  const char systemSeparator_ = SV::DirEntry("\\").GetFull().GetChar(0);
+  LongCommand command_;
+  std::string pattern_;
+  std::string source_;  // of the directory searched, or of the entry handled
+  std::string target_;
+  std::deque<Level> levels_;
+};
+
+class DeleteSteps : public Steps {
+ public:
+  // Removes a link itself, whatever it leads to.
+  bool Leaf(const char* from, const char*, bool isToDirectory) override {
+    return (isToDirectory ? RemoveDirectoryA(from) : DeleteFileA(from)) != 0;
+  }
+  Directory Before(const std::string& from, const std::string&) override {
+    bool isEmpty = false;
+    if (!TestDirectoryEmpty(from.c_str(), isEmpty)) return Directory::kFailed;
+    return isEmpty ? Directory::kEmpty : Directory::kEnter;
+  }
+  bool Behind(const std::string& from, const std::string&) override {
+    return RemoveDirectoryA(from.c_str()) != 0;
+  }
+};
+
+class CopySteps : public Steps {
+ public:
+  explicit CopySteps(CopyFlags flags) : flags_(flags) {}
+
+  bool Leaf(const char* from, const char* to, bool) override {
+    return CopyFileA(from, to, flags_.keepExistingFiles) != 0;
+  }
+  Directory Before(const std::string&, const std::string& to) override {
+    const bool created = CreateDirectoryA(to.c_str(), nullptr) != 0;
+    if ((!created && !flags_.fillExistingFolders) || !IsDirectory(to)) return Directory::kFailed;
+    return created ? Directory::kMade : Directory::kEnter;
+  }
+  bool Behind(const std::string&, const std::string&) override { return true; }
+
+ private:
+  CopyFlags flags_;
+};
+
+class MoveSteps : public Steps {
+ public:
+  bool Leaf(const char* from, const char* to, bool) override { return MoveFileA(from, to) != 0; }
+  Directory Before(const std::string&, const std::string& to) override {
+    const bool created = CreateDirectoryA(to.c_str(), nullptr) != 0;
+    return created && IsDirectory(to) ? Directory::kMade : Directory::kFailed;
+  }
+  bool Behind(const std::string& from, const std::string&) override {
+    return RemoveDirectoryA(from.c_str()) != 0;
+  }
+};
+
+// How `path` goes on in `folder`; empty when it does not lie inside. Both are final paths.
+std::string_view RestInside(std::string_view path, std::string_view folder) {
+  if (folder.empty() || !path.starts_with(folder) || path.size() == folder.size()) return {};
+  const std::string_view rest = path.substr(folder.size());
+  if (IsSeparator(folder.back())) return rest;  // a root
+  return IsSeparator(rest[0]) ? rest.substr(1) : std::string_view();
 }
 
-// Removes the link itself, whatever it leads to.
-bool DeleteLink(const SV::String& path, bool toDirectory) {
-  return (toDirectory ? RemoveDirectoryA(path.GetStr()) : DeleteFileA(path.GetStr())) != 0;
+char InLowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+
+// Whether a search with this mask finds the name.
+bool Finds(std::string_view mask, std::string_view name) {
+  if (mask == "*.*") return true;
+  std::size_t at = 0;
+  std::size_t read = 0;
+  // Where to go on when what stands behind the last star does not fit: the star takes one more.
+  std::size_t star = std::string_view::npos;
+  std::size_t starTook = 0;
+  while (at < name.size()) {
+    if (read < mask.size() && mask[read] == '*') {
+      star = read++;
+      starTook = at;
+    } else if (read < mask.size() &&
+               (mask[read] == '?' || InLowerCase(mask[read]) == InLowerCase(name[at]))) {
+      ++read;
+      ++at;
+    } else if (star != std::string_view::npos) {
+      read = star + 1;
+      at = ++starTook;
+    } else {
+      return false;
+    }
+  }
+  return mask.find_first_not_of('*', read) == std::string_view::npos;
+}
+
+bool IsLink(const SV::String& path) {
+  const DWORD attributes = GetFileAttributesA(path.GetStr());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// Whether the target lies in a directory that the pattern finds, so that a tree would go into
+// itself. Asked before the first write: what is written there could be found and taken again.
+bool GoesIntoItself(const SV::String& pattern, const SV::String& target) {
+  const SV::String folderPath = SV::DirEntry(pattern).GetPath().GetFull();
+  SV::String folder = FinalPath(folderPath);
+  SV::String end = FinalPath(target);
+  const bool areFinal = folder.Len() > 0 && end.Len() > 0;
+  if (!areFinal) {  // then as the two are spelt
+    folder = PlainPath(folderPath);
+    end = PlainPath(target);
+  }
+  std::string_view name = RestInside(end.View(), folder.View());
+  if (name.empty()) return false;
+  name = name.substr(0, name.find_first_of("\\/"));
+  const std::string_view text = pattern.View();
+  const std::string_view mask = text.substr(text.find_last_of("\\/") + 1);
+  if (mask.find_first_of("*?") != std::string_view::npos) return Finds(mask, name);
+  // No wildcards: then the pattern is a path, in whatever case the file system knows it by.
+  const SV::String found = areFinal ? FinalPath(pattern) : PlainPath(pattern);
+  return RestInside(found.View(), folder.View()) == name && !IsLink(pattern);
+}
+
+bool DoInto(Steps& steps, const SV::String& pattern, const SV::String& target) {
+  if (paths::HasNul(pattern) || paths::HasNul(target)) return false;
+  if (!IsDirectory(target.GetStr()) || GoesIntoItself(pattern, target)) return false;
+  return Walk(pattern, target).Do(steps);
 }
 
 }  // namespace
@@ -84,40 +287,19 @@ bool TestDirectoryEmpty(const SV::String& pattern, bool& isEmpty) {
 }
 
 bool DeleteTree(const SV::String& pattern) {
-  const SourceFolder source(pattern);
-  return ForEachEntry(pattern, [&](const FileSearch& entry) {
-    const SV::String path = source.PathOf(entry.Name());
-    if (entry.IsLink()) return DeleteLink(path, entry.IsDirectory());
-    return entry.IsDirectory() ? DeleteDirectory(path) : DeleteFileA(path.GetStr()) != 0;
-  });
+  if (paths::HasNul(pattern)) return false;
+  DeleteSteps steps;
+  return Walk(pattern, {}).Do(steps);
 }
 
 bool CopyTree(const SV::String& pattern, const SV::String& target, CopyFlags flags) {
-  if (!IsDirectory(target)) return false;
-  const SourceFolder source(pattern);
-  return ForEachEntry(pattern, [&](const FileSearch& entry) {
-    const SV::String from = source.PathOf(entry.Name());
-    const SV::String to = TargetPath(target, entry.Name());
-    if (!entry.IsDirectory() || entry.IsLink()) {
-      return CopyFileA(from.GetStr(), to.GetStr(), flags.keepExistingFiles) != 0;
-    }
-    const bool created = CreateDirectoryA(to.GetStr(), nullptr) != 0;
-    return (created || flags.fillExistingFolders) && CopyTree(AllIn(from), to, flags);
-  });
+  CopySteps steps(flags);
+  return DoInto(steps, pattern, target);
 }
 
 bool MoveTree(const SV::String& pattern, const SV::String& target) {
-  if (!IsDirectory(target)) return false;
-  const SourceFolder source(pattern);
-  return ForEachEntry(pattern, [&](const FileSearch& entry) {
-    const SV::String from = source.PathOf(entry.Name());
-    const SV::String to = TargetPath(target, entry.Name());
-    if (!entry.IsDirectory() || entry.IsLink()) {
-      return MoveFileA(from.GetStr(), to.GetStr()) != 0;
-    }
-    return CreateDirectoryA(to.GetStr(), nullptr) != 0 && MoveTree(AllIn(from), to) &&
-           RemoveDirectoryA(from.GetStr()) != 0;
-  });
+  MoveSteps steps;
+  return DoInto(steps, pattern, target);
 }
 
 }  // namespace commands

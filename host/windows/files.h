@@ -17,14 +17,15 @@ inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;
 inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 inline constexpr int MAX_PATH = 260;
+// In bytes. File systems that count letters instead allow 255 of up to four.
+inline constexpr int kLongestFileName = 255 * 4;
 
 struct FILETIME {
   DWORD dwLowDateTime;
   DWORD dwHighDateTime;
 };
 
-// Name and attributes are set, the attributes as far as the directory itself tells them (never
-// read-only); all else is 0.
+// Name and attributes are set; all else is 0.
 struct WIN32_FIND_DATAA {
   DWORD dwFileAttributes;
   FILETIME ftCreationTime;
@@ -34,12 +35,15 @@ struct WIN32_FIND_DATAA {
   DWORD nFileSizeLow;
   DWORD dwReserved0;
   DWORD dwReserved1;
-  char cFileName[MAX_PATH];
+  char cFileName[kLongestFileName + 1];  // Windows has MAX_PATH here
   char cAlternateFileName[14];
 };
 
 struct SECURITY_ATTRIBUTES;
 
+// An entry whose name holds a backslash is found, but no path names it: while a search stands
+// there, calls by that path fail.
+//
 // Finds what stands in the pattern's directory now; later changes are not seen. Only the last
 // component may hold wildcards. `.` and `..` come first, then names in ascending order without
 // regard to case. INVALID_HANDLE_VALUE when nothing matches.
@@ -49,7 +53,10 @@ TAV_HOST_API BOOL FindClose(HANDLE search);
 
 // A link to a directory has both the directory and the reparse bit.
 TAV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
-// One level, with the permissions that the process's mask leaves of 0777.
+// One level, with the permissions that the process's mask leaves of 0777. A directory made while a
+// search stands at one of the same name is taken for its copy: nobody may do there what they may
+// not do in the original, and once the search goes on the copy has the original's permissions and
+// modification time.
 TAV_HOST_API BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* unused);
 // An empty directory that is not the current one, or a link to a directory.
 TAV_HOST_API BOOL RemoveDirectoryA(LPCSTR path);

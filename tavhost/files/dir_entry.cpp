@@ -1,12 +1,27 @@
 #include "host/files/dir_entry.h"
 
+#include <string>
+#include <string_view>
+
+#include "tavhost/base/file_names.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/files/dir_entry_style.h"
+
+namespace dir_entry {
+
+namespace {
+std::string currentDirectory;
+}  // namespace
+
+void SetCurrentDirectory(const std::string& directory) { currentDirectory = directory; }
+
+}  // namespace dir_entry
 
 namespace SV {
 
 namespace {
 
-bool IsSeparator(char byte) { return byte == '\\' || byte == '/'; }
+using file_names::IsSeparator;
 
 String InSystemStyle(const String& text) {
   String styled;
@@ -39,6 +54,18 @@ String DirEntry::GetFull() const { return text_.Len() == 0 ? String(".") : text_
 
 bool DirEntry::ToAbs() {
   String absolute = GetFull();
+  const std::string& current = dir_entry::currentDirectory;
+  const bool isRelative =
+      !IsSeparator(absolute.GetChar(0)) && dir_entry::DriveLength(absolute) == 0;
+  if (!current.empty() && isRelative) {
+    const bool needsSeparator = !IsSeparator(current.back());
+    std::string path = current;
+    if (!(absolute == ".")) {
+      if (needsSeparator) path += dir_entry::kSeparator;
+      path += absolute.View();
+    }
+    absolute = base::StringOf(path);
+  }
   if (!dir_entry::MakeAbsolute(absolute)) return false;
   text_ = absolute;
   return true;

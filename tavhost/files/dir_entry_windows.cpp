@@ -1,4 +1,5 @@
 #include <string>
+#include <string_view>
 
 #include "host/windows/windows.h"
 #include "tavhost/files/dir_entry_style.h"
@@ -6,6 +7,19 @@
 namespace dir_entry {
 
 const char kSeparator = '\\';
+const bool kIgnoresCase = true;
+
+bool CanBePattern(const char* text) {
+  const std::string_view pattern = text;
+  const std::size_t name = pattern.find_last_of("\\/") + 1;
+  return !pattern.empty() &&
+         pattern.substr(0, name).find_first_of("*?") == std::string_view::npos &&
+         pattern.find_first_of("<>|\"") == std::string_view::npos;
+}
+
+bool CanBePath(const char* text) {
+  return CanBePattern(text) && std::string_view(text).find_first_of("*?") == std::string_view::npos;
+}
 
 bool MakeAbsolute(SV::String& path) {
   const DWORD room = GetFullPathNameA(path.GetStr(), 0, nullptr, nullptr);

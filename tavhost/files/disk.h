@@ -65,7 +65,9 @@ std::unique_ptr<OutputFile> OpenForReplacing(Name name);
 base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
                                                          const base::WholeFile::Options& options);
 
-// The path of a new empty file in the system's folder for temporary files; empty on failure.
+// Where temporary files go: a folder that a script can name, from wherever its paths count.
+std::string TemporaryFolder();
+// The path of a new empty file there; empty on failure.
 std::string NewTemporaryFile(const std::string& prefix);
 
 bool IsAbsolute(const std::string& path);

@@ -227,9 +227,16 @@ base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
   return base::OpenWholeFileAt(place.Directory(), place.Name(), options);
 }
 
-std::string NewTemporaryFile(const std::string& prefix) {
+std::string TemporaryFolder() {
   const char* chosen = std::getenv("TMPDIR");
-  std::string path = Join(chosen && *chosen ? chosen : "/tmp", prefix + "XXXXXX");
+  std::string folder = chosen && *chosen ? chosen : "/tmp";
+  if (folder[0] != '/') folder = Join(CurrentFolder(), folder);
+  folder.erase(0, folder.find_first_not_of('/') - 1);  // two in front would name a network share
+  return folder[0] == '/' && CanBeWritten(folder) ? folder : "/tmp";
+}
+
+std::string NewTemporaryFile(const std::string& prefix) {
+  std::string path = Join(TemporaryFolder(), prefix + "XXXXXX");
   const Descriptor file(mkstemp(path.data()));
   return file.IsOpen() ? path : std::string();
 }
@@ -272,14 +279,23 @@ std::string UserDataFolder() {
 }
 
 bool MakeFolders(const std::string& path) {
+  std::vector<std::string> missing = {path};  // the innermost first
   struct stat status;
-  if (stat(path.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
-  const auto slash = path.find_last_not_of('/');
-  const auto parent = slash == std::string::npos ? slash : path.rfind('/', slash);
-  if (parent != std::string::npos && parent > 0 && !MakeFolders(path.substr(0, parent))) {
-    return false;
+  while (stat(missing.back().c_str(), &status) != 0) {
+    const std::string& folder = missing.back();
+    const auto end = folder.find_last_not_of('/');
+    const auto slash = end == std::string::npos ? end : folder.rfind('/', end);
+    if (slash == std::string::npos || slash == 0) {
+      missing.emplace_back();  // what is above is always there
+      break;
+    }
+    missing.push_back(folder.substr(0, slash));
   }
-  return mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
+  if (!missing.back().empty() && !S_ISDIR(status.st_mode)) return false;
+  missing.pop_back();
+  return std::all_of(missing.rbegin(), missing.rend(), [](const std::string& folder) {
+    return mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST;
+  });
 }
 
 FolderContents FilesOf(const std::string& folder) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -134,10 +135,14 @@ class WindowsFile : public OutputFile {
 // Whether a folder is there or could be made: what stands there, or the nearest above it that does,
 // is a folder.
 bool MayBeFolder(const std::string& path) {
-  const DWORD attributes = GetFileAttributesA(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES) return Has(attributes, FILE_ATTRIBUTE_DIRECTORY);
-  const auto separator = path.find_last_of("\\/");
-  return separator == std::string::npos || separator == 0 || MayBeFolder(path.substr(0, separator));
+  std::string_view folder = path;
+  while (true) {
+    const DWORD attributes = GetFileAttributesA(std::string(folder).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) return Has(attributes, FILE_ATTRIBUTE_DIRECTORY);
+    const auto separator = folder.find_last_of("\\/");
+    if (separator == std::string_view::npos || separator == 0) return true;
+    folder = folder.substr(0, separator);
+  }
 }
 
 }  // namespace
@@ -239,12 +244,17 @@ base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
   return base::WholeFile::Open(base::Narrow(WideOf(name.text)), options);
 }
 
-std::string NewTemporaryFile(const std::string& prefix) {
+std::string TemporaryFolder() {
   char folder[MAX_PATH];
   const DWORD length = GetTempPathA(sizeof folder, folder);
-  if (length == 0 || length >= sizeof folder) return "";
+  return length == 0 || length >= sizeof folder ? "" : folder;
+}
+
+std::string NewTemporaryFile(const std::string& prefix) {
+  const std::string folder = TemporaryFolder();
   char path[MAX_PATH];
-  return GetTempFileNameA(folder, prefix.c_str(), 0, path) != 0 ? path : "";
+  if (folder.empty()) return "";
+  return GetTempFileNameA(folder.c_str(), prefix.c_str(), 0, path) != 0 ? path : "";
 }
 
 bool IsAbsolute(const std::string& path) {
@@ -278,13 +288,22 @@ std::string UserDataFolder() {
 }
 
 bool MakeFolders(const std::string& path) {
-  const DWORD attributes = GetFileAttributesA(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES) return Has(attributes, FILE_ATTRIBUTE_DIRECTORY);
-  const auto separator = path.find_last_of("\\/");
-  if (separator != std::string::npos && separator > 2 && !MakeFolders(path.substr(0, separator))) {
+  DWORD attributes = GetFileAttributesA(path.c_str());
+  std::vector<std::string> missing;  // the innermost first
+  std::string folder = path;
+  while (attributes == INVALID_FILE_ATTRIBUTES) {
+    missing.push_back(folder);
+    const auto separator = folder.find_last_of("\\/");
+    if (separator == std::string::npos || separator <= 2) break;
+    folder.resize(separator);
+    attributes = GetFileAttributesA(folder.c_str());
+  }
+  if (attributes != INVALID_FILE_ATTRIBUTES && !Has(attributes, FILE_ATTRIBUTE_DIRECTORY)) {
     return false;
   }
-  return CreateDirectoryA(path.c_str(), nullptr) != 0 || GetLastError() == ERROR_ALREADY_EXISTS;
+  return std::all_of(missing.rbegin(), missing.rend(), [](const std::string& name) {
+    return CreateDirectoryA(name.c_str(), nullptr) != 0 || GetLastError() == ERROR_ALREADY_EXISTS;
+  });
 }
 
 FolderContents FilesOf(const std::string& folder) {

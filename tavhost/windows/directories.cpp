@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "host/windows/files.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/walk.h"
 
 namespace windows {
@@ -25,9 +27,12 @@ bool MakeDirectory(const char* text) {
     errno = EINVAL;
     return false;
   }
-  const bool made = mkdirat(place.Directory(), place.Name(), 0777) == 0;
+  const std::optional<DirectoryLook> look = LookOfCopy(path);
+  // Never wider than the original, but for its owner, who fills it.
+  const mode_t mode = look ? (look->mode & 0777) | S_IRWXU : 0777;
+  const bool made = mkdirat(place.Directory(), place.Name(), mode) == 0;
   const int error = errno;
-  if (made || error == EEXIST) DirectoryMade(path, place);
+  if (made || error == EEXIST) DirectoryMade(path, place, made ? look : std::nullopt);
   errno = error;
   return made;
 }
@@ -75,27 +80,34 @@ int RuntimeResult(bool success) { return success ? 0 : -1; }
 
 }  // namespace windows
 
+using windows::replacedFunctions;
+
 BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* unused) {
   trace::Call call("CreateDirectoryA", path, trace::Object{unused});
+  if (replacedFunctions) return call.Result(replacedFunctions->createDirectory(path, unused));
   return call.Result(BOOL{windows::MakeDirectory(path)});
 }
 
 BOOL RemoveDirectoryA(LPCSTR path) {
   trace::Call call("RemoveDirectoryA", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->removeDirectory(path));
   return call.Result(BOOL{windows::RemoveDirectory(path)});
 }
 
 int _chdir(const char* path) {
   trace::Call call("_chdir", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->chdir(path));
   return call.Result(windows::RuntimeResult(windows::ChangeDirectory(path)));
 }
 
 int _mkdir(const char* path) {
   trace::Call call("_mkdir", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->mkdir(path));
   return call.Result(windows::RuntimeResult(windows::MakeDirectory(path)));
 }
 
 int _rmdir(const char* path) {
   trace::Call call("_rmdir", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->rmdir(path));
   return call.Result(windows::RuntimeResult(windows::RemoveDirectory(path)));
 }

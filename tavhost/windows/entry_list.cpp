@@ -7,11 +7,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <optional>
 
+#include "host/windows/files.h"
 #include "tavhost/base/ascii.h"
-#include "tavhost/windows/wildcard.h"
+#include "tavhost/base/file_names.h"
+#include "tavhost/base/stop.h"
 
 namespace windows {
 
@@ -19,7 +22,8 @@ namespace {
 
 constexpr std::size_t kReadAtOnce = std::size_t{128} << 10;
 
-bool IsDots(std::string_view name) { return name == "." || name == ".."; }
+using file_names::IsDots;
+using file_names::MatchesWildcard;
 
 // Nothing when it cannot be told.
 std::optional<EntryType> TypeOf(int directory, const dirent64& entry) {
@@ -63,6 +67,7 @@ bool EntryList::Read(int directory, std::string_view pattern) {
     const auto bytes = getdents64(directory, buffer.get(), kReadAtOnce);
     if (bytes < 0) return false;
     if (bytes == 0) break;
+    stop::ThrowIfRequested();
     for (char* read = buffer.get(); read < buffer.get() + bytes;) {
       const auto* entry = reinterpret_cast<const dirent64*>(read);
       read += entry->d_reclen;
@@ -70,6 +75,10 @@ bool EntryList::Read(int directory, std::string_view pattern) {
       if (IsDots(name) || !(all || MatchesWildcard(name, pattern))) continue;
       const auto type = TypeOf(directory, *entry);
       if (!type) return false;
+      if (name.size() > kLongestFileName) {
+        errno = ENAMETOOLONG;
+        return false;
+      }
       Add(name, *type);
     }
   }
@@ -82,7 +91,7 @@ void EntryList::Add(std::string_view name, EntryType type) {
   names_.insert(names_.end(), name.data(), name.data() + name.size());
   names_.push_back('\0');
   entries_.push_back(
-      {0, static_cast<std::uint32_t>(offset), static_cast<std::uint8_t>(name.size()), type});
+      {0, static_cast<std::uint32_t>(offset), static_cast<std::uint16_t>(name.size()), type});
 }
 
 void EntryList::Sort() {
@@ -102,7 +111,10 @@ void EntryList::Sort() {
   for (auto entry = begin; entry != entries_.end(); ++entry) {
     entry->key = KeyOf(NameOf(*entry), shared);
   }
-  const auto before = [this, shared](const Record& a, const Record& b) {
+  std::uint32_t compared = 0;
+  const auto before = [this, shared, &compared](const Record& a, const Record& b) {
+    constexpr std::uint32_t kBetweenLooks = 1u << 16;
+    if (++compared % kBetweenLooks == 0) stop::ThrowIfRequested();
     if (a.key != b.key) return a.key < b.key;
     const std::string_view nameA = NameOf(a);
     const std::string_view nameB = NameOf(b);
@@ -111,7 +123,10 @@ void EntryList::Sort() {
       return order < 0;
     return nameA < nameB;
   };
-  if (!std::is_sorted(begin, entries_.end(), before)) std::sort(begin, entries_.end(), before);
+  // By reference: a copy of the order would count by itself.
+  if (!std::is_sorted(begin, entries_.end(), std::ref(before))) {
+    std::sort(begin, entries_.end(), std::ref(before));
+  }
 }
 
 Entry EntryList::At(std::size_t index) const {

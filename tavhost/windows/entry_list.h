@@ -17,7 +17,9 @@ struct Entry {
 // ties by bytes.
 class EntryList {
  public:
-  // Reads what the pattern matches. False, with errno set, when the directory cannot be read.
+  // Reads what the pattern matches. False, with errno set, when the directory cannot be read, or
+  // holds a name that the Windows functions cannot hand out. Directories may be very large: a stop
+  // request ends it.
   bool Read(int directory, std::string_view pattern);
   // Behind all others, whatever the name.
   void Add(std::string_view name, EntryType type);
@@ -31,7 +33,7 @@ class EntryList {
     // begin to differ: they decide most comparisons, without a look at the names.
     std::uint64_t key;
     std::uint32_t offset;  // of the name in names_
-    std::uint8_t length;   // the system's names have at most 255 bytes
+    std::uint16_t length;  // file systems that count letters allow more than 255 bytes
     EntryType type;
   };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/windows/types.h"
 #include "tavhost/windows/path.h"
 #include "tavhost/windows/safe_copy.h"
 
@@ -10,5 +11,8 @@ namespace windows {
 bool DeleteFile(const Path& path);
 bool CopyFile(const Path& from, const Path& to, const CopyOptions& options);
 bool MoveFile(const Path& from, const Path& to);
+
+// The attributes of what is called `name` in `directory`, by its status, links not followed.
+DWORD AttributesOf(int directory, const char* name, const struct stat& status);
 
 }  // namespace windows

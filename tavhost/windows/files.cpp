@@ -9,10 +9,10 @@
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/new_file_posix.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
 #include "tavhost/windows/walk.h"
-#include "tavhost/windows/wildcard.h"
 
 namespace windows {
 
@@ -23,28 +23,27 @@ bool Refuse(int error) {
   return false;
 }
 
-DWORD AttributesOf(const Place& place, const struct stat& status) {
-  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY;
-  if (S_ISLNK(status.st_mode)) {
-    struct stat reached;
-    const bool toDirectory =
-        fstatat(place.Directory(), place.Name(), &reached, 0) == 0 && S_ISDIR(reached.st_mode);
-    return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
-  }
-  return IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
-}
-
 DWORD Attributes(const char* text) {
   const Path path(text);
   const Place place(path);
   struct stat status;
   if (!place.IsValid() || !place.Status(status)) return INVALID_FILE_ATTRIBUTES;
-  const DWORD attributes = AttributesOf(place, status);
+  const DWORD attributes = AttributesOf(place.Directory(), place.Name(), status);
   const bool isDirectory = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   return path.HasTrailingSeparator() && !isDirectory ? INVALID_FILE_ATTRIBUTES : attributes;
 }
 
 }  // namespace
+
+DWORD AttributesOf(int directory, const char* name, const struct stat& status) {
+  if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY;
+  if (S_ISLNK(status.st_mode)) {
+    struct stat reached;
+    const bool toDirectory = fstatat(directory, name, &reached, 0) == 0 && S_ISDIR(reached.st_mode);
+    return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
+  }
+  return IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
+}
 
 bool DeleteFile(const Path& path) {
   const Place place(path);
@@ -67,23 +66,32 @@ bool CopyFile(const Path& fromPath, const Path& toPath, const CopyOptions& optio
 
 namespace {
 
-// The same name in the same directory, perhaps in another case where the file system takes no
-// notice of it.
-bool IsSameName(const Path& from, const Path& to) {
-  const auto idOfFolder = [](const Path& path, FileId& id) {
-    Descriptor folder = OpenDirectoryAt(AT_FDCWD, path.Directory(), O_PATH);
-    struct stat status;
-    if (!folder.IsOpen() || fstat(folder.Get(), &status) != 0) return false;
-    id = IdOf(status);
-    return true;
+// Whether a directory lists both names: then they are two, even for one file.
+bool ListsBoth(int directory, std::string_view first, std::string_view second) {
+  EntryList entries;
+  if (!entries.Read(directory, first)) return true;
+  const auto lists = [&entries](std::string_view name) {
+    for (std::size_t i = 0; i < entries.Count(); ++i) {
+      if (entries.At(i).name == name) return true;
+    }
+    return false;
   };
-  FileId fromFolder;
-  FileId toFolder;
+  return lists(first) && lists(second);
+}
+
+// The same name in the same directory, perhaps in another case where the file system takes no
+// notice of it. Two links to one file, whose names differ in case alone, are two names.
+bool IsSameName(const Path& from, const Path& to) {
   const std::string_view fromName = from.Name();
   const std::string_view toName = to.Name();
-  return fromName.size() == toName.size() && idOfFolder(from, fromFolder) &&
-         idOfFolder(to, toFolder) && fromFolder == toFolder &&
-         ascii::EqualIgnoringCase(fromName, toName);
+  if (!ascii::EqualIgnoringCase(fromName, toName)) return false;
+  const Descriptor fromFolder = OpenDirectoryAt(AT_FDCWD, from.Directory(), O_RDONLY);
+  const Descriptor toFolder = OpenDirectoryAt(AT_FDCWD, to.Directory(), O_PATH);
+  struct stat fromStatus;
+  struct stat toStatus;
+  return fromFolder.IsOpen() && toFolder.IsOpen() && fstat(fromFolder.Get(), &fromStatus) == 0 &&
+         fstat(toFolder.Get(), &toStatus) == 0 && IdOf(fromStatus) == IdOf(toStatus) &&
+         (fromName == toName || !ListsBoth(fromFolder.Get(), fromName, toName));
 }
 
 bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat& source) {
@@ -132,18 +140,23 @@ bool MoveFile(const Path& fromPath, const Path& toPath) {
 
 }  // namespace windows
 
+using windows::replacedFunctions;
+
 DWORD GetFileAttributesA(LPCSTR path) {
   trace::Call call("GetFileAttributesA", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->attributes(path));
   return call.Result(windows::Attributes(path));
 }
 
 BOOL DeleteFileA(LPCSTR path) {
   trace::Call call("DeleteFileA", path);
+  if (replacedFunctions) return call.Result(replacedFunctions->deleteFile(path));
   return call.Result(BOOL{windows::DeleteFile(windows::Path(path))});
 }
 
 BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists) {
   trace::Call call("CopyFileA", from, to, failIfExists);
+  if (replacedFunctions) return call.Result(replacedFunctions->copyFile(from, to, failIfExists));
   windows::CopyOptions options;
   options.replace = failIfExists == 0;
   options.keepAttributes = true;
@@ -152,5 +165,6 @@ BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists) {
 
 BOOL MoveFileA(LPCSTR from, LPCSTR to) {
   trace::Call call("MoveFileA", from, to);
+  if (replacedFunctions) return call.Result(replacedFunctions->moveFile(from, to));
   return call.Result(BOOL{windows::MoveFile(windows::Path(from), windows::Path(to))});
 }

@@ -4,21 +4,26 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/windows/files.h"
+#include "tavhost/base/file_names.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/windows/file_functions.h"
+#include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/walk.h"
-#include "tavhost/windows/wildcard.h"
 
 namespace windows {
 
 namespace {
 
-bool IsDots(std::string_view name) { return name == "." || name == ".."; }
+using file_names::HasWildcard;
+using file_names::IsDots;
 
 // `.` or `..` or nothing behind the last separator: the entry goes by its own name, which does not
 // stand in the pattern.
@@ -42,49 +47,52 @@ EntryType TypeOf(const struct stat& status) {
 // No path can name an entry that holds a separator.
 bool IsNameable(const Entry& entry) { return entry.name.find('\\') == std::string_view::npos; }
 
-// A directory that no path can name could never be entered, so it is not told to be one.
-DWORD AttributesOf(Search& search, const Entry& entry, bool nameable) {
-  switch (entry.type) {
+// What can be told of an entry that is gone, or whose status cannot be had.
+DWORD AttributesOfType(EntryType type) {
+  switch (type) {
     case EntryType::kDirectory:
-      return nameable ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
-    case EntryType::kLink: {
-      struct stat reached;
-      const bool toDirectory = nameable &&
-                               fstatat(DirectoryOf(search), entry.name.data(), &reached, 0) == 0 &&
-                               S_ISDIR(reached.st_mode);
-      return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
-    }
+      return FILE_ATTRIBUTE_DIRECTORY;
+    case EntryType::kLink:
+      return FILE_ATTRIBUTE_REPARSE_POINT;
     default:
       return FILE_ATTRIBUTE_NORMAL;
   }
 }
 
+// The status of an entry, links not followed; nothing when it cannot be had.
+std::optional<struct stat> StatusOf(Search& search, const Entry& entry) {
+  if (search.itself) return search.itself;
+  struct stat status;
+  if (fstatat(DirectoryOf(search), entry.name.data(), &status, AT_SYMLINK_NOFOLLOW) != 0) return {};
+  return status;
+}
+
+// A path takes the `\` in this name for a separator, and would lead to something else: calls by
+// that path are refused while the search stands here.
+void RefuseMisread(Search& search, const Entry& entry) {
+  const std::string joined = Join(search.directory.path.View(), entry.name);
+  const Path misread(joined.c_str());
+  EntryReturned(search, misread.IsValid() ? misread.View() : "", nullptr);
+}
+
 // Fills in the next entry and tells the walk that calls by its path mean this very directory.
 void Return(Search& search, WIN32_FIND_DATAA& data) {
   const Entry entry = search.entries.At(search.next++);
-  const bool nameable = IsNameable(entry);
-  data = {};
+  std::memset(&data, 0, offsetof(WIN32_FIND_DATAA, cFileName));
   std::memcpy(data.cFileName, entry.name.data(), entry.name.size() + 1);
-  data.dwFileAttributes = AttributesOf(search, entry, nameable);
-  std::string path;
-  FileId id;
-  if (!nameable) {
-    // A path takes the `\` in this name for a separator, and would lead to something else: calls
-    // by that path are refused while the search stands here.
-    const std::string joined = Join(search.directory.path, entry.name);
-    const Path misread(joined.c_str());
-    if (misread.IsValid()) path = misread.View();
-  } else if (entry.type == EntryType::kDirectory && !IsDots(entry.name)) {
-    path = Join(search.directory.path, entry.name);
-    struct stat status;
-    if (search.itself != FileId()) {
-      id = search.itself;
-    } else if (fstatat(DirectoryOf(search), entry.name.data(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-               S_ISDIR(status.st_mode)) {
-      id = IdOf(status);
-    }
+  data.cAlternateFileName[0] = '\0';
+  if (IsDots(entry.name)) {
+    data.dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY;
+    return EntryReturned(search, "", nullptr);
   }
-  EntryReturned(search, path, id);
+  const std::optional<struct stat> status = StatusOf(search, entry);
+  data.dwFileAttributes = status ? AttributesOf(DirectoryOf(search), entry.name.data(), *status)
+                                 : AttributesOfType(entry.type);
+  if (!IsNameable(entry)) return RefuseMisread(search, entry);
+  const bool isDirectory = status ? S_ISDIR(status->st_mode) : entry.type == EntryType::kDirectory;
+  if (!isDirectory) return EntryReturned(search, "", nullptr);
+  EntryReturned(search, Join(search.directory.path.View(), entry.name),
+                status ? &*status : nullptr);
 }
 
 std::unique_ptr<Search> SearchIn(std::string_view directory) {
@@ -93,7 +101,7 @@ std::unique_ptr<Search> SearchIn(std::string_view directory) {
   const Place place(path);
   if (!place.IsValid()) return nullptr;
   auto search = std::make_unique<Search>();
-  search->directory.path = path.View();
+  search->directory.path = PathInWalk(path.View());
   search->directory.directory = place.OpenDirectory();
   struct stat status;
   if (!search->directory.directory.IsOpen() ||
@@ -110,7 +118,7 @@ bool AddItself(Search& search, const Path& path, std::string_view name) {
   struct stat status;
   if (!place.IsValid() || !place.Status(status)) return false;
   search.entries.Add(name, TypeOf(status));
-  search.itself = IdOf(status);
+  search.itself = status;
   return true;
 }
 
@@ -127,23 +135,23 @@ std::unique_ptr<Search> SearchOwnName(const char* pattern, const Path& path) {
   return search && AddItself(*search, path, name) ? std::move(search) : nullptr;
 }
 
-Search* Find(const char* pattern, WIN32_FIND_DATAA& data) {
+HANDLE Find(const char* pattern, WIN32_FIND_DATAA& data) {
   const Path path(pattern, Path::Last::kPattern);
-  if (!path.IsValid() || path.HasTrailingSeparator()) return nullptr;
+  if (!path.IsValid() || path.HasTrailingSeparator()) return INVALID_HANDLE_VALUE;
   std::unique_ptr<Search> search;
   if (HidesItsName(pattern)) {
     search = SearchOwnName(pattern, path);
   } else {
     search = SearchIn(path.Directory());
-    if (!search) return nullptr;
+    if (!search) return INVALID_HANDLE_VALUE;
     const bool found = HasWildcard(path.Name())
                            ? search->entries.Read(search->directory.directory.Get(), path.Name())
                            : AddItself(*search, path, path.Name());
-    if (!found) return nullptr;
+    if (!found) return INVALID_HANDLE_VALUE;
   }
   if (!search || search->entries.Count() == 0) {
     errno = ENOENT;
-    return nullptr;
+    return INVALID_HANDLE_VALUE;
   }
   Search* opened = OpenSearch(std::move(search));
   Return(*opened, data);
@@ -154,12 +162,15 @@ Search* Find(const char* pattern, WIN32_FIND_DATAA& data) {
 
 }  // namespace windows
 
+using windows::replacedFunctions;
+
 HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
   trace::Call call("FindFirstFileA", pattern);
-  windows::Search* search = windows::Find(pattern, *data);
-  if (!search) {
+  const HANDLE search = replacedFunctions ? replacedFunctions->findFirst(pattern, data)
+                                          : windows::Find(pattern, *data);
+  if (search == INVALID_HANDLE_VALUE) {
     call.Result(-1);
-    return INVALID_HANDLE_VALUE;
+    return search;
   }
   if (trace::IsOpen()) trace::Name("Search", search);
   return call.ResultObject(search);
@@ -167,6 +178,7 @@ HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
 
 BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
   trace::Call call("FindNextFileA", trace::Object{handle});
+  if (replacedFunctions) return call.Result(replacedFunctions->findNext(handle, data));
   auto* search = static_cast<windows::Search*>(handle);
   if (!windows::IsOpenSearch(search) || search->next == search->entries.Count()) {
     return call.Result(FALSE);
@@ -178,9 +190,11 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
 BOOL FindClose(HANDLE handle) {
   trace::Call call("FindClose", trace::Object{handle});
   auto* search = static_cast<windows::Search*>(handle);
-  if (!windows::IsOpenSearch(search)) return call.Result(FALSE);
-  const BOOL closed = call.Result(TRUE);
-  if (trace::IsOpen()) trace::Forget(search);
-  windows::CloseSearch(search);
+  const bool isOpen =
+      replacedFunctions ? replacedFunctions->findClose(handle) != 0 : windows::IsOpenSearch(search);
+  const BOOL closed = call.Result(BOOL{isOpen});
+  if (!isOpen) return closed;
+  if (trace::IsOpen()) trace::Forget(handle);
+  if (!replacedFunctions) windows::CloseSearch(search);
   return closed;
 }

@@ -36,7 +36,8 @@ bool IsDatabaseName(const char* text) {
 }  // namespace
 
 Path::Path(const char* text, Last last) : text_("") {
-  if (text && TakeAsItIs(text)) [[likely]]
+  std::size_t plain = 0;
+  if (text && TakeAsItIs(text, plain)) [[likely]]
     return;
   if (!text || text[0] == '\0' || HasDrive(text) || IsDatabaseName(text)) {
     errno = ENOENT;
@@ -46,7 +47,7 @@ Path::Path(const char* text, Last last) : text_("") {
     errno = ENOENT;
     return;
   }
-  valid_ = Translate(text, last);
+  valid_ = Translate(text, plain, last);
   if (!valid_) errno = EINVAL;
   // What a path comes down to is judged like what it says: `x/../k:` is the drive, too.
   if (valid_ && (HasDrive(text_) || IsDatabaseName(text_))) {
@@ -63,7 +64,7 @@ char* Path::Reserve(std::size_t room) {
   return longText_.get();
 }
 
-bool Path::TakeAsItIs(const char* text) {
+bool Path::TakeAsItIs(const char* text, std::size_t& plain) {
   const char* component = text + (*text == '/' ? 1 : 0);
   const char* read = component;
   for (;; ++read) {
@@ -76,6 +77,7 @@ bool Path::TakeAsItIs(const char* text) {
     if (byte == Byte::kEnd) break;
     if (byte == Byte::kSlash) {
       component = read + 1;
+      plain = static_cast<std::size_t>(component - text);
     } else if (byte != Byte::kDot) {
       return false;
     }
@@ -85,7 +87,7 @@ bool Path::TakeAsItIs(const char* text) {
   return valid_ = true;
 }
 
-bool Path::Translate(const char* text, Last last) {
+bool Path::Translate(const char* text, std::size_t plain, Last last) {
   // The translation is never longer than the text, but for a "." where nothing is left.
   char* const begin = Reserve(std::strlen(text) + 2);
   text_ = begin;
@@ -95,6 +97,12 @@ bool Path::Translate(const char* text, Last last) {
   char* const first = end;  // components begin here
   char* fixed = first;      // what stands before it are ".." that have nothing to take back
   bool wildcards = false;
+  if (plain > 0) {  // whole components, whose last separator is put back with the next one
+    std::memcpy(begin, text, plain);
+    end = begin + plain - 1;
+    read = text + plain;
+    trailingSeparator_ = true;
+  }
   while (true) {
     while (IsSeparator(*read)) ++read;
     if (*read == '\0') break;

@@ -4,12 +4,16 @@
 #include <memory>
 #include <string_view>
 
+#include "tavhost/base/file_names.h"
+
 // A path as scripts write it, translated to what the system takes: `\` becomes `/`, repeated
 // separators become one, `.` and `..` are resolved in the text. A text that is such a path already
 // is used where it stands, so it must outlive the object; a translation stands in the object itself
 // unless it is unusually long. What cannot name anything here (an empty path, a drive, a leading
 // double separator, a name of the database file area) is invalid.
 namespace windows {
+
+using file_names::IsSeparator;
 
 class Path {
  public:
@@ -40,9 +44,10 @@ class Path {
   const char* Name() const;
 
  private:
-  // Takes the text as it is when a translation would change nothing.
-  bool TakeAsItIs(const char* text);
-  bool Translate(const char* text, Last last);
+  // Takes the text as it is when a translation would change nothing. Otherwise `plain` is the length
+  // of the part for which it would not: nothing, or up to a component.
+  bool TakeAsItIs(const char* text, std::size_t& plain);
+  bool Translate(const char* text, std::size_t plain, Last last);
   // Room for so many bytes, the end included.
   char* Reserve(std::size_t room);
 
@@ -55,7 +60,5 @@ class Path {
   std::unique_ptr<char[]> longText_;
   const char* text_;
 };
-
-inline bool IsSeparator(char byte) { return byte == '\\' || byte == '/'; }
 
 }  // namespace windows

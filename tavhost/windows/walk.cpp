@@ -49,29 +49,63 @@ void Release(Anchor& anchor) {
   if (found != openAnchors.rend()) openAnchors.erase(std::next(found).base());
 }
 
+// Whether `path` is `base` or lies inside it.
+bool IsAtOrIn(std::string_view path, std::string_view base) {
+  return path.size() >= base.size() && (path.size() == base.size() || path[base.size()] == '/') &&
+         path.starts_with(base);
+}
+
+// Of the open directories above `path` the nearest; null when there is none.
+const Anchor* NearestOpenAbove(std::string_view path) {
+  const Anchor* nearest = nullptr;
+  std::size_t length = 0;
+  for (auto open = openAnchors.rbegin(); open != openAnchors.rend(); ++open) {
+    const std::string_view above = (*open)->path.View();
+    if (above.size() <= length || above.size() >= path.size() || !IsAtOrIn(path, above)) continue;
+    nearest = *open;
+    length = above.size();
+  }
+  return nearest;
+}
+
+// Takes a descriptor for the anchor's when it is the same directory's.
+bool Accept(Anchor& anchor, Descriptor opened) {
+  struct stat status;
+  if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return false;
+  if (IdOf(status) != anchor.id) {
+    errno = ESTALE;
+    return false;
+  }
+  anchor.directory = std::move(opened);
+  KeepOpen(anchor);
+  return true;
+}
+
 // The open descriptor of an anchor; -1 with errno when the path leads elsewhere by now.
 int DescriptorOf(Anchor& anchor) {
   if (anchor.directory.IsOpen()) {
     MarkUsed(anchor);
     return anchor.directory.Get();
   }
-  Descriptor opened = OpenDirectoryAt(AT_FDCWD, anchor.path, O_PATH);
-  if (!opened.IsOpen()) return -1;
-  struct stat status;
-  if (fstat(opened.Get(), &status) != 0) return -1;
-  if (IdOf(status) != anchor.id) {
-    errno = ESTALE;
-    return -1;
-  }
-  anchor.directory = std::move(opened);
-  KeepOpen(anchor);
-  return anchor.directory.Get();
+  const std::string_view path = anchor.path.View();
+  // The whole way again would take longer with each level.
+  const Anchor* above = NearestOpenAbove(path);
+  const bool opened =
+      (above &&
+       Accept(anchor, OpenDirectoryAt(above->directory.Get(),
+                                      path.substr(above->path.View().size() + 1), O_PATH))) ||
+      Accept(anchor, OpenDirectoryAt(AT_FDCWD, path, O_PATH));
+  return opened ? anchor.directory.Get() : -1;
 }
 
-// Whether `path` is `base` or lies inside it.
-bool IsAtOrIn(std::string_view path, std::string_view base) {
-  return path.size() >= base.size() && (path.size() == base.size() || path[base.size()] == '/') &&
-         path.starts_with(base);
+// The walk leaves `anchor` for the directory above it, whose descriptor may have been closed on the
+// way down.
+void OpenAbove(const Anchor& anchor, Anchor& above) {
+  if (!anchor.directory.IsOpen() || above.directory.IsOpen() || above.id == FileId()) return;
+  const std::string_view path = anchor.path.View();
+  const std::string_view abovePath = above.path.View();
+  if (path.rfind('/') != abovePath.size() || !IsAtOrIn(path, abovePath)) return;
+  Accept(above, OpenDirectoryAt(anchor.directory.Get(), "..", O_PATH));
 }
 
 // How a path inside `base` goes on from there; empty when it is not inside.
@@ -128,35 +162,38 @@ bool Place::Resolve(const Path& path) {
     Search& open = **search;
     for (auto made = open.made.rbegin(); made != open.made.rend(); ++made) {
       Anchor& anchor = **made;
-      if (!IsAtOrIn(text, anchor.path)) continue;
+      const std::string_view madePath = anchor.path.View();
+      if (!IsAtOrIn(text, madePath)) continue;
       if (anchor.id == kNothing) {
         errno = ESTALE;
         return false;
       }
       inMade_ = true;
-      if (text.size() == anchor.path.size()) {
+      if (text.size() == madePath.size()) {
         known_ = &anchor.id;
         continue;  // it stands in a directory that an outer search knows
       }
       known_ = nullptr;
       directory_ = DescriptorOf(anchor);
-      return directory_ >= 0 && ResolveInside(text.substr(anchor.path.size() + 1));
+      return directory_ >= 0 && ResolveInside(text.substr(madePath.size() + 1));
     }
-    if (!open.entryPath.empty() && IsAtOrIn(text, open.entryPath)) {
+    const std::string_view entryPath = open.entryPath.View();
+    const bool isThroughEntry = !entryPath.empty() && IsAtOrIn(text, entryPath);
+    if (isThroughEntry) {
       if (open.entryId == kNothing) {
         errno = ESTALE;
         return false;
       }
-      if (text.size() == open.entryPath.size()) known_ = &open.entryId;
+      if (text.size() == entryPath.size()) known_ = &open.entryId;
     }
-    std::string_view rest = open.named ? RestInside(text, open.directory.path) : "";
+    std::string_view rest = open.named ? RestInside(text, open.directory.path.View()) : "";
     if (rest.empty()) continue;
     directory_ = DescriptorOf(open.directory);
     if (directory_ < 0) return false;
-    if (!known_ && !open.entryPath.empty() && IsAtOrIn(text, open.entryPath)) {
+    if (!known_ && isThroughEntry) {
       // Through the entry: only when it is still the directory that the search returned.
       const auto entry =
-          std::string(rest.substr(0, open.entryPath.size() - (text.size() - rest.size())));
+          std::string(rest.substr(0, entryPath.size() - (text.size() - rest.size())));
       owned_ = Descriptor(
           openat(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
       struct stat status;
@@ -181,8 +218,9 @@ bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
   if (searches.empty() || slash == std::string_view::npos) return ResolveInside(rest);
   auto& passed = searches.front()->passed;
   const std::string_view folder = path.Directory();
-  const auto found = std::find_if(passed.begin(), passed.end(),
-                                  [folder](const auto& anchor) { return anchor->path == folder; });
+  const auto found = std::find_if(passed.begin(), passed.end(), [folder](const auto& anchor) {
+    return anchor->path.View() == folder;
+  });
   if (found != passed.end()) {
     directory_ = DescriptorOf(**found);
   } else {
@@ -192,7 +230,7 @@ bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
     if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return false;
     directory_ = opened.Get();
     passed.push_back(std::make_unique<Anchor>());
-    *passed.back() = {std::string(folder), IdOf(status), std::move(opened)};
+    *passed.back() = {SharedPath(folder, {}), IdOf(status), std::move(opened)};
     KeepOpen(*passed.back());
   }
   return directory_ >= 0 && ResolveInside(rest.substr(slash + 1));
@@ -235,6 +273,13 @@ Descriptor Place::OpenDirectory() const {
   return opened;
 }
 
+SharedPath PathInWalk(std::string_view path) {
+  if (searches.empty()) return SharedPath(path, {});
+  const Search& innermost = *searches.back();
+  const bool hasEntry = !innermost.entryPath.IsEmpty();
+  return SharedPath(path, hasEntry ? innermost.entryPath : innermost.directory.path);
+}
+
 Search* OpenSearch(std::unique_ptr<Search> search) {
   searches.push_back(std::move(search));
   Search* opened = searches.back().get();
@@ -249,26 +294,62 @@ bool IsOpenSearch(const Search* search) {
 
 int DirectoryOf(Search& search) { return DescriptorOf(search.directory); }
 
+namespace {
+
+// Gives a copy what it is to have in the end. Where that fails, on file systems without
+// permissions, the copy stays narrower than it could be.
+void Complete(MadeDirectory& made) {
+  if (!made.wanted) return;
+  const int directory = DescriptorOf(made);
+  if (directory < 0) return;
+  const struct timespec times[2] = {{0, UTIME_OMIT}, made.wanted->modified};
+  utimensat(directory, ".", times, 0);
+  constexpr mode_t kTaken = 01777;
+  const mode_t mode = (made.mode & ~kTaken) | (made.wanted->mode & kTaken);
+  if (mode != made.mode) fchmodat(directory, ".", mode & 07777, 0);
+}
+
+// The walk goes on from the entry for which these were made. `above` is where it stands then.
+void LeaveMade(Search& search, MadeDirectory* above) {
+  for (const auto& made : search.made) {
+    Complete(*made);
+    if (above) OpenAbove(*made, *above);
+    Release(*made);
+  }
+  search.made.clear();
+}
+
+// The directory made last by a search further out; null when there is none.
+MadeDirectory* MadeAbove(const Search& search) {
+  auto outer = searches.rbegin();
+  while (outer != searches.rend() && outer->get() != &search) ++outer;
+  if (outer == searches.rend()) return nullptr;
+  const auto found = std::find_if(std::next(outer), searches.rend(),
+                                  [](const auto& other) { return !other->made.empty(); });
+  return found == searches.rend() ? nullptr : (*found)->made.back().get();
+}
+
+}  // namespace
+
 void CloseSearch(Search* search) {
   const auto found = std::find_if(searches.rbegin(), searches.rend(),
                                   [search](const auto& open) { return open.get() == search; });
   if (found == searches.rend()) return;
-  for (const auto& made : search->made) Release(*made);
+  if (!search->made.empty()) LeaveMade(*search, MadeAbove(*search));
   for (const auto& passed : search->passed) Release(*passed);
+  const auto outer = std::next(found);
+  if (outer != searches.rend()) OpenAbove(search->directory, (*outer)->directory);
   Release(search->directory);
   searches.erase(std::next(found).base());
   if (searches.empty()) ancestors = {};
 }
 
-void EntryReturned(Search& search, std::string_view path, FileId id) {
-  for (const auto& made : search.made) Release(*made);
-  search.made.clear();
-  if (path.empty()) {
-    search.entryPath.clear();
-  } else {
-    search.entryPath = path;
-  }
-  search.entryId = id;
+void EntryReturned(Search& search, std::string_view path, const struct stat* status) {
+  if (!search.made.empty()) LeaveMade(search, MadeAbove(search));
+  search.entryPath = SharedPath();  // before the next, which can then use its room
+  search.entryPath = SharedPath(path, search.directory.path);
+  search.entryId = status ? IdOf(*status) : kNothing;
+  if (status) search.entryLook = {status->st_mode, status->st_mtim};
 }
 
 void CurrentDirectoryChanged() {
@@ -276,11 +357,10 @@ void CurrentDirectoryChanged() {
   for (const auto& search : searches) {
     for (const auto& passed : search->passed) Release(*passed);
     search->passed.clear();
-    if (search->directory.path[0] == '/') continue;
+    if (search->directory.path.View()[0] == '/') continue;
     search->named = false;
-    search->entryPath.clear();
-    for (const auto& made : search->made) Release(*made);
-    search->made.clear();
+    search->entryPath = SharedPath();
+    LeaveMade(*search, nullptr);
   }
 }
 
@@ -310,7 +390,7 @@ bool MayMakeDirectory(const Place& place) {
     }
   }
   return std::none_of(searches.begin(), searches.end(), [](const auto& search) {
-    return !search->entryPath.empty() && search->entryId != kNothing &&
+    return !search->entryPath.IsEmpty() && search->entryId != kNothing &&
            std::find(ancestors.ids.begin(), ancestors.ids.end(), search->entryId) !=
                ancestors.ids.end();
   });
@@ -318,20 +398,35 @@ bool MayMakeDirectory(const Place& place) {
 
 namespace {
 
-void AddMade(const Path& path, FileId id) {
-  auto made = std::make_unique<Anchor>();
-  made->path = path.View();
+MadeDirectory& AddMade(const Path& path, FileId id) {
+  Search& search = *searches.back();
+  const MadeDirectory* above = search.made.empty() ? MadeAbove(search) : search.made.back().get();
+  auto made = std::make_unique<MadeDirectory>();
+  made->path = above ? SharedPath(path.View(), above->path) : SharedPath(path.View(), {});
   made->id = id;
-  searches.back()->made.push_back(std::move(made));
+  search.made.push_back(std::move(made));
+  return *search.made.back();
 }
 
 }  // namespace
 
-void DirectoryMade(const Path& path, const Place& place) {
+std::optional<DirectoryLook> LookOfCopy(const Path& path) {
+  if (searches.empty()) return std::nullopt;
+  const Search& search = *searches.back();
+  const std::string_view entry = search.entryPath.View();
+  const bool isFirst = search.made.empty() && !entry.empty() && search.entryId != kNothing;
+  if (!isFirst || entry.substr(entry.rfind('/') + 1) != path.Name()) return std::nullopt;
+  return search.entryLook;
+}
+
+void DirectoryMade(const Path& path, const Place& place, std::optional<DirectoryLook> wanted) {
   if (searches.empty()) return;
   struct stat status;
   const bool found = fstatat(place.Directory(), place.Name(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-  AddMade(path, found && S_ISDIR(status.st_mode) ? IdOf(status) : kNothing);
+  MadeDirectory& made = AddMade(path, found && S_ISDIR(status.st_mode) ? IdOf(status) : kNothing);
+  if (made.id == kNothing) return;
+  made.mode = status.st_mode;
+  made.wanted = wanted;
 }
 
 void CloseTheWay(const Path& path) {

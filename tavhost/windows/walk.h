@@ -1,7 +1,9 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <memory>
-#include <string>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -9,6 +11,7 @@
 #include "tavhost/windows/entry_list.h"
 #include "tavhost/windows/file_id.h"
 #include "tavhost/windows/path.h"
+#include "tavhost/windows/shared_path.h"
 
 // Open searches, and how they keep a walk through a tree on its way. A recursive command names
 // files by longer and longer paths; anyone may exchange a directory on such a path for a link
@@ -21,24 +24,37 @@ namespace windows {
 
 // A directory on which a walk relies.
 struct Anchor {
-  std::string path;      // as translated
+  SharedPath path;       // as translated
   FileId id;             // nothing: no call may lead through that path
   Descriptor directory;  // opened when first needed, closed when many are open
+};
+
+// What a copy of a directory takes over from it.
+struct DirectoryLook {
+  mode_t mode;
+  struct timespec modified;
+};
+
+// A directory that was made during the walk, or found where one was to be made.
+struct MadeDirectory : Anchor {
+  mode_t mode = 0;                      // as it is now
+  std::optional<DirectoryLook> wanted;  // once all is in it
 };
 
 struct Search {
   Anchor directory;
   EntryList entries;
   std::size_t next = 0;
-  FileId itself;      // the only entry's, when the pattern names it
+  std::optional<struct stat> itself;  // the only entry's, when the pattern names it
   bool named = true;  // false once the current directory changed under a relative path
 
   // The entry returned last when it is a directory, or when no call may name it.
-  std::string entryPath;
+  SharedPath entryPath;
   FileId entryId;
+  DirectoryLook entryLook = {};
 
   // Directories made, or found where one was to be made, since that entry was returned.
-  std::vector<std::unique_ptr<Anchor>> made;
+  std::vector<std::unique_ptr<MadeDirectory>> made;
 
   // Directories outside the walk through which calls have led since the first search was opened,
   // such as the target of a copy. The first search holds them.
@@ -80,23 +96,29 @@ class Place {
   Descriptor owned_;
 };
 
+// A path that a new search is to remember.
+SharedPath PathInWalk(std::string_view path);
 // Takes a search into the walk, before it returns its first entry. The walk owns it.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
 // The descriptor of the directory searched; -1 when its path leads elsewhere by now.
 int DirectoryOf(Search& search);
-// The search has returned this entry: a directory with its id, or, with no id, an entry through
-// whose path no call may lead. Any other entry is told by an empty path.
-void EntryReturned(Search& search, std::string_view path, FileId id);
+// The search has returned this entry: a directory with its status, or, without, an entry through
+// whose path no call may lead. Any other entry is told by an empty path. The copies of the entry
+// returned before are complete now.
+void EntryReturned(Search& search, std::string_view path, const struct stat* status);
 // After the current directory has changed, relative paths name other directories.
 void CurrentDirectoryChanged();
 
 // A directory is to be made at `place`: false when that lies inside an entry which a search has
 // returned last, that is, when a tree would be copied or moved into itself.
 bool MayMakeDirectory(const Place& place);
+// What a directory made at `path` is to look like in the end: nothing in particular unless it is
+// the copy of the directory at which the innermost search stands, made under the same name.
+std::optional<DirectoryLook> LookOfCopy(const Path& path);
 // What stands at `path` now is where the walk goes on; all but a directory closes the way.
-void DirectoryMade(const Path& path, const Place& place);
+void DirectoryMade(const Path& path, const Place& place, std::optional<DirectoryLook> wanted);
 void CloseTheWay(const Path& path);
 
 // Opens a directory by a path of any length.

@@ -249,11 +249,30 @@ TEST_F(FileTrees, CopyWithoutADirectoryToFillFailsInTheTestOfTheTarget) {
 }
 
 TEST_F(FileTrees, CopyStopsAtTheFirstThatFails) {
-  disk.searches["*"] = {{"a"}, {"b"}, {"c"}};
-  disk.failing = {"copy .\\b o\\b"};
-  EXPECT_EQ(Copy("C \"*\" to:\"o\""), " ecode:1");
+  disk.searches["t\\*"] = {{"a"}, {"b"}, {"c"}};
+  disk.failing = {"copy t\\b o\\b"};
+  EXPECT_EQ(Copy("C \"t\\\\*\" to:\"o\""), " ecode:1");
   EXPECT_EQ(Calls(),
-            (Lines{"attributes o", "find *", "copy .\\a o\\a", "copy .\\b o\\b", "end 1"}));
+            (Lines{"attributes o", "find t\\*", "copy t\\a o\\a", "copy t\\b o\\b", "end 1"}));
+}
+
+TEST_F(FileTrees, WhatFindsTheTargetItselfFailsBeforeItIsSearchedFor) {
+  disk.searches["*"] = {{"a"}, {"o", kFolder}};
+  disk.searches["t\\*"] = {{"a"}, {"in", kFolder}};
+  disk.searches["t"] = {{"t", kFolder}};
+  for (const char* command : {"C \"*\" to:\"o\"", "C \"t\\\\*\" to:\"t\\\\in\\\\deep\"",
+                              "C \"t\\\\i?\" to:\"x/../t/in\"", "C \"t/*.*\" to:\"./t/in\""}) {
+    EXPECT_EQ(Copy(command), " ecode:1");
+    EXPECT_EQ(Calls().size(), 1u) << command;
+    EXPECT_EQ(Move(command), " ecode:1");
+    EXPECT_EQ(Calls().size(), 1u) << command;
+  }
+  EXPECT_EQ(Copy("C \"t\" to:\"t\""), " ecode:1");
+  EXPECT_EQ(Calls(), (Lines{"attributes t", "attributes t"}));
+  disk.attributes["t"] = kFolder | kLink;  // a link is copied as itself, into what it leads to
+  disk.searches["t"] = {{"t", kFolder | kLink}};
+  EXPECT_EQ(Copy("C \"t\" to:\"t\\\\in\""), " ecode:0");
+  EXPECT_EQ(Calls().back(), "end 1");
 }
 
 TEST_F(FileTrees, TheTargetIsLookedAtBeforeAnythingElse) {

@@ -201,6 +201,8 @@ WRAP(ssize_t, flistxattr, (int file, char* names, size_t room), (file, names, ro
 WRAP(int, fsetxattr, (int file, const char* name, const void* value, size_t length, int flags),
      (file, name, value, length, flags))
 WRAP(int, fallocate, (int file, int mode, off_t at, off_t length), (file, mode, at, length))
+WRAP(int, fchmodat, (int folder, const char* name, mode_t mode, int flags),
+     (folder, name, mode, flags))
 WRAP(int, futimens, (int file, const struct timespec times[2]), (file, times))
 WRAP(int, utimensat, (int folder, const char* name, const struct timespec times[2], int flags),
      (folder, name, times, flags))

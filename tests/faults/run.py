@@ -45,7 +45,7 @@ FILE_FUNCTIONS = """
     pread64 pwrite64 readv writev preadv pwritev sendfile64 splice tee
     stat64 lstat64 fstat64 fstatat64 __xstat __lxstat __fxstat __fxstatat euidaccess eaccess
     truncate truncate64 ftruncate64 fallocate64 posix_fallocate posix_fallocate64
-    chmod fchmodat chown lchown utime utimes futimes futimesat lutimes
+    chmod chown lchown utime utimes futimes futimesat lutimes
     mkfifo mkfifoat mknod mknodat mkdtemp mkostemp mkstemps mkostemps tmpfile tempnam tmpnam
     readdir64 readdir_r getdents scandir scandirat nftw ftw fts_open canonicalize_file_name
     get_current_dir_name getwd chroot sync syncfs setxattr lsetxattr""".split()
@@ -358,35 +358,142 @@ def full_disk_cases(runner, long):
                 lambda i=inodes, o=old: full_disk(runner, f"nr_inodes={i}", o, False))
 
 
-def deep_tree(runner, levels):
-    """A tree deeper than a process may have files open, copied, moved and deleted."""
+def deep_folder(top, levels):
+    """A chain of folders with a file in each, deeper than any path can name."""
+    os.mkdir(top)
+    at = os.open(top, os.O_RDONLY)
+    for level in range(levels):
+        os.close(os.open("z", os.O_CREAT | os.O_WRONLY, dir_fd=at))
+        os.mkdir("d", dir_fd=at)
+        inner = os.open("d", os.O_RDONLY, dir_fd=at)
+        os.close(at)
+        at = inner
+    os.close(at)
+
+
+def depth_of(top):
+    """How many levels of such a chain there are, a file in each."""
+    at = os.open(top, os.O_RDONLY)
+    levels = 0
+    while "d" in (names := os.listdir(at)):
+        if names != ["d", "z"] and names != ["z", "d"]:
+            raise Broken(f"at level {levels} there are {names}")
+        inner = os.open("d", os.O_RDONLY, dir_fd=at)
+        os.close(at)
+        at, levels = inner, levels + 1
+    os.close(at)
+    return levels
+
+
+def deep_tree(runner, levels, moves=True):
+    """A tree deeper than the stack, and than a process may have files open, copied, moved and
+    deleted, in a memory that grows with its depth and no faster."""
     folder = runner.folder()
-    write(folder / "script.tav", f"""
-        path = "deep"
-        DIR_CREATE path:(path)
-        for i from 1 to {levels} {{ path = path + "/d"; DIR_CREATE path:(path) }}
-        FWRITE file:(path + "/end") text:"x"
+    deep_folder(folder / "deep", levels)
+    (folder / "copy").mkdir()
+    (folder / "moved").mkdir()
+
+    def do(command):
+        write(folder / "script.tav", f"{command}\nprint ecode\n")
+        limits = f"ulimit -n 256; ulimit -v {(1 << 20) + 10 * levels}; "
+        done = subprocess.run(["bash", "-c", limits + 'exec "$0" run script.tav', runner.tavhost],
+                              cwd=folder, text=True, stdout=subprocess.PIPE, timeout=3600)
+        if done.stdout != "0\n":
+            raise Broken(f"{command}: {done.stdout!r}, exit code {done.returncode} "
+                         f"(left in {folder})")
+
+    do('COPY_FILES "deep" to:"copy"')
+    if [depth_of(folder / "deep"), depth_of(folder / "copy/deep")] != [levels, levels]:
+        raise Broken(f"the copy is not whole (left in {folder})")
+    if moves:
+        do('MOVE_FILES "deep" to:"moved"')
+        if (folder / "deep").exists() or depth_of(folder / "moved/deep") != levels:
+            raise Broken(f"not all was moved (left in {folder})")
+    do('DELETE_FILES "copy/*"')
+    do('DELETE_FILES "' + ("moved/*" if moves else "deep") + '"')
+    if sorted(os.listdir(folder)) != ["copy", "moved", "script.tav"] or (
+            os.listdir(folder / "copy") or os.listdir(folder / "moved")):
+        raise Broken(f"something is left (in {folder})")
+
+
+def look_of_folders(runner):
+    """Folders keep their permissions and times, whatever mask the process has; what is made for a
+    private one is never open to others."""
+    folder = runner.folder()
+    modes = {"private": 0o700, "locked": 0o555, "shared": 0o1777, "group": 0o750}
+    for name, mode in modes.items():
+        write(folder / "src" / name / "file", name)
+        write(folder / "src" / name / "inner" / "file", name)
+        for path in (folder / "src" / name / "inner", folder / "src" / name):
+            os.utime(path, ns=(10 ** 18, 10 ** 18 + 7))
+            path.chmod(mode)
+    for name in ("copy", "moved", "filled"):
+        (folder / name).mkdir()
+    (folder / "filled/src").mkdir(mode=0o711)
+    owner = {"preexec_fn": lambda: os.umask(0o027)}
+    expect(runner.script(folder, """
+        COPY_FILES "src" to:"copy"
         print ecode
-        DIR_CREATE path:"copy"
-        COPY_FILES "deep" to:"copy"
+        COPY_FILES "src" to:"filled" overwrite-existing-dir
         print ecode
-        DIR_CREATE path:"moved"
-        MOVE_FILES "deep" to:"moved"
-        print ecode
-        FREAD file:("moved/" + path + "/end")
+    """, **owner), "0 0", folder)
+    for path in (folder / "src").rglob("*"):
+        if path.is_dir():
+            path.chmod(stat.S_IMODE(path.stat().st_mode) | 0o700)  # or it cannot be emptied
+            os.utime(path, ns=(10 ** 18, 10 ** 18 + 7))
+    expect(runner.script(folder, 'MOVE_FILES "src" to:"moved"\nprint ecode', **owner), "0", folder)
+    if stat.S_IMODE((folder / "filled/src").stat().st_mode) != 0o711:
+        raise Broken(f"a folder that was there has changed (left in {folder})")
+    for (place, extra), (name, mode) in itertools.product(
+            (("copy", 0), ("filled", 0), ("moved", 0o700)), modes.items()):
+        for path in (folder / place / "src" / name, folder / place / "src" / name / "inner"):
+            found = path.stat()
+            if (stat.S_IMODE(found.st_mode), found.st_mtime_ns) != (mode | extra, 10 ** 18 + 7):
+                raise Broken(f"{path}: {found.st_mode:o} {found.st_mtime_ns} (left in {folder})")
+            path.chmod(0o700)
+    shutil.rmtree(folder)
+
+
+def long_names(runner):
+    """Names of more than 255 bytes, which file systems that count letters allow, are whole."""
+    library = pathlib.Path(runner.scratch) / "long_names.so"
+    subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-Wall", "-Werror", "-o", library,
+                    HERE / "long_names_preload.c", "-ldl"], check=True)
+    folder = runner.folder()
+    letter = "\u5b57"
+    for name in ("~86~", "~86~.txt", "~255~", "~90~/~100~/~86~x", "plain"):
+        write(folder / "src" / name, name)
+    # What a name that is cut would mean: 258 bytes are 2 more than 256.
+    cut = os.fsencode(folder / "src") + b"/" + letter.encode()[:2]
+    with open(cut, "wb") as file:
+        file.write(b"kept")
+    for name in ("copy", "moved"):
+        (folder / name).mkdir()
+    before = snapshot(folder / "src", times=False)
+    printed = runner.script(folder, f"""
+        one = "{letter * 86}"
+        DIR_LIST path:"src" filemask:"{letter}*"
+        print ecode, len(split(files, "*")), len(split(files, "*")[2]), len(dirs)
+        FREAD file:("src/" + one)
         print ecode, text
-        FREAD file:("copy/" + path + "/end")
-        print ecode, text
-        DELETE_FILES "copy"
+        COPY_FILES "src" to:"copy"
         print ecode
-        DELETE_FILES "moved"
+        MOVE_FILES "copy/src/*" to:"moved"
         print ecode
-    """)
-    done = subprocess.run(["bash", "-c", 'ulimit -n 256; exec "$0" run script.tav',
-                           runner.tavhost], cwd=folder, text=True, stdout=subprocess.PIPE,
-                          timeout=900)
-    if done.stdout.split() != "0 0 0 0 x 0 x 0 0".split():
-        raise Broken(f"{done.stdout!r} (left in {folder})")
+        DELETE_FILES ("src/" + one)
+        print ecode
+        DELETE_FILES "src/{letter}*.txt"
+        print ecode
+        FILE_RENAME from:"src/{letter * 255}" to:"src/short"
+        print ecode
+    """, env=dict(os.environ, LD_PRELOAD=str(library)))
+    expect(printed, "0 3 255 90 0 ~86~ 0 0 0 0 0", folder)
+    if snapshot(folder / "moved", times=False) != before:
+        raise Broken(f"the trees differ (left in {folder})")
+    left = sorted(os.listdir(os.fsencode(folder / "src")))
+    if left != sorted([os.path.basename(cut), b"plain", b"short", b"~90~"]):
+        raise Broken(f"{left} is left (in {folder})")
+    shutil.rmtree(folder)
 
 
 def wide_folder(runner, entries):
@@ -609,7 +716,11 @@ def at_once(runner, command, target, looks):
 
 
 def other_cases(runner, long):
-    yield "a deep tree", lambda: deep_tree(runner, 5000 if long else 400)
+    yield "a deep tree", lambda: deep_tree(runner, 20000 if long else 2000)
+    if long:  # without a move: the system's rename goes all the way up, for each file
+        yield "a very deep tree", lambda: deep_tree(runner, 100000, moves=False)
+    yield "permissions and times of folders", lambda: look_of_folders(runner)
+    yield "names of more than 255 bytes", lambda: long_names(runner)
     yield "a wide folder", lambda: wide_folder(runner, 400000 if long else 2000)
     yield "names of any byte", lambda: names_of_any_byte(runner)
     for name, is_folder in itertools.product(("x\\y", "x*y", "x?y"), (False, True)):

@@ -1,8 +1,11 @@
 #include "host/files/dir_entry.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <string>
 
 namespace {
 
@@ -41,6 +44,21 @@ TEST(DirEntry, TheCurrentDirectoryBecomesAbsolute) {
   SV::DirEntry absolute(SV::String("\\a\\b"));
   EXPECT_TRUE(absolute.ToAbs());
   EXPECT_STREQ(absolute.GetFull().GetStr(), "/a/b");
+}
+
+TEST(DirEntry, ARemovedCurrentDirectoryIsWhereItWas) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  char folder[] = "/tmp/tavhost-test-XXXXXX";
+  ASSERT_NE(mkdtemp(folder), nullptr);
+  std::filesystem::current_path(folder);
+  rmdir(folder);
+  SV::DirEntry current(SV::FSYS_FLAG_CURRENT);
+  EXPECT_TRUE(current.ToAbs());
+  EXPECT_STREQ(current.GetFull().GetStr(), folder);
+  SV::DirEntry relative(SV::String("a"));
+  EXPECT_TRUE(relative.ToAbs());
+  EXPECT_EQ(relative.GetFull().GetStr(), std::string(folder) + "/a");
+  std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -354,6 +354,16 @@ TEST_F(Files, MoveOntoAHardLinkOfAnotherNameFails) {
   EXPECT_TRUE(Exists("b"));
 }
 
+TEST_F(Files, MoveOntoAHardLinkWhoseNameDiffersInCaseAloneFails) {
+  Write("m1", "x");
+  ASSERT_EQ(link("m1", "M1"), 0);
+  EXPECT_EQ(MoveFileA("m1", "M1"), 0);
+  EXPECT_EQ(MoveFileA("M1", ".\\m1"), 0);
+  EXPECT_TRUE(Exists("m1"));
+  EXPECT_TRUE(Exists("M1"));
+  EXPECT_NE(MoveFileA("M1", "M1"), 0);
+}
+
 TEST_F(Files, AReadOnlyFileMovesAHeldOneDoesNot) {
   Write("locked", "1");
   chmod("locked", 0444);

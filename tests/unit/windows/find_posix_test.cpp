@@ -1,5 +1,7 @@
 #include <fcntl.h>
 
+#include <map>
+
 #include "host/windows/directories.h"
 #include "host/windows/files.h"
 #include "tests/support/scratch_folder.h"
@@ -164,13 +166,14 @@ TEST_F(Find, AnEntryWhoseNameHoldsASeparatorCannotBeNamed) {
       EXPECT_EQ(CopyFileA("tree\\sub\\inner", "copy", FALSE), 0);
     }
     if (std::string(data.cFileName) == "link\\to") {
-      EXPECT_EQ(data.dwFileAttributes, FILE_ATTRIBUTE_REPARSE_POINT);
+      EXPECT_EQ(data.dwFileAttributes, FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY);
       EXPECT_EQ(RemoveDirectoryA("tree\\link\\to"), 0);
     }
     if (std::string(data.cFileName) == "..\\evil") {
       seenDirectory = true;
-      EXPECT_EQ(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY, 0u);
+      EXPECT_EQ(data.dwFileAttributes, FILE_ATTRIBUTE_DIRECTORY);
       EXPECT_EQ(DeleteFileA("tree\\..\\evil"), 0);
+      EXPECT_EQ(RemoveDirectoryA("tree\\..\\evil"), 0);
     }
   } while (FindNextFileA(search, &data));
   FindClose(search);
@@ -178,6 +181,24 @@ TEST_F(Find, AnEntryWhoseNameHoldsASeparatorCannotBeNamed) {
   EXPECT_TRUE(seenDirectory);
   EXPECT_EQ(Read("tree/sub/inner"), "keep");
   EXPECT_FALSE(Exists("copy"));
+}
+
+TEST_F(Find, ReadOnlyFilesAreShownAsSuch) {
+  Write("locked", "");
+  Write("open", "");
+  ASSERT_EQ(chmod("locked", 0444), 0);
+  ASSERT_EQ(symlink("locked", "to-locked"), 0);
+  WIN32_FIND_DATAA data;
+  const std::map<std::string, DWORD> expected = {{"locked", FILE_ATTRIBUTE_READONLY},
+                                                 {"open", FILE_ATTRIBUTE_NORMAL},
+                                                 {"to-locked", FILE_ATTRIBUTE_REPARSE_POINT}};
+  for (const auto& [name, attributes] : expected) {
+    HANDLE search = FindFirstFileA((name + "*").c_str(), &data);
+    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(data.dwFileAttributes, attributes) << name;
+    EXPECT_EQ(data.dwFileAttributes, GetFileAttributesA(name.c_str())) << name;
+    FindClose(search);
+  }
 }
 
 TEST_F(Find, ClosingAnInvalidHandleIsHarmless) {

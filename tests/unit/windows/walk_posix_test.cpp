@@ -1,8 +1,10 @@
 // What a walk relies on while others change the tree under it.
 #include "tavhost/windows/walk.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
+#include <map>
 #include <vector>
 
 #include "host/windows/directories.h"
@@ -218,6 +220,53 @@ TEST_F(Walk, ACallKeepsBothItsDirectoriesHoweverManyAreOpen) {
     searches.pop_back();
   }
   EXPECT_EQ(CountEntries("to"), 2 * copies);
+}
+
+TEST_F(Walk, ACopyOfADirectoryIsNeverOpenToMoreThanTheOriginalAndTakesItsLook) {
+  const mode_t mask = umask(0);
+  Write("tree/sub/file", "x");
+  Write("tree/zoo/file", "x");
+  _mkdir("to");
+  const struct timespec long_ago[2] = {{0, UTIME_OMIT}, {1'000'000'000, 5}};
+  for (const auto& [mode, between] :
+       std::map<mode_t, mode_t>{{0700, 0700}, {0750, 0750}, {0555, 0755}, {01777, 0777}}) {
+    ASSERT_EQ(chmod("tree/sub", mode), 0);
+    ASSERT_EQ(utimensat(AT_FDCWD, "tree/sub", long_ago, 0), 0);
+    struct stat status;
+    WIN32_FIND_DATAA data;
+    HANDLE search = SearchAt("tree\\*", "sub");
+    ASSERT_NE(CreateDirectoryA("to\\sub", nullptr), 0);
+    ASSERT_EQ(stat("to/sub", &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, between);
+    ASSERT_NE(CreateDirectoryA("to\\other", nullptr), 0);
+    ASSERT_EQ(stat("to/other", &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0777u) << "it is the copy of nothing";
+    EXPECT_NE(CopyFileA("tree\\sub\\file", "to\\sub\\file", FALSE), 0);
+    ASSERT_NE(FindNextFileA(search, &data), 0);
+    ASSERT_EQ(stat("to/sub", &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, mode);
+    EXPECT_EQ(status.st_mtim.tv_sec, long_ago[1].tv_sec);
+    EXPECT_EQ(status.st_mtim.tv_nsec, long_ago[1].tv_nsec);
+    FindClose(search);
+    chmod("tree/sub", 0755);
+    chmod("to/sub", 0755);
+    std::filesystem::remove_all("to/sub");
+    std::filesystem::remove_all("to/other");
+  }
+  umask(mask);
+}
+
+TEST_F(Walk, ADirectoryThatIsThereKeepsItsOwnLook) {
+  Write("tree/sub/file", "x");
+  _mkdir("to");
+  _mkdir("to\\sub");
+  ASSERT_EQ(chmod("to/sub", 0750), 0);
+  HANDLE search = SearchAt("tree\\*", "sub");
+  EXPECT_EQ(CreateDirectoryA("to\\sub", nullptr), 0);
+  FindClose(search);
+  struct stat status;
+  ASSERT_EQ(stat("to/sub", &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0750u);
 }
 
 // Removes a tree as the commands do.

@@ -1,12 +1,8 @@
-#include "tavhost/windows/wildcard.h"
+#include "tavhost/base/file_names.h"
 
 #include "tavhost/base/ascii.h"
 
-namespace windows {
-
-bool HasWildcard(std::string_view pattern) {
-  return pattern.find_first_of("*?") != std::string_view::npos;
-}
+namespace file_names {
 
 bool MatchesWildcard(std::string_view name, std::string_view pattern) {
   if (pattern == "*" || pattern == "*.*") return true;
@@ -34,4 +30,4 @@ bool MatchesWildcard(std::string_view name, std::string_view pattern) {
   return read == pattern.size();
 }
 
-}  // namespace windows
+}  // namespace file_names

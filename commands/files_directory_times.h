@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "host/windows/windows.h"
+
+namespace commands {
+
+// Gives a directory that was made as a copy the times that a search told of the original. Nothing
+// depends on it: where it cannot be done, the times stay those of now.
+void TakeTimes(const std::string& directory, const WIN32_FIND_DATAA& original);
+
+}  // namespace commands
