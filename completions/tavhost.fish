@@ -30,7 +30,7 @@ complete -c tavhost -l printer -x -d 'Printer without a display'
 complete -c tavhost -l timeout -x -d 'Stop after so many seconds'
 complete -c tavhost -l quiet -d 'No output windows, progress or notes'
 complete -c tavhost -l model-window -d 'Have a model window'
-complete -c tavhost -l dry-run -d 'Tell what COPY_FILES, MOVE_FILES and DELETE_FILES would do'
+complete -c tavhost -l dry-run -d 'Tell what would be written, deleted or sent'
 complete -c tavhost -l version -d 'Print the version'
 complete -c tavhost -s h -l help -d 'Print help'
 

@@ -76,6 +76,8 @@ class Parser {
     std::string value;
     if (hasValue) {
       value = argument.substr(nameEnd + (isLong ? 1 : 0));
+    } else if (option->value[0] == '[') {
+      // It can be left out, and so never stands by itself.
     } else if (at_ + 1 < arguments.size()) {
       value = arguments[++at_];
     } else {

@@ -25,6 +25,7 @@ struct Options {
   bool quiet = false;
   bool modelWindow = false;
   bool dryRun = false;
+  bool dryRunAsJson = false;
 };
 
 enum class Subcommand : std::uint8_t {

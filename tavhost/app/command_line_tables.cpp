@@ -122,6 +122,13 @@ base::Result<void> Set(CommandLine& line, std::string) {
   return {};
 }
 
+base::Result<void> TakeDryRun(CommandLine& line, std::string value) {
+  if (!value.empty() && value != "json") return base::Failure("the only other form is json");
+  line.options.dryRun = true;
+  line.options.dryRunAsJson = value == "json";
+  return {};
+}
+
 constexpr OptionRow kOptionTable[] = {
     {"-e", "TEXT", "Run this text; given several times, they are the lines of one script",
      Only(Subcommand::kRun), TakeScriptText},
@@ -151,9 +158,8 @@ constexpr OptionRow kOptionTable[] = {
     {"--quiet", nullptr, "No output windows, progress or notes", kAll, SetOption<&Options::quiet>},
     {"--model-window", nullptr, "Have a model window without a display", kAll,
      SetOption<&Options::modelWindow>},
-    {"--dry-run", nullptr,
-     "Tell what COPY_FILES, MOVE_FILES and DELETE_FILES would do; do none of it", kAll,
-     SetOption<&Options::dryRun>},
+    {"--dry-run", "[=json]", "Tell what would be written, deleted or sent, and do none of it", kAll,
+     TakeDryRun},
     {"--version", nullptr, "Print the version", kAll, Set<&CommandLine::version>},
     {"--help", nullptr, "Print this help (also -h)", kAll, Set<&CommandLine::help>},
 };
@@ -199,7 +205,7 @@ std::string HelpText(const SubcommandRow& row) {
   for (const OptionRow& option : kOptions) {
     if (!IsOptionOf(option, row.subcommand)) continue;
     std::string name(option.name);
-    if (option.value) name.append(" ").append(option.value);
+    if (option.value) name.append(option.value[0] == '[' ? "" : " ").append(option.value);
     AppendEntry(help, name, option.description);
   }
   if (!row.name.empty()) return help;

@@ -16,6 +16,7 @@
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/open_output_files.h"
+#include "tavhost/files/planned_functions.h"
 #include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/script_service.h"
@@ -128,23 +129,38 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   work_window::Create();
   if (options.modelWindow) modeling_shell::SetModelWindow(true);
   script::RegisterHostPorts();
-  if (options.dryRun) {
-    host->dryRun_.emplace(Print);
-    script::ScriptPort::TavScript().AddProvider(*host->dryRun_);  // before the plug-ins
-  }
+  if (options.dryRun) host->StartDryRun(options.dryRunAsJson);
   if (const base::Result<void> loaded = host->LoadPlugins(options); !loaded) {
     return Refusal(kExitNoPlugin, loaded.error());
+  }
+  if (options.dryRun) {
+    for (const std::string& path : host->plugins_->Paths()) planned_functions::ReplaceIn(path);
   }
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
   return host;
 }
 
+void Host::StartDryRun(bool asJson) {
+  dryRunReport_.emplace(asJson);
+  if (asJson) SetPrintForm(OutputObject);
+  dryRun_.emplace(
+      [this](const dry_run::Step& step) { dryRunReport_->Tell(step, dryRun_->Command()); });
+  script::ScriptPort::TavScript().AddProvider(*dryRun_);  // before the plug-ins
+}
+
+void Host::FinishDryRun() {
+  script::ScriptPort::TavScript().RemoveProvider(*dryRun_);
+  dryRun_.reset();
+  dryRunReport_->Finish();
+  SetPrintForm(nullptr);
+}
+
 Host::~Host() {
   script::service::Shutdown();  // its requests need the plug-ins
-  if (dryRun_) script::ScriptPort::TavScript().RemoveProvider(*dryRun_);
   open_output_files::CloseAll();
   plugins_.reset();  // what a plug-in still holds needs the windows
+  if (dryRun_) FinishDryRun();
   work_window::Destroy();
   main_frames::Destroy();
   base::SetLongWorkShown({});

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tavhost/app/command_line.h"
+#include "tavhost/app/dry_run_report.h"
 #include "tavhost/base/result.h"
 #include "tavhost/files/dry_run.h"
 #include "tavhost/headless/answer_session.h"
@@ -36,8 +37,11 @@ class Host {
   Host() = default;
   base::Result<void> StartUserInterface(const Options& options);
   base::Result<void> LoadPlugins(const Options& options);
+  void StartDryRun(bool asJson);
+  void FinishDryRun();
 
   std::shared_ptr<ui::AnswerSession> answers_;
+  std::optional<DryRunReport> dryRunReport_;
   std::optional<DryRun> dryRun_;
   std::optional<loader::Plugins> plugins_;
   bool hasUser_ = false;  // who answers windows

@@ -61,10 +61,7 @@ int ServeScripts(const CommandLine& line) {
   if (!host) return host.error();
   script::service::SetHostOptions({line.addresses, line.allowCrash});
   WarnOfNetworks(line.addresses);
-  if (!TavScriptService::Start(line.port, kBacklog, TavWSLogShort, TavWSLogConsole, nullptr,
-                               true)) {
-    return kExitScriptError;
-  }
+  if (!script::service::Serve(line.port, kBacklog)) return kExitScriptError;
   Print(ListeningText(line.addresses) + "token file: " + script::service::TokenFilePath() + "\n");
   return FinishServing(line.options, kExitSuccess);
 }

@@ -18,6 +18,7 @@ constexpr std::size_t kBufferSize = std::size_t{1} << 16;
 
 int outputError = 0;  // errno of the first write that failed
 bool outputErrorShown = false;
+std::string (*printForm)(std::string_view) = nullptr;
 
 void NoteOutputError() {
   if (outputError != 0) return;
@@ -33,6 +34,13 @@ void PrepareStandardStreams() {
 }
 
 void Print(std::string_view text) {
+  if (!printForm) return PrintAsItIs(text);
+  PrintAsItIs(printForm(text));
+}
+
+void SetPrintForm(std::string (*form)(std::string_view text)) { printForm = form; }
+
+void PrintAsItIs(std::string_view text) {
   report::TakeStatusAway();
   errno = 0;
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();

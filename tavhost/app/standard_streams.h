@@ -16,6 +16,9 @@ void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.
 void Print(std::string_view text);
+// What is printed goes out as this makes it, but for what is printed as it is; null: unchanged.
+void SetPrintForm(std::string (*form)(std::string_view text));
+void PrintAsItIs(std::string_view text);
 
 // Writes out what is buffered. False when something could not be written, now or earlier; the first
 // call that finds this out says so on standard error.

@@ -16,6 +16,8 @@
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/disk.h"
 #include "tavhost/files/open_output_files.h"
+#include "tavhost/files/planned_file_manager.h"
+#include "tavhost/files/planned_functions.h"
 
 namespace {
 
@@ -99,7 +101,9 @@ class Target {
 TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
   static TavFileHandle last = 0;
   const bool append = (mode & TavFileManager::kAppend) != 0;
-  auto file = database_area::IsInArea(path, libraryId)
+  PlannedFiles* const planned = planned_functions::Files();
+  auto file = planned ? planned_file_manager::OpenForWriting(*planned, path, append, libraryId)
+              : database_area::IsInArea(path, libraryId)
                   ? database_area::OpenForWriting(path, libraryId, append)
               : append ? disk::OpenForWriting({path}, true)
                        : disk::OpenForReplacing({path});
@@ -195,12 +199,18 @@ bool TavFileManager::fileClose(TavFileHandle& handle) {
 
 bool TavFileManager::fileExists(const SV::String& path, long libraryId, bool unused) {
   trace::Call call("TavFileManager::fileExists", path, libraryId, unused);
+  if (PlannedFiles* planned = planned_functions::Files()) {
+    return call.Result(planned_file_manager::Exists(*planned, path.View(), libraryId));
+  }
   const Target target(path.View(), libraryId);
   return call.Result(target.IsValid() && disk::IsFile(target.Name()));
 }
 
 bool TavFileManager::fileDelete(const SV::String& path, long libraryId) {
   trace::Call call("TavFileManager::fileDelete", path, libraryId);
+  if (PlannedFiles* planned = planned_functions::Files()) {
+    return call.Result(planned_file_manager::Delete(*planned, path.View(), libraryId));
+  }
   Target target(path.View(), libraryId);
   return call.Result(target.IsValid() && target.Lock() && disk::Delete(target.Name()));
 }
@@ -209,17 +219,27 @@ bool TavFileManager::fileCopy(const char* from, const char* to, long fromLibrary
                               long toLibraryId, bool copyAttributes) {
   trace::Call call("TavFileManager::fileCopy", from, to, fromLibraryId, toLibraryId,
                    copyAttributes);
+  if (PlannedFiles* planned = planned_functions::Files()) {
+    return call.Result(
+        planned_file_manager::Copy(*planned, from, to, fromLibraryId, toLibraryId, copyAttributes));
+  }
   return call.Result(Copy(from, to, fromLibraryId, toLibraryId, copyAttributes));
 }
 
 bool TavFileManager::fileRename(const char* from, const char* to, long libraryId) {
   trace::Call call("TavFileManager::fileRename", from, to, libraryId);
+  if (PlannedFiles* planned = planned_functions::Files()) {
+    return call.Result(planned_file_manager::Rename(*planned, from, to, libraryId));
+  }
   return call.Result(Rename(from, to, libraryId));
 }
 
 bool TavFileManager::getAllDBFilesOfDir(long directoryId,
                                         std::set<SV::String, std::less<SV::String>>& names) {
   trace::Call call("TavFileManager::getAllDBFilesOfDir", directoryId);
+  if (PlannedFiles* planned = planned_functions::Files()) {
+    return call.Result(planned_file_manager::NamesOf(*planned, directoryId, names));
+  }
   const auto files = database_area::FilesOfLibrary(directoryId);
   if (!files) return call.Result(false);
   for (const std::string& file : *files) {

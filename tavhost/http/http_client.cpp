@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/dry_run.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -133,10 +134,16 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
   trace::Call call(this, "SendHttpRequest", name, unused);
   state_->decoded = false;
   if (state_->badProxy || (!name.empty() && !IsToken(name))) return call.Result(false);
+  const std::string sent = name.empty() ? "GET" : name;
+  if (dry_run::IsOn()) {
+    dry_run::Tell({dry_run::Act::kSend, state_->url.Text(), {}, -1, false, sent});
+    state_->answer = http::Answer();  // an empty one, as if the server had taken it
+    return call.Result(true);
+  }
   bool complete = false;
   for (std::uint32_t attempt = 0; !complete && attempt <= state_->retries; ++attempt) {
     if (stop::IsRequested()) break;
-    complete = state_->Fetch(name.empty() ? "GET" : name);
+    complete = state_->Fetch(sent);
   }
   state_->header = Wide(complete ? state_->answer.header : "");
   state_->charset = Wide(complete ? http::CharsetOf(state_->answer.Field("Content-Type")) : "");

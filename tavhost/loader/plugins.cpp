@@ -50,4 +50,10 @@ base::Result<void> Plugins::LoadFound() {
   return {};
 }
 
+std::vector<std::string> Plugins::Paths() const {
+  std::vector<std::string> paths;
+  for (const auto& plugin : plugins_) paths.push_back(plugin->Path());
+  return paths;
+}
+
 }  // namespace loader

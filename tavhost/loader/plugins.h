@@ -27,6 +27,8 @@ class Plugins {
   // All that FindPlugins finds; none is an error too.
   base::Result<void> LoadFound();
 
+  std::vector<std::string> Paths() const;
+
  private:
   std::vector<std::unique_ptr<Plugin>> plugins_;
 };

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/script/script_service.h"
+#include "tavhost/base/dry_run.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
@@ -114,7 +115,36 @@ bool StopService() {
   return true;
 }
 
+// Whether the service would run by now, in a dry run in which a script started or stopped it.
+std::optional<bool> plannedToRun;
+
+bool IsRunningOrPlanned() { return plannedToRun.value_or(running != nullptr); }
+
+bool PlanToStart(int port) {
+  const char* const refusal = IsRunningOrPlanned()       ? "the service runs already"
+                              : port < 0 || port > 65535 ? "there is no such port"
+                                                         : nullptr;
+  if (refusal) {
+    dry_run::Tell({dry_run::Act::kFail, std::to_string(port), {}, -1, false, refusal});
+    return false;
+  }
+  dry_run::Tell({dry_run::Act::kStartService, std::to_string(port)});
+  plannedToRun = true;
+  return true;
+}
+
+bool PlanToStop() {
+  if (!IsRunningOrPlanned()) return false;
+  dry_run::Tell({dry_run::Act::kStopService});
+  plannedToRun = false;
+  return true;
+}
+
 }  // namespace
+
+bool Serve(int port, int backlog) {
+  return StartService(port, backlog, TavWSLogShort, TavWSLogConsole);
+}
 
 void SetHostOptions(const HostOptions& options) { hostOptions = options; }
 
@@ -166,15 +196,17 @@ bool TavScriptService::Start(int port, int backlog, TavWSLogFormat format, TavWS
                              TavBasicFileLogger* logger, bool unused) {
   trace::Call call("TavScriptService::Start", port, backlog, format, type, trace::Object{logger},
                    unused);
+  if (dry_run::IsOn()) return call.Result(script::service::PlanToStart(port));
   return call.Result(script::service::StartService(port, backlog, format, type));
 }
 
 bool TavScriptService::Stop() {
   trace::Call call("TavScriptService::Stop");
+  if (dry_run::IsOn()) return call.Result(script::service::PlanToStop());
   return call.Result(script::service::StopService());
 }
 
 bool TavScriptService::IsRunning() {
   trace::Call call("TavScriptService::IsRunning");
-  return call.Result(script::service::running != nullptr);
+  return call.Result(script::service::IsRunningOrPlanned());
 }

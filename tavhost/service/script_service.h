@@ -24,6 +24,10 @@ void SetHostOptions(const HostOptions& options);
 // error, as the other kind does.
 void SetLogField(std::function<void(const std::string& line)> show);
 
+// Starts the service for the user of this program, in a dry run too: false, with a message, when
+// that cannot be. What requests do is then told and not done.
+bool Serve(int port, int backlog);
+
 // Of the running service; 0 and "" when there is none.
 int Port();
 std::string TokenFilePath();

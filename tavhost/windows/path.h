@@ -44,8 +44,8 @@ class Path {
   const char* Name() const;
 
  private:
-  // Takes the text as it is when a translation would change nothing. Otherwise `plain` is the length
-  // of the part for which it would not: nothing, or up to a component.
+  // Takes the text as it is when a translation would change nothing. Otherwise `plain` is the
+  // length of the part for which it would not: nothing, or up to a component.
   bool TakeAsItIs(const char* text, std::size_t& plain);
   bool Translate(const char* text, std::size_t plain, Last last);
   // Room for so many bytes, the end included.

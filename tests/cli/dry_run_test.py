@@ -1,5 +1,7 @@
-"""--dry-run: the plan is what the commands then do, on random trees, and nothing is done."""
+"""--dry-run: the plan is what the commands then do, scripts see what they would see, and nothing is
+done."""
 
+import json
 import os
 import random
 import re
@@ -13,6 +15,176 @@ CASES = int(os.environ.get("TAVHOST_DRY_RUN_CASES", "40"))
 STEP = re.compile(r"would (delete the directory|create the directory|delete|move|"
                   r"copy, replacing what is there,|copy) (.*)")
 NAMES = ["a", "b", "c.txt", "d.txt", "E.txt", "f.tmp", "_g.txt"]
+
+
+FILES = {"a.txt": "a", "b.txt": "bb", "sub/c.txt": "ccc", "sub/deep/d": "d", "locked": "locked"}
+
+# Scripts of every command that reads or changes files. In earnest they print the same.
+SCRIPTS = {
+    "a file that was written": """
+        FWRITE file:"new" text:"hello"; print ecode, written
+        FILE_EXISTS file:"new"; FILE_EXIST file:"new"; print exists, exist
+        FREAD file:"new"; print ecode, text
+        FREAD file:"new" base64; print ecode, text
+        ENCODE file:"new"; print ecode, text
+        FWRITE file:"new" text:", you" append; FREAD file:"new"; print text
+        FWRITE file:"new" text:"over"; FREAD file:"new"; print text
+        FWRITE file:"a.txt" text:"+" append; FREAD file:"a.txt"; print text
+        FWRITE file:"locked" text:"x"; print ecode
+        FWRITE file:"sub" text:"x"; print ecode
+        FWRITE file:"none/x" text:"x"; print ecode
+        FWRITE file:"sub/../e.txt" text:"e"; FREAD file:"e.txt"; print text
+    """,
+    "a file written in pieces": """
+        FWRITE open file:"p"; print ecode
+        FWRITE text:"one"; print ecode, written
+        FREAD file:"p"; print ecode, text
+        FDELETE file:"p"; print ecode
+        FILE_RENAME from:"p" to:"q"; print ecode
+        FCOPY from:"a.txt" to:"p"; print ecode
+        FWRITE text:"two"; print written
+        FWRITE close; print ecode
+        FREAD file:"p"; print text
+        FDELETE file:"p"; print ecode
+        FWRITE close; print ecode
+        FWRITE open file:"a.txt" append; FWRITE text:"!"; FWRITE close
+        FREAD file:"a.txt"; print text
+    """,
+    "copy, then delete": """
+        FCOPY from:"a.txt" to:"copy"; print ecode
+        FILE_DELETE file:"a.txt"; print ecode
+        FILE_EXISTS file:"a.txt"; print exists
+        FREAD file:"a.txt"; print ecode, len(text)
+        FREAD file:"copy"; print ecode, text
+        FDELETE file:"a.txt"; print ecode
+        FILE_COPY from:"copy" to:"a.txt" copy-file-attributes; print ecode
+        FREAD file:"a.txt"; print text
+        FILE_COPY from:"a.txt" to:"a.txt"; print ecode
+        FILE_COPY from:"none" to:"x"; print ecode
+        FILE_COPY from:"sub" to:"x"; print ecode
+        FILE_COPY from:"a.txt" to:"locked"; print ecode
+        FILE_COPY from:"a.txt" to:"none/x"; print ecode
+        FILE_COPY from:"locked" to:"x" copy-file-attributes; FDELETE file:"x"; print ecode
+        FILE_COPY from:"locked" to:"y"; FDELETE file:"y"; print ecode
+        FDELETE file:"locked"; FDELETE file:"sub"; print ecode
+    """,
+    "renaming": """
+        FILE_RENAME from:"a.txt" to:"z"; print ecode
+        FREAD file:"z"; print text
+        FILE_EXISTS file:"a.txt"; print exists
+        FILE_RENAME from:"z" to:"b.txt"; print ecode
+        FILE_RENAME from:"z" to:"sub/z"; print ecode
+        FILE_RENAME from:"sub" to:"moved"; print ecode
+        FREAD file:"moved/z"; print text
+        FREAD file:"moved/c.txt"; print text
+        FREAD file:"sub/c.txt"; print ecode
+        DIR_LIST path:"moved"; print files, dirs
+        FDELETE file:"moved/c.txt"; FILE_RENAME from:"moved" to:"again"; print ecode
+        DIR_LIST path:"again"; print files, dirs
+        FILE_RENAME from:"again" to:"again/deep/in"; print ecode
+        FILE_RENAME from:"none" to:"x"; print ecode
+    """,
+    "directories": """
+        DIR_CREATE path:"d"; print ecode
+        DIR_CREATE path:"d"; print ecode
+        DIR_CREATE path:"x/y"; print ecode
+        DIR_EXIST path:"d"; print exist
+        IS_DIR_EMPTY path:"d"; print ecode, isempty
+        FWRITE file:"d/f" text:"f"; IS_DIR_EMPTY path:"d"; print isempty
+        DIR_REMOVE path:"d"; print ecode
+        FDELETE file:"d/f"; DIR_REMOVE path:"d"; print ecode
+        DIR_EXIST path:"d"; print exist
+        DIR_EXIST path:"a.txt"; print exist
+        IS_DIR_EMPTY path:"d"; print ecode
+        DIR_REMOVE path:"sub"; print ecode
+        DIR_REMOVE path:"a.txt"; print ecode
+        DELETE_FILES "sub/*"; print ecode
+        IS_DIR_EMPTY path:"sub"; print isempty
+        DIR_REMOVE path:"sub"; print ecode
+        DIR_LIST path:"."; print files, dirs
+    """,
+    "lists": """
+        FWRITE file:"B" text:"x"; FWRITE file:"_" text:"x"; FDELETE file:"b.txt"
+        DIR_CREATE path:"aa"
+        DIR_LIST path:"."; print ecode, files, dirs
+        DIR_LIST path:"." filemask:"*.TXT"; print ecode, files, dirs
+        DIR_LIST path:"." filemask:"?"; print ecode, files
+        DIR_LIST path:"." filemask:"b.txt"; print ecode
+        DIR_LIST path:"aa"; print ecode, files + dirs
+        DIR_LIST path:"a.txt"; print ecode
+        DIR_LIST path:"sub/deep/.."; print files, dirs
+    """,
+    "the current directory": """
+        GET_CWD; top = cwd
+        DIR_CREATE path:"d"; SET_CWD path:"d"; print ecode
+        GET_CWD; print slice(cwd, len(top), len(cwd))
+        DIR_CREATE path:"e"; DIR_EXIST path:"e"; print exist
+        FCOPY from:"../a.txt" to:"here"; print ecode
+        FREAD file:"here"; print text
+        DIR_EXIST path:"../d/e"; print exist
+        SET_CWD path:"none"; print ecode
+        DIR_REMOVE path:"../d"; print ecode
+        COPY_FILES "here" to:"e"; print ecode
+        FREAD file:"e/here"; print text
+        SET_CWD path:"../sub"; print ecode
+        FREAD file:"c.txt"; print text
+        SET_CWD path:(top); GET_CWD; print cwd == top
+        FREAD file:"d/here"; print text
+    """,
+    "trees": """
+        DIR_CREATE path:"to"; COPY_FILES "sub" to:"to"; print ecode
+        FREAD file:"to/sub/deep/d"; print text
+        DELETE_FILES "sub"; print ecode
+        DIR_EXIST path:"sub"; print exist
+        MOVE_FILES "to/sub" to:"."; print ecode
+        FREAD file:"sub/c.txt"; print text
+        DIR_LIST path:"to"; print files + dirs
+        COPY_FILES "sub" to:"sub/deep"; print ecode
+        COPY_FILES "*" to:"to"; print ecode
+        COPY_FILES "s*" to:"to"; print ecode
+        COPY_FILES "s*" to:"to"; print ecode
+        COPY_FILES "s*" to:"to" overwrite-existing-dir; print ecode
+        COPY_FILES "s*" to:"to" overwrite-existing-dir no-overwrite; print ecode
+        MOVE_FILES "?.txt" to:"to/sub"; print ecode
+        DIR_LIST path:"to/sub"; print files, dirs
+        DELETE_FILES "to/sub/?.*"; print ecode
+        DIR_LIST path:"to/sub"; print files, dirs
+        DELETE_FILES "none*"; print ecode
+        COPY_FILES "sub" to:"none"; print ecode
+        DELETE_FILES "locked"; print ecode
+    """,
+    "links": """
+        FREAD file:"link"; print text
+        FCOPY from:"link" to:"through"; print ecode
+        FREAD file:"through"; print ecode, text
+        DIR_CREATE path:"to"; COPY_FILES "link" to:"to"; print ecode
+        FDELETE file:"link"; print ecode
+        FILE_EXISTS file:"link"; print exists
+        FILE_EXISTS file:"a.txt"; print exists
+        DELETE_FILES "to"; print ecode
+    """,
+    "the database area": """
+        FREAD file:"db:\\\\stored"; print ecode, text
+        FWRITE file:"db:\\\\New" text:"n"; print ecode
+        FREAD file:"db:\\\\new"; print ecode, text
+        DB_FILE_LIST; print ecode, files
+        FWRITE file:"db:\\\\STORED" text:"+" append; FREAD file:"db:\\\\stored"; print text
+        FILE_RENAME from:"db:\\\\new" to:"db:\\\\Other"; print ecode
+        DB_FILE_LIST; print files
+        FCOPY from:"a.txt" to:"db:\\\\other"; FREAD file:"db:\\\\OTHER"; print text
+        FILE_COPY from:"db:\\\\other" to:"db:\\\\x" to-libraryid:7; print ecode
+        FILE_COPY from:"db:\\\\x" to:"back" from-libraryid:7; FREAD file:"back"; print text
+        FDELETE file:"db:\\\\stored"; print ecode
+        FILE_EXISTS file:"db:\\\\Stored"; print exists
+        DB_FILE_LIST; print files
+        FWRITE file:"db:\\\\a:b" text:"x"; print ecode
+        FILE_RENAME from:"db:\\\\other" to:"out"; print ecode
+    """,
+    "a script in a text": """
+        EXECUTE "FWRITE file:\\"e\\" text:\\"x\\""
+        FREAD file:"e"; print ecode, text
+    """,
+}
 
 
 def snapshot(top):
@@ -70,7 +242,7 @@ def carry_out(plan, top):
         if line in ("0", "1"):
             codes.append(line)
             continue
-        if line.startswith("would fail at "):
+        if line.startswith(("would fail at ", "in all, would ")):
             continue
         what, rest = STEP.fullmatch(line).groups()
         source, _, target = rest.partition(" to ")
@@ -108,7 +280,7 @@ class DryRunTest(ProgramTest):
         codes = carry_out(planned.out, top)
         self.assertEqual(codes, real.out.split(), text)
         self.assertEqual(snapshot(top), effect, text)
-        return len(planned.out.splitlines()) - len(codes)
+        return len(planned.out.splitlines()) - len(codes) - 1
 
     def test_plan_equals_effect(self):
         steps = 0
@@ -182,10 +354,100 @@ class DryRunTest(ProgramTest):
                     f"would create the directory {here}/to/sub\n"
                     f"would copy {here}/from/sub/b.txt to {here}/to/sub/b.txt\n"
                     f"would delete {here}/to/sub/b.txt\n"
-                    f"would delete the directory {here}/to/sub\n0\n")
+                    f"would delete the directory {here}/to/sub\n0\n"
+                    "in all, would copy (2), delete (1), delete the directory (1), "
+                    "create the directory (1); failures: 0\n")
         self.expect(["send", "--dry-run", 'DELETE_FILES "nowhere*"', "DELETE_FILES"],
                     f"would fail at {here}/nowhere*: nothing matches\n ecode:1\n"
-                    ' error:"DELETE_FILES: the main value is missing"\n', code=1)
+                    ' error:"DELETE_FILES: the main value is missing"\n'
+                    "in all, would do nothing; failures: 1\n", code=1)
+
+    def told(self, out):
+        """What the script printed, without what the dry run told."""
+        return "".join(line for line in out.splitlines(keepends=True)
+                       if not line.startswith(("would ", "in all, would ")))
+
+    def test_scripts_see_what_they_would_see(self):
+        """A script prints the same in a dry run, which changes nothing, as in earnest."""
+        for title, script in SCRIPTS.items():
+            with self.subTest(title):
+                top = self.folder / "top"
+                shutil.rmtree(top, ignore_errors=True)
+                for name, text in FILES.items():
+                    (top / name).parent.mkdir(parents=True, exist_ok=True)
+                    (top / name).write_text(text)
+                (top / "locked").chmod(0o444)
+                os.symlink("a.txt", top / "link")
+                (top / "area/0").mkdir(parents=True)
+                (top / "area/0/Stored").write_text("stored")
+                self.file("top/script.tav", script)
+                before = snapshot(top)
+                arguments = ("--db", "area", "run", "script.tav")
+                planned = self.run_program("--dry-run", *arguments, cwd=top)
+                self.assertEqual((planned.err, planned.code), ("", 0))
+                self.assertEqual(snapshot(top), before, "a dry run does nothing")
+                real = self.run_program(*arguments, cwd=top)
+                self.assertEqual((real.err, real.code), ("", 0))
+                self.assertEqual(self.told(planned.out), real.out, planned.out)
+                self.assertIn("\n", real.out)
+
+    def test_the_report_for_programs(self):
+        self.file("a.txt", "a")
+        self.file("a.tav", 'FWRITE file:"b.txt" text:"bb"\nFCOPY from:"a.txt" to:"b.txt"\n'
+                           'print "two", "lines"\nFDELETE file:"none"\nDIR_CREATE path:"d"\n')
+        result = self.run_program("run", "--dry-run=json", "a.tav")
+        self.assertEqual((result.err, result.code), ("", 0))
+        here = str(self.folder)
+        lines = [json.loads(line) for line in result.out.splitlines()]
+        self.assertEqual(lines[:-1], [
+            {"step": "write", "command": "FWRITE", "path": f"{here}/b.txt", "bytes": 2,
+             "replaces": False},
+            {"step": "copy", "command": "FCOPY", "from": f"{here}/a.txt", "to": f"{here}/b.txt",
+             "replaces": True},
+            {"output": "two lines\n"},
+            {"step": "fail", "command": "FDELETE", "path": f"{here}/none",
+             "reason": "there is no such file"},
+            {"step": "create-directory", "command": "DIR_CREATE", "path": f"{here}/d"}])
+        counts = {name: count for name, count in lines[-1]["counts"].items() if count}
+        self.assertEqual((counts, lines[-1]["failures"]),
+                         ({"write": 1, "copy": 1, "create-directory": 1}, 1))
+        self.expect_usage_error(["run", "--dry-run=xml", "a.tav"],
+                                "--dry-run: the only other form is json", "run")
+
+    def test_what_leaves_the_process_is_told(self):
+        self.file("a.tav", 'HTTP_REQUEST "http://user:pw@127.0.0.1:9/x" verb:"POST" -> r\n'
+                           'print r.ecode, "|" + r.response + "|"\n'
+                           'COPY_TO_CLIPBOARD "abc"\nprint ecode\n'
+                           'SERVICE start port:8123\nprint ecode\n'
+                           'SERVICE start port:8124\nprint ecode\n'
+                           'IS_SCRIPT_SERVICE_RUNNING\nprint result\n'
+                           'SERVICE stop\nIS_SCRIPT_SERVICE_RUNNING\nprint result\n')
+        self.expect(["run", "--dry-run", "a.tav"],
+                    "would send POST to http://127.0.0.1:9/x\n0 ||\n"
+                    "would copy to the clipboard: 3 bytes\n0\n"
+                    "would start the script service on port 8123\n0\n"
+                    "would fail at 8124: the service runs already\n1\n1\n"
+                    "would stop the script service\n0\n"
+                    "in all, would send (1), copy to the clipboard (1), "
+                    "start the script service on port (1), stop the script service (1); "
+                    "failures: 1\n")
+
+    def test_a_temporary_file_is_not_made(self):
+        folder = self.folder / "temporary"
+        folder.mkdir()
+        self.environment["TMPDIR"] = str(folder)
+        self.file("a.tav", 'GET_TEMP_FILENAME\nfirst = filename\nGET_TEMP_FILENAME\n'
+                           'FWRITE file:(first) text:"x"\nFREAD file:(first)\n'
+                           'print text, first != filename\nFDELETE file:(first)\nprint ecode\n')
+        result = self.run_program("run", "--dry-run", "a.tav")
+        self.assertEqual((self.told(result.out), result.err), ("x 1\n1\n", ""), result)
+        self.assertEqual(os.listdir(folder), [])
+
+    def test_what_is_left_open_is_told_at_the_end(self):
+        self.file("a.tav", 'FWRITE open file:"x"\nFWRITE text:"abc"\n')
+        self.expect(["run", "--dry-run", "a.tav"],
+                    f"would write 3 bytes to {self.folder}/x\n"
+                    "in all, would write (1); failures: 0\n")
 
 
 if __name__ == "__main__":

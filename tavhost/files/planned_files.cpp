@@ -1,0 +1,614 @@
+#include "tavhost/files/planned_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <tl/expected.hpp>
+
+#include "host/files/dir_entry.h"
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/file_names.h"
+#include "tavhost/base/string_of.h"
+#include "tavhost/files/dir_entry_style.h"
+
+using dry_run::Act;
+using file_names::IsDots;
+using file_names::IsSeparator;
+
+namespace {
+
+constexpr const char* kNoPath = "no path leads to what has this name";
+constexpr const char* kNoFile = "there is no such file";
+constexpr const char* kNoDirectory = "there is no such directory";
+constexpr const char* kExists = "it exists";
+constexpr const char* kIsDirectory = "it is a directory";
+constexpr const char* kIsReadOnly = "it is protected against writing";
+constexpr const char* kIsOpen = "it is open for writing";
+constexpr const char* kIsInside = "it lies in the directory that is to go there";
+constexpr const char* kIsCurrent = "it is the current directory";
+constexpr const char* kIsItself = "it would be copied onto itself";
+
+// What scripts hold in their variables as well; longer files are told, but not kept.
+constexpr long kKeptBytes = 64L << 20;
+
+std::filesystem::path ToPath(const std::string& text) {
+  return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+std::string ToText(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
+}
+
+// Absolute, in the system's style, without `.`, `..` and separators that are there twice.
+std::string Full(std::string_view path) {
+  SV::DirEntry entry(base::StringOf(path));
+  entry.ToAbs();
+  const SV::String written = entry.GetFull();
+  std::string_view rest = written.View();
+  std::string result;
+  while (!rest.empty()) {
+    // A component with the separator before it.
+    std::size_t end = 1;
+    while (end < rest.size() && !IsSeparator(rest[end])) ++end;
+    const std::string_view piece = rest.substr(0, end);
+    rest.remove_prefix(end);
+    const bool isShare = dir_entry::kSeparator == '\\' && result.empty();
+    const std::string_view name = piece.substr(IsSeparator(piece[0]) ? 1 : 0);
+    if (name == "..") {
+      result.erase(std::min(result.find_last_of("/\\"), result.size()));
+    } else if (name != "." && (!name.empty() || isShare)) {
+      result += piece;
+    }
+  }
+  if (result.empty() || result.back() == ':') result += dir_entry::kSeparator;
+  return result;
+}
+
+// A whole path as its folder and its name.
+std::pair<std::string, std::string> Parted(const std::string& full) {
+  const std::size_t slash = full.find_last_of("/\\");
+  if (slash == std::string::npos) return {"", full};
+  const bool isRoot = slash == 0 || full[slash - 1] == ':';
+  return {full.substr(0, isRoot ? slash + 1 : slash), full.substr(slash + 1)};
+}
+
+bool IsEqual(std::string_view a, std::string_view b) {
+  return dir_entry::kIgnoresCase ? ascii::EqualIgnoringCase(a, b) : a == b;
+}
+
+// Whether `path` is `folder` or lies in it; both are whole.
+bool IsWithin(std::string_view path, std::string_view folder) {
+  if (path.size() < folder.size() || !IsEqual(path.substr(0, folder.size()), folder)) return false;
+  return path.size() == folder.size() || IsSeparator(folder.back()) ||
+         IsSeparator(path[folder.size()]);
+}
+
+bool EndsInSeparator(std::string_view text) { return !text.empty() && IsSeparator(text.back()); }
+
+std::string Join(const std::string& folder, const std::string& name) {
+  return EndsInSeparator(folder) ? folder + name : folder + dir_entry::kSeparator + name;
+}
+
+// A pattern that ends in `.` or `..` finds a directory under its own name, and that name behind the
+// pattern's folder leads nowhere.
+bool HidesItsName(std::string_view pattern) {
+  return IsDots(pattern.substr(pattern.find_last_of("/\\") + 1));
+}
+
+// What the disk has at a path.
+std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
+  using Kind = PlannedFiles::Kind;
+  std::error_code error;
+  const std::filesystem::path real = ToPath(path);
+  const std::filesystem::file_status status = std::filesystem::symlink_status(real, error);
+  switch (status.type()) {
+    case std::filesystem::file_type::regular:
+      return {Kind::kFile, (status.permissions() & std::filesystem::perms::owner_write) ==
+                               std::filesystem::perms::none};
+    case std::filesystem::file_type::directory:
+      return {Kind::kDirectory, false};
+    case std::filesystem::file_type::symlink:
+      return {std::filesystem::is_directory(real, error) ? Kind::kDirectoryLink : Kind::kLink,
+              false};
+    case std::filesystem::file_type::not_found:
+    case std::filesystem::file_type::none:
+      return {Kind::kNone, false};
+    default:
+      return {Kind::kOther, false};
+  }
+}
+
+bool IsLeadingToFile(const std::string& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(ToPath(path), error);
+  return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+}
+
+}  // namespace
+
+bool PlannedFiles::ByName::operator()(const std::string& a, const std::string& b) const {
+  return dir_entry::kIgnoresCase ? ascii::CompareInUpperCase(a, b) < 0 : a < b;
+}
+
+PlannedFiles::PlannedFiles() : root_(MakeNode({Kind::kDirectory})) {}
+
+PlannedFiles::Node* PlannedFiles::MakeNode(Node node) {
+  nodes_.push_back(std::make_unique<Node>(std::move(node)));
+  return nodes_.back().get();
+}
+
+std::optional<std::string> PlannedFiles::Reach(disk::Name name) {
+  if (name.isScripts && !dir_entry::CanBePath(name.text)) return std::nullopt;
+  std::string path = Full(name.text);
+  const bool isRefused = std::any_of(searches_.begin(), searches_.end(), [&](const auto& search) {
+    return !search->itself.empty() && IsWithin(path, search->entryPath);
+  });
+  if (isRefused || (!closedWay_.empty() && IsWithin(path, closedWay_))) return std::nullopt;
+  return path;
+}
+
+PlannedFiles::Found PlannedFiles::Find(const std::string& path) {
+  Found found{Kind::kDirectory, false, root_, {}};
+  std::size_t at = 0;
+  // The name in front of the first separator, a drive or nothing, is the disk's own.
+  const std::size_t first = std::min(path.find_first_of("/\\"), path.size());
+  const std::string drive = path.substr(0, first);
+  found.real = drive + dir_entry::kSeparator;
+  if (!drive.empty()) {
+    const auto node = root_->entries.find(drive);
+    found.node = node == root_->entries.end() ? nullptr : node->second;
+  }
+  at = first + 1;
+  while (at < path.size()) {
+    const std::size_t end = std::min(path.find_first_of("/\\", at), path.size());
+    const std::string name = path.substr(at, end - at);
+    at = end + 1;
+    if (name.empty()) continue;
+    if (found.node) {
+      const auto entry = found.node->entries.find(name);
+      if (entry != found.node->entries.end()) {
+        found.node = entry->second;
+        if (found.node->kind == Kind::kNone) return {};
+        found.real = found.node->real;
+        continue;
+      }
+      found.node = nullptr;
+    }
+    if (found.real.empty()) return {};
+    found.real = Join(found.real, name);
+  }
+  if (found.node && found.node != root_ && !IsSeparator(path.back())) {
+    found.kind = found.node->kind;
+    found.isReadOnly = found.node->isReadOnly;
+    return found;
+  }
+  if (found.real.empty()) return found;
+  const auto [kind, isReadOnly] = OnDisk(found.real);
+  found.kind = kind;
+  found.isReadOnly = isReadOnly;
+  return found;
+}
+
+PlannedFiles::Node& PlannedFiles::NodeOfFolder(const std::string& path) {
+  Node* node = root_;
+  const std::size_t first = std::min(path.find_first_of("/\\"), path.size());
+  std::string real = path.substr(0, first) + dir_entry::kSeparator;
+  std::size_t at = 0;
+  while (at < path.size()) {
+    const std::size_t end = std::min(path.find_first_of("/\\", at), path.size());
+    const std::string name = path.substr(at, end - at);
+    const bool isDrive = at == 0;
+    at = end + 1;
+    if (name.empty()) continue;
+    if (!isDrive && !real.empty()) real = Join(real, name);
+    Node*& entry = node->entries[name];
+    if (!entry) {
+      const Kind kind = OnDisk(real).first;
+      const bool isThere = kind != Kind::kNone;
+      entry = MakeNode({isThere ? kind : Kind::kDirectory, false, isThere ? real : ""});
+    }
+    node = entry;
+    real = node->real;
+  }
+  return *node;
+}
+
+PlannedFiles::Node& PlannedFiles::Put(const std::string& path, Node node) {
+  const auto [folder, name] = Parted(path);
+  return *(NodeOfFolder(folder).entries[name] = MakeNode(std::move(node)));
+}
+
+bool PlannedFiles::IsDirectory(const std::string& path) {
+  const Kind kind = Find(path).kind;
+  return kind == Kind::kDirectory || kind == Kind::kDirectoryLink;
+}
+
+PlannedFiles::Entry PlannedFiles::At(disk::Name name) {
+  const auto path = Reach(name);
+  if (!path) return {};
+  const Found found = Find(*path);
+  const bool isDirectory = found.kind == Kind::kDirectory || found.kind == Kind::kDirectoryLink;
+  if (name.isScripts && EndsInSeparator(name.text) && !isDirectory) return {};
+  return {Parted(*path).second, found.kind, found.isReadOnly};
+}
+
+bool PlannedFiles::IsFile(disk::Name name) {
+  const auto path = Reach(name);
+  if (!path || (name.isScripts && EndsInSeparator(name.text))) return false;
+  const Found found = Find(*path);
+  if (found.kind == Kind::kLink) return IsLeadingToFile(found.real);
+  return found.kind == Kind::kFile || found.kind == Kind::kOther;
+}
+
+disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
+  const auto path = Reach(name);
+  if (!path) return disk::kNotFound;
+  const Found found = Find(*path);
+  if (found.kind == Kind::kNone) return disk::kNotFound;
+  if (found.node && found.real.empty() && found.kind == Kind::kFile) {
+    if (!found.node->isKnown) return disk::kTooLarge;
+    contents = found.node->bytes;
+    return disk::kRead;
+  }
+  return found.real.empty() ? disk::kUnreadable : disk::Read({found.real.c_str(), false}, contents);
+}
+
+std::vector<PlannedFiles::Entry> PlannedFiles::EntriesOf(const std::string& folder) {
+  return EntriesOf(Find(Full(folder)));
+}
+
+std::vector<PlannedFiles::Entry> PlannedFiles::EntriesOf(const Found& folder) {
+  std::vector<Entry> entries;
+  const auto isChanged = [&folder](const std::string& name) {
+    return folder.node && folder.node->entries.count(name) != 0;
+  };
+  std::error_code error;
+  if (!folder.real.empty()) {
+    for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder.real), error)) {
+      const std::string name = ToText(entry.path().filename());
+      if (isChanged(name)) continue;
+      const auto [kind, isReadOnly] = OnDisk(Join(folder.real, name));
+      if (kind != Kind::kNone) entries.push_back({name, kind, isReadOnly});
+    }
+  }
+  if (folder.node) {
+    for (const auto& [name, node] : folder.node->entries) {
+      if (node->kind != Kind::kNone) entries.push_back({name, node->kind, node->isReadOnly});
+    }
+  }
+  std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+    const int order = ascii::CompareInUpperCase(a.name, b.name);  // as the system does
+    return order != 0 ? order < 0 : a.name < b.name;
+  });
+  return entries;
+}
+
+PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
+  if (!dir_entry::CanBePattern(pattern) || EndsInSeparator(pattern)) return nullptr;
+  const std::string_view text = pattern;
+  const auto [folder, mask] = Parted(Full(text));
+  auto search = std::make_unique<Search>();
+  if (HidesItsName(text)) {
+    if (mask.empty() || !IsDirectory(Full(text))) return nullptr;
+    const std::size_t separator = text.find_last_of("/\\");
+    search->folder =
+        Full(separator == std::string_view::npos ? "." : text.substr(0, separator + 1));
+    if (!IsDirectory(search->folder)) return nullptr;
+    search->entries.push_back({mask, Kind::kDirectory, false});
+    search->itself = Full(text);
+  } else {
+    if (!Reach({folder.c_str(), false})) return nullptr;
+    const Found in = Find(folder);
+    if (in.kind != Kind::kDirectory && in.kind != Kind::kDirectoryLink) return nullptr;
+    search->folder = folder;
+    if (!file_names::HasWildcard(mask)) {
+      Entry entry = At({pattern});
+      if (entry.kind != Kind::kNone) search->entries.push_back(std::move(entry));
+    } else {
+      for (const char* dots : {".", ".."}) {
+        if (file_names::MatchesWildcard(dots, mask)) {
+          search->entries.push_back({dots, Kind::kDirectory, false});
+        }
+      }
+      for (Entry& entry : EntriesOf(in)) {
+        if (file_names::MatchesWildcard(entry.name, mask)) {
+          search->entries.push_back(std::move(entry));
+        }
+      }
+    }
+  }
+  if (search->entries.empty()) return nullptr;
+  searches_.push_back(std::move(search));
+  return searches_.back().get();
+}
+
+const PlannedFiles::Entry* PlannedFiles::Next(Search& search) {
+  if (search.next == search.entries.size()) return nullptr;
+  const Entry& entry = search.entries[search.next++];
+  search.entryPath = IsDots(entry.name) ? "" : Join(search.folder, entry.name);
+  return &entry;
+}
+
+bool PlannedFiles::IsOpen(const Search* search) const {
+  return std::any_of(searches_.begin(), searches_.end(),
+                     [search](const auto& open) { return open.get() == search; });
+}
+
+void PlannedFiles::Close(Search* search) {
+  const auto found = std::find_if(searches_.rbegin(), searches_.rend(),
+                                  [search](const auto& open) { return open.get() == search; });
+  if (found != searches_.rend()) searches_.erase(std::next(found).base());
+  if (searches_.empty()) closedWay_.clear();
+}
+
+// Whether a search stands at an entry that holds this folder: then a tree would go into itself.
+bool PlannedFiles::IsInSearched(const std::string& folder) const {
+  return std::any_of(searches_.begin(), searches_.end(), [&folder](const auto& search) {
+    const std::string& entry = search->itself.empty() ? search->entryPath : search->itself;
+    return !entry.empty() && IsWithin(folder, entry);
+  });
+}
+
+bool PlannedFiles::Fail(const std::string& path, const char* reason) {
+  dry_run::Tell({Act::kFail, path, {}, -1, false, reason});
+  return false;
+}
+
+bool PlannedFiles::Refuse(disk::Name name, const char* reason) {
+  return Fail(name.isScripts ? Full(name.text) : name.text, reason);
+}
+
+bool PlannedFiles::GoesIntoItself(const char* pattern, const char* target) {
+  const auto path = Reach({target});
+  Search* search = path && IsDirectory(*path) ? OpenSearch(pattern) : nullptr;
+  if (!search) return false;
+  bool isInside = false;
+  while (const Entry* entry = Next(*search)) {
+    const std::string& own = search->itself.empty() ? search->entryPath : search->itself;
+    if (entry->kind == Kind::kDirectory && !own.empty() && IsWithin(*path, own)) isInside = true;
+  }
+  Close(search);
+  return isInside;
+}
+
+bool PlannedFiles::MakeDirectory(disk::Name name, bool mayBeThere) {
+  const auto path = Reach(name);
+  if (!path) return Refuse(name, kNoPath);
+  const std::string folder = Parted(*path).first;
+  if (IsInSearched(folder)) return Fail(*path, kIsInside);
+  const Kind kind = Find(*path).kind;
+  if (kind == Kind::kDirectory && mayBeThere) return false;
+  if (kind == Kind::kDirectoryLink && !searches_.empty()) {
+    closedWay_ = *path;
+    return Fail(*path, "it is a link");
+  }
+  if (kind != Kind::kNone) return Fail(*path, kExists);
+  if (!IsDirectory(folder)) return Fail(*path, kNoDirectory);
+  dry_run::Tell({Act::kCreateDirectory, *path});
+  Put(*path, {Kind::kDirectory});
+  return true;
+}
+
+bool PlannedFiles::RemoveFolder(disk::Name name) {
+  const auto path = Reach(name);
+  if (!path) return Refuse(name, kNoPath);
+  const Found found = Find(*path);
+  if (found.kind == Kind::kDirectoryLink) {
+    dry_run::Tell({Act::kDelete, *path});
+    Put(*path, {});
+    return true;
+  }
+  if (found.kind != Kind::kDirectory) return Fail(*path, kNoDirectory);
+  if (*path == Full(".")) return Fail(*path, kIsCurrent);
+  if (!EntriesOf(found).empty()) return Fail(*path, "it is not empty");
+  dry_run::Tell({Act::kDeleteDirectory, *path});
+  Put(*path, {});
+  return true;
+}
+
+bool PlannedFiles::Delete(disk::Name name) {
+  const auto path = Reach(name);
+  if (!path || (name.isScripts && EndsInSeparator(name.text))) return Refuse(name, kNoPath);
+  const Found found = Find(*path);
+  if (found.kind == Kind::kNone) return Fail(*path, kNoFile);
+  if (found.kind == Kind::kDirectory) return Fail(*path, kIsDirectory);
+  if (found.isReadOnly) return Fail(*path, kIsReadOnly);
+  if (IsUnderWay(*path)) return Fail(*path, kIsOpen);
+  dry_run::Tell({Act::kDelete, *path});
+  Put(*path, {});
+  return true;
+}
+
+bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
+  const auto source = Reach(from);
+  const auto target = Reach(to);
+  if (!source || (from.isScripts && EndsInSeparator(from.text))) return Refuse(from, kNoPath);
+  if (!target || (to.isScripts && EndsInSeparator(to.text))) return Refuse(to, kNoPath);
+  const Found copied = Find(*source);
+  const Found present = Find(*target);
+  const bool isLink = copied.kind == Kind::kLink || copied.kind == Kind::kDirectoryLink;
+  const bool leadsToFile = isLink && options.followLink && IsLeadingToFile(copied.real);
+  if (copied.kind == Kind::kNone) return Fail(*source, kNoFile);
+  if (copied.kind == Kind::kDirectory) return Fail(*source, kIsDirectory);
+  if (copied.kind == Kind::kOther || (isLink && options.followLink && !leadsToFile)) {
+    return Fail(*source, "it is no plain file");
+  }
+  if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
+  if (present.kind == Kind::kDirectory) return Fail(*target, kIsDirectory);
+  if (present.kind != Kind::kNone) {
+    if (IsEqual(*source, *target)) return Fail(*target, kIsItself);
+    if (!options.replace) return Fail(*target, kExists);
+    if (present.kind == Kind::kOther) return Fail(*target, "it is no plain file");
+    if (present.isReadOnly) return Fail(*target, kIsReadOnly);
+    if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
+  }
+  dry_run::Tell({Act::kCopy, *source, *target, -1, present.kind != Kind::kNone});
+  Node copy{leadsToFile ? Kind::kFile : copied.kind, copied.isReadOnly && options.keepAttributes,
+            copied.real};
+  if (copied.node) {
+    copy.bytes = copied.node->bytes;
+    copy.isKnown = copied.node->isKnown;
+  }
+  Put(*target, std::move(copy));
+  return true;
+}
+
+bool PlannedFiles::Move(disk::Name from, disk::Name to) {
+  const auto source = Reach(from);
+  const auto target = Reach(to);
+  if (!source) return Refuse(from, kNoPath);
+  if (!target) return Refuse(to, kNoPath);
+  const Found moved = Find(*source);
+  const bool namesDirectory =
+      (from.isScripts && EndsInSeparator(from.text)) || (to.isScripts && EndsInSeparator(to.text));
+  if (moved.kind == Kind::kNone) return Fail(*source, kNoFile);
+  if (namesDirectory && moved.kind != Kind::kDirectory) return Fail(*source, kNoDirectory);
+  if (IsUnderWay(*source)) return Fail(*source, kIsOpen);
+  const bool isItself = *source == *target;
+  if (!isItself && !IsEqual(*source, *target) && Find(*target).kind != Kind::kNone) {
+    return Fail(*target, kExists);
+  }
+  if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
+  if (moved.kind == Kind::kDirectory && !isItself && IsWithin(*target, *source)) {
+    return Fail(*target, kIsInside);
+  }
+  dry_run::Tell({Act::kMove, *source, *target});
+  if (isItself) return true;
+  Node node = moved.node ? *moved.node : Node{moved.kind, moved.isReadOnly, moved.real};
+  Put(*source, {});
+  Put(*target, std::move(node));
+  return true;
+}
+
+bool PlannedFiles::ChangeDirectory(disk::Name name) {
+  const auto path = Reach(name);
+  if (!path || !IsDirectory(*path)) return false;
+  dir_entry::SetCurrentDirectory(*path);
+  // Where that can be, the process goes there too: not all paths come by here.
+  const Found found = Find(*path);
+  std::error_code ignored;
+  if (!found.real.empty()) std::filesystem::current_path(ToPath(found.real), ignored);
+  return true;
+}
+
+// Keeps what is written where a later step can read it.
+class PlannedOutput : public disk::OutputFile {
+ public:
+  PlannedOutput(PlannedFiles& files, std::string path, PlannedFiles::Kind before, bool append,
+                PlannedFiles::Appears when)
+      : files_(files),
+        path_(std::move(path)),
+        when_(when),
+        existed_(before != PlannedFiles::Kind::kNone),
+        isDevice_(before == PlannedFiles::Kind::kOther),
+        isAppending_(append && existed_) {
+    if (isAppending_ && !isDevice_) {
+      isKnown_ = files_.Read({path_.c_str(), false}, bytes_) == disk::kRead;
+    }
+    if (when == PlannedFiles::Appears::kAtOnce) Appear();
+    files_.outputs_.push_back(this);
+  }
+  // What was not whole is not stored.
+  ~PlannedOutput() override {
+    auto& outputs = files_.outputs_;
+    outputs.erase(std::find(outputs.begin(), outputs.end(), this));
+  }
+
+  const std::string& Path() const { return path_; }
+
+  long Write(const char* data, long length) override {
+    count_ += length;
+    isKnown_ = isKnown_ && bytes_.Len() + length <= kKeptBytes;
+    if (isKnown_) bytes_.Append(data, length);
+    if (node_) Keep();
+    return length;
+  }
+
+  base::Result<void> StayOpen() override {
+    if (when_ == PlannedFiles::Appears::kWhole) Appear();
+    return {};
+  }
+
+  base::Result<bool> Close() override {
+    if (!node_) Appear();
+    const Act act = isAppending_ ? Act::kAppend : Act::kWrite;
+    dry_run::Tell({act, path_, {}, count_, existed_ && !isAppending_ && !isDevice_});
+    return true;
+  }
+
+ private:
+  void Appear() {
+    if (isDevice_) return;
+    node_ = &files_.Put(path_, {PlannedFiles::Kind::kFile});
+    Keep();
+  }
+  void Keep() {
+    node_->bytes = isKnown_ ? bytes_ : SV::String();
+    node_->isKnown = isKnown_;
+  }
+
+  PlannedFiles& files_;
+  std::string path_;
+  PlannedFiles::Appears when_;
+  bool existed_;
+  bool isDevice_;
+  bool isAppending_;
+  PlannedFiles::Node* node_ = nullptr;
+  SV::String bytes_;
+  std::int64_t count_ = 0;
+  bool isKnown_ = true;
+};
+
+PlannedFiles::~PlannedFiles() { dir_entry::SetCurrentDirectory(""); }
+
+bool PlannedFiles::IsUnderWay(const std::string& path) const {
+  return std::any_of(outputs_.begin(), outputs_.end(),
+                     [&path](const PlannedOutput* output) { return output->Path() == path; });
+}
+
+std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, bool append,
+                                                               Appears when) {
+  const auto path = Reach(name);
+  if (!path || (name.isScripts && EndsInSeparator(name.text))) {
+    Refuse(name, kNoPath);
+    return nullptr;
+  }
+  const Found present = Find(*path);
+  const char* reason = nullptr;
+  if (!IsDirectory(Parted(*path).first)) reason = kNoDirectory;
+  if (present.kind == Kind::kDirectory || present.kind == Kind::kDirectoryLink) {
+    reason = kIsDirectory;
+  }
+  if (present.isReadOnly) reason = kIsReadOnly;
+  if (when == Appears::kAtClose && IsUnderWay(*path)) reason = kIsOpen;
+  if (reason) {
+    Fail(*path, reason);
+    return nullptr;
+  }
+  // What is written behind a link goes into the file to which it leads.
+  std::string written = *path;
+  if (present.kind == Kind::kLink && !present.real.empty()) {
+    std::error_code error;
+    const auto leads = std::filesystem::weakly_canonical(ToPath(present.real), error);
+    if (!error) written = ToText(leads);
+  }
+  return std::make_unique<PlannedOutput>(*this, written, Find(written).kind, append, when);
+}
+
+std::string PlannedFiles::NewTemporaryFile(const std::string& prefix) {
+  const std::string folder = disk::TemporaryFolder();
+  if (!IsDirectory(Full(folder))) return "";
+  std::string path;
+  do {
+    const std::string number = std::to_string(++temporaryFiles_);
+    path = Full(disk::Join(folder, prefix + "dry" + number));
+  } while (Find(path).kind != Kind::kNone);
+  dry_run::Tell({Act::kCreate, path});
+  Put(path, {Kind::kFile});
+  return path;
+}
+
+void PlannedFiles::EnsureFolder(const std::string& folder) {
+  if (!IsDirectory(Full(folder))) NodeOfFolder(Full(folder)).kind = Kind::kDirectory;
+}
