@@ -14,6 +14,7 @@
 #include "host/windows/files.h"
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/file_names.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/stop.h"
 
 namespace windows {
@@ -63,11 +64,12 @@ bool EntryList::Read(int directory, std::string_view pattern) {
     if (all || MatchesWildcard(dots, pattern)) Add(dots, EntryType::kDirectory);
   }
   const std::size_t dotCount = Count();
+  base::LongWork work("Reading a folder", "", base::LongWork::Unit::kThings);
   while (true) {
     const auto bytes = getdents64(directory, buffer.get(), kReadAtOnce);
     if (bytes < 0) return false;
     if (bytes == 0) break;
-    stop::ThrowIfRequested();
+    work.At(Count());
     for (char* read = buffer.get(); read < buffer.get() + bytes;) {
       const auto* entry = reinterpret_cast<const dirent64*>(read);
       read += entry->d_reclen;

@@ -183,6 +183,7 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
   if (!windows::IsOpenSearch(search) || search->next == search->entries.Count()) {
     return call.Result(FALSE);
   }
+  windows::CountEntry();
   windows::Return(*search, *data);
   return call.Result(TRUE);
 }

@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <cstring>
 #include <deque>
+#include <optional>
+
+#include "tavhost/base/long_work.h"
 
 namespace windows {
 
@@ -17,6 +20,8 @@ namespace {
 constexpr std::size_t kKeptOpen = 64;
 
 std::vector<std::unique_ptr<Search>> searches;  // in the order in which they were opened
+std::optional<base::LongWork> work;             // while there are any
+std::uint64_t entriesReturned = 0;
 std::deque<Anchor*> openAnchors;  // those whose directory is open, the one used last at the end
 
 // The directories above `of`, itself included. Kept because a command makes one directory after the
@@ -281,6 +286,10 @@ SharedPath PathInWalk(std::string_view path) {
 }
 
 Search* OpenSearch(std::unique_ptr<Search> search) {
+  if (!work) {
+    work.emplace("Going through files", "", base::LongWork::Unit::kThings);
+    entriesReturned = 0;
+  }
   searches.push_back(std::move(search));
   Search* opened = searches.back().get();
   if (opened->directory.directory.IsOpen()) KeepOpen(opened->directory);
@@ -341,8 +350,12 @@ void CloseSearch(Search* search) {
   if (outer != searches.rend()) OpenAbove(search->directory, (*outer)->directory);
   Release(search->directory);
   searches.erase(std::next(found).base());
-  if (searches.empty()) ancestors = {};
+  if (!searches.empty()) return;
+  ancestors = {};
+  work.reset();
 }
+
+void CountEntry() { work->At(++entriesReturned); }
 
 void EntryReturned(Search& search, std::string_view path, const struct stat* status) {
   if (!search.made.empty()) LeaveMade(search, MadeAbove(search));

@@ -99,6 +99,9 @@ class Place {
 // A path that a new search is to remember.
 SharedPath PathInWalk(std::string_view path);
 // Takes a search into the walk, before it returns its first entry. The walk owns it.
+//
+// A walk is long work while any search is open: each entry that is returned counts as one thing,
+// and a stop leaves from there.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
@@ -108,6 +111,8 @@ int DirectoryOf(Search& search);
 // whose path no call may lead. Any other entry is told by an empty path. The copies of the entry
 // returned before are complete now.
 void EntryReturned(Search& search, std::string_view path, const struct stat* status);
+// Before a search returns its next entry; throws stop::Stopped.
+void CountEntry();
 // After the current directory has changed, relative paths name other directories.
 void CurrentDirectoryChanged();
 

@@ -14,6 +14,7 @@
 //                   (the last four act before the call, which is then made)
 //   FAULT_REFUSE=…  what the file system cannot do, separated by commas: renameat2 (without
 //                   replacing), copy_file_range, d_type (directories do not tell entries' types)
+//   FAULT_SLOW=N    each call takes N milliseconds more
 //   FAULT_COUNT=F   to that file goes how often anything was done to the files and the function at
 //                   which, then all functions that were called, one a line
 //
@@ -91,6 +92,8 @@ static int Fault(const char* name) {
   if (!counting) return 0;
   if (calls == sizeof called / sizeof *called) abort();
   called[calls++] = name;
+  const char* slow = getenv("FAULT_SLOW");
+  if (slow) usleep((useconds_t)atol(slow) * 1000);
   const char* at = getenv("FAULT_AT");
   const char* what = getenv("FAULT_DO");
   if (!at || !what || calls < atol(at)) return 0;

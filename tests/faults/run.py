@@ -14,19 +14,22 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import socket
 import stat
 import subprocess
 import sys
 import tempfile
 import threading
+import time
 
 sys.dont_write_bytecode = True
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE))
+sys.path[:0] = [str(HERE), str(HERE.parent)]
 import ground  # noqa: E402
 import kills  # noqa: E402
 import scenarios  # noqa: E402
+import waiting  # noqa: E402
 import writers  # noqa: E402
 from ground import Broken, NEW, OLD, SOURCES, contents, make_tree, snapshot, write  # noqa: E402
 
@@ -525,6 +528,42 @@ def wide_folder(runner, entries):
     shutil.rmtree(folder)
 
 
+def stopped(runner, command, files):
+    """A command on a slow disk that is stopped in its middle ends within a second; what it has done
+    stays, nothing is half done."""
+    folder = runner.folder()
+    for name in range(files):
+        write(folder / f"src/{'' if name % 2 else 'sub/'}{name:04}", NEW * 10)
+    (folder / "to").mkdir()
+    before = snapshot(folder / "src", times=False)
+    write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n'
+                                 f'FWRITE file:"mark" text:""\n{command}\nprint "ended"\n')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="5")
+    process = subprocess.Popen([runner.tavhost, "run", "script.tav"], cwd=folder, env=environment,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    waiting.until((folder / "mark").exists, "the script writes its mark")
+    time.sleep(0.3)  # into the middle: nothing tells from outside how far a listing is
+    begin = time.monotonic()
+    process.send_signal(signal.SIGINT)
+    try:
+        out, _ = process.communicate(timeout=30)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        raise Broken(f"it goes on (left in {folder})") from None
+    seconds = time.monotonic() - begin
+    if (process.returncode, out) != (130, b"") or seconds > 1:
+        raise Broken(f"exit code {process.returncode} after {seconds:.2f} s: {out!r}")
+    found = {name: entry for top in ("src", "to/src") if (folder / top).exists()
+             for name, entry in snapshot(folder / top, times=False).items()}
+    wrong = {name for name, entry in found.items() if entry != before.get(name)}
+    if wrong or (found != before and not command.startswith("DELETE")):
+        raise Broken(f"wrong: {sorted(wrong)[:5]}, {len(found)} of {len(before)} are there "
+                     f"(left in {folder})")
+    if list(folder.rglob(".tavhost-*")):
+        raise Broken(f"something is left behind (in {folder})")
+    shutil.rmtree(folder)
+
+
 def expect(printed, wanted, folder):
     if printed.split() != wanted.split():
         raise Broken(f"{printed.split()} instead of {wanted.split()} (left in {folder})")
@@ -716,6 +755,10 @@ def at_once(runner, command, target, looks):
 
 
 def other_cases(runner, long):
+    for command, files in (('COPY_FILES "src" to:"to"', 400), ('MOVE_FILES "src" to:"to"', 800),
+                           ('DELETE_FILES "src"', 800), ('DIR_LIST path:"src"', 2000),
+                           ('DELETE_FILES "src/*"', 800)):
+        yield "a stop in the middle", lambda c=command, f=files: stopped(runner, c, f)
     yield "a deep tree", lambda: deep_tree(runner, 20000 if long else 2000)
     if long:  # without a move: the system's rename goes all the way up, for each file
         yield "a very deep tree", lambda: deep_tree(runner, 100000, moves=False)
