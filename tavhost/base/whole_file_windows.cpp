@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/file_rights_windows.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
 #include "tavhost/base/system_error_windows.h"
@@ -119,20 +120,6 @@ HANDLE OpenOld(const std::wstring& target, DWORD access) {
                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-// Gives a new file who may do what with the old one, and its attributes.
-bool TakeRights(const std::wstring& file, const std::wstring& model) {
-  DWORD length = 0;
-  GetFileSecurityW(model.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &length);
-  std::vector<unsigned char> rights(length);
-  if (length > 0 &&
-      GetFileSecurityW(model.c_str(), DACL_SECURITY_INFORMATION, rights.data(), length, &length) &&
-      !SetFileSecurityW(file.c_str(), DACL_SECURITY_INFORMATION, rights.data())) {
-    return false;
-  }
-  const DWORD attributes = GetFileAttributesW(model.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesW(file.c_str(), attributes);
-}
-
 // Written beside the target, whose name it takes when it is stored.
 class ReplacingFile final : public WholeFile {
  public:
@@ -143,7 +130,9 @@ class ReplacingFile final : public WholeFile {
     if (!file_.Create()) return false;
     if (!old.IsOpen()) return true;
     isReplacing_ = true;
-    if (!TakeRights(file_.TemporaryName(), target_)) return false;
+    const DWORD attributes = GetFileAttributesW(target_.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+    if (!TakeRights(file_.TemporaryName(), target_, attributes)) return false;
     LongWork work("Copying", path_);
     return !options_.keepsContents ||
            CopyContents(old.Get(), file_.Handle(), options_.stoppable ? &work : nullptr);

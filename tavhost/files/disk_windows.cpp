@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/file_rights_windows.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
 #include "tavhost/base/stop.h"
@@ -77,17 +78,13 @@ bool SetAttributes(const std::wstring& copy, DWORD attributes) {
   return attributes != INVALID_FILE_ATTRIBUTES && SetFileAttributesW(copy.c_str(), attributes);
 }
 
-// Takes from a copy what CopyFileExW has taken over unasked: the attributes and the time.
-bool DropAttributes(const std::wstring& copy, DWORD wanted) {
-  if (!SetAttributes(copy, FILE_ATTRIBUTE_NORMAL)) return false;
-  {
-    const Handle file(CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
-                                  OPEN_EXISTING, 0, nullptr));
-    FILETIME now;
-    GetSystemTimeAsFileTime(&now);
-    if (!file.IsOpen() || !SetFileTime(file.Get(), nullptr, nullptr, &now)) return false;
-  }
-  return wanted == FILE_ATTRIBUTE_NORMAL || SetAttributes(copy, wanted);
+// Takes from a copy the time that CopyFileExW has taken over unasked.
+bool SetTimeToNow(const std::wstring& copy) {
+  const Handle file(CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                                OPEN_EXISTING, 0, nullptr));
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  return file.IsOpen() && SetFileTime(file.Get(), nullptr, nullptr, &now);
 }
 
 bool Sync(const std::wstring& path) {
@@ -175,12 +172,17 @@ bool Copy(Name from, Name to, const CopyOptions& options) {
       CopyFileExW(source.c_str(), name.c_str(), GoOnUnlessStopped, &work, nullptr, 0) != 0;
   stop::ThrowIfRequested();
   if (!isCopied) return false;
-  // A file that is replaced keeps its attributes.
+  if (!SetAttributes(name, FILE_ATTRIBUTE_NORMAL)) return false;  // to be opened once more
+  if (options.synced && !Sync(name)) return false;
+  if (!options.keepAttributes && !SetTimeToNow(name)) return false;
+  // A file that is replaced keeps who may do what with it, and its attributes.
   const bool isThere = target != INVALID_FILE_ATTRIBUTES;
-  const bool hasAttributes = options.keepAttributes
-                                 ? SetAttributes(name, Attributes(from))
-                                 : DropAttributes(name, isThere ? target : FILE_ATTRIBUTE_NORMAL);
-  return hasAttributes && (!options.synced || Sync(name)) && copy.ReplaceName(options.synced);
+  const DWORD attributes = options.keepAttributes ? Attributes(from)
+                           : isThere              ? target
+                                                  : FILE_ATTRIBUTE_NORMAL;
+  const bool isDressed = isThere ? base::TakeRights(name, WideOf(to.text), attributes)
+                                 : SetAttributes(name, attributes);
+  return isDressed && copy.ReplaceName(options.synced);
 }
 
 bool Rename(Name from, Name to) { return MoveFileA(from.text, to.text) != 0; }

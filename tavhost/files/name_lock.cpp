@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "tavhost/base/ascii.h"
-#include "tavhost/base/stop.h"
+#include "tavhost/base/long_work.h"
 
 namespace name_lock {
 
@@ -30,9 +30,10 @@ std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
   if (!lock) return nullptr;
   const Clock::time_point end = Clock::now() + std::chrono::seconds(kLongestWaitSeconds);
   std::chrono::milliseconds nap{1};
+  base::LongWork work("Waiting for", name);
   Lock::Outcome outcome;
   while ((outcome = lock->Try()) == Lock::Outcome::kBusy && Clock::now() < end) {
-    stop::ThrowIfRequested();
+    work.At(0);
     std::this_thread::sleep_for(nap);
     nap = std::min(2 * nap, kLongestNap);
   }

@@ -6,6 +6,7 @@
 //   FAULT_DO=…      error:E   the call fails with that error number
 //                   errors:E  so do it and every later one
 //                   kill      the process dies before the call
+//                   slow      it and every later one that reads or writes takes a tenth of a second
 //                   short     it, when it reads or writes, handles half of the bytes
 //                   swap      FAULT_PATH is renamed to FAULT_ASIDE and becomes a link to FAULT_LINK
 //                   vanish    the file FAULT_PATH is removed
@@ -97,6 +98,12 @@ static int Fault(const char* name) {
   const char* at = getenv("FAULT_AT");
   const char* what = getenv("FAULT_DO");
   if (!at || !what || calls < atol(at)) return 0;
+  if (strcmp(what, "slow") == 0) {
+    const int isLong = strcmp(name, "read") == 0 || strcmp(name, "write") == 0 ||
+                       strcmp(name, "copy_file_range") == 0;
+    if (isLong) usleep(100000);
+    return 0;
+  }
   const int forGood = strncmp(what, "errors:", 7) == 0;
   if (calls > atol(at) && !forGood) return 0;
   actedAt = name;

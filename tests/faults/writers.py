@@ -199,6 +199,54 @@ def too_long_for_the_disk(runner, disk):
     shutil.rmtree(folder)
 
 
+LARGE = 96 << 20  # bytes: more calls than a second has tenths, all of them of a few megabytes
+LONG_COMMANDS = {
+    "FCOPY": 'FCOPY from:"large" to:"target"',
+    "FILE_COPY": 'FILE_COPY from:"large" to:"db:\\\\target" copy-file-attributes',
+    "COPY_FILES": 'COPY_FILES "large" to:"folder"',
+    "FWRITE": 'FWRITE file:"target" text:(text)',
+    "FWRITE to the area": 'FWRITE file:"db:\\\\target" text:(text)',
+    "FWRITE at the end": 'FWRITE file:"db:\\\\target" text:(text) append',
+    "FREAD": 'FREAD file:"large"',
+    "ENCODE": 'ENCODE file:"large"',
+    "DECODE": 'DECODE file:"large"',
+}
+
+
+def stopped_in_the_middle(runner, name, command):
+    """A command that is stopped ends within a second and leaves what was there."""
+    folder = runner.folder()
+    with open(folder / "large", "wb") as large:
+        large.write(b"QUJD" * (LARGE // 4))
+    old = "old " * 10
+    for target in ("target", "folder/large", "area/0/target"):
+        write(folder / target, old)
+    write(folder / "script.tav", f"""
+        FREAD file:"large"
+        FWRITE file:"begun" text:""
+        FILE_EXISTS file:"FAULT-BEGIN"
+        {command}
+        FWRITE file:"ended" text:""
+    """)
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_AT="1", FAULT_DO="slow")
+    program = subprocess.Popen([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+                               env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    wait((folder / "begun").exists, "the command begins")
+    time.sleep(0.3)  # time itself is tested: it is in the middle by then
+    stopped = time.monotonic()
+    program.send_signal(signal.SIGINT)
+    program.communicate(timeout=PATIENCE)
+    taken = time.monotonic() - stopped
+    if (folder / "ended").exists():
+        raise Broken(f"{name} came to its end before it was stopped")
+    if taken > 1 or program.returncode != 130:
+        raise Broken(f"{name} ended {taken:.2f} s after it was stopped, with {program.returncode}")
+    for target in ("target", "folder/large", "area/0/target"):
+        expect_text(folder / target, old)
+    expect_no_strays(folder)
+    shutil.rmtree(folder)
+
+
 def cases(runner, long, disk):
     """Each a name and what to call; `disk` is null where no file system can be mounted."""
     yield "a file left open", lambda: left_open(runner)
@@ -208,5 +256,7 @@ def cases(runner, long, disk):
     yield "a second writer in another process", lambda: second_process(runner)
     yield "appends at once", lambda: appends_at_once(runner, 3, 150 if long else 50)
     yield "a slow reader", lambda: slow_reader(runner)
+    for name, command in LONG_COMMANDS.items():
+        yield f"{name} stopped", lambda n=name, c=command: stopped_in_the_middle(runner, n, c)
     if disk:
         yield "a text too long for the disk", lambda: too_long_for_the_disk(runner, disk)
