@@ -34,8 +34,10 @@ check: build  ## the tests of this system alone, in a minute
 	@scripts/run_tests.py sources native
 
 .PHONY: faults
-faults: build  ## the file commands under a fault at every system call, extreme trees
+faults: build  ## the file commands under a fault at every system call, 10,000 kills, extreme trees
 	tests/faults/run.py --long
+	if [ -x build/bin/tavhost_ide_tests ]; then TAVHOST_KILLS=3000 QT_QPA_PLATFORM=offscreen \
+	  build/bin/tavhost_ide_tests --gtest_brief=1 --gtest_filter='SessionStoreKills.*'; fi
 
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
