@@ -112,7 +112,14 @@ std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) 
 
 std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
-  transfer.watch.Received(Watch::Clock::now());
+  const auto now = Watch::Clock::now();
+  transfer.watch.Received(now);
+  // A server that is fast enough keeps libcurl from returning in between.
+  PaintWhileWaiting();
+  if (stop::IsRequested() || transfer.watch.IsOver(now)) {
+    transfer.refused = true;
+    return 0;
+  }
   if (!transfer.decoder) {
     curl_off_t announced = -1;
     Curl().getInfo(Curl().easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);

@@ -56,12 +56,15 @@ void WaitUntilAtWork() {
   }
 }
 
+// Again while nothing follows: a dialog that has just come up takes no key for a quarter of a second.
 void PressStop() {
   QWidget* target = QApplication::activePopupWidget();
   if (!target) target = QApplication::activeModalWidget();
   if (!target) target = QApplication::activeWindow();
   if (!target) target = QApplication::focusWidget();
+  if (!target) return;  // the script has ended, and its window is not active yet
   QTest::keyClick(target, Qt::Key_F5, Qt::ShiftModifier);
+  QTimer::singleShot(100, qApp, PressStop);
 }
 
 }  // namespace

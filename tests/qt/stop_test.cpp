@@ -31,6 +31,7 @@ class QtStop : public QtTest {
   // `isOnTop` holds. Nothing may be open behind that.
   void StopOnTop(ui::ModalModel& model, const std::function<void(QDialog&)>& open,
                  const std::function<bool()>& isOnTop) {
+    Toolkit();  // before there are timers
     Clock::time_point asked;
     std::thread stopper;
     QTimer look;

@@ -8,7 +8,7 @@ namespace {
 
 std::string calls;
 
-class Stop : public testing::Test {
+class StopRequest : public testing::Test {
  protected:
   void SetUp() override {
     stop::Clear();
@@ -21,7 +21,7 @@ class Stop : public testing::Test {
   }
 };
 
-TEST_F(Stop, TheFirstRequestStandsUntilItIsCleared) {
+TEST_F(StopRequest, TheFirstRequestStandsUntilItIsCleared) {
   EXPECT_NO_THROW(stop::ThrowIfRequested());
   stop::Request(stop::Reason::kTimeout);
   stop::Request(stop::Reason::kUser);
@@ -32,7 +32,7 @@ TEST_F(Stop, TheFirstRequestStandsUntilItIsCleared) {
   EXPECT_EQ(stop::Requested(), stop::Reason::kNone);
 }
 
-TEST_F(Stop, ARequestIsWatchedUntilItIsCleared) {
+TEST_F(StopRequest, ARequestIsWatchedUntilItIsCleared) {
   stop::Request(stop::Reason::kTerminate);
   stop::Request(stop::Reason::kUser);
   EXPECT_EQ(calls, "begin ");
@@ -45,7 +45,7 @@ TEST_F(Stop, ARequestIsWatchedUntilItIsCleared) {
   EXPECT_EQ(calls, "begin end begin ");
 }
 
-TEST_F(Stop, CleaningUpIsNotStoppedButWatched) {
+TEST_F(StopRequest, CleaningUpIsNotStoppedButWatched) {
   stop::Request(stop::Reason::kUser);
   {
     const stop::CleanUp cleanUp;
@@ -57,7 +57,7 @@ TEST_F(Stop, CleaningUpIsNotStoppedButWatched) {
   EXPECT_EQ(stop::Watched(), stop::Reason::kNone);
 }
 
-TEST_F(Stop, ARequestDuringTheCleaningUpStands) {
+TEST_F(StopRequest, ARequestDuringTheCleaningUpStands) {
   {
     const stop::CleanUp cleanUp;
     stop::Request(stop::Reason::kUser);
@@ -66,7 +66,7 @@ TEST_F(Stop, ARequestDuringTheCleaningUpStands) {
   EXPECT_EQ(calls, "begin ");
 }
 
-TEST_F(Stop, CleaningUpWithoutARequestIsNothingToWatch) {
+TEST_F(StopRequest, CleaningUpWithoutARequestIsNothingToWatch) {
   { const stop::CleanUp cleanUp; }
   EXPECT_EQ(calls, "");
 }
