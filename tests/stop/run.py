@@ -184,7 +184,7 @@ def by_the_workbench(cell):
 
 def by_a_client_that_leaves(cell):
     """The service has stopped the script when it answers the next client."""
-    service = service_test.Service("--quiet", environment=cell.environment, folder=cell.folder)
+    service = service_test.Service("--quiet", environment=cell.environment, cwd=cell.folder)
     try:
         connection = service.sent(cell.script.read_text())
         cell.wait_until_at_work(service.process)
