@@ -37,6 +37,10 @@ check: build  ## the tests of this system alone, in a minute
 faults: build  ## the file commands under a fault at every system call, extreme trees
 	tests/faults/run.py --long
 
+.PHONY: mutations
+mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100000)
+	tests/mutations/run.py --count $(or $(MUTATIONS),100000)
+
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
 	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'
