@@ -43,6 +43,10 @@ faults: build  ## the file commands under a fault at every system call, 10,000 k
 stop: build  ## every long operation stopped in every way, each within a second
 	tests/stop/run.py --long --verbose
 
+.PHONY: mutations
+mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100000)
+	tests/mutations/run.py --count $(or $(MUTATIONS),100000)
+
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
 	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'

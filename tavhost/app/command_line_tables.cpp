@@ -118,9 +118,11 @@ base::Result<void> TakeScriptText(CommandLine& line, std::string value) {
   return {};
 }
 
-// Options that only keep what they are given.
+// Options that only keep what they are given: a name, or a word. An empty one, as of a variable of
+// the shell that is not set, would count as not given.
 template <auto member>
 base::Result<void> Keep(CommandLine& line, std::string value) {
+  if (value.empty()) return base::Failure("must not be empty");
   line.options.*member = std::move(value);
   return {};
 }
@@ -184,11 +186,17 @@ constexpr std::string_view kFooter =
     "Options stand anywhere before the script or the commands; all behind is the script's own.\n"
     "\n"
     "Exit codes: 0 success, 1 script error, 2 usage or parse error, 3 a dialog without a fitting\n"
-    "answer, 4 the plug-in could not be loaded, 124 the time is over, 130 Ctrl-C, 143 SIGTERM;\n"
-    "`exit N` in a script gives N, 255 for what is not 0 to 255.\n";
+    "answer, 4 the plug-in could not be loaded, 5 a trace, record or picture could not be "
+    "written,
+    "
+    "124 the time is over, 130 Ctrl-C, 143 SIGTERM; `exit N` in a script gives N, 255 for what is
+    "
+    "not 0 to 255.
+    ";
 
-// A name and what it means, the meanings below each other.
-void AppendEntry(std::string& help, const std::string& name, std::string_view meaning) {
+    // A name and what it means, the meanings below each other.
+    void
+    AppendEntry(std::string & help, const std::string& name, std::string_view meaning) {
   constexpr std::size_t kColumn = 26;
   std::string entry = "  " + name;
   if (entry.size() + 2 > kColumn) {

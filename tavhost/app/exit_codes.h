@@ -10,6 +10,7 @@ inline constexpr int kExitScriptError = 1;
 inline constexpr int kExitUsage = 2;     // the command line, or a text that does not parse
 inline constexpr int kExitNoAnswer = 3;  // a dialog without a fitting answer, or answers left over
 inline constexpr int kExitNoPlugin = 4;
+inline constexpr int kExitNotWritten = 5;     // a trace, a record or a picture
 inline constexpr int kExitTimeout = 124;      // as timeout(1) has it
 inline constexpr int kExitInterrupted = 130;  // Ctrl-C; this and the next as shells count signals
 inline constexpr int kExitTerminated = 143;   // SIGTERM, a hang-up

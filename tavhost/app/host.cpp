@@ -1,5 +1,9 @@
 #include "tavhost/app/host.h"
 
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <system_error>
 #include <tl/expected.hpp>
 
 #include "host/dialog/app_work_window.h"
@@ -19,12 +23,14 @@
 #include "tavhost/files/open_output_files.h"
 #include "tavhost/files/planned_functions.h"
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/script_service.h"
 #include "tavhost/sv/main_frames.h"
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/deferred_toolkit.h"
+#include "tavhost/ui/display.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -52,15 +58,43 @@ base::Result<std::unique_ptr<ui::Toolkit>> LoadWindows(const ui::QtOptions& opti
 }
 
 // Real windows, loaded when a script first needs one: those that need none start as fast as
-// without.
+// without. Where there are none after all, which is said, the run goes on without a display;
+// `noWindows` is then called once.
 std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
-                                          const ui::QtOptions& options) {
-  return ui::DeferToolkit(std::move(headless), [options] {
+                                          const ui::QtOptions& options,
+                                          const std::function<void()>& noWindows) {
+  return ui::DeferToolkit(std::move(headless), [options, noWindows] {
     base::Result<std::unique_ptr<ui::Toolkit>> windows = LoadWindows(options);
     if (windows) return std::move(*windows);
     report::Line("tavhost: there are no windows: " + windows.error().message);
+    noWindows();
     return std::unique_ptr<ui::Toolkit>();
   });
+}
+
+bool isAllWritten = true;
+
+// The run goes on without it, and its exit code tells.
+void TellNotWritten(const std::string& what, std::string_view file, std::string_view reason) {
+  report::Line("tavhost: " + what + ' ' + std::string(file) +
+               " cannot be written: " + std::string(reason));
+  isAllWritten = false;
+}
+
+// The folder that an option names is there, or can be made in one that is: a path that is misspelt
+// would otherwise be found out by the first command that needs it, in the middle of the work.
+base::Result<void> CheckFolder(const std::string& option, const std::string& folder) {
+  if (folder.empty()) return {};
+  const std::filesystem::path path = loader::ToPath(folder).lexically_normal();
+  std::error_code error;  // what cannot be looked at is not there
+  if (std::filesystem::is_directory(path, error)) return {};
+  if (std::filesystem::exists(path, error)) {
+    return base::Failure(option + ": " + folder + " is no folder");
+  }
+  const std::filesystem::path named = path.has_filename() ? path : path.parent_path();
+  const std::filesystem::path above = named.parent_path();
+  if (above.empty() || std::filesystem::is_directory(above, error)) return {};
+  return base::Failure(option + ": there is no folder " + loader::ToText(above));
 }
 
 // What a long operation does, on the terminal that standard error is.
@@ -100,9 +134,17 @@ base::Result<void> Host::StartUserInterface(const Options& options) {
     base::SetLongWorkShown(ShowLongWork);
   }
   const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder,
-                              answersOrClient};
+                              answersOrClient, [](std::string_view file, std::string_view reason) {
+                                TellNotWritten("the picture", file, reason);
+                              }};
   if (isAuto) {
-    ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
+    const bool wantsPictures = !options.screenshotFolder.empty();
+    ui::SetToolkit(
+        DeferWindows(ui::CreateHeadlessToolkit(headless), windows, [this, wantsPictures] {
+          hasUser_ = false;
+          isAllWritten = isAllWritten && !wantsPictures;
+          answers_->GoOnWithoutDisplay(IsInputTerminal());
+        }));
     return {};
   }
   base::Result<std::unique_ptr<ui::Toolkit>> toolkit =
@@ -119,12 +161,20 @@ base::Result<void> Host::LoadPlugins(const Options& options) {
 
 base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   std::unique_ptr<Host> host(new Host);
+  for (const auto& [option, folder] : {std::pair("--db", options.databaseFolder),
+                                       std::pair("--screenshots", options.screenshotFolder)}) {
+    if (const base::Result<void> found = CheckFolder(option, folder); !found) {
+      return Refusal(kExitUsage, found.error());
+    }
+  }
   if (const base::Result<void> shown = host->StartUserInterface(options); !shown) {
     return Refusal(kExitUsage, shown.error());
   }
   if (!options.traceFile.empty() && !trace::Open(options.traceFile)) {
     return Refusal(kExitUsage, {"cannot write the trace " + options.traceFile, {}, 0, 0});
   }
+  host->traceFile_ = options.traceFile;
+  host->recordFile_ = options.recordFile;
   database_area::SetFolder(options.databaseFolder);
   main_frames::Create();
   work_window::Create();
@@ -140,6 +190,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   StartWatchdog();
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
+  host->hasStarted_ = true;
   return host;
 }
 
@@ -168,7 +219,19 @@ Host::~Host() {
   base::SetLongWorkShown({});
   ui::SetToolkit(nullptr);
   trace::Close();
+  if (hasStarted_) TellWhatIsNotWritten();
 }
+
+void Host::TellWhatIsNotWritten() {
+  if (const int error = trace::WriteError(); error != 0) {
+    TellNotWritten("the trace", traceFile_, std::strerror(error));
+  }
+  if (const base::Result<void> kept = answers_->KeepRecord(); !kept) {
+    TellNotWritten("the record", recordFile_, kept.error().message);
+  }
+}
+
+bool Host::IsAllWritten() { return isAllWritten; }
 
 void Host::WaitForUser() {
   constexpr std::uint32_t kMilliseconds = 1000;

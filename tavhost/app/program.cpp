@@ -5,7 +5,9 @@
 
 #include "tavhost/app/command_line.h"
 #include "tavhost/app/commands_command.h"
+#include "tavhost/app/crash.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/host.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/memory_reserve.h"
@@ -56,14 +58,23 @@ int RunWithinMemory(const std::vector<std::string>& arguments) {
   }
 }
 
+// The exit code that also tells whether all could be written; one that tells of a mistake stays.
+int WithOutput(int code) {
+  const bool isPrinted = FinishOutput();
+  if (code != kExitSuccess) return code;
+  if (!isPrinted) return kExitScriptError;
+  return Host::IsAllWritten() ? kExitSuccess : kExitNotWritten;
+}
+
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
   PrepareStandardStreams();
   memory_reserve::Keep();
-  const int code = RunWithinMemory(arguments);
-  if (!FinishOutput() && code == kExitSuccess) return kExitScriptError;
-  return code;
+  ReportCrashes();
+  const int exitCode = WithOutput(RunWithinMemory(arguments));
+  report::Finish();
+  return exitCode;
 }
 
 }  // namespace app

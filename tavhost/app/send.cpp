@@ -7,6 +7,7 @@
 
 #include "host/notation/message_port.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/hang_up.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
@@ -75,6 +76,7 @@ int SendCommands(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
   std::string where;
+  EndAtHangUp();
   try {
     for (const Commands& commands : all) {
       for (std::uint32_t i = 0; i < commands.document->Count(); ++i) {

@@ -54,7 +54,7 @@ void Look(int) {
   if (phase == Phase::kFlushing) {
     phase = Phase::kTelling;
     SetTimer(kWatchdogWriting);
-    report::detail::Write(line);
+    report::LineAtCrash(line);
   }
   _exit(ExitCodeOfStop(reason));
 }

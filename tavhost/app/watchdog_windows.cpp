@@ -31,7 +31,7 @@ void End() noexcept { SetThreadpoolTimer(timer, nullptr, 0, 0); }
 
 DWORD WINAPI FlushAndTell(void*) {
   FlushOutputIfFree();
-  report::detail::Write(line);
+  report::LineAtCrash(line);
   return 0;
 }
 

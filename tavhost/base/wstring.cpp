@@ -33,8 +33,6 @@ WString ConvertUTF8StringToWString(const String& text) {
   return WString(units.data(), static_cast<long>(units.size()));
 }
 
-String ConvertWStringToUTF8String(const WString& text) {
-  return text.ToUtf8();
-}
+String ConvertWStringToUTF8String(const WString& text) { return text.ToUtf8(); }
 
 }  // namespace SV

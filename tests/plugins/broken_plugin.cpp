@@ -45,7 +45,7 @@ void HeedNothing() {
   Mark();
   if (Is("sleeps-forever")) Hang();
   if (Is("spins")) {
-    for (volatile unsigned round = 0;; round = round + 1) {
+    for (volatile bool goesOn = true; goesOn;) {
     }
   }
   if (Is("returns-late")) std::this_thread::sleep_for(std::chrono::seconds(3));
