@@ -187,14 +187,11 @@ constexpr std::string_view kFooter =
     "\n"
     "Exit codes: 0 success, 1 script error, 2 usage or parse error, 3 a dialog without a fitting\n"
     "answer, 4 the plug-in could not be loaded, 5 a trace, record or picture could not be "
-    "written,
-    "
-    "124 the time is over, 130 Ctrl-C, 143 SIGTERM; `exit N` in a script gives N, 255 for what is
-    "
-    "not 0 to 255.
-    ";
+    "written,\n"
+    "124 the time is over, 130 Ctrl-C, 143 SIGTERM; `exit N` in a script gives N, 255 for what is\n"
+    "not 0 to 255.\n";
 
-    // A name and what it means, the meanings below each other.
+// A name and what it means, the meanings below each other.
     void
     AppendEntry(std::string & help, const std::string& name, std::string_view meaning) {
   constexpr std::size_t kColumn = 26;
