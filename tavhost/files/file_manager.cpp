@@ -100,6 +100,7 @@ class Target {
 
 TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
   static TavFileHandle last = 0;
+  if (*path == '\0') return 0;  // no file has an empty name
   const bool append = (mode & TavFileManager::kAppend) != 0;
   PlannedFiles* const planned = planned_functions::Files();
   auto file = planned ? planned_file_manager::OpenForWriting(*planned, path, append, libraryId)
