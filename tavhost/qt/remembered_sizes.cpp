@@ -1,5 +1,7 @@
 #include "tavhost/qt/remembered_sizes.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSettings>
 
 namespace ui::remembered_sizes {
@@ -13,11 +15,19 @@ QSettings Settings() {
 
 QString Key(const QString& kind) { return QStringLiteral("sizes/") + kind; }
 
+// A dialog larger than all screens would cost the memory of its pixels. Only a settings file that
+// was damaged has such a size.
+QSize LargestSize() {
+  constexpr QSize kAlways(4096, 4096);
+  return QGuiApplication::primaryScreen()->virtualSize().expandedTo(kAlways);
+}
+
 }  // namespace
 
 std::optional<QSize> Find(const QString& kind) {
   const QSize size = Settings().value(Key(kind)).toSize();
-  return size.isEmpty() ? std::nullopt : std::optional(size);
+  const bool isSize = !size.isEmpty() && size.boundedTo(LargestSize()) == size;
+  return isSize ? std::optional(size) : std::nullopt;
 }
 
 void Keep(const QString& kind, const QSize& size) { Settings().setValue(Key(kind), size); }

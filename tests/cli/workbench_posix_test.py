@@ -9,6 +9,7 @@ import unittest
 from pathlib import Path
 
 import program
+import waiting
 from program import ProgramTest
 
 
@@ -71,6 +72,28 @@ class WorkbenchTest(ProgramTest):
         # What is kept lies in the user's folders, and the file is open at the next start.
         settings = (Path(self.folder) / "xdg_config_home/tavhost/workbench.ini").read_text()
         self.assertTrue(re.search(r"path=.*a\.tav", settings), settings)
+
+    def test_starts_with_damaged_settings_and_ends_when_asked(self):
+        if not self.has_module():
+            self.skipTest("there is no module for windows")
+        self.file("a.tav", "print 1\n")
+        path = self.folder / "a.tav"
+        for painted in (True, False):
+            self.file("xdg_config_home/tavhost/workbench.ini",
+                      f"[files]\n1\\path={path}\n1\\line=1\nsize=999999999\n")
+            process = self.workbench()
+            if painted:
+                self.painted(process)
+            else:  # in the middle of its start
+                maps = Path(f"/proc/{process.pid}/maps")
+                waiting.until(lambda: "libtavhost_qt" in maps.read_text(), "the module is loaded")
+            start = time.monotonic()
+            process.send_signal(signal.SIGTERM)
+            _, err = process.communicate(timeout=10)
+            self.assertLess(time.monotonic() - start, 2)
+            self.assertIn(process.returncode, (130, 143, -signal.SIGTERM), err)
+            settings = (self.folder / "xdg_config_home/tavhost/workbench.ini").read_text()
+            self.assertIn("a.tav", settings)
 
 
 if __name__ == "__main__":

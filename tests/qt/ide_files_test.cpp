@@ -69,6 +69,46 @@ TEST_F(IdeTest, ClosingAModifiedTabAsks) {
   EXPECT_TRUE(Front().IsUntouched());
 }
 
+TEST_F(IdeTest, StartsWithDamagedSettings) {
+  Write(QStringLiteral("a.tav"), "a");
+  const QByteArray path = Path(QStringLiteral("a.tav")).toUtf8();
+  const QByteArray geometry(
+      "geometry=@ByteArray(\\x1\\xd9\\xd0\\xcb\\0\\x3\\0\\0\\x7f\\xff\\xff\\xff"
+      "\\x7f\\xff\\xff\\xff\\x7f\\xff\\xff\\xff\\x7f\\xff\\xff\\xff)\n");
+  const QByteArray layout(
+      "layout=@ByteArray(\\0\\0\\0\\xff\\0\\0\\0\\x1\\xfd\\x7f\\xff\\xff\\xff\\0\\0)\n");
+  for (const QByteArray& damaged :
+       {QByteArray("[files]\n1\\path=" + path +
+                   "\n1\\line=999999999\n1\\column=-5\nsize=999999999\n"),
+        QByteArray("[files]\n1\\path=" + path + "\nsize=-1\n"),
+        QByteArray("[General]\nfont=\"Mono,999999999,-1,5,50,0,0,0,0,0\"\n"),
+        QByteArray("[General]\nfont=\"Mono,-1,999999999,5,50,0,0,0,0,0\"\n"),
+        QByteArray("[General]\n" + geometry), QByteArray("[General]\n" + layout),
+        QByteArray("[General]\nrecent=" + QByteArray(200'000, ',') + "\n"),
+        QByteArray(8'000'000, 'x'), QByteArray("\0\xFF[\n=[[\n%", 9)}) {
+    Leave();
+    Write(QStringLiteral("workbench.ini"), damaged);
+    QElapsedTimer time;
+    time.start();
+    Start();
+    EXPECT_LT(time.elapsed(), 5000) << damaged.left(80).toStdString();
+    EXPECT_LE(window_->width(), 4096);
+    EXPECT_LE(Editor().font().pointSize(), 200);
+    EXPECT_LE(window_->Tabs().count(), 1);
+  }
+}
+
+TEST_F(IdeTest, StartsWithADamagedHistory) {
+  QByteArray history;
+  while (history.size() < 70'000'000) history += QByteArray(100'000, 'x') + "\n";
+  Write(QStringLiteral("history"), history + "print 1\n");
+  QElapsedTimer time;
+  time.start();
+  Start();
+  EXPECT_LT(time.elapsed(), 5000);
+  EXPECT_LT(Read(QStringLiteral("history")).size(), 70'000'000);
+}
+
 TEST_F(IdeTest, QuittingAsksForEachModifiedTab) {
   Start(Paths({Write(QStringLiteral("a.tav"), "a")}));
   Type(QStringLiteral("x"));

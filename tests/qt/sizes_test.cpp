@@ -36,6 +36,17 @@ TEST_F(QtSizes, AreFoundAgainForTheSameKindOfWindow) {
   EXPECT_NE(Opened(tree), QSize(777, 555));
 }
 
+TEST_F(QtSizes, ThatNoScreenHasAreNotTaken) {
+  ui::ListBoxModel list(false);
+  const QSize usual = Opened(list);
+  for (const QSize& damaged : {QSize(999999999, 999999999), QSize(-5, 100), QSize(600, 2000000)}) {
+    QSettings(QSettings::IniFormat, QSettings::UserScope, "tavhost", "windows")
+        .setValue("sizes/list-box", damaged);
+    ui::ListBoxModel next(false);
+    EXPECT_EQ(Opened(next), usual);
+  }
+}
+
 TEST_F(QtSizes, GiveWayToTheScripts) {
   ui::ListBoxModel list(false);
   Opened(list, QSize(777, 555));

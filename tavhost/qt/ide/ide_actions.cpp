@@ -270,7 +270,8 @@ void IdeWindow::MakeToolBar(QMenu& view) {
 
 void IdeWindow::ShowRecent() {
   recentMenu_->clear();
-  const QStringList recent = store_.Settings().value(QStringLiteral("recent")).toStringList();
+  const QStringList recent =
+      store_.Settings().value(QStringLiteral("recent")).toStringList().mid(0, kMostRecent);
   for (qsizetype i = 0; i < recent.size(); ++i) {
     QString text = QDir::toNativeSeparators(recent[i]);
     text.replace(QLatin1Char('&'), QLatin1String("&&"));

@@ -4,6 +4,7 @@
 #include <QFontDatabase>
 #include <QScreen>
 #include <QTreeWidget>
+#include <algorithm>
 #include <tl/expected.hpp>
 
 #include "tavhost/qt/ide/console.h"
@@ -19,6 +20,10 @@ namespace {
 // Stored with the layout; a layout of another version is not restored.
 constexpr int kLayoutVersion = 1;
 constexpr int kFontPoints = 10;  // at least, at first
+// What a file of settings may say; beyond, it was damaged.
+constexpr int kMostFiles = 1000;
+constexpr double kSmallestFont = 1;  // points
+constexpr double kLargestFont = 200;
 
 QFont FirstFont() {
   QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
@@ -26,15 +31,20 @@ QFont FirstFont() {
   return font;
 }
 
+// The font that was kept, where there is one that can be used.
+QFont KeptFont(const QString& kept) {
+  QFont font;
+  const bool isFont = !kept.isEmpty() && font.fromString(kept);
+  const bool fits = font.pointSizeF() >= kSmallestFont && font.pointSizeF() <= kLargestFont;
+  return isFont && fits ? font : FirstFont();
+}
+
 }  // namespace
 
 void IdeWindow::RestoreSession(const std::vector<std::string>& files) {
   QSettings& settings = store_.Settings();
   SetTheme(ThemeOf(settings.value(QStringLiteral("theme")).toString()));
-  QFont font = FirstFont();
-  const QString kept = settings.value(QStringLiteral("font")).toString();
-  if (!kept.isEmpty()) font.fromString(kept);
-  SetFont(font);
+  SetFont(KeptFont(settings.value(QStringLiteral("font")).toString()));
   restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
   restoreState(settings.value(QStringLiteral("layout")).toByteArray(), kLayoutVersion);
   ShowRecent();
@@ -81,7 +91,7 @@ QString IdeWindow::RestoreFiles() {
     int column;
   };
   QList<File> open;
-  const int count = settings.beginReadArray(QStringLiteral("files"));
+  const int count = std::min(settings.beginReadArray(QStringLiteral("files")), kMostFiles);
   for (int i = 0; i < count; ++i) {
     settings.setArrayIndex(i);
     open.append({settings.value(QStringLiteral("path")).toString(),
@@ -91,6 +101,10 @@ QString IdeWindow::RestoreFiles() {
   settings.endArray();
   QString front = settings.value(QStringLiteral("front")).toString();
   for (const File& file : open) {
+    if (host_.IsEndAsked()) {  // while it starts
+      keepsFiles_ = false;
+      break;
+    }
     if (!QFileInfo(file.path).isFile()) continue;
     if (const auto page = tabs_->Open(file.path)) {
       (*page)->Editor().GoTo(file.line, file.column);
@@ -122,6 +136,7 @@ void IdeWindow::NoteFiles() {
 }
 
 void IdeWindow::WriteFiles() {
+  if (!keepsFiles_) return;
   QSettings& settings = store_.Settings();
   settings.remove(QStringLiteral("files"));
   settings.beginWriteArray(QStringLiteral("files"));

@@ -175,6 +175,7 @@ class IdeWindow final : public QMainWindow {
   bool closeWhenEnded_ = false;
   bool endNow_ = false;
   bool wasPainted_ = false;
+  bool keepsFiles_ = true;  // for the next start; not those of a start that was cut short
 };
 
 }  // namespace ui::ide_view

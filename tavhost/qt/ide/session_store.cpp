@@ -17,6 +17,10 @@ namespace ui::ide_view {
 namespace {
 
 constexpr quint32 kUnsavedForm = 1;
+// What the files may hold; beyond, they were damaged.
+constexpr qint64 kMostSettings = qint64{256} << 10;  // bytes
+constexpr qint64 kMostHistory = qint64{4} << 20;
+constexpr qint64 kMostUnsaved = qint64{1} << 30;
 
 QString Made(const QString& folder) {
   QDir().mkpath(folder);
@@ -33,6 +37,17 @@ QString DataFolder(const QString& folder) {
   if (!folder.isEmpty()) return folder;
   return Made(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
               QStringLiteral("/tavhost/workbench"));
+}
+
+// The file of settings. One that cannot be what was kept is put aside: reading it would take more
+// memory and time than a start may.
+QString SettingsFile(const QString& folder) {
+  const QString file = folder + QStringLiteral("/workbench.ini");
+  if (QFileInfo(file).size() <= kMostSettings) return file;
+  const QString aside = file + QStringLiteral(".damaged");
+  QFile::remove(aside);
+  QFile::rename(file, aside);
+  return file;
 }
 
 // Only its owner may read what a user typed.
@@ -53,8 +68,8 @@ base::Result<void> WritePrivate(const QString& path, const QByteArray& bytes) {
 SessionStore::SessionStore(const QString& folder)
     : data_(DataFolder(folder)),
       id_(QUuid::createUuid().toString(QUuid::WithoutBraces)),
-      settings_(std::make_unique<QSettings>(ConfigFolder(folder) + QStringLiteral("/workbench.ini"),
-                                            QSettings::IniFormat)),
+      settings_(
+          std::make_unique<QSettings>(SettingsFile(ConfigFolder(folder)), QSettings::IniFormat)),
       first_(data_ + QStringLiteral("/workbench.lock")),
       own_(data_ + QStringLiteral("/unsaved-%1.lock").arg(id_)),
       isFirst_(false) {
@@ -89,7 +104,7 @@ QString SessionStore::Problem() const {
 
 std::optional<QList<SessionStore::Unsaved>> SessionStore::ReadUnsaved(const QString& path) {
   QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+  if (!file.open(QIODevice::ReadOnly) || file.size() > kMostUnsaved) return std::nullopt;
   QDataStream stream(&file);
   quint32 form = 0;
   qint32 count = 0;
@@ -142,7 +157,10 @@ base::Result<void> SessionStore::KeepUnsaved(const QList<Unsaved>& texts) {
 
 QByteArray SessionStore::ReadHistory() const {
   QFile file(HistoryFile());
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  // The newest entries stand last; the first line may be cut.
+  if (file.size() > kMostHistory) file.seek(file.size() - kMostHistory);
+  return file.read(kMostHistory);
 }
 
 void SessionStore::AppendHistory(const QByteArray& line) {

@@ -42,7 +42,7 @@ class SessionStore {
   // fails, what was kept before is still there.
   base::Result<void> KeepUnsaved(const QList<Unsaved>& texts);
 
-  // The history's file as it is; what cannot be read is empty.
+  // The history's file as it is, of a large one its end; what cannot be read is empty.
   QByteArray ReadHistory() const;
   void AppendHistory(const QByteArray& line);
   void WriteHistory(const QByteArray& text);
