@@ -1,6 +1,7 @@
 #include "tavhost/app/command_line.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
@@ -134,13 +135,27 @@ std::string VersionText() {
          std::to_string(version % 100);
 }
 
+// The operands that name something: a file, a command. Those of a script and commands as such may
+// be empty.
+std::span<const std::string> NamesIn(const CommandLine& line) {
+  const std::span<const std::string> all(line.operands);
+  switch (line.subcommand) {
+    case Subcommand::kSend:
+      return {};
+    case Subcommand::kRun:
+      return all.first(line.scriptText || all.empty() ? 0 : 1);
+    default:
+      return all;
+  }
+}
+
 base::Result<void> Require(bool holds, std::string otherwise) {
   if (!holds) return base::Failure(std::move(otherwise));
   return {};
 }
 
 // Whether the subcommand takes so many operands.
-base::Result<void> CheckOperands(const CommandLine& line) {
+base::Result<void> CheckCount(const CommandLine& line) {
   const std::size_t count = line.operands.size();
   switch (line.subcommand) {
     case Subcommand::kIde:
@@ -173,6 +188,14 @@ base::Result<void> CheckOperands(const CommandLine& line) {
       if (count > 0) return base::Failure("unexpected operand '" + line.operands[0] + "'");
       return {};
   }
+}
+
+base::Result<void> CheckOperands(const CommandLine& line) {
+  if (base::Result<void> counted = CheckCount(line); !counted) return counted;
+  const std::span<const std::string> names = NamesIn(line);
+  const bool isNamed = std::none_of(names.begin(), names.end(),
+                                    [](const std::string& name) { return name.empty(); });
+  return Require(isNamed, "the name of a file or command is empty");
 }
 
 }  // namespace

@@ -105,9 +105,11 @@ base::Result<void> TakeScriptText(CommandLine& line, std::string value) {
   return {};
 }
 
-// Options that only keep what they are given.
+// Options that only keep what they are given: a name, or a word. An empty one, as of a variable of
+// the shell that is not set, would count as not given.
 template <auto member>
 base::Result<void> Keep(CommandLine& line, std::string value) {
+  if (value.empty()) return base::Failure("must not be empty");
   line.options.*member = std::move(value);
   return {};
 }

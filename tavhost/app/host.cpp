@@ -1,6 +1,9 @@
 #include "tavhost/app/host.h"
 
+#include <filesystem>
+#include <system_error>
 #include <tl/expected.hpp>
+#include <utility>
 
 #include "host/dialog/app_work_window.h"
 #include "tavhost/app/client_answers.h"
@@ -18,6 +21,7 @@
 #include "tavhost/files/open_output_files.h"
 #include "tavhost/files/planned_functions.h"
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/service/script_service.h"
 #include "tavhost/sv/main_frames.h"
@@ -60,6 +64,22 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
     report::Line("tavhost: there are no windows: " + windows.error().message);
     return std::unique_ptr<ui::Toolkit>();
   });
+}
+
+// The folder that an option names is there, or can be made in one that is: a path that is misspelt
+// would otherwise be found out by the first command that needs it, in the middle of the work.
+base::Result<void> CheckFolder(const std::string& option, const std::string& folder) {
+  if (folder.empty()) return {};
+  const std::filesystem::path path = loader::ToPath(folder).lexically_normal();
+  std::error_code error;  // what cannot be looked at is not there
+  if (std::filesystem::is_directory(path, error)) return {};
+  if (std::filesystem::exists(path, error)) {
+    return base::Failure(option + ": " + folder + " is no folder");
+  }
+  const std::filesystem::path named = path.has_filename() ? path : path.parent_path();
+  const std::filesystem::path above = named.parent_path();
+  if (above.empty() || std::filesystem::is_directory(above, error)) return {};
+  return base::Failure(option + ": there is no folder " + loader::ToText(above));
 }
 
 // What a long operation does, on the terminal that standard error is.
@@ -118,6 +138,12 @@ base::Result<void> Host::LoadPlugins(const Options& options) {
 
 base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   std::unique_ptr<Host> host(new Host);
+  for (const auto& [option, folder] : {std::pair("--db", options.databaseFolder),
+                                       std::pair("--screenshots", options.screenshotFolder)}) {
+    if (const base::Result<void> found = CheckFolder(option, folder); !found) {
+      return Refusal(kExitUsage, found.error());
+    }
+  }
   if (const base::Result<void> shown = host->StartUserInterface(options); !shown) {
     return Refusal(kExitUsage, shown.error());
   }

@@ -1,5 +1,7 @@
 #include "tavhost/loader/path_text.h"
 
+#include <system_error>
+
 namespace loader {
 
 std::filesystem::path ToPath(const std::string& text) {
@@ -12,7 +14,9 @@ std::string ToText(const std::filesystem::path& path) {
 }
 
 std::string WholePath(const std::string& text) {
-  return ToText(std::filesystem::absolute(ToPath(text)));
+  std::error_code error;  // the working folder is gone
+  const std::filesystem::path whole = std::filesystem::absolute(ToPath(text), error);
+  return error ? text : ToText(whole);
 }
 
 }  // namespace loader

@@ -1,5 +1,6 @@
 """Options, operands and what is wrong with them."""
 
+import os
 import unittest
 
 from program import ProgramTest
@@ -108,6 +109,64 @@ class MistakeTest(ProgramTest):
                                 "--ui: must be auto, qt or headless", "run")
         for option in ("--screen", "-e"):
             self.expect_usage_error(["run", option], f"{option} needs a value", "run")
+
+
+class EmptyTest(ProgramTest):
+    """An empty value, as of a variable of the shell that is not set, counts as a mistake."""
+
+    def test_options(self):
+        for option in ("--answers", "--record", "--trace", "--screenshots", "--plugin", "--db",
+                       "--printer"):
+            for arguments in ([option, ""], [option + "="]):
+                self.expect_usage_error(["run", *arguments, "-e", "print 1"],
+                                        f"{option}: must not be empty", "run")
+                self.expect_usage_error([*arguments, "check", "a.tav"],
+                                        f"{option}: must not be empty")
+
+    def test_names(self):
+        for subcommand, *operands in (["validate", ""], ["run", ""], ["run", "", "x"],
+                                      ["check", ""], ["commands", ""], ["workbench", ""],
+                                      ["trace", "diff", "", "b"]):
+            self.expect_usage_error([subcommand, *operands],
+                                    "the name of a file or command is empty", subcommand)
+
+    def test_what_may_be_empty(self):
+        self.file("a.tav", "print args")
+        self.expect(["run", "a.tav", ""], '("")\n')
+        self.expect(["run", "-e", "print args", ""], '("")\n')
+        self.expect(["run", "-e", ""])
+        self.expect(["send", ""])
+
+
+class PlaceTest(ProgramTest):
+    """What names a place that cannot be."""
+
+    def test_the_folder_of_the_database_area(self):
+        self.file("file", "")
+        for folder, message in (("/no/such", "there is no folder /no"),
+                                ("no/such/", "there is no folder no"),
+                                ("file", "file is no folder"),
+                                ("file/area", "there is no folder file")):
+            for subcommand in (["run", "-e", "print 1"], ["send", "GET_CWD"], ["repl"], ["serve"]):
+                self.expect(["--db", folder, *subcommand], err=f"tavhost: --db: {message}\n", code=2)
+
+    def test_a_folder_that_can_be_made(self):
+        text = 'FWRITE file:"db:\\\\a.txt" text:"x" -> r\nprint r.ecode'
+        for folder in ("area", "./area", "other/", f"{self.folder}/third"):
+            self.expect(["--db", folder, "run", "-e", text], "0\n")
+            self.assertTrue((self.folder / folder / "0" / "a.txt").is_file())
+
+    def test_a_plug_in_that_is_not_there(self):
+        for path in ("/no/such", ".", "no.so"):
+            result = self.run_program("--plugin", path, "run", "-e", "print 1")
+            self.assertEqual((result.out, result.code), ("", 4), result)
+            self.assertRegex(result.err, f'^tavhost: plug-in "{path}" cannot be read: .+\n$')
+
+    def test_without_a_working_folder(self):
+        (self.folder / "gone").mkdir()
+        result = self.run_program("validate", "x.so", preexec_fn=lambda: (
+            os.chdir("gone"), os.rmdir(self.folder / "gone")))
+        self.assertEqual(result.code, 1, result)
 
 
 class PlacementTest(ProgramTest):

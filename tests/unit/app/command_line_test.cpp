@@ -25,7 +25,7 @@ TEST(CommandLineTest, OptionsMayStandOnBothSidesOfTheSubcommand) {
 }
 
 TEST(CommandLineTest, AValueMayBeEmptyOrLookLikeAnOption) {
-  EXPECT_EQ(Parse({"run", "--answers=", "s"}).options.answers, "");
+  EXPECT_EQ(Parse({"run", "-e", "", "s"}).scriptText, "");
   EXPECT_EQ(Parse({"run", "--printer", "--quiet", "s"}).options.printer, "--quiet");
   EXPECT_FALSE(Parse({"run", "s"}).options.answers.has_value());
 }
