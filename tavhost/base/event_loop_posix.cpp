@@ -19,11 +19,7 @@ struct Pipe {
 
   Pipe() {
     int ends[2];
-    if (pipe(ends) != 0) return;
-    for (int end : ends) {
-      fcntl(end, F_SETFL, fcntl(end, F_GETFL) | O_NONBLOCK);
-      fcntl(end, F_SETFD, FD_CLOEXEC);
-    }
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return;
     read = ends[0];
     write = ends[1];
   }

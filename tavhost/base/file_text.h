@@ -16,7 +16,9 @@ Result<std::string> ReadFileText(const std::string& name);
 // All that is left of a stream that is open.
 Result<std::string> ReadStreamText(std::FILE* stream);
 
-// Platform part; null, with errno set, when it cannot be opened.
+// Platform part; null, with errno set, when it cannot be opened. Programs that are started
+// meanwhile do not get the file. A file that is opened for writing is empty.
 std::FILE* OpenForReading(const std::string& name);
+std::FILE* OpenForWriting(const std::string& name);
 
 }  // namespace base

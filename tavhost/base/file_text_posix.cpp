@@ -2,6 +2,8 @@
 
 namespace base {
 
-std::FILE* OpenForReading(const std::string& name) { return std::fopen(name.c_str(), "rb"); }
+// "e": closed in programs that this one starts.
+std::FILE* OpenForReading(const std::string& name) { return std::fopen(name.c_str(), "rbe"); }
+std::FILE* OpenForWriting(const std::string& name) { return std::fopen(name.c_str(), "wbe"); }
 
 }  // namespace base

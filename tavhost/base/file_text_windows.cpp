@@ -3,6 +3,8 @@
 
 namespace base {
 
-std::FILE* OpenForReading(const std::string& name) { return _wfopen(Wide(name).c_str(), L"rb"); }
+// "N": programs that this one starts do not inherit it.
+std::FILE* OpenForReading(const std::string& name) { return _wfopen(Wide(name).c_str(), L"rbN"); }
+std::FILE* OpenForWriting(const std::string& name) { return _wfopen(Wide(name).c_str(), L"wbN"); }
 
 }  // namespace base

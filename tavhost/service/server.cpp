@@ -415,6 +415,7 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
   void Open(const std::string& address, std::uint16_t port) {
     const tcp::endpoint endpoint(net::ip::make_address(address), port);
     acceptor_.open(endpoint.protocol());
+    KeepFromChildren(static_cast<std::uintptr_t>(acceptor_.native_handle()));
     if (endpoint.address().is_v6()) acceptor_.set_option(net::ip::v6_only(true));
     if (PortsOutliveTheirSockets()) acceptor_.set_option(net::socket_base::reuse_address(true));
     acceptor_.bind(endpoint);
@@ -440,6 +441,7 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
 
  private:
   void Begin(tcp::socket socket) {
+    KeepFromChildren(static_cast<std::uintptr_t>(socket.native_handle()));
     if (state_.sessions.size() >= kConnectionLimit && !MakeRoom()) return;  // closes the socket
     const auto session = std::make_shared<Session>(state_, std::move(socket));
     state_.sessions.push_back(session);
