@@ -7,6 +7,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/report.h"
 #include "tavhost/loader/validate.h"
 #include "tavhost/lsp/language_server.h"
 
@@ -49,8 +50,9 @@ int RunProgram(const std::vector<std::string>& arguments) {
   const auto parsed = ParseCommandLine(arguments);
   const int* const done = std::get_if<int>(&parsed);
   const int code = done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
-  if (!FinishOutput() && code == kExitSuccess) return kExitScriptError;
-  return code;
+  const bool isPrinted = FinishOutput();
+  report::Finish();
+  return !isPrinted && code == kExitSuccess ? kExitScriptError : code;
 }
 
 }  // namespace app

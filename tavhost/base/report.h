@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 // Telling a person something: the one way to standard error. What the script printed before stands
@@ -30,11 +31,29 @@ bool IsTerminal() noexcept;
 // 0 if there was none. The stream itself has forgotten it when it is asked at the end.
 int OutputError() noexcept;
 
+// For a program that serves others: from now on nobody waits for whoever reads standard error. What
+// is not read at once is kept for a while, in order, and behind a limit dropped and counted; the
+// count is told once somebody reads again. Cannot be taken back.
+void NeverWait();
+
+// Waits until all that is kept has been read, a little while at most: for the end of the program.
+void Finish() noexcept;
+
+// The last line of a program that ends by a fault, from a signal handler: neither locks nor
+// allocates, and waits for the reader a second at most.
+void LineAtCrash(std::string_view text) noexcept;
+
 namespace detail {
 
 // The platform's part: all bytes, at once if the system takes them so. What cannot be written is
 // lost; there is nobody left to tell.
 void Write(std::string_view bytes) noexcept;
+
+// Writes what the reader takes within so many milliseconds, 0 for what it takes at once, and
+// returns how many bytes that were. May be called in a signal handler. Where the system does not
+// tell whether a reader would have to be waited for, nothing is taken at once, and else it is
+// waited for.
+std::size_t WriteWithin(std::string_view bytes, int milliseconds) noexcept;
 
 }  // namespace detail
 

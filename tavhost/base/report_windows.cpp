@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <io.h>
 
 #include <algorithm>
@@ -21,6 +23,13 @@ void detail::Write(std::string_view bytes) noexcept {
     if (count <= 0) return;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
+}
+
+std::size_t detail::WriteWithin(std::string_view bytes, int milliseconds) noexcept {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stderr)));
+  if (milliseconds == 0 && GetFileType(handle) == FILE_TYPE_PIPE) return 0;
+  Write(bytes);
+  return bytes.size();
 }
 
 }  // namespace report

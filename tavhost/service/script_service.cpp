@@ -77,6 +77,7 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
     Report(port, "there is no such port");
     return false;
   }
+  report::NeverWait();  // a log that nobody reads must not hold up the service
   auto service =
       std::make_unique<Service>(static_cast<std::size_t>(std::max(backlog, 1)), NewToken());
   ServerOptions options;

@@ -3,8 +3,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -82,6 +84,54 @@ TEST(ReportStreams, AsksBehindWhatWasPrinted) {
               report::Text("answer: ");
             }),
             (List{"before", "answer: "}));
+}
+
+// In a process of its own: that nobody waits any more cannot be taken back.
+void WriteToNobody() {
+  int ends[2];
+  if (pipe(ends) != 0) std::_Exit(2);
+  dup2(ends[1], STDERR_FILENO);
+  close(ends[1]);
+  report::NeverWait();
+  constexpr int kLines = 40'000;
+  constexpr int kMostKept = 1 << 20;
+  const std::string line(99, 'x');
+  for (int i = 0; i < kLines; ++i) report::Line(line);  // 4 MB; nobody reads
+  std::string read;
+  char part[1 << 16];
+  std::size_t missing = std::string::npos;
+  while (missing == std::string::npos) {
+    const ssize_t count = ::read(ends[0], part, sizeof part);
+    if (count <= 0) std::_Exit(3);
+    read.append(part, static_cast<std::size_t>(count));
+    missing = read.find("tavhost: ");
+    if (missing != std::string::npos && read.find('\n', missing) == std::string::npos) {
+      missing = std::string::npos;
+    }
+  }
+  const std::size_t whole = missing / 100;
+  if (missing != whole * 100 || missing < kMostKept) std::_Exit(4);
+  const auto told = std::strtoul(read.c_str() + missing + sizeof "tavhost:", nullptr, 10);
+  if (whole + told != kLines) std::_Exit(5);
+  report::Line("again");
+  report::Finish();
+  const ssize_t count = ::read(ends[0], part, sizeof part);
+  std::_Exit(std::string(part, static_cast<std::size_t>(std::max<ssize_t>(count, 0))) == "again\n"
+                 ? 0
+                 : 6);
+}
+
+TEST(ReportStreams, HoldsNobodyUpAndCountsWhatIsMissing) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(WriteToNobody(), testing::ExitedWithCode(0), "");
+}
+
+TEST(ReportStreams, ALineAtACrashTakesTheStatusAway) {
+  EXPECT_EQ(Writes([] {
+              report::ShowStatus("50%");
+              report::LineAtCrash("crashed\n");
+            }),
+            (List{"50%", "\r", "   ", "\r", "crashed\n"}));
 }
 
 TEST(ReportStreams, RemembersWhyWhatWasPrintedCouldNotBeWritten) {
