@@ -176,6 +176,10 @@ def windows_unit_tests():
     return passed, failed or int(code != 0 or not programs)
 
 
+def windows_crashes():
+    return python_tests([ROOT / "tests/plugins/crash_test.py", "--wine"])
+
+
 def windows_exports():
     """The plug-in is a 64-bit DLL and shows exactly the eight names."""
     module = ROOT / "build-windows/bin/plugins/tavscript_commands.dll"
@@ -263,6 +267,7 @@ def groups(options):
         "windows": [("Windows exports", windows_exports),
                     ("Windows unit tests", windows_unit_tests),
                     ("Windows validate", windows_validate),
+                    ("Windows crashes", windows_crashes),
                     ("Windows script tests", lambda: script_tests("--wine")),
                     ("Windows network", windows_network),
                     ("Windows every parameter", lambda: reference_tests("sweep.py", "--wine", "--short")),

@@ -4,6 +4,7 @@
 
 #include "tavhost/app/command_line.h"
 #include "tavhost/app/commands_command.h"
+#include "tavhost/app/crash.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
@@ -47,6 +48,7 @@ int RunSubcommand(const CommandLine& line) {
 
 int RunProgram(const std::vector<std::string>& arguments) {
   PrepareStandardStreams();
+  ReportCrashes();
   const auto parsed = ParseCommandLine(arguments);
   const int* const done = std::get_if<int>(&parsed);
   const int code = done ? *done : RunSubcommand(std::get<CommandLine>(parsed));

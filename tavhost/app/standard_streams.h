@@ -10,8 +10,7 @@
 namespace app {
 
 // To be called before anything is written. From then on bytes go out unchanged on every platform, a
-// closed pipe is a write error rather than a signal, and what was printed before a crash still
-// comes out.
+// closed pipe is a write error rather than a signal.
 void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.

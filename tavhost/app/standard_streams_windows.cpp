@@ -9,23 +9,10 @@
 
 namespace app {
 
-namespace {
-
-// What was printed before a crash is what its reader needs most.
-LONG WINAPI FlushAtCrash(EXCEPTION_POINTERS*) {
-  std::fflush(stdout);
-  return EXCEPTION_CONTINUE_SEARCH;
-}
-
-}  // namespace
-
 void PreparePlatformStreams() {
   for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
   SetConsoleCP(CP_UTF8);
   SetConsoleOutputCP(CP_UTF8);
-  SetUnhandledExceptionFilter(FlushAtCrash);
-  // A crash ends the process at once; the system shows no box that waits for a user.
-  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 }
 
 bool IsInputTerminal() { return _isatty(_fileno(stdin)) != 0; }

@@ -17,6 +17,7 @@
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/loader/refusal_texts.h"
+#include "tavhost/loader/running_command.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
 
@@ -32,8 +33,10 @@ void SetError(TavScriptResult& result, const char* command, const std::string& t
 // Calls into the plug-in. What the plug-in throws becomes the error of the result, and the command
 // counts as carried out; a stop passes through to the interpreter.
 template <typename CallPlugin>
-bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin) {
+bool Guarded(const std::string& path, const char* command, TavScriptResult& result,
+             CallPlugin callPlugin) {
   try {
+    const RunningScope running(path.c_str(), command);
     command_end::Scope end;
     bool isCommand;
     {
@@ -136,6 +139,7 @@ base::Result<std::unique_ptr<Plugin>> Plugin::Load(const std::string& name) {
   if (const base::Result<void> file = CheckLibraryFile(path); !file) {
     return base::Failure(subject + file.error().message);
   }
+  const RunningScope running(path.c_str(), nullptr);
   base::Result<Module> module = LoadModule(path);
   if (!module) return base::Failure(subject + messages::CannotLoad(module.error().message));
   PluginFunctions functions;
@@ -150,6 +154,7 @@ Plugin::Plugin(const std::string& path, Module module, const PluginFunctions& fu
 
 Plugin::~Plugin() {
   {
+    const RunningScope running(path_.c_str(), nullptr);
     const trace::PluginScope scope;
     module_.Unload();
   }
@@ -157,12 +162,12 @@ Plugin::~Plugin() {
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
-  return Guarded(command, result,
+  return Guarded(path_, command, result,
                  [&] { return functions_.handleRequestDirect(command, params, result); });
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& message) {
-  return Guarded(command, message.Result(),
+  return Guarded(path_, command, message.Result(),
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 
@@ -170,6 +175,7 @@ bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& messa
 // without commands.
 SV::String Plugin::AllCommands(char separator) {
   try {
+    const RunningScope running(path_.c_str(), nullptr);
     const trace::PluginScope scope;
     SV::String commands;
     functions_.getAllCommands(commands, separator);

@@ -39,6 +39,9 @@ void SendFinished() {
   }
 }
 
+// The one engine once there is one, for signal handlers, which must not be the first to make it.
+const Engine* madeEngine = nullptr;
+
 kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
 // Fields that the script itself put into a thrown record stay as they are.
@@ -60,7 +63,9 @@ Engine& Engine::Current() {
   return engine;
 }
 
-Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {}
+Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {
+  madeEngine = this;
+}
 
 bool Engine::Begin(const RunOptions& options) {
   if (running_) return false;
@@ -130,6 +135,19 @@ void Engine::PollAroundCommand() {
   event_loop::ProcessEvents();
   lastEvents_ = base::CoarseMilliseconds();
   stop::ThrowIfRequested();
+}
+
+RunningPlace Engine::FindPlace() const noexcept {
+  if (depth_ == 0) return {};
+  const Frame& frame = frames_[depth_ - 1];
+  const auto next = static_cast<std::size_t>(frame.next - frame.function->code.data());
+  const std::uint32_t offset = frame.function->places[next > 0 ? next - 1 : 0].at;
+  const Source& source = frame.program->source;
+  return {source.FileOf(offset).name, source.PlaceOf(offset).line};
+}
+
+RunningPlace FindRunningPlace() noexcept {
+  return madeEngine ? madeEngine->FindPlace() : RunningPlace();
 }
 
 void Engine::Step(std::uint32_t line) {

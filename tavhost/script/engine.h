@@ -12,6 +12,7 @@
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/register_stack.h"
 #include "tavhost/script/runner.h"
+#include "tavhost/script/running_place.h"
 #include "tavhost/script/script_error.h"
 
 namespace script {
@@ -53,6 +54,9 @@ class Engine {
   void ReportError(std::string_view text);
   // The next line of standard input without its end; false when there is no more.
   bool ReadLine(std::string& line);
+
+  // Where the innermost text stands; neither locks nor allocates.
+  RunningPlace FindPlace() const noexcept;
 
   // Takes note of work that no loop's end or call makes visible, such as copying a long text, so
   // that clock and stop request are looked at in time. A unit is about one round of a small loop.

@@ -1,0 +1,84 @@
+#include <signal.h>
+
+#include <cstdio>
+
+#include "tavhost/app/crash.h"
+#include "tavhost/base/report.h"
+
+namespace app {
+
+namespace {
+
+// Where the handler runs: the fault may be that the thread's own stack has come to its end. Of the
+// thread on which plug-ins run.
+alignas(16) char handlerStack[std::size_t{64} << 10];
+
+constexpr int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+
+const char* CauseOf(int signal) {
+  switch (signal) {
+    case SIGSEGV:
+      return "signal 11 (SIGSEGV)";
+    case SIGBUS:
+      return "signal 7 (SIGBUS)";
+    case SIGFPE:
+      return "signal 8 (SIGFPE)";
+    case SIGILL:
+      return "signal 4 (SIGILL)";
+    default:
+      return "signal 6 (SIGABRT)";
+  }
+}
+
+// Not when the fault came while another thread was writing there.
+void WriteOutWhatWasPrinted() {
+  if (ftrylockfile(stdout) != 0) return;
+  fflush_unlocked(stdout);
+  funlockfile(stdout);
+}
+
+void EndBy(int signal) {
+  struct sigaction byDefault {};
+  byDefault.sa_handler = SIG_DFL;
+  sigaction(signal, &byDefault, nullptr);
+  raise(signal);
+}
+
+// After a fault nothing is certain. Should a step meet a fault itself, the handler comes here
+// again, and the next step is the first that is taken.
+void HandleFault(int signal) {
+  enum Step : sig_atomic_t { kPrinted, kDetails, kBare, kNothing };
+  static volatile sig_atomic_t next = kPrinted;
+  if (next <= kPrinted) {
+    next = kDetails;
+    WriteOutWhatWasPrinted();
+  }
+  if (next <= kBare) {
+    const bool details = next == kDetails;
+    next = details ? kBare : kNothing;
+    report::LineAtCrash(CrashLine(CauseOf(signal), details));
+  }
+  EndBy(signal);
+}
+
+void Handle(int signal) {
+  struct sigaction before {};
+  sigaction(signal, nullptr, &before);
+  if (before.sa_handler != SIG_DFL) return;  // a sanitizer's or a debugger's own
+  struct sigaction action {};
+  action.sa_handler = HandleFault;
+  action.sa_flags = static_cast<int>(SA_NODEFER | SA_ONSTACK);
+  sigaction(signal, &action, nullptr);
+}
+
+}  // namespace
+
+void ReportCrashes() {
+  stack_t stack{};
+  stack.ss_sp = handlerStack;
+  stack.ss_size = sizeof handlerStack;
+  sigaltstack(&stack, nullptr);
+  for (const int signal : kFaults) Handle(signal);
+}
+
+}  // namespace app

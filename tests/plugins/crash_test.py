@@ -1,0 +1,139 @@
+#!/usr/bin/env python3
+"""A plug-in that crashes leaves one line on standard error, behind what was printed: which plug-in,
+which command, where in the script, by what; the program then ends by that fault.
+
+    tests/plugins/crash_test.py [--tavhost PROGRAM] [--wine]
+"""
+
+import argparse
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+import sanitizers  # noqa: E402
+import waiting  # noqa: E402
+import wine  # noqa: E402
+
+ROOT = Path(__file__).resolve().parents[2]
+
+# Command -> the fault in the line, and the exit code.
+FAULTS = {
+    "WRITE_NOWHERE": ("signal 11 (SIGSEGV)", -signal.SIGSEGV),
+    "ABORT": ("signal 6 (SIGABRT)", -signal.SIGABRT),
+    "DIVIDE": ("signal 8 (SIGFPE)", -signal.SIGFPE),
+    "OVERFLOW_STACK": ("signal 11 (SIGSEGV)", -signal.SIGSEGV),
+}
+WINDOWS_FAULTS = {
+    "WRITE_NOWHERE": ("exception 0xC0000005 (access violation)", 0xC0000005),
+    "ABORT": ("signal 22 (SIGABRT)", 3),
+    "DIVIDE": ("exception 0xC0000094 (division by zero)", 0xC0000094),
+    "OVERFLOW_STACK": ("exception 0xC00000FD (stack overflow)", 0xC00000FD),
+}
+
+options = None
+machine = None  # Wine
+
+
+class CrashTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def run_program(self, *arguments, stdin=None):
+        command = [str(options.tavhost), "--plugin", self.plugin_name(), *arguments]
+        environment = sanitizers.environment_for_faults()
+        if machine:
+            command = machine.command(command, whole_exit_code=True)
+            environment.update(machine.environment())
+        result = subprocess.run(command, input=stdin or b"", stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, timeout=120, cwd=self.folder,
+                                env=environment)
+        code, err = result.returncode, result.stderr
+        if machine:
+            code, err = machine.exit_code(code, err)
+        return code, result.stdout.decode(), err.decode().replace("\r\n", "\n")
+
+    def plugin_name(self):
+        return ("Z:" if machine else "") + str(options.plugin)
+
+    def line(self, where, cause):
+        name = self.plugin_name().replace("/", "\\") if machine else self.plugin_name()
+        return f'tavhost: plug-in "{name}" crashed{where}: {cause}\n'
+
+    def faults(self):
+        return (WINDOWS_FAULTS if machine else FAULTS).items()
+
+    def test_in_a_script(self):
+        for command, (cause, code) in self.faults():
+            with self.subTest(command):
+                (self.folder / "demo.tav").write_text(f'print "before"\n\n{command}\nprint "late"\n')
+                self.assertEqual(self.run_program("run", "demo.tav"),
+                                 (code, "before\n", self.line(f" in {command} at demo.tav:3", cause)))
+
+    def test_in_a_function_of_another_file(self):
+        (self.folder / "a.tav").write_text('include "b.tav"\nfor i from 1 to 3 { f(i) }\n')
+        (self.folder / "b.tav").write_text('func f(n) {\n  print n\n  if n == 2 { ABORT }\n}\n')
+        cause, code = dict(self.faults())["ABORT"]
+        self.assertEqual(self.run_program("run", "a.tav"),
+                         (code, "1\n2\n", self.line(" in ABORT at b.tav:3", cause)))
+
+    def test_sent_as_a_message(self):
+        cause, code = dict(self.faults())["WRITE_NOWHERE"]
+        self.assertEqual(self.run_program("send", "WRITE_NOWHERE"),
+                         (code, "", self.line(" in WRITE_NOWHERE", cause)))
+
+    def test_at_a_prompt(self):
+        cause, code = dict(self.faults())["WRITE_NOWHERE"]
+        self.assertEqual(self.run_program("repl", stdin=b"print 1\nWRITE_NOWHERE\n"),
+                         (code, "1\n", self.line(" in WRITE_NOWHERE at <prompt>:1", cause)))
+
+    def test_what_is_thrown_is_an_error_of_the_command(self):
+        for command, message in (("THROW", "internal error: no good"),
+                                 ("THROW_NUMBER", "internal error: unknown exception")):
+            text = f"try {{ {command} }} catch e {{ print e.message }}\nprint 2"
+            self.assertEqual(self.run_program("run", "-e", text),
+                             (0, f"{command}: {message}\n2\n", ""))
+
+    def test_a_command_before_does_not_count(self):
+        """The line names what runs, not what ran."""
+        cause, code = dict(self.faults())["ABORT"]
+        text = "try { THROW } catch e { }\nABORT"
+        self.assertEqual(self.run_program("run", "-e", text),
+                         (code, "", self.line(" in ABORT at <command line>:2", cause)))
+
+    def test_a_fault_of_the_host_names_no_plug_in(self):
+        if machine:
+            self.skipTest("a signal from outside")
+        process = subprocess.Popen([options.tavhost, "--trace", "-", "run", "-e",
+                                    "SLEEP ms:0\nwhile 1 { }"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   env=sanitizers.environment_for_faults())
+        while b"Reschedule" not in process.stderr.readline():
+            pass  # until its command is over
+        waiting.until_at_work(process)
+        process.send_signal(signal.SIGSEGV)
+        _, err = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, -signal.SIGSEGV)
+        self.assertTrue(err.endswith(b"tavhost: crashed: signal 11 (SIGSEGV)\n"), err)
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--tavhost", type=Path)
+    parser.add_argument("--wine", action="store_true")
+    options, rest = parser.parse_known_args()
+    build = ROOT / ("build-windows" if options.wine else "build")
+    options.tavhost = (options.tavhost or
+                       build / "bin" / ("tavhost.exe" if options.wine else "tavhost")).resolve()
+    options.plugin = (options.tavhost.parents[1] / "tests/plugins" /
+                      ("crashing.dll" if options.wine else "crashing.so"))
+    with wine.Wine(options.tavhost) if options.wine else wine.Nothing() as machine:
+        unittest.main(argv=[sys.argv[0], *rest])
