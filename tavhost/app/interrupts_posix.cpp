@@ -22,6 +22,9 @@ void Interrupt(int) {
   stop::Request(stop::Reason::kUser);
 }
 
+// Does not count as the second: system, shell and what watches the terminal may each send one.
+void HangUp(int) { stop::Request(stop::Reason::kUser); }
+
 void TimeIsOver(int) { stop::Request(stop::Reason::kTimeout); }
 
 void Handle(int signal, void (*handler)(int)) {
@@ -37,7 +40,7 @@ void HandleInterrupts() {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
     // What the caller wants ignored (nohup, a background job of a shell) stays so.
-    if (before.sa_handler != SIG_IGN) Handle(signal, Interrupt);
+    if (before.sa_handler != SIG_IGN) Handle(signal, signal == SIGHUP ? HangUp : Interrupt);
   }
 }
 

@@ -7,6 +7,7 @@
 #include "host/script/script.h"
 #include "tavhost/analysis/completion.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/hang_up.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/line_editor.h"
@@ -137,6 +138,7 @@ class Prompt {
 int RunPrompt(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
+  EndAtHangUp();
   script::RunOptions options;
   options.name = "<prompt>";
   options.sinks.print = Print;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/hang_up.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/script_source.h"
@@ -39,6 +40,7 @@ int RunScript(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
   SetProgramPath(line);
+  EndAtHangUp();
 
   script::RunOptions options;
   options.name = source->name;

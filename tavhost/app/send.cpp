@@ -7,6 +7,7 @@
 
 #include "host/notation/message_port.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/hang_up.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
@@ -70,6 +71,7 @@ int SendCommands(const CommandLine& line) {
   int exitCode = kExitSuccess;
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
+  EndAtHangUp();
   try {
     for (const auto& document : documents) {
       for (std::uint32_t i = 0; i < document->Count(); ++i) {

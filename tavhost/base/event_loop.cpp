@@ -18,20 +18,31 @@ std::deque<std::unique_ptr<Work>>& Queue() {
 // Both belong to the user-interface thread.
 bool running = false;  // posted work is being run
 Loop* loop = nullptr;  // not owned
+void (*firstUse)() = nullptr;
+
+void BeginUse() {
+  if (firstUse) [[unlikely]]
+    std::exchange(firstUse, nullptr)();
+}
 
 }  // namespace
 
 void SetLoop(Loop* newLoop) noexcept { loop = newLoop; }
 
+void OnFirstUse(void (*act)()) noexcept { firstUse = act; }
+
 void ProcessEvents() {
+  BeginUse();
   if (loop) loop->ProcessEvents();
 }
 
 void ProcessPainting() {
+  BeginUse();
   if (loop) loop->ProcessPainting();
 }
 
 void WaitForEvents(std::uint32_t milliseconds) {
+  BeginUse();
   loop ? loop->WaitForEvents(milliseconds) : WaitForWakeUp(milliseconds);
 }
 

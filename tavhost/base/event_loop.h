@@ -24,6 +24,10 @@ class Loop {
 // nothing is handled, and a wait ends by WakeUp or by its time.
 void SetLoop(Loop* loop) noexcept;
 
+// Has `act` called once, when a run first lets events through or waits: for what is of no use to
+// short runs. Null: nothing.
+void OnFirstUse(void (*act)()) noexcept;
+
 // As the loop's members of these names; on the user-interface thread only.
 void ProcessEvents();
 void ProcessPainting();

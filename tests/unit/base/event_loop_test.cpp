@@ -45,6 +45,17 @@ TEST_F(PostedWork, RunsInOrderAndOnlyOnce) {
   EXPECT_EQ(ran, (std::vector<int>{0, 1, 2}));
 }
 
+TEST_F(PostedWork, ItsFirstUseIsToldOnce) {
+  static int begun;
+  begun = 0;
+  event_loop::OnFirstUse([] { ++begun; });
+  EXPECT_EQ(begun, 0);
+  event_loop::ProcessEvents();
+  event_loop::WaitForEvents(0);
+  event_loop::ProcessPainting();
+  EXPECT_EQ(begun, 1);
+}
+
 TEST_F(PostedWork, WorkPostedByWorkWaitsForTheNextTime) {
   int ran = 0;
   event_loop::Post([&ran] {
