@@ -1,9 +1,10 @@
 #include "tavhost/app/host.h"
 
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <system_error>
 #include <tl/expected.hpp>
-#include <utility>
 
 #include "host/dialog/app_work_window.h"
 #include "tavhost/app/client_answers.h"
@@ -28,6 +29,7 @@
 #include "tavhost/tools/modeling_shell.h"
 #include "tavhost/ui/current_toolkit.h"
 #include "tavhost/ui/deferred_toolkit.h"
+#include "tavhost/ui/display.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 
@@ -55,15 +57,27 @@ base::Result<std::unique_ptr<ui::Toolkit>> LoadWindows(const ui::QtOptions& opti
 }
 
 // Real windows, loaded when a script first needs one: those that need none start as fast as
-// without.
+// without. Where there are none after all, which is said, the run goes on without a display;
+// `noWindows` is then called once.
 std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
-                                          const ui::QtOptions& options) {
-  return ui::DeferToolkit(std::move(headless), [options] {
+                                          const ui::QtOptions& options,
+                                          const std::function<void()>& noWindows) {
+  return ui::DeferToolkit(std::move(headless), [options, noWindows] {
     base::Result<std::unique_ptr<ui::Toolkit>> windows = LoadWindows(options);
     if (windows) return std::move(*windows);
     report::Line("tavhost: there are no windows: " + windows.error().message);
+    noWindows();
     return std::unique_ptr<ui::Toolkit>();
   });
+}
+
+bool isAllWritten = true;
+
+// The run goes on without it, and its exit code tells.
+void TellNotWritten(const std::string& what, std::string_view file, std::string_view reason) {
+  report::Line("tavhost: " + what + ' ' + std::string(file) +
+               " cannot be written: " + std::string(reason));
+  isAllWritten = false;
 }
 
 // The folder that an option names is there, or can be made in one that is: a path that is misspelt
@@ -119,9 +133,17 @@ base::Result<void> Host::StartUserInterface(const Options& options) {
     base::SetLongWorkShown(ShowLongWork);
   }
   const ui::QtOptions windows{options.screen, options.printer, options.screenshotFolder,
-                              answersOrClient};
+                              answersOrClient, [](std::string_view file, std::string_view reason) {
+                                TellNotWritten("the picture", file, reason);
+                              }};
   if (isAuto) {
-    ui::SetToolkit(DeferWindows(ui::CreateHeadlessToolkit(headless), windows));
+    const bool wantsPictures = !options.screenshotFolder.empty();
+    ui::SetToolkit(
+        DeferWindows(ui::CreateHeadlessToolkit(headless), windows, [this, wantsPictures] {
+          hasUser_ = false;
+          isAllWritten = isAllWritten && !wantsPictures;
+          answers_->GoOnWithoutDisplay(IsInputTerminal());
+        }));
     return {};
   }
   base::Result<std::unique_ptr<ui::Toolkit>> toolkit =
@@ -150,6 +172,8 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   if (!options.traceFile.empty() && !trace::Open(options.traceFile)) {
     return Refusal(kExitUsage, {"cannot write the trace " + options.traceFile, {}, 0, 0});
   }
+  host->traceFile_ = options.traceFile;
+  host->recordFile_ = options.recordFile;
   database_area::SetFolder(options.databaseFolder);
   main_frames::Create();
   work_window::Create();
@@ -164,6 +188,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   }
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
+  host->hasStarted_ = true;
   return host;
 }
 
@@ -192,7 +217,19 @@ Host::~Host() {
   base::SetLongWorkShown({});
   ui::SetToolkit(nullptr);
   trace::Close();
+  if (hasStarted_) TellWhatIsNotWritten();
 }
+
+void Host::TellWhatIsNotWritten() {
+  if (const int error = trace::WriteError(); error != 0) {
+    TellNotWritten("the trace", traceFile_, std::strerror(error));
+  }
+  if (const base::Result<void> kept = answers_->KeepRecord(); !kept) {
+    TellNotWritten("the record", recordFile_, kept.error().message);
+  }
+}
+
+bool Host::IsAllWritten() { return isAllWritten; }
 
 void Host::WaitForUser() {
   constexpr std::uint32_t kMilliseconds = 1000;

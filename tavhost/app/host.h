@@ -29,6 +29,10 @@ class Host {
   // Stays while the user has the work window open; returns at once where there is no user.
   void WaitForUser();
 
+  // Whether all that was to be written of runs is: trace, record, pictures. Known when the host has
+  // ended; what is not has been said.
+  static bool IsAllWritten();
+
   // What the exit code is in the end, though all went well: 1 when a file that a script left open
   // could not be stored, 3 when answers are left over.
   int Finish(int exitCode);
@@ -39,12 +43,16 @@ class Host {
   base::Result<void> LoadPlugins(const Options& options);
   void StartDryRun(bool asJson);
   void FinishDryRun();
+  void TellWhatIsNotWritten();
 
   std::shared_ptr<ui::AnswerSession> answers_;
   std::optional<DryRunReport> dryRunReport_;
   std::optional<DryRun> dryRun_;
   std::optional<loader::Plugins> plugins_;
-  bool hasUser_ = false;  // who answers windows
+  bool hasUser_ = false;     // who answers windows
+  bool hasStarted_ = false;  // commands can have been sent
+  std::string traceFile_;    // as the options name it; empty: none
+  std::string recordFile_;   // likewise
 };
 
 }  // namespace app

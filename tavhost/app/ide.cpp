@@ -11,6 +11,7 @@
 #include "tavhost/base/report.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/ide/ide_host.h"
+#include "tavhost/ui/display.h"
 #include "tavhost/ui/qt_module.h"
 #include "tavhost/ui/toolkit.h"
 

@@ -6,6 +6,7 @@
 #include "tavhost/app/commands_command.h"
 #include "tavhost/app/crash.h"
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/host.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
@@ -44,6 +45,14 @@ int RunSubcommand(const CommandLine& line) {
   return kExitUsage;
 }
 
+// The exit code that also tells whether all could be written; one that tells of a mistake stays.
+int WithOutput(int code) {
+  const bool isPrinted = FinishOutput();
+  if (code != kExitSuccess) return code;
+  if (!isPrinted) return kExitScriptError;
+  return Host::IsAllWritten() ? kExitSuccess : kExitNotWritten;
+}
+
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
@@ -52,9 +61,9 @@ int RunProgram(const std::vector<std::string>& arguments) {
   const auto parsed = ParseCommandLine(arguments);
   const int* const done = std::get_if<int>(&parsed);
   const int code = done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
-  const bool isPrinted = FinishOutput();
+  const int exitCode = WithOutput(code);
   report::Finish();
-  return !isPrinted && code == kExitSuccess ? kExitScriptError : code;
+  return exitCode;
 }
 
 }  // namespace app

@@ -1,11 +1,13 @@
 #include "tavhost/base/trace.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <string>
 #include <unordered_map>
 
 #include "host/base/wstring.h"
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/literal.h"
 
 namespace trace {
@@ -21,6 +23,7 @@ bool insidePlugin = false;
 namespace {
 
 std::FILE* output = nullptr;
+int writeError = 0;  // errno of the first line that could not be written
 
 // What the objects that a plug-in can see are called, by their addresses.
 std::unordered_map<const void*, std::string>& Names() {
@@ -59,11 +62,21 @@ std::string CallText(std::string_view name, std::initializer_list<SV::String> ar
   return text;
 }
 
-// Every line at once, so that a trace of a crash ends where the crash happened.
+void NoteError() {
+  if (writeError == 0) writeError = errno != 0 ? errno : EIO;
+}
+
+// Every line at once, so that a trace of a crash ends where the crash happened. Behind the first
+// that could not be written nothing more is: a trace with a gap misleads.
 void WriteOut(std::string_view line) {
-  if (!output) return;
-  std::fwrite(line.data(), 1, line.size(), output);
-  std::fflush(output);
+  if (!output || writeError != 0) return;
+  while (!line.empty()) {
+    errno = 0;
+    line.remove_prefix(std::fwrite(line.data(), 1, line.size(), output));
+    if (line.empty()) return;
+    if (errno != EINTR) return NoteError();
+    std::clearerr(output);
+  }
 }
 
 // The class in an object's name `SV::Button#3`, without namespaces: what its destructor is called.
@@ -102,18 +115,23 @@ SV::String ObjectText(const void* object) { return base::StringOf(NameOf(object)
 
 bool Open(std::string_view path) {
   Close();
-  output = path == "-" ? stderr : std::fopen(std::string(path).c_str(), "wb");
+  writeError = 0;
+  output = path == "-" ? stderr : base::OpenForWriting(std::string(path));
+  if (output) std::setvbuf(output, nullptr, _IONBF, 0);
   detail::open = output != nullptr;
   return detail::open;
 }
 
 void Close() {
-  if (output && output != stderr) std::fclose(output);
+  errno = 0;
+  if (output && output != stderr && std::fclose(output) != 0) NoteError();
   output = nullptr;
   detail::open = false;
   detail::active = false;
   detail::insidePlugin = false;
 }
+
+int WriteError() { return writeError; }
 
 void Name(const char* className, const void* object) {
   if (!IsOpen()) return;

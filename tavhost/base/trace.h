@@ -51,6 +51,8 @@ SV::String ObjectText(const void* object);
 // Where the lines go: a file's name, or "-" for standard error. False when it cannot be opened.
 bool Open(std::string_view path);
 void Close();
+// The errno of the first line of the last trace that could not be written; 0: there was none.
+int WriteError();
 inline bool IsOpen() { return detail::open; }
 
 // While one lives, code of a plug-in runs; the host makes one around each call into a plug-in.

@@ -1,8 +1,6 @@
 #include "tavhost/headless/answer_session.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -56,19 +54,27 @@ base::Result<std::shared_ptr<AnswerSession>> AnswerSession::Create(const AnswerO
     if (!text->empty() && text->back() != '\n') ++session->endLine_;
   }
   if (!options.recordPath.empty()) {
-    session->record_ = std::fopen(options.recordPath.c_str(), "wb");
-    if (!session->record_) {
-      return base::Failure(std::string("the record cannot be written: ") + std::strerror(errno),
+    base::Result<std::unique_ptr<RecordFile>> record = RecordFile::Open(options.recordPath);
+    if (!record) {
+      return base::Failure("the record cannot be written: " + record.error().message,
                            options.recordPath);
     }
+    session->record_ = std::move(*record);
   }
   return session;
 }
 
-AnswerSession::~AnswerSession() {
-  if (!record_) return;
+AnswerSession::~AnswerSession() = default;
+
+base::Result<void> AnswerSession::KeepRecord() {
+  if (!record_) return {};
   if (progress_) ProgressClosed(*progress_);
-  std::fclose(record_);
+  return std::exchange(record_, nullptr)->Keep();
+}
+
+void AnswerSession::GoOnWithoutDisplay(bool stdinIsTerminal) {
+  if (options_.mode != AnswerOptions::Mode::kUser) return;
+  options_.mode = ReadAnswerOption(nullptr, false, stdinIsTerminal).mode;
 }
 
 bool AnswerSession::AnswersWindows() const { return options_.mode != AnswerOptions::Mode::kUser; }
@@ -132,8 +138,7 @@ void AnswerSession::WriteRecord(const std::string& lines) {
     waiting_ += lines;
     return;
   }
-  std::fwrite(lines.data(), 1, lines.size(), record_);
-  std::fflush(record_);
+  record_->Write(lines);
 }
 
 void AnswerSession::ProgressShown(PercentageWindowModel& window) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tavhost/base/result.h"
+#include "tavhost/headless/record_file.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/answer_source.h"
 
@@ -49,6 +49,15 @@ class AnswerSession final : public AnswerSource {
   void ProgressShown(PercentageWindowModel& window) override;
   void ProgressClosed(const PercentageWindowModel& window) override;
 
+  // The display that would have shown windows to a user cannot be reached: they are asked in the
+  // terminal where standard input is one, as without a display.
+  void GoOnWithoutDisplay(bool stdinIsTerminal);
+
+  // Puts the record in its place, when all windows have been answered; without this it is dropped.
+  // Fails, with the system's word for why not, when it could not be stored: what stood there before
+  // is still there.
+  base::Result<void> KeepRecord();
+
   // At the end of a script that came to its end: fails when answers are left over, at the place of
   // the first of them.
   base::Result<void> Finish() const;
@@ -66,7 +75,7 @@ class AnswerSession final : public AnswerSource {
   std::vector<ui::Answer> answers_;
   std::size_t next_ = 0;
   std::uint32_t endLine_ = 1;  // of the file: where the next answer is to be added
-  std::FILE* record_ = nullptr;
+  std::unique_ptr<RecordFile> record_;
   // While a percentage window with a cancel button shows, all that is recorded waits here: only
   // when it closes is it known whether it was cancelled, and that line has to stand first.
   const PercentageWindowModel* progress_ = nullptr;

@@ -7,6 +7,7 @@
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QPrinterInfo>
+#include <QSaveFile>
 #include <QScreen>
 #include <QTimer>
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/view_factory.h"
+#include "tavhost/ui/display.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/modal_model.h"
@@ -306,7 +308,12 @@ void QtToolkit::TakePicture(QWidget& widget, const QString& name) {
                            .arg(folder)
                            .arg(++pictures_, 3, 10, QLatin1Char('0'))
                            .arg(name);
-  if (!widget.grab().save(file)) qWarning("cannot write %s", qPrintable(file));
+  // Whole or not at all, and only what is stored counts as written.
+  QSaveFile picture(file);
+  const bool written = picture.open(QIODevice::WriteOnly) && widget.grab().save(&picture, "PNG") &&
+                       picture.flush();  // which commit() does too, and forgets how it went
+  if (written && picture.commit()) return;
+  options_.pictureNotWritten(Bytes(file), Bytes(picture.errorString()));
 }
 
 SV::Size QtToolkit::ScreenSizePixel() {

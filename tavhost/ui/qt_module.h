@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,7 @@ struct QtOptions {
   std::string printer;             // the printer said to be the default one; empty: the system's
   std::string screenshots;         // the folder for a picture of every window; empty: none
   std::shared_ptr<AnswerSource> answers;
+  std::function<void(std::string_view file, std::string_view reason)> pictureNotWritten;
 };
 
 // What the module needs of the program that has loaded it.
@@ -43,12 +45,10 @@ inline constexpr const char* kCreateQtToolkit = "tavhost_CreateQtToolkit";
 using RunIdeFunction = void(Toolkit& toolkit, ide::IdeHost& host, const ide::IdeOptions& options);
 inline constexpr const char* kRunIde = "tavhost_RunIde";
 
-// Whether windows can be shown: there is a display. The module may still be absent.
-bool HasDisplay();
 // Whether the module is there.
 bool HasQtModule(const std::string& moduleFolder);
-// Fails when the module cannot be loaded. It is never unloaded. Without a display its windows are
-// drawn, but not seen.
+// Fails when the module cannot be loaded, or the display not be reached. It is never unloaded.
+// Without a display its windows are drawn, but not seen.
 base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
                                                      const ModuleHost& host,
                                                      const QtOptions& options);

@@ -1,9 +1,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <tl/expected.hpp>
 
+#include "tavhost/ui/display.h"
 #include "tavhost/ui/qt_module.h"
 
 namespace ui {
@@ -12,14 +12,7 @@ namespace {
 
 std::string ModulePath(const std::string& folder) { return folder + "/libtavhost_qt.so"; }
 
-bool IsSet(const char* variable) {
-  const char* const value = std::getenv(variable);
-  return value && *value;
-}
-
 }  // namespace
-
-bool HasDisplay() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }
 
 bool HasQtModule(const std::string& moduleFolder) {
   return access(ModulePath(moduleFolder).c_str(), R_OK) == 0;
@@ -41,6 +34,9 @@ base::Result<Function*> Find(const std::string& moduleFolder, const char* name) 
 base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
                                                      const ModuleHost& host,
                                                      const QtOptions& options) {
+  if (const base::Result<void> display = CheckDisplay(); !display) {
+    return tl::unexpected<base::Error>(display.error());
+  }
   return Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit)
       .map([&](CreateQtToolkitFunction* create) {
         return std::unique_ptr<Toolkit>(create(host, options));

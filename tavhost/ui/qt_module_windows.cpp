@@ -14,8 +14,6 @@ std::wstring ModulePath(const std::string& folder) {
 
 }  // namespace
 
-bool HasDisplay() { return true; }
-
 bool HasQtModule(const std::string& moduleFolder) {
   return GetFileAttributesW(ModulePath(moduleFolder).c_str()) != INVALID_FILE_ATTRIBUTES;
 }

@@ -1,10 +1,15 @@
 """Standard streams, interrupts and time limits."""
 
 import array
+import contextlib
 import fcntl
+import http.client
 import os
+import re
+import resource
 import select
 import signal
+import socket
 import subprocess
 import termios
 import time
@@ -139,6 +144,160 @@ class OutputTest(ProgramTest):
             self.assertEqual(self.run_program("--help", stdout=full).code, 1)
 
 
+class DescriptorTest(ProgramTest):
+    CLOSED = ("<&-", ">&-", "2>&-", "<&- >&-", ">&- 2>&-", "<&- 2>&-", "<&- >&- 2>&-")
+
+    def run_closed(self, arguments, closed, **more):
+        return subprocess.run(["sh", "-c", f'exec "$@" {closed}', "sh", self.program, *arguments],
+                              cwd=self.folder, env=self.environment, timeout=30,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, **more)
+
+    def test_nothing_takes_the_place_of_a_closed_one(self):
+        text = ('FWRITE file:"mine.txt" text:"mine"\nFWRITE file:"mine.txt" close\n'
+                'print "printed"\nEXECUTE "throw 1"\nthrow 2')
+        for closed in self.CLOSED:
+            with self.subTest(closed):
+                result = self.run_closed(["run", "--trace", "trace.txt", "--record", "r.kel",
+                                          "-e", text], closed)
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual((self.folder / "mine.txt").read_text(), "mine")
+                self.assertEqual((self.folder / "r.kel").read_text(), "")
+                trace = (self.folder / "trace.txt").read_text()
+                self.assertNotIn("printed", trace)
+                self.assertNotIn("error", trace)
+
+    def test_they_are_filled_before_the_program_opens_anything(self):
+        for closed in self.CLOSED:
+            process = subprocess.Popen(
+                ["sh", "-c", f'exec "$@" {closed}', "sh", self.program, "--trace", "t.txt", "run",
+                 "-e", "SLEEP ms:100000"], cwd=self.folder, env=self.environment,
+                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            try:
+                trace = self.folder / "t.txt"
+                waiting.until(lambda: trace.exists() and "GetTickCount" in trace.read_text(),
+                              "the script waits")
+                self.assertEqual([os.readlink(f"/proc/{process.pid}/fd/{n}") for n in range(3)],
+                                 ["/dev/null"] * 3)
+                trace.unlink()
+            finally:
+                process.kill()
+                process.wait()
+
+    def test_a_prompt_without_input_ends(self):
+        result = self.run_closed(["repl"], "<&-")
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+
+    def test_a_script_that_cannot_be_read_is_an_error(self):
+        result = self.run_closed(["run", "-"], "<&-")
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertEqual(result.stderr, b"tavhost: cannot read <stdin>: Bad file descriptor\n")
+
+    def test_programs_that_it_starts_get_no_descriptor_of_its_own(self):
+        process = self.start("serve", "--trace", "t.txt", "--record", "r.kel")
+        try:
+            self.assertIn(b"listening", process.stdout.readline())
+            port = int(re.search(rb"file: .*-(\d+)", process.stdout.readline())[1])
+            with socket.create_connection(("127.0.0.1", port)):
+                waiting.until(lambda: len(self.kept(process)) >= 5, "the connection is accepted")
+                open_to_children = [name for name, flags in self.kept(process).items()
+                                    if not flags & os.O_CLOEXEC]
+                self.assertEqual(open_to_children, [])
+        finally:
+            process.terminate()
+            process.communicate(timeout=10)
+
+    @staticmethod
+    def kept(process):
+        """What each descriptor above the standard ones is, and its flags."""
+        found = {}
+        for entry in os.scandir(f"/proc/{process.pid}/fd"):
+            if int(entry.name) > 2:
+                with open(f"/proc/{process.pid}/fdinfo/{entry.name}") as info:
+                    flags = int(re.search(r"flags:\s+(\d+)", info.read())[1], 8)
+                found[f"{entry.name} {os.readlink(entry.path)}"] = flags
+        return found
+
+
+class NotWrittenTest(ProgramTest):
+    """A trace, a record or pictures that do not fit on the disk."""
+
+    FULL = "No space left on device"
+    LIMITED = "File too large"  # of a file that may not grow: what a full disk does, anywhere
+
+    @staticmethod
+    def no_file_may_grow():
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+    def test_a_trace(self):
+        self.expect(["--trace", "/dev/full", "run", "-e", "BEEP freq:1 ms:1\nprint 1"], "1\n",
+                    f"tavhost: the trace /dev/full cannot be written: {self.FULL}\n", 5)
+        self.expect(["--trace", "/dev/full", "send", "GET_DISPLAY_SIZE"], " w:1920 h:1080\n",
+                    f"tavhost: the trace /dev/full cannot be written: {self.FULL}\n", 5)
+        result = self.run_program("--trace", "t.txt", "run", "-e", "BEEP freq:1 ms:1\nprint 1",
+                                  preexec_fn=self.no_file_may_grow)
+        self.assertEqual((result.out, result.err, result.code),
+                         ("1\n", f"tavhost: the trace t.txt cannot be written: {self.LIMITED}\n", 5))
+
+    def test_a_record(self):
+        arguments = ["--answers", "accept", "--record", "/dev/full", "run", "-e", 'INFOBOX "x"']
+        self.expect(arguments, "", f"tavhost: the record /dev/full cannot be written: {self.FULL}\n",
+                    5)
+
+    def test_the_record_before_is_kept(self):
+        self.file("r.kel", "MESSAGE_BOX button:no\n")
+        arguments = ["--answers", "accept", "--record", "r.kel", "run", "-e",
+                     'DIR_CREATE path:"sub"\nSET_CWD path:"sub"\nINFOBOX "x"']
+        result = self.run_program(*arguments, preexec_fn=self.no_file_may_grow)
+        self.assertEqual((result.out, result.err, result.code),
+                         ("", f"tavhost: the record r.kel cannot be written: {self.LIMITED}\n", 5))
+        self.assertEqual((self.folder / "r.kel").read_text(), "MESSAGE_BOX button:no\n")
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()
+                                if path.name.startswith(".tavhost")), [])
+        self.expect(arguments)
+        self.assertEqual((self.folder / "r.kel").read_text(), "MESSAGE_BOX button:ok\n")
+
+    def test_a_run_that_does_not_start_keeps_the_record(self):
+        self.file("r.kel", "MESSAGE_BOX button:no\n")
+        result = self.run_program("--plugin", "none.so", "--record", "r.kel", "run", "-e", "")
+        self.assertEqual(result.code, 4)
+        self.assertEqual((self.folder / "r.kel").read_text(), "MESSAGE_BOX button:no\n")
+        self.assertEqual([path.name for path in self.folder.iterdir()], ["r.kel"])
+
+    def test_an_error_of_the_script_comes_first(self):
+        result = self.run_program("--trace", "/dev/full", "run", "-e", "BEEP freq:1 ms:1\nexit 7")
+        self.assertEqual((result.out, result.code), ("", 7), result)
+        self.assertIn("the trace /dev/full cannot be written", result.err)
+
+
+class UnreadErrorTest(ProgramTest):
+    """A service whose standard error nobody reads answers all the same."""
+
+    def test_the_service_goes_on(self):
+        reader, writer = os.pipe()
+        fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+        process = self.start("serve", stderr=writer)
+        os.close(writer)
+        try:
+            process.stdout.readline()
+            token = process.stdout.readline().decode().removeprefix("token file: ").strip()
+            port = int(token.rpartition("-")[2])
+            connection = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
+            for number in range(300):
+                connection.request("POST", f"/script?{'x' * 150}", f'EXECUTE "throw {number}"',
+                                   {"X-Tavhost-Token": open(token).read().strip()})
+                self.assertIn(connection.getresponse().read()[:1], (b"{", b""))
+            begin = time.monotonic()
+            process.terminate()
+            self.assertIn(process.wait(timeout=10), (130, 143))
+            self.assertLess(time.monotonic() - begin, STOP_LIMIT)
+        finally:
+            process.kill()
+            process.communicate()
+            os.close(reader)
+
+
 class StopTest(ProgramTest):
     ENDLESS = {
         "a loop": "while 1 { }",
@@ -214,6 +373,66 @@ class StopTest(ProgramTest):
         process.send_signal(signal.SIGINT)
         out, _ = process.communicate(timeout=10)
         self.assertEqual((process.returncode, out), (0, b""))
+
+    def ended_by(self, end):
+        """The exit code of a run that `end` ends, within the time and with its clean-up."""
+        terminal, other = os.openpty()
+
+        def lead():
+            os.setsid()
+            fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+
+        process = self.start("run", "--trace", "t.txt", "-e", "SLEEP ms:100000", stdin=other,
+                             stderr=other, preexec_fn=lead)
+        os.close(other)
+        try:
+            self.wait_for_trace("GetTickCount")
+            waiting.until_at_work(process)
+            begin = time.monotonic()
+            end(process, terminal)
+            code = process.wait(timeout=10)
+            self.assertLess(time.monotonic() - begin, STOP_LIMIT)
+            self.assertIn("INTERNAL_TAVSCRIPT_FINISHED", (self.folder / "t.txt").read_text())
+            return code
+        finally:
+            process.kill()
+            process.wait()
+            process.stdout.close()
+            (self.folder / "t.txt").unlink()
+            with contextlib.suppress(OSError):
+                os.close(terminal)
+
+    def test_a_hang_up_ends_a_run_like_a_request_to_terminate(self):
+        terminated = self.ended_by(lambda process, _: process.terminate())
+        for name, end in (("signal", lambda process, _: process.send_signal(signal.SIGHUP)),
+                          ("signals", lambda process, _: [process.send_signal(signal.SIGHUP)
+                                                          for _ in range(5)]),
+                          ("terminal", lambda _, terminal: os.close(terminal)),
+                          ("pipe", lambda process, _: process.stdout.close())):
+            with self.subTest(name):
+                self.assertEqual(self.ended_by(end), terminated)
+
+    def test_a_terminal_that_is_not_its_own(self):
+        """No signal tells that such a terminal hangs up."""
+        terminal, other = os.openpty()
+        process = self.start("run", "--trace", "t.txt", "-e", "SLEEP ms:100000", stdin=other,
+                             start_new_session=True)
+        os.close(other)
+        self.wait_for_trace("GetTickCount")
+        waiting.until_at_work(process)
+        os.close(terminal)
+        process.communicate(timeout=10)
+        self.assertIn(process.returncode, (130, 143))
+
+    def test_a_hang_up_that_the_caller_ignores(self):
+        process = self.start("run", "--trace", "t.txt", "-e",
+                             'SLEEP ms:300\nFWRITE file:"late" text:"x"\nFWRITE file:"late" close',
+                             preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        self.wait_for_trace("GetTickCount")
+        process.stdout.close()
+        process.stderr.close()
+        self.assertEqual(process.wait(timeout=10), 0)
+        self.assertEqual((self.folder / "late").read_text(), "x")
 
     def test_time_limit(self):
         for text in ("while 1 { }", "SLEEP ms:100000"):

@@ -143,6 +143,7 @@ TEST_F(AnswerSession, WritesThatProgressWasCancelledBeforeWhatCameMeanwhile) {
     window.Poll();
     session->ProgressClosed(window);
   }
+  EXPECT_TRUE(session->KeepRecord());
   std::stringstream text;
   text << std::ifstream(path_).rdbuf();
   EXPECT_EQ(text.str(),
@@ -155,9 +156,35 @@ TEST_F(AnswerSession, WritesWhatWasDone) {
   session->Record(box_);
   box_.End("no");
   session->Record(box_);
+  EXPECT_TRUE(session->KeepRecord());
   std::stringstream text;
   text << std::ifstream(path_).rdbuf();
   EXPECT_EQ(text.str(), "MESSAGE_BOX button:yes\nMESSAGE_BOX button:no\n");
+}
+
+TEST_F(AnswerSession, WritesProgressThatStillShowsAtTheEnd) {
+  const auto session = Recording();
+  ui::PercentageWindowModel window("t", true, false);
+  session->ProgressShown(window);
+  session->Answer(box_);
+  session->Record(box_);
+  EXPECT_TRUE(session->KeepRecord());
+  session->ProgressClosed(window);
+  std::stringstream text;
+  text << std::ifstream(path_).rdbuf();
+  EXPECT_EQ(text.str(), "MESSAGE_BOX button:yes\n");
+}
+
+TEST_F(AnswerSession, WithoutItsDisplayWindowsAreAskedInTheTerminalOrAnError) {
+  auto user = Of(Mode::kUser);
+  EXPECT_FALSE(user->AnswersWindows());
+  user->GoOnWithoutDisplay(false);
+  EXPECT_TRUE(user->AnswersWindows());
+  EXPECT_NE(ErrorOf(*user, box_).find("there is no display"), std::string::npos);
+  auto accept = Of(Mode::kAccept);
+  accept->GoOnWithoutDisplay(false);
+  accept->Answer(box_);
+  EXPECT_EQ(box_.EndButton(), "yes");
 }
 
 TEST_F(AnswerSession, FilesThatCannotBeUsedAreNamed) {

@@ -1,0 +1,101 @@
+"""Displays that cannot be reached: a run goes on without one and says so once; who asks for windows
+is told before anything runs."""
+
+import resource
+import signal
+import unittest
+from pathlib import Path
+
+from program import ProgramTest
+
+# Nobody serves displays of these names.
+UNREACHABLE = ({"DISPLAY": ":4099"}, {"WAYLAND_DISPLAY": "none-0"},
+               {"DISPLAY": ":4099", "WAYLAND_DISPLAY": "none-0"}, {"DISPLAY": "nonsense"})
+SIZE = " w:1920 h:1080\n"
+
+
+class UnreachableDisplayTest(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        folder = Path(self.program).resolve().parent.parent / "lib/tavhost/modules"
+        if not (folder / "libtavhost_qt.so").exists():
+            self.skipTest("there is no module for windows")
+        for name in ("QT_QPA_PLATFORM", "XDG_SESSION_TYPE"):
+            self.environment.pop(name, None)
+
+    def displays(self):
+        for display in UNREACHABLE:
+            with self.subTest(**display):
+                names = " or ".join(display.values())
+                yield ({**self.environment, **display},
+                       f"tavhost: there are no windows: the display {names} cannot be reached\n")
+
+    def test_what_needs_none_says_nothing(self):
+        for environment, _ in self.displays():
+            self.expect(["run", "-e", "print 1"], "1\n", env=environment)
+
+    def test_it_is_said_once(self):
+        for environment, said in self.displays():
+            self.expect(["run", "-e", "GET_DISPLAY_SIZE\nGET_DISPLAY_SIZE\nprint w, h"],
+                        "1920 1080\n", said, env=environment)
+            self.expect(["send", "GET_DISPLAY_SIZE", "GET_DISPLAY_SIZE"], SIZE * 2, said,
+                        env=environment)
+            self.expect(["repl"], "1920\n", said, stdin="GET_DISPLAY_SIZE\nprint w\n",
+                        env=environment)
+
+    def test_windows_are_answered_as_without_a_display(self):
+        text = 'QUERYBOX "Go on?" yes-no\nprint endbutton'
+        for environment, said in self.displays():
+            self.expect(["--answers", "accept", "run", "-e", text], "yes\n", said, env=environment)
+            result = self.run_program("run", "-e", text, env=environment)
+            self.assertEqual((result.out, result.code), ("", 3))
+            self.assertTrue(result.err.startswith(said + "tavhost: error: there is no display"),
+                            result.err)
+
+    def test_output_windows_are_printed_and_nobody_is_waited_for(self):
+        text = 'CREATE_OUTPUT_WIN winid:"log" title:"Log"\nOUT winid:"log" text:"one\\n"'
+        for environment, said in self.displays():
+            self.expect(["run", "-e", text], "log: one\n", said, env=environment)
+
+    def test_pictures_that_cannot_be_made_count_as_not_written(self):
+        for environment, said in self.displays():
+            self.expect(["--screenshots", "shots", "--answers", "accept", "run", "-e",
+                         'INFOBOX "x"\nprint 1'], "1\n", said, 5, env=environment)
+
+    def test_asked_for_windows_it_is_an_error(self):
+        for environment, said in self.displays():
+            for arguments in (["--ui", "qt", "run", "-e", "print 1"], ["--ui", "qt", "send", "BEEP"],
+                              ["--ui", "qt", "serve"], ["workbench"], []):
+                self.expect(arguments, "", said, 2, env=environment)
+
+    def test_where_windows_are_only_drawn_none_is_needed(self):
+        for environment, _ in self.displays():
+            self.expect(["--ui", "qt", "--screen", "800x600", "send", "GET_DISPLAY_SIZE"],
+                        " w:800 h:600\n", env={**environment, "QT_QPA_PLATFORM": "offscreen"})
+        self.expect(["--ui", "qt", "send", "GET_DISPLAY_SIZE"], SIZE)
+
+    def test_a_picture_that_does_not_fit_on_the_disk(self):
+        arguments = ["--ui", "qt", "--screenshots", "shots", "--answers", "accept", "run", "-e",
+                     'INFOBOX "x"\nprint 1']
+        self.expect(arguments, "1\n")
+        picture = self.folder / "shots/001-message-box.png"
+        before = picture.read_bytes()
+
+        def no_file_may_grow():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+        self.expect(arguments, "1\n", "tavhost: the picture shots/001-message-box.png cannot be "
+                    "written: File too large\n", 5, preexec_fn=no_file_may_grow)
+        self.assertEqual(picture.read_bytes(), before)
+        self.assertEqual(list((self.folder / "shots").iterdir()), [picture])
+
+    def test_a_folder_for_pictures_that_cannot_be(self):
+        self.file("file", "")
+        for folder, message in (("file", "file is no folder"), ("no/such", "there is no folder no")):
+            self.expect(["--ui", "qt", "--screenshots", folder, "run", "-e", "print 1"], "",
+                        f"tavhost: --screenshots: {message}\n", 2)
+
+
+if __name__ == "__main__":
+    unittest.main()
