@@ -39,6 +39,10 @@ faults: build  ## the file commands under a fault at every system call, 10,000 k
 	if [ -x build/bin/tavhost_ide_tests ]; then TAVHOST_KILLS=3000 QT_QPA_PLATFORM=offscreen \
 	  build/bin/tavhost_ide_tests --gtest_brief=1 --gtest_filter='SessionStoreKills.*'; fi
 
+.PHONY: mutations
+mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100000)
+	tests/mutations/run.py --count $(or $(MUTATIONS),100000)
+
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
 	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'
