@@ -273,9 +273,17 @@ class Runner:
         if wants_trace:
             written = folder / "trace.txt"
             trace = lines_of(written.read_bytes()) if written.exists() else []
-        problems = check(test, exit_code, out, err, trace)
+        problems = check(test, exit_code, without_folder(out, work), err, trace)
         shutil.rmtree(folder, ignore_errors=True)
         return problems
+
+
+def without_folder(out, folder):
+    """The output with `{folder}` for the test's own folder, whose name is another one each time."""
+    own = str(folder)
+    for path in ("Z:" + own.replace("/", "\\"), own):
+        out = out.replace(os.fsencode(path), b"{folder}")
+    return out
 
 
 def matches(name, filters):

@@ -192,8 +192,7 @@ constexpr std::string_view kFooter =
     "not 0 to 255.\n";
 
 // A name and what it means, the meanings below each other.
-    void
-    AppendEntry(std::string & help, const std::string& name, std::string_view meaning) {
+void AppendEntry(std::string& help, const std::string& name, std::string_view meaning) {
   constexpr std::size_t kColumn = 26;
   std::string entry = "  " + name;
   if (entry.size() + 2 > kColumn) {

@@ -100,6 +100,7 @@ class Target {
 
 TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
   static TavFileHandle last = 0;
+  if (*path == '\0') return 0;  // no file has an empty name
   const bool append = (mode & TavFileManager::kAppend) != 0;
   PlannedFiles* const planned = planned_functions::Files();
   auto file = planned ? planned_file_manager::OpenForWriting(*planned, path, append, libraryId)
@@ -152,9 +153,12 @@ bool Rename(const char* from, const char* to, long libraryId) {
   if (!source.IsValid() || !target.IsValid()) return false;
   // Nothing is renamed into the area or out of it; that takes a copy.
   if (source.IsInArea() != target.IsInArea()) return false;
-  const bool isOneName =
-      source.IsInArea() && ascii::EqualIgnoringCase(LastName(from), LastName(to));
-  if (!source.Lock() || (!isOneName && !target.Lock())) return false;
+  // Always in the same order, so that two programs never wait for each other.
+  const int order = source.IsInArea() ? ascii::CompareInUpperCase(LastName(from), LastName(to)) : 0;
+  Target& first = order <= 0 ? source : target;
+  Target& second = order <= 0 ? target : source;
+  const bool isOneName = source.IsInArea() && order == 0;
+  if (!first.Lock() || (!isOneName && !second.Lock())) return false;
   return source.IsInArea() ? RenameInArea(source, target, to)
                            : disk::Rename(source.Name(), target.Name());
 }

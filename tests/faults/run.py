@@ -776,6 +776,8 @@ def other_cases(runner, long):
     looks = 5000 if long else 100
     yield "copies to one file at once", lambda: at_once(
         runner, 'FILE_COPY from:"{}" to:"target"', "target", looks)
+    yield "one file written at once", lambda: at_once(
+        runner, 'FWRITE file:"target" text:(x)', "target", looks)
     yield "one database file written at once", lambda: at_once(
         runner, 'FWRITE file:"db:\\\\target" text:(x)', "area/0/target", looks)
 

@@ -175,6 +175,39 @@ def slow_reader(runner):
     shutil.rmtree(folder)
 
 
+def in_the_area(runner, folder):
+    (folder / "disk/area").mkdir()
+    (folder / "area").symlink_to("disk/area")
+    finish(start(runner, folder, """
+        text = join(range(0, 20000, 1), ",")
+        FWRITE file:"db:/k" text:"old"
+        FWRITE file:"db:/k" text:(text)
+        print ecode, written
+        FWRITE open file:"db:/k"
+        FWRITE text:(text)
+        print ecode, written
+        try { FWRITE close; print "closed" } catch e {
+            print contains(e.message, "/area/0/k could not be stored: No space left on device")
+        }
+        FWRITE close
+        print ecode
+    """), "2 0 2 0 1 1")
+    expect_text(folder / "area/0/k", "old")
+
+
+def at_the_end(runner, folder):
+    """What grows in its place takes what fits, and says so."""
+    write(folder / "disk/grown", "old,")
+    finish(start(runner, folder, """
+        text = join(range(0, 20000, 1), ",")
+        FWRITE file:"disk/grown" text:(text) append
+        print ecode, written > 0 and written < len(text)
+    """), "2 1")
+    text = (folder / "disk/grown").read_text()
+    if not ("old," + ",".join(map(str, range(20000)))).startswith(text) or len(text) < 5:
+        raise Broken(f"what was added to is {text[:80]!r}")
+
+
 def too_long_for_the_disk(runner, disk):
     """A text that does not fit leaves the file, in place too."""
     folder = runner.folder()
@@ -193,6 +226,8 @@ def too_long_for_the_disk(runner, disk):
             print ecode, written
         """), "2 0 2 0 0 5")
         expect_text(folder / "disk/file", "short")
+        in_the_area(runner, folder)
+        at_the_end(runner, folder)
         expect_text(folder / "disk/linked", old)
         expect_text(folder / "disk/other", old)
         expect_no_strays(folder)

@@ -12,6 +12,7 @@
 #include "host/files/database_names.h"
 #include "host/files/system_file_manager.h"
 #include "host/windows/windows.h"
+#include "tavhost/base/command_end.h"
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
 
@@ -134,6 +135,46 @@ TEST_F(FileManager, AFileHeldOpenCanBeReadButNotRemovedMovedOrReplaced) {
   EXPECT_EQ(Read("held"), "abc");
   EXPECT_TRUE(TavFileManager::fileDelete("held", -1));
   EXPECT_EQ(CountFiles("."), 1);
+}
+
+TEST_F(FileManager, ATextOfOneCommandReplacesTheWholeFile) {
+  Write("file", "old, and longer");
+  SetFileAttributesA("file", FILE_ATTRIBUTE_HIDDEN);
+  {
+    command_end::Scope command;
+    TavFileHandle handle = TavFileManager::fileOpenWrite("file", 2, -1);
+    EXPECT_EQ(TavFileManager::fileWrite(handle, "new", 3), 3);
+    EXPECT_EQ(Read("file"), "old, and longer");
+    EXPECT_TRUE(TavFileManager::fileClose(handle));
+    command.Returned();
+  }
+  EXPECT_EQ(Read("file"), "new");
+  EXPECT_NE(GetFileAttributesA("file") & FILE_ATTRIBUTE_HIDDEN, 0u);
+  EXPECT_EQ(CountFiles("."), 1);
+  {
+    command_end::Scope command;
+    EXPECT_NE(TavFileManager::fileOpenWrite("file", 2, -1), 0);
+    // It ends by an exception, without having closed the file.
+  }
+  EXPECT_EQ(Read("file"), "new");
+  EXPECT_EQ(CountFiles("."), 1);
+}
+
+TEST_F(FileManager, WhatOthersHoldIsWrittenInPlace) {
+  Write("file", "old, and longer");
+  ASSERT_NE(CreateHardLinkA("other", "file", nullptr), 0);
+  command_end::Scope command;
+  EXPECT_TRUE(WriteWhole("file", "new"));
+  EXPECT_EQ(Read("other"), "new");
+  Write("held", "old, and longer");
+  const HANDLE held = CreateFileA("held", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(WriteWhole("held", "new"));
+  CloseHandle(held);
+  EXPECT_EQ(Read("held"), "new");
+  EXPECT_EQ(CountFiles("."), 3);
+  command.Returned();
 }
 
 TEST_F(FileManager, AReadOnlyFileIsNotOverwrittenOrRemoved) {
@@ -269,7 +310,7 @@ TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
   EXPECT_FALSE(TavFileManager::fileRename("db:\\x", "db:\\y", -1));
   EXPECT_TRUE(TavFileManager::fileClose(handle));
   EXPECT_EQ(ReadBack("db:\\x"), "new");
-  EXPECT_EQ(CountFiles("..\\area"), 1);
+  EXPECT_EQ(CountFiles("..\\area\\0"), 1);
 }
 
 TEST_F(DatabaseArea, AReadOnlyFileIsNotReplaced) {
@@ -280,7 +321,7 @@ TEST_F(DatabaseArea, AReadOnlyFileIsNotReplaced) {
   EXPECT_EQ(TavFileManager::fileOpenWrite("db:\\X", 2 + 8, -1), 0);
   EXPECT_FALSE(TavFileManager::fileDelete("db:\\x", -1));
   EXPECT_EQ(ReadBack("db:\\x"), "keep");
-  EXPECT_EQ(CountFiles("..\\area"), 1);
+  EXPECT_EQ(CountFiles("..\\area\\0"), 1);
 }
 
 }  // namespace
