@@ -169,7 +169,8 @@ constexpr std::string_view kFooter =
     "Options stand anywhere before the script or the commands; all behind is the script's own.\n"
     "\n"
     "Exit codes: 0 success, 1 script error, 2 usage or parse error, 3 a dialog without a fitting\n"
-    "answer, 4 the plug-in could not be loaded, 130 stopped; `exit N` in a script gives N.\n";
+    "answer, 4 the plug-in could not be loaded, 124 the time is over, 130 Ctrl-C, 143 SIGTERM;\n"
+    "`exit N` in a script gives N, 255 for what is not 0 to 255.\n";
 
 // A name and what it means, the meanings below each other.
 void AppendEntry(std::string& help, const std::string& name, std::string_view meaning) {

@@ -7,6 +7,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/ide_services.h"
+#include "tavhost/app/outcome.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
 #include "tavhost/dialog/startup_box.h"
@@ -58,7 +59,10 @@ int RunIde(const CommandLine& line) {
   ideOptions.shown = [] { startup_box::Hide(); };
   (*run)(ui::CurrentToolkit(), services, ideOptions);
   startup_box::Hide();
-  return services.IsEndAsked() ? kExitStopped : (*host)->Finish(kExitSuccess);
+  const stop::Reason end = services.EndReason();
+  if (end == stop::Reason::kNone) return (*host)->Finish(kExitSuccess);
+  ReportStop(end, line.options);
+  return ExitCodeOf(end);
 }
 
 }  // namespace app

@@ -95,8 +95,8 @@ ide::IdeHost::Outcome IdeServices::OutcomeOf(const script::Outcome& outcome) {
       result.end = End::kStopped;
       if (outcome.stopReason == stop::Reason::kNoAnswer) {
         result.end = End::kNoAnswer;
-      } else if (!stopAsked_) {
-        endAsked_ = true;  // an interrupt: the whole program is meant
+      } else if (!stopAsked_ || outcome.stopReason != stop::Reason::kUser) {
+        endReason_ = outcome.stopReason;  // not the workbench's Stop: the whole program is meant
         result.end = End::kEndProgram;
       }
       break;
@@ -167,7 +167,12 @@ void IdeServices::Stop() {
 
 bool IdeServices::IsStopAsked() const { return stop::IsRequested(); }
 
-bool IdeServices::IsEndAsked() const { return endAsked_ || (!running_ && stop::IsRequested()); }
+stop::Reason IdeServices::EndReason() const {
+  if (endReason_ != stop::Reason::kNone || running_) return endReason_;
+  return stop::Requested();
+}
+
+bool IdeServices::IsEndAsked() const { return EndReason() != stop::Reason::kNone; }
 
 std::vector<base::Diagnostic> IdeServices::Check(const std::string& name, const std::string& text) {
   return check::CheckScript(base::StringOf(text), name);

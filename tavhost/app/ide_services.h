@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tavhost/base/diagnostic.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/ide/ide_host.h"
 #include "tavhost/script/runner.h"
 
@@ -25,6 +26,8 @@ class IdeServices final : public ide::IdeHost {
   bool IsStopAsked() const override;
   void EndSession() override;
   bool IsEndAsked() const override;
+  // Why the whole program is to end; kNone while it is not.
+  stop::Reason EndReason() const;
   std::vector<base::Diagnostic> Check(const std::string& name, const std::string& text) override;
   std::vector<std::string> Complete(const std::string& before,
                                     const std::vector<std::string>& names) override;
@@ -40,7 +43,8 @@ class IdeServices final : public ide::IdeHost {
   Sinks entrySinks_;
   bool running_ = false;
   bool stopAsked_ = false;  // by the workbench
-  bool endAsked_ = false;   // by an interrupt or the time limit: the program is to end
+  // An interrupt, the system or the time limit: the program is to end.
+  stop::Reason endReason_ = stop::Reason::kNone;
 };
 
 }  // namespace app

@@ -7,6 +7,7 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
+#include "tavhost/base/leftover_file.h"
 #include "tavhost/base/stop.h"
 
 namespace app {
@@ -17,9 +18,13 @@ namespace {
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void Interrupt(int) {
-  if (interrupted.exchange(true)) _exit(kExitStopped);
-  stop::Request(stop::Reason::kUser);
+void Interrupt(int signal) {
+  const stop::Reason reason = signal == SIGINT ? stop::Reason::kUser : stop::Reason::kTerminate;
+  if (interrupted.exchange(true)) {
+    LeftoverFile::RemoveAll();
+    _exit(ExitCodeOfStop(reason));
+  }
+  stop::Request(reason);
 }
 
 void TimeIsOver(int) { stop::Request(stop::Reason::kTimeout); }

@@ -5,6 +5,7 @@
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
+#include "tavhost/base/leftover_file.h"
 #include "tavhost/base/stop.h"
 
 namespace app {
@@ -14,9 +15,14 @@ namespace {
 std::atomic<bool> interrupted{false};
 
 // Runs on a thread of the system's.
-BOOL WINAPI Interrupt(DWORD) {
-  if (interrupted.exchange(true)) TerminateProcess(GetCurrentProcess(), kExitStopped);
-  stop::Request(stop::Reason::kUser);
+BOOL WINAPI Interrupt(DWORD event) {
+  const bool byKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  const stop::Reason reason = byKey ? stop::Reason::kUser : stop::Reason::kTerminate;
+  if (interrupted.exchange(true)) {
+    LeftoverFile::RemoveAll();
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitCodeOfStop(reason)));
+  }
+  stop::Request(reason);
   return TRUE;
 }
 

@@ -9,20 +9,35 @@
 
 namespace app {
 
+namespace {
+
+// A system would take what it likes of another number: 256 would be success.
+int ExitCodeOfNumber(long number) {
+  if (number >= 0 && number <= kExitMost) return static_cast<int>(number);
+  report::Line("tavhost: exit " + std::to_string(number) + ": exit codes are 0 to " +
+               std::to_string(kExitMost) + "; ended with " + std::to_string(kExitMost));
+  return kExitMost;
+}
+
+}  // namespace
+
 void ReportOutcome(const script::Outcome& outcome, const Options& options) {
   if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
     report::Line(outcome.error.text);
   } else if (outcome.exitType == TavScriptExitStop) {
-    ReportStop(outcome.stopReason, options);
+    const std::string& file = outcome.error.file;
+    ReportStop(outcome.stopReason, options,
+               file.empty() ? file : file + ':' + std::to_string(outcome.error.line));
   }
 }
 
-void ReportStop(stop::Reason reason, const Options& options) {
+void ReportStop(stop::Reason reason, const Options& options, const std::string& where) {
   // One who interrupts knows it, and a missing answer has been told with its window.
   if (reason != stop::Reason::kTimeout) return;
   char seconds[32];
   const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
-  report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)");
+  report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)" +
+               (where.empty() ? where : " at " + where));
 }
 
 int ExitCodeOf(const script::Outcome& outcome) {
@@ -31,7 +46,7 @@ int ExitCodeOf(const script::Outcome& outcome) {
     case TavScriptExitEnd:
       return kExitSuccess;
     case TavScriptExitCode:
-      return static_cast<int>(outcome.code);
+      return ExitCodeOfNumber(outcome.code);
     case TavScriptExitError:
       return kExitScriptError;
     case TavScriptExitStop:
@@ -43,7 +58,7 @@ int ExitCodeOf(const script::Outcome& outcome) {
 int ExitCodeOf(stop::Reason reason) {
   if (reason == stop::Reason::kNoAnswer) return kExitNoAnswer;
   // A script is stopped as well when its output cannot be written, which is an error, not a wish.
-  return FinishOutput() ? kExitStopped : kExitScriptError;
+  return FinishOutput() ? ExitCodeOfStop(reason) : kExitScriptError;
 }
 
 }  // namespace app

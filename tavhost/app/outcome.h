@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "tavhost/app/command_line.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/script/runner.h"
@@ -8,9 +10,10 @@ namespace app {
 
 // Says on standard error why a script did not run to its end, where the user cannot know it yet.
 void ReportOutcome(const script::Outcome& outcome, const Options& options);
-void ReportStop(stop::Reason reason, const Options& options);
+// `where`: what was stopped, if that is known.
+void ReportStop(stop::Reason reason, const Options& options, const std::string& where = {});
 
-// The exit code of a run that ended so.
+// The exit code of a run that ended so. An `exit` with a number that is no exit code is told.
 int ExitCodeOf(const script::Outcome& outcome);
 int ExitCodeOf(stop::Reason reason);
 

@@ -57,8 +57,8 @@ class Prompt {
   }
 
  private:
-  // An interrupt at the prompt drops the statement that is being typed. False when there is no user
-  // at a terminal, or the time is over: the program ends then.
+  // Ctrl-C at the prompt drops the statement that is being typed. False when there is no user at a
+  // terminal, or the program is to end: by the system's wish, or because the time is over.
   bool DropInput() {
     if (!interactive_ || stop::Requested() != stop::Reason::kUser) return false;
     stop::Clear();
@@ -102,7 +102,7 @@ class Prompt {
     editor_->Remember(std::string(trimmed));
     ReportOutcome(outcome, options_);
     if (outcome.parsed && outcome.exitType == TavScriptExitCode) {
-      exitCode_ = static_cast<int>(outcome.code);
+      exitCode_ = ExitCodeOf(outcome);
       return false;
     }
     if (outcome.parsed && outcome.exitType == TavScriptExitStop) return GoOnAfterStop(outcome);
@@ -117,6 +117,7 @@ class Prompt {
   bool GoOnAfterStop(const script::Outcome& outcome) {
     exitCode_ = ExitCodeOf(outcome.stopReason);
     if (outcome.stopReason == stop::Reason::kTimeout || exitCode_ == kExitScriptError) return false;
+    if (outcome.stopReason == stop::Reason::kTerminate) return false;
     if (!interactive_ && outcome.stopReason == stop::Reason::kUser) return false;
     ForgetInterrupts();
     if (outcome.stopReason == stop::Reason::kUser) report::Line("stopped");

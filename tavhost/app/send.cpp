@@ -23,10 +23,14 @@ namespace app {
 
 namespace {
 
-using Documents = std::vector<std::shared_ptr<const kel::Document>>;
+// What one operand holds.
+struct Commands {
+  std::string name;  // for people
+  std::shared_ptr<const kel::Document> document;
+};
 
 // Parses one operand, or standard input for "-". False when that fails, which has been said.
-bool ParseCommands(const std::string& operand, std::size_t number, Documents& documents) {
+bool ParseCommands(const std::string& operand, std::size_t number, std::vector<Commands>& all) {
   const bool fromInput = operand == "-";
   const std::string name = fromInput ? "<stdin>" : "command " + std::to_string(number);
   const base::Result<std::string> text = fromInput ? ReadStandardInput() : operand;
@@ -41,7 +45,7 @@ bool ParseCommands(const std::string& operand, std::size_t number, Documents& do
     report::Line(document.error().Text());
     return false;
   }
-  documents.push_back(std::move(*document));
+  all.push_back({name, std::move(*document)});
   return true;
 }
 
@@ -63,22 +67,25 @@ bool SendCommand(const kel::Element& element) {
 
 int SendCommands(const CommandLine& line) {
   // Everything is parsed before anything is done.
-  Documents documents;
+  std::vector<Commands> all;
   for (std::size_t i = 0; i < line.operands.size(); ++i) {
-    if (!ParseCommands(line.operands[i], i + 1, documents)) return kExitUsage;
+    if (!ParseCommands(line.operands[i], i + 1, all)) return kExitUsage;
   }
   int exitCode = kExitSuccess;
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
+  std::string where;
   try {
-    for (const auto& document : documents) {
-      for (std::uint32_t i = 0; i < document->Count(); ++i) {
+    for (const Commands& commands : all) {
+      for (std::uint32_t i = 0; i < commands.document->Count(); ++i) {
+        const kel::Element& element = commands.document->Elements()[i];
+        where = commands.name + " (" + std::string(element.Name()) + ")";
         stop::ThrowIfRequested();
-        if (SendCommand(document->Elements()[i])) exitCode = kExitScriptError;
+        if (SendCommand(element)) exitCode = kExitScriptError;
       }
     }
   } catch (const stop::Stopped&) {
-    ReportStop(stop::Requested(), line.options);
+    ReportStop(stop::Requested(), line.options, where);
     exitCode = ExitCodeOf(stop::Requested());
   }
   return (*host)->Finish(exitCode);

@@ -11,6 +11,7 @@
 #include "host/script/script_result.h"
 #include "host/system/version.h"
 #include "tavhost/base/command_end.h"
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -32,12 +33,14 @@ void SetError(TavScriptResult& result, const char* command, const std::string& t
 // Calls into the plug-in. What the plug-in throws becomes the error of the result, and the command
 // counts as carried out; a stop passes through to the interpreter.
 template <typename CallPlugin>
-bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin) {
+bool Guarded(const std::string& plugin, const char* command, TavScriptResult& result,
+             CallPlugin callPlugin) {
   try {
     command_end::Scope end;
     bool isCommand;
     {
       const trace::PluginScope scope;
+      const plugin_call::Scope call(plugin.c_str(), command);
       isCommand = callPlugin();
     }
     end.Returned();
@@ -68,6 +71,7 @@ Answer Ask(Answer (*function)()) {
 
 base::Result<Module> LoadModule(const std::string& path) {
   const trace::PluginScope scope;
+  const plugin_call::Scope call(path.c_str(), nullptr);
   return Module::Load(path);
 }
 
@@ -151,18 +155,19 @@ Plugin::Plugin(const std::string& path, Module module, const PluginFunctions& fu
 Plugin::~Plugin() {
   {
     const trace::PluginScope scope;
+    const plugin_call::Scope call(path_.c_str(), nullptr);
     module_.Unload();
   }
   script::CommandIndex::ForgetAll();
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
-  return Guarded(command, result,
+  return Guarded(path_, command, result,
                  [&] { return functions_.handleRequestDirect(command, params, result); });
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& message) {
-  return Guarded(command, message.Result(),
+  return Guarded(path_, command, message.Result(),
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 

@@ -60,7 +60,9 @@ Engine& Engine::Current() {
   return engine;
 }
 
-Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {}
+Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {
+  plugin_call::SetPlaceTeller([]() noexcept { return Current().Here(); });
+}
 
 bool Engine::Begin(const RunOptions& options) {
   if (running_) return false;
@@ -80,8 +82,10 @@ bool Engine::Begin(const RunOptions& options) {
 
 void Engine::End() {
   if (!running_) return;
-  stop::Clear();  // else the release of what the script left behind would be stopped half-way
-  SendFinished();
+  {
+    const stop::CleanUp cleanUp;
+    SendFinished();
+  }
   running_ = false;
   functions_.clear();
   ForgetText();
@@ -203,6 +207,9 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
     } catch (const stop::Stopped&) {
       outcome.exitType = TavScriptExitStop;
       outcome.stopReason = stop::Requested();
+      const plugin_call::Place place = Here();
+      outcome.error.file = place.file;
+      outcome.error.line = place.line;
     } catch (const std::length_error&) {
       error.message = "the text is longer than 2147483647 bytes";
     } catch (const std::bad_alloc&) {
@@ -218,12 +225,24 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
   }
 }
 
-// The place in the text that the error is about, from the instruction that failed: `next` stands
-// behind that one.
+// Of the instruction that runs: `next` stands behind that one, once there is one.
+const CodePlace& Engine::PlaceOf(const Frame& frame) noexcept {
+  const auto behind = static_cast<std::size_t>(frame.next - frame.function->code.data());
+  return frame.function->places[behind == 0 ? 0 : behind - 1];
+}
+
+plugin_call::Place Engine::Here() const noexcept {
+  if (depth_ == 0) return {};
+  const Frame& frame = frames_[depth_ - 1];
+  const Source& source = frame.program->source;
+  const std::uint32_t offset = PlaceOf(frame).at;
+  return {source.FileOf(offset).name, source.PlaceOf(offset).line};
+}
+
+// The place in the text that the error is about.
 std::uint32_t Engine::OffsetOf(const Frame& frame, const ScriptError& error) const {
   if (error.offset != ScriptError::kHere) return error.offset;
-  const auto index = static_cast<std::size_t>(frame.next - frame.function->code.data()) - 1;
-  const CodePlace& place = frame.function->places[index];
+  const CodePlace& place = PlaceOf(frame);
   return error.part == Part::kLeft    ? place.left
          : error.part == Part::kRight ? place.right
                                       : place.at;

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "host/script/script.h"
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/register_stack.h"
@@ -44,6 +45,9 @@ class Engine {
   bool IsRunning() const { return running_; }
   // Makes a text's functions known to later texts of the same outermost script.
   void Publish(const std::shared_ptr<Program>& program);
+
+  // Where the innermost call stands. Neither allocates nor locks: a signal handler may ask.
+  plugin_call::Place Here() const noexcept;
 
   // The variables of the function that runs; nothing at the top level.
   void ForEachLocal(const std::function<void(std::string_view, const kel::Value&)>& visit) const;
@@ -94,6 +98,7 @@ class Engine {
                 std::uint32_t count, std::uint32_t result);
   // Errors of frames from `base` on: goes on at the innermost `catch`, or ends the run.
   bool Catch(const ScriptError& error, std::uint32_t base);
+  static const CodePlace& PlaceOf(const Frame& frame) noexcept;
   std::uint32_t OffsetOf(const Frame& frame, const ScriptError& error) const;
   Outcome Uncaught(const ScriptError& error, std::uint32_t base);
   kel::Value ErrorRecord(const Frame& frame, const ScriptError& error) const;

@@ -48,8 +48,10 @@ struct RunOptions {
 struct Outcome {
   bool parsed = true;  // false: nothing ran, `error` says why
   TavScriptExitType exitType = TavScriptExitEnd;
-  long code = 0;     // the number given to `exit`, else 0
-  Diagnostic error;  // when not parsed, or exitType is TavScriptExitError
+  long code = 0;  // the number given to `exit`, else 0
+  // When not parsed, or exitType is TavScriptExitError; for TavScriptExitStop, file and line of the
+  // place where the script was.
+  Diagnostic error;
   stop::Reason stopReason = stop::Reason::kNone;  // when exitType is TavScriptExitStop
 };
 

@@ -121,7 +121,7 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     // whole program and is asked for again, since running the script has used it up.
     if (std::exchange(clientLeft_, false)) {
       stop::Clear();
-    } else if (reason == stop::Reason::kUser) {
+    } else if (reason != stop::Reason::kNone && reason != stop::Reason::kNoAnswer) {
       stop::Request(reason);
     }
   }
@@ -150,6 +150,10 @@ std::string Queue::RunScript(stop::Reason& reason) {
   } else if (outcome.exitType == TavScriptExitStop) {
     reason = outcome.stopReason;
     error = StoppedText();
+    if (reason == stop::Reason::kTimeout) {
+      error += " at line " + std::to_string(outcome.error.line) +
+               ": the time limit of the whole service is over";
+    }
   } else {
     failed = false;
   }

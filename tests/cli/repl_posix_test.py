@@ -41,6 +41,8 @@ class PipeTest(ProgramTest):
     def test_exit_leaves(self):
         self.expect(["repl"], "1\n", code=7, stdin="print 1\nexit 7\nprint 2\n")
         self.expect(["repl"], "", code=0, stdin="exit\nprint 2\n")
+        self.expect(["repl"], "", code=255, stdin="exit 512\nprint 2\n",
+                    err="tavhost: exit 512: exit codes are 0 to 255; ended with 255\n")
 
     def test_values(self):
         self.expect(["repl"], '"a\\"b"\n("x", 2)\n6\n',
@@ -65,7 +67,8 @@ class PipeTest(ProgramTest):
 
     def test_time_limit(self):
         result = self.run_program("repl", "--timeout", "0.3", stdin="print 1\nwhile 1 { }\n")
-        self.assertEqual((result.out, result.code), ("1\n", 130), result)
+        self.assertEqual((result.out, result.code), ("1\n", 124), result)
+        self.assertEqual(result.err, "tavhost: stopped after 0.3 s (--timeout) at <prompt>:1\n")
 
     def test_dialogs_and_the_prompt_share_the_input(self):
         result = self.run_program("repl", "--answers", "ask",

@@ -50,6 +50,11 @@ class ExitCodeTest(ProgramTest):
             self.assertEqual(result.code, code, (text, result))
             self.assertEqual(result.err == "", code in (0, 7, 255) or text == "exit 1", result)
 
+    def test_an_exit_code_that_there_is_not(self):
+        for text, number in (("exit 256", "256"), ("exit -1", "-1"), ("exit 2147483647", "2147483647")):
+            self.expect(["run", "-e", f"print 1\n{text}\nprint 2"], "1\n", code=255,
+                        err=f"tavhost: exit {number}: exit codes are 0 to 255; ended with 255\n")
+
     def test_a_parse_error_runs_nothing(self):
         result = self.run_program("run", "-e", "print 1\nprint (")
         self.assertEqual((result.out, result.code), ("", 2))

@@ -74,7 +74,7 @@ class OutputTest(ProgramTest):
 
     def test_order_before_the_end_of_the_time(self):
         self.expect_order(["run", "--timeout", "0.3", "-e", 'print "before"\nwhile 1 { }'],
-                          "before\n", "tavhost: stopped after 0.3 s (--timeout)\n")
+                          "before\n", "tavhost: stopped after 0.3 s (--timeout) at <command line>:2\n")
 
     def test_a_message_takes_the_status_line_away(self):
         self.file("none.kel", "")
@@ -179,7 +179,7 @@ class StopTest(ProgramTest):
             for number in (signal.SIGINT, signal.SIGTERM):
                 with self.subTest(what=name, signal=number):
                     code, seconds, out = self.stopped(text, number)
-                    self.assertEqual(code, 130)
+                    self.assertEqual(code, 130 if number == signal.SIGINT else 143)
                     self.assertLess(seconds, STOP_LIMIT)
                     self.assertEqual(out, b"ready\n")
                     trace = (self.folder / "t.txt").read_text(errors="replace")
@@ -216,18 +216,21 @@ class StopTest(ProgramTest):
         self.assertEqual((process.returncode, out), (0, b""))
 
     def test_time_limit(self):
-        for text in ("while 1 { }", "SLEEP ms:100000"):
+        for text, line in (("while 1 { }", 1), ("print 1 > 2\nSLEEP ms:100000", 2),
+                           ("func f() {\n  while 1 { }\n}\nf()", 2),
+                           ('x = 1\nEXECUTE "\n\nwhile 1 { }"', 2)):
             begin = time.monotonic()
-            self.expect(["run", "--timeout", "0.3", "-e", text], code=130,
-                        err="tavhost: stopped after 0.3 s (--timeout)\n")
+            result = self.run_program("run", "--timeout", "0.3", "-e", text)
+            self.assertEqual((result.err, result.code), (
+                f"tavhost: stopped after 0.3 s (--timeout) at <command line>:{line}\n", 124))
             self.assertLess(time.monotonic() - begin, 0.3 + STOP_LIMIT)
             self.assertGreater(time.monotonic() - begin, 0.29)
         self.expect(["run", "--timeout", "20", "-e", "print 1"], "1\n")
 
     def test_send_stops_too(self):
         self.expect(["send", "--timeout", "0.2", "GET_DISPLAY_SIZE", "SLEEP ms:100000", "BEEP"],
-                    " w:1920 h:1080\n", code=130,
-                    err="tavhost: stopped after 0.2 s (--timeout)\n")
+                    " w:1920 h:1080\n", code=124,
+                    err="tavhost: stopped after 0.2 s (--timeout) at command 2 (SLEEP)\n")
 
 
 if __name__ == "__main__":

@@ -62,7 +62,7 @@ class WorkbenchTest(ProgramTest):
             process.send_signal(signal.SIGTERM)
             _, err = process.communicate(timeout=10)
             self.assertLess(time.monotonic() - start, 2)
-            self.assertEqual(process.returncode, 130, err)
+            self.assertEqual(process.returncode, 143, err)
             self.assertEqual(err, "")
         print(f"workbench: process start to first paint, best of {len(times)}: "
               f"{min(times) * 1000:.0f} ms" + (", no limit" if program.sanitized else ""))

@@ -287,7 +287,7 @@ class Faults(Case):
             waiting.until(lambda: self.server.count("/silent") > before, "the request comes")
             begin = time.monotonic()
             self.assertIn(b"stopped after 0.5 s", process.communicate(timeout=10)[1])
-            self.assertEqual(process.returncode, 130)
+            self.assertEqual(process.returncode, 124)
             self.assertLess(time.monotonic() - begin, 0.5 + 1)
 
 

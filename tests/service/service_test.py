@@ -46,10 +46,10 @@ def token_path(port, folder):
 class Service:
     """`tavhost serve` on a free port."""
 
-    def __init__(self, *options, environment=None):
+    def __init__(self, *options, environment=None, folder=None):
         self.process = subprocess.Popen([*program, "serve", "--port", "0", *options],
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                        stdin=subprocess.DEVNULL, env=environment)
+                                        stdin=subprocess.DEVNULL, env=environment, cwd=folder)
         self.hosts = []  # as they stand in URLs
         while match := re.fullmatch(r"listening on http://(.+):(\d+)", self.next_line()):
             self.hosts.append(match.group(1))
@@ -547,6 +547,20 @@ class Order(unittest.TestCase):
             here.wait()
             self.service.process.send_signal(signal.SIGINT)
             self.assertEqual(self.service.process.wait(timeout=5), 130)
+
+    def test_the_time_limit_during_a_script(self):
+        service = Service("--timeout", "1")
+        self.addCleanup(service.stop)
+        reply = service.post("/script", "x = 1\nwhile 1 { }")[1]
+        self.assertEqual(reply["error"], "the script was stopped at line 2: the time limit of the "
+                                         "whole service is over")
+        self.assertEqual(service.process.wait(timeout=5), 124)
+        self.assertFalse(os.path.exists(service.token_path))
+
+    def test_the_time_limit_between_scripts(self):
+        service = Service("--timeout", "0.3")
+        self.addCleanup(service.stop)
+        self.assertEqual(service.process.wait(timeout=5), 124)
 
     def test_log_holds_no_secrets(self):
         self.service.post("/script", "x = 1")

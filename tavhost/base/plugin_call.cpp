@@ -1,0 +1,53 @@
+#include "tavhost/base/plugin_call.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+namespace plugin_call {
+
+namespace {
+
+Place (*tellPlace)() noexcept = nullptr;
+
+// Text in a room of the caller's; what does not fit is left out.
+class Line {
+ public:
+  Line(char* room, std::size_t size) noexcept : room_(room), size_(size) {}
+
+  Line& operator<<(std::string_view text) noexcept {
+    const std::size_t count = std::min(text.size(), size_ - length_);
+    std::memcpy(room_ + length_, text.data(), count);
+    length_ += count;
+    return *this;
+  }
+  Line& operator<<(std::uint32_t number) noexcept {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+  }
+  std::string_view Text() const noexcept { return {room_, length_}; }
+
+ private:
+  char* room_;
+  std::size_t size_;
+  std::size_t length_ = 0;
+};
+
+}  // namespace
+
+void SetPlaceTeller(Place (*tell)() noexcept) noexcept { tellPlace = tell; }
+
+std::string_view Describe(char* room, std::size_t size) noexcept {
+  const Scope* const call = Scope::Current();
+  if (!call) return {};
+  Line line(room, size);
+  line << "plug-in \"" << call->Plugin() << "\"";
+  if (!call->Command()) return line.Text();
+  line << ", command " << call->Command();
+  const Place place = tellPlace ? tellPlace() : Place();
+  if (!place.file.empty()) line << " at " << place.file << ":" << place.line;
+  return line.Text();
+}
+
+}  // namespace plugin_call
