@@ -242,8 +242,9 @@ def reference_tests(program, *arguments):
 
 
 def groups(options):
-    after = []
+    after, slow = [], []
     if "native" in options.groups and watch_sanitizers(options.build):
+        slow = ["--limit", "10"]  # sanitizers slow all things down
         after = [("sanitizer reports", lambda: sanitizer_reports(options.build))]
     return {
         "format": [("format", lambda: check(ROOT / "scripts/lint"))],
@@ -253,6 +254,9 @@ def groups(options):
         "native": [("tests of the runners", tests_of_the_runners),
                    ("unit tests and checks", lambda: ctest(options.build)),
                    ("script tests", lambda: script_tests("--tavhost", options.build / "bin/tavhost")),
+                   ("stops", lambda: by_summary(
+                       [sys.executable, ROOT / "tests/stop/run.py",
+                        "--tavhost", options.build / "bin/tavhost", *slow])),
                    ("seeded mistakes", lambda: by_summary(
                        [sys.executable, ROOT / "tests/check/run.py",
                         "--tavhost", options.build / "bin/tavhost"])),
@@ -265,6 +269,8 @@ def groups(options):
                     ("Windows validate", windows_validate),
                     ("Windows script tests", lambda: script_tests("--wine")),
                     ("Windows network", windows_network),
+                    ("Windows watchdog", lambda: python_tests(
+                        [ROOT / "tests/plugins/watchdog_test.py", "--wine"])),
                     ("Windows every parameter", lambda: reference_tests("sweep.py", "--wine", "--short")),
                     ("Windows examples", lambda: reference_tests("examples.py", "--wine"))],
         "fuzz": [("fuzzers", lambda: fuzz(options.explore))],

@@ -7,6 +7,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/app/watchdog.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/one_line.h"
@@ -136,6 +137,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   if (options.dryRun) {
     for (const std::string& path : host->plugins_->Paths()) planned_functions::ReplaceIn(path);
   }
+  StartWatchdog();
   HandleInterrupts();
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
   return host;

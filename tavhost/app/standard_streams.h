@@ -34,6 +34,10 @@ bool ReadInputLine(std::string& line);
 // All that is left of standard input.
 base::Result<std::string> ReadStandardInput();
 
+// Writes out what is buffered, unless that is being written to at this moment; for the end of a
+// program that cannot end in the usual way. May be called in a signal handler.
+void FlushOutputIfFree() noexcept;
+
 // Platform part of PrepareStandardStreams.
 void PreparePlatformStreams();
 

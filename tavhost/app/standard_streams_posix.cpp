@@ -13,10 +13,7 @@ namespace {
 // most; not when the crash came in the middle of writing to that stream, which is then in no good
 // state.
 void FlushAndCrash(int signal) {
-  if (ftrylockfile(stdout) == 0) {
-    fflush_unlocked(stdout);
-    funlockfile(stdout);
-  }
+  FlushOutputIfFree();
   raise(signal);  // the default action, which was restored on entry
 }
 
@@ -31,6 +28,12 @@ void FlushAtCrash(int signal) {
 }
 
 }  // namespace
+
+void FlushOutputIfFree() noexcept {
+  if (ftrylockfile(stdout) != 0) return;
+  fflush_unlocked(stdout);
+  funlockfile(stdout);
+}
 
 void PreparePlatformStreams() {
   std::signal(SIGPIPE, SIG_IGN);

@@ -13,11 +13,14 @@ namespace {
 
 // What was printed before a crash is what its reader needs most.
 LONG WINAPI FlushAtCrash(EXCEPTION_POINTERS*) {
-  std::fflush(stdout);
+  FlushOutputIfFree();
   return EXCEPTION_CONTINUE_SEARCH;
 }
 
 }  // namespace
+
+// Nothing tells whether the stream is in use here; whoever calls must be able to wait.
+void FlushOutputIfFree() noexcept { std::fflush(stdout); }
 
 void PreparePlatformStreams() {
   for (std::FILE* stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);

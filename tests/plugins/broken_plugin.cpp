@@ -1,5 +1,6 @@
 // One plug-in of three commands, built many times, each time broken in another way: BROKEN names
 // the way. What a build lacks altogether is renamed by its build rule.
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +17,7 @@
 #include "host/notation/message_port_manager.h"
 #include "host/script/message_port_command_handler_array.h"
 #include "host/script/script_result.h"
+#include "host/sv/application.h"
 #include "host/system/version.h"
 
 namespace {
@@ -32,7 +34,36 @@ constexpr bool Is(std::string_view way) { return way == BROKEN; }
   for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-void First(const char*, TavKelParser&, TavScriptResult& result) { result.GetText() += " ecode:0"; }
+// Tells a test that what it waits for has begun.
+void Mark() {
+  const char* const name = std::getenv("TEST_MARK");
+  if (!name) return;
+  if (std::FILE* const file = std::fopen(name, "w")) std::fclose(file);
+}
+
+// Heeds no stop, each build in a way of its own.
+void HeedNothing() {
+  Mark();
+  if (Is("sleeps-forever")) Hang();
+  if (Is("spins")) {
+    for (std::atomic<unsigned> round = 0;; ++round) {
+    }
+  }
+  if (Is("returns-late")) std::this_thread::sleep_for(std::chrono::seconds(3));
+  while (Is("ignores-stops")) {
+    try {
+      SV::GetpApp()->Reschedule(31);
+    } catch (const std::exception&) {
+    }
+  }
+}
+
+void First(const char*, TavKelParser&, TavScriptResult& result) {
+  if (Is("sleeps-forever") || Is("spins") || Is("returns-late") || Is("ignores-stops")) {
+    return HeedNothing();
+  }
+  result.GetText() += " ecode:0";
+}
 void Second(const char*, TavKelParser&, TavScriptResult&) { throw std::runtime_error("no good"); }
 void Third(const char*, TavKelParser&, TavScriptResult&) { throw 3; }
 
@@ -54,6 +85,10 @@ struct AtLoad {
   }
   ~AtLoad() {
     if (Is("crashes-at-unload")) Crash();
+    if (Is("hangs-at-unload")) {
+      Mark();
+      Hang();
+    }
     if (Is("noisy")) std::puts("unloading\nverdict\n");
   }
 } atLoad;
@@ -100,6 +135,7 @@ TAV_PLUGIN_API bool TavPluginFctTavScriptHandleRequestMsg(const char* command, T
 TAV_PLUGIN_API bool TavPluginFctTavScriptHandleRequestDirect(const char* command,
                                                              TavKelParser& params,
                                                              TavScriptResult& result) {
+  if (Is("hangs-at-the-end") && std::string_view(command) == "INTERNAL_TAVSCRIPT_FINISHED") Hang();
   TavMessagePortCommandHandlerArray handlers(kTable);
   if (handlers.Handle(command, params, result)) return true;
   if (Is("throws")) throw std::runtime_error("what happened");

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string_view>
+
+namespace app {
+
+// From now on the program ends when code of a plug-in heeds no stop request for five seconds: a
+// line on standard error names the plug-in, its command and the place in the script, files that
+// must not stay are removed, and the exit code is that of the stop. The host's own code heeds a
+// stop within a second. Belongs to the thread that calls it, the user-interface thread.
+void StartWatchdog();
+
+// Seconds from a request to the end; and between two looks when no plug-in is at work by then.
+inline constexpr int kWatchdogPatience = 5;
+inline constexpr int kWatchdogAgain = 1;
+
+// Seconds that what was printed, and then the line, may take to be written out.
+inline constexpr int kWatchdogWriting = 1;
+
+// What the watchdog says of the call that goes on, as much as fits; empty when no plug-in is being
+// called. Neither allocates nor locks.
+std::string_view WatchdogLine(char* room, std::size_t size) noexcept;
+
+}  // namespace app

@@ -1,0 +1,226 @@
+#!/usr/bin/env python3
+"""Plug-ins whose code heeds no stop: five seconds later the program ends, says which plug-in,
+command and line it was, and leaves nothing behind that it should not.
+
+usage: watchdog_test.py [--tavhost PROGRAM] [--plugins FOLDER] [--wine] [unittest arguments]
+"""
+
+import argparse
+import concurrent.futures
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+ROOT = Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(ROOT / "tests"), str(ROOT / "tests/service")]
+import service_test  # noqa: E402
+import waiting  # noqa: E402
+import wine  # noqa: E402
+
+PATIENCE = 5  # seconds that the program waits
+SLACK = 2  # that it may take beyond them, on a machine that has other things to do
+SCRIPT = "print 1\nfunc f() {\n  TEST_FIRST\n}\nf()\nprint 2\n"  # TEST_FIRST does not return
+
+options = None
+
+
+def library(plugin):
+    return (options.plugins / (plugin + (".dll" if options.wine else ".so"))).as_posix()
+
+
+class Run:
+    """A program with one of the plug-ins, in a folder of its own."""
+
+    def __init__(self, plugin, *arguments, script=SCRIPT, stdout=subprocess.PIPE):
+        self.folder = tempfile.TemporaryDirectory()
+        path = Path(self.folder.name)
+        (path / "a.tav").write_text(script)
+        self.mark = path / "mark"
+        self.begin = time.monotonic()
+        self.process = subprocess.Popen(
+            [*options.program, "--plugin", library(plugin), *arguments, "run", "a.tav"],
+            cwd=path, env={**os.environ, "TEST_MARK": self.mark.as_posix()},
+            stdin=subprocess.DEVNULL, stdout=stdout, stderr=subprocess.PIPE)
+
+    def stop(self, number):
+        waiting.until(self.mark.exists, "the plug-in is at work")
+        self.begin = time.monotonic()
+        self.process.send_signal(number)
+        return self.end()
+
+    def end(self):
+        """What it printed, what it said, its exit code, and the seconds since the stop or, if it
+        was to stop by itself, since its start."""
+        try:
+            out, err = self.process.communicate(timeout=30)
+        finally:
+            self.process.kill()
+            self.process.wait()
+            self.folder.cleanup()
+        seconds = time.monotonic() - self.begin
+        return (out or b"").decode(), err.decode(), self.process.returncode, seconds
+
+
+def with_a_full_pipe():
+    """Nobody reads what is printed: the line on standard error comes all the same."""
+    reader, writer = os.pipe()
+    os.set_blocking(writer, False)
+    try:
+        while True:
+            os.write(writer, bytes(65536))
+    except BlockingIOError:
+        os.set_blocking(writer, True)
+    try:
+        return Run("sleeps-forever", stdout=writer).stop(signal.SIGTERM)
+    finally:
+        os.close(reader)
+        os.close(writer)
+
+
+def with_a_client_that_leaves():
+    """As the others, and whether the token file is gone."""
+    with tempfile.TemporaryDirectory() as folder:
+        mark = Path(folder) / "mark"
+        service = service_test.Service(
+            "--plugin", library("sleeps-forever"),
+            environment={**os.environ, "TEST_MARK": str(mark), "XDG_RUNTIME_DIR": folder})
+        token_file = service.token_path
+        connection = service.sent(SCRIPT)
+        waiting.until(mark.exists, "the plug-in is at work")
+        begin = time.monotonic()
+        connection.close()
+        code = service.process.wait(timeout=30)
+        seconds = time.monotonic() - begin
+        service.stop()
+        return b"".join(service.errors).decode(), code, seconds, os.path.exists(token_file)
+
+
+def with_a_second_signal():
+    """The token file goes then, too."""
+    with tempfile.TemporaryDirectory() as folder:
+        mark = Path(folder) / "mark"
+        service = service_test.Service(
+            "--plugin", library("sleeps-forever"),
+            environment={**os.environ, "TEST_MARK": str(mark), "XDG_RUNTIME_DIR": folder})
+        token_file = service.token_path
+        with service.sent(SCRIPT):
+            waiting.until(mark.exists, "the plug-in is at work")
+            service.process.send_signal(signal.SIGINT)
+            with unittest.TestCase().assertRaises(subprocess.TimeoutExpired):
+                service.process.wait(0.3)  # that it stays can only be seen for a time
+            service.process.send_signal(signal.SIGTERM)
+            code = service.process.wait(timeout=30)
+        service.stop()
+        return code, os.path.exists(token_file)
+
+
+CASES = {
+    "sleeps": lambda: Run("sleeps-forever").stop(signal.SIGINT),
+    "computes": lambda: Run("spins", "--timeout", "1.5").end(),
+    "catches the stop": lambda: Run("ignores-stops").stop(signal.SIGINT),
+    "hangs behind the stop":
+        lambda: Run("hangs-at-the-end", "--timeout", "0.5", script="while 1 { }").end(),
+    "returns in time": lambda: Run("returns-late").stop(signal.SIGINT),
+}
+CASES_HERE = {
+    "is terminated": lambda: Run("spins").stop(signal.SIGTERM),
+    "hangs when it is unloaded":
+        lambda: Run("hangs-at-unload", script="print 1").stop(signal.SIGTERM),
+    "full pipe": with_a_full_pipe,
+    "client": with_a_client_that_leaves,
+    "second signal": with_a_second_signal,
+}
+
+
+class WatchdogTest(unittest.TestCase):
+    """The cases wait side by side; the tests look at what came of each."""
+
+    @classmethod
+    def setUpClass(cls):
+        cases = {**CASES, **({} if options.wine else CASES_HERE)}
+        with concurrent.futures.ThreadPoolExecutor(len(cases)) as pool:
+            begun = {name: pool.submit(case) for name, case in cases.items()}
+        cls.begun = begun
+
+    def result(self, name):
+        if name not in self.begun:
+            self.skipTest("not under Wine")
+        return self.begun[name].result()
+
+    def check_line(self, err, plugin, what):
+        path = library(plugin).rpartition("/")[2].replace(".", r"\.")
+        self.assertRegex(err, rf'^tavhost: plug-in "[^"\n]*{path}"{what} did not return within '
+                              r"5 s of a stop; the program ends\r?\n$")
+
+    def check_time(self, seconds, more=0):
+        self.assertGreater(seconds, PATIENCE + more - 0.1)
+        self.assertLess(seconds, PATIENCE + more + SLACK)
+
+    def check(self, name, plugin, code, what=", command TEST_FIRST at a.tav:3", out="1\n", more=0):
+        said = self.result(name)
+        self.check_line(said[1], plugin, what)
+        self.assertEqual((said[0], said[2]), (out, code))
+        self.check_time(said[3], more)
+
+    def test_one_that_sleeps(self):
+        self.check("sleeps", "sleeps-forever", 130)
+
+    def test_one_that_computes(self):
+        self.check("computes", "spins", 124, more=1.5)
+        self.check("is terminated", "spins", 143)
+
+    def test_one_that_catches_the_stop(self):
+        self.check("catches the stop", "ignores-stops", 130)
+
+    def test_one_that_hangs_behind_the_stop(self):
+        self.check("hangs behind the stop", "hangs-at-the-end", 124,
+                   what=", command INTERNAL_TAVSCRIPT_FINISHED", out="", more=0.5)
+
+    def test_one_that_hangs_when_it_is_unloaded(self):
+        self.check("hangs when it is unloaded", "hangs-at-unload", 143, what="")
+
+    def test_one_that_returns_in_time(self):
+        out, err, code, seconds = self.result("returns in time")
+        self.assertEqual((out, err, code), ("1\n", "", 130))
+        self.assertLess(seconds, PATIENCE)
+
+    def test_a_full_pipe(self):
+        self.check("full pipe", "sleeps-forever", 143, out="", more=1)
+
+    def test_a_client_that_leaves(self):
+        err, code, seconds, has_token = self.result("client")
+        self.check_line(err, "sleeps-forever", ", command TEST_FIRST at request:3")
+        self.assertEqual((code, has_token), (130, False))
+        self.check_time(seconds)
+
+    def test_a_second_signal(self):
+        self.assertEqual(self.result("second signal"), (143, False))
+
+
+def main():
+    global options
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--tavhost", type=Path)
+    parser.add_argument("--plugins", type=Path)
+    parser.add_argument("--wine", action="store_true")
+    options, rest = parser.parse_known_args()
+    build = ROOT / ("build-windows" if options.wine else "build")
+    tavhost = options.tavhost or build / ("bin/tavhost.exe" if options.wine else "bin/tavhost")
+    options.plugins = options.plugins or build / "tests/plugins"
+    with wine.Wine(tavhost) if options.wine else wine.Nothing() as machine:
+        options.program = machine.command([tavhost]) if machine else [str(tavhost)]
+        if machine:
+            os.environ.update(machine.environment())
+        service_test.program[:] = options.program
+        unittest.main(argv=[sys.argv[0], *rest])
+
+
+if __name__ == "__main__":
+    main()
