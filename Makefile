@@ -39,6 +39,10 @@ faults: build  ## the file commands under a fault at every system call, 10,000 k
 	if [ -x build/bin/tavhost_ide_tests ]; then TAVHOST_KILLS=3000 QT_QPA_PLATFORM=offscreen \
 	  build/bin/tavhost_ide_tests --gtest_brief=1 --gtest_filter='SessionStoreKills.*'; fi
 
+.PHONY: stop
+stop: build  ## every long operation stopped in every way, each within a second
+	tests/stop/run.py --long --verbose
+
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
 	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'

@@ -32,6 +32,17 @@ def gzip_bomb(megabytes):
     return b"".join(packer.compress(zeros) for _ in range(megabytes)) + packer.flush()
 
 
+TEXTS = {"shift_jis": "日本語のテキスト and some that is not\n"}
+PANGRAM = "Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich.\n"
+
+
+@functools.cache
+def text_of(megabytes, charset):
+    """So many MB of text in a charset."""
+    line = TEXTS.get(charset, PANGRAM).encode(charset)
+    return line * (megabytes * 1_000_000 // len(line))
+
+
 class Server:
     """Serves on a port of its own until closed; counts requests by path."""
 
@@ -124,6 +135,15 @@ class Server:
 
     def do_large(self, connection, rest, query, request):
         connection.sendall(answer(b"0123456789abcdef" * (int(rest) * 65536)))
+
+    def do_text_of(self, connection, rest, query, request):
+        """/text-of/100/utf-8: so many MB; with ?unnamed the charset is not named."""
+        megabytes, charset = rest.split("/")
+        kind = "text/plain" + ("" if query == "unnamed" else f"; charset={charset}")
+        body = text_of(int(megabytes), charset)
+        connection.sendall(answer(b"", f"Content-Type: {kind}", f"Content-Length: {len(body)}",
+                                  length=False))
+        connection.sendall(body)
 
     def do_nothing(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 204 No Content\r\n\r\n")

@@ -113,8 +113,9 @@ class Service:
     def sent(self, body, path="/script", extra=()):
         """A connection on which a request has been sent, its answer still to come."""
         connection = socket.create_connection(("127.0.0.1", self.port), timeout=30)
+        body = body.encode()
         length = f"Content-Length: {len(body)}"
-        connection.sendall(self.head(path, extra=[length, *extra]) + b"\r\n" + body.encode())
+        connection.sendall(self.head(path, extra=[length, *extra]) + b"\r\n" + body)
         return connection
 
     def has_taken_all(self):
