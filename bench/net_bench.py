@@ -2,6 +2,7 @@
 """Requests and the script service beside what one would take instead, on loopback.
 
 Requests: the processor time of whole programs, less that of the same program without requests.
+Texts: the time from the start to the end of whole programs, likewise, and the most memory they took.
 The service: requests a second under wrk, and the latency under which 99 % of them stay."""
 import argparse
 import os
@@ -11,10 +12,15 @@ import resource
 import shutil
 import statistics
 import subprocess
+import sys
 import tempfile
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 PEERS = ROOT / "build-bench/bin"
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(ROOT / "tests/http"))
+import server as http_server  # noqa: E402
 
 PYTHON = """
 import sys, urllib.request
@@ -57,6 +63,51 @@ def requests(tavhost, folder, server, rounds):
         for name, measured in times.items():
             median = statistics.median(measured)
             print(f"  {name:<24}{median / count * 1e6:12.1f} us a request   ours {ours / median:.2f} x")
+
+
+TEXT_PYTHON = """
+import sys, urllib.request
+for _ in range(int(sys.argv[2])):
+    answer = urllib.request.urlopen(sys.argv[1])
+    text = answer.read().decode(answer.headers.get_content_charset())
+"""
+TEXT_SCRIPT = """
+for i from 1 to int(args[1]) { HTTP_REQUEST (args[0]) }
+"""
+
+
+def wall_and_memory(command):
+    """Seconds, and the most memory in MiB."""
+    begin = time.monotonic()
+    process = subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    if status:
+        raise SystemExit(f"{command[0]} failed")
+    return time.monotonic() - begin, usage.ru_maxrss / 1024
+
+
+def texts(tavhost, folder, rounds):
+    script = folder / "text.tav"
+    script.write_text(TEXT_SCRIPT)
+    server = http_server.Server()
+    for charset in ("utf-8", "windows-1252", "utf-16le", "shift_jis"):
+        url = f"{server.url}/text-of/100/{charset}"
+        http_server.text_of(100, charset)
+        ways = {
+            "ours": lambda n: [tavhost, "run", script, url, n],
+            "python3 urllib": lambda n: ["/usr/bin/python3", "-c", TEXT_PYTHON, url, n],
+        }
+        times, memory = {name: [] for name in ways}, {}
+        for _ in range(rounds):
+            for name, way in ways.items():
+                seconds, memory[name] = wall_and_memory(way(1))
+                times[name].append(seconds - wall_and_memory(way(0))[0])
+        ours = statistics.median(times["ours"])
+        print(f"a text of 100 MB in {charset}  (goal 0.5 x python)")
+        for name, measured in times.items():
+            median = statistics.median(measured)
+            print(f"  {name:<24}{median * 1e3:12.0f} ms, {memory[name]:4.0f} MiB   ours {ours / median:.2f} x")
+    server.close()
 
 
 def wrk(url, folder, connections, seconds, token=None):
@@ -122,6 +173,7 @@ def main():
             os.chmod(name, 0o755)
             folder = pathlib.Path(name)
             requests(options.tavhost, folder, port, options.rounds)
+            texts(options.tavhost, folder, options.rounds)
             if shutil.which("wrk"):
                 service(options.tavhost, folder, port, options.rounds, options.seconds)
             else:

@@ -15,13 +15,26 @@ class TAV_HOST_API WString {
   WString(const char16_t* text);  // up to the first NUL; null counts as empty
   WString(const char16_t* data, long length);
 
-  long Len() const noexcept { return static_cast<long>(units_.size()); }
-  const char16_t* GetStr() const noexcept { return units_.c_str(); }
-  std::u16string_view View() const noexcept { return units_; }
-  bool operator==(const WString& other) const noexcept { return units_ == other.units_; }
+  // The text of well-formed UTF-8. It stays as it is, and shared, until the units are asked for:
+  // a long text that is only handed on is never converted.
+  static WString OfUtf8(const String& text);
+
+  long Len() const { return static_cast<long>(Units().size()); }
+  const char16_t* GetStr() const { return Units().c_str(); }
+  std::u16string_view View() const { return Units(); }
+  bool operator==(const WString& other) const { return Units() == other.Units(); }
+  String ToUtf8() const;
 
  private:
-  std::u16string units_;
+  const std::u16string& Units() const {
+    if (utf8_.Len() > 0) Convert();
+    return units_;
+  }
+  void Convert() const;
+
+  // The text is in one of them, the other is empty.
+  mutable std::u16string units_;
+  mutable String utf8_;
 };
 
 // Both ways, what is not well-formed (RFC 3629; a lone surrogate) becomes U+FFFD.

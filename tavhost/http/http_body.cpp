@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "tavhost/http/http_text.h"
+
 namespace http {
 
 void Body::Announce(std::uint64_t length) {
@@ -34,6 +36,7 @@ bool Body::Append(const char* data, std::size_t length) {
   // The buffer is this body's alone, so it can be written to where it lies.
   std::memcpy(const_cast<char*>(bytes_.GetStr()) + length_, data, length);
   length_ += static_cast<long>(length);
+  if (text_) text_->Append({data, length});
   return true;
 }
 

@@ -7,11 +7,15 @@
 
 namespace http {
 
+class BodyText;
+
 // Gathers an answer's body, piece by piece as it comes, in one buffer with as few copies as can be.
 class Body {
  public:
-  // `bytes` must be empty, and is not to be read before Finish.
-  Body(SV::String& bytes, std::size_t limit) : bytes_(bytes), limit_(limit) {}
+  // `bytes` must be empty, and is not to be read before Finish. `text`, if there is one, is given
+  // each piece as well.
+  Body(SV::String& bytes, std::size_t limit, BodyText* text = nullptr)
+      : bytes_(bytes), limit_(limit), text_(text) {}
 
   // How much is to come, if that is known; room is made for all of it at once.
   void Announce(std::uint64_t length);
@@ -25,6 +29,7 @@ class Body {
 
   SV::String& bytes_;  // what lies behind length_ in it is room
   std::size_t limit_;
+  BodyText* text_;
   long announced_ = 0;
   long length_ = 0;
 };

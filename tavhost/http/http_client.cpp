@@ -154,8 +154,7 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
 const SV::WString& TavHTTPClient::GetResponseContent() {
   trace::Call call(this, "GetResponseContent");
   if (!state_->decoded) {
-    const std::u16string text = http::DecodeText(state_->answer.body.View(), Utf8(state_->charset));
-    state_->content = SV::WString(text.data(), static_cast<long>(text.size()));
+    state_->content = SV::WString::OfUtf8(state_->answer.text.Finish(state_->answer.body));
     state_->decoded = true;
   }
   return call.ResultText(state_->content);

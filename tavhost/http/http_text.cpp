@@ -1,47 +1,24 @@
 #include "tavhost/http/http_text.h"
 
-#include <utf8.h>
-
 #include <algorithm>
+#include <new>
+#include <utility>
 
 #include "tavhost/base/ascii.h"
-#include "tavhost/base/utf16.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/http/http_transport.h"
 
 namespace http {
 
 namespace {
 
-// 0x80 to 0x9F of windows-1252; the rest is as in ISO 8859-1.
-constexpr char16_t kWindows1252[32] = {
-    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+constexpr std::size_t kLongestMark = 3;
+constexpr std::size_t kTextLimit = SV::String::kMaxLength;
 
-std::u16string FromWindows1252(std::string_view bytes) {
-  std::u16string text(bytes.size(), u'\0');
-  std::transform(bytes.begin(), bytes.end(), text.begin(), [](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte >= 0x80 && byte < 0xA0 ? kWindows1252[byte - 0x80] : char16_t{byte};
-  });
-  return text;
-}
+// The room made for a text at first: what most texts need that are not ASCII alone.
+std::uint64_t RoomFor(std::uint64_t bytes) { return bytes + bytes / 8; }
 
-std::u16string FromUtf8(std::string_view bytes) {
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  return utf16::FromUtf8(bytes);
-}
-
-std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
-  std::u16string text;
-  text.reserve(bytes.size() / 2);
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto first = static_cast<unsigned char>(bytes[i]);
-    const auto second = static_cast<unsigned char>(bytes[i + 1]);
-    text += static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
-  }
-  if (bytes.size() % 2 != 0) text += u'\xFFFD';
-  return text;
-}
+bool IsUtf8Name(std::string_view charset) { return charset == "utf-8" || charset == "utf8"; }
 
 }  // namespace
 
@@ -64,22 +41,116 @@ std::string CharsetOf(std::string_view contentType) {
   return {};
 }
 
-std::u16string DecodeText(std::string_view bytes, std::string_view charset) {
-  const std::string name = ascii::ToLower(charset);
-  if (name == "utf-8" || name == "utf8") return FromUtf8(bytes);
-  if (name == "windows-1252" || name == "cp1252") return FromWindows1252(bytes);
-  if (name == "utf-16le") return FromUtf16(bytes, false);
-  if (name == "utf-16be") return FromUtf16(bytes, true);
-  const bool named = !name.empty() && name != "utf-16";
-  if (named) {
-    if (auto text = DecodeWithSystem(bytes, name)) return *std::move(text);
+BodyText::BodyText(std::string_view charset, std::uint64_t expected)
+    : charset_(ascii::ToLower(charset)), expected_(expected) {
+  if (charset_.empty() || charset_ == "utf-16" || IsUtf8Name(charset_)) return;
+  converter_ = MakeConverter(charset_);
+  if (!converter_) converter_ = MakeSystemConverter(charset_);
+  if (converter_) {
+    way_ = Way::kConverted;
+  } else {
+    charset_.clear();  // nobody knows it: it says nothing
   }
-  if (bytes.starts_with("\xEF\xBB\xBF")) return FromUtf8(bytes);
-  if (bytes.starts_with("\xFF\xFE")) return FromUtf16(bytes.substr(2), false);
-  if (bytes.starts_with("\xFE\xFF")) return FromUtf16(bytes.substr(2), true);
-  if (name == "utf-16") return FromUtf16(bytes, true);  // RFC 2781, 4.3
-  if (utf8::is_valid(bytes.begin(), bytes.end())) return FromUtf8(bytes);
-  return FromWindows1252(bytes);
+}
+
+// By the first bytes, or all of them when there are fewer than a mark can have.
+void BodyText::Decide() {
+  const std::string_view first = first_;
+  const auto convert = [this](const char* charset, std::size_t mark) {
+    converter_ = MakeConverter(charset);
+    way_ = Way::kConverted;
+    mark_ = mark;
+  };
+  if (first.starts_with("\xEF\xBB\xBF")) {
+    way_ = Way::kSame;
+    mark_ = 3;
+    fallback_ = "utf-8";
+  } else if (IsUtf8Name(charset_)) {
+    way_ = Way::kSame;
+    fallback_ = "utf-8";
+  } else if (first.starts_with("\xFF\xFE")) {
+    convert("utf-16le", 2);
+  } else if (first.starts_with("\xFE\xFF")) {
+    convert("utf-16be", 2);
+  } else if (charset_ == "utf-16") {
+    convert("utf-16be", 0);  // RFC 2781, 4.3
+  } else {
+    way_ = Way::kSame;
+  }
+}
+
+void BodyText::TakeFirst() {
+  Decide();
+  const std::string first = std::exchange(first_, {});
+  Append(std::string_view(first).substr(mark_));
+}
+
+void BodyText::Append(std::string_view bytes) {
+  switch (way_) {
+    case Way::kUnknown:
+      first_.append(bytes);
+      return first_.size() < kLongestMark ? void() : TakeFirst();
+    case Way::kSame:
+      return TakeChecked(bytes);
+    case Way::kConverted:
+      return ConvertNow(bytes);
+    case Way::kLater:
+      return;
+  }
+}
+
+void BodyText::TakeChecked(std::string_view bytes) {
+  if (!check_.Append(bytes)) way_ = Way::kLater;
+}
+
+void BodyText::ConvertNow(std::string_view bytes) {
+  if (full_) return;
+  try {
+    if (!writer_) {
+      bytes_ = std::make_unique<SV::String>();
+      writer_ = std::make_unique<Body>(*bytes_, kTextLimit);
+      writer_->Announce(RoomFor(expected_));
+    }
+    full_ = !converter_->Append(bytes, *writer_);
+  } catch (const std::bad_alloc&) {
+    full_ = true;
+  }
+}
+
+SV::String BodyText::Finish(const SV::String& body) {
+  if (way_ == Way::kUnknown) TakeFirst();
+  if (way_ == Way::kSame && !check_.IsComplete()) way_ = Way::kLater;
+  if (way_ == Way::kLater) return ConvertLater(body);
+  if (way_ == Way::kSame) {
+    SV::String text = body;
+    return text.Erase(0, static_cast<long>(mark_));
+  }
+  if (converter_ && !full_ && writer_) {
+    full_ = !converter_->Finish(*writer_);
+    converter_.reset();
+    writer_->Finish();
+  }
+  if (full_) throw std::bad_alloc();
+  return bytes_ ? *bytes_ : SV::String();
+}
+
+SV::String BodyText::ConvertLater(const SV::String& body) const {
+  constexpr std::size_t kSlice = std::size_t{1} << 20;  // some milliseconds of work
+  const std::unique_ptr<Converter> converter = MakeConverter(fallback_);
+  SV::String text;
+  Body writer(text, kTextLimit);
+  std::string_view left = body.View().substr(mark_);
+  writer.Announce(RoomFor(left.size()));
+  while (!left.empty()) {
+    stop::ThrowIfRequested();
+    PaintWhileWaiting();
+    const std::string_view slice = left.substr(0, kSlice);
+    left.remove_prefix(slice.size());
+    if (!converter->Append(slice, writer)) throw std::bad_alloc();
+  }
+  if (!converter->Finish(writer)) throw std::bad_alloc();
+  writer.Finish();
+  return text;
 }
 
 }  // namespace http

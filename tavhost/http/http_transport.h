@@ -7,6 +7,7 @@
 
 #include "host/base/string.h"
 #include "tavhost/http/http_proxy.h"
+#include "tavhost/http/http_text.h"
 #include "tavhost/http/http_url.h"
 
 // One request and its answer on the wire, carried by the platform's HTTP library, which the first
@@ -37,6 +38,7 @@ struct Answer {
   int status = 0;
   std::string header;  // status line and fields as they came, the last line empty
   SV::String body;
+  BodyText text;
 
   // The value of the first field of that name, case ignored; empty when there is none.
   std::string Field(std::string_view name) const;

@@ -2,6 +2,7 @@
 #include <curl/curl.h>
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -111,11 +112,20 @@ std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) 
 
 std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
-  transfer.watch.Received(Watch::Clock::now());
+  const auto now = Watch::Clock::now();
+  transfer.watch.Received(now);
+  // A server that is fast enough keeps libcurl from returning in between.
+  PaintWhileWaiting();
+  if (stop::IsRequested() || transfer.watch.IsOver(now)) {
+    transfer.refused = true;
+    return 0;
+  }
   if (!transfer.decoder) {
     curl_off_t announced = -1;
     Curl().getInfo(Curl().easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-    if (announced > 0) transfer.body.Announce(static_cast<std::uint64_t>(announced));
+    const auto expected = static_cast<std::uint64_t>(std::max<curl_off_t>(announced, 0));
+    transfer.body.Announce(expected);
+    transfer.answer.text = BodyText(CharsetOf(transfer.answer.Field("Content-Type")), expected);
     transfer.decoder = Decoder::For(transfer.answer.Field("Content-Encoding"), transfer.body);
   }
   if (transfer.decoder && transfer.decoder->Append(data, length)) return length;
@@ -217,7 +227,7 @@ bool Run(const Library& curl, Transfer& transfer) {
 bool Exchange(const Request& request, Answer& answer) {
   const Library& curl = Curl();
   answer = Answer();
-  Transfer transfer{request, answer, Body(answer.body, kBodyLimit),
+  Transfer transfer{request, answer, Body(answer.body, kBodyLimit, &answer.text),
                     Watch(request.timeouts, Watch::Clock::now())};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;

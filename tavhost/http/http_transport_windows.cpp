@@ -279,7 +279,8 @@ class Exchanging {
     reports_->piece.resize(kPiece);
     const std::string length = answer_.Field("Content-Length");
     const std::uint64_t announced = std::strtoull(length.c_str(), nullptr, 10);
-    Body body(answer_.body, kBodyLimit);
+    answer_.text = BodyText(CharsetOf(answer_.Field("Content-Type")), announced);
+    Body body(answer_.body, kBodyLimit, &answer_.text);
     body.Announce(announced);
     const auto decoder = Decoder::For(answer_.Field("Content-Encoding"), body);
     if (!decoder) return false;

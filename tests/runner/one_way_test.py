@@ -45,7 +45,7 @@ class OneWayTest(unittest.TestCase):
                             "tavhost", "commands", "plugin")
         # What asks the system: an answer in another code page, and the function itself where the
         # system has none, with the command that calls it.
-        self.stands_only_in({"tavhost/http/http_text_windows.cpp", "tavhost/windows/winhttp.cpp",
+        self.stands_only_in({"tavhost/http/http_converter_windows.cpp", "tavhost/windows/winhttp.cpp",
                              "commands/http.cpp"},
                             r"\b(MultiByteToWideChar|WideCharToMultiByte)\b",
                             "tavhost", "commands", "plugin")

@@ -103,4 +103,16 @@ TEST(WString, AnyTwoBytesGiveWellFormedText) {
   }
 }
 
+TEST(WString, TextOfUtf8IsConvertedWhenItsUnitsAreAskedFor) {
+  const String text("gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80");
+  const WString wide = WString::OfUtf8(text);
+  EXPECT_EQ(ConvertWStringToUTF8String(wide).GetStr(), text.GetStr());
+  const WString copy = wide;
+  EXPECT_EQ(wide.View(), u"gr\u00FC\u00DF \U0001F600");
+  EXPECT_EQ(wide.Len(), 7);
+  EXPECT_TRUE(wide == copy);
+  EXPECT_EQ(ConvertWStringToUTF8String(wide), text);
+  EXPECT_EQ(WString::OfUtf8(String()).Len(), 0);
+}
+
 }  // namespace

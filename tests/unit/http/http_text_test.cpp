@@ -1,0 +1,169 @@
+#include "tavhost/http/http_text.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/base/wstring.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/base/string_of.h"
+#include "tavhost/base/utf16.h"
+
+namespace {
+
+using http::BodyText;
+
+constexpr std::string_view kUnknown = "\xEF\xBF\xBD";  // U+FFFD
+
+// The text of a body that comes in these pieces.
+std::string TextOf(std::string_view charset, const std::vector<std::string_view>& pieces) {
+  BodyText text(charset, 0);
+  SV::String body;
+  for (const std::string_view piece : pieces) {
+    text.Append(piece);
+    body.Append(piece.data(), static_cast<long>(piece.size()));
+  }
+  return std::string(text.Finish(body).View());
+}
+
+// However the body is cut, the text is the same.
+void ExpectText(std::string_view charset, std::string_view body, std::string_view expected) {
+  EXPECT_EQ(TextOf(charset, {body}), expected) << charset;
+  for (std::size_t cut = 0; cut <= body.size(); ++cut) {
+    EXPECT_EQ(TextOf(charset, {body.substr(0, cut), body.substr(cut)}), expected)
+        << charset << ", cut at " << cut;
+  }
+  std::vector<std::string_view> bytes;
+  for (std::size_t i = 0; i < body.size(); ++i) bytes.push_back(body.substr(i, 1));
+  EXPECT_EQ(TextOf(charset, bytes), expected) << charset << ", byte by byte";
+}
+
+std::string Unknown(int count) {
+  std::string text;
+  while (count-- > 0) text += kUnknown;
+  return text;
+}
+
+TEST(BodyText, NamedCharsets) {
+  const std::string_view greeting = "a gr\xC3\xBC\xC3\x9F, \xE2\x82\xAC and \xF0\x9F\x98\x80!";
+  ExpectText("utf-8", greeting, greeting);
+  ExpectText("UTF8", greeting, greeting);
+  ExpectText("windows-1252", "long ascii text, gr\xFC\xDF \x80\x81",
+             "long ascii text, gr\xC3\xBC\xC3\x9F \xE2\x82\xAC\xC2\x81");
+  ExpectText("ISO-8859-1", "gr\xFC\xDF \x80", "gr\xC3\xBC\xC3\x9F \xC2\x80");
+  ExpectText("utf-16le", std::string_view("g\0r\0\xFC\0\x3D\xD8\0\xDE", 10),
+             "gr\xC3\xBC\xF0\x9F\x98\x80");
+  ExpectText("utf-16be", std::string_view("\0g\0r\0\xFC\xD8\x3D\xDE\0", 10),
+             "gr\xC3\xBC\xF0\x9F\x98\x80");
+  ExpectText("utf-16", std::string_view("\0g\0r", 4), "gr");
+}
+
+TEST(BodyText, ByteOrderMarks) {
+  ExpectText("", "\xEF\xBB\xBFgr\xC3\xBC", "gr\xC3\xBC");
+  ExpectText("utf-8", "\xEF\xBB\xBFgr\xC3\xBC", "gr\xC3\xBC");
+  ExpectText("", "\xEF\xBB\xBFgr\xFC", "gr" + Unknown(1));
+  ExpectText("", std::string_view("\xFF\xFEg\0r\0", 6), "gr");
+  ExpectText("", std::string_view("\xFE\xFF\0g\0r", 6), "gr");
+  ExpectText("utf-16", std::string_view("\xFF\xFEg\0", 4), "g");
+  ExpectText("no-such-set", "\xEF\xBB\xBFx", "x");
+  ExpectText("", "\xEF\xBB\xBF", "");
+  ExpectText("", "\xFF\xFE", "");
+  ExpectText("", "\xEF\xBB", "\xC3\xAF\xC2\xBB");
+}
+
+TEST(BodyText, WithoutACharset) {
+  ExpectText("", "", "");
+  ExpectText("", "x", "x");
+  ExpectText("", "gr\xC3\xBC\xC3\x9F", "gr\xC3\xBC\xC3\x9F");
+  ExpectText("", "gr\xFC\xDF", "gr\xC3\xBC\xC3\x9F");
+  ExpectText("", "gr\xC3\xBC\xC3", "gr\xC3\x83\xC2\xBC\xC3\x83");  // not UTF-8 to its end
+  ExpectText("no-such-set", "gr\xC3\xBC", "gr\xC3\xBC");
+}
+
+TEST(BodyText, WhatIsNotAllowed) {
+  ExpectText("utf-8",
+             "a\xFF"
+             "b",
+             "a" + Unknown(1) + "b");
+  ExpectText("utf-8", "a\xC3", "a" + Unknown(1));
+  ExpectText("utf-16le", std::string_view("a\0b", 3), "a" + Unknown(1));
+  ExpectText("utf-16le",
+             std::string_view("\x3D\xD8"
+                              "a\0",
+                              4),
+             Unknown(1) + "a");
+  ExpectText("utf-16le", std::string_view("\0\xDE\x3D\xD8", 4), Unknown(2));
+  ExpectText("utf-16le", std::string_view("\x3D\xD8x", 3), Unknown(2));
+}
+
+// The same as of the whole, whatever stands beside what.
+TEST(BodyText, BrokenUtf8InEveryCombination) {
+  const std::string_view parts[] = {"a",        "\x80", "\xBF",         "\xC2",         "\xC3\xBC",
+                                    "\xE2\x82", "\xE0", "\xED\xA0\x80", "\xF0\x9F\x98", "\xF4\x90",
+                                    "\xFF"};
+  for (const std::string_view first : parts) {
+    for (const std::string_view second : parts) {
+      for (const std::string_view third : parts) {
+        const std::string body = std::string(first) + std::string(second) + std::string(third);
+        std::string room;
+        const std::string expected(utf16::WellFormed(body, room));
+        ExpectText("utf-8", body, expected);
+      }
+    }
+  }
+}
+
+TEST(BodyText, TheCheckFindsWhatIsUtf8) {
+  const std::string_view parts[] = {"a",
+                                    "\x80",
+                                    "\xC1\x80",
+                                    "\xC2\x80",
+                                    "\xDF\xBF",
+                                    "\xE0\x9F\x80",
+                                    "\xE0\xA0\x80",
+                                    "\xED\x9F\xBF",
+                                    "\xED\xA0\x80",
+                                    "\xEF\xBF\xBF",
+                                    "\xF0\x8F\x80\x80",
+                                    "\xF0\x90\x80\x80",
+                                    "\xF4\x8F\xBF\xBF",
+                                    "\xF4\x90\x80\x80",
+                                    "\xF5\x80\x80\x80",
+                                    "\xE2\x82",
+                                    "ascii ascii ascii"};
+  for (const std::string_view first : parts) {
+    for (const std::string_view second : parts) {
+      const std::string bytes = std::string(first) + std::string(second);
+      std::string room;
+      const bool isGood = utf16::WellFormed(bytes, room).data() == bytes.data();
+      http::Utf8Check check;
+      EXPECT_EQ(check.Append(first) && check.Append(second) && check.IsComplete(), isGood)
+          << testing::PrintToString(bytes);
+    }
+  }
+}
+
+TEST(BodyText, ABodyThatIsItsTextIsNotCopied) {
+  const SV::String body = base::StringOf(std::string(100000, 'x') + "\xC3\xBC");
+  BodyText text("", 0);
+  text.Append(body.View());
+  const SV::String whole = text.Finish(body);
+  EXPECT_EQ(whole.GetStr(), body.GetStr());
+  EXPECT_EQ(SV::ConvertWStringToUTF8String(SV::WString::OfUtf8(whole)).GetStr(), body.GetStr());
+}
+
+TEST(BodyText, AStopEndsWhatIsDoneAtTheEnd) {
+  const SV::String body = base::StringOf(std::string(3 << 20, '\xFF'));
+  BodyText text("utf-8", 0);
+  text.Append(body.View());
+  stop::Request(stop::Reason::kUser);
+  EXPECT_THROW(text.Finish(body), stop::Stopped);
+  stop::Clear();
+  EXPECT_EQ(text.Finish(body).Len(), 3 * body.Len());
+}
+
+}  // namespace
