@@ -1,6 +1,8 @@
 #include "tavhost/qt/qt_toolkit.h"
 
+#include <QAbstractEventDispatcher>
 #include <QClipboard>
+#include <QDialog>
 #include <QDir>
 #include <QEventLoop>
 #include <QFontMetricsF>
@@ -119,6 +121,15 @@ QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
     wakeUp_ = std::make_unique<QSocketNotifier>(host_.wakeUpDescriptor, QSocketNotifier::Read);
     QObject::connect(wakeUp_.get(), &QSocketNotifier::activated, [this] { Woken(); });
   }
+  // In each turn of each event loop, also those that Qt runs itself.
+  QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake,
+                   application_.get(), [this] {
+                     if (closing_ || !host_.isStopRequested() || !HasSomethingOnTop()) return;
+                     closing_ = true;
+                     QMetaObject::invokeMethod(
+                         application_.get(), [this] { CloseWhatStandsOnTop(); },
+                         Qt::QueuedConnection);
+                   });
 }
 
 QtToolkit::~QtToolkit() {
@@ -131,7 +142,41 @@ QtToolkit::~QtToolkit() {
 
 void QtToolkit::Woken() {
   host_.clearWakeUp();
-  host_.runPostedWork();
+  if (painting_ == 0) host_.runPostedWork();
+}
+
+bool QtToolkit::IsOwn(const QWidget& window) const {
+  return std::any_of(open_.begin(), open_.end(),
+                     [&window](ModalView* view) { return &view->Dialog() == &window; });
+}
+
+bool QtToolkit::HasSomethingOnTop() const {
+  const QWidget* const modal = QApplication::activeModalWidget();
+  return QApplication::activePopupWidget() || (modal && !IsOwn(*modal));
+}
+
+// A script that is to stop cannot, as long as a window of Qt's own or of the workbench is open
+// inside one of its waits: a question, a menu, a dialog for files or printing. Each is closed as by
+// its user. That lets its own loop end, behind which another may open; the next turn closes that
+// one. The windows that the script opened end by themselves.
+void QtToolkit::CloseWhatStandsOnTop() {
+  closing_ = false;
+  if (!host_.isStopRequested()) return;  // heeded meanwhile
+  while (QWidget* const popup = QApplication::activePopupWidget()) {
+    popup->close();
+    if (QApplication::activePopupWidget() == popup) popup->hide();
+    if (QApplication::activePopupWidget() == popup) break;
+  }
+  while (QWidget* const modal = QApplication::activeModalWidget()) {
+    if (IsOwn(*modal)) break;
+    if (auto* const dialog = qobject_cast<QDialog*>(modal)) {
+      dialog->reject();
+    } else {
+      modal->close();
+    }
+    if (QApplication::activeModalWidget() == modal) modal->hide();
+    if (QApplication::activeModalWidget() == modal) break;
+  }
 }
 
 void QtToolkit::ProcessEvents() {
@@ -142,10 +187,21 @@ void QtToolkit::ProcessEvents() {
 // What was posted waits for the next ProcessEvents, and so does what the user types and clicks,
 // except in the workbench: its Stop must work meanwhile, and it lets nothing run beside a script.
 void QtToolkit::ProcessPainting() {
-  if (wakeUp_) wakeUp_->setEnabled(false);
-  application_->processEvents(mainWindow_ ? QEventLoop::AllEvents
-                                          : QEventLoop::ExcludeUserInputEvents);
-  if (wakeUp_) wakeUp_->setEnabled(true);
+  struct Painting {
+    int& depth;
+    explicit Painting(int& count) : depth(count) { ++depth; }
+    ~Painting() { --depth; }
+  };
+  {
+    const Painting painting(painting_);
+    application_->processEvents(mainWindow_ ? QEventLoop::AllEvents
+                                            : QEventLoop::ExcludeUserInputEvents);
+  }
+  // Its wake-up may have been used up.
+  if (painting_ == 0 && host_.hasPostedWork()) {
+    QMetaObject::invokeMethod(
+        application_.get(), [this] { Woken(); }, Qt::QueuedConnection);
+  }
 }
 
 // Handles what needs no user: painting, and the wake-up itself.

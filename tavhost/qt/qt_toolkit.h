@@ -65,6 +65,9 @@ class QtToolkit final : public Toolkit {
 
  private:
   void Woken();
+  void CloseWhatStandsOnTop();
+  bool HasSomethingOnTop() const;
+  bool IsOwn(const QWidget& window) const;
   void AnswerWithoutUser(ModalView& view);
   void LetUserAnswer(ModalView& view);
   QWidget* ParentOf(const WindowModel& window) const;
@@ -86,6 +89,8 @@ class QtToolkit final : public Toolkit {
   bool toolsShownElsewhere_ = false;
   Tone tone_;
   QWidget* mainWindow_ = nullptr;
+  int painting_ = 0;      // ProcessPainting inside one another
+  bool closing_ = false;  // CloseWhatStandsOnTop is on its way
   int pictures_ = 0;
 };
 

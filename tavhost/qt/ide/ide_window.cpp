@@ -313,9 +313,10 @@ void IdeWindow::closeEvent(QCloseEvent* event) {
   if (closed) closed();
 }
 
-// A script's dialog takes all keys; the one that stops the script works there too.
+// A script's window, a dialog on top of it or a menu takes all keys; the one that stops the script
+// works there too.
 bool IdeWindow::eventFilter(QObject* object, QEvent* event) {
-  if (event->type() == QEvent::KeyPress && QApplication::activeModalWidget() && host_.IsRunning()) {
+  if (event->type() == QEvent::KeyPress && host_.IsRunning()) {
     const auto* const key = static_cast<QKeyEvent*>(event);
     if (key->key() == Qt::Key_F5 && key->modifiers() == Qt::ShiftModifier) {
       Stop();
