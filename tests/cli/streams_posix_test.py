@@ -79,7 +79,7 @@ class OutputTest(ProgramTest):
 
     def test_order_before_the_end_of_the_time(self):
         self.expect_order(["run", "--timeout", "0.3", "-e", 'print "before"\nwhile 1 { }'],
-                          "before\n", "tavhost: stopped after 0.3 s (--timeout)\n")
+                          "before\n", "tavhost: stopped after 0.3 s (--timeout) at <command line>:2\n")
 
     def test_a_message_takes_the_status_line_away(self):
         self.file("none.kel", "")

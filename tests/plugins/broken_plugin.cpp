@@ -1,5 +1,6 @@
 // One plug-in of three commands, built many times, each time broken in another way: BROKEN names
 // the way. What a build lacks altogether is renamed by its build rule.
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -45,7 +46,7 @@ void HeedNothing() {
   Mark();
   if (Is("sleeps-forever")) Hang();
   if (Is("spins")) {
-    for (volatile bool goesOn = true; goesOn;) {
+    for (std::atomic<unsigned> round = 0;; ++round) {
     }
   }
   if (Is("returns-late")) std::this_thread::sleep_for(std::chrono::seconds(3));

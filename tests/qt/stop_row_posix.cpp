@@ -56,7 +56,8 @@ void WaitUntilAtWork() {
   }
 }
 
-// Again while nothing follows: a dialog that has just come up takes no key for a quarter of a second.
+// Again while nothing follows: a dialog that has just come up takes no key for a quarter of a
+// second.
 void PressStop() {
   QWidget* target = QApplication::activePopupWidget();
   if (!target) target = QApplication::activeModalWidget();

@@ -42,7 +42,7 @@ class QtStop : public QtTest {
       stopper = std::thread([] { stop::Request(stop::Reason::kUser); });
     });
     look.start(5);
-    Run(model, open, 20);
+    Run(model, open);
     const auto ended = Clock::now();
     ASSERT_TRUE(stopper.joinable()) << "nothing came on top";
     stopper.join();
@@ -125,12 +125,16 @@ TEST_F(QtStop, WithAQuestionOnADialogThatSavesATable) {
   file.close();
   const auto table = Table();
   ui::BrowserModel model(*table, false);
-  QTimer::singleShot(kGuard, [this] {
+  QTimer wait;
+  QObject::connect(&wait, &QTimer::timeout, [&] {
     auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-    ASSERT_TRUE(dialog);
+    if (!dialog) return;
+    wait.stop();
     dialog->selectFile(folder_.filePath(QStringLiteral("there.csv")));
     PressEnter(*dialog);
   });
+  Toolkit();  // before there are timers
+  wait.start(5);
   StopOnTop(
       model,
       [](QDialog& dialog) {
