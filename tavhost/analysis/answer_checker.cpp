@@ -129,11 +129,13 @@ class AnswerChecker {
   }
 
   void Walk(const Statement* statement) {
+    ++depth_;
     for (; statement && now_.Any(); statement = statement->next) {
       WalkStatement(statement);
       // An error can lead from any statement to the `catch` around it.
       if (!tries_.empty()) tries_.back()->leaving.Join(now_);
     }
+    --depth_;
   }
 
   void WalkStatement(const Statement* statement) {
@@ -240,6 +242,20 @@ class AnswerChecker {
   // Goes through the functions that an expression calls, for the windows in them.
   void Evaluate(const Expr* expr) {
     if (!expr->calls) return;
+    ++depth_;
+    const script::Path path = script::PathOf(expr);
+    if (path.links.empty()) {
+      EvaluateParts(expr);
+    } else {
+      Evaluate(path.root);
+      for (const Expr* link : path.links) {
+        if (link->kind == ExprKind::kIndex) Evaluate(link->items->expr);
+      }
+    }
+    --depth_;
+  }
+
+  void EvaluateParts(const Expr* expr) {
     const bool maySkip = expr->kind == ExprKind::kAnd || expr->kind == ExprKind::kOr;
     const Positions before = now_;
     if (expr->first) Evaluate(expr->first);
@@ -261,8 +277,10 @@ class AnswerChecker {
     const auto found = std::find_if(parsed_.begin(), parsed_.end(), [function](const auto& parsed) {
       return parsed.function == function;
     });
-    if (found == parsed_.end() || !active_.insert(index).second) {
-      now_.OpenUp();  // one that is running already: no telling how often
+    // One that is running already, no telling how often, or a chain of calls that is too long for
+    // the stack.
+    if (found == parsed_.end() || depth_ > kDeepest || !active_.insert(index).second) {
+      now_.OpenUp();
       return;
     }
     const auto key = std::make_pair(index, now_);
@@ -377,9 +395,14 @@ class AnswerChecker {
     return {};
   }
 
+  // Blocks, expressions and calls inside one another, as deep as one function alone can have the
+  // first two; calls further down are not followed.
+  static constexpr std::uint32_t kDeepest = 4000;
+
   const script::Program& program_;
   const std::vector<script::FunctionSyntax>& parsed_;
   const std::vector<ui::Answer>& answers_;
+  std::uint32_t depth_ = 0;
   std::set<std::string, std::less<>> treeButtons_;
   bool treeButtonsKnown_ = true;
   Positions exits_;                 // where runs may have ended

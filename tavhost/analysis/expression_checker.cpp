@@ -78,8 +78,9 @@ void ScriptChecker::Read(const Expr* expr) {
       return;
     case ExprKind::kName:
       return ReadVariable(expr->index, NameAt(expr->offset));
+    case ExprKind::kIndex:
     case ExprKind::kField:
-      return ReadField(expr);
+      return ReadPath(expr);
     case ExprKind::kCall:
       return ReadCall(expr);
     case ExprKind::kChain: {
@@ -138,7 +139,19 @@ void ScriptChecker::ReadVariable(std::uint32_t slot, std::string_view at) {
   variable.SetOther(Kind::kUnknown);  // so that further reads are not complained about
 }
 
-// `choice.endbutton`: only that result of the record is read.
+void ScriptChecker::ReadPath(const Expr* expr) {
+  const script::Path path = script::PathOf(expr);
+  if (path.links.front()->kind == ExprKind::kField) {
+    ReadField(path.links.front());
+  } else {
+    Read(path.root);
+  }
+  for (const Expr* link : path.links) {
+    if (link->kind == ExprKind::kIndex) Read(link->items->expr);
+  }
+}
+
+// `choice.endbutton`: only that result of the record is read. For the first link of a path.
 void ScriptChecker::ReadField(const Expr* expr) {
   const Variable* variable = VariableOf(expr->first);
   const std::string_view field = program_.constants[expr->index].Text().View();

@@ -192,8 +192,8 @@ void ScriptChecker::WalkStatement(const Statement* statement) {
 }
 
 void ScriptChecker::WalkIf(const Statement* statement) {
-  State end;
-  end.isDead = true;
+  State end = state_;
+  end.isDead = true;  // until a branch comes to its end
   for (const Statement* branch = statement;;) {
     Read(branch->expr);
     State before = state_;

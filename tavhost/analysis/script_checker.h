@@ -57,6 +57,7 @@ class ScriptChecker {
   // expression_checker.cpp
   void Read(const script::Expr* expr);
   void ReadVariable(std::uint32_t slot, std::string_view at);
+  void ReadPath(const script::Expr* expr);
   void ReadField(const script::Expr* expr);
   void ReadCall(const script::Expr* expr);
   void CheckComparison(const script::Expr* left, const script::Expr* right, script::Operator op,

@@ -52,7 +52,8 @@ struct Variable {
   }
 };
 
-// What is known at a place of one function, a variable for each slot.
+// What is known at a place of one function, a variable for each slot. A place that no run comes to
+// has all its variables too: what stands there is walked like everything else.
 struct State {
   std::vector<Variable> variables;
   bool isOpen = false;  // something may have set variables that nobody sees in the text

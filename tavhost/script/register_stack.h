@@ -14,7 +14,7 @@ class RegisterStack {
  public:
   // `count` registers beside each other, all without a value.
   kel::Value* Take(std::uint32_t count) {
-    if (left_ < count) NextBlock(count);
+    if (left_ < count || !free_) NextBlock(count);  // nothing, too, is taken from some place
     kel::Value* taken = free_;
     free_ += count;
     left_ -= count;

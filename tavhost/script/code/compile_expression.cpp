@@ -87,17 +87,9 @@ void Compiler::CompileInto(const Expr* expr, std::uint32_t target) {
       Emit(expr->kind == ExprKind::kNot ? Code::kNot : Code::kNegate, target, Operand(expr->first),
            0, CodePlace{expr->offset, expr->first->offset, expr->offset});
       break;
-    case ExprKind::kIndex: {
-      const Expr* index = expr->items->expr;
-      const std::uint32_t whole = StableOperand(expr->first, index->calls);
-      const std::uint32_t place = Operand(index);
-      Emit(Code::kIndex, target, whole, static_cast<std::int32_t>(place),
-           CodePlace{expr->offset, expr->first->offset, index->offset});
-      break;
-    }
+    case ExprKind::kIndex:
     case ExprKind::kField:
-      Emit(Code::kField, target, Operand(expr->first), static_cast<std::int32_t>(expr->index),
-           CodePlace{expr->offset, expr->first->offset, expr->offset});
+      CompilePath(expr, target);
       break;
     case ExprKind::kCall:
       CompileCall(expr, target);
@@ -141,6 +133,30 @@ void Compiler::CompileChain(const Expr* expr, std::uint32_t target) {
     left = result;
     leftOffset = item->offset;
     if (temporaries_ > temporaries && between < temporaries) temporaries_ = temporaries;
+  }
+}
+
+// Each link in turn, on what the links before it led to.
+void Compiler::CompilePath(const Expr* expr, std::uint32_t target) {
+  const Path path = PathOf(expr);
+  const Expr* const first = path.links.front();
+  std::uint32_t whole =
+      StableOperand(path.root, first->kind == ExprKind::kIndex && first->items->expr->calls);
+  std::uint32_t between = whole < function_.layout.Count() ? kNoSlot : whole;
+  for (const Expr* link : path.links) {
+    if (link != expr && between == kNoSlot) between = NewTemporary();
+    const std::uint32_t result = link == expr ? target : between;
+    const std::uint32_t temporaries = temporaries_;
+    if (link->kind == ExprKind::kIndex) {
+      const Expr* index = link->items->expr;
+      Emit(Code::kIndex, result, whole, static_cast<std::int32_t>(Operand(index)),
+           CodePlace{link->offset, link->first->offset, index->offset});
+    } else {
+      Emit(Code::kField, result, whole, static_cast<std::int32_t>(link->index),
+           CodePlace{link->offset, link->first->offset, link->offset});
+    }
+    temporaries_ = temporaries;
+    whole = result;
   }
 }
 
@@ -199,22 +215,18 @@ void Compiler::CompileCall(const Expr* expr, std::uint32_t target) {
 }
 
 void Compiler::CompilePush(const Expr* expr, std::uint32_t target) {
-  std::vector<const Expr*> keys;  // innermost last
-  const Expr* root = expr->items->expr;
-  for (; root->kind == ExprKind::kIndex || root->kind == ExprKind::kField; root = root->first) {
-    keys.push_back(root);
-  }
+  const auto [root, keys] = PathOf(expr->items->expr);
   if (root->kind != ExprKind::kName) {
     throw SyntaxError{expr->items->offset, "what \"push\" changes must be a variable"};
   }
   const auto count = static_cast<std::uint32_t>(keys.size());
   const std::uint32_t base = NewTemporaries(count + 1);
   std::uint32_t place = base;
-  for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
-    if ((*key)->kind == ExprKind::kField) {
-      Emit(Code::kConstant, place++, 0, static_cast<std::int32_t>((*key)->index), (*key)->offset);
+  for (const Expr* key : keys) {
+    if (key->kind == ExprKind::kField) {
+      Emit(Code::kConstant, place++, 0, static_cast<std::int32_t>(key->index), key->offset);
     } else {
-      CompileInto((*key)->items->expr, place++);
+      CompileInto(key->items->expr, place++);
     }
   }
   CompileInto(expr->items->next->expr, place);

@@ -63,6 +63,7 @@ class Compiler {
   std::uint32_t StableOperand(const Expr* expr, bool mayChange);
   void CompileInto(const Expr* expr, std::uint32_t target);
   void CompileChain(const Expr* expr, std::uint32_t target);
+  void CompilePath(const Expr* expr, std::uint32_t target);
   void CompileLogic(const Expr* expr, std::uint32_t target);
   void CompileCall(const Expr* expr, std::uint32_t target);
   void CompilePush(const Expr* expr, std::uint32_t target);

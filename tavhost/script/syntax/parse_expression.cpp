@@ -1,5 +1,3 @@
-#include <optional>
-
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/script/syntax/parser.h"
@@ -9,8 +7,9 @@ namespace script {
 
 namespace {
 
-// Loosest first.
+// Loosest first; no operator binds as loosely as kNoLevel.
 enum Level {
+  kNoLevel = -1,
   kOrLevel,
   kAndLevel,
   kNotLevel,
@@ -20,14 +19,15 @@ enum Level {
   kUnaryLevel
 };
 
+// With kNoLevel: there is none.
 struct FoundOperator {
-  int level;
-  ExprKind kind;
-  Operator op;
-  std::ptrdiff_t length;
+  int level = kNoLevel;
+  ExprKind kind = ExprKind::kChain;
+  Operator op = Operator::kAdd;
+  std::ptrdiff_t length = 0;
 };
 
-std::optional<FoundOperator> OperatorAt(const char* at, const char* end, std::string_view word) {
+FoundOperator OperatorAt(const char* at, const char* end, std::string_view word) {
   if (!word.empty()) {
     if (word == "or") return FoundOperator{kOrLevel, ExprKind::kOr, Operator::kAdd, 2};
     if (word == "and") return FoundOperator{kAndLevel, ExprKind::kAnd, Operator::kAdd, 3};
@@ -87,15 +87,15 @@ Item* Parser::AppendItem(Expr* to, Item* last, Expr* expr, std::uint32_t offset)
   return item;
 }
 
-// An expression whose operators bind at least as tightly as `level`. Operators of one level become
-// one chain, read from left to right.
+// An expression whose operators bind at least as tightly as `level`, from 0. Operators of one level
+// become one chain, read from left to right.
 Expr* Parser::ParseExpression(int level) {
   Expr* left = ParseOperand(level);
   while (true) {
     SkipBlanks();
-    const auto first = OperatorAt(at_, end_, PeekWord());
-    if (!first || first->level < level) return left;
-    Expr* chain = NewExpr(first->kind, Offset());
+    const FoundOperator first = OperatorAt(at_, end_, PeekWord());
+    if (first.level < level) return left;
+    Expr* chain = NewExpr(first.kind, Offset());
     Item* last = nullptr;
     if (chain->kind == ExprKind::kChain) {
       chain->first = left;
@@ -103,13 +103,13 @@ Expr* Parser::ParseExpression(int level) {
     } else {
       last = AppendItem(chain, nullptr, left, left->offset);
     }
-    for (auto op = first; op && op->level == first->level;
+    for (FoundOperator op = first; op.level == first.level;
          SkipBlanks(), op = OperatorAt(at_, end_, PeekWord())) {
       const std::uint32_t offset = Offset();
-      at_ += op->length;
-      Expr* right = ParseExpression(first->level + 1);
+      at_ += op.length;
+      Expr* right = ParseExpression(first.level + 1);
       last = AppendItem(chain, last, right, offset);
-      last->op = op->op;
+      last->op = op.op;
     }
     left = chain;
   }

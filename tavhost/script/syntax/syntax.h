@@ -1,15 +1,19 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "tavhost/base/arena.h"
 
 // The parsed form of a script, between parser and compiler. Nodes are plain, lie in an arena and
 // go with it all at once. Long runs (operators of one level, statements, list items) are chains,
-// never nested, so that the depth of the tree is the depth of the brackets and blocks.
+// never nested, so that the depth of the tree is the depth of the brackets and blocks. The one
+// exception are the links of a path such as `a[0].b[1]`: each has the one before it as `first`.
+// PathOf takes them apart, so that no walk recurses over them.
 namespace script {
 
 template <typename T>
@@ -71,6 +75,23 @@ struct Expr {
   Expr* first = nullptr;
   Item* items = nullptr;
 };
+
+// `links` are the kIndex and kField of an expression, in the order in which they are written, and
+// `root` is what they lead from. An expression of another kind is a root without links.
+struct Path {
+  const Expr* root;
+  std::vector<const Expr*> links;
+};
+
+inline Path PathOf(const Expr* expr) {
+  Path path{expr, {}};
+  const auto isLink = [](const Expr* e) {
+    return e->kind == ExprKind::kIndex || e->kind == ExprKind::kField;
+  };
+  for (; isLink(path.root); path.root = path.root->first) path.links.push_back(path.root);
+  std::reverse(path.links.begin(), path.links.end());
+  return path;
+}
 
 // A value in a command.
 enum class CommandValueKind : std::uint8_t { kNone, kWord, kString, kInteger, kReal, kExpr, kBody };

@@ -166,7 +166,8 @@ INSTANTIATE_TEST_SUITE_P(Brackets, ExpressionNesting,
                          testing::Values(std::pair{"(", ")"}, std::pair{"(1,", ")"},
                                          std::pair{"(a: ", ")"}, std::pair{"f(", ")"},
                                          std::pair{"l[", "]"}, std::pair{"abs(", ")"},
-                                         std::pair{"-(", ")"}, std::pair{"1 + 0 * (", ")"}));
+                                         std::pair{"-(", ")"}, std::pair{"1 + 0 * (", ")"},
+                                         std::pair{"0 or 1 and 0 < 1 + 0 * - (", ")"}));
 
 TEST(Parser, NestsBodiesUpToTheLimit) {
   const auto nested = [](std::size_t depth) {
@@ -185,6 +186,15 @@ TEST(Parser, TakesLongRunsWithoutNesting) {
   EXPECT_EQ(Output("l = (" + Repeated("1,", 100'000) + ")\nprint len(l)"), "100000\n");
   EXPECT_EQ(Output("if 0 { }" + Repeated(" else if 0 { }", 20'000) + " else { print 3 }"), "3\n");
   EXPECT_EQ(Output(Repeated("x = 1\n", 100'000) + "print x"), "1\n");
+  for (const char* link : {"[0]", ".a", "[0].a"}) {
+    const std::string path = Repeated(link, 120'000);
+    EXPECT_NE(Output("l = 5\nprint l" + path).find("an integer has no"), std::string::npos) << link;
+    EXPECT_NE(Output("l = 5\nl" + path + " = 1").find("too many values"), std::string::npos)
+        << link;
+    EXPECT_NE(Output("l = 5\npush(l" + path + ", 1)").find("too many values"), std::string::npos);
+    EXPECT_NE(Output("func f() { return 5 }\nx = f()" + path + "\n").find("an integer has no"),
+              std::string::npos);
+  }
   EXPECT_EQ(Mistake("CMD " +
                     [] {
                       std::string all;
