@@ -1,5 +1,6 @@
 #include "tavhost/app/program.h"
 
+#include <new>
 #include <variant>
 
 #include "tavhost/app/command_line.h"
@@ -7,6 +8,8 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/base/memory_reserve.h"
+#include "tavhost/base/report.h"
 #include "tavhost/loader/validate.h"
 #include "tavhost/lsp/language_server.h"
 
@@ -42,13 +45,23 @@ int RunSubcommand(const CommandLine& line) {
   return kExitUsage;
 }
 
+int RunWithinMemory(const std::vector<std::string>& arguments) {
+  try {
+    const auto parsed = ParseCommandLine(arguments);
+    const int* const done = std::get_if<int>(&parsed);
+    return done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
+  } catch (const std::bad_alloc&) {
+    report::Line("tavhost: out of memory");
+    return kExitScriptError;
+  }
+}
+
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
   PrepareStandardStreams();
-  const auto parsed = ParseCommandLine(arguments);
-  const int* const done = std::get_if<int>(&parsed);
-  const int code = done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
+  memory_reserve::Keep();
+  const int code = RunWithinMemory(arguments);
   if (!FinishOutput() && code == kExitSuccess) return kExitScriptError;
   return code;
 }

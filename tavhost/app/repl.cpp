@@ -1,4 +1,5 @@
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,7 +49,7 @@ class Prompt {
         return ExitCodeOf(stop::Requested());
       }
       if (!line) break;
-      if (!Take(*line)) return exitCode_;
+      if (!TakeWithinMemory(*line)) return exitCode_;
     }
     // The input ended inside a statement: what is wrong with it is told.
     if (!pending_.empty()) RunText(pending_, true);
@@ -68,7 +69,17 @@ class Prompt {
     return true;
   }
 
-  // False when the prompt is left.
+  // False when the prompt is left. Where there is no memory for a line, it is dropped.
+  bool TakeWithinMemory(const std::string& line) {
+    try {
+      return Take(line);
+    } catch (const std::bad_alloc&) {
+      pending_ = {};
+      report::Line("tavhost: out of memory");
+      return true;
+    }
+  }
+
   bool Take(const std::string& line) {
     if (pending_.empty() && TakeOwn(Trimmed(line))) return true;
     const std::string text = pending_ + line + "\n";

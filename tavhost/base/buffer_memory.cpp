@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "tavhost/base/memory_reserve.h"
+
 namespace buffer_memory {
 
 namespace detail {
@@ -11,9 +13,11 @@ constinit thread_local FreeList freeLists[kSmallUpTo / kStep] = {};
 
 void* AllocateAnew(std::size_t bytes) {
   if (bytes <= kSmallUpTo) bytes = (bytes + kStep - 1) / kStep * kStep;
-  void* block = bytes < kHugeFrom ? std::malloc(bytes) : AllocateHuge(bytes);
-  if (!block) throw std::bad_alloc();
-  return block;
+  while (true) {
+    void* const block = bytes < kHugeFrom ? std::malloc(bytes) : AllocateHuge(bytes);
+    if (block) return block;
+    if (!memory_reserve::Release()) throw std::bad_alloc();
+  }
 }
 
 void FreeForGood(void* block, std::size_t bytes) noexcept {

@@ -3,7 +3,10 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
+
+#include "tavhost/base/report.h"
 
 namespace event_loop {
 
@@ -53,7 +56,13 @@ void RunPostedWork() {
   }
   if (work.empty()) return;
   running = true;
-  for (const std::unique_ptr<Work>& piece : work) piece->Run();
+  for (const std::unique_ptr<Work>& piece : work) {
+    try {
+      piece->Run();
+    } catch (const std::bad_alloc&) {
+      report::Line("tavhost: out of memory");
+    }
+  }
   running = false;
   // A wait inside the work may have used up the wake-up of what came meanwhile.
   if (HasPostedWork()) WakeUp();

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "tavhost/base/memory_reserve.h"
+
 // The one queue of the user-interface thread: events of its windows, and work that the host's other
 // threads hand to it.
 namespace event_loop {
@@ -37,7 +39,7 @@ class Work {
 };
 
 // From any thread. The work, anything that can be called, runs in the next ProcessEvents; it must
-// not throw. Takes ownership.
+// not throw, but for want of memory, which ends that piece of work alone. Takes ownership.
 void PostOwned(Work* work);
 
 template <typename F>
@@ -47,6 +49,7 @@ void Post(F work) {
     void Run() override { call(); }
     F call;
   };
+  const memory_reserve::Use reserve;
   PostOwned(new Posted(std::move(work)));
 }
 

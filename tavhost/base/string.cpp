@@ -164,7 +164,14 @@ String& String::Append(const char* data, long length) {
     Buffer* own = Allocate(roomy);
     std::memcpy(own->Data(), buffer_->Data(), static_cast<std::size_t>(oldLength));
     std::memcpy(own->Data() + oldLength, data, static_cast<std::size_t>(length));
-    if (buffer_->IsInHistory()) TextHistory::Follow(buffer_, own);
+    if (buffer_->IsInHistory()) {
+      try {
+        TextHistory::Follow(buffer_, own);
+      } catch (const std::bad_alloc&) {
+        Free(own);
+        throw;
+      }
+    }
     Release();
     buffer_ = own;
   }

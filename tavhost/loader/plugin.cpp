@@ -11,6 +11,7 @@
 #include "host/script/script_result.h"
 #include "host/system/version.h"
 #include "tavhost/base/command_end.h"
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -24,8 +25,10 @@ namespace loader {
 
 namespace {
 
-void SetError(TavScriptResult& result, const char* command, const std::string& text) {
-  const std::string message = std::string(command) + ": " + text;
+void SetError(TavScriptResult& result, const char* command, const char* text,
+              const char* what = "") {
+  const memory_reserve::Use reserve;
+  const std::string message = std::string(command) + ": " + text + what;
   result.SetError(base::StringOf(message));
 }
 
@@ -51,7 +54,7 @@ bool Guarded(const char* command, TavScriptResult& result, CallPlugin callPlugin
   } catch (const std::length_error& error) {
     SetError(result, command, error.what());
   } catch (const std::exception& error) {
-    SetError(result, command, std::string("internal error: ") + error.what());
+    SetError(result, command, "internal error: ", error.what());
   } catch (...) {
     SetError(result, command, "internal error: unknown exception");
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <tl/expected.hpp>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "tavhost/analysis/check.h"
 #include "tavhost/analysis/completion.h"
 #include "tavhost/base/diagnostic.h"
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/lsp/language_document.h"
 #include "tavhost/lsp/language_server_stream.h"
@@ -33,6 +35,7 @@ enum ErrorCode {
   kInvalidRequest = -32600,
   kMethodNotFound = -32601,
   kInvalidParams = -32602,
+  kInternalError = -32603,
   kNotInitialized = -32002,
 };
 
@@ -54,6 +57,28 @@ enum SymbolItemKind { kFunctionSymbol = 12, kVariableSymbol = 13 };
 json ToJson(EditorPlace place) { return {{"line", place.line}, {"character", place.character}}; }
 json ToJson(EditorPlace begin, EditorPlace end) {
   return {{"start", ToJson(begin)}, {"end", ToJson(end)}};
+}
+
+// Whether a message nests deeper than any that means something: copying and writing what was read
+// recurse over it.
+bool IsTooDeep(std::string_view text) {
+  constexpr int kDeepest = 200;
+  int depth = 0;
+  bool inString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char byte = text[i];
+    if (inString) {
+      if (byte == '\\') ++i;
+      inString = byte != '"';
+    } else if (byte == '"') {
+      inString = true;
+    } else if (byte == '[' || byte == '{') {
+      if (++depth > kDeepest) return true;
+    } else if (byte == ']' || byte == '}') {
+      --depth;
+    }
+  }
+  return false;
 }
 
 // The innermost command around a place: the name that its statement begins with.
@@ -109,6 +134,16 @@ class LanguageServer {
  private:
   // False when nobody listens any more.
   bool Take(const std::string& text) {
+    try {
+      return TakeWithinMemory(text);
+    } catch (const std::bad_alloc&) {
+      const memory_reserve::Use reserve;
+      return Fail(nullptr, {kInternalError, "out of memory"});
+    }
+  }
+
+  bool TakeWithinMemory(const std::string& text) {
+    if (IsTooDeep(text)) return Fail(nullptr, {kParseError, "nested too deep"});
     const json message = json::parse(text, nullptr, false);
     if (message.is_discarded()) return Fail(nullptr, {kParseError, "this is no JSON"});
     if (!message.is_object()) return Fail(nullptr, {kInvalidRequest, "this is no request"});

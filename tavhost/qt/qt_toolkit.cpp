@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/remembered_sizes.h"
@@ -52,13 +53,28 @@ void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
   reportLine("tavhost: " + message.toStdString());
 }
 
+// Want of memory ends what an event was about, not the program: nothing may be thrown through Qt.
+class Application final : public QApplication {
+ public:
+  using QApplication::QApplication;
+
+  bool notify(QObject* receiver, QEvent* event) override {
+    try {
+      return QApplication::notify(receiver, event);
+    } catch (const std::bad_alloc&) {
+      reportLine("tavhost: out of memory");
+      return false;
+    }
+  }
+};
+
 std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   reportLine = host.reportLine;
   qInstallMessageHandler(TakeQtMessage);
   if (!HasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
-  auto application = std::make_unique<QApplication>(argumentCount, arguments);
+  auto application = std::make_unique<Application>(argumentCount, arguments);
   application->setApplicationName(QStringLiteral("tavhost"));
   application->setQuitOnLastWindowClosed(false);
   QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));

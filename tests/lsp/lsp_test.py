@@ -308,6 +308,10 @@ class LanguageServerTest(unittest.TestCase):
         self.assertEqual(self.client.receive()["error"]["code"], -32700)
         self.client.send(b"[" * 100000)
         self.assertEqual(self.client.receive()["error"]["code"], -32700)
+        deep = b"[" * 100000 + b"]" * 100000
+        for body in (b'{"id":%s,"method":"x"}' % deep, b'{"id":1,"method":"x","params":%s}' % deep):
+            self.client.send(body)
+            self.assertEqual(self.client.receive()["error"]["code"], -32700)
         self.client.send(b"")
         self.assertEqual(self.client.receive()["error"]["code"], -32700)
         for body in (b"5", b"[]", b"null", b'{"id":1}', b'{"id":1,"method":7}'):
@@ -332,6 +336,12 @@ class LanguageServerTest(unittest.TestCase):
         self.open("".join(f'x{i} = {i}; QUERYBOX "?" yes-no; print endbutton, x{i}\n'
                           for i in range(5000)))
         self.assertEqual(self.client.diagnostics[self.uri], [])
+
+    def test_a_path_of_many_links(self):
+        self.begin()
+        self.open("t = 1\nx = t" + "[0]" * 120_000 + "\ny = t" + ".a" * 120_000 + "\n")
+        self.assertEqual(self.client.diagnostics[self.uri], [])
+        self.client.result("textDocument/documentSymbol", {"textDocument": {"uri": self.uri}})
 
 
 class ExtensionTest(unittest.TestCase):
