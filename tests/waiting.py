@@ -42,5 +42,8 @@ class Mark:
         self.path = os.path.join(folder, "mark")
         self.command = f'FWRITE file:"{self.path}" text:"here"\n'
 
+    def remove(self):
+        os.remove(self.path)
+
     def wait(self):
         until(lambda: os.path.exists(self.path), "the script writes its mark")

@@ -51,11 +51,9 @@ inline std::string_view EscapeOf(char byte, char (&room)[4], const char* hexDigi
   return {room, 4};
 }
 
-// Appends the KEL literal of a text, quotes included, to an SV::String or a std::string. Reads back
-// to the same bytes.
+// Appends what stands between the quotes of a literal: piece by piece it is the same as at once.
 template <typename Out>
-void AppendLiteral(Out& out, std::string_view text, const char* hexDigits = kLowerHex) {
-  detail::Put(out, "\"");
+void AppendEscaped(Out& out, std::string_view text, const char* hexDigits = kLowerHex) {
   const char* plain = text.data();
   const char* const end = plain + text.size();
   for (const char* at = plain; at != end; ++at) {
@@ -66,6 +64,14 @@ void AppendLiteral(Out& out, std::string_view text, const char* hexDigits = kLow
     plain = at + 1;
   }
   detail::Put(out, {plain, static_cast<std::size_t>(end - plain)});
+}
+
+// Appends the KEL literal of a text, quotes included, to an SV::String or a std::string. Reads back
+// to the same bytes.
+template <typename Out>
+void AppendLiteral(Out& out, std::string_view text, const char* hexDigits = kLowerHex) {
+  detail::Put(out, "\"");
+  AppendEscaped(out, text, hexDigits);
   detail::Put(out, "\"");
 }
 

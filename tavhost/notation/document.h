@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "host/base/string.h"
 #include "tavhost/base/arena.h"
 #include "tavhost/base/memory_budget.h"
 #include "tavhost/base/result.h"
+#include "tavhost/base/work_meter.h"
 #include "tavhost/notation/element.h"
 #include "tavhost/notation/table.h"
 
@@ -16,9 +18,14 @@ namespace kel {
 class Document {
  public:
   // Fails when the text is no KEL or there is no memory for its tables. The error has a line and a
-  // column, and says what was expected there and what was found.
-  static base::Result<std::shared_ptr<const Document>> Parse(
-      const SV::String& text, std::size_t tableBytes = kTableBytes) noexcept;
+  // column, and says what was expected there and what was found. Nothing is thrown, but for the
+  // stop that a meter tells of.
+  static base::Result<std::shared_ptr<const Document>> Parse(const SV::String& text,
+                                                             std::size_t tableBytes = kTableBytes,
+                                                             base::WorkMeter* meter = nullptr);
+
+  // The message of the error that there is no memory.
+  static constexpr std::string_view kNoMemory = "the text is too large for the memory there is";
 
   // What the tables of one text may take: twice what 1 GiB of records needs.
   static constexpr std::size_t kTableBytes = std::size_t{4} << 30;

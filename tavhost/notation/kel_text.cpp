@@ -1,5 +1,6 @@
 #include "tavhost/notation/kel_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -57,7 +58,7 @@ char* WriteShortDecimal(double real, char* room) {
 // Writes values and operands; what is still to be written of open containers lies on a stack.
 class Writer {
  public:
-  explicit Writer(SV::String& out) : out_(out) {}
+  explicit Writer(SV::String& out, base::WorkMeter* meter = nullptr) : out_(out), meter_(meter) {}
 
   // kRaw: a text's bytes as they are, the inside of a list or record; kQuoted: likewise, but a text
   // as its literal; kKel: as KEL that reads back, lists and records in their parentheses. What lies
@@ -98,6 +99,7 @@ class Writer {
         continue;
       }
       WriteNext(rest.what, rest.first, rest.next++);
+      if (meter_) meter_->Did(1);
     }
   }
 
@@ -172,8 +174,16 @@ class Writer {
     const bool bare = form == Form::kRaw || (kind == TavKelWord && IsName(text));
     if (bare) {
       Put(out_, text);
-    } else {
+    } else if (!meter_) {
       base::AppendLiteral(out_, text);
+    } else {
+      Put(out_, "\"");
+      for (; !text.empty(); text.remove_prefix(std::min(text.size(), meter_->kPiece))) {
+        const std::string_view piece = text.substr(0, meter_->kPiece);
+        base::AppendEscaped(out_, piece);
+        meter_->DidBytes(piece.size());
+      }
+      Put(out_, "\"");
     }
   }
 
@@ -235,6 +245,7 @@ class Writer {
   }
 
   SV::String& out_;
+  base::WorkMeter* meter_;  // not owned; null: nobody asks
   std::vector<Rest> rests_;
 };
 
@@ -282,12 +293,12 @@ char* WriteReal(double real, char* room) noexcept {
   return end;
 }
 
-void AppendText(SV::String& out, const Value& value, bool quoted) {
-  Writer(out).Write(value, quoted ? Writer::Form::kQuoted : Writer::Form::kRaw);
+void AppendText(SV::String& out, const Value& value, bool quoted, base::WorkMeter* meter) {
+  Writer(out, meter).Write(value, quoted ? Writer::Form::kQuoted : Writer::Form::kRaw);
 }
 
-void AppendKel(SV::String& out, const Value& value) {
-  Writer(out).Write(value, Writer::Form::kKel);
+void AppendKel(SV::String& out, const Value& value, base::WorkMeter* meter) {
+  Writer(out, meter).Write(value, Writer::Form::kKel);
 }
 
 void AppendText(SV::String& out, const Operand& operand) {

@@ -86,7 +86,8 @@ Operand Borrow(const Value& value) {
   return operand;
 }
 
-Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner) {
+Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& owner,
+              base::WorkMeter* meter) {
   Value result = Shallow(operand, owner);
   std::vector<Unfilled> unfilled;
   const auto fillLater = [&unfilled](const Operand& from, Value& to) {
@@ -104,6 +105,7 @@ Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& own
       for (std::uint32_t i = 0; i < from->length; ++i) {
         items[i] = Shallow(from->items[i], owner);
         fillLater(from->items[i], items[i]);
+        if (meter) meter->Did(1);
       }
     } else {
       auto& fields = to->MutableRecord().fields;
@@ -113,6 +115,7 @@ Value ToValue(const Operand& operand, const std::shared_ptr<const Document>& own
         fields[i].name = SV::String(field.name, static_cast<long>(field.nameLength));
         fields[i].value = Shallow(field.operand, owner);
         fillLater(field.operand, fields[i].value);
+        if (meter) meter->Did(1);
       }
     }
   }

@@ -41,8 +41,9 @@ bool IsContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 
 
 }  // namespace
 
-TextParser::TextParser(Document& document)
+TextParser::TextParser(Document& document, base::WorkMeter* meter)
     : document_(document),
+      meter_(meter),
       begin_(document.text_.GetStr()),
       end_(begin_ + document.text_.Len()),
       at_(begin_),
@@ -80,6 +81,7 @@ TextParser::Step TextParser::ContinueBody(bool inside) {
   const char* at = at_;
   while (true) {
     if (!inside) {
+      Worked();
       at = SkipSeparators(at);
       const char* const nameEnd = ScanName(at, end_);
       if (nameEnd == at) return EndBody(at);
@@ -90,6 +92,7 @@ TextParser::Step TextParser::ContinueBody(bool inside) {
     while (true) {
       at = SkipBlanks(at);
       if (IsNameStart(*at)) {
+        Worked();
         const char* const nameEnd = ScanName(at, end_);
         Attribute& attribute = attributes_.Push();
         attribute.name = at;
@@ -157,6 +160,7 @@ const char* TextParser::ReadMain(const char* at) {
 TextParser::Step TextParser::ContinueParentheses(bool inside) {
   const char* at = at_;
   while (true) {
+    Worked();
     at = SkipSpace(at);
     const Kind kind = frames_.Last().kind;
     if (inside) {
@@ -392,6 +396,7 @@ const Attribute* TextParser::FindRepeatedOfMany(const Attribute* first, std::siz
   std::uint32_t* const table = nameSlots_.Data();
   std::fill_n(table, slots, 0u);
   for (std::size_t i = 0; i < count; ++i) {
+    Worked();
     const std::string_view name = first[i].Name();
     std::size_t slot = std::hash<std::string_view>()(name) & (slots - 1);
     for (; table[slot] != 0; slot = (slot + 1) & (slots - 1)) {

@@ -14,11 +14,12 @@ namespace kel {
 // own, never on the C++ stack; a table is copied into the document when it is complete.
 class TextParser {
  public:
-  explicit TextParser(Document& document);
+  // Works under the meter, if there is one.
+  TextParser(Document& document, base::WorkMeter* meter);
   TextParser(const TextParser&) = delete;
   TextParser& operator=(const TextParser&) = delete;
 
-  // Fails when the text is no KEL. Throws std::bad_alloc.
+  // Fails when the text is no KEL. Throws std::bad_alloc, and what the meter throws.
   base::Result<void> Run();
 
  private:
@@ -66,6 +67,10 @@ class TextParser {
   const Attribute* FindRepeated(std::size_t base);
   const Attribute* FindRepeatedOfMany(const Attribute* first, std::size_t count);
   void Foresee();
+  void Worked() {
+    if (meter_) [[unlikely]]
+      meter_->Did(1);
+  }
 
   const char* SkipBlanks(const char* at) const {  // what may stand between the words of an element
     if (*at == ' ') ++at;
@@ -83,6 +88,7 @@ class TextParser {
   bool HasByteOrderMark() const;
 
   Document& document_;
+  base::WorkMeter* const meter_;  // not owned
   base::Error error_;
   const char* const begin_;
   const char* const end_;  // a NUL stands here, so that reading one byte ahead is always possible

@@ -7,11 +7,13 @@
 #include "host/script/script_result.h"
 #include "tavhost/base/coarse_clock.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/parser_access.h"
-#include "tavhost/script/operations.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/ports/ports.h"
+#include "tavhost/script/syntax/syntax.h"
 
 namespace script {
 
@@ -26,6 +28,7 @@ constexpr std::uint32_t kEventsEvery = 8;
 constexpr char kFinishedCommand[] = "INTERNAL_TAVSCRIPT_FINISHED";
 
 void SendFinished() {
+  const memory_reserve::Use reserve;
   kel::Element element;
   element.name = kFinishedCommand;
   element.nameLength = sizeof kFinishedCommand - 1;
@@ -37,6 +40,32 @@ void SendFinished() {
     // A stop that comes now, while what the script left behind is being released, comes too late to
     // change anything.
   }
+}
+
+// Short enough to need no memory where a message is kept.
+constexpr char kNoMemory[] = "out of memory";
+
+std::string TooDeepText() {
+  return "calls are nested deeper than " + std::to_string(Engine::kMaxDepth) + " levels";
+}
+
+void Say(ScriptError& error, const char* text) noexcept {
+  const memory_reserve::Use reserve;
+  try {
+    error.message = text;
+  } catch (const std::bad_alloc&) {
+    error.message = kNoMemory;
+  }
+}
+
+// A run that ended in an error. Where a line is so long that there is no memory for the error with
+// it, its place and words stand alone.
+Outcome ErrorOutcome(const Source& source, std::uint32_t offset, const std::string& message) {
+  const memory_reserve::Use reserve;
+  Outcome outcome;
+  outcome.exitType = TavScriptExitError;
+  outcome.error = source.DescribeInAnyCase(offset, message);
+  return outcome;
 }
 
 kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
@@ -64,17 +93,19 @@ Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::Ta
 
 bool Engine::Begin(const RunOptions& options) {
   if (running_) return false;
-  running_ = true;
-  sinks_ = options.sinks;
-  step_ = options.step;
-  lastEvents_ = base::CoarseMilliseconds();
-  kel::Scope& globals = kel::Scope::Of(GlobalVariables());
-  globals.Clear();
+  Sinks sinks = options.sinks;
+  std::function<void(const StepPlace&)> step = options.step;
   kel::Value args = kel::Value::List();
   for (const std::string& argument : options.args) {
     args.MutableList().items.push_back(TextValue(argument));
   }
+  kel::Scope& globals = kel::Scope::Of(GlobalVariables());
+  globals.Clear();
   globals.Set("args", std::move(args));
+  sinks_ = std::move(sinks);
+  step_ = std::move(step);
+  lastEvents_ = base::CoarseMilliseconds();
+  running_ = true;
   return true;
 }
 
@@ -84,7 +115,7 @@ void Engine::End() {
   SendFinished();
   running_ = false;
   functions_.clear();
-  ForgetText();
+  ForgetTexts();
   sinks_ = {};
   step_ = {};
 }
@@ -104,6 +135,7 @@ void Engine::Print(std::string_view text) {
 }
 
 void Engine::ReportError(std::string_view text) {
+  const memory_reserve::Use reserve;
   if (sinks_.error) {
     sinks_.error(text);
   } else {
@@ -147,9 +179,7 @@ void Engine::ForEachLocal(
 
 void Engine::PushCall(const Program* program, const Function* callee, kel::Value* arguments,
                       std::uint32_t count, std::uint32_t result) {
-  if (depth_ > kMaxDepth) {
-    throw ScriptError("calls are nested deeper than " + std::to_string(kMaxDepth) + " levels");
-  }
+  if (depth_ > kMaxDepth) throw ScriptError(TooDeepText());
   Frame& frame = frames_[depth_];
   frame.registers = registers_.Take(callee->registers);
   for (std::uint32_t i = 0; i < count; ++i) frame.registers[i].Swap(arguments[i]);
@@ -172,24 +202,33 @@ void Engine::PopFrame() noexcept {
   registers_.GiveBack(frame.registers, frame.function->registers);
 }
 
-Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) {
-  Outcome outcome;
-  const std::uint32_t base = depth_;
-  const Function& top = *program->functions.front();
-  if (depth_ > kMaxDepth) {
-    outcome.exitType = TavScriptExitError;
-    outcome.error = program->source.Describe(
-        0, "calls are nested deeper than " + std::to_string(kMaxDepth) + " levels");
-    return outcome;
-  }
+void Engine::PushTop(const Program& program, kel::Scope& scope) {
+  const Function& top = *program.functions.front();
   Frame& frame = frames_[depth_];
-  frame.registers = registers_.Take(top.registers);
-  frame.program = program.get();
+  kel::Value* const registers = registers_.Take(top.registers);
+  try {
+    scope.Attach(top.layout, registers);
+  } catch (...) {
+    registers_.GiveBack(registers, top.registers);
+    throw;
+  }
+  frame.registers = registers;
+  frame.program = &program;
   frame.function = &top;
   frame.next = top.code.data();
   frame.scope = &scope;
-  scope.Attach(top.layout, frame.registers);
   ++depth_;
+}
+
+Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) {
+  Outcome outcome;
+  const std::uint32_t base = depth_;
+  if (depth_ > kMaxDepth) return ErrorOutcome(program->source, 0, TooDeepText());
+  try {
+    PushTop(*program, scope);
+  } catch (const std::bad_alloc&) {
+    return ErrorOutcome(program->source, 0, kNoMemory);
+  }
   while (true) {
     ScriptError error{{}};
     try {
@@ -204,16 +243,18 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
       outcome.exitType = TavScriptExitStop;
       outcome.stopReason = stop::Requested();
     } catch (const std::length_error&) {
-      error.message = "the text is longer than 2147483647 bytes";
+      Say(error, "the text is longer than 2147483647 bytes");
     } catch (const std::bad_alloc&) {
-      error.message = "out of memory";
+      Say(error, kNoMemory);
     } catch (const std::exception& other) {
-      error.message = other.what();
+      Say(error, other.what());
     }
     if (outcome.exitType != TavScriptExitEnd) {
       while (depth_ > base) PopFrame();
       return outcome;
     }
+    const memory_reserve::Use reserve;
+    if (error.message == kNoMemory) ForgetTexts();
     if (!Catch(error, base)) return Uncaught(error, base);
   }
 }
@@ -246,18 +287,25 @@ kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) con
 }
 
 // Finds the innermost `catch` around the error, in the frame where it arose or one of its callers,
-// and makes the run go on there. False when there is none.
+// and makes the run go on there. False when there is none. An error too long for what memory there
+// is becomes the error that there is none.
 bool Engine::Catch(const ScriptError& error, std::uint32_t base) {
-  const Frame& origin = frames_[depth_ - 1];
   for (std::uint32_t level = depth_; level > base; --level) {
     Frame& frame = frames_[level - 1];
     const auto at = static_cast<std::uint32_t>(frame.next - frame.function->code.data()) - 1;
     for (const Handler& handler : frame.function->handlers) {
       if (at < handler.begin || at >= handler.end) continue;
-      kel::Value record = ErrorRecord(origin, error);
+      try {
+        kel::Value record = ErrorRecord(frames_[depth_ - 1], error);
+        if (handler.slot != kNoSlot) Store(frame, handler.slot, std::move(record));
+      } catch (const std::bad_alloc&) {
+        if (error.message == kNoMemory) return false;
+        ScriptError shorter(kNoMemory, error.part);
+        shorter.offset = error.offset;
+        return Catch(shorter, base);
+      }
       while (depth_ > level) PopFrame();
       frame.next = frame.function->code.data() + handler.target;
-      if (handler.slot != kNoSlot) Store(frame, handler.slot, std::move(record));
       return true;
     }
   }
@@ -278,9 +326,7 @@ Outcome Engine::Uncaught(const ScriptError& error, std::uint32_t base) {
                                               hasFile ? file->Text().View() : std::string_view());
     }
   }
-  Outcome outcome;
-  outcome.exitType = TavScriptExitError;
-  outcome.error = frame.program->source.Describe(offset, error.message);
+  Outcome outcome = ErrorOutcome(frame.program->source, offset, error.message);
   while (depth_ > base) PopFrame();
   return outcome;
 }

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "host/script/script.h"
+#include "tavhost/base/work_meter.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/register_stack.h"
@@ -19,17 +20,15 @@ namespace script {
 class ScriptPort;
 
 // Runs compiled texts. There is one engine: the outermost script and the texts that it executes
-// share its limits, its stop request and its output. On the user-interface thread only.
-class Engine {
+// share its limits, its stop request and its output; all work that runs for them is told to it. On
+// the user-interface thread only.
+class Engine final : public base::WorkMeter {
  public:
   // Calls inside one another, texts run by EXECUTE included. Deep enough for what a person
   // writes, and far from the end of the machine's stack.
   static constexpr std::uint32_t kMaxDepth = 200;
 
   static Engine& Current();
-
-  Engine(const Engine&) = delete;
-  Engine& operator=(const Engine&) = delete;
 
   // Runs a text's top level in a scope, and returns when it has ended, in whatever way: nothing
   // that the script throws leaves it. May be called inside a run, by a command that executes a
@@ -53,13 +52,6 @@ class Engine {
   void ReportError(std::string_view text);
   // The next line of standard input without its end; false when there is no more.
   bool ReadLine(std::string& line);
-
-  // Takes note of work that no loop's end or call makes visible, such as copying a long text, so
-  // that clock and stop request are looked at in time. A unit is about one round of a small loop.
-  void Charge(std::size_t work) noexcept { budget_ -= static_cast<std::int64_t>(work); }
-  void PollIfDue() {
-    if (budget_ <= 0) Poll();
-  }
 
  private:
   // A call that is going on, or a text's top level.
@@ -86,10 +78,11 @@ class Engine {
 
   // engine.cpp. Poll is for when the budget is used up; the other looks at the stop request in any
   // case, and lets events through when it is time.
-  void Poll();
+  void Poll() override;
   void PollAroundCommand();
   void Step(std::uint32_t line);
   void PopFrame() noexcept;
+  void PushTop(const Program& program, kel::Scope& scope);
   void PushCall(const Program* program, const Function* callee, kel::Value* arguments,
                 std::uint32_t count, std::uint32_t result);
   // Errors of frames from `base` on: goes on at the innermost `catch`, or ends the run.
@@ -133,7 +126,6 @@ class Engine {
   std::unique_ptr<Frame[]> frames_;  // kMaxDepth + 1; none ever moves
   std::uint32_t depth_ = 0;          // frames in use
   RegisterStack registers_;
-  std::int64_t budget_ = 0;       // rounds left until the next look at clock and stop request
   std::uint32_t lastEvents_ = 0;  // when events were let through last, by the coarse clock
   bool running_ = false;
   Sinks sinks_;

@@ -57,43 +57,43 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
 
 // `integer` adds, subtracts or multiplies and tells whether the result did not fit; results that do
 // not fit, and reals that are not finite, are errors, which Arithmetic words.
-#define ARITHMETIC(code, op, integer, real)                                             \
-  CASE(code) {                                                                          \
-    const Value& left = RB;                                                             \
-    const Value& right = RC;                                                            \
-    std::int32_t result;                                                                \
-    if (AreIntegers(left, right) && !integer(left.Integer(), right.Integer(), &result)) \
-        [[likely]] {                                                                    \
-      RA.SetInteger(result);                                                            \
-    } else if (AreReals(left, right) && std::isfinite(left.Real() real right.Real())) { \
-      RA.SetReal(left.Real() real right.Real());                                        \
-    } else {                                                                            \
-      SAVE;                                                                             \
-      RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft),                            \
-                      Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight));  \
-    }                                                                                   \
-    NEXT;                                                                               \
+#define ARITHMETIC(code, op, integer, real)                                                   \
+  CASE(code) {                                                                                \
+    const Value& left = RB;                                                                   \
+    const Value& right = RC;                                                                  \
+    std::int32_t result;                                                                      \
+    if (AreIntegers(left, right) && !integer(left.Integer(), right.Integer(), &result))       \
+        [[likely]] {                                                                          \
+      RA.SetInteger(result);                                                                  \
+    } else if (AreReals(left, right) && std::isfinite(left.Real() real right.Real())) {       \
+      RA.SetReal(left.Real() real right.Real());                                              \
+    } else {                                                                                  \
+      SAVE;                                                                                   \
+      RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft),                                  \
+                      Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight), *this); \
+    }                                                                                         \
+    NEXT;                                                                                     \
   }
 
-#define SLOW_ARITHMETIC(code, op)                                                    \
-  CASE(code) {                                                                       \
-    SAVE;                                                                            \
-    RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft),                           \
-                    Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight)); \
-    NEXT;                                                                            \
+#define SLOW_ARITHMETIC(code, op)                                                           \
+  CASE(code) {                                                                              \
+    SAVE;                                                                                   \
+    RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft),                                  \
+                    Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight), *this); \
+    NEXT;                                                                                   \
   }
 
-#define NUMBER_ARITHMETIC(code, op, integer)                                       \
-  CASE(code) {                                                                     \
-    const Value& left = RB;                                                        \
-    std::int32_t result;                                                           \
-    if (IsInteger(left) && !integer(left.Integer(), COf(i), &result)) [[likely]] { \
-      RA.SetInteger(result);                                                       \
-    } else {                                                                       \
-      SAVE;                                                                        \
-      RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft), Value(COf(i)));       \
-    }                                                                              \
-    NEXT;                                                                          \
+#define NUMBER_ARITHMETIC(code, op, integer)                                        \
+  CASE(code) {                                                                      \
+    const Value& left = RB;                                                         \
+    std::int32_t result;                                                            \
+    if (IsInteger(left) && !integer(left.Integer(), COf(i), &result)) [[likely]] {  \
+      RA.SetInteger(result);                                                        \
+    } else {                                                                        \
+      SAVE;                                                                         \
+      RA = Arithmetic(op, Read(*frame, BOf(i), Part::kLeft), Value(COf(i)), *this); \
+    }                                                                               \
+    NEXT;                                                                           \
   }
 
 // Integers and reals are compared here, all else by Compare. `slowRight` stands for its two
@@ -101,56 +101,56 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
 #define HOLDS(op, compare, leftPart, right, slowRight)                       \
   (AreIntegers(leftPart, right) ? leftPart.Integer() compare right.Integer() \
    : AreReals(leftPart, right)  ? leftPart.Real() compare right.Real()       \
-                                : (SAVE, Compare(op, slowRight)))
+                                : (SAVE, Compare(op, slowRight, *this)))
 
-#define COMPARISON(name, op, compare)                                                         \
-  CASE(k##name) {                                                                             \
-    const Value& left = RB;                                                                   \
-    const Value& right = RC;                                                                  \
-    RA.SetInteger(HOLDS(op, compare, left, right,                                             \
-                        Read(*frame, BOf(i), Part::kLeft) COMMA Read(                         \
-                            *frame, static_cast<std::uint32_t>(COf(i)), Part::kRight)));      \
-    NEXT;                                                                                     \
-  }                                                                                           \
-  CASE(kUnless##name) {                                                                       \
-    const Value& left = RA;                                                                   \
-    const Value& right = RB;                                                                  \
-    if (!HOLDS(op, compare, left, right,                                                      \
-               Read(*frame, AOf(i), Part::kLeft) COMMA Read(*frame, BOf(i), Part::kRight))) { \
-      pc += COf(i);                                                                           \
-    }                                                                                         \
-    NEXT;                                                                                     \
-  }                                                                                           \
-  CASE(kRepeatIf##name) {                                                                     \
-    const Value& left = RA;                                                                   \
-    const Value& right = RB;                                                                  \
-    if (HOLDS(op, compare, left, right,                                                       \
-              Read(*frame, AOf(i), Part::kLeft) COMMA Read(*frame, BOf(i), Part::kRight))) {  \
-      pc += COf(i);                                                                           \
-      POLL;                                                                                   \
-    }                                                                                         \
-    NEXT;                                                                                     \
-  }                                                                                           \
-  CASE(kUnless##name##Number) {                                                               \
-    const Value& left = RA;                                                                   \
-    const bool holds =                                                                        \
-        IsInteger(left)                                                                       \
-            ? left.Integer() compare SignedBOf(i)                                             \
-            : (SAVE, Compare(op, Read(*frame, AOf(i), Part::kLeft), Value(SignedBOf(i))));    \
-    if (!holds) pc += COf(i);                                                                 \
-    NEXT;                                                                                     \
-  }                                                                                           \
-  CASE(kRepeatIf##name##Number) {                                                             \
-    const Value& left = RA;                                                                   \
-    const bool holds =                                                                        \
-        IsInteger(left)                                                                       \
-            ? left.Integer() compare SignedBOf(i)                                             \
-            : (SAVE, Compare(op, Read(*frame, AOf(i), Part::kLeft), Value(SignedBOf(i))));    \
-    if (holds) {                                                                              \
-      pc += COf(i);                                                                           \
-      POLL;                                                                                   \
-    }                                                                                         \
-    NEXT;                                                                                     \
+#define COMPARISON(name, op, compare)                                                             \
+  CASE(k##name) {                                                                                 \
+    const Value& left = RB;                                                                       \
+    const Value& right = RC;                                                                      \
+    RA.SetInteger(HOLDS(op, compare, left, right,                                                 \
+                        Read(*frame, BOf(i), Part::kLeft) COMMA Read(                             \
+                            *frame, static_cast<std::uint32_t>(COf(i)), Part::kRight)));          \
+    NEXT;                                                                                         \
+  }                                                                                               \
+  CASE(kUnless##name) {                                                                           \
+    const Value& left = RA;                                                                       \
+    const Value& right = RB;                                                                      \
+    if (!HOLDS(op, compare, left, right,                                                          \
+               Read(*frame, AOf(i), Part::kLeft) COMMA Read(*frame, BOf(i), Part::kRight))) {     \
+      pc += COf(i);                                                                               \
+    }                                                                                             \
+    NEXT;                                                                                         \
+  }                                                                                               \
+  CASE(kRepeatIf##name) {                                                                         \
+    const Value& left = RA;                                                                       \
+    const Value& right = RB;                                                                      \
+    if (HOLDS(op, compare, left, right,                                                           \
+              Read(*frame, AOf(i), Part::kLeft) COMMA Read(*frame, BOf(i), Part::kRight))) {      \
+      pc += COf(i);                                                                               \
+      POLL;                                                                                       \
+    }                                                                                             \
+    NEXT;                                                                                         \
+  }                                                                                               \
+  CASE(kUnless##name##Number) {                                                                   \
+    const Value& left = RA;                                                                       \
+    const bool holds =                                                                            \
+        IsInteger(left)                                                                           \
+            ? left.Integer() compare SignedBOf(i)                                                 \
+            : (SAVE, Compare(op, Read(*frame, AOf(i), Part::kLeft), Value(SignedBOf(i)), *this)); \
+    if (!holds) pc += COf(i);                                                                     \
+    NEXT;                                                                                         \
+  }                                                                                               \
+  CASE(kRepeatIf##name##Number) {                                                                 \
+    const Value& left = RA;                                                                       \
+    const bool holds =                                                                            \
+        IsInteger(left)                                                                           \
+            ? left.Integer() compare SignedBOf(i)                                                 \
+            : (SAVE, Compare(op, Read(*frame, AOf(i), Part::kLeft), Value(SignedBOf(i)), *this)); \
+    if (holds) {                                                                                  \
+      pc += COf(i);                                                                               \
+      POLL;                                                                                       \
+    }                                                                                             \
+    NEXT;                                                                                         \
   }
 #define COMMA ,
 
@@ -233,7 +233,7 @@ void Engine::Interpret(std::uint32_t base) {
     } else {
       SAVE;
       RA = Arithmetic(Operator::kModulo, Read(*frame, BOf(i), Part::kLeft),
-                      Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight));
+                      Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight), *this);
     }
     NEXT;
   }
@@ -250,6 +250,7 @@ void Engine::Interpret(std::uint32_t base) {
     } else if (left.Kind() == TavKelString && right.Kind() == TavKelString) {
       SAVE;
       left.MutableText().Append(right.Text().GetStr(), right.Text().Len());
+      ChargeBytes(right.Text().View().size());
     } else {
       SAVE;
       AddTo(*frame, AOf(i), &Read(*frame, BOf(i), Part::kRight), 1);
@@ -274,6 +275,7 @@ void Engine::Interpret(std::uint32_t base) {
     SAVE;
     if (left.Kind() == TavKelString) {
       left.MutableText().Append(text.Text().GetStr(), text.Text().Len());
+      ChargeBytes(text.Text().View().size());
     } else {
       AddTo(*frame, AOf(i), &text, 1);
     }
@@ -413,6 +415,7 @@ void Engine::Interpret(std::uint32_t base) {
   }
 
   CASE(kList) {
+    SAVE;
     RA = Value::List();
     NEXT;
   }
@@ -422,6 +425,7 @@ void Engine::Interpret(std::uint32_t base) {
     NEXT;
   }
   CASE(kRecord) {
+    SAVE;
     RA = Value::Record();
     NEXT;
   }
@@ -434,7 +438,7 @@ void Engine::Interpret(std::uint32_t base) {
   CASE(kIndex) {
     SAVE;
     RA = Index(Read(*frame, BOf(i), Part::kLeft),
-               Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight));
+               Read(*frame, static_cast<std::uint32_t>(COf(i)), Part::kRight), *this);
     NEXT;
   }
   CASE(kField) {

@@ -7,6 +7,7 @@
 
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/kind_word.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/script_error.h"
 
 namespace script {
@@ -115,40 +116,14 @@ bool Holds(Operator op, const T& left, const T& right) {
   }
 }
 
-bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-// What is known of the text whose code points were counted last. Scripts go through a text position
-// by position, and counting from its start each time would take time without end. It shares the
-// text's buffer, so that nobody can change that text in its place unseen. Short texts are simply
-// counted anew.
-struct LastText {
-  SV::String text;
-  std::int32_t codePoints = -1;
-  std::int32_t codePoint = 0;  // a place in it ...
-  std::size_t byte = 0;        // ... and where that begins
-};
-LastText lastText;
-constexpr long kShortText = 64;
-
-void Remember(const SV::String& text) {
-  if (lastText.text.GetStr() == text.GetStr() && lastText.text.Len() == text.Len()) return;
-  lastText = {text};
-}
-
-// Bytes at the start of a text that continue no character (such a text is no UTF-8) count as one
-// code point together.
-std::int32_t CountCodePoints(std::string_view text) {
-  const auto starts =
-      std::count_if(text.begin(), text.end(), [](char byte) { return !IsContinuation(byte); });
-  const bool beginsAmiss = !text.empty() && IsContinuation(text.front());
-  return static_cast<std::int32_t>(starts) + beginsAmiss;
-}
-
-bool ScalarsAreEqual(const Value& left, const Value& right) {
+bool ScalarsAreEqual(const Value& left, const Value& right, base::WorkMeter& meter) {
   if (IsNumber(left) && IsNumber(right)) return AsReal(left) == AsReal(right);
   if (left.Kind() != right.Kind()) return false;
-  if (left.IsText()) return left.Text() == right.Text();
-  if (left.Kind() == TavKelBody) return Shown(left) == Shown(right);
+  if (left.IsText()) {
+    meter.ChargeBytes(std::min(left.Text().View().size(), right.Text().View().size()));
+    return left.Text() == right.Text();
+  }
+  if (left.Kind() == TavKelBody) return Shown(left, meter) == Shown(right, meter);
   return left.IsNone();
 }
 
@@ -211,15 +186,15 @@ Value RealValue(double number) {
   return Value(number);
 }
 
-Value Arithmetic(Operator op, const Value& left, const Value& right) {
+Value Arithmetic(Operator op, const Value& left, const Value& right, base::WorkMeter& meter) {
   if (left.Kind() == TavKelInteger && right.Kind() == TavKelInteger) {
     return IntegerArithmetic(op, left.Integer(), right.Integer());
   }
   if (IsNumber(left) && IsNumber(right)) return RealArithmetic(op, AsReal(left), AsReal(right));
   if (op == Operator::kAdd && (left.IsText() || right.IsText())) {
     SV::String text;
-    AppendShown(text, left);
-    AppendShown(text, right);
+    AppendShown(text, left, meter);
+    AppendShown(text, right, meter);
     return Value(std::move(text));
   }
   FailKinds(op, left, right);
@@ -231,46 +206,68 @@ Value Negated(const Value& value) {
   throw ScriptError(std::string("cannot negate ") + KindWord(value), Part::kLeft);
 }
 
-// Pairs that are still to be compared lie on a stack: the depth of a value costs no C++ stack.
-bool AreEqual(const Value& left, const Value& right) {
-  std::vector<std::pair<const Value*, const Value*>> open{{&left, &right}};
-  while (!open.empty()) {
-    const auto [a, b] = open.back();
-    open.pop_back();
-    if (a->Kind() == TavKelList && b->Kind() == TavKelList) {
-      const auto& x = a->AsList().items;
-      const auto& y = b->AsList().items;
-      if (&x == &y) continue;
+// Lists and records that are being compared lie on a stack: the depth of a value costs no C++
+// stack. What both sides share is equal without a look. Two values that hold their parts many times
+// over, each in storage of its own, can take any time all the same.
+bool AreEqual(const Value& left, const Value& right, base::WorkMeter& meter) {
+  struct Pair {
+    const Value* left;
+    const Value* right;
+    std::size_t next = 0;
+  };
+  std::vector<Pair> open;
+  // False: they differ. What has parts is opened, unless that tells already.
+  const auto begin = [&](const Value& a, const Value& b) {
+    if (a.Kind() == TavKelList && b.Kind() == TavKelList) {
+      const auto& x = a.AsList().items;
+      const auto& y = b.AsList().items;
       if (x.size() != y.size()) return false;
-      for (std::size_t i = 0; i < x.size(); ++i) open.emplace_back(&x[i], &y[i]);
-    } else if (a->Kind() == TavKelRecord && b->Kind() == TavKelRecord) {
-      const kel::RecordData& x = a->AsRecord();
-      const kel::RecordData& y = b->AsRecord();
-      if (&x == &y) continue;
-      if (x.fields.size() != y.fields.size()) return false;
-      for (const kel::Field& field : x.fields) {
-        const Value* other = y.Find(field.name.View());
-        if (!other) return false;
-        open.emplace_back(&field.value, other);
-      }
-    } else if (!ScalarsAreEqual(*a, *b)) {
-      return false;
+      if (&x != &y && !x.empty()) open.push_back({&a, &b});
+      return true;
+    }
+    if (a.Kind() == TavKelRecord && b.Kind() == TavKelRecord) {
+      const auto& x = a.AsRecord().fields;
+      const auto& y = b.AsRecord().fields;
+      if (x.size() != y.size()) return false;
+      if (&x != &y && !x.empty()) open.push_back({&a, &b});
+      return true;
+    }
+    return ScalarsAreEqual(a, b, meter);
+  };
+  if (!begin(left, right)) return false;
+  while (!open.empty()) {
+    meter.Did(1);
+    const std::size_t at = open.back().next++;
+    const Value& a = *open.back().left;
+    const Value& b = *open.back().right;
+    const bool isList = a.Kind() == TavKelList;
+    if (at + 1 == (isList ? a.AsList().items.size() : a.AsRecord().fields.size())) open.pop_back();
+    if (isList) {
+      if (!begin(a.AsList().items[at], b.AsList().items[at])) return false;
+    } else {
+      const kel::Field& field = a.AsRecord().fields[at];
+      const Value* const other = b.AsRecord().Find(field.name.View());
+      if (!other || !begin(field.value, *other)) return false;
     }
   }
   return true;
 }
 
-bool Compare(Operator op, const Value& left, const Value& right) {
-  if (op == Operator::kEqual) return AreEqual(left, right);
-  if (op == Operator::kNotEqual) return !AreEqual(left, right);
+bool Compare(Operator op, const Value& left, const Value& right, base::WorkMeter& meter) {
+  if (op == Operator::kEqual) return AreEqual(left, right, meter);
+  if (op == Operator::kNotEqual) return !AreEqual(left, right, meter);
   if (IsNumber(left) && IsNumber(right)) return Holds(op, AsReal(left), AsReal(right));
-  if (left.IsText() && right.IsText()) return Holds(op, left.Text().View(), right.Text().View());
+  if (left.IsText() && right.IsText()) {
+    meter.ChargeBytes(std::min(left.Text().View().size(), right.Text().View().size()));
+    return Holds(op, left.Text().View(), right.Text().View());
+  }
   FailKinds(op, left, right);
 }
 
-void AppendShown(SV::String& out, const Value& value) {
+void AppendShown(SV::String& out, const Value& value, base::WorkMeter& meter) {
   if (value.IsText()) {
     out += value.Text();
+    meter.ChargeBytes(value.Text().View().size());
   } else if (value.Kind() == TavKelInteger) {
     char digits[16];
     char* at = digits + sizeof digits;
@@ -284,59 +281,27 @@ void AppendShown(SV::String& out, const Value& value) {
     if (negative) *--at = '-';
     out.Append(at, static_cast<long>(digits + sizeof digits - at));
   } else if (value.Kind() == TavKelList || value.Kind() == TavKelRecord) {
-    kel::AppendKel(out, value);
+    kel::AppendKel(out, value, &meter);
   } else {
-    kel::AppendText(out, value, false);
+    kel::AppendText(out, value, false, &meter);
   }
 }
 
-SV::String Shown(const Value& value) {
+SV::String Shown(const Value& value, base::WorkMeter& meter) {
   if (value.IsText()) return value.Text();
   SV::String text;
-  AppendShown(text, value);
+  AppendShown(text, value, meter);
   return text;
 }
 
-std::int32_t CodePoints(const SV::String& text) {
-  if (text.Len() <= kShortText) return CountCodePoints(text.View());
-  Remember(text);
-  if (lastText.codePoints < 0) lastText.codePoints = CountCodePoints(text.View());
-  return lastText.codePoints;
-}
-
-std::size_t CodePointLength(std::string_view text, std::size_t at) {
-  std::size_t end = at + 1;
-  while (end < text.size() && IsContinuation(text[end])) ++end;
-  return end - at;
-}
-
-std::size_t ByteOf(const SV::String& text, std::int32_t codePoint) {
-  const std::string_view bytes = text.View();
-  const bool isLong = text.Len() > kShortText;
-  if (isLong) {
-    if (CodePoints(text) == text.Len()) return static_cast<std::size_t>(codePoint);
-    if (codePoint < lastText.codePoint) lastText.codePoint = 0, lastText.byte = 0;
-  }
-  std::int32_t at = isLong ? lastText.codePoint : 0;
-  std::size_t byte = isLong ? lastText.byte : 0;
-  for (; at < codePoint && byte < bytes.size(); ++at) byte += CodePointLength(bytes, byte);
-  if (isLong) {
-    lastText.codePoint = at;
-    lastText.byte = byte;
-  }
-  return byte;
-}
-
-void ForgetText() { lastText = {}; }
-
-Value Index(const Value& whole, const Value& index) {
+Value Index(const Value& whole, const Value& index, base::WorkMeter& meter) {
   if (whole.Kind() == TavKelList && index.Kind() == TavKelInteger) {
     const auto& items = whole.AsList().items;
     return items[ListPlace(items, index.Integer())];
   }
   if (whole.Kind() == TavKelRecord && index.IsText()) return FieldOf(whole, index.Text());
   if (!whole.IsText() || index.Kind() != TavKelInteger) FailIndexKind(whole, index);
-  const std::int32_t count = CodePoints(whole.Text());
+  const std::int32_t count = CodePoints(whole.Text(), meter);
   const std::int64_t place =
       index.Integer() < 0 ? std::int64_t{index.Integer()} + count : index.Integer();
   if (place < 0 || place >= count) {
@@ -344,8 +309,10 @@ Value Index(const Value& whole, const Value& index) {
                       std::to_string(count));
   }
   const std::string_view text = whole.Text().View();
-  const std::size_t begin = ByteOf(whole.Text(), static_cast<std::int32_t>(place));
-  return Value(SV::String(text.data() + begin, static_cast<long>(CodePointLength(text, begin))));
+  const std::size_t begin = ByteOf(whole.Text(), static_cast<std::int32_t>(place), meter);
+  const std::size_t length = CodePointLength(text, begin);
+  meter.ChargeBytes(length);
+  return Value(SV::String(text.data() + begin, static_cast<long>(length)));
 }
 
 Value FieldOf(const Value& whole, const SV::String& name) {
@@ -356,12 +323,17 @@ Value FieldOf(const Value& whole, const SV::String& name) {
   throw ScriptError("the record has no field \"" + std::string(name.View()) + '"');
 }
 
-Value& PlaceIn(Value& whole, const Value& key) {
+// A list or record that others share is copied.
+Value& PlaceIn(Value& whole, const Value& key, base::WorkMeter& meter) {
   if (whole.Kind() == TavKelList && key.Kind() == TavKelInteger) {
     const std::size_t place = ListPlace(whole.AsList().items, key.Integer());
+    if (whole.AsList().sharers > 1) meter.Charge(whole.AsList().items.size());
     return whole.MutableList().items[place];
   }
-  if (whole.Kind() == TavKelRecord && key.IsText()) return whole.MutableRecord().At(key.Text());
+  if (whole.Kind() == TavKelRecord && key.IsText()) {
+    if (whole.AsRecord().sharers > 1) meter.Charge(whole.AsRecord().fields.size());
+    return whole.MutableRecord().At(key.Text());
+  }
   if (whole.IsText()) throw ScriptError("the characters of a string cannot be changed");
   FailIndexKind(whole, key);
 }

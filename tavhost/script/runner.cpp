@@ -1,7 +1,9 @@
 #include "tavhost/script/runner.h"
 
+#include <new>
 #include <utility>
 
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/script/engine.h"
 
 namespace script {
@@ -9,10 +11,19 @@ namespace script {
 namespace {
 
 Outcome NotParsed(const SV::String& text, const std::string& name, const SyntaxError& mistake) {
+  const memory_reserve::Use reserve;
   Outcome outcome;
   outcome.parsed = false;
-  outcome.error = Describe(mistake, text, name);
+  try {
+    outcome.error = Describe(mistake, text, name);
+  } catch (const std::bad_alloc&) {
+    outcome.error = DescribeNoMemory(1, 1);
+  }
   return outcome;
+}
+
+Outcome WithoutMemory(const SV::String& text, const std::string& name) {
+  return NotParsed(text, name, {0, "out of memory"});
 }
 
 std::shared_ptr<Program> TryCompile(const SV::String& text, const std::string& name,
@@ -22,7 +33,7 @@ std::shared_ptr<Program> TryCompile(const SV::String& text, const std::string& n
   } catch (const SyntaxError& mistake) {
     outcome = NotParsed(text, name, mistake);
   } catch (const std::bad_alloc&) {
-    outcome = NotParsed(text, name, {0, "out of memory"});
+    outcome = WithoutMemory(text, name);
   }
   return nullptr;
 }
@@ -31,19 +42,39 @@ Outcome Refused(const SV::String& text, const std::string& name) {
   return NotParsed(text, name, {0, "another script is running"});
 }
 
-}  // namespace
+// Ends the outermost script that was begun, if one was.
+class EndOfScript {
+ public:
+  explicit EndOfScript(Engine& engine) : engine_(engine) {}
+  EndOfScript(const EndOfScript&) = delete;
+  EndOfScript& operator=(const EndOfScript&) = delete;
+  ~EndOfScript() { engine_.End(); }
 
-Outcome RunText(const SV::String& text, const RunOptions& options) {
+ private:
+  Engine& engine_;
+};
+
+// Throws std::bad_alloc when there is no memory to begin; nothing of the text has run then.
+Outcome RunAsOutermost(const SV::String& text, const RunOptions& options) {
   Engine& engine = Engine::Current();
   if (engine.IsRunning()) return Refused(text, options.name);
   Outcome outcome;
   const auto program = TryCompile(text, options.name, outcome, options.step != nullptr);
   if (!program) return outcome;
+  const EndOfScript end(engine);
   engine.Begin(options);
   engine.Publish(program);
-  outcome = engine.Run(program, kel::Scope::Of(GlobalVariables()));
-  engine.End();
-  return outcome;
+  return engine.Run(program, kel::Scope::Of(GlobalVariables()));
+}
+
+}  // namespace
+
+Outcome RunText(const SV::String& text, const RunOptions& options) {
+  try {
+    return RunAsOutermost(text, options);
+  } catch (const std::bad_alloc&) {
+    return WithoutMemory(text, options.name);
+  }
 }
 
 struct Session::State {
@@ -65,7 +96,11 @@ Outcome Session::Run(const SV::String& text) {
   const auto program = TryCompile(text, state_->options.name, outcome);
   if (!program) return outcome;
   Engine& engine = Engine::Current();
-  engine.Publish(program);
+  try {
+    engine.Publish(program);
+  } catch (const std::bad_alloc&) {
+    return WithoutMemory(text, state_->options.name);
+  }
   outcome = engine.Run(program, kel::Scope::Of(GlobalVariables()));
   if (outcome.exitType == TavScriptExitStop) stop::Clear();
   return outcome;

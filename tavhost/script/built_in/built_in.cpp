@@ -12,6 +12,7 @@
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
 #include "tavhost/script/built_in/built_in_text.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/script/operations.h"
 
@@ -25,9 +26,9 @@ using kel::Value;
 
 namespace {
 
-Value Length(Engine&, Value* arguments, std::uint32_t) {
+Value Length(Engine& engine, Value* arguments, std::uint32_t) {
   const Value& x = arguments[0];
-  if (x.IsText()) return Value(CodePoints(x.Text()));
+  if (x.IsText()) return Value(CodePoints(x.Text(), engine));
   if (x.Kind() == TavKelList)
     return IntegerValue(static_cast<std::int64_t>(x.AsList().items.size()));
   if (x.Kind() == TavKelRecord) {
@@ -41,8 +42,8 @@ Value Length(Engine&, Value* arguments, std::uint32_t) {
 Value Slice(Engine& engine, Value* arguments, std::uint32_t count) {
   const Value& x = arguments[0];
   if (!x.IsText() && x.Kind() != TavKelList) FailArgument("slice", 1, "a string or a list", x);
-  const std::int64_t length =
-      x.IsText() ? CodePoints(x.Text()) : static_cast<std::int64_t>(x.AsList().items.size());
+  const std::int64_t length = x.IsText() ? CodePoints(x.Text(), engine)
+                                         : static_cast<std::int64_t>(x.AsList().items.size());
   const auto bound = [length](std::int64_t place) {
     return std::clamp<std::int64_t>(place < 0 ? place + length : place, 0, length);
   };
@@ -50,15 +51,19 @@ Value Slice(Engine& engine, Value* arguments, std::uint32_t count) {
   const std::int64_t to =
       std::max(from, count > 2 ? bound(IntegerArgument("slice", arguments, 2)) : length);
   if (x.IsText()) {
-    const std::size_t begin = ByteOf(x.Text(), static_cast<std::int32_t>(from));
-    const std::size_t end = ByteOf(x.Text(), static_cast<std::int32_t>(to));
-    ChargeBytes(engine, end - begin);
+    const std::size_t begin = ByteOf(x.Text(), static_cast<std::int32_t>(from), engine);
+    const std::size_t end = ByteOf(x.Text(), static_cast<std::int32_t>(to), engine);
+    engine.ChargeBytes(end - begin);
     return Value(x.Text().Copy(static_cast<long>(begin), static_cast<long>(end - begin)));
   }
   const auto& items = x.AsList().items;
   Value part = Value::List();
-  part.MutableList().items.assign(items.begin() + from, items.begin() + to);
-  engine.Charge(static_cast<std::size_t>(to - from));
+  auto& taken = part.MutableList().items;
+  taken.reserve(static_cast<std::size_t>(to - from));
+  for (auto item = items.begin() + from; item != items.begin() + to; ++item) {
+    taken.push_back(*item);
+    engine.Did(1);
+  }
   return part;
 }
 
@@ -67,15 +72,16 @@ Value Contains(Engine& engine, Value* arguments, std::uint32_t) {
   const Value& part = arguments[1];
   if (whole.Kind() == TavKelList) {
     const auto& items = whole.AsList().items;
-    engine.Charge(items.size());
-    return Truth(std::any_of(items.begin(), items.end(),
-                             [&part](const Value& item) { return AreEqual(item, part); }));
+    return Truth(std::any_of(items.begin(), items.end(), [&](const Value& item) {
+      engine.Did(1);
+      return AreEqual(item, part, engine);
+    }));
   }
   if (!part.IsText()) FailArgument("contains", 2, "a string", part);
   if (whole.Kind() == TavKelRecord) return Truth(whole.AsRecord().Find(part.Text().View()));
   if (!whole.IsText()) FailArgument("contains", 1, "a string, a list or a record", whole);
-  ChargeBytes(engine, whole.Text().View().size());
-  return Truth(whole.Text().Search(part.Text()) >= 0);
+  const std::size_t place = FindPart(whole.Text().View(), part.Text().View(), engine);
+  return Truth(place != std::string_view::npos);
 }
 
 Value Keys(Engine& engine, Value* arguments, std::uint32_t) {
@@ -83,8 +89,8 @@ Value Keys(Engine& engine, Value* arguments, std::uint32_t) {
   Value keys = Value::List();
   for (const kel::Field& field : arguments[0].AsRecord().fields) {
     keys.MutableList().items.push_back(Value(field.name));
+    engine.Did(1);
   }
-  engine.Charge(keys.AsList().items.size());
   return keys;
 }
 
@@ -105,8 +111,8 @@ Value Range(Engine& engine, Value* arguments, std::uint32_t count) {
   if (length > 0) items.reserve(static_cast<std::size_t>(length));
   for (std::int64_t i = 0; i < length; ++i) {
     items.emplace_back(static_cast<std::int32_t>(from + i * step));
+    engine.Did(1);
   }
-  engine.Charge(items.size());
   return list;
 }
 
@@ -121,7 +127,8 @@ Value Absolute(Engine&, Value* arguments, std::uint32_t) {
 }
 
 // Of the arguments, or of the one list that is given.
-Value Extreme(const char* name, Operator better, Value* arguments, std::uint32_t count) {
+Value Extreme(const char* name, Operator better, Engine& engine, Value* arguments,
+              std::uint32_t count) {
   const Value* values = arguments;
   std::size_t length = count;
   if (count == 1) {
@@ -132,18 +139,19 @@ Value Extreme(const char* name, Operator better, Value* arguments, std::uint32_t
   }
   const Value* best = values;
   for (const Value* other = values + 1; other < values + length; ++other) {
-    if (Compare(better, *other, *best)) best = other;
+    if (Compare(better, *other, *best, engine)) best = other;
+    engine.Did(1);
   }
   // A value without an order is an error even when there is nothing to compare it with.
-  if (length == 1) Compare(better, *best, *best);
+  if (length == 1) Compare(better, *best, *best, engine);
   return *best;
 }
 
-Value Minimum(Engine&, Value* arguments, std::uint32_t count) {
-  return Extreme("min", Operator::kLess, arguments, count);
+Value Minimum(Engine& engine, Value* arguments, std::uint32_t count) {
+  return Extreme("min", Operator::kLess, engine, arguments, count);
 }
-Value Maximum(Engine&, Value* arguments, std::uint32_t count) {
-  return Extreme("max", Operator::kGreater, arguments, count);
+Value Maximum(Engine& engine, Value* arguments, std::uint32_t count) {
+  return Extreme("max", Operator::kGreater, engine, arguments, count);
 }
 
 Value Rounded(const char* name, Value* arguments, double (*round)(double)) {

@@ -10,7 +10,8 @@ namespace script {
 class Engine;
 
 // A built-in function. `run` may change its arguments, which are copies of its own; it throws
-// ScriptError, and Charges the engine for work that depends on the size of its arguments.
+// ScriptError, and tells the engine of work that depends on the size of its arguments, in each
+// round of a loop over them.
 struct BuiltIn {
   const char* name;
   std::uint8_t least;    // arguments

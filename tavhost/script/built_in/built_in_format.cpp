@@ -1,10 +1,12 @@
 #include <charconv>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_text.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/operations.h"
 
 // format(text, ...): `{}` stands for the next argument, `{2}` for the third one. Behind a colon
@@ -76,20 +78,20 @@ std::string Fixed(double number, int precision) {
   return digits;
 }
 
-std::string FieldText(const Field& field, const Value& value) {
+std::string FieldText(const Field& field, const Value& value, Engine& engine) {
   const bool isNumber = value.Kind() == TavKelInteger || value.Kind() == TavKelReal;
   if (isNumber && field.precision >= 0) {
     return Fixed(value.Kind() == TavKelInteger ? value.Integer() : value.Real(), field.precision);
   }
-  const SV::String shown = Shown(value);
+  const SV::String shown = Shown(value, engine);
   if (field.precision < 0) return std::string(shown.View());
-  return std::string(shown.View().substr(0, ByteOf(shown, field.precision)));
+  return std::string(shown.View().substr(0, ByteOf(shown, field.precision, engine)));
 }
 
-void AppendField(std::string& out, const Field& field, const Value& value) {
+void AppendField(std::string& out, const Field& field, const Value& value, Engine& engine) {
   const bool isNumber = value.Kind() == TavKelInteger || value.Kind() == TavKelReal;
-  std::string text = FieldText(field, value);
-  const auto length = static_cast<std::uint32_t>(CodePoints(base::StringOf(text)));
+  std::string text = FieldText(field, value, engine);
+  const auto length = static_cast<std::uint32_t>(CountCodePoints(text, engine));
   const std::uint32_t missing = field.width > length ? field.width - length : 0;
   if (field.zeros && isNumber) {
     text.insert(text.starts_with('-') ? 1 : 0, missing, '0');
@@ -127,10 +129,11 @@ Value Format(Engine& engine, Value* arguments, std::uint32_t count) {
     if (field.argument + 1 >= count) {
       throw ScriptError("format: there is no value for field " + std::to_string(field.argument));
     }
-    AppendField(out, field, arguments[field.argument + 1]);
+    AppendField(out, field, arguments[field.argument + 1], engine);
     rest.remove_prefix(end + 1);
+    engine.Did(8);
+    if (out.size() > std::size_t{SV::String::kMaxLength}) throw std::length_error("too long");
   }
-  ChargeBytes(engine, out.size());
   return Value(base::StringOf(out));
 }
 

@@ -1,4 +1,5 @@
 #include <memory>
+#include <new>
 #include <tl/expected.hpp>
 #include <vector>
 
@@ -26,9 +27,10 @@ struct OpenBody {
 };
 
 // The value with every word in it, however deep in lists and records, as a string.
-Value WithoutWords(Value value) {
+Value WithoutWords(Value value, Engine& engine) {
   std::vector<Value*> open{&value};
   while (!open.empty()) {
+    engine.Did(1);
     Value& next = *open.back();
     open.pop_back();
     if (next.Kind() == TavKelWord) {
@@ -43,13 +45,14 @@ Value WithoutWords(Value value) {
 }
 
 void Place(const kel::Operand& operand, Value& place,
-           const std::shared_ptr<const kel::Document>& document, std::vector<OpenBody>& open) {
+           const std::shared_ptr<const kel::Document>& document, std::vector<OpenBody>& open,
+           Engine& engine) {
   if (operand.kind == TavKelBody) {
     open.push_back({operand.elements, operand.length, &place});
   } else if (operand.IsNone()) {
     place = Value(std::int32_t{1});
   } else {
-    place = WithoutWords(kel::ToValue(operand, document));
+    place = WithoutWords(kel::ToValue(operand, document, &engine), engine);
   }
 }
 
@@ -57,10 +60,11 @@ void Place(const kel::Operand& operand, Value& place,
 
 Value KelParse(Engine& engine, Value* arguments, std::uint32_t) {
   const SV::String& text = TextArgument("kel_parse", arguments, 0);
-  ChargeBytes(engine, text.View().size() * 4);
-  const auto parsed = kel::Document::Parse(text);
+  const auto parsed = kel::Document::Parse(text, kel::Document::kTableBytes, &engine);
+  engine.ChargeBytes(text.View().size());
   if (!parsed) {
     const base::Error& mistake = parsed.error();
+    if (mistake.message == kel::Document::kNoMemory) throw std::bad_alloc();
     throw ScriptError("kel_parse: line " + std::to_string(mistake.line) + ", column " +
                       std::to_string(mistake.column) + ": " + mistake.message);
   }
@@ -75,20 +79,22 @@ Value KelParse(Engine& engine, Value* arguments, std::uint32_t) {
     items.resize(body.count);
     for (std::uint32_t i = 0; i < body.count; ++i) {
       const kel::Element& element = body.elements[i];
+      engine.Did(1);
       items[i] = Value::Record();
       auto& fields = items[i].MutableRecord().fields;
       fields.reserve(3);  // so that places in them stay where they are
       fields.push_back({base::StringOf("name"), Value(base::StringOf(element.Name()))});
       if (!element.main.IsNone()) {
         fields.push_back({base::StringOf("value"), Value()});
-        Place(element.main, fields.back().value, document, open);
+        Place(element.main, fields.back().value, document, open, engine);
       }
       fields.push_back({base::StringOf("params"), Value::Record()});
       auto& params = fields.back().value.MutableRecord().fields;
       params.resize(element.attributeCount);
       for (std::uint32_t k = 0; k < element.attributeCount; ++k) {
+        engine.Did(1);
         params[k].name = base::StringOf(element.attributes[k].Name());
-        Place(element.attributes[k].operand, params[k].value, document, open);
+        Place(element.attributes[k].operand, params[k].value, document, open, engine);
       }
     }
   }

@@ -3,7 +3,10 @@
 #define _GLIBCXX_REGEX_STATE_LIMIT 5000
 
 #include <algorithm>
+#include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <list>
 #include <regex>
 #include <string>
@@ -26,10 +29,12 @@ using kel::Value;
 
 namespace {
 
-constexpr std::size_t kLongestPattern = 1000;    // characters
-constexpr std::size_t kDeepestPattern = 100;     // brackets inside one another
+constexpr std::size_t kLongestPattern = 1000;                       // characters
+constexpr std::size_t kDeepestPattern = 100;                        // brackets inside one another
+constexpr std::uint32_t kMostRepeats = _GLIBCXX_REGEX_STATE_LIMIT;  // each takes a state at least
 constexpr std::size_t kLongestText = 1'000'000;  // characters; longer texts go line by line
 constexpr std::size_t kKept = 16;                // compiled patterns
+constexpr std::size_t kBytesACharacter = 4;      // at most
 
 // A byte that belongs to no character stands as a code of its own, from here on.
 constexpr wchar_t kStrayByte = 0xDC00;
@@ -119,6 +124,25 @@ bool IsTooDeep(std::string_view pattern) {
   return false;
 }
 
+// Whether a count in braces is larger than any pattern can be. The library would not notice: it
+// reads a count that its integers cannot hold as another one.
+bool RepeatsTooOften(std::string_view pattern) {
+  bool inClass = false;
+  bool inBraces = false;
+  std::uint32_t count = 0;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    const char c = pattern[i];
+    if (c == '\\') ++i;
+    if (c == '[') inClass = true;
+    if (c == ']') inClass = false;
+    if (c == '{' && !inClass) inBraces = true;
+    if (c == '}') inBraces = false;
+    count = inBraces && kel::IsDigit(c) ? count * 10 + static_cast<std::uint32_t>(c - '0') : 0;
+    if (count > kMostRepeats) return true;
+  }
+  return false;
+}
+
 // The character that every match begins with, so that a search can skip to its next occurrence; 0
 // when the pattern does not begin with a plain character that has to be there.
 wchar_t FirstOf(const std::wstring& pattern) {
@@ -141,8 +165,11 @@ const Pattern& Compiled(const char* function, std::string_view text, bool ignore
   const auto fail = [function](const char* why) {
     throw ScriptError(std::string(function) + ": wrong pattern: " + why);
   };
+  if (text.size() > kLongestPattern * kBytesACharacter) fail("it is too large");
   const WideText wide = Widen(text);
-  if (wide.units.size() > kLongestPattern || IsTooDeep(text)) fail("it is too large");
+  if (wide.units.size() > kLongestPattern || IsTooDeep(text) || RepeatsTooOften(text)) {
+    fail("it is too large");
+  }
   auto flags = std::regex_constants::ECMAScript | std::regex_constants::__polynomial;
   if (ignoresCase) flags |= std::regex_constants::icase;
   Pattern pattern;
@@ -168,15 +195,75 @@ bool IgnoresCase(const char* function, const Value* arguments, std::uint32_t cou
                     std::string(flags) + '"');
 }
 
+// Where in a text the library stands. A try at one place can go through the whole text, so each
+// step is told to the engine; what it throws leaves the library's own things in order.
+class Cursor {
+ public:
+  using iterator_category = std::random_access_iterator_tag;
+  using value_type = wchar_t;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const wchar_t*;
+  using reference = const wchar_t&;
+
+  struct Work {
+    Engine* engine;
+    std::size_t step;  // of each character, which takes the longer the more states a pattern has
+  };
+
+  Cursor() = default;
+  Cursor(const wchar_t* at, const Work* work) : at_(at), work_(work) {}
+
+  const wchar_t* At() const { return at_; }
+  reference operator*() const { return *at_; }
+  pointer operator->() const { return at_; }
+  reference operator[](difference_type i) const { return at_[i]; }
+  Cursor& operator++() {
+    work_->engine->Did(work_->step);
+    ++at_;
+    return *this;
+  }
+  Cursor operator++(int) {
+    Cursor before = *this;
+    ++*this;
+    return before;
+  }
+  Cursor& operator--() {
+    --at_;
+    return *this;
+  }
+  Cursor operator--(int) {
+    Cursor before = *this;
+    --*this;
+    return before;
+  }
+  Cursor& operator+=(difference_type n) {
+    at_ += n;
+    return *this;
+  }
+  Cursor& operator-=(difference_type n) { return *this += -n; }
+  Cursor operator+(difference_type n) const { return {at_ + n, work_}; }
+  Cursor operator-(difference_type n) const { return {at_ - n, work_}; }
+  difference_type operator-(const Cursor& other) const { return at_ - other.at_; }
+  bool operator==(const Cursor& other) const { return at_ == other.at_; }
+  auto operator<=>(const Cursor& other) const { return at_ <=> other.at_; }
+
+ private:
+  const wchar_t* at_ = nullptr;
+  const Work* work_ = nullptr;  // of the search
+};
+
 // The matches of a pattern in a text, from left to right.
 class Search {
  public:
   Search(const char* function, Engine& engine, const Value* arguments, bool ignoresCase)
       : engine_(engine),
         text_(TextArgument(function, arguments, 0).View()),
-        pattern_(Compiled(function, TextArgument(function, arguments, 1).View(), ignoresCase)) {
-    wide_ = Widen(text_);
-    if (wide_.units.size() > kLongestText) {
+        pattern_(Compiled(function, TextArgument(function, arguments, 1).View(), ignoresCase)),
+        work_{&engine, 4 + pattern_.text.size()} {
+    const bool mayFit = text_.size() <= kLongestText * kBytesACharacter;
+    if (mayFit) wide_ = Widen(text_);
+    engine.DidBytes(mayFit ? 8 * text_.size() : 0);
+    if (!mayFit || wide_.units.size() > kLongestText) {
       throw ScriptError(std::string(function) + ": the text is longer than " +
                         std::to_string(kLongestText) + " characters; take it line by line");
     }
@@ -193,18 +280,14 @@ class Search {
       }
       auto flags = std::regex_constants::match_continuous;
       if (next_ > 0) flags |= std::regex_constants::match_prev_avail;
-      // A try at one place goes on as long as a match from there could still come, which is mostly
-      // short; the text that a match takes is charged for below.
-      engine_.Charge(8);
-      engine_.PollIfDue();
-      const wchar_t* const begin = units.data();
-      if (!std::regex_search(begin + next_, begin + units.size(), match_, pattern_.regex, flags)) {
-        continue;
-      }
+      engine_.Did(8);
+      const Cursor begin(units.data(), &work_);
+      const Cursor end = begin + static_cast<std::ptrdiff_t>(units.size());
+      const Cursor from = begin + static_cast<std::ptrdiff_t>(next_);
+      if (!std::regex_search(from, end, match_, pattern_.regex, flags)) continue;
       begin_ = Offset(match_[0].first);
       end_ = Offset(match_[0].second);
       const auto length = static_cast<std::size_t>(match_[0].length());
-      engine_.Charge(length);
       next_ += length > 0 ? length : 1;
       return true;
     }
@@ -223,15 +306,16 @@ class Search {
   }
 
  private:
-  std::uint32_t Offset(const wchar_t* at) const {
-    return wide_.offsets[static_cast<std::size_t>(at - wide_.units.data())];
+  std::uint32_t Offset(const Cursor& at) const {
+    return wide_.offsets[static_cast<std::size_t>(at.At() - wide_.units.data())];
   }
 
   Engine& engine_;
   std::string_view text_;
   const Pattern& pattern_;
+  const Cursor::Work work_;
   WideText wide_;
-  std::wcmatch match_;
+  std::match_results<Cursor> match_;
   std::size_t next_ = 0;
   std::uint32_t begin_ = 0;
   std::uint32_t end_ = 0;
@@ -250,9 +334,13 @@ Value Groups(const Search& search) {
 // `$1` to `$99` stand for groups, `$0` and `$&` for the whole match, `$$` for `$`.
 void AppendReplacement(std::string& out, std::string_view text, const Search& search) {
   for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::size_t plain = std::min(text.find('$', i), text.size());
+    out += text.substr(i, plain - i);
+    i = plain;
+    if (i == text.size()) return;
     const char next = i + 1 < text.size() ? text[i + 1] : '\0';
-    if (text[i] != '$' || !(next == '$' || next == '&' || kel::IsDigit(next))) {
-      out += text[i];
+    if (!(next == '$' || next == '&' || kel::IsDigit(next))) {
+      out += '$';
       continue;
     }
     ++i;
@@ -299,6 +387,7 @@ Value RegexReplace(Engine& engine, Value* arguments, std::uint32_t count) {
   while (search.Next()) {
     out += search.Text().substr(copied, search.Begin() - copied);
     AppendReplacement(out, replacement, search);
+    engine.ChargeBytes(replacement.size());
     copied = search.End();
     if (out.size() > static_cast<std::size_t>(SV::String::kMaxLength) / 2) {
       throw ScriptError("re_replace: the text becomes too long");

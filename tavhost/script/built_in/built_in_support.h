@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "tavhost/script/engine.h"
 #include "tavhost/script/script_error.h"
@@ -22,7 +24,11 @@ double NumberArgument(const char* function, const kel::Value* arguments, std::ui
 
 inline kel::Value Truth(bool truth) { return kel::Value(std::int32_t{truth}); }
 
-// For work on so many bytes; 64 of them take about as long as one round of a small loop.
-inline void ChargeBytes(Engine& engine, std::size_t bytes) { engine.Charge(bytes / 64); }
+// Where `part` first stands in a text; npos when it does not. However often the text almost holds
+// it, a stop comes in time.
+std::size_t FindPart(std::string_view text, std::string_view part, base::WorkMeter& meter);
+
+// A text without the blanks at its ends.
+std::string_view Trimmed(std::string_view text, base::WorkMeter& meter);
 
 }  // namespace script

@@ -41,7 +41,7 @@ Value ReadLines(Engine& engine, Value*, std::uint32_t) {
   Value lines = Value::List();
   std::string line;
   while (engine.ReadLine(line)) {
-    ChargeBytes(engine, line.size());
+    engine.ChargeBytes(line.size());
     lines.MutableList().items.push_back(TextValue(line));
   }
   return lines;

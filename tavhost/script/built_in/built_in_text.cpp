@@ -1,5 +1,6 @@
 #include "tavhost/script/built_in/built_in_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -10,6 +11,7 @@
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/operations.h"
 
 namespace script {
@@ -41,13 +43,83 @@ double NumberArgument(const char* function, const Value* arguments, std::uint32_
   return value.Real();
 }
 
+std::string_view Trimmed(std::string_view text, base::WorkMeter& meter) {
+  constexpr std::string_view kBlanks = " \t\r\n\f\v";
+  while (!text.empty()) {
+    const std::string_view piece = text.substr(0, meter.kPiece);
+    const std::size_t begin = piece.find_first_not_of(kBlanks);
+    meter.DidBytes(8 * std::min(begin, piece.size()));
+    text.remove_prefix(std::min(begin, piece.size()));
+    if (begin != std::string_view::npos) break;
+  }
+  while (!text.empty()) {
+    const std::size_t from = text.size() - std::min(text.size(), meter.kPiece);
+    const std::size_t last = text.substr(from).find_last_not_of(kBlanks);
+    const std::size_t kept = last == std::string_view::npos ? from : from + last + 1;
+    meter.DidBytes(8 * (text.size() - kept));
+    text = text.substr(0, kept);
+    if (last != std::string_view::npos) break;
+  }
+  return text;
+}
+
+std::size_t FindPart(std::string_view text, std::string_view part, base::WorkMeter& meter) {
+  constexpr std::size_t kNone = std::string_view::npos;
+  constexpr std::size_t kShortPart = 4096;
+  if (part.empty()) return 0;
+  if (part.size() > text.size()) return kNone;
+  const std::size_t places = text.size() - part.size() + 1;
+  if (part.size() <= kShortPart) {
+    for (std::size_t at = 0; at < places; at += meter.kPiece) {
+      const std::string_view window = text.substr(at, meter.kPiece + part.size() - 1);
+      const std::size_t found = window.find(part);
+      meter.DidBytes(std::min(found, window.size()));
+      if (found != kNone) return at + found;
+    }
+    return kNone;
+  }
+  // Comparing a long part takes long in itself.
+  for (std::size_t at = 0; at < places;) {
+    const std::size_t window = std::min(places - at, meter.kPiece);
+    const std::size_t begin = text.substr(at, window).find(part.front());
+    meter.DidBytes(std::min(begin, window));
+    if (begin == kNone) {
+      at += window;
+      continue;
+    }
+    at += begin;
+    std::size_t same = 0;
+    while (same < part.size()) {
+      const std::size_t length = std::min(part.size() - same, kShortPart);
+      if (text.compare(at + same, length, part, same, length) != 0) break;
+      same += length;
+      meter.DidBytes(length);
+    }
+    if (same == part.size()) return at;
+    ++at;
+  }
+  return kNone;
+}
+
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n\f\v";
-  const std::size_t begin = text.find_first_not_of(kBlanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+// A text changed piece by piece. The pieces end where characters end.
+Value Changed(const SV::String& text, SV::String (*change)(const SV::String&), Engine& engine) {
+  const std::string_view bytes = text.View();
+  if (bytes.size() <= engine.kPiece) return Value(change(text));
+  const auto continues = [&](std::size_t at) {
+    return at < bytes.size() && (static_cast<unsigned char>(bytes[at]) & 0xC0) == 0x80;
+  };
+  SV::String changed;
+  for (std::size_t at = 0; at < bytes.size();) {
+    constexpr std::size_t kLongest = 3;  // bytes behind the first of a character
+    std::size_t end = std::min(bytes.size(), at + engine.kPiece);
+    for (std::size_t i = 0; i < kLongest && continues(end); ++i) ++end;
+    changed += change(base::StringOf(bytes.substr(at, end - at)));
+    engine.DidBytes(4 * (end - at));
+    at = end;
+  }
+  return Value(std::move(changed));
 }
 
 }  // namespace
@@ -55,13 +127,9 @@ std::string_view Trimmed(std::string_view text) {
 // Found by bytes, told in code points.
 Value Find(Engine& engine, Value* arguments, std::uint32_t) {
   const std::string_view text = TextArgument("find", arguments, 0).View();
-  const std::size_t place = text.find(TextArgument("find", arguments, 1).View());
-  if (place == std::string_view::npos) {
-    ChargeBytes(engine, text.size());
-    return Value(std::int32_t{-1});
-  }
-  ChargeBytes(engine, place);
-  return Value(CodePoints(arguments[0].Text().Copy(0, static_cast<long>(place))));
+  const std::size_t place = FindPart(text, TextArgument("find", arguments, 1).View(), engine);
+  if (place == std::string_view::npos) return Value(std::int32_t{-1});
+  return Value(CountCodePoints(text.substr(0, place), engine));
 }
 
 Value Starts(Engine&, Value* arguments, std::uint32_t) {
@@ -82,21 +150,21 @@ Value Split(Engine& engine, Value* arguments, std::uint32_t) {
   const std::string_view separator = TextArgument("split", arguments, 1).View();
   Value list = Value::List();
   auto& items = list.MutableList().items;
-  ChargeBytes(engine, rest.size());
   if (separator.empty()) {
     for (std::size_t at = 0, length = 0; at < rest.size(); at += length) {
       length = CodePointLength(rest, at);
       items.emplace_back(base::StringOf(rest.substr(at, length)));
+      engine.Did(1);
     }
   } else if (!rest.empty()) {
-    for (std::size_t end = rest.find(separator); end != std::string_view::npos;
-         end = rest.find(separator)) {
+    for (std::size_t end = FindPart(rest, separator, engine); end != std::string_view::npos;
+         end = FindPart(rest, separator, engine)) {
       items.emplace_back(base::StringOf(rest.substr(0, end)));
       rest.remove_prefix(end + separator.size());
+      engine.Did(1);
     }
     items.emplace_back(base::StringOf(rest));
   }
-  engine.Charge(items.size());
   return list;
 }
 
@@ -108,9 +176,9 @@ Value Join(Engine& engine, Value* arguments, std::uint32_t) {
   for (const Value& item : arguments[0].AsList().items) {
     if (!isFirst) text.Append(separator.GetStr(), separator.Len());
     isFirst = false;
-    AppendShown(text, item);
+    AppendShown(text, item, engine);
+    engine.Did(1);
   }
-  ChargeBytes(engine, text.View().size() + arguments[0].AsList().items.size());
   return Value(std::move(text));
 }
 
@@ -118,38 +186,38 @@ Value Replace(Engine& engine, Value* arguments, std::uint32_t) {
   std::string_view rest = TextArgument("replace", arguments, 0).View();
   const std::string_view old = TextArgument("replace", arguments, 1).View();
   const SV::String& fresh = TextArgument("replace", arguments, 2);
-  std::size_t place = old.empty() ? std::string_view::npos : rest.find(old);
+  if (old.empty()) return arguments[0];
+  std::size_t place = FindPart(rest, old, engine);
   if (place == std::string_view::npos) return arguments[0];
   SV::String text;
-  for (; place != std::string_view::npos; place = rest.find(old)) {
+  for (; place != std::string_view::npos; place = FindPart(rest, old, engine)) {
     text.Append(rest.data(), static_cast<long>(place));
     text.Append(fresh.GetStr(), fresh.Len());
     rest.remove_prefix(place + old.size());
+    engine.Did(1);
+    engine.ChargeBytes(fresh.View().size());
   }
   text.Append(rest.data(), static_cast<long>(rest.size()));
-  ChargeBytes(engine, arguments[0].Text().View().size() + text.View().size());
   return Value(std::move(text));
 }
 
 Value Upper(Engine& engine, Value* arguments, std::uint32_t) {
-  ChargeBytes(engine, TextArgument("upper", arguments, 0).View().size() * 4);
-  return Value(base::ToUpperCase(arguments[0].Text()));
+  return Changed(TextArgument("upper", arguments, 0), base::ToUpperCase, engine);
 }
 
 Value Lower(Engine& engine, Value* arguments, std::uint32_t) {
-  ChargeBytes(engine, TextArgument("lower", arguments, 0).View().size() * 4);
-  return Value(base::ToLowerCase(arguments[0].Text()));
+  return Changed(TextArgument("lower", arguments, 0), base::ToLowerCase, engine);
 }
 
-Value Trim(Engine&, Value* arguments, std::uint32_t) {
+Value Trim(Engine& engine, Value* arguments, std::uint32_t) {
   const SV::String& text = TextArgument("trim", arguments, 0);
-  const std::string_view inside = Trimmed(text.View());
+  const std::string_view inside = Trimmed(text.View(), engine);
   if (inside.size() == text.View().size()) return arguments[0];
   return Value(base::StringOf(inside));
 }
 
 // A real is cut towards zero; a text must be an integer's digits, blanks around them allowed.
-Value ToInteger(Engine&, Value* arguments, std::uint32_t) {
+Value ToInteger(Engine& engine, Value* arguments, std::uint32_t) {
   const Value& x = arguments[0];
   if (x.Kind() == TavKelInteger) return x;
   if (x.Kind() == TavKelReal) {
@@ -157,7 +225,7 @@ Value ToInteger(Engine&, Value* arguments, std::uint32_t) {
     return IntegerValue(static_cast<std::int64_t>(x.Real()));
   }
   if (!x.IsText()) FailArgument("int", 1, "a number or a string", x);
-  const std::string_view digits = Trimmed(x.Text().View());
+  const std::string_view digits = Trimmed(x.Text().View(), engine);
   const char* const end = digits.data() + digits.size();
   const kel::ScannedNumber number = kel::ScanNumber(digits.data(), end);
   if (number.error || number.isReal || number.end != end) {
@@ -167,7 +235,7 @@ Value ToInteger(Engine&, Value* arguments, std::uint32_t) {
   return Value(number.integer);
 }
 
-Value ToReal(Engine&, Value* arguments, std::uint32_t) {
+Value ToReal(Engine& engine, Value* arguments, std::uint32_t) {
   const Value& x = arguments[0];
   if (!x.IsText()) {
     if (x.Kind() != TavKelInteger && x.Kind() != TavKelReal) {
@@ -175,7 +243,7 @@ Value ToReal(Engine&, Value* arguments, std::uint32_t) {
     }
     return Value(NumberArgument("real", arguments, 0));
   }
-  const std::string_view digits = Trimmed(x.Text().View());
+  const std::string_view digits = Trimmed(x.Text().View(), engine);
   double number = 0;
   const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   if (code != std::errc() || end != digits.data() + digits.size() || !std::isfinite(number)) {
@@ -185,11 +253,13 @@ Value ToReal(Engine&, Value* arguments, std::uint32_t) {
   return Value(number);
 }
 
-Value ToText(Engine&, Value* arguments, std::uint32_t) { return Value(Shown(arguments[0])); }
+Value ToText(Engine& engine, Value* arguments, std::uint32_t) {
+  return Value(Shown(arguments[0], engine));
+}
 
-Value KelText(Engine&, Value* arguments, std::uint32_t) {
+Value KelText(Engine& engine, Value* arguments, std::uint32_t) {
   SV::String text;
-  kel::AppendKel(text, arguments[0]);
+  kel::AppendKel(text, arguments[0], &engine);
   return Value(std::move(text));
 }
 

@@ -3,6 +3,7 @@
 
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/script/built_in/built_in.h"
+#include "tavhost/script/code_points.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/script/operations.h"
 
@@ -12,9 +13,6 @@ namespace script {
 using kel::Value;
 
 namespace {
-
-// Bytes of text work that cost about as much as one round of a small loop.
-constexpr std::size_t kBytesARound = 64;
 
 double AsReal(const Value& value) {
   return value.Kind() == TavKelInteger ? value.Integer() : value.Real();
@@ -76,14 +74,14 @@ void Engine::AddTo(Frame& frame, std::uint32_t slot, const Value* added, std::ui
     if (count == 1 && added->IsText()) {
       text = &added->Text();
     } else {
-      for (std::uint32_t i = 0; i < count; ++i) AppendShown(all, added[i]);
+      for (std::uint32_t i = 0; i < count; ++i) AppendShown(all, added[i], *this);
     }
     place->MutableText().Append(text->GetStr(), text->Len());
-    Charge(static_cast<std::size_t>(text->Len()) / kBytesARound);
+    ChargeBytes(text->View().size());
     return;
   }
   Value sum = Read(frame, slot, Part::kLeft);
-  for (std::uint32_t i = 0; i < count; ++i) sum = Arithmetic(Operator::kAdd, sum, added[i]);
+  for (std::uint32_t i = 0; i < count; ++i) sum = Arithmetic(Operator::kAdd, sum, added[i], *this);
   Store(frame, slot, std::move(sum));
 }
 
@@ -93,7 +91,7 @@ void Engine::SetPath(Frame& frame, Instruction i) {
   Value* place = &Changeable(frame, AOf(i));
   for (std::uint32_t k = 0; k < count; ++k) {
     if (place->IsNone()) throw ScriptError("this has no value", Part::kLeft);
-    place = &PlaceIn(*place, keys[k]);
+    place = &PlaceIn(*place, keys[k], *this);
   }
   *place = std::move(keys[count]);
   for (std::uint32_t k = 0; k < count; ++k) keys[k] = Value();
@@ -103,10 +101,11 @@ void Engine::Push(Frame& frame, Instruction i) {
   Value* const keys = &frame.registers[BOf(i)];
   const auto count = static_cast<std::uint32_t>(COf(i));
   Value* place = &Changeable(frame, AOf(i));
-  for (std::uint32_t k = 0; k < count; ++k) place = &PlaceIn(*place, keys[k]);
+  for (std::uint32_t k = 0; k < count; ++k) place = &PlaceIn(*place, keys[k], *this);
   if (place->Kind() != TavKelList) {
     throw ScriptError(std::string("\"push\" needs a list, not ") + KindWord(*place), Part::kLeft);
   }
+  if (place->AsList().sharers > 1) Charge(place->AsList().items.size());
   auto& items = place->MutableList().items;
   if (items.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
     throw ScriptError("the list is too long");
@@ -159,6 +158,7 @@ void Engine::EachStart(Frame& frame, Instruction i) {
     Value keys = Value::List();
     for (const kel::Field& field : whole->AsRecord().fields) {
       keys.MutableList().items.push_back(Value(field.name));
+      Did(1);
     }
     *whole = std::move(keys);
   } else if (whole->Kind() != TavKelList && !whole->IsText()) {
@@ -228,19 +228,23 @@ void Engine::PrintValues(Frame& frame, Instruction i) {
   SV::String line;
   for (std::uint32_t k = 0; k < count; ++k) {
     if (k > 0) line += ' ';
-    AppendShown(line, values[k]);
+    AppendShown(line, values[k], *this);
     values[k] = Value();
   }
   line += '\n';
-  Print(line.View());
-  Charge(static_cast<std::size_t>(line.Len()) / kBytesARound);
+  for (std::string_view rest = line.View(); !rest.empty();) {
+    const std::string_view piece = rest.substr(0, kPiece);
+    Print(piece);
+    DidBytes(piece.size());
+    rest.remove_prefix(piece.size());
+  }
 }
 
 void Engine::Throw(Frame& frame, Instruction i) {
   const Value& thrown = Read(frame, AOf(i), Part::kLeft);
   const Value* message =
       thrown.Kind() == TavKelRecord ? thrown.AsRecord().Find("message") : nullptr;
-  ScriptError error(std::string(Shown(message ? *message : thrown).View()));
+  ScriptError error(std::string(Shown(message ? *message : thrown, *this).View()));
   error.thrown = thrown;
   throw error;
 }

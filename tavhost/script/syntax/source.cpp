@@ -4,6 +4,7 @@
 #include <functional>
 #include <iterator>
 #include <limits>
+#include <new>
 
 namespace script {
 
@@ -110,6 +111,24 @@ Diagnostic Source::Describe(std::uint32_t offset, const std::string& message) co
     --left;
   }
   result.text += "^\n";
+  return result;
+}
+
+Diagnostic Source::DescribeInAnyCase(std::uint32_t offset, const std::string& message) const {
+  try {
+    return Describe(offset, message);
+  } catch (const std::bad_alloc&) {
+    const Place place = PlaceOf(offset);
+    return DescribeNoMemory(place.line, place.column);
+  }
+}
+
+Diagnostic DescribeNoMemory(std::uint32_t line, std::uint32_t column) noexcept {
+  Diagnostic result;
+  result.line = line;
+  result.column = column;
+  result.message = "out of memory";  // both are short enough to lie in the strings themselves
+  result.text = "out of memory\n";
   return result;
 }
 

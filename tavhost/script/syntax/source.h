@@ -50,6 +50,8 @@ class Source {
                          std::string_view file = {}) const;
 
   Diagnostic Describe(std::uint32_t offset, const std::string& message) const;
+  // Without memory for that: the place, and that there is no memory.
+  Diagnostic DescribeInAnyCase(std::uint32_t offset, const std::string& message) const;
 
  private:
   std::vector<std::unique_ptr<const File>> files_;
@@ -65,5 +67,8 @@ struct SyntaxError {
 
 // What a mistake in a script of that text and name looks like.
 Diagnostic Describe(const SyntaxError& mistake, const SV::String& text, const std::string& name);
+
+// What is said when there is no memory to say more. Takes none.
+Diagnostic DescribeNoMemory(std::uint32_t line, std::uint32_t column) noexcept;
 
 }  // namespace script

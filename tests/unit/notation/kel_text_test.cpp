@@ -8,7 +8,9 @@
 #include <string>
 
 #include "host/notation/kel_parser.h"
+#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
+#include "tests/support/counting_meter.h"
 #include "tests/unit/notation/parsing.h"
 #include "tests/unit/notation/random_kel.h"
 
@@ -228,6 +230,37 @@ TEST(ToValue, BorrowedValuesAreShared) {
   EXPECT_TRUE(kel::Borrow(kel::Value()).IsNone());
   EXPECT_EQ(kel::Borrow(kel::Value(7)).integer, 7);
   EXPECT_EQ(kel::Borrow(kel::Value(7.5)).real, 7.5);
+}
+
+TEST(KelText, TellsAMeterOfItsWork) {
+  using kel::Value;
+  Value value = Value::List();
+  for (int i = 0; i < 12; ++i) {
+    Value outer = Value::List();
+    outer.MutableList().items = {value, value};
+    value = outer;
+  }
+  CountingMeter meter;
+  SV::String text;
+  kel::AppendKel(text, value, &meter);
+  EXPECT_GT(meter.Work(), 4096);
+  SV::String same;
+  kel::AppendKel(same, value);
+  EXPECT_TRUE(text == same);
+
+  const std::string bytes(300'000, '\n');
+  SV::String metered;
+  SV::String plain;
+  const int polls = meter.Polls();
+  const Value list = [&bytes] {
+    Value one = Value::List();
+    one.MutableList().items = {Value(base::StringOf(bytes))};
+    return one;
+  }();
+  kel::AppendKel(metered, list, &meter);
+  kel::AppendKel(plain, list);
+  EXPECT_TRUE(metered == plain);
+  EXPECT_GT(meter.Polls(), polls + 3);
 }
 
 }  // namespace

@@ -1,0 +1,110 @@
+"""A stop reaches what built-in functions and operators are in the middle of, within a second."""
+
+import signal
+import time
+import unittest
+
+import program
+import waiting
+from program import ProgramTest
+
+LIMIT = 1.0  # seconds from the request to the end of the program
+TIME_OUT = 1.5  # seconds; by then each script below is in its last line
+STOPPED_BY_TIME = (124, 130)
+STOPPED_BY_SIGNAL = (130,)
+
+# What a script prepares, and the one statement that would take minutes or more.
+NESTED = "a = (1, 2)\nb = (1, 2)\nfor i from 1 to 45 { a = (a, a); b = (b, b) }\n"
+RECORDS = "a = (x: 1)\nb = (x: 1)\nfor i from 1 to 45 { a = (x: a, y: a); b = (x: b, y: b) }\n"
+LONG = 's = "äxyz "\nfor i from 1 to 22 { s = s + s }\n'  # 24 MB
+ALIKE = 's = "a"\nfor i from 1 to 23 { s = s + s }\np = slice(s, 0, 4000000) + "b"\n'
+LOOP = "while 1 { %s }"
+OPERATIONS = {
+    "equal": (NESTED, "print a == b"),
+    "equal records": (RECORDS, "print a != b"),
+    "equal in a condition": (NESTED, "if a == b { print 1 }"),
+    "contains": (NESTED, "print contains((0, b), a)"),
+    "str": (NESTED, "x = str(a)"),
+    "kel_text": (NESTED, "x = kel_text(a)"),
+    "print": (NESTED, "print a"),
+    "join": (NESTED, 'x = join((a, a), ",")'),
+    "format": (NESTED, 'x = format("{} {}", 1, a)'),
+    "text and list": (NESTED, 'x = "" + a'),
+    "throw": (NESTED, "throw a"),
+    "find": (ALIKE, "print find(s, p)"),
+    "contains a text": (ALIKE, "print contains(s, p)"),
+    "replace": (ALIKE, 'x = replace(s, p, "")'),
+    "split": (ALIKE, "x = split(s, p)"),
+    "find short": (LONG, LOOP % 'i = find(s, "nowhere")'),
+    "replace short": (LONG, LOOP % 'x = replace(s, "x", "y")'),
+    "split short": (LONG, LOOP % 'x = split(s, " ")'),
+    "split characters": (LONG, LOOP % 'x = split(s, "")'),
+    "upper": (LONG, LOOP % "x = upper(s)"),
+    "lower": (LONG, LOOP % "x = lower(s)"),
+    "join texts": (LONG + 'l = split(s, " ")\n', LOOP % 'x = join(l, "-")'),
+    "format a text": (LONG, LOOP % 'x = format("{:>9999} {0}", s)'),
+    "slice": (LONG, LOOP % "x = slice(s, 1, -1)"),
+    "slice a list": ("l = range(3000000)\n", LOOP % "x = slice(l, 1)"),
+    "len": (LONG, LOOP % 's = s + "x"; n = len(s)'),
+    "a character": (LONG, LOOP % 's = s + "x"; c = s[12345678]'),
+    "range": ("", LOOP % "x = range(100000000)"),
+    "add to a text": (LONG, LOOP % 'x = "a"; x = x + s'),
+    "less": (LONG + 't = s + "x"\n', LOOP % "x = s < t"),
+    "change what is shared": ("l = range(3000000)\n", LOOP % "m = l; m[0] = 1"),
+    "push to what is shared": ("l = range(3000000)\n", LOOP % "m = l; push(m, 1)"),
+    "min": ("l = range(3000000)\n", LOOP % "x = min(l)"),
+    "keys": ("r = (:)\nfor i from 1 to 100000 { r[\"k\" + i] = i }\n", LOOP % "x = keys(r)"),
+    "trim": ('s = " "\nfor i from 1 to 24 { s = s + s }\n', LOOP % "x = trim(s)"),
+    "kel_parse": ('s = "A 1 b:2;"\nfor i from 1 to 20 { s = s + s }\n', LOOP % "x = kel_parse(s)"),
+    "kel_parse a list": ('s = "(1, 2),"\nfor i from 1 to 20 { s = s + s }\ns = "A (" + s + ")"\n',
+                         LOOP % "x = kel_parse(s)"),
+    "re_match": ('s = "a"\nfor i from 1 to 19 { s = s + s }\n', 'x = re_match(s, "(a?){900}b")'),
+    "re_all": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n', LOOP % 'x = re_all(s, "(a)|(b)")'),
+    "re_replace": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n',
+                   LOOP % 'x = re_replace(s, "a", "$&$&")'),
+    "re_split": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n', LOOP % 'x = re_split(s, "b")'),
+}
+
+
+class StopTest(ProgramTest):
+    def script(self, name):
+        """The script's file, and the mark that it makes before the long statement."""
+        before, long_one = OPERATIONS[name]
+        mark = waiting.Mark(self.folder)
+        return self.file("a.tav", before + mark.command + long_one + "\n"), mark
+
+    def end_of(self, process, begin):
+        out, err = process.communicate(timeout=program.TIME_LIMIT)
+        took = time.monotonic() - begin
+        if not program.sanitized:
+            self.assertLess(took, LIMIT)
+        return process.returncode, err.decode("utf-8", "replace")
+
+    def test_interrupt(self):
+        for name in OPERATIONS:
+            with self.subTest(name):
+                script, mark = self.script(name)
+                process = self.start("run", script)
+                mark.wait()
+                waiting.until_at_work(process)
+                begin = time.monotonic()
+                process.send_signal(signal.SIGINT)
+                code, err = self.end_of(process, begin)
+                self.assertIn(code, STOPPED_BY_SIGNAL, err)
+                mark.remove()
+
+    def test_time_limit(self):
+        for name in OPERATIONS:
+            with self.subTest(name):
+                script, mark = self.script(name)
+                begin = time.monotonic()
+                process = self.start("run", "--timeout", str(TIME_OUT), script)
+                code, err = self.end_of(process, begin + TIME_OUT)
+                self.assertIn(code, STOPPED_BY_TIME, err)
+                self.assertIn("(--timeout)", err)
+                mark.wait()
+                mark.remove()
+
+
+if __name__ == "__main__":
+    unittest.main()
