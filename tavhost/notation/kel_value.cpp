@@ -16,6 +16,8 @@ bool failNext = false;
 
 void FailNextAllocation() { failNext = true; }
 
+constinit bool detail::allocationRefused = false;
+
 }  // namespace kel
 
 using kel::Value;
@@ -25,11 +27,13 @@ static_assert(sizeof(TavKelValue) == sizeof(Value) && alignof(TavKelValue) >= al
 void* TavKelValue::operator new(std::size_t size) noexcept {
   if (kel::failNext) [[unlikely]] {
     kel::failNext = false;
+    kel::detail::allocationRefused = true;
     return nullptr;
   }
   try {
     return buffer_memory::Allocate(size);
   } catch (const std::bad_alloc&) {
+    kel::detail::allocationRefused = true;
     return nullptr;
   }
 }

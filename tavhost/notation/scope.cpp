@@ -86,7 +86,7 @@ const Value* Scope::ReadOwn(std::string_view name) const noexcept {
   }
   if (others_) {
     const auto found = others_->find(name);
-    if (found != others_->end()) return &found->second;
+    if (found != others_->end() && !found->second.IsNone()) return &found->second;
   }
   return nullptr;
 }
@@ -145,32 +145,45 @@ void Scope::SetRepeated(const SV::String& name, Value&& value) {
 
 void Scope::Clear() {
   generation_ = ++lastGeneration;
-  if (layout_) {
-    for (std::uint32_t slot = 0; slot < layout_->Count(); ++slot) slots_[slot] = Value();
+  if (!layout_) {
+    others_.reset();
+    return;
   }
-  others_.reset();
+  for (std::uint32_t slot = 0; slot < layout_->Count(); ++slot) slots_[slot] = Value();
+  // What Detach is to find stays.
+  if (others_) {
+    for (auto& [name, value] : *others_) value = Value();
+  }
 }
 
+// Whatever needs memory is done here, so that Detach needs none: each name with a slot gets its
+// place among the others, empty as long as the slot stands for it.
 void Scope::Attach(const Layout& layout, Value* slots) {
   generation_ = ++lastGeneration;
-  if (layout_) Detach();
-  AttachEmpty(layout, slots);
-  if (!others_) return;
+  Detach();
+  if (layout.Count() > 0 && !others_) others_ = std::make_unique<Map>();
   for (std::uint32_t slot = 0; slot < layout.Count(); ++slot) {
-    const auto found = others_->find(layout.Name(slot).View());
-    if (found == others_->end()) continue;
-    slots_[slot] = std::move(found->second);
-    others_->erase(found);
+    const std::string_view name = layout.Name(slot).View();
+    if (others_->find(name) == others_->end()) others_->try_emplace(std::string(name));
+  }
+  AttachEmpty(layout, slots);
+  for (std::uint32_t slot = 0; slot < layout.Count(); ++slot) {
+    slots_[slot].Swap(others_->find(layout.Name(slot).View())->second);
   }
 }
 
-void Scope::Detach() {
+void Scope::Detach() noexcept {
   if (!layout_) return;
   generation_ = ++lastGeneration;
   const Layout* layout = std::exchange(layout_, nullptr);
   Value* slots = std::exchange(slots_, nullptr);
   for (std::uint32_t slot = 0; slot < layout->Count(); ++slot) {
-    if (!slots[slot].IsNone()) Set(layout->Name(slot).View(), std::move(slots[slot]));
+    const auto found = others_->find(layout->Name(slot).View());
+    if (slots[slot].IsNone()) {
+      others_->erase(found);
+    } else {
+      found->second = std::move(slots[slot]);
+    }
   }
 }
 
@@ -179,7 +192,9 @@ void Scope::ForEach(const std::function<void(std::string_view, const Value&)>& v
     if (!slots_[slot].IsNone()) visit(layout_->Name(slot).View(), slots_[slot]);
   }
   if (!others_) return;
-  for (const auto& [name, value] : *others_) visit(name, value);
+  for (const auto& [name, value] : *others_) {
+    if (!value.IsNone()) visit(name, value);
+  }
 }
 
 }  // namespace kel
@@ -192,7 +207,6 @@ TavKelValueSet::TavKelValueSet(TavKelValueSet* enclosingScope)
 TavKelValueSet::~TavKelValueSet() { delete scope_; }
 
 void TavKelValueSet::OldMoveValue(const SV::String& name, TavKelValue* value, bool) {
-  if (!value) return;
-  scope_->SetRepeated(name, std::move(kel::Value::Of(*value)));
-  delete value;
+  const std::unique_ptr<TavKelValue> owned(value);
+  if (owned) scope_->SetRepeated(name, std::move(kel::Value::Of(*owned)));
 }

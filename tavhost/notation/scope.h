@@ -93,7 +93,7 @@ class Scope {
   void Clear();
 
   // Lends the layout's names their slots; values that the scope holds move into them. `slots` are
-  // layout.Count() values that stay where they are until Detach.
+  // layout.Count() values, all empty, that stay where they are until Detach.
   void Attach(const Layout& layout, Value* slots);
   // As Attach for a scope that is new and empty.
   void AttachEmpty(const Layout& layout, Value* slots) noexcept {
@@ -114,8 +114,8 @@ class Scope {
       generation_ = ++lastGeneration;
     }
   }
-  // Takes the values out of the slots again and keeps them by their names.
-  void Detach();
+  // Takes the values out of the slots again and keeps them by their names. Only behind Attach.
+  void Detach() noexcept;
   bool IsAttached() const noexcept { return layout_ != nullptr; }
 
   // Every variable of this scope that has a value; those without a slot in no order.
@@ -143,7 +143,7 @@ class Scope {
   Scope* enclosing_;
   const Layout* layout_ = nullptr;
   Value* slots_ = nullptr;
-  std::unique_ptr<Map> others_;
+  std::unique_ptr<Map> others_;  // an empty value is none
   std::uint64_t generation_ = ++lastGeneration;
 
   static inline std::uint64_t lastGeneration = 0;

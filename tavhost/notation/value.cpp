@@ -2,63 +2,47 @@
 
 #include <functional>
 #include <string_view>
+#include <utility>
 
 namespace kel {
 
 namespace {
 
-// A list or record whose last sharer went. Destroying it releases what it holds, which can be the
-// last sharer of further ones; instead of recursing, these wait on a stack until the outermost
-// release comes to them. One of the two pointers is null.
-struct Doomed {
-  ListData* list;
-  RecordData* record;
-};
+// Lists and records whose last sharer went. Destroying one releases what it holds, which can be the
+// last sharer of further ones; instead of recursing, these wait until the outermost release comes
+// to them. Each leads to the next; a record's address has its lowest bit set, and 0 ends them.
+constexpr std::uintptr_t kIsRecord = 1;
 
-// Few wait at a time as a rule; those need no memory.
-class DoomedStack {
- public:
-  void Push(Doomed doomed) {
-    if (count_ < kFew) {
-      few_[count_++] = doomed;
+thread_local bool isReleasing = false;
+thread_local std::uintptr_t firstDoomed = 0;
+
+std::uintptr_t AddressOf(ListData* list) { return reinterpret_cast<std::uintptr_t>(list); }
+std::uintptr_t AddressOf(RecordData* record) {
+  return reinterpret_cast<std::uintptr_t>(record) | kIsRecord;
+}
+
+void DestroyDoomed() noexcept {
+  while (firstDoomed != 0) {
+    const std::uintptr_t doomed = firstDoomed;
+    if ((doomed & kIsRecord) != 0) {
+      auto* const record = reinterpret_cast<RecordData*>(doomed & ~kIsRecord);
+      firstDoomed = record->next;
+      delete record;
     } else {
-      more_.push_back(doomed);
+      auto* const list = reinterpret_cast<ListData*>(doomed);
+      firstDoomed = list->next;
+      delete list;
     }
   }
-  bool Pop(Doomed& doomed) {
-    if (!more_.empty()) {
-      doomed = more_.back();
-      more_.pop_back();
-    } else if (count_ > 0) {
-      doomed = few_[--count_];
-    } else {
-      return false;
-    }
-    return true;
-  }
+}
 
- private:
-  static constexpr std::size_t kFew = 32;
-
-  Doomed few_[kFew];
-  std::size_t count_ = 0;
-  std::vector<Doomed> more_;
-};
-
-thread_local DoomedStack* doomedStack = nullptr;  // while a release is going on
-
-void TakeApart(Doomed first) {
-  if (doomedStack) {
-    doomedStack->Push(first);
-    return;
-  }
-  DoomedStack stack;
-  doomedStack = &stack;
-  do {
-    delete first.list;
-    delete first.record;
-  } while (stack.Pop(first));
-  doomedStack = nullptr;
+template <typename Data>
+void TakeApart(Data* doomed) noexcept {
+  doomed->next = std::exchange(firstDoomed, AddressOf(doomed));
+  if (isReleasing) return;
+  isReleasing = true;
+  DestroyDoomed();
+  isReleasing = false;
 }
 
 }  // namespace
@@ -113,10 +97,10 @@ void Value::Release() noexcept {
       bits_.text.~String();
       break;
     case TavKelList:
-      if (--bits_.list->sharers == 0) TakeApart({bits_.list, nullptr});
+      if (--bits_.list->sharers == 0) TakeApart(bits_.list);
       break;
     case TavKelRecord:
-      if (--bits_.record->sharers == 0) TakeApart({nullptr, bits_.record});
+      if (--bits_.record->sharers == 0) TakeApart(bits_.record);
       break;
     case TavKelBody:
       if (--bits_.body->sharers == 0) delete bits_.body;
@@ -128,7 +112,7 @@ void Value::Release() noexcept {
 
 ListData& Value::MutableList() {
   if (bits_.list->sharers > 1) {
-    auto* own = new ListData{1, bits_.list->items};
+    auto* own = new ListData{{1}, bits_.list->items};
     --bits_.list->sharers;
     bits_.list = own;
   }

@@ -142,9 +142,13 @@ class Value {
 
 static_assert(sizeof(Value) == 16 && sizeof(SV::String) == sizeof(std::uint64_t));
 
-// The items of a list, shared by `sharers` values.
+// The items of a list, shared by `sharers` values. When none shares it any more and it waits to be
+// destroyed, `next` leads to what waits behind it, in the same place: destroying takes no memory.
 struct ListData {
-  std::uint32_t sharers = 1;
+  union {
+    std::uint32_t sharers = 1;
+    std::uintptr_t next;
+  };
   std::vector<Value> items;
 };
 
@@ -156,7 +160,10 @@ struct Field {
 // Fields in the order in which they were first set; names are unique. Fields may be added to the
 // end of `fields` at will; none is ever taken out or renamed.
 struct RecordData {
-  std::uint32_t sharers = 1;
+  union {
+    std::uint32_t sharers = 1;
+    std::uintptr_t next;  // as in ListData
+  };
   std::vector<Field> fields;
 
   const Value* Find(std::string_view name) const;  // null when absent

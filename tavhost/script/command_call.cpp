@@ -1,7 +1,10 @@
+#include <new>
 #include <stdexcept>
 
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/memory_reserve.h"
+#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/engine.h"
@@ -61,6 +64,7 @@ class ScopeRedirect {
 };
 
 ScriptError CommandError(const Command& command, std::string message) {
+  const memory_reserve::Use reserve;
   ScriptError error(std::move(message));
   error.command = command.name;
   return error;
@@ -90,6 +94,8 @@ ScriptError CommandError(const Command& command, std::string message) {
   }
   if (result.HasError()) [[unlikely]]
     throw CommandError(command, std::string(result.GetError().View()));
+  if (kel::TakeAllocationRefused()) [[unlikely]]
+    throw std::bad_alloc();
 }
 
 void Engine::RunCommand(Frame& frame, Command& command) {

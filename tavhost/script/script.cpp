@@ -1,6 +1,5 @@
 #include "host/script/script.h"
 
-#include <new>
 #include <utility>
 
 #include "tavhost/base/string_of.h"
@@ -36,8 +35,6 @@ long TavScript::Parse(const SV::String& text, SV::String& error) {
     return call.Result(0L);
   } catch (const script::SyntaxError& mistake) {
     error = base::StringOf(script::Describe(mistake, text, program_->name).text);
-  } catch (const std::bad_alloc&) {
-    error = "out of memory\n";
   }
   return call.Result(1L);
 }

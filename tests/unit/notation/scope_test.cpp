@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+
 namespace {
 
 using kel::Layout;
@@ -98,6 +101,41 @@ TEST(Scope, AStringChangedAfterwardsIsAnotherName) {
   scope.SetRepeated(name, Value(2));
   EXPECT_EQ(IntegerIn(scope, "count"), 1);
   EXPECT_EQ(IntegerIn(scope, "COUNT"), 2);
+}
+
+// While slots stand for names, the names' places among the others are kept for Detach, and unseen.
+TEST(Scope, NamesWithoutAValueAreNowhere) {
+  Layout layout;
+  layout.Add("set");
+  layout.Add("unset");
+  layout.Add("before");
+  Value slots[3];
+  Scope scope;
+  const auto names = [&scope] {
+    std::set<std::string> all;
+    scope.ForEach([&all](std::string_view name, const Value&) { all.emplace(name); });
+    return all;
+  };
+  scope.Set("before", Value(1));
+  scope.Set("other", Value(2));
+  scope.Attach(layout, slots);
+  EXPECT_EQ(slots[2].Integer(), 1);
+  EXPECT_EQ(scope.ReadOwn("unset"), nullptr);
+  EXPECT_EQ(names(), (std::set<std::string>{"before", "other"}));
+  scope.Set("set", Value(3));
+  slots[2] = Value();
+  EXPECT_EQ(names(), (std::set<std::string>{"set", "other"}));
+  scope.Detach();
+  EXPECT_EQ(names(), (std::set<std::string>{"set", "other"}));
+  EXPECT_EQ(IntegerIn(scope, "set"), 3);
+  EXPECT_EQ(scope.ReadOwn("unset"), nullptr);
+  EXPECT_EQ(scope.ReadOwn("before"), nullptr);
+  scope.Attach(layout, slots);
+  scope.Clear();
+  EXPECT_EQ(names(), std::set<std::string>());
+  scope.Set("set", Value(4));
+  scope.Detach();
+  EXPECT_EQ(names(), std::set<std::string>{"set"});
 }
 
 }  // namespace
