@@ -37,7 +37,7 @@ _tavhost() {
         case $subcommand in
             run) options+=" -e" ;;
             check | commands | validate) options+=" --json" ;;
-            serve) options+=" --port --address --allow-crash" ;;
+            serve) options+=" --port --address --allow-crash --reply-limit" ;;
         esac
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
         return

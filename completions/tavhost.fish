@@ -42,4 +42,5 @@ complete -c tavhost -n '__fish_seen_subcommand_from validate' -F
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l port -x -d 'Port to listen on'
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l address -x -d 'Listen on this address'
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l allow-crash -d 'Let requests end the program by CRASH'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l reply-limit -x -d 'The most that one reply may take, in MiB'
 complete -c tavhost -n '__fish_seen_subcommand_from trace' -a diff -F

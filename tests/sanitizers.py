@@ -10,3 +10,8 @@ def environment_for_faults(environment=os.environ):
     for name in ("ASAN_OPTIONS", "TSAN_OPTIONS"):
         environment[name] = ":".join(filter(None, (environment.get(name), "handle_segv=0")))
     return environment
+
+
+def are_in_use():
+    """Whether this is a run of the tests with sanitizers, which make programs slow and large."""
+    return any(name in os.environ for name in ("ASAN_OPTIONS", "TSAN_OPTIONS"))

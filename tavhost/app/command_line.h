@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -48,9 +49,10 @@ struct CommandLine {
   std::vector<std::string> operands;
   std::optional<std::string> scriptText;  // run -e
   bool json = false;
-  int port = 0;                        // serve --port
-  std::vector<std::string> addresses;  // serve --address, each once
-  bool allowCrash = false;             // serve --allow-crash
+  int port = 0;                                    // serve --port
+  std::vector<std::string> addresses;              // serve --address, each once
+  bool allowCrash = false;                         // serve --allow-crash
+  std::size_t replyLimit = std::size_t{64} << 20;  // serve --reply-limit, bytes
   bool help = false;
   bool version = false;
 };

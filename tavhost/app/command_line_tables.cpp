@@ -100,6 +100,19 @@ base::Result<void> TakeAddress(CommandLine& line, std::string value) {
   return {};
 }
 
+base::Result<void> TakeReplyLimit(CommandLine& line, std::string value) {
+  constexpr std::size_t kMega = std::size_t{1} << 20;
+  constexpr std::size_t kMost = 1024;  // a text can hold no more than twice that
+  std::size_t megabytes = 0;
+  const char* const end = value.data() + value.size();
+  const auto [rest, error] = std::from_chars(value.data(), end, megabytes);
+  if (error != std::errc() || rest != end || megabytes < 1 || megabytes > kMost) {
+    return base::Failure("must be a number of MiB from 1 to 1024");
+  }
+  line.replyLimit = megabytes * kMega;
+  return {};
+}
+
 base::Result<void> TakeScriptText(CommandLine& line, std::string value) {
   line.scriptText = line.scriptText ? *line.scriptText + "\n" + value : std::move(value);
   return {};
@@ -139,6 +152,8 @@ constexpr OptionRow kOptionTable[] = {
      Only(Subcommand::kServe), TakeAddress},
     {"--allow-crash", nullptr, "Let requests end the program by CRASH", Only(Subcommand::kServe),
      Set<&CommandLine::allowCrash>},
+    {"--reply-limit", "MIB", "The most that one reply may take, 64 MiB unless given",
+     Only(Subcommand::kServe), TakeReplyLimit},
     {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be", kAll,
      TakeUserInterface},
     {"--answers", "FILE|accept|cancel|ask",

@@ -59,7 +59,7 @@ int FinishServing(const Options& options, int exitCode) {
 int ServeScripts(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
-  script::service::SetHostOptions({line.addresses, line.allowCrash});
+  script::service::SetHostOptions({line.addresses, line.allowCrash, line.replyLimit});
   WarnOfNetworks(line.addresses);
   if (!script::service::Serve(line.port, kBacklog)) return kExitScriptError;
   Print(ListeningText(line.addresses) + "token file: " + script::service::TokenFilePath() + "\n");

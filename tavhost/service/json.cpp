@@ -1,8 +1,10 @@
 #include "tavhost/service/json.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <utility>
 #include <vector>
 
 #include "tavhost/base/utf16.h"
@@ -12,59 +14,97 @@ namespace script::service {
 
 namespace {
 
-void AppendString(std::string& out, std::string_view text) {
-  std::string room;
-  text = utf16::WellFormed(text, room);
-  const std::string literal = nlohmann::json(text).dump();
-  // Backspace and form feed have always been written by their numbers.
-  if (text.find('\b') == text.npos && text.find('\f') == text.npos) {
-    out += literal;
-    return;
-  }
-  std::size_t begin = 0;
-  for (std::size_t at = literal.find('\\'); at != literal.npos; at = literal.find('\\', at + 2)) {
-    const char escape = literal[at + 1];
-    if (escape != 'b' && escape != 'f') continue;
-    out.append(literal, begin, at - begin);
-    out += escape == 'b' ? "\\u0008" : "\\u000c";
-    begin = at + 2;
-  }
-  out.append(literal, begin);
-}
+// A reply as it grows, up to its limit. What goes beyond is dropped, and the reply is none.
+class Reply {
+ public:
+  explicit Reply(std::size_t limit) : limit_(limit) {}
 
-void AppendPlain(std::string& out, const kel::Value& value) {
+  bool Fits() const { return fits_; }
+
+  void Put(std::string_view text) {
+    fits_ = fits_ && text.size() <= limit_ - json_.size();
+    if (fits_) json_ += text;
+  }
+
+  // A JSON string. Long texts are taken piece by piece: each is copied several times on its way.
+  void PutString(std::string_view text) {
+    constexpr std::size_t kPiece = std::size_t{64} << 10;
+    constexpr std::size_t kLongest = 3;  // bytes behind the first of a character
+    const auto continues = [&text](std::size_t at) {
+      return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+    };
+    Put("\"");
+    while (!text.empty() && fits_) {
+      std::size_t end = std::min(kPiece, text.size());
+      for (std::size_t i = 0; i < kLongest && continues(end); ++i) ++end;
+      PutPiece(text.substr(0, end));
+      text.remove_prefix(end);
+    }
+    Put("\"");
+  }
+
+  std::optional<std::string> Take() {
+    if (!fits_) return std::nullopt;
+    return std::move(json_);
+  }
+
+ private:
+  void PutPiece(std::string_view text) {
+    std::string room;
+    text = utf16::WellFormed(text, room);
+    const std::string literal = nlohmann::json(text).dump();
+    const std::string_view inside(literal.data() + 1, literal.size() - 2);
+    // Backspace and form feed have always been written by their numbers.
+    if (text.find('\b') == text.npos && text.find('\f') == text.npos) return Put(inside);
+    std::size_t begin = 0;
+    for (std::size_t at = inside.find('\\'); at != inside.npos; at = inside.find('\\', at + 2)) {
+      const char escape = inside[at + 1];
+      if (escape != 'b' && escape != 'f') continue;
+      Put(inside.substr(begin, at - begin));
+      Put(escape == 'b' ? "\\u0008" : "\\u000c");
+      begin = at + 2;
+    }
+    Put(inside.substr(begin));
+  }
+
+  const std::size_t limit_;
+  std::string json_;
+  bool fits_ = true;
+};
+
+void PutPlain(Reply& out, const kel::Value& value) {
   switch (value.Kind()) {
     case TavKelInteger:
-      out += std::to_string(value.Integer());
+      out.Put(std::to_string(value.Integer()));
       break;
     case TavKelReal:
       if (std::isfinite(value.Real())) {
         // The shortest digits, and no `.0` behind a whole number.
         char digits[32];
         const auto end = std::to_chars(digits, digits + sizeof digits, value.Real()).ptr;
-        out.append(digits, end);
+        out.Put({digits, static_cast<std::size_t>(end - digits)});
       } else {
-        out += "null";
+        out.Put("null");
       }
       break;
     case TavKelString:
     case TavKelWord:
-      AppendString(out, value.Text().View());
+      out.PutString(value.Text().View());
       break;
     case TavKelBody: {
       SV::String text;
       kel::AppendText(text, value, false);
-      AppendString(out, text.View());
+      out.PutString(text.View());
       break;
     }
     default:
-      out += "null";
+      out.Put("null");
   }
 }
 
 // Lists and records in lists and records are taken one after the other, so that their depth costs
 // no stack.
-void AppendValue(std::string& out, const kel::Value& root) {
+void PutValue(Reply& out, const kel::Value& root) {
   struct Level {
     const kel::Value* value;
     std::size_t next;
@@ -72,80 +112,98 @@ void AppendValue(std::string& out, const kel::Value& root) {
   std::vector<Level> levels;
   const auto begin = [&](const kel::Value& value) {
     if (value.Kind() == TavKelList || value.Kind() == TavKelRecord) {
-      out += value.Kind() == TavKelList ? '[' : '{';
+      out.Put(value.Kind() == TavKelList ? "[" : "{");
       levels.push_back({&value, 0});
     } else {
-      AppendPlain(out, value);
+      PutPlain(out, value);
     }
   };
   begin(root);
-  while (!levels.empty()) {
+  while (!levels.empty() && out.Fits()) {
     Level& level = levels.back();
     const bool isList = level.value->Kind() == TavKelList;
     const std::size_t count =
         isList ? level.value->AsList().items.size() : level.value->AsRecord().fields.size();
     if (level.next == count) {
-      out += isList ? ']' : '}';
+      out.Put(isList ? "]" : "}");
       levels.pop_back();
       continue;
     }
-    if (level.next > 0) out += ',';
+    if (level.next > 0) out.Put(",");
     const std::size_t index = level.next++;
     if (isList) {
       begin(level.value->AsList().items[index]);
     } else {
       const kel::Field& field = level.value->AsRecord().fields[index];
-      AppendString(out, field.name.View());
-      out += ':';
+      out.PutString(field.name.View());
+      out.Put(":");
       begin(field.value);
     }
   }
 }
 
-std::string Finished(std::string json, std::string_view output, const std::string* error) {
-  json += ",\"output\":";
-  AppendString(json, output);
-  json += ",\"error\":";
+// The rest behind the variables, but for the brace that ends the reply.
+void PutRest(Reply& out, std::string_view output, const std::string* error) {
+  out.Put(",\"output\":");
+  out.PutString(output);
+  out.Put(",\"error\":");
   if (error) {
-    AppendString(json, *error);
+    out.PutString(*error);
   } else {
-    json += "null";
+    out.Put("null");
   }
-  json += '}';
-  return json;
 }
+
+constexpr char kNoVariables[] = "{\"variables\":{}";
 
 }  // namespace
 
-std::string ReplyJson(const kel::Value& record, std::string_view output, const std::string* error) {
-  std::string json = "{\"variables\":";
-  AppendValue(json, record);
-  return Finished(std::move(json), output, error);
+std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
+                                     const std::string* error, std::size_t limit) {
+  Reply reply(limit);
+  reply.Put("{\"variables\":");
+  PutValue(reply, record);
+  PutRest(reply, output, error);
+  reply.Put("}");
+  return reply.Take();
 }
 
-std::string ReplyJson(const kel::Scope& variables, std::string_view output,
-                      const std::string* error) {
-  std::string json = "{\"variables\":{";
+std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
+                                     const std::string* error, std::size_t limit) {
+  Reply reply(limit);
+  reply.Put("{\"variables\":{");
   bool first = true;
   variables.ForEach([&](std::string_view name, const kel::Value& value) {
-    if (!first) json += ',';
+    if (!reply.Fits()) return;
+    if (!first) reply.Put(",");
     first = false;
-    AppendString(json, name);
-    json += ':';
-    AppendValue(json, value);
+    reply.PutString(name);
+    reply.Put(":");
+    PutValue(reply, value);
   });
-  json += '}';
-  return Finished(std::move(json), output, error);
+  reply.Put("}");
+  PutRest(reply, output, error);
+  reply.Put("}");
+  return reply.Take();
 }
 
 std::string ErrorJson(const std::string& error) {
-  return Finished("{\"variables\":{}", "", &error);
+  Reply reply(std::string::npos);
+  reply.Put(kNoVariables);
+  PutRest(reply, "", &error);
+  reply.Put("}");
+  return *reply.Take();
 }
 
-std::string QuestionJson(std::string_view output, const std::string& question) {
-  std::string json = Finished("{\"variables\":{}", output, nullptr);
-  json.pop_back();
-  return json + ",\"question\":" + question + '}';
+std::optional<std::string> QuestionJson(std::string_view output, const std::string& question,
+                                        std::size_t limit) {
+  Reply reply(limit);
+  reply.Put(kNoVariables);
+  PutRest(reply, output, nullptr);
+  reply.Put(",\"question\":");
+  reply.Put(question);
+  reply.Put("}");
+  return reply.Take();
 }
 
 }  // namespace script::service

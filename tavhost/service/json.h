@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,12 +13,16 @@ namespace script::service {
 
 // `variables` are the fields of a record, or the variables of a scope without those of outer ones.
 // Bytes that are no UTF-8 become U+FFFD, bodies are told as their text, and reals that JSON has no
-// number for (infinities, NaN) as null. A null `error` is none.
-std::string ReplyJson(const kel::Value& record, std::string_view output, const std::string* error);
-std::string ReplyJson(const kel::Scope& variables, std::string_view output,
-                      const std::string* error);
+// number for (infinities, NaN) as null. A null `error` is none. Nothing is returned when the reply
+// would be longer than `limit` bytes; it is not made any further then, so that memory and time are
+// bounded by the limit, whatever the variables hold how often.
+std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
+                                     const std::string* error, std::size_t limit);
+std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
+                                     const std::string* error, std::size_t limit);
 std::string ErrorJson(const std::string& error);
 // The reply of a script that waits for an answer; the question is a JSON object.
-std::string QuestionJson(std::string_view output, const std::string& question);
+std::optional<std::string> QuestionJson(std::string_view output, const std::string& question,
+                                        std::size_t limit);
 
 }  // namespace script::service

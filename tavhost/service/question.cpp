@@ -47,6 +47,14 @@ std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
 // lock is never held while the window or the event loop is at work.
 void Queue::Ask(Question& question) {
   const std::string id = NewToken();
+  std::optional<std::string> json =
+      QuestionJson(output_, question.Json(id), GetHostOptions().replyLimit);
+  if (!json) {
+    isTooLong_ = true;
+    notAnswered_ = TooLongText();
+    stop::Request(stop::Reason::kNoAnswer);
+    throw stop::Stopped();
+  }
   const auto end = Clock::now() + running_->questionTime;
   std::shared_ptr<Job> asked;
   {
@@ -55,7 +63,7 @@ void Queue::Ask(Question& question) {
     questionEnd_ = end;
     if (!closed_) asked.swap(waiter_);  // a service that ends takes no more answers
   }
-  if (asked) Send(asked, {200, QuestionJson(output_, question.Json(id))});
+  if (asked) Send(asked, {200, std::move(*json)});
   while (true) {
     std::shared_ptr<Job> answer;
     {

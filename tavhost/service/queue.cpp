@@ -1,18 +1,23 @@
 #include "tavhost/service/queue.h"
 
 #include <algorithm>
+#include <new>
+#include <optional>
 #include <tl/expected.hpp>
 #include <utility>
 
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/string_of.h"
+#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/script/runner.h"
+#include "tavhost/script/script_error.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/script_service.h"
 
@@ -27,10 +32,19 @@ Queue* runningQueue = nullptr;
 
 }  // namespace
 
+std::string TooLongText() {
+  constexpr std::size_t kMega = std::size_t{1} << 20;
+  const std::size_t limit = GetHostOptions().replyLimit;
+  const std::string size = limit % kMega == 0 ? std::to_string(limit / kMega) + " MiB"
+                                              : std::to_string(limit) + " bytes";
+  return "the reply is longer than " + size;
+}
+
 Reply ClientLeft() { return {200, ErrorJson(kClientLeft)}; }
 
 void Send(const std::shared_ptr<Job>& job, Reply reply) {
   if (!job) return;
+  const memory_reserve::Use reserve;
   const auto send = std::exchange(job->reply, nullptr);
   send(std::move(reply));
 }
@@ -103,13 +117,19 @@ void Queue::Run() {
 Queue* Queue::Running() { return runningQueue; }
 
 void Queue::RunJob(const std::shared_ptr<Job>& job) {
-  output_.clear();
+  output_ = {};
+  isTooLong_ = false;
   notAnswered_.clear();
   runningQueue = this;
   SetServingRequest(true);
   stop::Reason reason = stop::Reason::kNone;
   Reply reply;
-  reply.json = job->kind == Job::Kind::kScript ? RunScript(reason) : RunCommand(reason);
+  try {
+    reply.json = job->kind == Job::Kind::kScript ? RunScript(reason) : RunCommand(reason);
+  } catch (const std::bad_alloc&) {
+    const memory_reserve::Use reserve;
+    reply.json = ErrorJson("out of memory");
+  }
   SetServingRequest(false);
   runningQueue = nullptr;
   std::shared_ptr<Job> waiter;
@@ -134,10 +154,19 @@ std::string Queue::StoppedText() const {
   return clientLeft_ ? kClientLeft : "the script was stopped";
 }
 
+// A script may catch the error and go on; its reply is an error all the same.
+void Queue::Print(std::string_view text) {
+  if (text.size() > GetHostOptions().replyLimit - output_.size()) {
+    isTooLong_ = true;
+    throw ScriptError(TooLongText());
+  }
+  output_ += text;
+}
+
 std::string Queue::RunScript(stop::Reason& reason) {
   RunOptions options;
   options.name = kRequestName;
-  options.sinks.print = [this](std::string_view text) { output_ += text; };
+  options.sinks.print = [this](std::string_view text) { Print(text); };
   const Outcome outcome = RunText(base::StringOf(running_->text), options);
   std::string error;
   bool failed = true;
@@ -153,7 +182,11 @@ std::string Queue::RunScript(stop::Reason& reason) {
   } else {
     failed = false;
   }
-  return ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr);
+  if (isTooLong_) return ErrorJson(failed ? error : TooLongText());
+  std::optional<std::string> reply =
+      ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr,
+                GetHostOptions().replyLimit);
+  return reply ? std::move(*reply) : ErrorJson(TooLongText());
 }
 
 std::string Queue::RunCommand(stop::Reason& reason) {
@@ -176,13 +209,19 @@ std::string Queue::RunCommand(stop::Reason& reason) {
     }
   } catch (const stop::Stopped&) {
     error = StoppedText();
+  } catch (const std::bad_alloc&) {
+    const memory_reserve::Use reserve;
+    error = name + ": out of memory";
   } catch (const std::exception& failure) {
     error = name + ": " + failure.what();
   }
   // No runner of scripts is around a single command that would take the stop away.
   reason = stop::Requested();
   stop::Clear();
-  return ReplyJson(kel::Value::Of(variables), "", error.empty() ? nullptr : &error);
+  if (kel::TakeAllocationRefused()) throw std::bad_alloc();
+  std::optional<std::string> reply = ReplyJson(
+      kel::Value::Of(variables), "", error.empty() ? nullptr : &error, GetHostOptions().replyLimit);
+  return reply ? std::move(*reply) : ErrorJson(TooLongText());
 }
 
 }  // namespace script::service

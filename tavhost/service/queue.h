@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tavhost/base/stop.h"
 #include "tavhost/service/script_service.h"
@@ -44,6 +45,9 @@ void Send(const std::shared_ptr<Job>& job, Reply reply);
 // The reply to a client that has gone: nobody reads it, but the job lets its connection go.
 Reply ClientLeft();
 
+// Why a reply that does not fit is an error.
+std::string TooLongText();
+
 // First come, first served; one job at a time, and none while a script waits for something.
 class Queue {
  public:
@@ -78,8 +82,10 @@ class Queue {
   };
 
   void RunJob(const std::shared_ptr<Job>& job);
+  // Each returns the reply's JSON.
   std::string RunScript(stop::Reason& reason);
   std::string RunCommand(stop::Reason& reason);
+  void Print(std::string_view text);
   std::string StoppedText() const;
   // Whether the answer fits; the question is closed then.
   bool Accept(Question& question, const std::shared_ptr<Job>& answer);
@@ -97,6 +103,7 @@ class Queue {
   bool clientLeft_ = false;   // the running job was stopped because nobody waited for it
   std::string notAnswered_;   // why it was stopped, when that was a question
   std::string output_;        // what it has printed
+  bool isTooLong_ = false;    // it printed more than a reply takes
   std::string openQuestion_;  // an id; empty: none is open
   std::chrono::steady_clock::time_point questionEnd_;
   std::shared_ptr<Job> answer_;                 // to the open question, not yet looked at

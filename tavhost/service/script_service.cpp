@@ -148,6 +148,8 @@ bool Serve(int port, int backlog) {
 
 void SetHostOptions(const HostOptions& options) { hostOptions = options; }
 
+const HostOptions& GetHostOptions() { return hostOptions; }
+
 void SetLogField(std::function<void(const std::string&)> show) { logField = std::move(show); }
 
 int Port() { return running ? running->server->Port() : 0; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,14 +10,19 @@
 // The script service as the host around it sees it. All on the user-interface thread.
 namespace script::service {
 
+inline constexpr std::size_t kReplyLimit = std::size_t{64} << 20;  // unless the host says otherwise
+
 // What the host decides and no script can change.
 struct HostOptions {
   // The addresses to listen on, as ReadAddress gives them; the machine must have each. None: the
   // loopback addresses, so that other machines cannot reach the service.
   std::vector<std::string> addresses;
   bool allowCrash = false;  // whether requests may end the process by CRASH
+  // Bytes of one reply. What a request prints and leaves in variables has to fit in it.
+  std::size_t replyLimit = kReplyLimit;
 };
 
+const HostOptions& GetHostOptions();
 // For the services that are started from now on, and at once for what requests may do.
 void SetHostOptions(const HostOptions& options);
 

@@ -14,10 +14,13 @@
 #include <future>
 #include <list>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 #include <tl/expected.hpp>
 
+#include "tavhost/base/memory_reserve.h"
+#include "tavhost/base/report.h"
 #include "tavhost/service/address.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
@@ -49,6 +52,8 @@ constexpr char kQuestionField[] = "X-Tavhost-Question";
 // decides; a client that has gone away must not keep the others waiting much longer.
 constexpr auto kQuestionTime = std::chrono::seconds(300);
 constexpr auto kLongestQuestionTime = std::chrono::seconds(3600);
+
+constexpr char kNoMemory[] = "script service: out of memory";
 
 // A response's status and the words that go with a refusal.
 struct Refusal {
@@ -103,7 +108,14 @@ void Server::State::SendLater(std::function<void()> send) {
       const std::lock_guard lock(repliesMutex);
       ready.swap(replies);
     }
-    for (const auto& one : ready) one();
+    const memory_reserve::Use reserve;
+    for (const auto& one : ready) {
+      try {
+        one();
+      } catch (const std::bad_alloc&) {
+        report::Line(kNoMemory);  // the connection closes
+      }
+    }
   });
 }
 
@@ -428,7 +440,12 @@ class Server::Listener : public std::enable_shared_from_this<Listener> {
   void Accept() {
     acceptor_.async_accept([self = shared_from_this()](auto error, tcp::socket socket) {
       if (error == net::error::operation_aborted) return;
-      if (!error) self->Begin(std::move(socket));
+      const memory_reserve::Use reserve;
+      try {
+        if (!error) self->Begin(std::move(socket));
+      } catch (const std::bad_alloc&) {
+        report::Line(kNoMemory);  // the connection closes
+      }
       self->Accept();
     });
   }
@@ -476,6 +493,22 @@ boost::system::error_code Server::State::Listen(const std::string& address) {
   return {};
 }
 
+namespace {
+
+// Want of memory ends what a connection was about, not the service.
+void RunToItsEnd(net::io_context& context) {
+  while (true) {
+    try {
+      context.run();
+      return;
+    } catch (const std::bad_alloc&) {
+      report::Line(kNoMemory);
+    }
+  }
+}
+
+}  // namespace
+
 Server::Server(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
 base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
@@ -494,7 +527,7 @@ base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   for (const auto& listener : state->listeners) listener->Accept();
   std::unique_ptr<Server> server(new Server(std::move(state)));
   server->state_->thread = std::thread([state = server->state_.get()] {
-    state->context.run();
+    RunToItsEnd(state->context);
     state->ended = true;
   });
   return server;

@@ -46,10 +46,10 @@ def token_path(port, folder):
 class Service:
     """`tavhost serve` on a free port."""
 
-    def __init__(self, *options, environment=None):
+    def __init__(self, *options, environment=None, **more):
         self.process = subprocess.Popen([*program, "serve", "--port", "0", *options],
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                        stdin=subprocess.DEVNULL, env=environment)
+                                        stdin=subprocess.DEVNULL, env=environment, **more)
         self.hosts = []  # as they stand in URLs
         while match := re.fullmatch(r"listening on http://(.+):(\d+)", self.next_line()):
             self.hosts.append(match.group(1))
@@ -478,6 +478,93 @@ class Crashes(unittest.TestCase):
         length = ["Content-Length: 5"]
         self.assertIsNone(service.raw(service.head(extra=length) + b"\r\nCRASH", timeout=20))
         self.assertNotIn(service.process.wait(timeout=20), (0, 1, 130))
+
+
+class Limits(unittest.TestCase):
+    """What one reply may take."""
+
+    LIMIT = 1 << 20
+    TEXT = "the reply is longer than 1 MiB"
+
+    def setUp(self):
+        self.service = Service("--reply-limit", "1")
+        self.addCleanup(self.service.stop)
+
+    def run_script(self, text):
+        status, reply = self.service.post("/script", text)
+        self.assertEqual(status, 200)
+        return reply
+
+    def goes_on(self):
+        self.assertEqual(self.run_script("print 1")["output"], "1\n")
+
+    def test_a_reply_that_just_fits(self):
+        empty = len(json.dumps({"variables": {"n": 1000000, "t": "", "args": []}, "output": "\n",
+                                "error": None}, separators=(",", ":")))
+        grow = 't = "x"\nwhile len(t) < n { t = t + t }\nt = slice(t, 0, n)\nprint "" '
+        for size, fits in ((self.LIMIT - empty, True), (self.LIMIT - empty + 1, False)):
+            self.assertEqual(len(str(size)), 7)
+            reply = self.run_script(f"n = {size}\n" + grow)
+            self.assertEqual(reply["error"], None if fits else self.TEXT)
+            self.assertEqual(len(reply["variables"].get("t", "")), size if fits else 0)
+        self.goes_on()
+
+    def test_printing_without_end(self):
+        script = 't = "0123456789"\nwhile 1 {\n  print t\n}'
+        reply = self.run_script(script)
+        self.assertEqual(reply["error"], f"request:3:3: error: {self.TEXT}")
+        self.assertEqual((reply["variables"], reply["output"]), ({}, ""))
+        reply = self.run_script(f"try {{ {script} }} catch e {{ m = e.message }}\nx = 1")
+        self.assertEqual(reply["error"], self.TEXT)
+        self.goes_on()
+
+    def test_a_list_that_holds_itself_over_and_over(self):
+        begin = time.monotonic()
+        reply = self.run_script("a = (1, 2)\nfor i from 1 to 60 { a = (a, a) }")
+        self.assertEqual((reply["error"], reply["variables"]), (self.TEXT, {}))
+        self.assertLess(time.monotonic() - begin, 5)
+        self.goes_on()
+
+    def test_a_command(self):
+        here = mark(self)
+        self.run_script('t = "x"\nfor i from 1 to 21 { t = t + t }\n'
+                        f'FWRITE file:"{here.path}" text:(t) -> t')
+        reply = self.service.post("/command", f'FREAD file:"{here.path}"')[1]
+        self.assertEqual((reply["error"], reply["variables"]), (self.TEXT, {}))
+        self.goes_on()
+
+    def test_memory_in_proportion(self):
+        if on_windows or sanitizers.are_in_use():
+            self.skipTest("the system tells the memory of its own programs")
+
+        def most_memory():
+            with open(f"/proc/{self.service.process.pid}/status") as file:
+                return int(re.search(r"VmHWM:\s*(\d+) kB", file.read())[1]) << 10
+
+        self.run_script("print 1")
+        before = most_memory()
+        self.run_script('t = "0123456789"\nwhile 1 { try { print t, t, t } catch e { break } }')
+        self.run_script("a = (1, 2)\nfor i from 1 to 60 { a = (a, a) }")
+        self.assertLess(most_memory() - before, 16 * self.LIMIT)
+
+
+class Memory(unittest.TestCase):
+    """A script that asks for more memory than there is."""
+
+    def test_the_service_goes_on(self):
+        if on_windows or sanitizers.are_in_use():
+            self.skipTest("the system limits the address space of its own programs")
+        import resource
+        service = Service(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS,
+                                                                (1 << 30, 1 << 30)))
+        self.addCleanup(service.stop)
+        for _ in range(3):
+            reply = service.post("/script", "x = 1\ny = range(200000000)")[1]
+            self.assertEqual(reply["error"], "request:2:5: error: out of memory")
+            reply = service.post("/script", "l = ()\nwhile 1 { push(l, (1, 2)) }")[1]
+            self.assertIn("error: ", reply["error"])
+            reply = service.post("/script", "print 1")[1]
+            self.assertEqual((reply["output"], reply["error"]), ("1\n", None))
 
 
 class Order(unittest.TestCase):

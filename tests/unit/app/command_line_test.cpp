@@ -63,5 +63,11 @@ TEST(CommandLineTest, CrashesAreAllowedWhereSaid) {
   EXPECT_FALSE(Parse({"serve"}).allowCrash);
 }
 
+TEST(CommandLineTest, RepliesAreLimited) {
+  EXPECT_EQ(Parse({"serve"}).replyLimit, std::size_t{64} << 20);
+  EXPECT_EQ(Parse({"serve", "--reply-limit", "1"}).replyLimit, std::size_t{1} << 20);
+  EXPECT_EQ(Parse({"serve", "--reply-limit=1024"}).replyLimit, std::size_t{1} << 30);
+}
+
 }  // namespace
 }  // namespace app

@@ -12,6 +12,8 @@ using kel::Value;
 using script::service::ErrorJson;
 using script::service::ReplyJson;
 
+constexpr std::size_t kNoLimit = std::string::npos;
+
 std::string Literal(const std::string& text) {
   const std::string begin = R"({"variables":{},"output":"","error":)";
   const std::string json = ErrorJson(text);
@@ -53,9 +55,43 @@ TEST(ServiceJson, FieldsKeepTheirOrderAndNumbersTheirDigits) {
   list.MutableList().items.emplace_back(SV::String("x"));
   list.MutableList().items.emplace_back();
   set("l", std::move(list));
-  EXPECT_EQ(ReplyJson(record, "out\n", nullptr),
+  EXPECT_EQ(ReplyJson(record, "out\n", nullptr, kNoLimit),
             R"({"variables":{"z":1,"a":0.1,"m":1e+300,"n":null,"i":-7,"l":["x",null]},)"
             R"("output":"out\n","error":null})");
+}
+
+// Long texts are written piece by piece: characters and bytes that are none lie across the borders.
+TEST(ServiceJson, PiecesOfLongTextsFit) {
+  const std::string part = "a\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80\xFF\b\"";
+  const std::string written = "a\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD\\u0008\\\"";
+  std::string text;
+  std::string wanted = "\"";
+  for (int i = 0; i < 20'000; ++i) {
+    text += part;
+    wanted += written;
+  }
+  EXPECT_TRUE(Literal(text) == wanted + '"');
+  EXPECT_TRUE(Literal("x" + text) == "\"x" + wanted.substr(1) + '"');
+}
+
+TEST(ServiceJson, RepliesEndAtTheirLimit) {
+  Value record = Value::Record();
+  record.MutableRecord().At(SV::String("a")) = Value(std::int32_t{1});
+  const std::optional<std::string> whole = ReplyJson(record, "out", nullptr, kNoLimit);
+  ASSERT_TRUE(whole);
+  EXPECT_EQ(ReplyJson(record, "out", nullptr, whole->size()), whole);
+  EXPECT_EQ(ReplyJson(record, "out", nullptr, whole->size() - 1), std::nullopt);
+  EXPECT_EQ(ReplyJson(record, "out", nullptr, 0), std::nullopt);
+  Value nested = Value::List();
+  for (int i = 0; i < 100; ++i) {
+    Value outer = Value::List();
+    outer.MutableList().items = {nested, nested};
+    nested = outer;
+  }
+  EXPECT_EQ(ReplyJson(nested, "", nullptr, 100'000), std::nullopt);
+  EXPECT_EQ(script::service::QuestionJson("out", "{}", 40), std::nullopt);
+  EXPECT_EQ(script::service::QuestionJson("out", "{}", kNoLimit),
+            R"({"variables":{},"output":"out","error":null,"question":{}})");
 }
 
 }  // namespace
