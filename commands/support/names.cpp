@@ -17,8 +17,8 @@ const SV::String& Kept(Literal name) {
   const auto address = reinterpret_cast<std::uintptr_t>(name.Text());
   Place& place = places[(address ^ (address >> 8)) % kPlaces];
   if (place.literal != name.Text()) {
-    place.literal = name.Text();
     place.text = SV::String(name.Text());
+    place.literal = name.Text();  // not before there is a text
   }
   return place.text;
 }

@@ -22,9 +22,11 @@ ui::ResultToolModel& TavResultTool::Tool() { return static_cast<ui::ResultToolMo
 
 void TavResultTool::AddResult(TavShrinkExpandBrowserObjects* result) {
   trace::Call call(this, "AddResult", trace::Object{result});
+  std::unique_ptr<TavShrinkExpandBrowserObjects> owned(result);
   call.Write();
-  results_.emplace_back(result);
+  results_.reserve(results_.size() + 1);  // so that it is in both or in none
   Tool().Add(result->Table());
+  results_.push_back(std::move(owned));
 }
 
 void TavResultTool::AdjustAllRows() {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <tl/expected.hpp>
 
 #include "tavhost/base/file_contents_posix.h"
@@ -261,10 +262,11 @@ std::string FolderOf(const std::string& path) {
 }
 
 std::string CurrentFolder() {
-  char* current = getcwd(nullptr, 0);
-  const std::string folder = current ? current : "";
-  std::free(current);
-  return folder;
+  struct Freed {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, Freed> current(getcwd(nullptr, 0));
+  return current ? current.get() : "";
 }
 
 std::string UserDataFolder() {

@@ -1,6 +1,7 @@
 #include "tavhost/notation/value.h"
 
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -121,9 +122,9 @@ ListData& Value::MutableList() {
 
 namespace {
 RecordData* CopyOf(const RecordData& record) {
-  auto* const copy = new RecordData;
+  auto copy = std::make_unique<RecordData>();
   copy->fields = record.fields;
-  return copy;
+  return copy.release();
 }
 }  // namespace
 

@@ -10,6 +10,7 @@
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/string_of.h"
+#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/code_points.h"
 #include "tavhost/script/ports/ports.h"
@@ -102,6 +103,7 @@ bool Engine::Begin(const RunOptions& options) {
   kel::Scope& globals = kel::Scope::Of(GlobalVariables());
   globals.Clear();
   globals.Set("args", std::move(args));
+  kel::TakeAllocationRefused();  // what was refused before is nothing of this script's
   sinks_ = std::move(sinks);
   step_ = std::move(step);
   lastEvents_ = base::CoarseMilliseconds();

@@ -183,10 +183,16 @@ std::string Queue::RunScript(stop::Reason& reason) {
     failed = false;
   }
   if (isTooLong_) return ErrorJson(failed ? error : TooLongText());
-  std::optional<std::string> reply =
-      ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr,
-                GetHostOptions().replyLimit);
-  return reply ? std::move(*reply) : ErrorJson(TooLongText());
+  try {
+    std::optional<std::string> reply =
+        ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr,
+                  GetHostOptions().replyLimit);
+    return reply ? std::move(*reply) : ErrorJson(TooLongText());
+  } catch (const std::bad_alloc&) {  // the variables have taken it all
+    if (!failed) throw;
+    const memory_reserve::Use reserve;
+    return ErrorJson(error);
+  }
 }
 
 std::string Queue::RunCommand(stop::Reason& reason) {
@@ -200,6 +206,7 @@ std::string Queue::RunCommand(stop::Reason& reason) {
   TavKelValue variables(TavKelRecord);
   TavScriptResult result(&variables);
   const std::string name(parser.GetCurElemName().View());
+  kel::TakeAllocationRefused();  // what was refused before is nothing of this command's
   std::string error;
   try {
     if (!ScriptPort::TavScript().Handle(name.c_str(), parser, result)) {

@@ -16,6 +16,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <tl/expected.hpp>
 
@@ -526,14 +527,19 @@ base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   if (!optional.empty()) state->Listen(optional);
   for (const auto& listener : state->listeners) listener->Accept();
   std::unique_ptr<Server> server(new Server(std::move(state)));
-  server->state_->thread = std::thread([state = server->state_.get()] {
-    RunToItsEnd(state->context);
-    state->ended = true;
-  });
+  try {
+    server->state_->thread = std::thread([state = server->state_.get()] {
+      RunToItsEnd(state->context);
+      state->ended = true;
+    });
+  } catch (const std::system_error& failure) {
+    return base::Failure(failure.code().message());
+  }
   return server;
 }
 
 Server::~Server() {
+  if (!state_->thread.joinable()) return;  // it could not be started
   Abort();
   state_->thread.join();
 }
@@ -541,6 +547,7 @@ Server::~Server() {
 std::uint16_t Server::Port() const { return state_->port; }
 
 void Server::Stop() {
+  const memory_reserve::Use reserve;
   std::promise<void> closed;
   net::post(state_->context, [this, &closed] {
     state_->stopping = true;
@@ -558,6 +565,7 @@ void Server::Stop() {
 bool Server::HasEnded() const { return state_->ended; }
 
 void Server::Abort() {
+  const memory_reserve::Use reserve;
   net::post(state_->context, [this] {
     for (const auto& listener : state_->listeners) listener->Close();
     const auto sessions = state_->sessions;

@@ -8,7 +8,7 @@ import program
 from program import ProgramTest
 
 LINKS = 120_000
-ADDRESS_SPACE = 500 << 20  # bytes; a list of 100 million numbers takes 1.6 GB
+ADDRESS_SPACE = 256 << 20  # bytes; a list of 200 million numbers takes 3.2 GB
 
 
 def little_memory():

@@ -17,13 +17,15 @@ void __libc_free(void* block);
 namespace {
 
 // Plain data: made before any code runs, and asked without asking for memory.
-constinit thread_local long left = 0;  // requests until the one that fails; 0: none does
+constinit thread_local long left = 0;    // requests until the one that fails; 0: none does
+constinit thread_local long inARow = 0;  // how many fail from that one on
 constinit thread_local bool refused = false;
 constinit std::atomic<long> live{0};
 
 bool IsRefused() noexcept {
   if (left == 0 || --left > 0) return false;
   refused = true;
+  left = --inARow > 0 ? 1 : 0;
   errno = ENOMEM;
   return true;
 }
@@ -37,8 +39,9 @@ void* Counted(void* block) noexcept {
 
 namespace failing_malloc {
 
-void FailAt(long at) noexcept {
+void FailAt(long at, long count) noexcept {
   refused = false;
+  inARow = count;
   left = at;
 }
 

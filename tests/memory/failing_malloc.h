@@ -4,9 +4,9 @@
 // fails.
 namespace failing_malloc {
 
-// From now on the `at`-th request for memory of this thread, counted from 1, is refused, and no
-// other.
-void FailAt(long at) noexcept;
+// From now on the `at`-th request for memory of this thread, counted from 1, is refused, and so are
+// those behind it until `count` were; no other.
+void FailAt(long at, long count) noexcept;
 // No more. Whether a request was refused.
 bool Disarm() noexcept;
 
