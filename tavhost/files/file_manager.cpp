@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <tl/expected.hpp>
@@ -43,14 +44,20 @@ void SettleOpenedFiles(bool returned) {
   std::vector<TavFileHandle> handles;
   handles.swap(openedNow);
   std::optional<base::Error> failed;
+  bool hasMemory = true;
   for (const TavFileHandle handle : handles) {
     const auto file = openFiles.find(handle);
     if (file == openFiles.end()) continue;
-    const base::Result<void> stays = returned ? file->second->StayOpen() : base::Result<void>();
-    if (returned && stays) continue;
-    if (!stays) failed = stays.error();
+    try {
+      const base::Result<void> stays = returned ? file->second->StayOpen() : base::Result<void>();
+      if (returned && stays) continue;
+      if (!stays) failed = stays.error();
+    } catch (const std::bad_alloc&) {
+      hasMemory = false;
+    }
     openFiles.erase(file);
   }
+  if (!hasMemory) throw std::bad_alloc();
   if (failed) Fail(*failed);
 }
 

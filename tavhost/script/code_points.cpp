@@ -5,11 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include "tavhost/base/utf8.h"
+
 namespace script {
 
 namespace {
 
-bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+using utf8::IsContinuation;
 
 // What is known of a text. It shares the text's buffer, so that nobody can change that text in its
 // place unseen.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tavhost/base/utf16.h"
+#include "tavhost/base/utf8.h"
 #include "tavhost/notation/kel_text.h"
 
 namespace script::service {
@@ -29,16 +30,11 @@ class Reply {
   // A JSON string. Long texts are taken piece by piece: each is copied several times on its way.
   void PutString(std::string_view text) {
     constexpr std::size_t kPiece = std::size_t{64} << 10;
-    constexpr std::size_t kLongest = 3;  // bytes behind the first of a character
-    const auto continues = [&text](std::size_t at) {
-      return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
-    };
     Put("\"");
     while (!text.empty() && fits_) {
-      std::size_t end = std::min(kPiece, text.size());
-      for (std::size_t i = 0; i < kLongest && continues(end); ++i) ++end;
-      PutPiece(text.substr(0, end));
-      text.remove_prefix(end);
+      const std::string_view piece = utf8::PieceOf(text, kPiece);
+      PutPiece(piece);
+      text.remove_prefix(piece.size());
     }
     Put("\"");
   }

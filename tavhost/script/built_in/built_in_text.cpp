@@ -8,6 +8,7 @@
 
 #include "tavhost/base/letter_case.h"
 #include "tavhost/base/string_of.h"
+#include "tavhost/base/utf8.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
@@ -103,21 +104,16 @@ std::size_t FindPart(std::string_view text, std::string_view part, base::WorkMet
 
 namespace {
 
-// A text changed piece by piece. The pieces end where characters end.
+// A text changed piece by piece.
 Value Changed(const SV::String& text, SV::String (*change)(const SV::String&), Engine& engine) {
-  const std::string_view bytes = text.View();
-  if (bytes.size() <= engine.kPiece) return Value(change(text));
-  const auto continues = [&](std::size_t at) {
-    return at < bytes.size() && (static_cast<unsigned char>(bytes[at]) & 0xC0) == 0x80;
-  };
+  std::string_view rest = text.View();
+  if (rest.size() <= engine.kPiece) return Value(change(text));
   SV::String changed;
-  for (std::size_t at = 0; at < bytes.size();) {
-    constexpr std::size_t kLongest = 3;  // bytes behind the first of a character
-    std::size_t end = std::min(bytes.size(), at + engine.kPiece);
-    for (std::size_t i = 0; i < kLongest && continues(end); ++i) ++end;
-    changed += change(base::StringOf(bytes.substr(at, end - at)));
-    engine.DidBytes(4 * (end - at));
-    at = end;
+  while (!rest.empty()) {
+    const std::string_view piece = utf8::PieceOf(rest, engine.kPiece);
+    changed += change(base::StringOf(piece));
+    engine.DidBytes(4 * piece.size());
+    rest.remove_prefix(piece.size());
   }
   return Value(std::move(changed));
 }
