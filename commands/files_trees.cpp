@@ -210,9 +210,14 @@ std::string_view RestInside(std::string_view path, std::string_view folder) {
   return IsSeparator(rest[0]) ? rest.substr(1) : std::string_view();
 }
 
-char InLowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+SV::String InLowerCase(std::string_view text) {
+  SV::String lower;
+  lower.Append(text.data(), static_cast<long>(text.size()));
+  lower.ToLower();
+  return lower;
+}
 
-// Whether a search with this mask finds the name.
+// Whether a search with this mask finds the name. Both are in lower case.
 bool Finds(std::string_view mask, std::string_view name) {
   if (mask == "*.*") return true;
   std::size_t at = 0;
@@ -224,8 +229,7 @@ bool Finds(std::string_view mask, std::string_view name) {
     if (read < mask.size() && mask[read] == '*') {
       star = read++;
       starTook = at;
-    } else if (read < mask.size() &&
-               (mask[read] == '?' || InLowerCase(mask[read]) == InLowerCase(name[at]))) {
+    } else if (read < mask.size() && (mask[read] == '?' || mask[read] == name[at])) {
       ++read;
       ++at;
     } else if (star != std::string_view::npos) {
@@ -259,7 +263,9 @@ bool GoesIntoItself(const SV::String& pattern, const SV::String& target) {
   name = name.substr(0, name.find_first_of("\\/"));
   const std::string_view text = pattern.View();
   const std::string_view mask = text.substr(text.find_last_of("\\/") + 1);
-  if (mask.find_first_of("*?") != std::string_view::npos) return Finds(mask, name);
+  if (mask.find_first_of("*?") != std::string_view::npos) {
+    return Finds(InLowerCase(mask).View(), InLowerCase(name).View());
+  }
   // No wildcards: then the pattern is a path, in whatever case the file system knows it by.
   const SV::String found = areFinal ? FinalPath(pattern) : PlainPath(pattern);
   return RestInside(found.View(), folder.View()) == name && !IsLink(pattern);

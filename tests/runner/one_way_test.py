@@ -43,10 +43,10 @@ class OneWayTest(unittest.TestCase):
     def test_utf16(self):
         self.stands_only_in({"tavhost/base/utf16.cpp"}, r"\b(utf8to16|utf16to8|replace_invalid)\b",
                             "tavhost", "commands", "plugin")
-        # What asks the system: an answer in another code page, and the function itself where the
-        # system has none, with the command that calls it.
+        # What asks the system: texts in another code page, and the function itself where the system
+        # has none, with the command that calls it.
         self.stands_only_in({"tavhost/http/http_converter_windows.cpp", "tavhost/windows/winhttp.cpp",
-                             "commands/http.cpp"},
+                             "tavhost/files/disk_windows.cpp", "commands/http.cpp"},
                             r"\b(MultiByteToWideChar|WideCharToMultiByte)\b",
                             "tavhost", "commands", "plugin")
 
