@@ -13,11 +13,12 @@ class WindowsLock final : public Lock {
   ~WindowsLock() override { CloseHandle(file_); }
 
   Outcome Try() override {
-    if (LockByte(offset_)) return Outcome::kTaken;
+    if (LockByte(offset_, LOCKFILE_EXCLUSIVE_LOCK)) return Outcome::kTaken;
     const DWORD error = GetLastError();
     if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING) return Outcome::kRefused;
-    // Whoever keeps the file open has the second byte as well.
-    if (!LockByte(offset_ + 1)) return Outcome::kRefused;
+    // Whoever keeps the file open has the second byte as well. Others who only look at it do so
+    // side by side.
+    if (!LockByte(offset_ + 1, 0)) return Outcome::kRefused;
     OVERLAPPED place = PlaceOf(offset_ + 1);
     UnlockFileEx(file_, 0, 1, 0, &place);
     return Outcome::kBusy;
@@ -26,7 +27,7 @@ class WindowsLock final : public Lock {
   void KeepOpen() override {
     // Somebody may have it for a moment, to look whether it can be had.
     constexpr int kMost = 100;
-    for (int i = 0; i < kMost && !LockByte(offset_ + 1); ++i) Sleep(1);
+    for (int i = 0; i < kMost && !LockByte(offset_ + 1, LOCKFILE_EXCLUSIVE_LOCK); ++i) Sleep(1);
   }
 
  private:
@@ -37,10 +38,9 @@ class WindowsLock final : public Lock {
     return place;
   }
 
-  bool LockByte(std::uint64_t offset) {
+  bool LockByte(std::uint64_t offset, DWORD kind) {
     OVERLAPPED place = PlaceOf(offset);
-    return LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
-                      &place) != 0;
+    return LockFileEx(file_, kind | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0;
   }
 
   HANDLE file_;
