@@ -28,7 +28,7 @@ void Interrupt(int signal) {
 }
 
 // Does not count as the second: system, shell and what watches the terminal may each send one.
-void HangUp(int) { stop::Request(stop::Reason::kUser); }
+void HangUp(int) { stop::Request(stop::Reason::kTerminate); }
 
 void TimeIsOver(int) { stop::Request(stop::Reason::kTimeout); }
 
