@@ -1,5 +1,6 @@
 #pragma once
 
+#include "commands/files_find.h"
 #include "commands/support/paths.h"
 #include "host/base/string.h"
 #include "host/windows/windows.h"
@@ -10,7 +11,7 @@ namespace commands {
 // Its destructor ends it.
 class FileSearch {
  public:
-  explicit FileSearch(const char* pattern) : handle_(FindFirstFileA(pattern, &entry_)) {}
+  explicit FileSearch(const char* pattern) : handle_(FindTypes(pattern, &entry_)) {}
   explicit FileSearch(const SV::String& pattern) : FileSearch(paths::ForSystem(pattern)) {}
   FileSearch(const FileSearch&) = delete;
   FileSearch& operator=(const FileSearch&) = delete;

@@ -51,6 +51,10 @@ TAV_HOST_API HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data);
 TAV_HOST_API BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* data);
 TAV_HOST_API BOOL FindClose(HANDLE search);
 
+// Of the searches begun while this is on nobody wants to know which files are read-only; their
+// attributes do not tell it, and no look at each file is needed.
+TAV_HOST_API void Tav_FindTypesOnly(bool on);
+
 // A link to a directory has both the directory and the reparse bit.
 TAV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
 // One level, with the permissions that the process's mask leaves of 0777. A directory made while a

@@ -16,6 +16,7 @@
 #include "tavhost/base/trace.h"
 #include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/file_operations.h"
+#include "tavhost/windows/find_types.h"
 #include "tavhost/windows/walk.h"
 
 namespace windows {
@@ -83,6 +84,10 @@ void Return(Search& search, WIN32_FIND_DATAA& data) {
   data.cAlternateFileName[0] = '\0';
   if (IsDots(entry.name)) {
     data.dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY;
+    return EntryReturned(search, "", nullptr);
+  }
+  if (search.typesOnly && entry.type == EntryType::kOther && IsNameable(entry)) {
+    data.dwFileAttributes = FILE_ATTRIBUTE_NORMAL;
     return EntryReturned(search, "", nullptr);
   }
   const std::optional<struct stat> status = StatusOf(search, entry);
@@ -153,6 +158,7 @@ HANDLE Find(const char* pattern, WIN32_FIND_DATAA& data) {
     errno = ENOENT;
     return INVALID_HANDLE_VALUE;
   }
+  search->typesOnly = AreTypesEnough();
   Search* opened = OpenSearch(std::move(search));
   Return(*opened, data);
   return opened;

@@ -46,6 +46,7 @@ struct Search {
   EntryList entries;
   std::size_t next = 0;
   std::optional<struct stat> itself;  // the only entry's, when the pattern names it
+  bool typesOnly = false;             // nobody wants to know which files are read-only
   bool named = true;  // false once the current directory changed under a relative path
 
   // The entry returned last when it is a directory, or when no call may name it.

@@ -4,6 +4,7 @@
 
 #include "host/windows/directories.h"
 #include "host/windows/files.h"
+#include "tavhost/base/stop.h"
 #include "tests/support/scratch_folder.h"
 
 namespace {
@@ -198,7 +199,28 @@ TEST_F(Find, ReadOnlyFilesAreShownAsSuch) {
     EXPECT_EQ(data.dwFileAttributes, attributes) << name;
     EXPECT_EQ(data.dwFileAttributes, GetFileAttributesA(name.c_str())) << name;
     FindClose(search);
+    Tav_FindTypesOnly(true);
+    search = FindFirstFileA((name + "*").c_str(), &data);
+    Tav_FindTypesOnly(false);
+    EXPECT_EQ(data.dwFileAttributes & FILE_ATTRIBUTE_READONLY, 0u) << "it was not asked for";
+    EXPECT_EQ(data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT,
+              attributes & FILE_ATTRIBUTE_REPARSE_POINT);
+    FindClose(search);
   }
+}
+
+TEST_F(Find, AStopEndsASearchWhereverItIs) {
+  Write("a", "");
+  Write("b", "");
+  WIN32_FIND_DATAA data;
+  HANDLE search = FindFirstFileA("*", &data);
+  stop::Request(stop::Reason::kUser);
+  EXPECT_THROW(FindNextFileA(search, &data), stop::Stopped);
+  EXPECT_THROW(FindFirstFileA("*", &data), stop::Stopped);
+  stop::Clear();
+  EXPECT_NE(FindNextFileA(search, &data), 0);
+  EXPECT_NE(FindClose(search), 0);
+  EXPECT_EQ(List("?"), "./*a*b");
 }
 
 TEST_F(Find, ClosingAnInvalidHandleIsHarmless) {
