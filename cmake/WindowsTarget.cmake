@@ -4,6 +4,8 @@ if(NOT WIN32)
   return()
 endif()
 add_compile_definitions(_WIN32_WINNT=0x0A00)  # Windows 10
+# As much stack as on Linux, so that the same depths of nesting are taken.
+add_link_options(LINKER:--stack,8388608)
 
 function(tav_copy_runtime folder)
   foreach(library libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)

@@ -18,6 +18,8 @@ namespace {
 // What is written between two looks at the stop request: some milliseconds of work.
 constexpr std::size_t kStep = std::size_t{8} << 20;
 
+constexpr std::size_t kLongestName = 255;  // of a file in its folder, in UTF-16 units
+
 class Handle {
  public:
   explicit Handle(HANDLE handle) : handle_(handle) {}
@@ -196,13 +198,27 @@ bool MustKeepItsPlace(const Handle& old, DWORD attributes) {
          (GetFileInformationByHandle(old.Get(), &about) && about.nNumberOfLinks > 1);
 }
 
+// From the root: the process may be in another folder when the file is stored. As it is when the
+// system cannot tell.
+std::wstring FullPath(std::wstring path) {
+  std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+  if (full.empty()) return path;
+  full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  return full.empty() ? path : full;
+}
+
 }  // namespace
 
 Result<std::unique_ptr<WholeFile>> WholeFile::Open(const std::string& path,
                                                    const Options& options) {
-  const std::wstring target = Wide(path);
+  const std::wstring target = FullPath(Wide(path));
   const DWORD attributes = GetFileAttributesW(target.c_str());
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+  // No such file, but for another reason than that it is not there yet: a name that none can have.
+  if (!exists && GetLastError() != ERROR_FILE_NOT_FOUND) return Failed(path);
+  if (target.size() - (target.find_last_of(L'\\') + 1) > kLongestName) {
+    return Failed(path, ERROR_FILENAME_EXCED_RANGE);
+  }
   constexpr DWORD kRefused = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
   if (exists && (attributes & kRefused) != 0) return Failed(path, ERROR_ACCESS_DENIED);
   if (exists && !options.followsLink && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
