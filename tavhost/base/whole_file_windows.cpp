@@ -203,7 +203,8 @@ bool MustKeepItsPlace(const Handle& old, DWORD attributes) {
 std::wstring FullPath(std::wstring path) {
   std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
   if (full.empty()) return path;
-  full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  full.resize(
+      GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
   return full.empty() ? path : full;
 }
 
