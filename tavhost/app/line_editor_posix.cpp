@@ -78,8 +78,9 @@ char** CompleteWord(const char* word, int, int end) {
   *library.attemptedCompletionOver = 1;  // no file names where there are no candidates
   candidates = completer(std::string_view(*library.lineBuffer, static_cast<std::size_t>(end)));
   if (candidates.empty()) return nullptr;
+  *library.appendCharacter = ' ';
   // Behind a parameter's colon its value follows at once.
-  *library.appendCharacter = candidates[0].ends_with(':') ? '\0' : ' ';
+  if (candidates[0].ends_with(':')) *library.appendCharacter = '\0';
   return library.completionMatches(word, NextCandidate);
 }
 

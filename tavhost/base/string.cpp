@@ -117,7 +117,8 @@ String::String(long number) {
   buffer_->length = static_cast<std::uint32_t>(length);
 }
 
-String& String::operator=(const String& other) noexcept {
+// Of itself too: the other's buffer is held before this one's is let go.
+String& String::operator=(const String& other) noexcept {  // NOLINT(*-unhandled-self-assignment)
   if (other.buffer_->capacity != 0) ++other.buffer_->sharers;
   Release();
   buffer_ = other.buffer_;

@@ -110,7 +110,7 @@ String TextHistory::Get() {
 TextHistory::Change TextHistory::Compare(const String& text) const {
   const Entry* const entry = Find(text.buffer_);
   if (entry && entry->id == id_ && entry->version == version_) {
-    const Change change = CompareHistory(text, *entry);
+    Change change = CompareHistory(text, *entry);
     if (change.continues) return change;
   }
   return CompareBytes(text);
