@@ -130,6 +130,9 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     const memory_reserve::Use reserve;
     reply.json = ErrorJson("out of memory");
   }
+  // What the script made is the reply's now; the next one may need the memory.
+  kel::Scope::Of(*TavScript::GlobalVars()).Clear();
+  output_ = {};
   SetServingRequest(false);
   runningQueue = nullptr;
   std::shared_ptr<Job> waiter;

@@ -9,6 +9,7 @@ Of a program built with sanitizers, limits of speed are only reported.
 
 import argparse
 import os
+import signal
 import sys
 import unittest
 from pathlib import Path
@@ -22,6 +23,8 @@ import program  # noqa: E402
 
 
 def main():
+    # What the shell ignores for a command in the background, the programs here would ignore too.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     parser = argparse.ArgumentParser()
     parser.add_argument("--tavhost", default=ROOT / "build/bin/tavhost", type=Path)
     parser.add_argument("--sanitized", action="store_true")

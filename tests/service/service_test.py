@@ -565,6 +565,8 @@ class Memory(unittest.TestCase):
             reply = service.post("/script", "func fill() {\n  l = ()\n  while 1 { push(l, (1, 2)) }\n"
                                  "}\nfill()")[1]
             self.assertRegex(reply["error"], r"^request:3:\d+: error: out of memory$")
+            reply = service.post("/script", "l = ()\nwhile 1 { push(l, (1, 2)) }")[1]
+            self.assertRegex(reply["error"], "out of memory$")
             reply = service.post("/script", "print 1")[1]
             self.assertEqual((reply["output"], reply["error"]), ("1\n", None))
 

@@ -251,6 +251,8 @@ def chosen(rows):
 
 
 def main():
+    # What the shell ignores for a command in the background, the programs here would ignore too.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     global options
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
