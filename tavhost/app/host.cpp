@@ -242,6 +242,8 @@ void Host::WaitForUser() {
   }
 }
 
+void Host::DropOpenFiles() { open_output_files::DropAll(); }
+
 int Host::Finish(int exitCode) {
   const bool areFilesStored = open_output_files::CloseAll();
   if (exitCode != kExitSuccess) return exitCode;

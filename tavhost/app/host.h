@@ -37,6 +37,10 @@ class Host {
   // could not be stored, 3 when answers are left over.
   int Finish(int exitCode);
 
+  // Files of the database area that are being written stay as they were: the run was cut short by a
+  // stop or an error, so that nobody knows whether they are whole.
+  void DropOpenFiles();
+
  private:
   Host() = default;
   base::Result<void> StartUserInterface(const Options& options);

@@ -2,6 +2,8 @@
 
 #include "host/script/script.h"
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/utf8.h"
+#include "tavhost/base/work_meter.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/reference/reference.h"
@@ -10,6 +12,25 @@
 namespace app {
 
 namespace {
+
+// Ends the writing of a text that is longer than anybody looks at: a value that holds others many
+// times over can have one that no memory holds.
+class Brake final : public base::WorkMeter {
+ public:
+  struct Enough {};
+
+  explicit Brake(const SV::String& text) : text_(text) {}
+
+ private:
+  void Poll() override {
+    constexpr long kMost = 1L << 20;
+    constexpr std::int64_t kUnits = 1000;
+    if (text_.Len() > kMost) throw Enough();
+    budget_ = kUnits;
+  }
+
+  const SV::String& text_;
+};
 
 constexpr std::size_t kLongestShownValue = 200;  // bytes; a prompt is no place for whole files
 
@@ -69,15 +90,16 @@ std::vector<std::string> VariableNames() {
 
 std::string ShownText(const kel::Value& value) {
   SV::String kel;
-  kel::AppendKel(kel, value);
-  std::string text(kel.View());
-  if (text.size() > kLongestShownValue) {
-    // Not into the middle of a character: its later bytes have the form 10xxxxxx.
-    std::size_t end = kLongestShownValue;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    text = text.substr(0, end) + "... (" + std::to_string(text.size()) + " bytes)";
+  std::string more;
+  try {
+    Brake brake(kel);
+    kel::AppendKel(kel, value, &brake);
+  } catch (const Brake::Enough&) {
+    more = "more than ";
   }
-  return text;
+  if (kel.View().size() <= kLongestShownValue) return std::string(kel.View());
+  const std::string_view begin = utf8::PieceOf(kel.View(), kLongestShownValue);
+  return std::string(begin) + "... (" + more + std::to_string(kel.Len()) + " bytes)";
 }
 
 std::string ChangesSince(const Variables& before) {

@@ -52,6 +52,7 @@ int RunScript(const CommandLine& line) {
   ReportOutcome(outcome, line.options);
   const bool stopped = outcome.exitType == TavScriptExitStop;
   const int exitCodeOfRun = ExitCodeOf(outcome);
+  if (stopped || outcome.exitType == TavScriptExitError) (*host)->DropOpenFiles();
   if (stopped) return (*host)->Finish(exitCodeOfRun);
   const int exitCodeOfAll = FinishServing(line.options, exitCodeOfRun);
   (*host)->WaitForUser();

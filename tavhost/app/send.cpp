@@ -89,6 +89,7 @@ int SendCommands(const CommandLine& line) {
   } catch (const stop::Stopped&) {
     ReportStop(stop::Requested(), line.options, where);
     exitCode = ExitCodeOf(stop::Requested());
+    (*host)->DropOpenFiles();
   }
   return (*host)->Finish(exitCode);
 }

@@ -184,6 +184,8 @@ bool open_output_files::CloseAll() {
   return areStored;
 }
 
+void open_output_files::DropAll() { openFiles.clear(); }
+
 TavFileHandle TavFileManager::fileOpenWrite(const char* path, int mode, long libraryId) {
   trace::Call call("TavFileManager::fileOpenWrite", path, mode, libraryId);
   return call.Result(OpenWrite(path, mode, libraryId));

@@ -7,4 +7,8 @@ namespace open_output_files {
 // files of the database area. What cannot be stored is told on standard error; false then.
 bool CloseAll();
 
+// At the end of a run that was cut short: closes what is open and stores no file of the database
+// area, which keeps what it held before.
+void DropAll();
+
 }  // namespace open_output_files

@@ -179,6 +179,7 @@ bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& messa
 SV::String Plugin::AllCommands(char separator) {
   try {
     const trace::PluginScope scope;
+    const plugin_call::Scope call(path_.c_str(), nullptr);
     SV::String commands;
     functions_.getAllCommands(commands, separator);
     return commands;

@@ -238,6 +238,7 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
   while (true) {
     ScriptError error{{}};
     try {
+      stop::ThrowIfRequested();  // one that came while the text was read
       Interpret(base);
       return outcome;
     } catch (ScriptError& thrown) {
@@ -311,6 +312,7 @@ kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) con
 // and makes the run go on there. False when there is none. An error too long for what memory there
 // is becomes the error that there is none.
 bool Engine::Catch(const ScriptError& error, std::uint32_t base) {
+  ChargeBytes(error.message.size());
   for (std::uint32_t level = depth_; level > base; --level) {
     Frame& frame = frames_[level - 1];
     const auto at = static_cast<std::uint32_t>(frame.next - frame.function->code.data()) - 1;

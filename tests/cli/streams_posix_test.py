@@ -299,6 +299,15 @@ class UnreadErrorTest(ProgramTest):
 
 
 class StopTest(ProgramTest):
+    def test_a_run_cut_short_stores_no_half_file_of_the_area(self):
+        write = 'FWRITE file:"db:/k" text:"old"\nFWRITE open file:"db:/k"\nFWRITE text:"half"\n'
+        for end, code, text in (("while 1 { SLEEP ms:20 }", 124, b"old"), ("x = 1 / 0", 1, b"old"),
+                                ("exit 7", 7, b"half"), ("", 0, b"half")):
+            with self.subTest(end):
+                result = self.run_program("--db", "db", "run", "--timeout", "0.5", "-e", write + end)
+                self.assertEqual(result.code, code, result)
+                self.assertEqual((self.folder / "db" / "0" / "k").read_bytes(), text)
+
     ENDLESS = {
         "a loop": "while 1 { }",
         "a loop of commands": "while 1 { GET_DISPLAY_SIZE }",
