@@ -131,8 +131,11 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     reply.json = ErrorJson("out of memory");
   }
   // What the script made is the reply's now; the next one may need the memory.
-  kel::Scope::Of(*TavScript::GlobalVars()).Clear();
-  output_ = {};
+  {
+    const memory_reserve::Use reserve;  // is set aside again behind it, if it was taken
+    kel::Scope::Of(*TavScript::GlobalVars()).Clear();
+    output_ = {};
+  }
   SetServingRequest(false);
   runningQueue = nullptr;
   std::shared_ptr<Job> waiter;
