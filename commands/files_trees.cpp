@@ -217,7 +217,8 @@ SV::String InLowerCase(std::string_view text) {
   return lower;
 }
 
-// Whether a search with this mask finds the name. Both are in lower case.
+// Whether a search with this mask finds the name. Both are in lower case. A search itself does not
+// tell: where a folder cannot be read it finds nothing, and the tree would go into itself.
 bool Finds(std::string_view mask, std::string_view name) {
   if (mask == "*.*") return true;
   std::size_t at = 0;

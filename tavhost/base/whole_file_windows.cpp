@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/file_handle_windows.h"
 #include "tavhost/base/file_rights_windows.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
@@ -19,23 +20,6 @@ namespace {
 constexpr std::size_t kStep = std::size_t{8} << 20;
 
 constexpr std::size_t kLongestName = 255;  // of a file in its folder, in UTF-16 units
-
-class Handle {
- public:
-  explicit Handle(HANDLE handle) : handle_(handle) {}
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  ~Handle() { Close(); }
-
-  HANDLE Get() const { return handle_; }
-  bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-  bool Close() {
-    return !IsOpen() || CloseHandle(std::exchange(handle_, INVALID_HANDLE_VALUE)) != 0;
-  }
-
- private:
-  HANDLE handle_;
-};
 
 tl::unexpected<Error> Failed(const std::string& path, DWORD error = GetLastError()) {
   return Failure(SystemErrorText(error), path);
@@ -112,7 +96,7 @@ class InPlaceFile final : public WholeFile {
   }
 
   std::string path_;
-  Handle file_;
+  FileHandle file_;
   Options options_;
   bool isBegun_ = false;
 };
@@ -128,7 +112,7 @@ class ReplacingFile final : public WholeFile {
   ReplacingFile(std::string path, std::wstring target, const Options& options)
       : path_(std::move(path)), target_(std::move(target)), options_(options), file_(target_) {}
 
-  bool Create(const Handle& old) {
+  bool Create(const FileHandle& old) {
     if (!file_.Create()) return false;
     if (!old.IsOpen()) return true;
     isReplacing_ = true;
@@ -164,8 +148,8 @@ class ReplacingFile final : public WholeFile {
 
  private:
   Result<void> WriteOver(DWORD error) {
-    const Handle from(OpenOld(file_.TemporaryName(), GENERIC_READ));
-    Handle to(OpenOld(target_, GENERIC_WRITE));
+    const FileHandle from(OpenOld(file_.TemporaryName(), GENERIC_READ));
+    FileHandle to(OpenOld(target_, GENERIC_WRITE));
     LARGE_INTEGER size;
     if (!from.IsOpen() || !to.IsOpen() || !GetFileSizeEx(from.Get(), &size)) {
       return Failed(path_, error);
@@ -192,7 +176,7 @@ class ReplacingFile final : public WholeFile {
 };
 
 // A rename would take the file away from its other names, or a link would become a file.
-bool MustKeepItsPlace(const Handle& old, DWORD attributes) {
+bool MustKeepItsPlace(const FileHandle& old, DWORD attributes) {
   BY_HANDLE_FILE_INFORMATION about;
   return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ||
          (GetFileInformationByHandle(old.Get(), &about) && about.nNumberOfLinks > 1);
@@ -225,7 +209,7 @@ Result<std::unique_ptr<WholeFile>> WholeFile::Open(const std::string& path,
   if (exists && !options.followsLink && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
     return Failed(path, ERROR_ACCESS_DENIED);
   }
-  Handle old(exists ? OpenOld(target, GENERIC_READ | GENERIC_WRITE) : INVALID_HANDLE_VALUE);
+  FileHandle old(exists ? OpenOld(target, GENERIC_READ | GENERIC_WRITE) : INVALID_HANDLE_VALUE);
   if (exists && !old.IsOpen()) return Failed(path);
   if (exists && GetFileType(old.Get()) != FILE_TYPE_DISK) {
     return Failed(path, ERROR_INVALID_NAME);

@@ -77,7 +77,9 @@ void TavWorkbench::AddTool(const SV::String& id, SV::Window* window, unsigned lo
   std::string name(id.View());
   const auto before = state_->windows.find(name);
   // A tool that gets the window it already has must not free it with its old entry.
-  if (before != state_->windows.end() && before->second.get() == window) before->second.release();
+  if (before != state_->windows.end() && before->second.get() == window) {
+    static_cast<void>(before->second.release());
+  }
   state_->Remove(name);
   ui::WindowModel* const content = window ? &window->Model() : nullptr;
   state_->windows[name].reset(window);

@@ -121,7 +121,7 @@ Decoded Decode(const Codec& codec, const char* text, std::size_t length, char* o
     }
     // Up to the next whole group byte by byte: here stand line breaks, padding and faults.
     do {
-      const int value = kValues[static_cast<unsigned char>(text[read])];
+      const std::int8_t value = kValues[static_cast<unsigned char>(text[read])];
       if (value != kIgnored) {
         if (value == kForeign || ended || !group.Take(value)) {
           return {false, written + group.Flush(out + written)};

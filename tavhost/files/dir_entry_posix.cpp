@@ -24,7 +24,7 @@ namespace {
 // from it leads nowhere, or to what stands there by now, but never to the root.
 SV::String CurrentDirectory() {
   if (char* current = getcwd(nullptr, 0)) {
-    const SV::String directory(current);
+    SV::String directory(current);
     std::free(current);
     return directory;
   }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/file_handle_windows.h"
 #include "tavhost/base/file_rights_windows.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
@@ -22,26 +23,6 @@ namespace {
 // What is read or written between two looks at the stop request: some milliseconds of work.
 constexpr long kStep = 8L << 20;
 
-class Handle {
- public:
-  explicit Handle(HANDLE handle) : handle_(handle) {}
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  ~Handle() { Close(); }
-
-  HANDLE Get() const { return handle_; }
-  bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-  bool Close() {
-    if (!IsOpen()) return true;
-    const bool closed = CloseHandle(handle_) != 0;
-    handle_ = INVALID_HANDLE_VALUE;
-    return closed;
-  }
-
- private:
-  HANDLE handle_;
-};
-
 DWORD Attributes(Name name) { return GetFileAttributesA(name.text); }
 
 bool Has(DWORD attributes, DWORD wanted) {
@@ -51,10 +32,10 @@ bool Has(DWORD attributes, DWORD wanted) {
 // Whether two paths lead to one file, whatever they look like.
 bool IsSameFile(Name a, Name b) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const Handle first(CreateFileA(a.text, 0, kShareAll, nullptr, OPEN_EXISTING,
-                                 FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-  const Handle second(CreateFileA(b.text, 0, kShareAll, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  const base::FileHandle first(CreateFileA(a.text, 0, kShareAll, nullptr, OPEN_EXISTING,
+                                           FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  const base::FileHandle second(CreateFileA(b.text, 0, kShareAll, nullptr, OPEN_EXISTING,
+                                            FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   BY_HANDLE_FILE_INFORMATION x;
   BY_HANDLE_FILE_INFORMATION y;
   return first.IsOpen() && second.IsOpen() && GetFileInformationByHandle(first.Get(), &x) &&
@@ -80,16 +61,16 @@ bool SetAttributes(const std::wstring& copy, DWORD attributes) {
 
 // Takes from a copy the time that CopyFileExW has taken over unasked.
 bool SetTimeToNow(const std::wstring& copy) {
-  const Handle file(CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
-                                OPEN_EXISTING, 0, nullptr));
+  const base::FileHandle file(CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ,
+                                          nullptr, OPEN_EXISTING, 0, nullptr));
   FILETIME now;
   GetSystemTimeAsFileTime(&now);
   return file.IsOpen() && SetFileTime(file.Get(), nullptr, nullptr, &now);
 }
 
 bool Sync(const std::wstring& path) {
-  const Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                OPEN_EXISTING, 0, nullptr));
+  const base::FileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                          OPEN_EXISTING, 0, nullptr));
   return file.IsOpen() && FlushFileBuffers(file.Get());
 }
 
@@ -125,7 +106,7 @@ class WindowsFile : public OutputFile {
   }
 
  private:
-  Handle file_;
+  base::FileHandle file_;
   std::string path_;  // for a person
 };
 
@@ -188,9 +169,9 @@ bool Copy(Name from, Name to, const CopyOptions& options) {
 bool Rename(Name from, Name to) { return MoveFileA(from.text, to.text) != 0; }
 
 ReadCode Read(Name name, SV::String& contents) {
-  const Handle file(CreateFileA(name.text, GENERIC_READ,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  const base::FileHandle file(
+      CreateFileA(name.text, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file.IsOpen()) {
     return Attributes(name) == INVALID_FILE_ATTRIBUTES ? kNotFound : kUnreadable;
   }
@@ -229,7 +210,8 @@ std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
   const std::wstring path = WideOf(name.text);
   {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const Handle there(CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    const base::FileHandle there(
+        CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
     if (there.IsOpen() && GetFileType(there.Get()) != FILE_TYPE_DISK) {
       return OpenForWriting(name, false);
     }
