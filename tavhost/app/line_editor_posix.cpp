@@ -1,13 +1,17 @@
 #include <dlfcn.h>
 #include <editline/readline.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <utility>
 
 #include "tavhost/app/line_editor.h"
+#include "tavhost/headless/terminal_input_posix.h"
 
 namespace app {
 
@@ -30,6 +34,7 @@ struct Library {
   int* attemptedCompletionOver = nullptr;
   int* appendCharacter = nullptr;
   int* catchSignals = nullptr;
+  int (**readCharacter)(FILE*) = nullptr;
   const char** wordBreaks = nullptr;
   const char** programName = nullptr;
   char** lineBuffer = nullptr;
@@ -50,6 +55,7 @@ struct Library {
            Find(handle, "rl_attempted_completion_over", attemptedCompletionOver) &&
            Find(handle, "rl_completion_append_character", appendCharacter) &&
            Find(handle, "rl_catch_signals", catchSignals) &&
+           Find(handle, "rl_getc_function", readCharacter) &&
            Find(handle, "rl_basic_word_break_characters", wordBreaks) &&
            Find(handle, "rl_readline_name", programName) &&
            Find(handle, "rl_line_buffer", lineBuffer);
@@ -84,6 +90,27 @@ char** CompleteWord(const char* word, int, int end) {
   return library.completionMatches(word, NextCandidate);
 }
 
+// The next character typed, or -1. libedit's own reading would miss a Ctrl-C that comes between two
+// of its reads: it looks at no stop request, and nothing would end its wait.
+int ReadCharacter(FILE*) {
+  std::mbstate_t state{};
+  for (;;) {
+    char byte;
+    if (ui::WaitForTerminalInput() != ui::LineOutcome::kLine) return -1;
+    if (read(STDIN_FILENO, &byte, 1) != 1) return -1;
+    wchar_t character = 0;
+    switch (std::mbrtowc(&character, &byte, 1, &state)) {
+      case static_cast<std::size_t>(-2):
+        break;  // the character's next byte
+      case static_cast<std::size_t>(-1):
+        state = {};
+        break;  // no character of this locale
+      default:
+        return static_cast<int>(character);
+    }
+  }
+}
+
 // The history's file, its folder made; empty when there is no place for it.
 std::string HistoryFile() {
   std::string folder;
@@ -108,6 +135,7 @@ class TerminalEditor final : public LineEditor {
   TerminalEditor() : historyFile_(HistoryFile()) {
     std::setlocale(LC_CTYPE, "");  // how wide characters are
     *library.programName = "tavhost";
+    *library.readCharacter = ReadCharacter;  // before the start, which takes it over
     library.initialize();
     *library.catchSignals = 0;  // the program's own handlers
     *library.wordBreaks = kWordBreaks;

@@ -5,9 +5,22 @@
 
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/stop.h"
-#include "tavhost/headless/terminal_input.h"
+#include "tavhost/headless/terminal_input_posix.h"
 
 namespace ui {
+
+LineOutcome WaitForTerminalInput() {
+  for (;;) {
+    if (stop::IsRequested()) return LineOutcome::kStopped;
+    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}};
+    if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
+    if (stop::IsRequested()) return LineOutcome::kStopped;
+    // Posted work runs after the dialog's end. Until then its wake-up, left as it is, would end
+    // every wait at once.
+    if (descriptors[1].revents) event_loop::ClearWakeUp();
+    if (descriptors[0].revents) return LineOutcome::kLine;
+  }
+}
 
 LineOutcome ReadTerminalLine(std::string& line) {
   static std::string pending;  // has been read, but stands behind the end of the line before
@@ -20,14 +33,8 @@ LineOutcome ReadTerminalLine(std::string& line) {
       if (!line.empty() && line.back() == '\r') line.pop_back();
       return LineOutcome::kLine;
     }
-    if (stop::IsRequested()) return LineOutcome::kStopped;
-    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}};
-    if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
-    if (stop::IsRequested()) return LineOutcome::kStopped;
-    // Posted work runs after the dialog's end. Until then its wake-up, left as it is, would end
-    // every wait at once.
-    if (descriptors[1].revents) event_loop::ClearWakeUp();
-    if (!descriptors[0].revents) continue;
+    const LineOutcome waited = WaitForTerminalInput();
+    if (waited != LineOutcome::kLine) return waited;
     char bytes[4096];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;

@@ -79,12 +79,12 @@ class PipeTest(ProgramTest):
 class Terminal:
     """A program on a terminal of its own."""
 
-    def __init__(self, test, *arguments):
+    def __init__(self, test, *arguments, environment=None):
         self.pid, self.master = pty.fork()
         if self.pid == 0:
             os.chdir(test.folder)
             os.execve(test.program, [test.program, *arguments],
-                      {**test.environment, "TERM": "xterm"})
+                      {**test.environment, "TERM": "xterm", **(environment or {})})
         self.seen = b""
         test.addCleanup(self.close)
 
@@ -170,6 +170,25 @@ class TerminalTest(ProgramTest):
         self.assertIn("w: 1920", terminal.wait_for("tav> "))
         terminal.type("SET_PRINTER na\t\"Office\"\n")
         self.assertIn("ecode: 0", terminal.wait_for("tav> "))
+
+    def test_letters_of_several_bytes(self):
+        terminal = Terminal(self, "repl", environment={"LC_ALL": "C.UTF-8"})
+        terminal.wait_for("tav> ")
+        terminal.wait_for_keys()
+        terminal.type('print len("a\u00e4\u20ac\U0001f600")\n')
+        self.assertIn("4\n", terminal.wait_for("tav> "))
+
+    def test_no_interrupt_is_missed(self):
+        """One right behind a key meets the editor between two of its reads."""
+        terminal = Terminal(self, "repl")
+        terminal.wait_for("tav> ")
+        terminal.wait_for_keys()
+        for _ in range(200):
+            terminal.type("p")
+            terminal.wait_for("p")
+            terminal.type("\x03")
+            terminal.wait_for("tav> ")
+            terminal.wait_for_keys()
 
     def test_interrupts(self):
         terminal = Terminal(self, "repl")
