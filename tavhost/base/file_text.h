@@ -17,7 +17,8 @@ Result<std::string> ReadFileText(const std::string& name);
 Result<std::string> ReadStreamText(std::FILE* stream);
 
 // Platform part; null, with errno set, when it cannot be opened. Programs that are started
-// meanwhile do not get the file. A file that is opened for writing is empty.
+// meanwhile do not get the file. A file that is opened for writing is empty; where it is new,
+// nobody but its owner may read it on POSIX systems, since what a script was told may be in it.
 std::FILE* OpenForReading(const std::string& name);
 std::FILE* OpenForWriting(const std::string& name);
 

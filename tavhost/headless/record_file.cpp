@@ -34,7 +34,9 @@ base::Result<std::unique_ptr<RecordFile>> RecordFile::Open(const std::string& pa
     if (!record->stream_) return Fault();
     return record;
   }
-  base::Result<std::unique_ptr<base::WholeFile>> whole = base::WholeFile::Open(path, {});
+  base::WholeFile::Options options;
+  options.ownerOnly = true;  // what was typed may be in it
+  base::Result<std::unique_ptr<base::WholeFile>> whole = base::WholeFile::Open(path, options);
   if (!whole) return tl::unexpected<base::Error>(whole.error());
   record->whole_ = std::move(*whole);
   return record;

@@ -91,10 +91,10 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
 
 TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
     : state_(std::make_unique<State>()) {
-  const SV::String text = SV::ConvertWStringToUTF8String(url);
-  trace::Call call("TavHTTPClient::TavHTTPClient", text,
+  const std::string text = Utf8(url);
+  trace::Call call("TavHTTPClient::TavHTTPClient", http::WithoutUserInfo(text),
                    trace::Object{reinterpret_cast<const void*>(progress)});
-  auto parsed = http::ParseUrl(text.View());
+  auto parsed = http::ParseUrl(text);
   if (!parsed) throw std::invalid_argument("not a URL of http or https");
   state_->url = *std::move(parsed);
   state_->host = Wide(state_->url.host);

@@ -145,6 +145,18 @@ std::optional<Url> ResolveUrl(const Url& base, std::string_view reference) {
   return url;
 }
 
+std::string WithoutUserInfo(std::string_view text) {
+  std::size_t begin = 0;
+  std::string_view authority = text;  // of what is no URL, all may be
+  if (ParseUrl(text)) {
+    begin = text.find("//") + 2;
+    authority = text.substr(0, text.find_first_of("/?#", begin));
+  }
+  const auto at = authority.rfind('@');
+  if (at == authority.npos) return std::string(text);
+  return std::string(text.substr(0, begin)) + "***" + std::string(text.substr(at));
+}
+
 std::string PercentDecoded(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {

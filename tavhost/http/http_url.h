@@ -27,6 +27,9 @@ struct Url {
 std::optional<Url> ParseUrl(std::string_view text);
 // The URL that a reference, as in a redirect, means on the page `base`; empty as with ParseUrl.
 std::optional<Url> ResolveUrl(const Url& base, std::string_view reference);
+// A URL, or what was meant to be one, as others may see it: `***` stands for user name and
+// password.
+std::string WithoutUserInfo(std::string_view text);
 // `%41` becomes `A`; a percent sign without two digits behind it stays.
 std::string PercentDecoded(std::string_view text);
 

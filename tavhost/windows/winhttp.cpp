@@ -21,6 +21,12 @@ LPWSTR Owned(const std::string& text) {
   return copy;
 }
 
+// As a trace may show it: where a proxy has a user name, it may have a password. That can hold
+// whatever separates proxies, so none of them is shown then.
+SV::String WithoutSecrets(const SV::String& proxies) {
+  return proxies.View().find('@') == std::string_view::npos ? proxies : SV::String("***");
+}
+
 }  // namespace
 
 BOOL WinHttpGetIEProxyConfigForCurrentUser(WINHTTP_CURRENT_USER_IE_PROXY_CONFIG* config) {
@@ -45,7 +51,7 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int count, LPS
                         int capacity, LPCSTR, BOOL*) {
   const SV::WString text = count < 0 ? SV::WString(wide) : SV::WString(wide, count);
   const SV::String utf8 = SV::ConvertWStringToUTF8String(text);
-  trace::Call call("WideCharToMultiByte", codePage, flags, utf8, count, capacity);
+  trace::Call call("WideCharToMultiByte", codePage, flags, WithoutSecrets(utf8), count, capacity);
   const long length = utf8.Len() + (count < 0 ? 1 : 0);
   if (length > capacity) {
     std::memcpy(bytes, utf8.GetStr(), static_cast<std::size_t>(capacity));

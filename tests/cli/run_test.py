@@ -124,6 +124,13 @@ class TraceTest(ProgramTest):
         result = self.run_program("run", "--trace", "-", "-e", text)
         self.assertEqual((result.out, result.err, result.code), ("", lines, 0))
 
+    def test_traces_and_records_are_their_owners_alone(self):
+        self.file("answers.kel", 'MESSAGE_BOX button:ok\n')
+        self.run_program("run", "--trace", "t.txt", "--record", "r.kel", "--answers", "answers.kel",
+                         "-e", 'INFOBOX "x"')
+        for name in ("t.txt", "r.kel"):
+            self.assertEqual((self.folder / name).stat().st_mode & 0o777, 0o600, name)
+
     def test_trace_that_cannot_be_written(self):
         result = self.run_program("run", "--trace", "no/t.txt", "-e", "print 1")
         self.assertEqual((result.out, result.code), ("", 2), result)

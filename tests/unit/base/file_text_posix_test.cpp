@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -29,6 +30,30 @@ TEST(FileTextPosix, OfAFileThatMayNotBeReadIsAnError) {
   std::ofstream(name) << "text";
   ASSERT_EQ(chmod(name.c_str(), 0), 0);
   EXPECT_EQ(ErrorOf(name), "Permission denied");
+  std::filesystem::remove(name);
+}
+
+TEST(FileTextPosix, ANewFileIsItsOwnersAlone) {
+  const std::string name = testing::TempDir() + "tavhost-written-" + std::to_string(getpid());
+  const auto modeOf = [&name] {
+    struct stat status {};
+    EXPECT_EQ(stat(name.c_str(), &status), 0);
+    return status.st_mode & 07777;
+  };
+  const mode_t mask = umask(0);
+  std::FILE* const made = base::OpenForWriting(name);
+  ASSERT_NE(made, nullptr);
+  std::fputs("text", made);
+  std::fclose(made);
+  EXPECT_EQ(modeOf(), 0600U);
+  // One that is there is as its owner wants it.
+  ASSERT_EQ(chmod(name.c_str(), 0644), 0);
+  std::FILE* const again = base::OpenForWriting(name);
+  ASSERT_NE(again, nullptr);
+  std::fclose(again);
+  EXPECT_EQ(modeOf(), 0644U);
+  EXPECT_EQ(std::filesystem::file_size(name), 0U);
+  umask(mask);
   std::filesystem::remove(name);
 }
 
