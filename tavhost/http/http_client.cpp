@@ -10,6 +10,7 @@
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/base/utf16.h"
+#include "tavhost/http/http_header.h"
 #include "tavhost/http/http_proxy.h"
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
@@ -74,7 +75,7 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
     const http::Proxy* proxy = http::ChooseProxy(proxies, request.url.secure);
     request.proxy = proxy ? std::optional(*proxy) : std::nullopt;
     if (!http::Exchange(request, answer)) return false;
-    const std::string location = answer.Field("Location");
+    const std::string location = http::FirstField(answer.header, "Location");
     if (!IsRedirect(answer.status) || location.empty()) return true;
     auto next = http::ResolveUrl(request.url, location);
     if (!next || (request.url.secure && !next->secure)) return false;
@@ -145,9 +146,9 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
     if (stop::IsRequested()) break;
     complete = state_->Fetch(sent);
   }
-  state_->header = Wide(complete ? state_->answer.header : "");
-  state_->charset = Wide(complete ? http::CharsetOf(state_->answer.Field("Content-Type")) : "");
   if (!complete) state_->answer = http::Answer();
+  state_->header = Wide(state_->answer.header);
+  state_->charset = Wide(http::CharsetOf(http::FirstField(state_->answer.header, "Content-Type")));
   return call.Result(complete);
 }
 

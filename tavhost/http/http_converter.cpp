@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "tavhost/base/utf16.h"
 
@@ -173,6 +174,50 @@ class Utf16 final : public Converter {
   std::array<char, 16384> room_;
 };
 
+class Utf32 final : public Converter {
+ public:
+  explicit Utf32(bool bigEndian) : bigEndian_(bigEndian) {}
+
+  bool Append(std::string_view bytes, Body& text) override {
+    for (const char c : bytes) {
+      const char32_t byte = static_cast<unsigned char>(c);
+      point_ |= bigEndian_ ? byte << (24 - 8 * taken_) : byte << (8 * taken_);
+      if (++taken_ < kUnit) continue;
+      if (!Put(text)) return false;
+    }
+    return Flush(text);
+  }
+  // What is left of a unit is no character.
+  bool Finish(Body& text) override {
+    point_ = kNone;
+    return (taken_ == 0 || Put(text)) && Flush(text);
+  }
+
+ private:
+  static constexpr unsigned kUnit = 4;
+  static constexpr char32_t kNone = 0xFFFFFFFF;
+
+  bool Put(Body& text) {
+    const bool isCharacter = point_ < 0xD800 || (point_ >= 0xE000 && point_ <= 0x10FFFF);
+    char* const out = room_.data() + length_;
+    length_ =
+        static_cast<std::size_t>(PutCodePoint(isCharacter ? point_ : 0xFFFD, out) - room_.data());
+    point_ = 0;
+    taken_ = 0;
+    return length_ + kUnit <= room_.size() || Flush(text);
+  }
+  bool Flush(Body& text) {
+    const std::size_t length = std::exchange(length_, 0);
+    return text.Append(room_.data(), length);
+  }
+
+  const bool bigEndian_;
+  char32_t point_ = 0;  // as far as its bytes have come
+  unsigned taken_ = 0;  // how many those are
+  std::size_t length_ = 0;
+  std::array<char, 4096> room_;
+};
+
 // Bytes that are meant to be UTF-8, made so.
 class Repair final : public Converter {
  public:
@@ -217,6 +262,8 @@ std::unique_ptr<Converter> MakeConverter(std::string_view charset) {
   if (charset == "iso-8859-1") return std::make_unique<SingleBytes>(nullptr);
   if (charset == "utf-16le") return std::make_unique<Utf16>(false);
   if (charset == "utf-16be") return std::make_unique<Utf16>(true);
+  if (charset == "utf-32le") return std::make_unique<Utf32>(false);
+  if (charset == "utf-32be") return std::make_unique<Utf32>(true);
   return nullptr;
 }
 

@@ -19,8 +19,8 @@ class Converter {
   virtual bool Finish(Body& text) = 0;  // behind the last piece
 };
 
-// For UTF-8 itself, UTF-16 and the western charsets, by their names in lower case; null for others.
-// No byte-order mark is looked for.
+// For UTF-8 itself, UTF-16, UTF-32 and the western charsets, by their names in lower case; null for
+// others. No byte-order mark is looked for.
 std::unique_ptr<Converter> MakeConverter(std::string_view charset);
 
 // For whatever else the system knows; null for what it does not. Platform part.

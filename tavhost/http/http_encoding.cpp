@@ -16,7 +16,7 @@ class Identity final : public Decoder {
  public:
   explicit Identity(Body& body) : body_(body) {}
   bool Append(const char* data, std::size_t length) override { return body_.Append(data, length); }
-  bool IsComplete() const override { return true; }
+  bool IsComplete(BodyEnd) const override { return true; }
 
  private:
   Body& body_;
@@ -50,7 +50,9 @@ class Inflater final : public Decoder {
     return true;
   }
 
-  bool IsComplete() const override { return ended_ || !started_; }
+  bool IsComplete(BodyEnd end) const override {
+    return ended_ || (!started_ && end != BodyEnd::kClose);
+  }
 
  private:
   bool Start(unsigned char first) {
@@ -69,11 +71,26 @@ class Inflater final : public Decoder {
   bool ended_ = false;
 };
 
+// The names joined by commas, in lower case, without those that encode nothing.
+std::string WithoutIdentity(std::string_view encodings) {
+  const std::string lower = ascii::ToLower(encodings);
+  std::string_view left = lower;
+  std::string rest;
+  while (!left.empty()) {
+    std::string_view name = left.substr(0, left.find(','));
+    left.remove_prefix(std::min(name.size() + 1, left.size()));
+    while (!name.empty() && ascii::IsSpace(name.front())) name.remove_prefix(1);
+    while (!name.empty() && ascii::IsSpace(name.back())) name.remove_suffix(1);
+    if (!name.empty() && name != "identity") rest.append(rest.empty() ? "" : ",").append(name);
+  }
+  return rest;
+}
+
 }  // namespace
 
-std::unique_ptr<Decoder> Decoder::For(std::string_view encoding, Body& body) {
-  const std::string name = ascii::ToLower(encoding);
-  if (name.empty() || name == "identity") return std::make_unique<Identity>(body);
+std::unique_ptr<Decoder> Decoder::For(std::string_view encodings, Body& body) {
+  const std::string name = WithoutIdentity(encodings);
+  if (name.empty()) return std::make_unique<Identity>(body);
   if (name == "gzip" || name == "x-gzip") return std::make_unique<Inflater>(body, true);
   if (name == "deflate") return std::make_unique<Inflater>(body, false);
   return nullptr;

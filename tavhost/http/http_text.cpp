@@ -12,11 +12,17 @@ namespace http {
 
 namespace {
 
-constexpr std::size_t kLongestMark = 3;
+constexpr std::size_t kLongestMark = 4;
+// Looked for only in what is said to be UTF-32: the first begins like that of UTF-16.
+constexpr std::string_view kUtf32LittleMark("\xFF\xFE\0\0", 4);
+constexpr std::string_view kUtf32BigMark("\0\0\xFE\xFF", 4);
 constexpr std::size_t kTextLimit = SV::String::kMaxLength;
 
 // The room made for a text at first: what most texts need that are not ASCII alone.
 std::uint64_t RoomFor(std::uint64_t bytes) { return bytes + bytes / 8; }
+
+// The order of its bytes is told by a byte-order mark.
+bool IsToldByAMark(std::string_view charset) { return charset == "utf-16" || charset == "utf-32"; }
 
 bool IsUtf8Name(std::string_view charset) { return charset == "utf-8" || charset == "utf8"; }
 
@@ -43,7 +49,7 @@ std::string CharsetOf(std::string_view contentType) {
 
 BodyText::BodyText(std::string_view charset, std::uint64_t expected)
     : charset_(ascii::ToLower(charset)), expected_(expected) {
-  if (charset_.empty() || charset_ == "utf-16" || IsUtf8Name(charset_)) return;
+  if (charset_.empty() || IsToldByAMark(charset_) || IsUtf8Name(charset_)) return;
   converter_ = MakeConverter(charset_);
   if (!converter_) converter_ = MakeSystemConverter(charset_);
   if (converter_) {
@@ -68,6 +74,9 @@ void BodyText::Decide() {
   } else if (IsUtf8Name(charset_)) {
     way_ = Way::kSame;
     fallback_ = "utf-8";
+  } else if (charset_ == "utf-32") {
+    const bool isMarked = first.starts_with(kUtf32LittleMark) || first.starts_with(kUtf32BigMark);
+    convert(first.starts_with(kUtf32LittleMark) ? "utf-32le" : "utf-32be", isMarked ? 4 : 0);
   } else if (first.starts_with("\xFF\xFE")) {
     convert("utf-16le", 2);
   } else if (first.starts_with("\xFE\xFF")) {

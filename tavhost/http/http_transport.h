@@ -22,8 +22,6 @@ struct Timeouts {
   std::uint32_t receive = 30000;
 };
 
-// An answer's header may not be longer than this, interim answers included.
-inline constexpr std::size_t kHeaderLimit = std::size_t{300} << 10;
 // After content encodings are undone.
 inline constexpr std::size_t kBodyLimit = std::size_t{256} << 20;
 
@@ -39,18 +37,11 @@ struct Answer {
   std::string header;  // status line and fields as they came, the last line empty
   SV::String body;
   BodyText text;
-
-  // The value of the first field of that name, case ignored; empty when there is none.
-  std::string Field(std::string_view name) const;
 };
 
 // False when no complete answer came, or a stop was asked for. Throws std::runtime_error when the
 // system has no HTTP library.
 bool Exchange(const Request& request, Answer& answer);
-
-// True when the fields that tell the body's length contradict each other or cannot be read
-// (RFC 9112, 6.3).
-bool HasBadFraming(std::string_view header);
 
 // How long one attempt may take in all, in milliseconds by the clock: the sum of its timeouts. One
 // of 0 adds nothing. When sending or receiving has no limit, the whole has none, which is 0.

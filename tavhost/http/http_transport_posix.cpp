@@ -10,8 +10,13 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
+#include "tavhost/http/http_header.h"
+#include "tavhost/http/http_sockets_posix.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_watch.h"
+
+struct ssl_st;
+struct ssl_ctx_st;
 
 namespace http {
 
@@ -32,6 +37,8 @@ struct Library {
   decltype(&curl_multi_info_read) infoRead;
   decltype(&curl_slist_append) listAppend;
   decltype(&curl_slist_free_all) listFree;
+  // Of the TLS library that libcurl uses, if it is OpenSSL; else null.
+  void (*setInfoCallback)(ssl_ctx_st*, void (*)(const ssl_st*, int, int)) = nullptr;
 
   // Live as long as the process: the connections to hosts already asked stay open in them.
   CURL* easy = nullptr;
@@ -62,6 +69,9 @@ Library Load() {
   Find(module, "curl_multi_info_read", library.infoRead);
   Find(module, "curl_slist_append", library.listAppend);
   Find(module, "curl_slist_free_all", library.listFree);
+  if (void* address = dlsym(module, "SSL_CTX_set_info_callback")) {
+    library.setInfoCallback = reinterpret_cast<decltype(library.setInfoCallback)>(address);
+  }
   if (library.globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
     throw std::runtime_error("libcurl cannot be started");
   }
@@ -82,10 +92,67 @@ struct Transfer {
   Answer& answer;
   Body body;
   Watch watch;
-  std::unique_ptr<Decoder> decoder = nullptr;  // from the first bytes of the body on
-  std::size_t headerBytes = 0;
+  HeaderLines header;
+  Framing framing = {};                        // from the end of the header on
+  std::unique_ptr<Decoder> decoder = nullptr;  // the same, when there is a body that it can decode
+  const void* tls = nullptr;                   // the same; null where the answer comes without
   bool refused = false;
 };
+
+curl_socket_t OpenSocket(void*, curlsocktype, curl_sockaddr* address) {
+  return sockets::Open(address->family, address->socktype, address->protocol);
+}
+
+int CloseSocket(void*, curl_socket_t socket) { return sockets::Close(socket); }
+
+// What libcurl does not tell: whether TLS was ended as it has to be, or broke off.
+const void* ended = nullptr;  // the one that its peer ended last
+
+void NoteAlert(const ssl_st* tls, int where, int alert) {
+  constexpr int kAlertRead = 0x4004;
+  constexpr int kKindOfAlert = 0xFF;
+  constexpr int kCloseNotify = 0;
+  if (where == kAlertRead && (alert & kKindOfAlert) == kCloseNotify) ended = tls;
+}
+
+CURLcode WatchTls(CURL*, void* context, void*) {
+  Curl().setInfoCallback(static_cast<ssl_ctx_st*>(context), NoteAlert);
+  return CURLE_OK;
+}
+
+const void* TlsInUse() {
+  const curl_tlssessioninfo* session = nullptr;
+  Curl().getInfo(Curl().easy, CURLINFO_TLS_SSL_PTR, &session);
+  return session && session->backend == CURLSSLBACKEND_OPENSSL ? session->internals : nullptr;
+}
+
+// The header has come whole: its fields must agree on the body's length before a body is read.
+bool BeginBody(Transfer& transfer) {
+  const std::string& header = transfer.answer.header;
+  const auto framing = FramingOf(header, transfer.request.verb, transfer.header.Status());
+  if (!framing) return false;
+  transfer.framing = *framing;
+  transfer.tls = TlsInUse();
+  if (framing->end == BodyEnd::kNone) return true;
+  transfer.body.Announce(framing->length);
+  transfer.answer.text = BodyText(CharsetOf(FirstField(header, "Content-Type")), framing->length);
+  transfer.decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), transfer.body);
+  return true;
+}
+
+// Whether the body is whole, by all that has come of it.
+bool IsBodyComplete(const Transfer& transfer) {
+  if (transfer.framing.end == BodyEnd::kNone) return true;
+  // Anybody on the way can end a connection; that the answer ends there only the server can say.
+  // From version 2 on each answer has an end of its own.
+  const bool endsWithConnection =
+      transfer.framing.end == BodyEnd::kClose && transfer.answer.header.starts_with("HTTP/1");
+  if (endsWithConnection && transfer.tls && Curl().setInfoCallback && ended != transfer.tls) {
+    return false;
+  }
+  // Of a body in an encoding that is not known nothing was taken: it was empty.
+  return !transfer.decoder || transfer.decoder->IsComplete(transfer.framing.end);
+}
 
 // libcurl hands over the header line by line and the body in pieces. Anything but the number of
 // bytes as the result ends the transfer.
@@ -93,21 +160,13 @@ struct Transfer {
 std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
   transfer.watch.Received(Watch::Clock::now());
-  transfer.headerBytes += length;
-  if (transfer.headerBytes > kHeaderLimit) {
-    transfer.refused = true;
-    return 0;
+  const bool isTrailer = transfer.header.IsComplete();
+  if (transfer.header.Append({data, length}) &&
+      (isTrailer || !transfer.header.IsComplete() || BeginBody(transfer))) {
+    return length;
   }
-  std::string& header = transfer.answer.header;
-  const std::string_view line(data, length);
-  if (line.starts_with("HTTP/")) header.clear();  // an interim answer stood before this one
-  header += line;
-  // The header is complete. Its fields must agree on the body's length before a body is read.
-  if ((line == "\r\n" || line == "\n") && HasBadFraming(header)) {
-    transfer.refused = true;
-    return 0;
-  }
-  return length;
+  transfer.refused = true;
+  return 0;
 }
 
 std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
@@ -119,14 +178,6 @@ std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
   if (stop::IsRequested() || transfer.watch.IsOver(now)) {
     transfer.refused = true;
     return 0;
-  }
-  if (!transfer.decoder) {
-    curl_off_t announced = -1;
-    Curl().getInfo(Curl().easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-    const auto expected = static_cast<std::uint64_t>(std::max<curl_off_t>(announced, 0));
-    transfer.body.Announce(expected);
-    transfer.answer.text = BodyText(CharsetOf(transfer.answer.Field("Content-Type")), expected);
-    transfer.decoder = Decoder::For(transfer.answer.Field("Content-Encoding"), transfer.body);
   }
   if (transfer.decoder && transfer.decoder->Append(data, length)) return length;
   transfer.refused = true;
@@ -177,11 +228,13 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   curl.setOption(easy, CURLOPT_WRITEFUNCTION, TakeBody);
   curl.setOption(easy, CURLOPT_WRITEDATA, &transfer);
   curl.setOption(easy, CURLOPT_BUFFERSIZE, 512L * 1024);
+  curl.setOption(easy, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
+  curl.setOption(easy, CURLOPT_CLOSESOCKETFUNCTION, CloseSocket);
   // The watch ends what takes too long; libcurl's own limit only must not come first.
   curl.setOption(easy, CURLOPT_CONNECTTIMEOUT_MS, 0x7FFFFFFFL);
-  if (const char* authority = std::getenv("SSL_CERT_FILE")) {
-    curl.setOption(easy, CURLOPT_CAINFO, authority);
-  }
+  const char* const authority = std::getenv("SSL_CERT_FILE");
+  if (authority && *authority != '\0') curl.setOption(easy, CURLOPT_CAINFO, authority);
+  if (curl.setInfoCallback) curl.setOption(easy, CURLOPT_SSL_CTX_FUNCTION, WatchTls);
   SetCredentials(curl, CURLOPT_USERNAME, CURLOPT_PASSWORD, request.url.userInfo);
 
   // The environment's proxies are not used: a script asks for them by GET_PROXY_SETTINGS.
@@ -227,18 +280,18 @@ bool Run(const Library& curl, Transfer& transfer) {
 bool Exchange(const Request& request, Answer& answer) {
   const Library& curl = Curl();
   answer = Answer();
+  ended = nullptr;
+  sockets::EndTalkative();
   Transfer transfer{request, answer, Body(answer.body, kBodyLimit, &answer.text),
-                    Watch(request.timeouts, Watch::Clock::now())};
+                    Watch(request.timeouts, Watch::Clock::now()), HeaderLines(answer.header)};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;
-  const bool complete = Run(curl, transfer) && !transfer.refused &&
-                        (!transfer.decoder || transfer.decoder->IsComplete());
-  long status = 0;
-  curl.getInfo(curl.easy, CURLINFO_RESPONSE_CODE, &status);
+  const bool complete = Run(curl, transfer) && !transfer.refused && transfer.header.IsComplete() &&
+                        IsBodyComplete(transfer);
   curl.removeHandle(curl.multi, curl.easy);
-  answer.status = static_cast<int>(status);
+  answer.status = transfer.header.Status();
   transfer.body.Finish();
-  return complete && status != 0;
+  return complete;
 }
 
 }  // namespace http

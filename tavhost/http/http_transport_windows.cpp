@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <condition_variable>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,6 +14,7 @@
 #include "tavhost/files/base64_codec.h"
 #include "tavhost/http/http_body.h"
 #include "tavhost/http/http_encoding.h"
+#include "tavhost/http/http_header.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_watch.h"
 
@@ -260,29 +260,26 @@ class Exchanging {
       return false;
     }
     answer_.header = utf16::ToUtf8(units.data());
-    if (answer_.header.size() > kHeaderLimit || HasBadFraming(answer_.header)) return false;
+    if (answer_.header.size() > kHeaderLimit) return false;
     DWORD status = 0;
     DWORD size = sizeof status;
     WinHttpQueryHeaders(exchange_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
                         WINHTTP_HEADER_NAME_BY_INDEX, &status, &size, WINHTTP_NO_HEADER_INDEX);
     answer_.status = static_cast<int>(status);
-    return true;
-  }
-
-  bool HasBody() const {
-    return request_.verb != "HEAD" && answer_.status != 204 && answer_.status != 304;
+    const auto framing = FramingOf(answer_.header, request_.verb, answer_.status);
+    if (framing) framing_ = *framing;
+    return framing.has_value();
   }
 
   bool ReadBody() {
     constexpr DWORD kPiece = 256 * 1024;
-    if (!HasBody()) return true;
+    if (framing_.end == BodyEnd::kNone) return true;
     reports_->piece.resize(kPiece);
-    const std::string length = answer_.Field("Content-Length");
-    const std::uint64_t announced = std::strtoull(length.c_str(), nullptr, 10);
-    answer_.text = BodyText(CharsetOf(answer_.Field("Content-Type")), announced);
+    const std::string& header = answer_.header;
+    answer_.text = BodyText(CharsetOf(FirstField(header, "Content-Type")), framing_.length);
     Body body(answer_.body, kBodyLimit, &answer_.text);
-    body.Announce(announced);
-    const auto decoder = Decoder::For(answer_.Field("Content-Encoding"), body);
+    body.Announce(framing_.length);
+    const auto decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), body);
     if (!decoder) return false;
     std::uint64_t received = 0;
     while (true) {
@@ -303,12 +300,14 @@ class Exchanging {
     body.Finish();
     // An answer that breaks off reads as one that ends; only its length tells. Whether chunks are
     // whole is for WinHTTP to see.
-    return decoder->IsComplete() && (length.empty() || announced == received);
+    return decoder->IsComplete(framing_.end) &&
+           (framing_.end != BodyEnd::kLength || framing_.length == received);
   }
 
   const Request& request_;
   Answer& answer_;
   Watch watch_;
+  Framing framing_;  // from the end of the header on
   std::shared_ptr<Reports> reports_;
   HINTERNET connection_ = nullptr;
   HINTERNET exchange_ = nullptr;

@@ -43,6 +43,58 @@ def text_of(megabytes, charset):
     return line * (megabytes * 1_000_000 // len(line))
 
 
+# Answers that break off, or do not say where they end.
+RAW = {
+    "only-status": b"HTTP/1.1 200 OK\r\n",
+    "cut-status": b"HTTP/1.1 20",
+    "cut-name": b"HTTP/1.1 200 OK\r\nContent-Ty",
+    "cut-value": b"HTTP/1.1 200 OK\r\nContent-Type: text/pl",
+    "cut-fields": b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n",
+    "cut-last-line": b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r",
+    "only-interim": b"HTTP/1.1 100 Continue\r\n\r\n",
+    "cut-behind-interim": b"HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 200 OK\r\nX: ",
+    "switched": b"HTTP/1.1 101 Switching Protocols\r\nUpgrade: x\r\n\r\nhello",
+    "beyond-63-bits": b"HTTP/1.1 200 OK\r\nContent-Length: 9223372036854775808\r\n\r\nhello",
+    "beyond-64-bits": b"HTTP/1.1 200 OK\r\nContent-Length: 18446744073709551621\r\n\r\nhello",
+    "blank-before-colon": b"HTTP/1.1 200 OK\r\nContent-Length : 100\r\n\r\nhello",
+    "folded-length": b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n 0\r\n\r\nhello",
+    "folded-chunks": b"HTTP/1.1 200 OK\r\nTransfer-Encoding:\r\n chunked\r\n\r\n"
+                     b"5\r\nhello\r\n",
+    "other-transfer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: x-unheard-of\r\n\r\nhello",
+    "packed-transfer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\n"
+                       + gzip.compress(b"hello" * 1000)[:-12],
+    "chunked-twice": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked, chunked\r\n\r\n"
+                     b"5\r\nhello\r\n0\r\n\r\n",
+    "no-last-chunk": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n",
+    "cut-last-chunk": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n",
+    "cut-trailer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n"
+                   b"X: y\r\n",
+    "chunk-beyond-64-bits": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                            b"10000000000000005\r\nhello\r\n0\r\n\r\n",
+    "packed-twice": b"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Encoding: gzip\r\n\r\n"
+                    + gzip.compress(gzip.compress(b"hello")),
+    "packed-nothing": b"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n",
+}
+
+# Answers that are whole, in ways that are seldom seen.
+RAW_WHOLE = {
+    "trailer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n"
+               b"Trailing: field\r\nContent-Type: text/x; charset=utf-16\r\n\r\n",
+    "redirecting-trailer": b"HTTP/1.1 302 Found\r\nTransfer-Encoding: chunked\r\n\r\n"
+                           b"5\r\nhello\r\n0\r\nLocation: /echo\r\n\r\n",
+    "leading-zeros": b"HTTP/1.1 200 OK\r\nContent-Length: 00000000000000000000005\r\n\r\nhello",
+    "chunked-in-capitals": b"HTTP/1.1 200 OK\r\ntransfer-encoding: Chunked\r\n\r\n"
+                           b"5;x=y\r\nhello\r\n0\r\n\r\n",
+    "line-feeds": b"HTTP/1.1 200 OK\nContent-Length: 5\n\nhello",
+    "folded": b"HTTP/1.1 200 OK\r\nContent-Type: text/plain;\r\n\tcharset=utf-8\r\n"
+              b"Content-Length: 5\r\n\r\nhello",
+    "field-like-a-status": b"HTTP/1.1 200 OK\r\nX-First: 1\r\nHTTP/1.1 : no\r\n"
+                           b"Content-Length: 5\r\n\r\nhello",
+    "packed-nothing-said": b"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 0\r\n\r\n",
+}
+RAW.update(RAW_WHOLE)
+
+
 class Server:
     """Serves on a port of its own until closed; counts requests by path."""
 
@@ -50,6 +102,7 @@ class Server:
         self.tls = tls
         self.requests = []
         self.pending = []  # paths of requests that will get no more, or not soon
+        self.distrusted = 0  # clients that did not know who signed the certificate
         self.lock = threading.Lock()
         self.listener = socket.create_server((host, 0), backlog=128)
         self.port = self.listener.getsockname()[1]
@@ -92,7 +145,9 @@ class Server:
                 with self.lock:
                     self.requests.append(request)
                 self._answer(connection, request)
-        except (OSError, ssl.SSLError):
+        except ssl.SSLError as error:
+            self.distrusted += error.reason == "TLSV1_ALERT_UNKNOWN_CA"
+        except OSError:
             pass
 
     def _answer(self, connection, request):
@@ -126,6 +181,9 @@ class Server:
             "1252": ("“grüße” €".encode("cp1252"), "text/plain"),
             "unknown": ("grüße".encode(), "text/plain; charset=no-such-set"),
             "badutf8": (b"a\xffb", "text/plain; charset=utf-8"),
+            "utf32": ("grüße".encode("utf-32-be"), "text/plain; charset=utf-32"),
+            "utf32bom": ("\ufeffgrüße".encode("utf-32-le"), "text/plain; charset=UTF-32"),
+            "utf32le": ("grüße".encode("utf-32-le"), "text/plain; charset=utf-32le"),
         }
         body, content_type = bodies[rest]
         connection.sendall(answer(body, "Content-Type: " + content_type))
@@ -182,6 +240,11 @@ class Server:
     def do_same_lengths(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 2\r\nContent-Length: 2\r\n\r\nok")
 
+    def do_then(self, connection, rest, query, request):
+        """Does what the test left in `then`, and answers when it is done."""
+        self.then()
+        connection.sendall(answer(b"done"))
+
     # Redirects.
 
     def do_redirect(self, connection, rest, query, request):
@@ -228,6 +291,15 @@ class Server:
     def do_hang_up(self, connection, rest, query, request):
         return
 
+    def do_raw(self, connection, rest, query, request):
+        """What RAW holds under this name, then the end."""
+        connection.sendall(RAW[rest])
+
+    def do_said_goodbye(self, connection, rest, query, request):
+        """Over TLS: ends as TLS ends, where the other answers are simply cut off."""
+        connection.sendall(b"HTTP/1.1 200 OK\r\n\r\nto the end")
+        connection.unwrap()
+
     def do_silent(self, connection, rest, query, request):
         self.pending.append("/silent")
         self.closing.wait(30)
@@ -249,6 +321,10 @@ class Server:
         connection.sendall(b"HTTP/1.1 200 OK\r\n" + field * int(rest) +
                            b"Content-Length: 2\r\n\r\nok")
 
+    def do_long_trailer(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n" +
+                           (b"X-Filler: " + b"x" * 1000 + CRLF) * int(rest) + CRLF)
+
     def do_endless_header(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 200 OK\r\n")
         while not self.closing.is_set():
@@ -263,6 +339,36 @@ class Server:
             seen = sum(1 for r in self.requests if r.split(b" ")[1] == f"/flaky/{rest}".encode())
         if seen > int(rest):
             connection.sendall(answer(b"at last"))
+
+
+class KeepingServer:
+    """Keeps its connections, and answers each request with how many there were on its connection."""
+
+    def __init__(self):
+        self.connections = []
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.url = f"http://127.0.0.1:{self.listener.getsockname()[1]}/"
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    def close(self):
+        stop_listening(self.listener)
+
+    def _accept(self):
+        while True:
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            self.connections.append(connection)
+            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
+
+    @staticmethod
+    def _serve(connection):
+        count = 0
+        with connection:
+            while connection.recv(65536):
+                count += 1
+                connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n%d" % count)
 
 
 class Proxy:

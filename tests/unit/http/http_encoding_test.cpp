@@ -8,6 +8,7 @@
 namespace {
 
 using http::Body;
+using http::BodyEnd;
 using http::Decoder;
 
 constexpr int kGzip = MAX_WBITS + 16;
@@ -40,7 +41,7 @@ std::string Decoded(const std::string& encoding, const std::string& data, std::s
     if (!decoder->Append(data.data() + at, std::min(piece, data.size() - at))) return "failed";
   }
   body.Finish();
-  return decoder->IsComplete() ? std::string(bytes.View()) : "cut";
+  return decoder->IsComplete(BodyEnd::kLength) ? std::string(bytes.View()) : "cut";
 }
 
 TEST(HttpEncoding, UndoesWhatWasAllowed) {
@@ -60,6 +61,18 @@ TEST(HttpEncoding, UndoesWhatWasAllowed) {
 TEST(HttpEncoding, EmptyBodiesNeedNoFrame) {
   EXPECT_EQ(Decoded("gzip", "", 1), "");
   EXPECT_EQ(Decoded("gzip", Packed("", kGzip), 1), "");
+  SV::String bytes;
+  Body body(bytes, kLimit);
+  EXPECT_TRUE(Decoder::For("gzip", body)->IsComplete(BodyEnd::kChunks));
+  EXPECT_FALSE(Decoder::For("gzip", body)->IsComplete(BodyEnd::kClose));
+  EXPECT_TRUE(Decoder::For("", body)->IsComplete(BodyEnd::kClose));
+}
+
+TEST(HttpEncoding, OneAtATime) {
+  const std::string packed = Packed("text", kGzip);
+  EXPECT_EQ(Decoded("identity, gzip ,", packed, 100), "text");
+  EXPECT_EQ(Decoded(" , identity", "text", 100), "text");
+  EXPECT_EQ(Decoded("deflate, gzip", packed, 100), "unknown");
 }
 
 TEST(HttpEncoding, RefusesWhatIsBroken) {

@@ -62,6 +62,21 @@ TEST(BodyText, NamedCharsets) {
   ExpectText("utf-16", std::string_view("\0g\0r", 4), "gr");
 }
 
+TEST(BodyText, Utf32) {
+  const std::string_view big("\0\0\0g\0\0\0\xFC\0\1\xF6\0", 12);
+  const std::string_view little("g\0\0\0\xFC\0\0\0\0\xF6\1\0", 12);
+  const std::string_view expected = "g\xC3\xBC\xF0\x9F\x98\x80";
+  ExpectText("utf-32be", big, expected);
+  ExpectText("UTF-32LE", little, expected);
+  ExpectText("utf-32", big, expected);  // big-endian without a mark
+  ExpectText("utf-32", std::string("\0\0\xFE\xFF", 4).append(big), expected);
+  ExpectText("utf-32", std::string("\xFF\xFE\0\0", 4).append(little), expected);
+  ExpectText("utf-32", "", "");
+  ExpectText("utf-32", std::string_view("\0\0\0", 3), Unknown(1));
+  ExpectText("utf-32be", std::string_view("\0\0\xD8\0\0\x11\0\0\xFF\xFF\xFF\xFF\0\0\0a\0", 17),
+             Unknown(3) + "a" + Unknown(1));
+}
+
 TEST(BodyText, ByteOrderMarks) {
   ExpectText("", "\xEF\xBB\xBFgr\xC3\xBC", "gr\xC3\xBC");
   ExpectText("utf-8", "\xEF\xBB\xBFgr\xC3\xBC", "gr\xC3\xBC");
