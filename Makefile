@@ -43,6 +43,11 @@ faults: build  ## the file commands under a fault at every system call, 10,000 k
 stop: build  ## every long operation stopped in every way, each within a second
 	tests/stop/run.py --long --verbose
 
+.PHONY: network-tests
+network-tests: build  ## requests through servers and proxies that others wrote
+	@scripts/setup --network-tests
+	tests/http/peers_test.py --all
+
 .PHONY: mutations
 mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100000)
 	tests/mutations/run.py --count $(or $(MUTATIONS),100000)
