@@ -408,7 +408,7 @@ void Command_IS_DIR_EMPTY(const char*, TavKelParser& parser, TavScriptResult& re
   pattern += '*';
 
   bool isEmpty = false;
-  const bool searched = TestDirectoryEmpty(pattern, isEmpty);
+  const bool searched = TestDirectoryEmpty(paths::ForSystem(pattern), isEmpty);
 
   results::SetInteger(result, "ecode", searched ? 0 : 1);
   if (searched) results::SetInteger(result, "isempty", isEmpty ? 1 : 0);

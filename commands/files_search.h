@@ -22,6 +22,7 @@ class FileSearch {
   bool Found() const { return handle_ != INVALID_HANDLE_VALUE; }
   bool Next() { return FindNextFileA(handle_, &entry_) != 0; }
 
+  HANDLE Handle() const { return handle_; }
   const WIN32_FIND_DATAA& Entry() const { return entry_; }
   const char* Name() const { return entry_.cFileName; }
   bool IsDirectory() const { return (entry_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }

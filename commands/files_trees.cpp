@@ -7,6 +7,7 @@
 #include "commands/files_directory_times.h"
 #include "commands/files_final_path.h"
 #include "commands/files_search.h"
+#include "commands/files_standing.h"
 #include "commands/support/long_command.h"
 #include "host/files/dir_entry.h"
 #include "host/windows/windows.h"
@@ -45,7 +46,8 @@ class Steps {
 
 // A walk through all that a pattern finds, directories with all that is in them, in the order of
 // the searches. Trees may be deeper than the stack: what the walk must know of each level stands in
-// a list, and the paths of all levels in two texts that grow and shrink.
+// a list, and the paths of all levels in two texts that grow and shrink. These move only in Stand,
+// which tells the host where they are.
 class Walk {
  public:
   Walk(const SV::String& pattern, const SV::String& target)
@@ -59,6 +61,7 @@ class Walk {
 
   bool Do(Steps& steps) {
     if (!Search(pattern_.c_str())) return false;
+    Stand();
     while (true) {
       command_.BetweenSteps();
       const std::size_t depth = levels_.size();
@@ -84,11 +87,23 @@ class Walk {
 
   bool Search(const char* pattern) {
     levels_.emplace_back(pattern);
-    Level& level = levels_.back();
-    if (!level.search.Found()) return false;
-    level.sourceLength = source_.size();
-    level.targetLength = target_.size();
-    return true;
+    return levels_.back().search.Found();
+  }
+
+  // The walk is at its innermost level from now on, whose directories' paths stand in the texts.
+  void Stand() {
+    levels_.back().sourceLength = source_.size();
+    levels_.back().targetLength = target_.size();
+    constexpr std::size_t kSeparatorsAndMask = 4;
+    constexpr std::size_t kRoom = sizeof WIN32_FIND_DATAA::cFileName + kSeparatorsAndMask;
+    for (std::string* text : {&source_, &target_}) {
+      if (text->capacity() - text->size() >= kRoom) continue;
+      StandAt(nullptr, {}, {});
+      text->reserve(2 * (text->size() + kRoom));
+    }
+    // Where the entries of the first level go the script says; nothing was made for it.
+    const std::string_view made = levels_.size() > 1 ? target_ : std::string_view();
+    StandAt(levels_.back().search.Handle(), source_, made);
   }
 
   bool DoEntry(Steps& steps) {
@@ -118,9 +133,9 @@ class Walk {
   // Goes on in the directory whose path stands in source_. The system's own separators stand in
   // front of its name from now on.
   bool Enter(std::size_t nameLength) {
+    const std::size_t separator = source_.size() - nameLength - 1;
     source_ += "\\*";
-    const std::size_t separator = source_.size() - nameLength - 3;
-    const std::string pattern = source_;
+    if (!Search(source_.c_str())) return false;
     source_.pop_back();
     const bool isBehindRoot = separator > 0 && IsSeparator(source_[separator - 1]);
     if (isBehindRoot) {
@@ -128,15 +143,19 @@ class Walk {
     } else {
       source_[separator] = systemSeparator_;
     }
-    return Search(pattern.c_str());
+    Stand();
+    return true;
   }
 
   // All in a directory has been handled, and its search has ended.
   bool DoBehind(Steps& steps) {
     const std::string name(levels_.back().search.Name());
-    source_.resize(levels_.back().sourceLength);
+    StandInDirectory();
     source_.back() = '\\';
+    Stand();
     source_ += name;
+    target_ += '\\';
+    target_ += name;
     if (levels_.back().hasMade) TakeTimes(target_, levels_.back().search.Entry());
     const bool success = steps.Behind(source_, target_);
     StandInDirectory();
@@ -280,7 +299,7 @@ bool DoInto(Steps& steps, const SV::String& pattern, const SV::String& target) {
 
 }  // namespace
 
-bool TestDirectoryEmpty(const SV::String& pattern, bool& isEmpty) {
+bool TestDirectoryEmpty(const char* pattern, bool& isEmpty) {
   isEmpty = true;
   FileSearch search(pattern);
   if (!search.Found()) return false;

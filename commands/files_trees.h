@@ -23,6 +23,6 @@ bool MoveTree(const SV::String& pattern, const SV::String& target);
 
 // Sets `isEmpty` to whether the pattern finds nothing but "." and "..". False when the search
 // itself fails; `isEmpty` is then true and means nothing.
-bool TestDirectoryEmpty(const SV::String& pattern, bool& isEmpty);
+bool TestDirectoryEmpty(const char* pattern, bool& isEmpty);
 
 }  // namespace commands

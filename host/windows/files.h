@@ -55,6 +55,18 @@ TAV_HOST_API BOOL FindClose(HANDLE search);
 // attributes do not tell it, and no look at each file is needed.
 TAV_HOST_API void Tav_FindTypesOnly(bool on);
 
+// For a command that goes through a tree and writes its paths, which grow with the depth, into one
+// text for what it takes and one for where it puts that: so that a path need not be read from its
+// beginning for each entry. From now on a path at the address `source` begins with `sourceLength`
+// bytes that lead to the directory of `search`; one at `target`, unless that is null, with
+// `targetLength` bytes that lead to the directory made last before `search` began. Paths at other
+// addresses are read whole, as ever.
+//
+// Holds until it is told anew, with a null `search` for nothing, or until the search is closed. Who
+// tells it makes sure that no other text comes to lie at these addresses before.
+TAV_HOST_API void Tav_StandAt(HANDLE search, const char* source, unsigned long sourceLength,
+                              const char* target, unsigned long targetLength);
+
 // A link to a directory has both the directory and the reparse bit.
 TAV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
 // One level, with the permissions that the process's mask leaves of 0777. A directory made while a

@@ -18,8 +18,11 @@ bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory
       [&] { return renameat2(fromDirectory, from, toDirectory, to, RENAME_NOREPLACE); });
   if (renamed == 0) return true;
   if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
-  // The file system lacks this. A second name for the file never replaces anything either, and the
-  // old name goes afterwards.
+  return MoveBySecondName(fromDirectory, from, toDirectory, to);  // the file system lacks this
+}
+
+bool MoveBySecondName(int fromDirectory, const char* from, int toDirectory, const char* to) {
+  // This never replaces anything either.
   if (Uninterrupted([&] { return linkat(fromDirectory, from, toDirectory, to, 0); }) != 0) {
     return false;
   }
@@ -83,6 +86,14 @@ bool NewFile::TakeFreeName() {
   const bool named = RenameWithoutReplacing(directory_, name_.c_str(), directory_, target_);
   exists_ = !named;
   return named;
+}
+
+bool NewFile::TakeFreeNameBesides() {
+  if (MoveBySecondName(directory_, name_.c_str(), directory_, target_)) {
+    exists_ = false;
+    return true;
+  }
+  return errno != EEXIST && TakeFreeName();  // not every file system has second names
 }
 
 bool NewFile::ReplaceName() {

@@ -11,6 +11,9 @@ namespace base {
 
 // Gives `from` the name `to`, unless that exists.
 bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory, const char* to);
+// The same for a file by a second name, after which the old one goes: a process that dies between
+// leaves both. Unlike a rename it takes no longer in deep folders.
+bool MoveBySecondName(int fromDirectory, const char* from, int toDirectory, const char* to);
 
 // The system has been told to keep the names in a folder, after a rename in it. Where a folder
 // cannot be read, or its file system has no such order, there is nothing to be done.
@@ -36,6 +39,8 @@ class NewFile {
   // Nothing may have the name yet, or whatever has it goes, but for a folder.
   bool TakeFreeName();
   bool ReplaceName();
+  // As TakeFreeName, in folders so deep that to rename takes long (MoveBySecondName).
+  bool TakeFreeNameBesides();
 
  private:
   void MakeName();

@@ -66,8 +66,9 @@ bool RemoveDirectory(const char* text) {
 
 bool ChangeDirectory(const char* text) {
   const Path path(text);
-  if (!path.IsValid()) return false;
-  Descriptor directory = OpenDirectoryAt(AT_FDCWD, path.View(), O_PATH);
+  const Place place(path);
+  if (!place.IsValid()) return false;
+  const Descriptor directory = OpenDirectoryAt(place.Directory(), place.Name(), O_PATH);
   if (!directory.IsOpen() || fchdir(directory.Get()) != 0) return false;
   CurrentDirectoryChanged();
   return true;

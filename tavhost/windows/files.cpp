@@ -81,12 +81,12 @@ bool ListsBoth(int directory, std::string_view first, std::string_view second) {
 
 // The same name in the same directory, perhaps in another case where the file system takes no
 // notice of it. Two links to one file, whose names differ in case alone, are two names.
-bool IsSameName(const Path& from, const Path& to) {
-  const std::string_view fromName = from.Name();
-  const std::string_view toName = to.Name();
+bool IsSameName(const Path& fromPath, const Place& from, const Path& toPath, const Place& to) {
+  const std::string_view fromName = fromPath.Name();
+  const std::string_view toName = toPath.Name();
   if (!ascii::EqualIgnoringCase(fromName, toName)) return false;
-  const Descriptor fromFolder = OpenDirectoryAt(AT_FDCWD, from.Directory(), O_RDONLY);
-  const Descriptor toFolder = OpenDirectoryAt(AT_FDCWD, to.Directory(), O_PATH);
+  const Descriptor fromFolder = from.OpenFolder(O_RDONLY);
+  const Descriptor toFolder = to.OpenFolder(O_PATH);
   struct stat fromStatus;
   struct stat toStatus;
   return fromFolder.IsOpen() && toFolder.IsOpen() && fstat(fromFolder.Get(), &fromStatus) == 0 &&
@@ -112,6 +112,16 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   return Refuse(error);
 }
 
+bool Rename(const Place& from, const Place& to) {
+  if (IsDeep()) {  // not every file can have a second name
+    if (base::MoveBySecondName(from.Directory(), from.Name(), to.Directory(), to.Name())) {
+      return true;
+    }
+    if (errno == EXDEV || errno == EEXIST) return false;
+  }
+  return base::RenameWithoutReplacing(from.Directory(), from.Name(), to.Directory(), to.Name());
+}
+
 }  // namespace
 
 bool MoveFile(const Path& fromPath, const Path& toPath) {
@@ -125,14 +135,13 @@ bool MoveFile(const Path& fromPath, const Path& toPath) {
     if (namesDirectory && !S_ISDIR(source.st_mode)) return Refuse(ENOTDIR);
     if (IsOpenFile(IdOf(source))) return Refuse(EBUSY);
   }
-  if (base::RenameWithoutReplacing(from.Directory(), from.Name(), to.Directory(), to.Name())) {
-    return true;
-  }
+  if (Rename(from, to)) return true;
   const int error = errno;
   if ((error != EXDEV && error != EEXIST) || !from.Status(source)) return Refuse(error);
   if (error == EXDEV) return MoveToOtherFileSystem(from, to, source);
   struct stat target;
-  if (!to.Status(target) || IdOf(source) != IdOf(target) || !IsSameName(fromPath, toPath)) {
+  if (!to.Status(target) || IdOf(source) != IdOf(target) ||
+      !IsSameName(fromPath, from, toPath, to)) {
     return Refuse(EEXIST);
   }
   return renameat(from.Directory(), from.Name(), to.Directory(), to.Name()) == 0;

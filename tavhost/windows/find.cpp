@@ -73,7 +73,7 @@ std::optional<struct stat> StatusOf(Search& search, const Entry& entry) {
 void RefuseMisread(Search& search, const Entry& entry) {
   const std::string joined = Join(search.directory.path.View(), entry.name);
   const Path misread(joined.c_str());
-  EntryReturned(search, misread.IsValid() ? misread.View() : "", nullptr);
+  EntryMisread(search, misread.IsValid() ? misread.View() : "");
 }
 
 // Fills in the next entry and tells the walk that calls by its path mean this very directory.
@@ -96,17 +96,14 @@ void Return(Search& search, WIN32_FIND_DATAA& data) {
   if (!IsNameable(entry)) return RefuseMisread(search, entry);
   const bool isDirectory = status ? S_ISDIR(status->st_mode) : entry.type == EntryType::kDirectory;
   if (!isDirectory) return EntryReturned(search, "", nullptr);
-  EntryReturned(search, Join(search.directory.path.View(), entry.name),
-                status ? &*status : nullptr);
+  EntryReturned(search, entry.name, status ? &*status : nullptr);
 }
 
-std::unique_ptr<Search> SearchIn(std::string_view directory) {
-  const std::string text(directory);
-  const Path path(text.c_str());
-  const Place place(path);
+std::unique_ptr<Search> SearchIn(const Path& directory) {
+  const Place place(directory);
   if (!place.IsValid()) return nullptr;
   auto search = std::make_unique<Search>();
-  search->directory.path = PathInWalk(path.View());
+  search->directory.path = PathInWalk(directory);
   search->directory.directory = place.OpenDirectory();
   struct stat status;
   if (!search->directory.directory.IsOpen() ||
@@ -136,7 +133,9 @@ std::unique_ptr<Search> SearchOwnName(const char* pattern, const Path& path) {
   if (*name == '\0') return nullptr;  // the root has no name
   const std::string_view text = pattern;
   const auto separator = text.find_last_of("\\/");
-  auto search = SearchIn(separator == std::string_view::npos ? "." : text.substr(0, separator + 1));
+  const std::string folder(separator == std::string_view::npos ? "."
+                                                               : text.substr(0, separator + 1));
+  auto search = SearchIn(Path(folder.c_str()));
   return search && AddItself(*search, path, name) ? std::move(search) : nullptr;
 }
 
@@ -144,10 +143,13 @@ HANDLE Find(const char* pattern, WIN32_FIND_DATAA& data) {
   const Path path(pattern, Path::Last::kPattern);
   if (!path.IsValid() || path.HasTrailingSeparator()) return INVALID_HANDLE_VALUE;
   std::unique_ptr<Search> search;
-  if (HidesItsName(pattern)) {
+  const bool isWhole =
+      path.CountsFrom() == Path::Base::kNone;  // the rest of a path ends in no dots
+  if (isWhole && HidesItsName(pattern)) {
     search = SearchOwnName(pattern, path);
   } else {
-    search = SearchIn(path.Directory());
+    const std::string folder(path.Directory());
+    search = SearchIn(Path(Path::System{folder.c_str()}, path.CountsFrom()));
     if (!search) return INVALID_HANDLE_VALUE;
     const bool found = HasWildcard(path.Name())
                            ? search->entries.Read(search->directory.directory.Get(), path.Name())

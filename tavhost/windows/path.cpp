@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/windows/standing.h"
 
 namespace windows {
 
@@ -36,6 +37,7 @@ bool IsDatabaseName(const char* text) {
 }  // namespace
 
 Path::Path(const char* text, Last last) : text_("") {
+  if (standing.search && text && TakeRest(text, last)) return;
   std::size_t plain = 0;
   if (text && TakeAsItIs(text, plain)) [[likely]]
     return;
@@ -56,7 +58,26 @@ Path::Path(const char* text, Last last) : text_("") {
   }
 }
 
-Path::Path(System path) : valid_(true), length_(std::strlen(path.text)), text_(path.text) {}
+Path::Path(System path, Base base)
+    : valid_(true), base_(base), length_(std::strlen(path.text)), text_(path.text) {}
+
+bool Path::TakeRest(const char* text, Last last) {
+  const bool isSource = text == standing.source;
+  if (!isSource && text != standing.target) return false;
+  const char* rest = text + (isSource ? standing.sourceLength : standing.targetLength);
+  while (IsSeparator(*rest)) ++rest;
+  if (*rest == '\0') return false;  // the directory itself, which may go by any name
+  std::size_t plain = 0;
+  valid_ = TakeAsItIs(rest, plain) || Translate(rest, plain, last);
+  const std::string_view first = View().substr(0, View().find('/'));
+  if (valid_ && file_names::IsDots(first)) {  // it leads out again
+    valid_ = trailingSeparator_ = false;
+    return false;
+  }
+  if (!valid_) errno = EINVAL;
+  base_ = isSource ? Base::kSearched : Base::kMade;
+  return true;
+}
 
 char* Path::Reserve(std::size_t room) {
   if (room <= kInPlace) return inPlace_;

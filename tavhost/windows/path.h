@@ -19,17 +19,21 @@ class Path {
  public:
   // Whether the last component may hold wildcards. They are invalid everywhere else.
   enum class Last { kName, kPattern };
+  // Where it counts from: nowhere in particular, the directory of the search at which the command
+  // stands, or the directory made last before that search.
+  enum class Base : unsigned char { kNone, kSearched, kMade };
 
   explicit Path(const char* text, Last last = Last::kName);
   // A path of the system, taken as it is.
   struct System {
     const char* text;
   };
-  explicit Path(System path);
+  explicit Path(System path, Base base = Base::kNone);
   Path(const Path&) = delete;
   Path& operator=(const Path&) = delete;
 
   bool IsValid() const { return valid_; }
+  Base CountsFrom() const { return base_; }
   // The text ended in a separator; the translation does not, unless it is the root.
   bool HasTrailingSeparator() const { return trailingSeparator_; }
 
@@ -44,6 +48,8 @@ class Path {
   const char* Name() const;
 
  private:
+  // False when the text has no beginning that leads to a known directory.
+  bool TakeRest(const char* text, Last last);
   // Takes the text as it is when a translation would change nothing. Otherwise `plain` is the
   // length of the part for which it would not: nothing, or up to a component.
   bool TakeAsItIs(const char* text, std::size_t& plain);
@@ -54,6 +60,7 @@ class Path {
   static constexpr std::size_t kInPlace = 1024;
 
   bool valid_ = false;
+  Base base_ = Base::kNone;
   bool trailingSeparator_ = false;
   std::size_t length_ = 0;
   char inPlace_[kInPlace];

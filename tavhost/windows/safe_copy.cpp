@@ -62,7 +62,7 @@ bool CheckTarget(const Place& to, FileId source, bool replace) {
 // Gives the closed new file its name. What stands there already is replaced when it may be by a
 // copy of `source`.
 bool Publish(base::NewFile& copy, const Place& to, bool replace, FileId source) {
-  if (copy.TakeFreeName()) return true;
+  if (IsDeep() ? copy.TakeFreeNameBesides() : copy.TakeFreeName()) return true;
   return errno == EEXIST && replace && CheckTarget(to, source, true) && copy.ReplaceName();
 }
 

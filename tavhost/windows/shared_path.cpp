@@ -23,8 +23,40 @@ SharedPath::SharedPath(std::string_view text, const SharedPath& near) : length_(
     bytes_ = std::make_shared<Bytes>();
     bytes_->text = text;
   }
+  Share(bytes_, length_);
+}
+
+SharedPath SharedPath::In(const SharedPath& folder, std::string_view rest) {
+  SharedPath path;
+  if (rest == "." && folder.bytes_) {
+    path.Share(folder.bytes_, folder.length_);
+    return path;
+  }
+  if (folder.IsEmpty() || folder.View() == ".") return SharedPath(rest, {});
+  const std::size_t end = folder.length_;
+  const std::size_t length = end + 1 + rest.size();
+  std::string& text = folder.bytes_->text;
+  const bool isThere = text.size() >= length && text[end] == '/' &&
+                       std::string_view(text).substr(end + 1, rest.size()) == rest;
+  const bool isFree = folder.bytes_->lengths.back() == end;  // nobody needs what stands behind it
+  if (folder.View() == "/" || (!isThere && !isFree)) {
+    std::string whole(folder.View());
+    if (whole != "/") whole += '/';
+    return SharedPath(whole.append(rest), {});
+  }
+  if (!isThere) {
+    text.resize(end);
+    text.append(1, '/').append(rest);
+  }
+  path.Share(folder.bytes_, length);
+  return path;
+}
+
+void SharedPath::Share(const std::shared_ptr<Bytes>& bytes, std::size_t length) {
+  bytes_ = bytes;
+  length_ = length;
   auto& lengths = bytes_->lengths;
-  lengths.insert(std::upper_bound(lengths.begin(), lengths.end(), length_), length_);
+  lengths.insert(std::upper_bound(lengths.begin(), lengths.end(), length), length);
 }
 
 SharedPath::SharedPath(SharedPath&& other) noexcept

@@ -15,6 +15,9 @@ class SharedPath {
   SharedPath() = default;
   // `text`, kept together with `near` when it goes on from there.
   SharedPath(std::string_view text, const SharedPath& near);
+  // Of what `folder` names the part `rest`, or `folder` itself for ".". Takes no longer for a deep
+  // folder.
+  static SharedPath In(const SharedPath& folder, std::string_view rest);
   SharedPath(SharedPath&& other) noexcept;
   SharedPath& operator=(SharedPath&& other) noexcept;
   ~SharedPath();
@@ -30,6 +33,9 @@ class SharedPath {
     std::string text;
     std::vector<std::size_t> lengths;  // of the paths kept in it, ascending
   };
+
+  // Becomes the first `length` of these bytes.
+  void Share(const std::shared_ptr<Bytes>& bytes, std::size_t length);
 
   std::shared_ptr<Bytes> bytes_;
   std::size_t length_ = 0;

@@ -10,14 +10,15 @@
 #include <optional>
 
 #include "tavhost/base/long_work.h"
+#include "tavhost/windows/standing.h"
 
 namespace windows {
 
 namespace {
 
-// How many directories the walk keeps open: some systems allow a process no more than 256 files,
-// and the commands need some too. One that was closed is opened again when a call needs it.
-constexpr std::size_t kKeptOpen = 64;
+// How many directories the walk keeps open: a process may be allowed no more than 64 files, and the
+// program and its commands need some too. One that was closed is opened again when a call needs it.
+constexpr std::size_t kKeptOpen = 16;
 
 std::vector<std::unique_ptr<Search>> searches;  // in the order in which they were opened
 std::optional<base::LongWork> work;             // while there are any
@@ -86,15 +87,16 @@ bool Accept(Anchor& anchor, Descriptor opened) {
   return true;
 }
 
-// The open descriptor of an anchor; -1 with errno when the path leads elsewhere by now.
-int DescriptorOf(Anchor& anchor) {
+// The open descriptor of an anchor; -1 with errno when the path leads elsewhere by now. `above` may
+// be the directory in which it lies.
+int DescriptorOf(Anchor& anchor, const Anchor* above = nullptr) {
   if (anchor.directory.IsOpen()) {
     MarkUsed(anchor);
     return anchor.directory.Get();
   }
   const std::string_view path = anchor.path.View();
   // The whole way again would take longer with each level.
-  const Anchor* above = NearestOpenAbove(path);
+  if (!above || !above->directory.IsOpen()) above = NearestOpenAbove(path);
   const bool opened =
       (above &&
        Accept(anchor, OpenDirectoryAt(above->directory.Get(),
@@ -103,14 +105,40 @@ int DescriptorOf(Anchor& anchor) {
   return opened ? anchor.directory.Get() : -1;
 }
 
+int DescriptorOf(MadeDirectory& made) { return DescriptorOf(made, made.above); }
+
 // The walk leaves `anchor` for the directory above it, whose descriptor may have been closed on the
 // way down.
 void OpenAbove(const Anchor& anchor, Anchor& above) {
   if (!anchor.directory.IsOpen() || above.directory.IsOpen() || above.id == FileId()) return;
-  const std::string_view path = anchor.path.View();
-  const std::string_view abovePath = above.path.View();
-  if (path.rfind('/') != abovePath.size() || !IsAtOrIn(path, abovePath)) return;
   Accept(above, OpenDirectoryAt(anchor.directory.Get(), "..", O_PATH));
+}
+
+// The directory made last by a search further out; null when there is none.
+MadeDirectory* MadeAbove(const Search& search) {
+  auto outer = searches.rbegin();
+  while (outer != searches.rend() && outer->get() != &search) ++outer;
+  if (outer == searches.rend()) return nullptr;
+  const auto found = std::find_if(std::next(outer), searches.rend(),
+                                  [](const auto& other) { return !other->made.empty(); });
+  return found == searches.rend() ? nullptr : (*found)->made.back().get();
+}
+
+Search* StandingSearch() {
+  auto* search = static_cast<Search*>(standing.search);
+  return IsOpenSearch(search) ? search : nullptr;
+}
+
+// The directory from which a path counts; null when it counts from none, or the walk has left it.
+const Anchor* BaseOf(const Path& path) {
+  const Search* search = path.CountsFrom() == Path::Base::kNone ? nullptr : StandingSearch();
+  if (!search) return nullptr;
+  if (path.CountsFrom() == Path::Base::kSearched) return &search->directory;
+  return MadeAbove(*search);
+}
+
+std::string_view EntryNameOf(const Search& search) {
+  return search.entryPath.View().substr(search.entryNameAt);
 }
 
 // How a path inside `base` goes on from there; empty when it is not inside.
@@ -149,9 +177,50 @@ Descriptor OpenDirectoryAt(int directory, std::string_view path, int flags) {
 }
 
 Place::Place(const Path& path) : valid_(path.IsValid()), directory_(AT_FDCWD), name_(path.Text()) {
-  const bool isPlain = searches.empty() && path.Length() < PATH_MAX;
+  const bool hasBase = path.CountsFrom() != Path::Base::kNone;
+  const bool isPlain = searches.empty() && !hasBase && path.Length() < PATH_MAX;
   if (valid_ && !isPlain) [[unlikely]]
-    valid_ = Resolve(path);
+    valid_ = hasBase ? ResolveFromBase(path) : Resolve(path);
+}
+
+// As Resolve, for a path that says from where it counts.
+bool Place::ResolveFromBase(const Path& path) {
+  Search* const search = StandingSearch();
+  inMade_ = path.CountsFrom() == Path::Base::kMade;
+  MadeDirectory* const made = search && inMade_ ? MadeAbove(*search) : nullptr;
+  if (!search || (inMade_ && (!made || made->id == kNothing))) {
+    errno = ESTALE;
+    return false;
+  }
+  directory_ = made ? DescriptorOf(*made) : DescriptorOf(search->directory);
+  if (directory_ < 0) return false;
+  const std::string_view entry = made ? "" : EntryNameOf(*search);
+  return !entry.empty() && IsAtOrIn(path.View(), entry) ? ResolveThroughEntry(*search, path.View())
+                                                        : ResolveInside(path.View());
+}
+
+// `rest` leads from directory_, which the search searches, to its entry or through it. Through it
+// only while it is still the directory that the search returned.
+bool Place::ResolveThroughEntry(const Search& search, std::string_view rest) {
+  const std::string entry(EntryNameOf(search));
+  if (search.entryId == kNothing) {
+    errno = ESTALE;
+    return false;
+  }
+  if (rest.size() == entry.size()) {
+    known_ = &search.entryId;
+    return ResolveInside(rest);
+  }
+  owned_ =
+      Descriptor(openat(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  struct stat status;
+  if (!owned_.IsOpen() || fstat(owned_.Get(), &status) != 0) return false;
+  if (IdOf(status) != search.entryId) {
+    errno = ESTALE;
+    return false;
+  }
+  directory_ = owned_.Get();
+  return ResolveInside(rest.substr(entry.size() + 1));
 }
 
 // Asks the searches, the innermost first, which of them the path goes through, and starts from the
@@ -191,26 +260,11 @@ bool Place::Resolve(const Path& path) {
       }
       if (text.size() == entryPath.size()) known_ = &open.entryId;
     }
-    std::string_view rest = open.named ? RestInside(text, open.directory.path.View()) : "";
+    const std::string_view rest = open.named ? RestInside(text, open.directory.path.View()) : "";
     if (rest.empty()) continue;
     directory_ = DescriptorOf(open.directory);
     if (directory_ < 0) return false;
-    if (!known_ && isThroughEntry) {
-      // Through the entry: only when it is still the directory that the search returned.
-      const auto entry =
-          std::string(rest.substr(0, entryPath.size() - (text.size() - rest.size())));
-      owned_ = Descriptor(
-          openat(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-      struct stat status;
-      if (!owned_.IsOpen() || fstat(owned_.Get(), &status) != 0) return false;
-      if (IdOf(status) != open.entryId) {
-        errno = ESTALE;
-        return false;
-      }
-      directory_ = owned_.Get();
-      rest.remove_prefix(entry.size() + 1);
-      return ResolveInside(rest);
-    }
+    if (!known_ && isThroughEntry) return ResolveThroughEntry(open, rest);
     return ResolveOutside(path, directory_, rest);
   }
   return ResolveOutside(path, AT_FDCWD, text);
@@ -278,11 +332,20 @@ Descriptor Place::OpenDirectory() const {
   return opened;
 }
 
-SharedPath PathInWalk(std::string_view path) {
-  if (searches.empty()) return SharedPath(path, {});
+Descriptor Place::OpenFolder(int flags) const {
+  const std::string_view name = name_;
+  const auto slash = name.rfind('/');
+  return OpenDirectoryAt(
+      directory_, slash == std::string_view::npos ? "." : name.substr(0, slash == 0 ? 1 : slash),
+      flags);
+}
+
+SharedPath PathInWalk(const Path& path) {
+  if (searches.empty()) return SharedPath(path.View(), {});
+  if (const Anchor* base = BaseOf(path)) return SharedPath::In(base->path, path.View());
   const Search& innermost = *searches.back();
   const bool hasEntry = !innermost.entryPath.IsEmpty();
-  return SharedPath(path, hasEntry ? innermost.entryPath : innermost.directory.path);
+  return SharedPath(path.View(), hasEntry ? innermost.entryPath : innermost.directory.path);
 }
 
 Search* OpenSearch(std::unique_ptr<Search> search) {
@@ -299,6 +362,11 @@ Search* OpenSearch(std::unique_ptr<Search> search) {
 bool IsOpenSearch(const Search* search) {
   return std::any_of(searches.rbegin(), searches.rend(),
                      [search](const auto& open) { return open.get() == search; });
+}
+
+bool IsDeep() {
+  constexpr std::size_t kLevels = 256;
+  return searches.size() > kLevels;
 }
 
 int DirectoryOf(Search& search) { return DescriptorOf(search.directory); }
@@ -320,6 +388,9 @@ void Complete(MadeDirectory& made) {
 
 // The walk goes on from the entry for which these were made. `above` is where it stands then.
 void LeaveMade(Search& search, MadeDirectory* above) {
+  for (auto inner = searches.rbegin(); inner->get() != &search; ++inner) {
+    for (const auto& made : (*inner)->made) made->above = nullptr;
+  }
   for (const auto& made : search.made) {
     Complete(*made);
     if (above) OpenAbove(*made, *above);
@@ -328,22 +399,13 @@ void LeaveMade(Search& search, MadeDirectory* above) {
   search.made.clear();
 }
 
-// The directory made last by a search further out; null when there is none.
-MadeDirectory* MadeAbove(const Search& search) {
-  auto outer = searches.rbegin();
-  while (outer != searches.rend() && outer->get() != &search) ++outer;
-  if (outer == searches.rend()) return nullptr;
-  const auto found = std::find_if(std::next(outer), searches.rend(),
-                                  [](const auto& other) { return !other->made.empty(); });
-  return found == searches.rend() ? nullptr : (*found)->made.back().get();
-}
-
 }  // namespace
 
 void CloseSearch(Search* search) {
   const auto found = std::find_if(searches.rbegin(), searches.rend(),
                                   [search](const auto& open) { return open.get() == search; });
   if (found == searches.rend()) return;
+  if (standing.search == search) standing = {};
   if (!search->made.empty()) LeaveMade(*search, MadeAbove(*search));
   for (const auto& passed : search->passed) Release(*passed);
   const auto outer = std::next(found);
@@ -357,16 +419,25 @@ void CloseSearch(Search* search) {
 
 void CountEntry() { work->At(++entriesReturned); }
 
-void EntryReturned(Search& search, std::string_view path, const struct stat* status) {
+void EntryReturned(Search& search, std::string_view name, const struct stat* status) {
   if (!search.made.empty()) LeaveMade(search, MadeAbove(search));
   search.entryPath = SharedPath();  // before the next, which can then use its room
-  search.entryPath = SharedPath(path, search.directory.path);
+  if (!name.empty()) search.entryPath = SharedPath::In(search.directory.path, name);
+  search.entryNameAt = search.entryPath.View().size() - name.size();
   search.entryId = status ? IdOf(*status) : kNothing;
   if (status) search.entryLook = {status->st_mode, status->st_mtim};
 }
 
+void EntryMisread(Search& search, std::string_view misread) {
+  EntryReturned(search, "", nullptr);
+  if (misread.empty()) return;
+  search.entryPath = SharedPath(misread, search.directory.path);
+  search.entryNameAt = misread.size() - RestInside(misread, search.directory.path.View()).size();
+}
+
 void CurrentDirectoryChanged() {
   ancestors = {};
+  standing = {};
   for (const auto& search : searches) {
     for (const auto& passed : search->passed) Release(*passed);
     search->passed.clear();
@@ -380,14 +451,7 @@ void CurrentDirectoryChanged() {
 bool MayMakeDirectory(const Place& place) {
   // Inside a directory that the walk has made, all has been asked for already.
   if (searches.empty() || place.IsInMade()) return true;
-  Descriptor parent;
-  if (std::strchr(place.Name(), '/')) {
-    const std::string_view name = place.Name();
-    const auto slash = name.rfind('/');
-    parent = OpenDirectoryAt(place.Directory(), name.substr(0, slash == 0 ? 1 : slash), O_PATH);
-  } else {
-    parent = OpenDirectoryAt(place.Directory(), ".", O_PATH);
-  }
+  Descriptor parent = place.OpenFolder(O_PATH);
   struct stat status;
   if (!parent.IsOpen() || fstat(parent.Get(), &status) != 0) return false;
   if (ancestors.ids.empty() || ancestors.of != IdOf(status)) {
@@ -415,7 +479,13 @@ MadeDirectory& AddMade(const Path& path, FileId id) {
   Search& search = *searches.back();
   const MadeDirectory* above = search.made.empty() ? MadeAbove(search) : search.made.back().get();
   auto made = std::make_unique<MadeDirectory>();
-  made->path = above ? SharedPath(path.View(), above->path) : SharedPath(path.View(), {});
+  const Anchor* const base = BaseOf(path);
+  if (base) {
+    made->path = SharedPath::In(base->path, path.View());
+    if (std::strchr(path.Text(), '/') == nullptr) made->above = base;
+  } else {
+    made->path = above ? SharedPath(path.View(), above->path) : SharedPath(path.View(), {});
+  }
   made->id = id;
   search.made.push_back(std::move(made));
   return *search.made.back();

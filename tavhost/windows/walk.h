@@ -19,7 +19,9 @@
 // that the search found, recognised by device and inode, or fails.
 //
 // User-interface thread only. Descriptors are kept for the innermost directories only: trees may
-// be deeper than a process may have files open.
+// be deeper than a process may have files open. On its way up a walk goes by `..`, and takes what
+// is there for the directory that it knows only when it is that. A command that tells where it
+// stands (standing.h) needs for each entry no longer than it would at the top, however deep it is.
 namespace windows {
 
 // A directory on which a walk relies.
@@ -37,6 +39,8 @@ struct DirectoryLook {
 
 // A directory that was made during the walk, or found where one was to be made.
 struct MadeDirectory : Anchor {
+  // The directory in which it was made, while the walk holds that too; null where not known.
+  const Anchor* above = nullptr;
   mode_t mode = 0;                      // as it is now
   std::optional<DirectoryLook> wanted;  // once all is in it
 };
@@ -51,6 +55,7 @@ struct Search {
 
   // The entry returned last when it is a directory, or when no call may name it.
   SharedPath entryPath;
+  std::size_t entryNameAt = 0;  // where in it begins what calls from the directory searched say
   FileId entryId;
   DirectoryLook entryLook = {};
 
@@ -82,9 +87,13 @@ class Place {
   bool Status(struct stat& status) const;
   // Opens what stands here as a directory for reading.
   Descriptor OpenDirectory() const;
+  // Opens the directory in which it stands.
+  Descriptor OpenFolder(int flags) const;
 
  private:
   bool Resolve(const Path& path);
+  bool ResolveFromBase(const Path& path);
+  bool ResolveThroughEntry(const Search& search, std::string_view rest);
   bool ResolveOutside(const Path& path, int base, std::string_view rest);
   bool ResolveInside(std::string_view rest);
   bool Confirms(const struct stat& status) const;
@@ -97,8 +106,8 @@ class Place {
   Descriptor owned_;
 };
 
-// A path that a new search is to remember.
-SharedPath PathInWalk(std::string_view path);
+// A directory's path that a new search is to remember.
+SharedPath PathInWalk(const Path& path);
 // Takes a search into the walk, before it returns its first entry. The walk owns it.
 //
 // A walk is long work while any search is open: each entry that is returned counts as one thing,
@@ -106,12 +115,17 @@ SharedPath PathInWalk(std::string_view path);
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
+// A walk stands so many levels down that to rename there takes long: the system goes all the way up
+// for it. A second name takes no longer anywhere.
+bool IsDeep();
 // The descriptor of the directory searched; -1 when its path leads elsewhere by now.
 int DirectoryOf(Search& search);
 // The search has returned this entry: a directory with its status, or, without, an entry through
-// whose path no call may lead. Any other entry is told by an empty path. The copies of the entry
+// whose path no call may lead. Any other entry is told by an empty name. The copies of the entry
 // returned before are complete now.
-void EntryReturned(Search& search, std::string_view path, const struct stat* status);
+void EntryReturned(Search& search, std::string_view name, const struct stat* status);
+// Likewise, an entry whose name makes a path lead elsewhere, to `misread`: no call may lead there.
+void EntryMisread(Search& search, std::string_view misread);
 // Before a search returns its next entry; throws stop::Stopped.
 void CountEntry();
 // After the current directory has changed, relative paths name other directories.

@@ -43,7 +43,7 @@
 static int counting;
 static long calls;
 static long acts;
-static const char* called[1 << 16];
+static const char* called[1 << 19];
 static const char* actedAt = "none";
 static int halve;  // the present call is to handle half of its bytes
 

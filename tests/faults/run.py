@@ -7,6 +7,7 @@ short form takes a sample of the calls; --long takes all of them and more kinds 
 the scenarios stand what needs no fault at a call: full disks, trees of extreme depth and width,
 odd entries, folders without permission, several programs at once."""
 import argparse
+import collections
 import concurrent.futures
 import errno
 import itertools
@@ -388,7 +389,7 @@ def depth_of(top):
     return levels
 
 
-def deep_tree(runner, levels, moves=True):
+def deep_tree(runner, levels):
     """A tree deeper than the stack, and than a process may have files open, copied, moved and
     deleted, in a memory that grows with its depth and no faster."""
     folder = runner.folder()
@@ -398,7 +399,7 @@ def deep_tree(runner, levels, moves=True):
 
     def do(command):
         write(folder / "script.tav", f"{command}\nprint ecode\n")
-        limits = f"ulimit -n 256; ulimit -v {(1 << 20) + 10 * levels}; "
+        limits = f"ulimit -n 64; ulimit -v {(1 << 20) + 10 * levels}; "
         done = subprocess.run(["bash", "-c", limits + 'exec "$0" run script.tav', runner.tavhost],
                               cwd=folder, text=True, stdout=subprocess.PIPE, timeout=3600)
         if done.stdout != "0\n":
@@ -408,15 +409,42 @@ def deep_tree(runner, levels, moves=True):
     do('COPY_FILES "deep" to:"copy"')
     if [depth_of(folder / "deep"), depth_of(folder / "copy/deep")] != [levels, levels]:
         raise Broken(f"the copy is not whole (left in {folder})")
-    if moves:
-        do('MOVE_FILES "deep" to:"moved"')
-        if (folder / "deep").exists() or depth_of(folder / "moved/deep") != levels:
-            raise Broken(f"not all was moved (left in {folder})")
+    do('MOVE_FILES "deep" to:"moved"')
+    if (folder / "deep").exists() or depth_of(folder / "moved/deep") != levels:
+        raise Broken(f"not all was moved (left in {folder})")
     do('DELETE_FILES "copy/*"')
-    do('DELETE_FILES "' + ("moved/*" if moves else "deep") + '"')
+    do('DELETE_FILES "moved/deep"')
     if sorted(os.listdir(folder)) != ["copy", "moved", "script.tav"] or (
             os.listdir(folder / "copy") or os.listdir(folder / "moved")):
         raise Broken(f"something is left (in {folder})")
+
+
+# Calls for each level of a chain of folders with a file in each. What is done for a level must not
+# depend on how deep it lies.
+CALLS_A_LEVEL = {'COPY_FILES "deep" to:"copy"': 36, 'MOVE_FILES "deep" to:"moved"': 36,
+                 'DELETE_FILES "copy/*"': 20, 'DELETE_FILES "moved/deep"': 20}
+
+
+def calls_of_deep_tree(runner, levels):
+    """What a tree costs grows with its depth, and no faster: few calls for each level, and none
+    that goes over more than one of them."""
+    folder = runner.folder()
+    deep_folder(folder / "deep", levels)
+    (folder / "copy").mkdir()
+    (folder / "moved").mkdir()
+    for command, most in CALLS_A_LEVEL.items():
+        write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n{command}\ncode = ecode\n'
+                                     'FILE_EXISTS file:"FAULT-END"\nprint code\n')
+        environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_COUNT="count")
+        done = subprocess.run([runner.tavhost, "run", "script.tav"], cwd=folder, env=environment,
+                              stdout=subprocess.PIPE, text=True, timeout=600)
+        if done.stdout != "0\n":
+            raise Broken(f"{command}: {done.stdout!r} (left in {folder})")
+        _, _, *calls = (folder / "count").read_text().split()
+        if not levels < len(calls) < most * levels:
+            often = collections.Counter(calls).most_common(8)
+            raise Broken(f"{command}: {len(calls)} calls for {levels} levels, of these {often}")
+    remove(folder)
 
 
 def look_of_folders(runner):
@@ -759,9 +787,8 @@ def other_cases(runner, long):
                            ('DELETE_FILES "src"', 800),
                            ('DELETE_FILES "src/*"', 800)):
         yield "a stop in the middle", lambda c=command, f=files: stopped(runner, c, f)
-    yield "a deep tree", lambda: deep_tree(runner, 20000 if long else 2000)
-    if long:  # without a move: the system's rename goes all the way up, for each file
-        yield "a very deep tree", lambda: deep_tree(runner, 100000, moves=False)
+    yield "a deep tree", lambda: deep_tree(runner, 100000 if long else 3000)
+    yield "the calls of a deep tree", lambda: calls_of_deep_tree(runner, 5000)
     yield "permissions and times of folders", lambda: look_of_folders(runner)
     yield "names of more than 255 bytes", lambda: long_names(runner)
     yield "a wide folder", lambda: wide_folder(runner, 400000 if long else 2000)

@@ -49,6 +49,29 @@ TEST(SharedPath, PathsOutliveThoseTheyCameFromInAnyOrder) {
   EXPECT_EQ(deep.View(), "a/b/c");
 }
 
+TEST(SharedPath, APathInAFolderIsKeptTogetherWithIt) {
+  const SharedPath top("a", {});
+  const SharedPath inner = SharedPath::In(top, "b");
+  const SharedPath same = SharedPath::In(top, "b");
+  const SharedPath beside = SharedPath::In(top, "c/d");
+  const SharedPath itself = SharedPath::In(inner, ".");
+  EXPECT_EQ(inner.View(), "a/b");
+  EXPECT_EQ(beside.View(), "a/c/d");
+  EXPECT_EQ(itself.View(), "a/b");
+  EXPECT_EQ(top.View().data(), inner.View().data());
+  EXPECT_EQ(same.View().data(), inner.View().data());
+  EXPECT_NE(beside.View().data(), inner.View().data()) << "it would write over the other";
+  { const SharedPath gone = SharedPath::In(inner, "x"); }
+  EXPECT_EQ(SharedPath::In(inner, "y").View(), "a/b/y");
+}
+
+TEST(SharedPath, APathInTheCurrentFolderOrInTheRootHasNoSeparatorMore) {
+  EXPECT_EQ(SharedPath::In(SharedPath(".", {}), "b").View(), "b");
+  EXPECT_EQ(SharedPath::In(SharedPath("/", {}), "b").View(), "/b");
+  EXPECT_EQ(SharedPath::In(SharedPath("/", {}), ".").View(), "/");
+  EXPECT_EQ(SharedPath::In(SharedPath(), "b").View(), "b");
+}
+
 TEST(SharedPath, MovesAndEmptyOnes) {
   SharedPath path("a/b", {});
   SharedPath moved(std::move(path));

@@ -269,6 +269,92 @@ TEST_F(Walk, ADirectoryThatIsThereKeepsItsOwnLook) {
   EXPECT_EQ(status.st_mode & 07777, 0750u);
 }
 
+// A text in which a command writes its paths, and of which it has told how it begins. What stands
+// there is not read: here it would lead nowhere.
+class ToldText {
+ public:
+  ToldText() { text_.reserve(1000); }
+
+  static constexpr std::size_t BeginningLength() { return kBeginning.size(); }
+  // Good until the next.
+  const char* Path(const char* rest) {
+    text_.resize(kBeginning.size());
+    return text_.append(rest).c_str();
+  }
+
+ private:
+  static constexpr std::string_view kBeginning = "nowhere\\";
+  std::string text_{kBeginning};
+};
+
+TEST_F(Walk, PathsCountFromWhereTheCommandToldThatItStands) {
+  Write("tree/sub/file", "x");
+  Write("tree/sub/deep/inner", "y");
+  Write("tree/.hidden", "z");
+  Write("beside", "b");
+  _mkdir("to");
+  ToldText source;
+  ToldText target;
+  HANDLE outer = SearchAt("tree\\*", "sub");
+  ASSERT_NE(CreateDirectoryA("to\\sub", nullptr), 0);
+  Tav_StandAt(outer, source.Path(""), source.BeginningLength(), nullptr, 0);
+  EXPECT_EQ(GetFileAttributesA(source.Path("sub")), FILE_ATTRIBUTE_DIRECTORY);
+  EXPECT_EQ(GetFileAttributesA(source.Path("/.hidden")), FILE_ATTRIBUTE_NORMAL);
+  EXPECT_EQ(GetFileAttributesA(source.Path("sub\\deep/inner")), FILE_ATTRIBUTE_NORMAL);
+  EXPECT_EQ(GetFileAttributesA(source.Path("none")), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(GetFileAttributesA(source.Path("s?b")), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(GetFileAttributesA(source.Path("../beside")), FILE_ATTRIBUTE_NORMAL)
+      << "what leads out is read whole";
+  EXPECT_EQ(GetFileAttributesA(std::string(source.Path("sub")).c_str()), INVALID_FILE_ATTRIBUTES)
+      << "at another address it is another path";
+  HANDLE inner = SearchAt(source.Path("sub\\*"), "deep");
+  Tav_StandAt(inner, source.Path(""), source.BeginningLength(), target.Path(""),
+              target.BeginningLength());
+  EXPECT_NE(CopyFileA(source.Path("file"), target.Path("file"), FALSE), 0);
+  EXPECT_NE(CreateDirectoryA(target.Path("deep"), nullptr), 0);
+  EXPECT_NE(MoveFileA(source.Path("deep\\inner"), target.Path("deep\\inner")), 0);
+  EXPECT_NE(RemoveDirectoryA(source.Path("deep")), 0);
+  EXPECT_EQ(Read("to/sub/file"), "x");
+  EXPECT_EQ(Read("to/sub/deep/inner"), "y");
+  EXPECT_FALSE(Exists("tree/sub/deep"));
+  FindClose(inner);
+  EXPECT_EQ(DeleteFileA(source.Path("file")), 0) << "with the search all is over that was told";
+  EXPECT_NE(DeleteFileA("tree\\sub\\file"), 0);
+  FindClose(outer);
+}
+
+TEST_F(Walk, WhereTheCommandStandsASwapIsSeenAsEver) {
+  Write("tree/sub/file", "x");
+  Write("outside/file", "keep");
+  _mkdir("to");
+  ToldText source;
+  ToldText target;
+  HANDLE outer = SearchAt("tree\\*", "sub");
+  Tav_StandAt(outer, source.Path(""), source.BeginningLength(), nullptr, 0);
+  SwapForLink("tree/sub", folder_ + "/outside");
+  WIN32_FIND_DATAA data;
+  EXPECT_EQ(FindFirstFileA(source.Path("sub\\*"), &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(FindFirstFileA(source.Path("sub"), &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(DeleteFileA(source.Path("sub\\file")), 0);
+  EXPECT_EQ(RemoveDirectoryA(source.Path("sub")), 0);
+  std::filesystem::remove("tree/sub");
+  std::filesystem::rename("tree/sub-aside", "tree/sub");
+  ASSERT_NE(CreateDirectoryA("to\\sub", nullptr), 0);
+  HANDLE inner = SearchAt(source.Path("sub\\*"), "file");
+  Tav_StandAt(inner, source.Path(""), source.BeginningLength(), target.Path(""),
+              target.BeginningLength());
+  SwapForLink("tree/sub", folder_ + "/outside");
+  EXPECT_NE(CopyFileA(source.Path("file"), target.Path("first"), FALSE), 0);
+  SwapForLink("to/sub", folder_ + "/outside");
+  EXPECT_NE(CopyFileA(source.Path("file"), target.Path("second"), FALSE), 0);
+  FindClose(inner);
+  FindClose(outer);
+  EXPECT_EQ(Read("to/sub-aside/first"), "x");
+  EXPECT_EQ(Read("to/sub-aside/second"), "x");
+  EXPECT_EQ(CountEntries("outside"), 1);
+  EXPECT_EQ(Read("outside/file"), "keep");
+}
+
 // Removes a tree as the commands do.
 bool RemoveTree(const std::string& pattern, const std::string& directory) {
   WIN32_FIND_DATAA data;
@@ -293,7 +379,7 @@ TEST_F(Walk, GoesDeeperThanDescriptorsAndPathsReach) {
   struct rlimit before;
   getrlimit(RLIMIT_NOFILE, &before);
   struct rlimit few = before;
-  few.rlim_cur = 256;
+  few.rlim_cur = 64;
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
   std::string path = "deep";
   ASSERT_EQ(_mkdir(path.c_str()), 0);

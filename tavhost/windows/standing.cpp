@@ -1,0 +1,11 @@
+#include "tavhost/windows/standing.h"
+
+#include "host/windows/files.h"
+#include "tavhost/windows/file_functions.h"
+
+void Tav_StandAt(HANDLE search, const char* source, unsigned long sourceLength, const char* target,
+                 unsigned long targetLength) {
+  // What replaces the functions reads each path from its beginning.
+  if (windows::replacedFunctions) search = nullptr;
+  windows::standing = {search, source, sourceLength, target, targetLength};
+}
