@@ -26,13 +26,17 @@ constexpr ActRow kActs[] = {
     {Act::kDeleteDirectory, "delete-directory", "delete the directory", "path"},
     {Act::kCreateDirectory, "create-directory", "create the directory", "path"},
     {Act::kCreate, "create", "create the file", "path"},
+    {Act::kOpen, "open", "open", "path"},
     {Act::kWrite, "write", "write", "path"},
     {Act::kAppend, "append", "append", "path"},
     {Act::kSend, "send", "send", "url"},
     {Act::kCopyToClipboard, "copy-to-clipboard", "copy to the clipboard", "text"},
     {Act::kStartService, "start-service", "start the script service on port", "port"},
     {Act::kStopService, "stop-service", "stop the script service", "port"},
-    {Act::kFail, "fail", "fail at", "path"},
+    {Act::kSetPrinter, "set-printer", "make the printer", "name"},
+    {Act::kBeep, "beep", "beep", "sound"},
+    {Act::kCrash, "crash", "crash", ""},
+    {Act::kFail, "fail", "fail", "path"},
 };
 
 const ActRow& RowOf(Act act) { return kActs[static_cast<int>(act)]; }
@@ -53,21 +57,24 @@ std::string TextOf(const Step& step) {
     case Act::kCopyToClipboard:
       return words + ": " + bytes;
     case Act::kStopService:
+    case Act::kCrash:
       return words;
     case Act::kFail:
-      return words + ' ' + step.object + ": " + step.detail;
+      return words + (step.object.empty() ? "" : " at " + step.object) + ": " + step.detail;
     default:
-      return words + ' ' + step.object;
+      return words + replacing + ' ' + step.object;
   }
 }
 
 json JsonOf(const Step& step, const std::string& command) {
   const ActRow& row = RowOf(step.act);
-  json object = {{"step", row.name}, {"command", command}};
+  json object = {{"step", row.name}};
+  if (!command.empty()) object["command"] = command;
   if (!step.object.empty()) object[row.object] = step.object;
   if (!step.target.empty()) object["to"] = step.target;
   if (step.bytes >= 0) object["bytes"] = step.bytes;
-  const bool mayReplace = step.act == Act::kCopy || step.act == Act::kWrite;
+  const bool mayReplace =
+      step.act == Act::kCopy || step.act == Act::kWrite || step.act == Act::kOpen;
   if (mayReplace) object["replaces"] = step.replaces;
   if (step.act == Act::kFail) object["reason"] = step.detail;
   if (step.act == Act::kSend) object["verb"] = step.detail;

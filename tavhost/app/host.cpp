@@ -25,6 +25,7 @@
 #include "tavhost/headless/headless_toolkit.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/ports.h"
+#include "tavhost/script/runner.h"
 #include "tavhost/service/script_service.h"
 #include "tavhost/sv/main_frames.h"
 #include "tavhost/tools/modeling_shell.h"
@@ -180,6 +181,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   work_window::Create();
   if (options.modelWindow) modeling_shell::SetModelWindow(true);
   script::RegisterHostPorts();
+  script::SetPrintOutsideScripts(Print);
   if (options.dryRun) host->StartDryRun(options.dryRunAsJson);
   if (const base::Result<void> loaded = host->LoadPlugins(options); !loaded) {
     return Refusal(kExitNoPlugin, loaded.error());
@@ -213,11 +215,11 @@ Host::~Host() {
   script::service::Shutdown();  // its requests need the plug-ins
   open_output_files::CloseAll();
   plugins_.reset();  // what a plug-in still holds needs the windows
-  if (dryRun_) FinishDryRun();
   work_window::Destroy();
   main_frames::Destroy();
   base::SetLongWorkShown({});
   ui::SetToolkit(nullptr);
+  if (dryRun_) FinishDryRun();  // what windows print at their end stands before the counts
   trace::Close();
   if (hasStarted_) TellWhatIsNotWritten();
 }

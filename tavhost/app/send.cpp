@@ -59,8 +59,7 @@ bool SendCommand(const kel::Element& element) {
     const std::string text = script::UnknownCommandText(TavMessagePort::TavScript(), command);
     message.Result().SetError(base::StringOf(text));
   }
-  Print(message.Reply().View());
-  Print("\n");
+  PrintLine(message.Reply().View());
   return message.HasError();
 }
 

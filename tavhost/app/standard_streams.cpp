@@ -38,6 +38,12 @@ void Print(std::string_view text) {
   PrintAsItIs(printForm(text));
 }
 
+void PrintLine(std::string_view line) {
+  if (printForm) return Print(std::string(line) + '\n');
+  PrintAsItIs(line);
+  PrintAsItIs("\n");
+}
+
 void SetPrintForm(std::string (*form)(std::string_view text)) { printForm = form; }
 
 void PrintAsItIs(std::string_view text) {

@@ -15,6 +15,7 @@ void PrepareStandardStreams();
 
 // Writes to standard output. The first failure asks the running script to stop.
 void Print(std::string_view text);
+void PrintLine(std::string_view line);  // and its end, both in one
 // What is printed goes out as this makes it, but for what is printed as it is; null: unchanged.
 void SetPrintForm(std::string (*form)(std::string_view text));
 void PrintAsItIs(std::string_view text);

@@ -82,6 +82,10 @@ std::string CurrentFolder();                    // empty when it is gone
 std::string UserDataFolder();                   // where this user's programs keep data
 bool MakeFolders(const std::string& path);      // with all above it; true when it is there already
 
+// Whether a directory at the one path can take a name in the other without being copied. Both are
+// there; false when it cannot be told.
+bool IsOneFileSystem(const std::string& path, const std::string& folder);
+
 struct FolderContents {
   bool readable;                   // or not there at all
   std::vector<std::string> files;  // plain files only

@@ -300,6 +300,13 @@ bool MakeFolders(const std::string& path) {
   });
 }
 
+bool IsOneFileSystem(const std::string& path, const std::string& folder) {
+  struct stat first;
+  struct stat second;
+  return lstat(path.c_str(), &first) == 0 && stat(folder.c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev;
+}
+
 FolderContents FilesOf(const std::string& folder) {
   FolderContents contents;
   DIR* directory = opendir(folder.c_str());

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/windows/windows.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/file_handle_windows.h"
 #include "tavhost/base/file_rights_windows.h"
 #include "tavhost/base/long_work.h"
@@ -288,6 +289,15 @@ bool MakeFolders(const std::string& path) {
   return std::all_of(missing.rbegin(), missing.rend(), [](const std::string& name) {
     return CreateDirectoryA(name.c_str(), nullptr) != 0 || GetLastError() == ERROR_ALREADY_EXISTS;
   });
+}
+
+bool IsOneFileSystem(const std::string& path, const std::string& folder) {
+  const auto volumeOf = [](const std::string& name) {
+    char volume[MAX_PATH] = "";
+    return std::string(GetVolumePathNameA(name.c_str(), volume, sizeof volume) ? volume : "");
+  };
+  const std::string volume = volumeOf(path);
+  return !volume.empty() && ascii::EqualIgnoringCase(volume, volumeOf(folder));
 }
 
 FolderContents FilesOf(const std::string& folder) {

@@ -1,12 +1,41 @@
 #include "tavhost/files/dry_run.h"
 
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "host/notation/kel_parser.h"
+#include "host/script/script_result.h"
 #include "tavhost/files/planned_functions.h"
+#include "tavhost/script/ports/message.h"
+#include "tavhost/script/ports/ports.h"
+#include "tavhost/script/ports/result_code.h"
+
+namespace {
+
+// What changes something outside the process has told at least one step when it has worked. The
+// others of these fail when they say so by their code, whether or not the host was asked at all.
+struct ToldCommand {
+  std::string_view name;
+  int success;  // its ecode then
+};
+constexpr ToldCommand kToldCommands[] = {
+    {"FWRITE", 0},      {"FDELETE", 1},      {"FILE_DELETE", 0}, {"DELETE_FILES", 0},
+    {"FCOPY", 1},       {"FILE_COPY", 0},    {"COPY_FILES", 0},  {"MOVE_FILES", 0},
+    {"FILE_RENAME", 0}, {"DIR_CREATE", 0},   {"DIR_REMOVE", 0},  {"COPY_TO_CLIPBOARD", 0},
+    {"SERVICE", 0},     {"HTTP_REQUEST", 0},
+};
+
+}  // namespace
 
 DryRun::DryRun(dry_run::Teller tell) {
-  dry_run::SetTeller(std::move(tell));
+  dry_run::SetTeller([this, tell = std::move(tell)](const dry_run::Step& step) {
+    failures_ += step.act == dry_run::Act::kFail;
+    tell(step);
+  });
   planned_functions::Use(&files_);
 }
 
@@ -15,18 +44,42 @@ DryRun::~DryRun() {
   dry_run::SetTeller(nullptr);
 }
 
-bool DryRun::Handle(const char* command, TavKelParser& params, TavScriptResult&) {
-  Begin(command, params);
-  return false;
+bool DryRun::Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
+  return Run(command, params, result, result);
 }
 
-bool DryRun::Handle(const char* command, TavKelParser& params, TavMessage&) {
-  Begin(command, params);
-  return false;
+bool DryRun::Handle(const char* command, TavKelParser& params, TavMessage& message) {
+  return Run(command, params, message, message.Result());
 }
 
-void DryRun::Begin(const char* command, TavKelParser& params) {
-  command_ = command;
+template <typename Reply>
+bool DryRun::Run(const char* command, TavKelParser& params, Reply& reply, TavScriptResult& result) {
+  // A command may run others, as EXECUTE does.
+  const std::string outer = std::exchange(command_, command);
+  const auto restore = [this, &outer](void*) { command_ = outer; };
+  const std::unique_ptr<void, decltype(restore)> atEnd(this, restore);
+  if (command_ == "CRASH") {  // nothing that it does could be held back
+    dry_run::Tell({dry_run::Act::kCrash});
+    return true;
+  }
+  const int failuresBefore = failures_;
+  Begin(params);
+  const auto textBefore = static_cast<std::size_t>(result.GetText().Len());
+  if (!script::ScriptPort::TavScript().HandOn(*this, command, params, reply)) return false;
+  const auto* told = std::find_if(std::begin(kToldCommands), std::end(kToldCommands),
+                                  [this](const auto& row) { return row.name == command_; });
+  if (told == std::end(kToldCommands) || result.HasError() || failures_ != failuresBefore) {
+    return true;
+  }
+  const std::optional<int> code = script::CodeOf(result, textBefore);
+  if (code && *code != told->success) {
+    const std::string reason = command_ + " has ecode " + std::to_string(*code);
+    dry_run::Tell({dry_run::Act::kFail, {}, {}, -1, false, reason});
+  }
+  return true;
+}
+
+void DryRun::Begin(TavKelParser& params) {
   const bool goesInto = command_ == "COPY_FILES" || command_ == "MOVE_FILES";
   planned_functions::Command how;
   planned_functions::SetCommand(how);

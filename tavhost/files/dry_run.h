@@ -9,7 +9,7 @@
 
 // A dry run of scripts: every command runs as always, but what it would do outside the process is
 // told and not done. Reading goes on against what is there and what was told before. Stands before
-// the plug-ins, to know which command comes, and takes none itself.
+// the plug-ins, to know which command comes and what it said of itself at its end.
 class DryRun : public script::CommandProvider {
  public:
   // `tell` is called with each step, and `Command()` then says whose it is.
@@ -18,7 +18,7 @@ class DryRun : public script::CommandProvider {
   DryRun& operator=(const DryRun&) = delete;
   ~DryRun() override;
 
-  // The command that came last.
+  // The command that runs.
   const std::string& Command() const { return command_; }
 
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) override;
@@ -26,8 +26,11 @@ class DryRun : public script::CommandProvider {
   SV::String AllCommands(char) override { return {}; }
 
  private:
-  void Begin(const char* command, TavKelParser& params);
+  template <typename Reply>
+  bool Run(const char* command, TavKelParser& params, Reply& reply, TavScriptResult& result);
+  void Begin(TavKelParser& params);
 
   PlannedFiles files_;
   std::string command_;
+  int failures_ = 0;  // told so far
 };

@@ -26,6 +26,7 @@ constexpr const char* kIsReadOnly = "it is protected against writing";
 constexpr const char* kIsOpen = "it is open for writing";
 constexpr const char* kIsInside = "it lies in the directory that is to go there";
 constexpr const char* kIsCurrent = "it is the current directory";
+constexpr const char* kIsFar = "a directory cannot be moved to another file system";
 constexpr const char* kIsItself = "it would be copied onto itself";
 
 // What scripts hold in their variables as well; longer files are told, but not kept.
@@ -222,6 +223,15 @@ PlannedFiles::Node& PlannedFiles::Put(const std::string& path, Node node) {
 bool PlannedFiles::IsDirectory(const std::string& path) {
   const Kind kind = Find(path).kind;
   return kind == Kind::kDirectory || kind == Kind::kDirectoryLink;
+}
+
+std::string PlannedFiles::RealFolderOf(std::string path) {
+  while (true) {
+    const Found found = Find(path);
+    const std::string above = Parted(path).first;
+    if ((!found.real.empty() && found.kind != Kind::kNone) || above == path) return found.real;
+    path = above;
+  }
 }
 
 PlannedFiles::Entry PlannedFiles::At(disk::Name name) {
@@ -473,6 +483,10 @@ bool PlannedFiles::Move(disk::Name from, disk::Name to) {
   if (moved.kind == Kind::kDirectory && !isItself && IsWithin(*target, *source)) {
     return Fail(*target, kIsInside);
   }
+  if (moved.kind == Kind::kDirectory && !isItself &&
+      !disk::IsOneFileSystem(RealFolderOf(*source), RealFolderOf(Parted(*target).first))) {
+    return Fail(*source, kIsFar);
+  }
   dry_run::Tell({Act::kMove, *source, *target});
   if (isItself) return true;
   Node node = moved.node ? *moved.node : Node{moved.kind, moved.isReadOnly, moved.real};
@@ -522,22 +536,30 @@ class PlannedOutput : public disk::OutputFile {
     isKnown_ = isKnown_ && bytes_.Len() + length <= kKeptBytes;
     if (isKnown_) bytes_.Append(data, length);
     if (node_) Keep();
+    if (isGrowing_) dry_run::Tell({Act::kAppend, path_, {}, length});
     return length;
   }
 
+  // From now on each text is in the file at once, and told then; but a file that appears when it is
+  // closed is told then, as a whole.
   base::Result<void> StayOpen() override {
-    if (when_ == PlannedFiles::Appears::kWhole) Appear();
+    if (when_ == PlannedFiles::Appears::kAtClose) return {};
+    if (!node_) Appear();
+    isGrowing_ = true;
+    dry_run::Tell({Act::kOpen, path_, {}, -1, IsReplacing()});
     return {};
   }
 
   base::Result<bool> Close() override {
+    if (isGrowing_) return true;
     if (!node_) Appear();
     const Act act = isAppending_ ? Act::kAppend : Act::kWrite;
-    dry_run::Tell({act, path_, {}, count_, existed_ && !isAppending_ && !isDevice_});
+    dry_run::Tell({act, path_, {}, count_, IsReplacing()});
     return true;
   }
 
  private:
+  bool IsReplacing() const { return existed_ && !isAppending_ && !isDevice_; }
   void Appear() {
     if (isDevice_) return;
     node_ = &files_.Put(path_, {PlannedFiles::Kind::kFile});
@@ -554,6 +576,7 @@ class PlannedOutput : public disk::OutputFile {
   bool existed_;
   bool isDevice_;
   bool isAppending_;
+  bool isGrowing_ = false;
   PlannedFiles::Node* node_ = nullptr;
   SV::String bytes_;
   std::int64_t count_ = 0;

@@ -116,6 +116,8 @@ class PlannedFiles {
   Node& Put(const std::string& path, Node node);
   Node* MakeNode(Node node);
   bool IsDirectory(const std::string& path);
+  // The nearest directory of the disk in which the path ends, that of the path itself included.
+  std::string RealFolderOf(std::string path);
   std::vector<Entry> EntriesOf(const Found& folder);
   bool IsUnderWay(const std::string& path) const;
   bool IsInSearched(const std::string& folder) const;

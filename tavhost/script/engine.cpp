@@ -132,9 +132,17 @@ void Engine::Publish(const std::shared_ptr<Program>& program) {
   }
 }
 
+namespace {
+void (*printOutsideScripts)(std::string_view) = nullptr;
+}  // namespace
+
+void SetPrintOutsideScripts(void (*print)(std::string_view)) { printOutsideScripts = print; }
+
 void Engine::Print(std::string_view text) {
   if (sinks_.print) {
     sinks_.print(text);
+  } else if (printOutsideScripts) {
+    printOutsideScripts(text);
   } else {
     std::fwrite(text.data(), 1, text.size(), stdout);
   }

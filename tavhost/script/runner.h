@@ -77,6 +77,10 @@ class Session {
   std::unique_ptr<State> state_;
 };
 
+// Where words go while no outermost script runs, as those of a text that a command sent from
+// outside executes; null: to standard output.
+void SetPrintOutsideScripts(void (*print)(std::string_view));
+
 bool IsScriptRunning();  // an outermost script, begun and not ended yet
 
 }  // namespace script

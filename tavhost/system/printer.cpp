@@ -1,7 +1,9 @@
 #include "host/system/printer.h"
 
 #include <memory>
+#include <string>
 
+#include "tavhost/base/dry_run.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/printer_info.h"
@@ -44,6 +46,10 @@ TavPrinter* Tav_GetPrinter(bool create) {
 void Tav_ReplacePrinter(TavPrinter* printer) {
   trace::Call call("Tav_ReplacePrinter", trace::Object{printer});
   call.Write();
+  if (dry_run::IsOn()) {
+    // The choice ends with the program; later commands are to see it.
+    dry_run::Tell({dry_run::Act::kSetPrinter, printer ? std::string(printer->name.View()) : ""});
+  }
   if (printer == current.get()) return;
   trace::Forget(current.get());
   current.reset(printer);

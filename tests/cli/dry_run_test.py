@@ -5,12 +5,14 @@ import json
 import os
 import random
 import re
+import shlex
 import shutil
 import unittest
 from pathlib import Path
 
 from program import ProgramTest
 
+ROOT = Path(__file__).resolve().parents[2]
 CASES = int(os.environ.get("TAVHOST_DRY_RUN_CASES", "40"))
 STEP = re.compile(r"would (delete the directory|create the directory|delete|move|"
                   r"copy, replacing what is there,|copy) (.*)")
@@ -242,7 +244,7 @@ def carry_out(plan, top):
         if line in ("0", "1"):
             codes.append(line)
             continue
-        if line.startswith(("would fail at ", "in all, would ")):
+        if line.startswith(("would fail", "in all, would ")):
             continue
         what, rest = STEP.fullmatch(line).groups()
         source, _, target = rest.partition(" to ")
@@ -446,8 +448,118 @@ class DryRunTest(ProgramTest):
     def test_what_is_left_open_is_told_at_the_end(self):
         self.file("a.tav", 'FWRITE open file:"x"\nFWRITE text:"abc"\n')
         self.expect(["run", "--dry-run", "a.tav"],
-                    f"would write 3 bytes to {self.folder}/x\n"
-                    "in all, would write (1); failures: 0\n")
+                    f"would open {self.folder}/x\nwould append 3 bytes to {self.folder}/x\n"
+                    "in all, would open (1), append (1); failures: 0\n")
+
+    def test_a_file_kept_open_is_told_as_it_grows(self):
+        """A later step that stands between two texts in earnest does so in the report; what appears
+        only when it is closed is told then."""
+        self.file("old", "old")
+        self.file("a.tav", 'FWRITE open file:"old"\nFWRITE text:"one"\nFDELETE file:"b"\n'
+                           'FWRITE text:"two"\nFWRITE close\nFWRITE open file:"old" append\n'
+                           'FWRITE close\nFWRITE open file:"db:\\\\k"\nFWRITE text:"one"\n'
+                           'DIR_CREATE path:"d"\nFWRITE close\n')
+        here = self.folder
+        self.expect(["run", "--dry-run", "--db", "area", "a.tav"],
+                    f"would open, replacing what is there, {here}/old\n"
+                    f"would append 3 bytes to {here}/old\n"
+                    f"would fail at {here}/b: there is no such file\n"
+                    f"would append 3 bytes to {here}/old\nwould open {here}/old\n"
+                    f"would create the directory {here}/d\n"
+                    f"would write 3 bytes to {here}/area/0/k\n"
+                    "in all, would create the directory (1), open (2), write (1), append (2); "
+                    "failures: 1\n")
+
+    def test_what_fails_before_the_host_is_asked_is_counted(self):
+        self.file("a.tav", 'FWRITE text:"x"\nFWRITE file:"x" text:"!" base64\nFWRITE close\n'
+                           'FWRITE open file:"o"\nFWRITE file:"x" text:"x" -> r\nFWRITE close\n'
+                           'DELETE_FILES "a\\0"\n'
+                           'FWRITE file:"x\\0" text:"x"\nSERVICE stop\nprint r.ecode\n'
+                           'EXECUTE "FWRITE text:1"\n')
+        result = self.run_program("run", "--dry-run", "a.tav")
+        self.assertEqual(result.out,
+                         "would fail: FWRITE has ecode 4\nwould fail: FWRITE has ecode 3\n"
+                         f"would fail: FWRITE has ecode 1\nwould open {self.folder}/o\n"
+                         "would fail: FWRITE has ecode 3\nwould fail: DELETE_FILES has ecode 1\n"
+                         "would fail: FWRITE has ecode 1\nwould fail: SERVICE has ecode 1\n3\n"
+                         "in all, would open (1); failures: 7\n", result)
+        self.expect(["send", "--dry-run", 'FWRITE text:"x"', 'FWRITE close'],
+                    "would fail: FWRITE has ecode 4\n ecode:4 written:0\n"
+                    "would fail: FWRITE has ecode 1\n ecode:1\n"
+                    "in all, would do nothing; failures: 2\n")
+
+    def test_sound_printer_and_crash_are_told(self):
+        self.file("a.tav", 'BEEP freq:440 ms:20\nSET_PRINTER name:"P"\nprint ecode\n'
+                           'GET_PRINTER_INFO\nprint name\nCRASH\nprint "goes on"\n')
+        self.expect(["run", "--dry-run", "a.tav"],
+                    "would beep 440 Hz for 20 ms\nwould make the printer P\n0\nP\nwould crash\n"
+                    "goes on\nin all, would make the printer (1), beep (1), crash (1); "
+                    "failures: 0\n")
+
+    def lines_of(self, *arguments):
+        result = self.run_program(*arguments)
+        self.assertEqual(result.err, "")
+        return [json.loads(line) for line in result.out.splitlines()]
+
+    def test_all_that_is_printed_is_json(self):
+        self.file("a.tav", 'CREATE_OUTPUT_WIN winid:"w" title:"W"\nOUT winid:"w" text:"whole\n"\n'
+                           'EXECUTE "print 1"\nOUT winid:"w" text:"no end"\nprint 2\n')
+        lines = self.lines_of("run", "--dry-run=json", "a.tav")
+        self.assertEqual([line.get("output") for line in lines[:-1]],
+                         ["w: whole\n", "1\n", "2\n", "w: no end\n"])
+        self.assertEqual(lines[-1]["failures"], 0)
+
+    def test_a_reply_is_one_object(self):
+        lines = self.lines_of("send", "--dry-run=json", "FILE_EXIST file:\"x\"",
+                              'EXECUTE "print 1"', "FWRITE text:\"x\"")
+        self.assertEqual(lines[:-1], [
+            {"output": " exist:0\n"}, {"output": "1\n"}, {"output": "\n"},
+            {"step": "fail", "command": "FWRITE", "reason": "FWRITE has ecode 4"},
+            {"output": " ecode:4 written:0\n"}])
+
+    def test_a_folder_does_not_go_to_another_file_system(self):
+        far = next((place for place in ("/dev/shm", "/var/tmp", "/tmp")
+                    if os.access(place, os.W_OK)
+                    and os.stat(place).st_dev != os.stat(self.folder).st_dev), None)
+        if far is None:
+            self.skipTest("there is no second file system")
+        (self.folder / "d").mkdir()
+        target = f"{far}/tavhost-none-{os.getpid()}"
+        self.file("a.tav", f'FILE_RENAME from:"d" to:"{target}"\nprint ecode\nDIR_CREATE path:"e"\n'
+                           f'FILE_RENAME from:"e" to:"{target}"\nprint ecode\n')
+        why = "a directory cannot be moved to another file system"
+        self.expect(["run", "--dry-run", "a.tav"],
+                    f"would fail at {self.folder}/d: {why}\n1\n"
+                    f"would create the directory {self.folder}/e\n"
+                    f"would fail at {self.folder}/e: {why}\n1\n"
+                    "in all, would create the directory (1); failures: 2\n")
+        self.assertEqual(self.run_program("run", "a.tav").out, "1\n1\n")
+
+    def test_the_page_tells_of_every_command_what_becomes_of_it(self):
+        """Of those told the example tells a step, of the others none."""
+        page = (ROOT / "docs/dry-run.md").read_text(encoding="utf-8")
+        listed = {what: re.findall(r"\b[A-Z][A-Z_]+[A-Z]\b", names) for what, names in
+                  re.findall(r"^\| (told|carried out|reads) \| (.*) \|$", page, re.M)}
+        named = sorted(name for names in listed.values() for name in names)
+        commands = [command for family in
+                    json.loads(self.run_program("commands", "--json").out)["families"]
+                    for command in family["commands"]]
+        self.assertEqual(named, sorted(command["name"] for command in commands))
+        told = set()
+        for command in commands:
+            folder = self.folder / command["name"]
+            folder.mkdir()
+            example = command["example"]
+            (folder / "a.tav").write_text(example["script"], encoding="utf-8")
+            (folder / "answers.kel").write_text(example.get("answers", "") + "\n", encoding="utf-8")
+            result = self.run_program("--answers", "answers.kel", "--db", "area",
+                                      *shlex.split(example.get("options", "")), "run",
+                                      "--dry-run=json", "a.tav", cwd=folder)
+            self.assertEqual((result.code, result.err), (0, ""), command["name"])
+            steps = [json.loads(line) for line in result.out.splitlines()]
+            if any(step.get("command") == command["name"] for step in steps):
+                told.add(command["name"])
+        self.assertEqual(sorted(told), sorted(listed["told"]))
 
 
 if __name__ == "__main__":

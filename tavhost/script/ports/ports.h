@@ -32,6 +32,18 @@ class ScriptPort : public TavExtendedMessagePort {
     return false;
   }
   bool Handle(const char* command, TavKelParser& params, TavMessage& message);
+  // For a provider that takes a command in order to look at what becomes of it: carried out by
+  // those behind it. `reply` is the result or the message that it was given.
+  template <typename Reply>
+  bool HandOn(const CommandProvider& from, const char* command, TavKelParser& params,
+              Reply& reply) {
+    bool isBehind = false;
+    for (CommandProvider* provider : providers_) {
+      if (isBehind && provider->Handle(command, params, reply)) return true;
+      isBehind = isBehind || provider == &from;
+    }
+    return false;
+  }
   SV::String GetAllCommands(char separator) override;
 
   // A command that ends in an error for now, whoever sends it, without being carried out: a request
