@@ -23,6 +23,9 @@ bool IsFile(Name name);  // links followed; false for directories
 // Something stands there that is no plain file: a directory, a link, a device. True as well when
 // that cannot be told.
 bool IsTakenByOther(Name name);
+// The path is a name for standard output or standard error: what is written there goes where the
+// program writes itself, in the order in which both write.
+bool IsStandardStream(Name name);
 // A file that may be neither replaced nor written to.
 bool IsReadOnly(Name name);
 bool Delete(Name name);

@@ -8,13 +8,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <tl/expected.hpp>
+#include <utility>
 
 #include "tavhost/base/file_contents_posix.h"
 #include "tavhost/base/long_work.h"
+#include "tavhost/base/report.h"
 #include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/base/whole_file_posix.h"
 #include "tavhost/files/replacing_output_file.h"
@@ -65,6 +69,21 @@ bool IsWrittenDirectly(const Location& location) {
          windows::IsOpenFile(IdOf(status));
 }
 
+// The descriptor of the program's own for which a path stands; -1 for others. Opened anew, a file
+// to which the stream is redirected would be written from its beginning.
+int StandardStreamOf(const Path& path) {
+  if (!path.IsValid() || path.HasTrailingSeparator()) return -1;
+  constexpr std::pair<std::string_view, int> kNames[] = {
+      {"/dev/stdout", STDOUT_FILENO},     {"/dev/stderr", STDERR_FILENO},
+      {"/dev/fd/1", STDOUT_FILENO},       {"/dev/fd/2", STDERR_FILENO},
+      {"/proc/self/fd/1", STDOUT_FILENO}, {"/proc/self/fd/2", STDERR_FILENO},
+  };
+  for (const auto& [name, stream] : kNames) {
+    if (path.View() == name) return stream;
+  }
+  return -1;
+}
+
 // Reads to the end or to `length` bytes; the number read, -1 on failure.
 std::int64_t ReadUpTo(int file, char* out, std::int64_t length, base::LongWork* work) {
   std::int64_t done = 0;
@@ -99,6 +118,28 @@ ReadCode ReadInPieces(int file, SV::String& contents, base::LongWork& work) {
     if (bytes < static_cast<std::int64_t>(kPiece)) return kRead;
   }
 }
+
+// Standard output or standard error under a path. What was printed before stands before what is
+// written, and the stream stays open when this is closed.
+class StandardStream : public OutputFile {
+ public:
+  StandardStream(int stream, std::string path) : stream_(stream), path_(std::move(path)) {}
+
+  long Write(const char* data, long length) override {
+    report::TakeStatusAway();
+    std::fflush(stdout);
+    base::LongWork work("Writing", path_);
+    return static_cast<long>(
+        base::WriteBytes(stream_, data, static_cast<std::size_t>(length), &work));
+  }
+
+  base::Result<void> StayOpen() override { return {}; }
+  base::Result<bool> Close() override { return true; }
+
+ private:
+  int stream_;
+  std::string path_;  // for a person
+};
 
 class PosixFile : public OutputFile {
  public:
@@ -147,6 +188,8 @@ bool IsTakenByOther(Name name) {
   if (location.GetPlace().Status(status)) return !S_ISREG(status.st_mode);
   return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG;
 }
+
+bool IsStandardStream(Name name) { return StandardStreamOf(Location(name).GetPath()) >= 0; }
 
 bool IsReadOnly(Name name) {
   const Location location(name);
@@ -198,6 +241,10 @@ ReadCode Read(Name name, SV::String& contents) {
 
 std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   const Location location(name);
+  if (const int stream = StandardStreamOf(location.GetPath()); stream >= 0) {
+    return fcntl(stream, F_GETFD) < 0 ? nullptr
+                                      : std::make_unique<StandardStream>(stream, name.text);
+  }
   Descriptor file = Open(location, O_WRONLY | O_CREAT | (append ? O_APPEND : 0));
   struct stat status;
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return nullptr;
@@ -212,7 +259,8 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
 }
 
 std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
-  if (IsWrittenDirectly(Location(name))) return OpenForWriting(name, false);
+  if (IsStandardStream(name) || IsWrittenDirectly(Location(name)))
+    return OpenForWriting(name, false);
   base::WholeFile::Options options;
   options.stoppable = true;
   auto whole = OpenWhole(name, options);

@@ -136,6 +136,8 @@ bool IsTakenByOther(Name name) {
              FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE);
 }
 
+bool IsStandardStream(Name) { return false; }  // they have no paths here
+
 bool IsReadOnly(Name name) { return Has(Attributes(name), FILE_ATTRIBUTE_READONLY); }
 
 bool Delete(Name name) { return DeleteFileA(name.text) != 0; }

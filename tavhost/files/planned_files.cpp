@@ -597,6 +597,9 @@ std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, 
     Refuse(name, kNoPath);
     return nullptr;
   }
+  if (disk::IsStandardStream(name)) {
+    return std::make_unique<PlannedOutput>(*this, *path, Kind::kOther, append, when);
+  }
   const Found present = Find(*path);
   const char* reason = nullptr;
   if (!IsDirectory(Parted(*path).first)) reason = kNoDirectory;
