@@ -42,7 +42,7 @@ constexpr ActRow kActs[] = {
 const ActRow& RowOf(Act act) { return kActs[static_cast<int>(act)]; }
 
 std::string TextOf(const Step& step) {
-  const std::string words = RowOf(step.act).words;
+  std::string words = RowOf(step.act).words;
   const std::string bytes = std::to_string(step.bytes) + (step.bytes == 1 ? " byte" : " bytes");
   const char* const replacing = step.replaces ? ", replacing what is there," : "";
   switch (step.act) {

@@ -8,7 +8,7 @@ Result<void> WriteWholeFile(const std::string& path, std::string_view bytes,
                             const WholeFile::Options& options) {
   Result<std::unique_ptr<WholeFile>> file = WholeFile::Open(path, options);
   if (!file) return tl::unexpected<Error>(file.error());
-  if (const Result<void> written = (*file)->Write(bytes); !written) return written;
+  if (Result<void> written = (*file)->Write(bytes); !written) return written;
   return (*file)->Store();
 }
 
