@@ -37,7 +37,7 @@ _tavhost() {
         case $subcommand in
             run) options+=" -e" ;;
             check | commands | validate) options+=" --json" ;;
-            serve) options+=" --port --address --allow-crash --reply-limit" ;;
+            serve) options+=" --port --address --socket --token-file --allow-crash --reply-limit --request-timeout" ;;
         esac
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
         return

@@ -43,4 +43,7 @@ complete -c tavhost -n '__fish_seen_subcommand_from serve' -l port -x -d 'Port t
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l address -x -d 'Listen on this address'
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l allow-crash -d 'Let requests end the program by CRASH'
 complete -c tavhost -n '__fish_seen_subcommand_from serve' -l reply-limit -x -d 'The most that one reply may take, in MiB'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l socket -r -F -d 'Listen on a socket in the file system'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l token-file -r -F -d 'Where the token is'
+complete -c tavhost -n '__fish_seen_subcommand_from serve' -l request-timeout -x -d 'Stop each request after so many seconds'
 complete -c tavhost -n '__fish_seen_subcommand_from trace' -a diff -F

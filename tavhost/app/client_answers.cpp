@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tavhost/headless/answer_fitting.h"
+#include "tavhost/headless/answer_session.h"
 #include "tavhost/headless/window_json.h"
 #include "tavhost/service/script_service.h"
 #include "tavhost/ui/answer.h"
@@ -43,7 +44,14 @@ bool ClientAnswers::AnswersWindows() const {
 }
 
 void ClientAnswers::Answer(ui::ModalModel& window) {
-  if (!script::service::AsksClient()) return others_->Answer(window);
+  if (!script::service::AsksClient()) {
+    try {
+      return others_->Answer(window);
+    } catch (const ui::Unanswered& missing) {
+      script::service::TellUnanswered(missing.what());
+      throw;
+    }
+  }
   WindowQuestion question(window);
   script::service::AskClient(question);
 }

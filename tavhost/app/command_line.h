@@ -49,10 +49,13 @@ struct CommandLine {
   std::vector<std::string> operands;
   std::optional<std::string> scriptText;  // run -e
   bool json = false;
-  int port = 0;                                    // serve --port
+  std::optional<int> port;                         // serve --port
   std::vector<std::string> addresses;              // serve --address, each once
   bool allowCrash = false;                         // serve --allow-crash
   std::size_t replyLimit = std::size_t{64} << 20;  // serve --reply-limit, bytes
+  std::string socket;                              // serve --socket
+  std::string tokenFile;                           // serve --token-file
+  double requestSeconds = 0;                       // serve --request-timeout; 0: none
   bool help = false;
   bool version = false;
 };

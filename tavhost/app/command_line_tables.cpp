@@ -32,7 +32,7 @@ constexpr SubcommandRow kSubcommandTable[] = {
      "Load a plug-in in a process of its own and test it", true},
     {"validate-child", Subcommand::kValidateChild, "PLUGIN TEST MARK", "", false},
     {"repl", Subcommand::kRepl, "[OPTION...]", "Run statements as they are typed", true},
-    {"serve", Subcommand::kServe, "[--port N] [--address ADDR]... [OPTION...]",
+    {"serve", Subcommand::kServe, "[--port N] [--address ADDR]... [--socket PATH] [OPTION...]",
      "Serve scripts over HTTP until interrupted", true},
     {"lsp", Subcommand::kLanguageServer, "", "Speak the language server protocol", true},
     {"trace", Subcommand::kTrace, "diff A B", "Name the first call in which two traces part", true},
@@ -64,16 +64,24 @@ base::Result<void> TakeScreen(CommandLine& line, std::string value) {
   return {};
 }
 
-base::Result<void> TakeTimeout(CommandLine& line, std::string value) {
-  constexpr double kLongest = 1e9;  // seconds; far beyond any run, well within any timer
+base::Result<void> ReadSeconds(const std::string& value, double& taken) {
+  constexpr double kLongest = 1e9;  // far beyond any run, well within any timer
   double seconds = 0;
   const char* const end = value.data() + value.size();
   const auto [rest, error] = std::from_chars(value.data(), end, seconds);
   if (error != std::errc() || rest != end || !(seconds > 0) || seconds > kLongest) {
     return base::Failure("must be a number of seconds above 0");
   }
-  line.options.timeoutSeconds = seconds;
+  taken = seconds;
   return {};
+}
+
+base::Result<void> TakeTimeout(CommandLine& line, std::string value) {
+  return ReadSeconds(value, line.options.timeoutSeconds);
+}
+
+base::Result<void> TakeRequestTimeout(CommandLine& line, std::string value) {
+  return ReadSeconds(value, line.requestSeconds);
 }
 
 base::Result<void> TakePort(CommandLine& line, std::string value) {
@@ -127,6 +135,12 @@ base::Result<void> Keep(CommandLine& line, std::string value) {
   return {};
 }
 template <auto member>
+base::Result<void> KeepPath(CommandLine& line, std::string value) {
+  if (value.empty()) return base::Failure("must not be empty");
+  line.*member = std::move(value);
+  return {};
+}
+template <auto member>
 base::Result<void> SetOption(CommandLine& line, std::string) {
   line.options.*member = true;
   return {};
@@ -154,6 +168,12 @@ constexpr OptionRow kOptionTable[] = {
      Only(Subcommand::kServe), TakeAddress},
     {"--allow-crash", nullptr, "Let requests end the program by CRASH", Only(Subcommand::kServe),
      Set<&CommandLine::allowCrash>},
+    {"--socket", "PATH", "Listen on a socket in the file system that only its owner may use",
+     Only(Subcommand::kServe), KeepPath<&CommandLine::socket>},
+    {"--token-file", "PATH", "Where the token is, or is to be written", Only(Subcommand::kServe),
+     KeepPath<&CommandLine::tokenFile>},
+    {"--request-timeout", "S", "Stop each request after so many seconds", Only(Subcommand::kServe),
+     TakeRequestTimeout},
     {"--reply-limit", "MIB", "The most that one reply may take, 64 MiB unless given",
      Only(Subcommand::kServe), TakeReplyLimit},
     {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be", kAll,

@@ -10,6 +10,7 @@
 #include "tavhost/app/client_answers.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
+#include "tavhost/app/request_care.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/watchdog.h"
 #include "tavhost/base/event_loop.h"
@@ -191,6 +192,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   }
   StartWatchdog();
   HandleInterrupts();
+  CareForRequests(options);
   if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
   host->hasStarted_ = true;
   return host;

@@ -31,6 +31,7 @@ std::string NotStoredText(const base::Error& error) {
 // be needed then that is gone already.
 auto& openFiles = *new std::map<TavFileHandle, std::unique_ptr<disk::OutputFile>>;
 // Those that the running command has opened and not closed.
+TavFileHandle newestFile = 0;
 auto& openedNow = *new std::vector<TavFileHandle>;
 
 // Ends the command: a file could not be stored although every write has been taken.
@@ -106,7 +107,6 @@ class Target {
 };
 
 TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
-  static TavFileHandle last = 0;
   if (*path == '\0') return 0;  // no file has an empty name
   const bool append = (mode & TavFileManager::kAppend) != 0;
   PlannedFiles* const planned = planned_functions::Files();
@@ -117,13 +117,13 @@ TavFileHandle OpenWrite(const char* path, int mode, long libraryId) {
                        : disk::OpenForReplacing({path});
   if (!file) return 0;
   if (command_end::IsInCommand()) {
-    openedNow.push_back(last + 1);
+    openedNow.push_back(newestFile + 1);
     command_end::Do(SettleOpenedFiles);
   } else if (!file->StayOpen()) {
     return 0;
   }
-  openFiles[++last] = std::move(file);
-  return last;
+  openFiles[++newestFile] = std::move(file);
+  return newestFile;
 }
 
 bool Copy(const char* from, const char* to, long fromLibraryId, long toLibraryId,
@@ -172,11 +172,18 @@ bool Rename(const char* from, const char* to, long libraryId) {
 
 }  // namespace
 
-bool open_output_files::CloseAll() {
+TavFileHandle open_output_files::Newest() { return newestFile; }
+
+bool open_output_files::HasSince(TavFileHandle mark) {
+  return openFiles.upper_bound(mark) != openFiles.end();
+}
+
+bool open_output_files::CloseSince(TavFileHandle mark) {
   bool areStored = true;
-  while (!openFiles.empty()) {
-    const std::unique_ptr<disk::OutputFile> closing = std::move(openFiles.begin()->second);
-    openFiles.erase(openFiles.begin());
+  for (auto file = openFiles.upper_bound(mark); file != openFiles.end();
+       file = openFiles.upper_bound(mark)) {
+    const std::unique_ptr<disk::OutputFile> closing = std::move(file->second);
+    openFiles.erase(file);
     const base::Result<bool> stored = closing->Close();
     if (!stored) report::Line("tavhost: " + NotStoredText(stored.error()));
     areStored &= stored.has_value();
@@ -184,7 +191,12 @@ bool open_output_files::CloseAll() {
   return areStored;
 }
 
-void open_output_files::DropAll() { openFiles.clear(); }
+void open_output_files::DropSince(TavFileHandle mark) {
+  openFiles.erase(openFiles.upper_bound(mark), openFiles.end());
+}
+
+bool open_output_files::CloseAll() { return CloseSince(0); }
+void open_output_files::DropAll() { DropSince(0); }
 
 TavFileHandle TavFileManager::fileOpenWrite(const char* path, int mode, long libraryId) {
   trace::Call call("TavFileManager::fileOpenWrite", path, mode, libraryId);

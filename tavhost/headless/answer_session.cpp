@@ -120,10 +120,10 @@ void AnswerSession::AnswerWithoutParameters(ModalModel& window) {
 
 void AnswerSession::Fail(const std::string& place, const std::string& reason,
                          const ModalModel& window) {
-  report::Line(place + ": error: " + reason + "; this line answers it:\n" +
-               AnswerLine(AnswerOf(window)));
+  const std::string answer = AnswerLine(AnswerOf(window));
+  report::Line(place + ": error: " + reason + "; this line answers it:\n" + answer);
   stop::Request(stop::Reason::kNoAnswer);
-  throw stop::Stopped();
+  throw Unanswered(reason + "; this line answers it: " + answer);
 }
 
 void AnswerSession::Record(const ModalModel& window) {

@@ -2,9 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tavhost/base/result.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/headless/record_file.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/answer_source.h"
@@ -30,9 +32,19 @@ struct AnswerOptions {
 // display are asked in the terminal when standard input is one.
 AnswerOptions ReadAnswerOption(const std::string* value, bool hasDisplay, bool stdinIsTerminal);
 
+// Leaves a window that has no answer, in words for whoever is to be told what is missing.
+class Unanswered final : public stop::Stopped {
+ public:
+  explicit Unanswered(std::string reason) : reason_(std::move(reason)) {}
+  const char* what() const noexcept override { return reason_.c_str(); }
+
+ private:
+  const std::string reason_;
+};
+
 // The answers that the windows of one run of the program get, and the record of those they were
 // given. A window without an answer ends the script: what is missing is told on standard error, and
-// stop::Stopped thrown.
+// Unanswered thrown.
 class AnswerSession final : public AnswerSource {
  public:
   // Fails when the answers cannot be read or the record cannot be written.

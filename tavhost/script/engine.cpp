@@ -71,6 +71,14 @@ Outcome ErrorOutcome(const Source& source, std::uint32_t offset, const std::stri
 
 kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
+// The command that an error names, also when it was caught and thrown again.
+std::string CommandOf(const ScriptError& error) {
+  const memory_reserve::Use reserve;
+  if (error.thrown.Kind() != TavKelRecord) return error.command;
+  const kel::Value* const command = error.thrown.AsRecord().Find("command");
+  return command && command->IsText() ? std::string(command->Text().View()) : error.command;
+}
+
 // Fields that the script itself put into a thrown record stay as they are.
 void AddField(kel::Value& record, const char* name, kel::Value value) {
   const SV::String key(name);
@@ -358,6 +366,7 @@ Outcome Engine::Uncaught(const ScriptError& error, std::uint32_t base) {
     }
   }
   Outcome outcome = ErrorOutcome(frame.program->source, offset, error.message);
+  outcome.command = CommandOf(error);
   while (depth_ > base) PopFrame();
   return outcome;
 }

@@ -52,6 +52,7 @@ struct Outcome {
   // When not parsed, or exitType is TavScriptExitError; for TavScriptExitStop, file and line of the
   // place where the script was.
   Diagnostic error;
+  std::string command;  // that reported the error, when exitType is TavScriptExitError; or empty
   stop::Reason stopReason = stop::Reason::kNone;  // when exitType is TavScriptExitStop
 };
 

@@ -139,15 +139,42 @@ void PutValue(Reply& out, const kel::Value& root) {
 }
 
 // The rest behind the variables, but for the brace that ends the reply.
-void PutRest(Reply& out, std::string_view output, const std::string* error) {
+void PutRest(Reply& out, std::string_view output, const Ending& ending) {
   out.Put(",\"output\":");
   out.PutString(output);
   out.Put(",\"error\":");
-  if (error) {
-    out.PutString(*error);
+  if (ending.error) {
+    out.PutString(*ending.error);
   } else {
     out.Put("null");
   }
+  out.Put(",\"exit\":");
+  out.Put(ending.exit ? std::to_string(*ending.exit) : "null");
+  out.Put(",\"errorAt\":");
+  if (!ending.at) return out.Put("null");
+  out.Put("{\"file\":");
+  out.PutString(ending.at->file);
+  out.Put(",\"line\":" + std::to_string(ending.at->line) +
+          ",\"column\":" + std::to_string(ending.at->column) + ",\"command\":");
+  out.PutString(ending.at->command);
+  out.Put("}");
+}
+
+// To the millisecond.
+std::string Seconds(double seconds) {
+  char digits[32];
+  const auto end =
+      std::to_chars(digits, digits + sizeof digits, seconds, std::chars_format::fixed, 3).ptr;
+  return {digits, end};
+}
+
+// A request of the status, but for the brace that ends it.
+void PutRequest(Reply& out, const Status::Request& request) {
+  out.Put("{\"id\":");
+  out.PutString(request.id);
+  out.Put(",\"path\":");
+  out.PutString(request.path);
+  out.Put(",\"seconds\":" + Seconds(request.seconds));
 }
 
 constexpr char kNoVariables[] = "{\"variables\":{}";
@@ -155,17 +182,17 @@ constexpr char kNoVariables[] = "{\"variables\":{}";
 }  // namespace
 
 std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
-                                     const std::string* error, std::size_t limit) {
+                                     const Ending& ending, std::size_t limit) {
   Reply reply(limit);
   reply.Put("{\"variables\":");
   PutValue(reply, record);
-  PutRest(reply, output, error);
+  PutRest(reply, output, ending);
   reply.Put("}");
   return reply.Take();
 }
 
 std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
-                                     const std::string* error, std::size_t limit) {
+                                     const Ending& ending, std::size_t limit) {
   Reply reply(limit);
   reply.Put("{\"variables\":{");
   bool first = true;
@@ -178,16 +205,58 @@ std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_vi
     PutValue(reply, value);
   });
   reply.Put("}");
-  PutRest(reply, output, error);
+  PutRest(reply, output, ending);
   reply.Put("}");
   return reply.Take();
 }
 
-std::string ErrorJson(const std::string& error) {
+std::string ErrorJson(const std::string& error, const std::optional<Ending::Place>& at) {
   Reply reply(std::string::npos);
   reply.Put(kNoVariables);
-  PutRest(reply, "", &error);
+  Ending ending;
+  ending.error = error;
+  ending.at = at;
+  PutRest(reply, "", ending);
   reply.Put("}");
+  return *reply.Take();
+}
+
+std::string DoneJson() {
+  Reply reply(std::string::npos);
+  reply.Put(kNoVariables);
+  PutRest(reply, "", {});
+  reply.Put("}");
+  return *reply.Take();
+}
+
+std::string StatusJson(const Status& status) {
+  Reply reply(std::string::npos);
+  reply.Put(kNoVariables);
+  PutRest(reply, "", {});
+  reply.Put(",\"running\":");
+  if (status.running) {
+    PutRequest(reply, *status.running);
+    reply.Put(",\"since\":");
+    reply.PutString(status.since);
+    reply.Put(",\"question\":");
+    if (status.question) {
+      reply.Put("{\"id\":");
+      reply.PutString(status.question->id);
+      reply.Put(",\"secondsLeft\":" + Seconds(status.question->secondsLeft) + "}");
+    } else {
+      reply.Put("null");
+    }
+    reply.Put("}");
+  } else {
+    reply.Put("null");
+  }
+  reply.Put(",\"waiting\":[");
+  for (std::size_t i = 0; i < status.waiting.size(); ++i) {
+    if (i > 0) reply.Put(",");
+    PutRequest(reply, status.waiting[i]);
+    reply.Put("}");
+  }
+  reply.Put("]}");
   return *reply.Take();
 }
 
@@ -195,7 +264,7 @@ std::optional<std::string> QuestionJson(std::string_view output, const std::stri
                                         std::size_t limit) {
   Reply reply(limit);
   reply.Put(kNoVariables);
-  PutRest(reply, output, nullptr);
+  PutRest(reply, output, {});
   reply.Put(",\"question\":");
   reply.Put(question);
   reply.Put("}");

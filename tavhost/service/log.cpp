@@ -1,7 +1,9 @@
 #include "tavhost/service/log.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <ctime>
+
+#include "tavhost/base/ascii.h"
 
 namespace script::service {
 
@@ -25,9 +27,27 @@ std::string Escaped(std::string_view text) {
   return shown;
 }
 
-std::string UtcNow() {
-  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  const std::chrono::sys_seconds seconds{std::chrono::seconds(now)};
+// No path of the service takes more than itself; what stands there is likely a secret.
+std::string PathOf(const std::string& target) {
+  const std::size_t end = target.find_first_of("?#;");
+  return end == target.npos ? target : target.substr(0, end + 1) + "***";
+}
+
+std::string Without(std::string_view secret, std::string_view text) {
+  std::string shown(text);
+  const auto same = [](char a, char b) { return ascii::ToLower(a) == ascii::ToLower(b); };
+  while (!secret.empty()) {
+    const auto at = std::search(shown.begin(), shown.end(), secret.begin(), secret.end(), same);
+    if (at == shown.end()) break;
+    shown.replace(at, at + static_cast<std::ptrdiff_t>(secret.size()), "***");
+  }
+  return shown;
+}
+
+}  // namespace
+
+std::string DateText(std::chrono::system_clock::time_point when) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(when);
   const auto day = std::chrono::floor<std::chrono::days>(seconds);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss time(seconds - day);
@@ -39,17 +59,16 @@ std::string UtcNow() {
   return text;
 }
 
-}  // namespace
-
-std::string LogLine(const LogEntry& entry, TavWSLogFormat format) {
+std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_view secret) {
+  const auto shown = [secret](std::string_view text) { return Escaped(Without(secret, text)); };
   char time[32];
   std::snprintf(time, sizeof time, "%.1f ms", static_cast<double>(entry.time.count()) / 1000.0);
-  std::string line = UtcNow();
+  std::string line = DateText(std::chrono::system_clock::now());
   if (format == TavWSLogLong) line += ' ' + entry.client;
-  line += ' ' + Escaped(entry.method) + ' ' + Escaped(entry.target) + ' ' +
+  line += ' ' + shown(entry.method) + ' ' + shown(PathOf(entry.target)) + ' ' +
           std::to_string(entry.status) + ' ' + time;
   if (format == TavWSLogLong) {
-    line += ' ' + std::to_string(entry.bytes) + " bytes \"" + Escaped(entry.agent) + '"';
+    line += ' ' + std::to_string(entry.bytes) + " bytes \"" + shown(entry.agent) + '"';
   }
   return line;
 }

@@ -23,7 +23,10 @@ struct LogEntry {
 
 // `2026-01-31T12:00:00Z POST /script 200 1.5 ms`; the long form adds client, length and program.
 // What the client has sent is escaped, so that it cannot forge lines or drive a terminal, and cut
-// where it is long. Neither the token nor a body is in it.
-std::string LogLine(const LogEntry& entry, TavWSLogFormat format);
+// where it is long. Neither `secret`, the token, nor what follows a path, nor a body is in it.
+std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_view secret);
+
+// `2026-01-31T12:00:00Z`.
+std::string DateText(std::chrono::system_clock::time_point when);
 
 }  // namespace script::service

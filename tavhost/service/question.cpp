@@ -7,8 +7,11 @@
 #include <tl/expected.hpp>
 #include <utility>
 
+#include "host/notation/kel_parser.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/string_of.h"
+#include "tavhost/notation/parser_access.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/queue.h"
 #include "tavhost/service/token.h"
@@ -21,26 +24,39 @@ using Clock = std::chrono::steady_clock;
 
 // How many questions are remembered, so that an answer that comes too late learns why.
 constexpr std::size_t kClosedQuestions = 100;
+// How long a client whose connection is gone has to come back with its answer: many programs take a
+// new connection for each request.
+constexpr auto kTimeToComeBack = std::chrono::seconds(2);
 
-Reply Refusal(unsigned status, const std::string& reason) { return {status, ErrorJson(reason)}; }
+// Whether a request is the command that stops the service and nothing else.
+bool IsServiceStop(const Job& job) {
+  constexpr std::size_t kLongest = 200;
+  if (job.order.kind != Order::Kind::kCommand || job.text.size() > kLongest) return false;
+  TavKelParser parser(base::StringOf(job.text));
+  return kel::ParserAccess::Parse(parser) && kel::ParserAccess::Count(parser) == 1 &&
+         parser.GetCurElemName() == "SERVICE" && parser.IsContained("stop") &&
+         !parser.IsContained("start");
+}
+
+Reply Refused(unsigned status, const std::string& reason) { return {status, ErrorJson(reason)}; }
 
 }  // namespace
 
 std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
   const std::lock_guard lock(mutex_);
-  if (job->question == openQuestion_ && !openQuestion_.empty()) {
+  if (job->order.question == openQuestion_ && !openQuestion_.empty()) {
     if (answer_) {
-      return Refusal(409, "another answer to the question is being looked at");
+      return Refused(409, "another answer to the question is being looked at");
     }
     answer_ = std::move(job);
     event_loop::WakeUp();
     return std::nullopt;
   }
-  const auto closed =
-      std::find_if(closedQuestions_.begin(), closedQuestions_.end(),
-                   [&job](const ClosedQuestion& question) { return question.id == job->question; });
+  const auto closed = std::find_if(
+      closedQuestions_.begin(), closedQuestions_.end(),
+      [&job](const ClosedQuestion& question) { return question.id == job->order.question; });
   if (closed != closedQuestions_.end()) return closed->refusal;
-  return Refusal(404, "there is no such question");
+  return Refused(404, "there is no such question");
 }
 
 // Waits in the event loop, as a dialog does, until an answer fits or none can come any more. The
@@ -55,73 +71,115 @@ void Queue::Ask(Question& question) {
     stop::Request(stop::Reason::kNoAnswer);
     throw stop::Stopped();
   }
-  const auto end = Clock::now() + running_->questionTime;
+  const auto begin = Clock::now();
   std::shared_ptr<Job> asked;
   {
     const std::lock_guard lock(mutex_);
     openQuestion_ = id;
-    questionEnd_ = end;
+    questionEnd_ = begin + running_->order.questionTime;
+    questionLeft_ = false;
     if (!closed_) asked.swap(waiter_);  // a service that ends takes no more answers
   }
-  if (asked) Send(asked, {200, std::move(*json)});
+  if (asked) Send(asked, {200, std::move(*json), running_->id, id});
   while (true) {
+    RunServiceStop();
     std::shared_ptr<Job> answer;
+    Clock::time_point nearest;
     {
       const std::lock_guard lock(mutex_);
       answer.swap(answer_);
+      nearest = questionEnd_;
       if (!answer) {
         notAnswered_ = WhyUnanswerable();
         if (!notAnswered_.empty()) {
-          CloseQuestion(Refusal(410, notAnswered_));
+          CloseQuestion(Refused(410, notAnswered_));
           break;
         }
       }
     }
     if (answer) {
-      if (Accept(question, answer)) return;
+      if (Accept(question, begin, answer)) return;
       continue;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(nearest - Clock::now());
     event_loop::WaitForEvents(static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0)));
     event_loop::ProcessEvents();
   }
   if (!stop::IsRequested()) {
-    report::Line("script service: " + notAnswered_);
+    if (!GetHostOptions().quiet) report::Line("script service: " + notAnswered_);
     stop::Request(stop::Reason::kNoAnswer);
   }
   throw stop::Stopped();
 }
 
-bool Queue::Accept(Question& question, const std::shared_ptr<Job>& answer) {
+void Queue::LeaveQuestion(const std::string& id) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (openQuestion_ != id || answer_) return;
+    const auto nearer = Clock::now() + kTimeToComeBack;
+    if (nearer >= questionEnd_) return;
+    questionLeft_ = true;
+    questionEnd_ = nearer;
+  }
+  event_loop::WakeUp();
+}
+
+void Queue::RunServiceStop() {
+  std::shared_ptr<Job> job;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = std::find_if(waiting_.begin(), waiting_.end(),
+                                    [](const auto& waits) { return IsServiceStop(*waits); });
+    if (found == waiting_.end()) return;
+    job = std::move(*found);
+    waiting_.erase(found);
+  }
+  stop::Reason reason = stop::Requested();
+  if (reason != stop::Reason::kNone) return Send(job, {200, ErrorJson("the service ends")});
+  Reply reply;
+  reply.json = RunCommand(*job, reason);
+  if (reason != stop::Reason::kNone) stop::Request(reason);  // it is for the whole program
+  Send(job, std::move(reply));
+}
+
+bool Queue::Accept(Question& question, Clock::time_point begin,
+                   const std::shared_ptr<Job>& answer) {
   if (answer->abandoned) {
     Send(answer, ClientLeft());
     return false;
   }
   if (const base::Result<void> fit = question.Take(answer->text); !fit) {
-    Send(answer, Refusal(400, fit.error().message));
+    // Whoever tries is the client now.
+    {
+      const std::lock_guard lock(mutex_);
+      questionEnd_ = begin + running_->order.questionTime;
+      questionLeft_ = false;
+    }
+    Reply refusal = Refused(400, fit.error().message);
+    refusal.question = openQuestion_;
+    Send(answer, std::move(refusal));
     return false;
   }
   std::shared_ptr<Job> second;
   {
     const std::lock_guard lock(mutex_);
     second.swap(answer_);
-    CloseQuestion(Refusal(409, "the question has been answered"));
+    CloseQuestion(Refused(409, "the question has been answered"));
     waiter_ = answer;
-    if (answer->abandoned) {
-      clientLeft_ = true;
-      stop::Request(stop::Reason::kUser);
-    }
+    if (answer->abandoned) CutShort(Cut::kClientLeft);
   }
-  Send(second, Refusal(409, "the question has been answered"));
+  Send(second, Refused(409, "the question has been answered"));
   return true;
 }
 
 std::string Queue::WhyUnanswerable() const {
   if (closed_) return "the service ended before the window was answered";
+  if (cut_ == Cut::kCancelled) return "the request was cancelled before the window was answered";
   if (stop::IsRequested()) return "the script was stopped before the window was answered";
   if (Clock::now() < questionEnd_) return "";
-  return "the window was not answered within " + std::to_string(running_->questionTime.count()) +
-         " seconds; the script was stopped";
+  if (questionLeft_) return "the client left before the window was answered";
+  return "the window was not answered within " +
+         std::to_string(running_->order.questionTime.count()) + " seconds; the script was stopped";
 }
 
 void Queue::CloseQuestion(Reply refusal) {

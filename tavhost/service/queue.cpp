@@ -1,6 +1,9 @@
 #include "tavhost/service/queue.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
 #include <new>
 #include <optional>
 #include <tl/expected.hpp>
@@ -8,6 +11,7 @@
 
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/string_of.h"
@@ -19,6 +23,7 @@
 #include "tavhost/script/runner.h"
 #include "tavhost/script/script_error.h"
 #include "tavhost/service/json.h"
+#include "tavhost/service/log.h"
 #include "tavhost/service/script_service.h"
 
 namespace script::service {
@@ -27,8 +32,62 @@ namespace {
 
 constexpr char kRequestName[] = "request";
 constexpr char kClientLeft[] = "the client left";
+constexpr char kCancelled[] = "the request was cancelled";
+constexpr char kServiceEnds[] = "the service ends";
+
+using Clock = std::chrono::steady_clock;
 
 Queue* runningQueue = nullptr;
+
+double SecondsSince(Clock::time_point begin) {
+  return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+std::string_view PathOf(const Order& order) {
+  return order.kind == Order::Kind::kScript ? "/script" : "/command";
+}
+
+// The folder in which every request begins: the one in which the service was started. Restored
+// behind a request that has left it.
+class WorkFolder {
+ public:
+  explicit WorkFolder(const std::filesystem::path& folder) : folder_(folder) {}
+  WorkFolder(const WorkFolder&) = delete;
+  WorkFolder& operator=(const WorkFolder&) = delete;
+  ~WorkFolder() {
+    std::error_code error;  // of a folder that is gone nothing can be said
+    if (std::filesystem::current_path(error) != folder_) {
+      std::filesystem::current_path(folder_, error);
+    }
+  }
+
+ private:
+  const std::filesystem::path& folder_;
+};
+
+// Where the only element of a text begins: behind blanks, ends of lines and comments.
+Ending::Place PlaceOfCommand(std::string_view text) {
+  std::uint32_t line = 1;
+  std::size_t lineBegin = 0;
+  std::size_t at = text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+  while (at < text.size()) {
+    if (text[at] == '#') at = std::min(text.find('\n', at), text.size() - 1);
+    if (text[at] == '\n') {
+      ++line;
+      lineBegin = at + 1;
+    } else if (!ascii::IsSpace(text[at]) && text[at] != ';') {
+      break;
+    }
+    ++at;
+  }
+  return {kRequestName, line, static_cast<std::uint32_t>(at - lineBegin + 1)};
+}
+
+std::string ShortNumber(double number) {
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%.15g", number);
+  return digits;
+}
 
 }  // namespace
 
@@ -49,10 +108,25 @@ void Send(const std::shared_ptr<Job>& job, Reply reply) {
   send(std::move(reply));
 }
 
+namespace {
+
+std::filesystem::path CurrentFolder() {
+  std::error_code error;  // one that is gone has no name; nothing is restored then
+  return std::filesystem::current_path(error);
+}
+
+}  // namespace
+
+Queue::Queue(std::size_t limit)
+    : limit_(limit), requestTime_(GetHostOptions().requestTime), folder_(CurrentFolder()) {}
+
 bool Queue::Add(std::shared_ptr<Job> job) {
+  auto& limit = job->order.timeLimit;
+  if (requestTime_ && (!limit || *limit > *requestTime_)) limit = requestTime_;
   const std::lock_guard lock(mutex_);
   if (closed_ || waiting_.size() >= limit_) return false;
   waiting_.push_back(std::move(job));
+  if (!openQuestion_.empty()) event_loop::WakeUp();  // it may be the end of the service
   if (!announced_) {
     announced_ = true;
     event_loop::Post(RunWaitingRequests);
@@ -71,8 +145,7 @@ void Queue::Abandon(Job& job) {
         std::find_if(waiting_.begin(), waiting_.end(),
                      [&job](const std::shared_ptr<Job>& other) { return other.get() == &job; });
     if (waiter_.get() == &job) {
-      clientLeft_ = true;
-      stop::Request(stop::Reason::kUser);
+      CutShort(Cut::kClientLeft);
     } else if (waits != waiting_.end()) {
       dropped = std::move(*waits);
       waiting_.erase(waits);
@@ -85,6 +158,61 @@ void Queue::Abandon(Job& job) {
   Send(dropped, ClientLeft());
 }
 
+// A stop that was asked for before is for the whole program, and stays so.
+void Queue::CutShort(Cut why) {
+  if (stop::IsRequested()) return;
+  cut_ = why;
+  stop::Request(stop::Reason::kUser);
+}
+
+bool Queue::Cancel(const std::string& id) {
+  std::shared_ptr<Job> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto waits =
+        std::find_if(waiting_.begin(), waiting_.end(),
+                     [&id](const std::shared_ptr<Job>& other) { return other->id == id; });
+    if (running_ && running_->id == id) {
+      CutShort(Cut::kCancelled);
+      return true;
+    }
+    if (waits == waiting_.end()) return false;
+    dropped = std::move(*waits);
+    waiting_.erase(waits);
+  }
+  Send(dropped, {200, ErrorJson(kCancelled)});
+  return true;
+}
+
+void Queue::CheckTime() {
+  const std::lock_guard lock(mutex_);
+  if (!running_ || !running_->order.timeLimit) return;
+  if (Clock::now() - begin_ >= *running_->order.timeLimit) CutShort(Cut::kTime);
+}
+
+bool Queue::IsBusy() const {
+  const std::lock_guard lock(mutex_);
+  return running_ || !waiting_.empty();
+}
+
+std::string Queue::StatusJson() const {
+  Status status;
+  {
+    const std::lock_guard lock(mutex_);
+    if (running_) {
+      status.running = {running_->id, PathOf(running_->order), SecondsSince(begin_)};
+      status.since = DateText(beginDate_);
+    }
+    if (!openQuestion_.empty()) {
+      status.question = {openQuestion_, -SecondsSince(questionEnd_)};
+    }
+    for (const std::shared_ptr<Job>& job : waiting_) {
+      status.waiting.push_back({job->id, PathOf(job->order), SecondsSince(job->arrival)});
+    }
+  }
+  return service::StatusJson(status);
+}
+
 void Queue::Close() {
   std::deque<std::shared_ptr<Job>> dropped;
   {
@@ -92,7 +220,7 @@ void Queue::Close() {
     closed_ = true;
     dropped.swap(waiting_);
   }
-  for (const auto& job : dropped) Send(job, {200, ErrorJson("the service ends")});
+  for (const auto& job : dropped) Send(job, {200, ErrorJson(kServiceEnds)});
   event_loop::WakeUp();
 }
 
@@ -108,6 +236,8 @@ void Queue::Run() {
       waiting_.pop_front();
       running_ = job;
       waiter_ = job;
+      begin_ = Clock::now();
+      beginDate_ = std::chrono::system_clock::now();
       announced_ = true;  // this loop takes what comes meanwhile
     }
     RunJob(job);
@@ -125,7 +255,10 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
   stop::Reason reason = stop::Reason::kNone;
   Reply reply;
   try {
-    reply.json = job->kind == Job::Kind::kScript ? RunScript(reason) : RunCommand(reason);
+    const WorkFolder folder(folder_);
+    if (const auto& prepare = GetHostOptions().prepare) prepare();
+    reply.json =
+        job->order.kind == Order::Kind::kScript ? RunScript(reason) : RunCommand(*job, reason);
   } catch (const std::bad_alloc&) {
     const memory_reserve::Use reserve;
     reply.json = ErrorJson("out of memory");
@@ -135,6 +268,7 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     const memory_reserve::Use reserve;  // is set aside again behind it, if it was taken
     kel::Scope::Of(*TavScript::GlobalVars()).Clear();
     output_ = {};
+    reply.request = job->id;
   }
   SetServingRequest(false);
   runningQueue = nullptr;
@@ -143,9 +277,9 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     const std::lock_guard lock(mutex_);
     running_.reset();
     waiter.swap(waiter_);
-    // A stop because the client left was meant for this request alone. Any other one is for the
-    // whole program and is asked for again, since running the script has used it up.
-    if (std::exchange(clientLeft_, false)) {
+    // A stop that was meant for this request alone ends with it. Any other one is for the whole
+    // program and is asked for again, since running the script has used it up.
+    if (std::exchange(cut_, Cut::kNone) != Cut::kNone) {
       stop::Clear();
     } else if (reason != stop::Reason::kNone && reason != stop::Reason::kNoAnswer) {
       stop::Request(reason);
@@ -154,10 +288,34 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
   Send(waiter, std::move(reply));
 }
 
-std::string Queue::StoppedText() const {
-  if (!notAnswered_.empty()) return notAnswered_;
-  const std::lock_guard lock(mutex_);
-  return clientLeft_ ? kClientLeft : "the script was stopped";
+std::string Queue::StoppedText(stop::Reason reason, std::uint32_t line) const {
+  const std::string stopped =
+      "the script was stopped" + (line > 0 ? " at line " + std::to_string(line) : std::string());
+  {
+    const std::lock_guard lock(mutex_);
+    switch (cut_) {
+      case Cut::kClientLeft:
+        return notAnswered_.empty() ? kClientLeft : notAnswered_;
+      case Cut::kCancelled:
+        return kCancelled;
+      case Cut::kTime: {
+        const std::chrono::duration<double> limit = *running_->order.timeLimit;
+        return stopped + ": its time limit of " + ShortNumber(limit.count()) + " s is over";
+      }
+      case Cut::kNone:
+        break;
+    }
+  }
+  switch (reason) {
+    case stop::Reason::kTimeout:
+      return stopped + ": the time limit of the whole service is over";
+    case stop::Reason::kNoAnswer:
+      return notAnswered_.empty() ? stopped + ": a window was not answered" : notAnswered_;
+    case stop::Reason::kTerminate:
+      return stopped + ": the service was told to end";
+    default:
+      return notAnswered_.empty() ? stopped + ": the service was interrupted" : notAnswered_;
+  }
 }
 
 // A script may catch the error and go on; its reply is an error all the same.
@@ -169,75 +327,92 @@ void Queue::Print(std::string_view text) {
   output_ += text;
 }
 
+void Queue::Describe(const Outcome& outcome, Ending& ending) const {
+  const Diagnostic& at = outcome.error;
+  if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
+    ending.error = at.file + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) +
+                   ": error: " + at.message;
+    ending.at = {at.file, at.line, at.column, outcome.command};
+  } else if (outcome.exitType == TavScriptExitStop) {
+    ending.error = StoppedText(outcome.stopReason, at.line);
+    if (at.line > 0) ending.at = {at.file, at.line, 0};
+  } else if (outcome.exitType == TavScriptExitCode) {
+    ending.exit = outcome.code;
+  }
+}
+
+// What the request has left open is closed before its reply says that all went well.
+void Queue::Release(bool cutShort, Ending& ending) {
+  const auto& release = GetHostOptions().release;
+  if (!release) return;
+  const std::string mistake = release(cutShort);
+  if (!ending.error && !mistake.empty()) ending.error = mistake;
+}
+
 std::string Queue::RunScript(stop::Reason& reason) {
   RunOptions options;
   options.name = kRequestName;
   options.sinks.print = [this](std::string_view text) { Print(text); };
   const Outcome outcome = RunText(base::StringOf(running_->text), options);
-  std::string error;
-  bool failed = true;
-  if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
-    const Diagnostic& at = outcome.error;
-    error = at.file + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) +
-            ": error: " + at.message;
-    // Nothing ran: the variables that stand there are those of the script before.
-    if (!outcome.parsed) return ErrorJson(error);
-  } else if (outcome.exitType == TavScriptExitStop) {
-    reason = outcome.stopReason;
-    error = StoppedText();
-    if (reason == stop::Reason::kTimeout) {
-      error += " at line " + std::to_string(outcome.error.line) +
-               ": the time limit of the whole service is over";
-    }
-  } else {
-    failed = false;
-  }
-  if (isTooLong_) return ErrorJson(failed ? error : TooLongText());
+  Ending ending;
+  Describe(outcome, ending);
+  // Nothing ran: the variables that stand there are those of the script before.
+  if (!outcome.parsed) return ErrorJson(*ending.error, ending.at);
+  if (outcome.exitType == TavScriptExitStop) reason = outcome.stopReason;
+  Release(ending.error.has_value(), ending);
+  if (isTooLong_) return ErrorJson(ending.error ? *ending.error : TooLongText(), ending.at);
   try {
-    std::optional<std::string> reply =
-        ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_, failed ? &error : nullptr,
-                  GetHostOptions().replyLimit);
+    std::optional<std::string> reply = ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_,
+                                                 ending, GetHostOptions().replyLimit);
     return reply ? std::move(*reply) : ErrorJson(TooLongText());
   } catch (const std::bad_alloc&) {  // the variables have taken it all
-    if (!failed) throw;
+    if (!ending.error) throw;
     const memory_reserve::Use reserve;
-    return ErrorJson(error);
+    return ErrorJson(*ending.error, ending.at);
   }
 }
 
-std::string Queue::RunCommand(stop::Reason& reason) {
-  TavKelParser parser(base::StringOf(running_->text));
+std::string Queue::RunCommand(const Job& job, stop::Reason& reason) {
+  TavKelParser parser(base::StringOf(job.text));
   if (const base::Result<void> parsed = kel::ParserAccess::Parse(parser); !parsed) {
     const base::Error& mistake = parsed.error();
     return ErrorJson(std::to_string(mistake.line) + ':' + std::to_string(mistake.column) + ": " +
-                     mistake.message);
+                         mistake.message,
+                     Ending::Place{kRequestName, mistake.line, mistake.column});
   }
   if (kel::ParserAccess::Count(parser) != 1) return ErrorJson("a request takes one command");
   TavKelValue variables(TavKelRecord);
   TavScriptResult result(&variables);
   const std::string name(parser.GetCurElemName().View());
   kel::TakeAllocationRefused();  // what was refused before is nothing of this command's
-  std::string error;
+  Ending ending;
   try {
     if (!ScriptPort::TavScript().Handle(name.c_str(), parser, result)) {
-      error = UnknownCommandText(TavMessagePort::TavScript(), name);
+      ending.error = UnknownCommandText(TavMessagePort::TavScript(), name);
     } else if (result.HasError()) {
-      error = std::string(result.GetError().View());
+      ending.error = std::string(result.GetError().View());
     }
   } catch (const stop::Stopped&) {
-    error = StoppedText();
+    ending.error = StoppedText(stop::Requested(), 0);
   } catch (const std::bad_alloc&) {
     const memory_reserve::Use reserve;
-    error = name + ": out of memory";
+    ending.error = name + ": out of memory";
   } catch (const std::exception& failure) {
-    error = name + ": " + failure.what();
+    ending.error = name + ": " + failure.what();
+  }
+  if (ending.error) {
+    const memory_reserve::Use reserve;
+    ending.at = PlaceOfCommand(job.text);
+    ending.at->command = name;
   }
   // No runner of scripts is around a single command that would take the stop away.
   reason = stop::Requested();
   stop::Clear();
-  if (kel::TakeAllocationRefused()) throw std::bad_alloc();
-  std::optional<std::string> reply = ReplyJson(
-      kel::Value::Of(variables), "", error.empty() ? nullptr : &error, GetHostOptions().replyLimit);
+  const bool wasRefused = kel::TakeAllocationRefused();
+  if (&job == running_.get()) Release(ending.error.has_value() || wasRefused, ending);
+  if (wasRefused) throw std::bad_alloc();
+  std::optional<std::string> reply =
+      ReplyJson(kel::Value::Of(variables), "", ending, GetHostOptions().replyLimit);
   return reply ? std::move(*reply) : ErrorJson(TooLongText());
 }
 

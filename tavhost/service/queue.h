@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,9 @@
 #include <string_view>
 
 #include "tavhost/base/stop.h"
+#include "tavhost/script/runner.h"
+#include "tavhost/service/json.h"
+#include "tavhost/service/request_check.h"
 #include "tavhost/service/script_service.h"
 
 // The requests of the script service on their way from the server's thread to the user-interface
@@ -21,16 +25,15 @@ namespace script::service {
 struct Reply {
   unsigned status = 200;
   std::string json;
+  std::string request{};   // the id of the one that it belongs to; empty: of the one it answers
+  std::string question{};  // the id of the one that it asks
 };
 
 struct Job {
-  enum class Kind { kScript, kCommand, kAnswer };
-
-  Kind kind = Kind::kScript;
+  std::string id;
+  Order order;
   std::string text;
-  std::string question;  // the id of the one that is answered
-  // How long its client may take to answer a window; zero: it does not answer them.
-  std::chrono::seconds questionTime{0};
+  std::chrono::steady_clock::time_point arrival;
   // Sends the reply. It keeps the connection alive until it is called, once, by whoever has the job
   // at that time; from any thread.
   std::function<void(Reply)> reply;
@@ -51,7 +54,7 @@ std::string TooLongText();
 // First come, first served; one job at a time, and none while a script waits for something.
 class Queue {
  public:
-  explicit Queue(std::size_t limit) : limit_(limit) {}
+  explicit Queue(std::size_t limit);
 
   // From any thread. False when the queue is full.
   bool Add(std::shared_ptr<Job> job);
@@ -61,6 +64,17 @@ class Queue {
   // From any thread: nobody waits for the job's reply any more. It leaves the queue at once, or the
   // script that was to give the reply is stopped.
   void Abandon(Job& job);
+  // From any thread: the client of the question has closed its connection without having said that
+  // it would. Unless it comes back with the answer at once, its script is stopped.
+  void LeaveQuestion(const std::string& id);
+  // From any thread: the request with this id, waiting or running, ends with an error. False when
+  // there is none.
+  bool Cancel(const std::string& id);
+  // From any thread: what runs and what waits, as the JSON of a reply.
+  std::string StatusJson() const;
+  // From any thread, several times a second while something runs: stops what has had its time.
+  void CheckTime();
+  bool IsBusy() const;  // from any thread: something runs or waits
   // Drops what waits; the replies say that the service ends.
   void Close();
 
@@ -71,9 +85,11 @@ class Queue {
   // The queue whose job runs; null when none does.
   static Queue* Running();
   bool IsRunning() const { return running_ != nullptr; }
-  bool AsksClient() const { return running_->questionTime.count() > 0; }
+  bool AsksClient() const { return running_->order.questionTime.count() > 0; }
   // See AskClient.
   void Ask(Question& question);
+  // See TellUnanswered.
+  void TellUnanswered(const std::string& reason) { notAnswered_ = reason; }
 
  private:
   struct ClosedQuestion {
@@ -81,31 +97,46 @@ class Queue {
     Reply refusal;  // what a late answer gets
   };
 
+  // Why the running job was stopped, when the stop is meant for it alone.
+  enum class Cut { kNone, kClientLeft, kCancelled, kTime };
+
   void RunJob(const std::shared_ptr<Job>& job);
   // Each returns the reply's JSON.
   std::string RunScript(stop::Reason& reason);
-  std::string RunCommand(stop::Reason& reason);
+  std::string RunCommand(const Job& job, stop::Reason& reason);
   void Print(std::string_view text);
-  std::string StoppedText() const;
-  // Whether the answer fits; the question is closed then.
-  bool Accept(Question& question, const std::shared_ptr<Job>& answer);
+  // `line` is that of the script; 0: it is not known.
+  std::string StoppedText(stop::Reason reason, std::uint32_t line) const;
+  void Describe(const Outcome& outcome, Ending& ending) const;
+  static void Release(bool cutShort, Ending& ending);
+  void CutShort(Cut why);  // with the lock held
+  // While a question is open: carries out what waits if it is the command that stops the service.
+  void RunServiceStop();
+  // Whether the answer fits; the question, open since `begin`, is closed then.
+  bool Accept(Question& question, std::chrono::steady_clock::time_point begin,
+              const std::shared_ptr<Job>& answer);
   // With the lock held: why the open question cannot be answered any more; empty when it can.
   std::string WhyUnanswerable() const;
   void CloseQuestion(Reply refusal);
 
   const std::size_t limit_;
+  const std::optional<std::chrono::milliseconds> requestTime_;  // of each job
+  const std::filesystem::path folder_;  // the current one when the service began
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<Job>> waiting_;
   std::shared_ptr<Job> running_;
   // The job whose client gets the next reply: at first the running job itself, after a question the
   // job that brought the answer. Null while a question is open, when no client waits.
   std::shared_ptr<Job> waiter_;
-  bool clientLeft_ = false;   // the running job was stopped because nobody waited for it
-  std::string notAnswered_;   // why it was stopped, when that was a question
+  std::chrono::steady_clock::time_point begin_;  // of the running job
+  std::chrono::system_clock::time_point beginDate_;
+  Cut cut_ = Cut::kNone;
+  std::string notAnswered_;   // why it was stopped, when that was a window
   std::string output_;        // what it has printed
   bool isTooLong_ = false;    // it printed more than a reply takes
   std::string openQuestion_;  // an id; empty: none is open
   std::chrono::steady_clock::time_point questionEnd_;
+  bool questionLeft_ = false;                   // by its client: the end has come nearer
   std::shared_ptr<Job> answer_;                 // to the open question, not yet looked at
   std::deque<ClosedQuestion> closedQuestions_;  // the latest, for answers that come late
   bool announced_ = false;                      // the user-interface thread knows that jobs wait

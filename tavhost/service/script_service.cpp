@@ -40,13 +40,19 @@ std::function<void(const std::string&)> logField;
 std::unique_ptr<Service> running;
 std::vector<std::unique_ptr<Service>> ending;  // stopped, with replies still under way
 
-void Report(int port, const std::string& reason) {
-  report::Line("script service: port " + std::to_string(port) + ": " + reason);
+// Always false, for those who do not start.
+bool Refused(int port, const std::string& reason) {
+  const std::string where =
+      hostOptions.listensOnPort ? "port " + std::to_string(port) + ": " : std::string();
+  report::Line("script service: " + where + reason);
+  return false;
 }
 
-std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type) {
-  return [format, type](const LogEntry& entry) {
-    const std::string line = LogLine(entry, format) + '\n';
+std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type,
+                                            const std::string& token) {
+  if (hostOptions.quiet) return {};
+  return [format, type, token](const LogEntry& entry) {
+    const std::string line = LogLine(entry, format, token) + '\n';
     if (type == TavWSLogTextField) {
       event_loop::Post([line] {
         if (logField) {
@@ -70,40 +76,50 @@ void ForgetEnded() {
 bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType type) {
   ForgetEnded();
   if (running) {
-    Report(port, "the service runs already, on port " + std::to_string(running->server->Port()));
-    return false;
+    return Refused(port,
+                   "the service runs already, on port " + std::to_string(running->server->Port()));
   }
   if (port < 0 || port > 65535) {
-    Report(port, "there is no such port");
-    return false;
+    return Refused(port, "there is no such port");
   }
   report::NeverWait();  // a log that nobody reads must not hold up the service
   auto service =
       std::make_unique<Service>(static_cast<std::size_t>(std::max(backlog, 1)), NewToken());
+  if (!hostOptions.tokenFile.empty()) {
+    base::Result<TokenFile> file = TokenFile::WriteOrRead(service->token, hostOptions.tokenFile);
+    if (!file) return Refused(port, file.error().message);
+    service->file = std::move(*file);
+  }
   ServerOptions options;
   options.port = static_cast<std::uint16_t>(port);
   options.backlog = backlog;
   options.token = service->token;
+  options.inherited = hostOptions.inherited;
+  options.socket = hostOptions.socket;
+  options.listensOnPort = hostOptions.listensOnPort;
   options.addresses = hostOptions.addresses;
   if (options.addresses.empty()) {
     options.addresses = {kUsualAddress};
     options.optionalAddress = "::1";
   }
   options.queue = &service->queue;
-  options.log = Logger(format, type);
+  options.log = Logger(format, type, service->token);
   base::Result<std::unique_ptr<Server>> server = Server::Start(std::move(options));
-  if (!server) {
-    Report(port, server.error().message);
-    return false;
-  }
+  if (!server) return Refused(port, server.error().message);
   service->server = std::move(*server);
-  service->file = TokenFile::Write(service->token, service->server->Port());
   if (!service->file) {
-    Report(port, "the token file cannot be written");
-    return false;
+    base::Result<TokenFile> file = TokenFile::Write(service->token, service->server->Port());
+    if (!file) return Refused(port, file.error().message);
+    service->file = std::move(*file);
   }
   running = std::move(service);
   return true;
+}
+
+// Where any port would do, whoever started the service learns here which one it has.
+void TellPort() {
+  report::Line("script service: listening on http://127.0.0.1:" +
+               std::to_string(running->server->Port()) + ", token file: " + running->file->Path());
 }
 
 bool StopService() {
@@ -163,12 +179,16 @@ void RunWaitingRequests() {
 
 void ServeUntilStopped() {
   constexpr std::uint32_t kLongWait = 60000;  // whatever comes wakes it up
-  while (running && !stop::IsRequested()) {
+  while (running && !stop::IsRequested() && report::OutputError() == 0) {
     RunWaitingRequests();
     if (!running || stop::IsRequested()) break;
     event_loop::WaitForEvents(kLongWait);
     event_loop::ProcessEvents();
   }
+}
+
+void TellUnanswered(const std::string& reason) {
+  if (Queue* const queue = Queue::Running()) queue->TellUnanswered(reason);
 }
 
 bool AsksClient() {
@@ -200,7 +220,9 @@ bool TavScriptService::Start(int port, int backlog, TavWSLogFormat format, TavWS
   trace::Call call("TavScriptService::Start", port, backlog, format, type, trace::Object{logger},
                    unused);
   if (dry_run::IsOn()) return call.Result(script::service::PlanToStart(port));
-  return call.Result(script::service::StartService(port, backlog, format, type));
+  const bool hasStarted = script::service::StartService(port, backlog, format, type);
+  if (hasStarted && port == 0) script::service::TellPort();
+  return call.Result(hasStarted);
 }
 
 bool TavScriptService::Stop() {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,17 @@ struct HostOptions {
   bool allowCrash = false;  // whether requests may end the process by CRASH
   // Bytes of one reply. What a request prints and leaves in variables has to fit in it.
   std::size_t replyLimit = kReplyLimit;
+  // What each request may take; a client can ask for less. Empty: as long as it likes.
+  std::optional<std::chrono::milliseconds> requestTime;
+  bool quiet = false;  // no log
+  std::string socket;  // the path of a socket in the file system to listen on
+  bool listensOnPort = true;
+  std::vector<int> inherited;     // sockets that listen already, from whoever started the program
+  std::string tokenFile;          // empty: one in the user's own folder, named by the port
+  std::function<void()> prepare;  // called before each request
+  // Called behind each request: releases what it has left behind. `cutShort`: it did not come to
+  // its end. Returns what went wrong, for the client.
+  std::function<std::string(bool cutShort)> release;
 };
 
 const HostOptions& GetHostOptions();
@@ -54,6 +67,10 @@ class Question {
   // fit, the window is as it was.
   virtual base::Result<void> Take(const std::string& answer) = 0;
 };
+
+// A window of the request that runs has no answer: the words that its client is told. The script is
+// being stopped.
+void TellUnanswered(const std::string& reason);
 
 // Whether the client of the request that runs answers its windows.
 bool AsksClient();

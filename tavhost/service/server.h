@@ -12,6 +12,8 @@
 
 namespace script::service {
 
+struct ServerState;
+
 // Where the service listens when the host names no address.
 inline constexpr const char* kUsualAddress = "127.0.0.1";
 
@@ -19,10 +21,13 @@ struct ServerOptions {
   std::uint16_t port = 0;  // 0: any free one
   int backlog = 100;
   std::string token;
-  std::vector<std::string> addresses;        // the machine must have each
-  std::string optionalAddress;               // passed over where the machine does not have it
-  Queue* queue = nullptr;                    // outlives the server
-  std::function<void(const LogEntry&)> log;  // called on the server's thread
+  std::vector<std::string> addresses;  // the machine must have each
+  std::string optionalAddress;         // passed over where the machine does not have it
+  bool listensOnPort = true;
+  std::string socket;          // a path in the file system to listen on too; empty: none
+  std::vector<int> inherited;  // sockets that listen already, from whoever started the program
+  Queue* queue = nullptr;      // outlives the server
+  std::function<void(const LogEntry&)> log;  // called on the server's thread; empty: no log
 };
 
 // The sockets of the script service, on a thread of their own. Requests that pass all checks go
@@ -43,13 +48,9 @@ class Server {
   void Abort();
 
  private:
-  class Listener;
-  class Session;
-  struct State;
+  explicit Server(std::unique_ptr<ServerState> state);
 
-  explicit Server(std::unique_ptr<State> state);
-
-  std::unique_ptr<State> state_;
+  std::unique_ptr<ServerState> state_;
 };
 
 }  // namespace script::service

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace script::service {
@@ -11,5 +12,14 @@ bool PortsOutliveTheirSockets();
 
 // Programs that this one starts do not get the socket: they would hold its port, or its client.
 void KeepFromChildren(std::uintptr_t socket);
+
+// Has the system find out when the other side of a connection is gone without a word.
+void FindOutWhoIsGone(std::uintptr_t socket);
+// Whether the system knows that nothing sent on the connection arrives any more. Where it does not
+// tell, the next attempt to send will.
+bool HasFailed(std::uintptr_t socket);
+
+// Lets the program have so many descriptors, if it may; returns how many it can have.
+std::size_t AllowDescriptors(std::size_t count);
 
 }  // namespace script::service

@@ -1,10 +1,24 @@
 #include "tavhost/service/token.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <random>
+#include <system_error>
+#include <tl/expected.hpp>
+
+#include "tavhost/base/ascii.h"
+#include "tavhost/base/file_text.h"
 
 namespace script::service {
+
+namespace {
+
+constexpr std::size_t kLeastToken = 32;
+constexpr std::size_t kMostToken = 256;
+
+}  // namespace
 
 std::string NewToken() {
   std::random_device random;  // the system's own source
@@ -18,7 +32,7 @@ std::string NewToken() {
 }
 
 bool IsEqualInConstantTime(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;  // every token is as long as every other
+  if (a.size() != b.size()) return false;  // how long a token is, is no secret
   volatile unsigned difference = 0;
   for (std::size_t i = 0; i < a.size(); ++i) {
     difference = difference | static_cast<unsigned char>(a[i] ^ b[i]);
@@ -26,17 +40,43 @@ bool IsEqualInConstantTime(std::string_view a, std::string_view b) {
   return difference == 0;
 }
 
-std::optional<TokenFile> TokenFile::Write(const std::string& token, int port) {
+TokenFile::TokenFile(std::string path, bool isOurs) : path_(std::move(path)) {
+  if (isOurs) leftover_.emplace(path_);
+}
+
+base::Result<TokenFile> TokenFile::Write(const std::string& token, int port) {
   const std::string folder = PrivateFolder();
-  if (folder.empty()) return std::nullopt;
   const std::string path = folder + "/token-" + std::to_string(port);
+  if (folder.empty()) return base::Failure("the token file cannot be written");
   std::remove(path.c_str());  // left behind by a service that was killed
-  if (!WritePrivateFile(path, token + '\n')) return std::nullopt;
-  return TokenFile(path);
+  if (!WritePrivateFile(path, token + '\n')) {
+    return base::Failure("the token file cannot be written");
+  }
+  return TokenFile(path, true);
+}
+
+base::Result<TokenFile> TokenFile::WriteOrRead(std::string& token, const std::string& path) {
+  base::Result<std::string> text = base::ReadFileText(path);
+  if (!text) {
+    if (WritePrivateFile(path, token + '\n')) return TokenFile(path, true);
+    return base::Failure("the token file " + path +
+                         " cannot be written: " + std::generic_category().message(errno));
+  }
+  if (!IsPrivateFile(path)) {
+    return base::Failure("the token file " + path + " can be read by others");
+  }
+  while (!text->empty() && ascii::IsSpace(text->back())) text->pop_back();
+  const bool isToken = text->size() >= kLeastToken && text->size() <= kMostToken &&
+                       std::all_of(text->begin(), text->end(), ascii::IsLetterOrDigit<char>);
+  if (!isToken) {
+    return base::Failure("the token file " + path + " does not hold 32 to 256 letters and digits");
+  }
+  token = std::move(*text);
+  return TokenFile(path, false);
 }
 
 TokenFile::~TokenFile() {
-  if (!path_.empty()) std::remove(path_.c_str());
+  if (leftover_ && !path_.empty()) std::remove(path_.c_str());
 }
 
 }  // namespace script::service

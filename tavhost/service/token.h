@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tavhost/base/leftover_file.h"
+#include "tavhost/base/result.h"
 
 namespace script::service {
 
@@ -19,10 +20,14 @@ bool IsEqualInConstantTime(std::string_view a, std::string_view b);
 // with the object, and when the program ends without that.
 class TokenFile {
  public:
-  // Named by the port. Empty when the file cannot be written.
-  static std::optional<TokenFile> Write(const std::string& token, int port);
+  // In the user's own folder, named by the port.
+  static base::Result<TokenFile> Write(const std::string& token, int port);
+  // At a path that somebody has chosen, which may have been there before: then its token counts,
+  // which is put in the place of `token`, and the file stays.
+  static base::Result<TokenFile> WriteOrRead(std::string& token, const std::string& path);
   TokenFile(TokenFile&& other) noexcept
-      : path_(std::exchange(other.path_, {})), leftover_(std::move(other.leftover_)) {}
+      : path_(std::exchange(other.path_, {})),
+        leftover_(std::exchange(other.leftover_, std::nullopt)) {}
   TokenFile& operator=(TokenFile&& other) noexcept {
     std::swap(path_, other.path_);
     std::swap(leftover_, other.leftover_);
@@ -33,15 +38,17 @@ class TokenFile {
   const std::string& Path() const { return path_; }
 
  private:
-  explicit TokenFile(std::string path) : path_(std::move(path)), leftover_(path_) {}
+  TokenFile(std::string path, bool isOurs);
 
   std::string path_;
-  LeftoverFile leftover_;
+  std::optional<LeftoverFile> leftover_;  // none: it was there before
 };
 
 // Platform part. The folder for such files, made if need be; empty when there is none.
 std::string PrivateFolder();
 // Makes a new file that only its owner can read; false when it cannot be made.
 bool WritePrivateFile(const std::string& path, std::string_view contents);
+// Whether it is a file that nobody but this user can read, as far as the system tells.
+bool IsPrivateFile(const std::string& path);
 
 }  // namespace script::service

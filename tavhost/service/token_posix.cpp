@@ -35,4 +35,9 @@ bool WritePrivateFile(const std::string& path, std::string_view contents) {
   return close(file) == 0 && written;
 }
 
+bool IsPrivateFile(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & 077) == 0;
+}
+
 }  // namespace script::service

@@ -28,4 +28,10 @@ bool WritePrivateFile(const std::string& path, std::string_view contents) {
   return CloseHandle(file) && written;
 }
 
+// The access list of the folder decides; who chooses the path chooses that.
+bool IsPrivateFile(const std::string& path) {
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 }  // namespace script::service

@@ -29,6 +29,9 @@ import sanitizers  # noqa: E402
 import waiting  # noqa: E402
 import wine  # noqa: E402
 
+# What a reply holds beside the variables when all went well and nothing was printed.
+WELL = {"output": "", "error": None, "exit": None, "errorAt": None}
+
 program = []
 on_windows = False
 soak_seconds = 60
@@ -105,8 +108,8 @@ class Service:
         match = re.match(rb"HTTP/1\.1 (\d+) ", reply)
         return int(match.group(1)) if match else None
 
-    def head(self, path="/command", method="POST", token=None, host=None, extra=()):
-        lines = [f"{method} {path} HTTP/1.1", f"Host: {host or f'127.0.0.1:{self.port}'}",
+    def head(self, path="/command", method="POST", token=None, host=None, extra=(), version="1.1"):
+        lines = [f"{method} {path} HTTP/{version}", f"Host: {host or f'127.0.0.1:{self.port}'}",
                  f"X-Tavhost-Token: {token or self.token}", *extra]
         return ("\r\n".join(lines) + "\r\n").encode("latin-1")
 
@@ -145,7 +148,7 @@ class Requests(Case):
     def test_command(self):
         status, reply = self.service.post("/command", "GET_DISPLAY_SIZE")
         self.assertEqual(status, 200)
-        self.assertEqual(reply, {"variables": {"w": 1920, "h": 1080}, "output": "", "error": None})
+        self.assertEqual(reply, {"variables": {"w": 1920, "h": 1080}, **WELL})
 
     def test_script(self):
         text = 'x = 1 + 1\nr = (a: "é", b: (1, 2.5, ()))\nprint "hello", x\n'
@@ -181,17 +184,23 @@ class Requests(Case):
         self.assertEqual((reply["variables"], reply["output"]), ({}, ""))
         self.assertTrue(reply["error"].startswith("request:1:8: error: "), reply["error"])
 
-    def test_the_open_file_outlives_its_script(self):
+    def test_each_begins_without_an_open_file(self):
         first = self.service.post(
-            "/script", 'GET_TEMP_FILENAME\nFWRITE open file:(filename)\nFWRITE text:"one "')[1]
+            "/script", 'GET_TEMP_FILENAME\nFWRITE open file:(filename)\nFWRITE text:"one"')[1]
         self.assertEqual((first["error"], first["variables"]["ecode"]), (None, 0))
-        self.service.post("/script", "x = 1")
         name = json.dumps(first["variables"]["filename"])
         second = self.service.post(
-            "/script", f'FWRITE text:"two"\nw = written\nFWRITE close\na = ecode\nFWRITE close\n'
-                       f'b = ecode\nFREAD file:{name}\nFDELETE file:{name}')[1]["variables"]
-        self.assertEqual([second[key] for key in ("w", "a", "b", "text", "ecode")],
-                         [3, 0, 1, "one two", 1])
+            "/script", f'FREAD file:{name}\nFWRITE close\na = ecode\nFWRITE file:{name} text:"two"\n'
+                       f'b = ecode\nFDELETE file:{name}')[1]["variables"]
+        self.assertEqual([second[key] for key in ("text", "a", "b")], ["one", 1, 0])
+
+    def test_each_begins_in_the_folder_of_the_service(self):
+        before = self.service.post("/command", "GET_CWD")[1]["variables"]
+        with tempfile.TemporaryDirectory() as folder:
+            if not on_windows:
+                self.service.post("/script", f'SET_CWD path:"{folder}"\nGET_CWD\nprint path')
+        self.service.post("/script", 'SET_CWD path:".."\nx = missing')
+        self.assertEqual(self.service.post("/command", "GET_CWD")[1]["variables"], before)
 
     def test_invalid_utf8_is_replaced(self):
         reply = self.service.post("/script", b'print "a\\xffb"')[1]
@@ -303,12 +312,15 @@ class Protection(Case):
             self.assertEqual(self.status(self.request(extra=["Origin: " + bad])), 403, bad)
         own = f"http://127.0.0.1:{self.service.port}"
         self.assertEqual(self.status(self.request(extra=["Origin: " + own])), 200)
+        self.assertEqual(self.status(self.request(extra=["Origin: " + own] * 2)), 403)
 
     def test_methods_and_paths(self):
         for method in ["GET", "PUT", "DELETE", "OPTIONS", "HEAD", "BREW"]:
             self.assertEqual(self.status(self.request(method=method)), 405, method)
         for path in ["/", "/other", "/script/", "/command?x"]:
             self.assertEqual(self.status(self.request(path=path)), 404, path)
+        self.assertEqual(self.status(self.request(path="/status")), 405)
+        self.assertEqual(self.status(self.request(path="/cancel", method="GET")), 405)
 
     def test_too_long(self):
         limit = 8 * 1024 * 1024
@@ -331,7 +343,11 @@ class Protection(Case):
         self.assertAlive()
 
     def test_header_limits(self):
-        self.assertEqual(self.status(self.request(extra=["X-Filler: " + "x" * 20000])), 431)
+        limit = 16 * 1024
+        room = limit - len(self.request(b"", extra=["X-Filler: "]))
+        for size, status in ((room, 200), (room + 1, 431), (20000, 431)):
+            extra = ["X-Filler: " + "x" * size]
+            self.assertEqual(self.status(self.request(b"", extra=extra)), status)
         many = [f"X-{i}: y" for i in range(101)]
         self.assertEqual(self.status(self.request(extra=many)), 431)
         self.assertEqual(self.status(self.request(extra=many[:90])), 200)
@@ -344,7 +360,7 @@ class Protection(Case):
                       ["Transfer-Encoding: chunked, identity"], ["Transfer-Encoding: xchunked"],
                       ["Transfer-Encoding: chunked", "Transfer-Encoding: chunked"],
                       ["Content-Length: -1"], ["Content-Length: 1x"], ["Content-Length: +16"],
-                      ["Transfer-Encoding : chunked"], ["Bad\x00Name: 1", length]]:
+                      ["Transfer-Encoding : chunked"], ["X-Folded: a", " b", length], ["Bad\x00Name: 1", length]]:
             with self.subTest(extra):
                 request = self.service.head(extra=extra) + b"\r\n" + body
                 self.assertIn(self.status(request), (400, None))
@@ -500,8 +516,8 @@ class Limits(unittest.TestCase):
         self.assertEqual(self.run_script("print 1")["output"], "1\n")
 
     def test_a_reply_that_just_fits(self):
-        empty = len(json.dumps({"variables": {"n": 1000000, "t": "", "args": []}, "output": "\n",
-                                "error": None}, separators=(",", ":")))
+        empty = len(json.dumps({"variables": {"n": 1000000, "t": "", "args": []}, **WELL,
+                                "output": "\n"}, separators=(",", ":")))
         grow = 't = "x"\nwhile len(t) < n { t = t + t }\nt = slice(t, 0, n)\nprint "" '
         for size, fits in ((self.LIMIT - empty, True), (self.LIMIT - empty + 1, False)):
             self.assertEqual(len(str(size)), 7)
@@ -622,7 +638,7 @@ class Order(unittest.TestCase):
 
     def test_stop_from_a_request(self):
         reply = self.service.post("/command", "SERVICE stop")[1]
-        self.assertEqual(reply, {"variables": {"ecode": 0}, "output": "", "error": None})
+        self.assertEqual(reply, {"variables": {"ecode": 0}, **WELL})
         self.assertEqual(self.service.process.wait(timeout=5), 0)
         self.assertFalse(os.path.exists(self.service.token_path))
 
@@ -684,7 +700,7 @@ class Dialogs(Case):
     def test_message_box(self):
         reply = self.ask('print "before"\nQUERYBOX "Go on?" yes-no-cancel def-no\nprint endbutton')
         question = reply.pop("question")
-        self.assertEqual(reply, {"variables": {}, "output": "before\n", "error": None})
+        self.assertEqual(reply, {"variables": {}, **WELL, "output": "before\n"})
         identifier = question.pop("id")
         self.assertRegex(identifier, "^[0-9a-f]{32}$")
         self.assertEqual(question, {
@@ -780,7 +796,9 @@ class Dialogs(Case):
 
     def test_without_the_header_nothing_asks(self):
         reply = self.service.post("/script", 'INFOBOX "?"')[1]
-        self.assertEqual(reply["error"], "the script was stopped")
+        self.assertEqual(reply["error"], "there is no display and no --answers for the window; this "
+                                         "line answers it: MESSAGE_BOX button:ok")
+        self.assertEqual(reply["errorAt"]["line"], 1)
         self.assertNotIn("question", reply)
 
     def test_others_wait_for_the_answer(self):

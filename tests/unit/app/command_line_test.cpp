@@ -66,6 +66,10 @@ TEST(CommandLineTest, CrashesAreAllowedWhereSaid) {
 TEST(CommandLineTest, RepliesAreLimited) {
   EXPECT_EQ(Parse({"serve"}).replyLimit, std::size_t{64} << 20);
   EXPECT_EQ(Parse({"serve", "--reply-limit", "1"}).replyLimit, std::size_t{1} << 20);
+  EXPECT_EQ(Parse({"serve", "--socket", "s", "--token-file=t"}).socket, "s");
+  EXPECT_EQ(Parse({"serve", "--socket", "s", "--token-file=t"}).tokenFile, "t");
+  EXPECT_EQ(Parse({"serve", "--request-timeout", "1.5"}).requestSeconds, 1.5);
+  EXPECT_EQ(Parse({"serve"}).port, std::nullopt);
   EXPECT_EQ(Parse({"serve", "--reply-limit=1024"}).replyLimit, std::size_t{1} << 30);
 }
 

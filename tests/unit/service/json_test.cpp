@@ -11,14 +11,16 @@ namespace {
 using kel::Value;
 using script::service::ErrorJson;
 using script::service::ReplyJson;
+using script::service::StatusJson;
 
 constexpr std::size_t kNoLimit = std::string::npos;
 
 std::string Literal(const std::string& text) {
   const std::string begin = R"({"variables":{},"output":"","error":)";
   const std::string json = ErrorJson(text);
-  EXPECT_TRUE(json.starts_with(begin) && json.ends_with('}')) << json;
-  return json.substr(begin.size(), json.size() - begin.size() - 1);
+  const std::string end = R"(,"exit":null,"errorAt":null})";
+  EXPECT_TRUE(json.starts_with(begin) && json.ends_with(end)) << json;
+  return json.substr(begin.size(), json.size() - begin.size() - end.size());
 }
 
 TEST(ServiceJson, EveryByteBelowBlankIsEscaped) {
@@ -55,9 +57,9 @@ TEST(ServiceJson, FieldsKeepTheirOrderAndNumbersTheirDigits) {
   list.MutableList().items.emplace_back(SV::String("x"));
   list.MutableList().items.emplace_back();
   set("l", std::move(list));
-  EXPECT_EQ(ReplyJson(record, "out\n", nullptr, kNoLimit),
+  EXPECT_EQ(ReplyJson(record, "out\n", {}, kNoLimit),
             R"({"variables":{"z":1,"a":0.1,"m":1e+300,"n":null,"i":-7,"l":["x",null]},)"
-            R"("output":"out\n","error":null})");
+            R"("output":"out\n","error":null,"exit":null,"errorAt":null})");
 }
 
 // Long texts are written piece by piece: characters and bytes that are none lie across the borders.
@@ -77,21 +79,49 @@ TEST(ServiceJson, PiecesOfLongTextsFit) {
 TEST(ServiceJson, RepliesEndAtTheirLimit) {
   Value record = Value::Record();
   record.MutableRecord().At(SV::String("a")) = Value(std::int32_t{1});
-  const std::optional<std::string> whole = ReplyJson(record, "out", nullptr, kNoLimit);
+  const std::optional<std::string> whole = ReplyJson(record, "out", {}, kNoLimit);
   ASSERT_TRUE(whole);
-  EXPECT_EQ(ReplyJson(record, "out", nullptr, whole->size()), whole);
-  EXPECT_EQ(ReplyJson(record, "out", nullptr, whole->size() - 1), std::nullopt);
-  EXPECT_EQ(ReplyJson(record, "out", nullptr, 0), std::nullopt);
+  EXPECT_EQ(ReplyJson(record, "out", {}, whole->size()), whole);
+  EXPECT_EQ(ReplyJson(record, "out", {}, whole->size() - 1), std::nullopt);
+  EXPECT_EQ(ReplyJson(record, "out", {}, 0), std::nullopt);
   Value nested = Value::List();
   for (int i = 0; i < 100; ++i) {
     Value outer = Value::List();
     outer.MutableList().items = {nested, nested};
     nested = outer;
   }
-  EXPECT_EQ(ReplyJson(nested, "", nullptr, 100'000), std::nullopt);
+  EXPECT_EQ(ReplyJson(nested, "", {}, 100'000), std::nullopt);
   EXPECT_EQ(script::service::QuestionJson("out", "{}", 40), std::nullopt);
-  EXPECT_EQ(script::service::QuestionJson("out", "{}", kNoLimit),
-            R"({"variables":{},"output":"out","error":null,"question":{}})");
+  EXPECT_EQ(
+      script::service::QuestionJson("out", "{}", kNoLimit),
+      R"({"variables":{},"output":"out","error":null,"exit":null,"errorAt":null,"question":{}})");
+}
+
+TEST(ServiceJson, TellsHowAScriptEnded) {
+  script::service::Ending ending;
+  ending.exit = 300;
+  ending.error = "wrong";
+  ending.at = {"a\"b.tav", 2, 7, "SLEEP"};
+  EXPECT_EQ(ReplyJson(Value::Record(), "", ending, kNoLimit),
+            R"({"variables":{},"output":"","error":"wrong","exit":300,"errorAt":)"
+            R"({"file":"a\"b.tav","line":2,"column":7,"command":"SLEEP"}})");
+}
+
+TEST(ServiceJson, Status) {
+  script::service::Status status;
+  const std::string begin =
+      R"({"variables":{},"output":"","error":null,"exit":null,"errorAt":null,)";
+  EXPECT_EQ(StatusJson(status), begin + R"("running":null,"waiting":[]})");
+  status.running = {"7", "/script", 1.5};
+  status.since = "2026-01-31T12:00:00Z";
+  status.question = {"abc", 0.25};
+  status.waiting = {{"8", "/command", 0}, {"9", "/script", 0.0015}};
+  EXPECT_EQ(StatusJson(status),
+            begin +
+                R"("running":{"id":"7","path":"/script","seconds":1.500,)"
+                R"("since":"2026-01-31T12:00:00Z","question":{"id":"abc","secondsLeft":0.250}},)"
+                R"("waiting":[{"id":"8","path":"/command","seconds":0.000},)"
+                R"({"id":"9","path":"/script","seconds":0.002}]})");
 }
 
 }  // namespace

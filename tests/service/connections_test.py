@@ -1,0 +1,776 @@
+#!/usr/bin/env python3
+"""The script service and its connections: many of them, strangers, clients that leave, and what the
+holder of the token can ask and do meanwhile.
+
+usage: connections_test.py [--tavhost PROGRAM] [--wine] [unittest arguments]
+"""
+import concurrent.futures
+import contextlib
+import http.client
+import json
+import os
+import re
+import resource
+import select
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+import service_test
+import waiting
+from service_test import WELL, Service, mark
+
+
+def close_all(connections):
+    for connection in connections:
+        connection.close()
+
+
+def read_reply(connection):
+    """A whole reply from a socket: its status, head and JSON; interim ones are passed over."""
+    received = b""
+    while True:
+        head, end, rest = received.partition(b"\r\n\r\n")
+        if end and head.startswith(b"HTTP/1.1 100 "):
+            received = rest
+            continue
+        length = re.search(rb"(?i)\r\nContent-Length: (\d+)", head) if end else None
+        if length and len(rest) >= int(length[1]):
+            return int(head.split()[1]), head.decode(), json.loads(rest[:int(length[1])])
+        piece = connection.recv(65536)
+        if not piece:
+            raise AssertionError(f"the connection ended: {received!r}")
+        received += piece
+
+
+class Case(unittest.TestCase):
+    options = ()
+
+    def setUp(self):
+        self.service = Service(*self.options)
+        self.addCleanup(self.service.stop)
+
+    def served_within(self, seconds):
+        """Another client is served, soon."""
+        begin = time.monotonic()
+        status, reply = self.service.post("/script", "x = 1")
+        self.assertEqual((status, reply["error"]), (200, None))
+        self.assertLess(time.monotonic() - begin, seconds)
+
+    def status(self):
+        connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=30)
+        with contextlib.closing(connection):
+            connection.request("GET", "/status", headers={"X-Tavhost-Token": self.service.token})
+            reply = connection.getresponse()
+            self.assertEqual(reply.status, 200)
+            return json.loads(reply.read())
+
+    def running(self):
+        return waiting.until(lambda: self.status()["running"], "a request runs")
+
+    def stranger(self):
+        return socket.create_connection(("127.0.0.1", self.service.port), timeout=30)
+
+
+class Many(Case):
+    def test_a_full_queue_answers_503_and_loses_nobody(self):
+        here = mark(self)
+        first = self.service.sent(here.command + "while 1 { }")
+        here.wait()
+        others = [self.service.sent(f"x = {i}") for i in range(110)]
+        self.addCleanup(close_all, others)
+        refused = waiting.until(lambda: len(ready := select.select(others, [], [], 0)[0]) >= 10
+                                and ready, "those for whom there is no place are told")
+        self.assertEqual([read_reply(other)[0] for other in refused], [503] * 10)
+        self.service.post("/cancel", self.running()["id"])
+        self.assertEqual(read_reply(first)[2]["error"], "the request was cancelled")
+        first.close()
+        for i, other in enumerate(others):
+            if other not in refused:
+                self.assertEqual(read_reply(other)[2]["variables"]["x"], i)
+
+    def test_200_at_once(self):
+        def one(i):
+            connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=60)
+            with contextlib.closing(connection):
+                results = []
+                for _ in range(5):
+                    connection.request("POST", "/script", f"x = {i}", {
+                        "X-Tavhost-Token": token})
+                    reply = connection.getresponse()
+                    results.append((reply.status, json.loads(reply.read())["variables"].get("x")))
+                return results
+        token = self.service.token
+        with concurrent.futures.ThreadPoolExecutor(200) as pool:
+            for i, results in enumerate(pool.map(one, range(200))):
+                for result in results:
+                    self.assertIn(result, [(200, i), (503, None)])
+
+    def test_strangers_give_way_to_those_with_a_token(self):
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if hard != resource.RLIM_INFINITY and hard < 4096:
+            self.skipTest("too few descriptors")
+        resource.setrlimit(resource.RLIMIT_NOFILE, (4096, hard))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
+        kept = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=30)
+        self.addCleanup(kept.close)
+        headers = {"X-Tavhost-Token": self.service.token}
+        kept.request("POST", "/script", "x = 1", headers)
+        kept.getresponse().read()
+        strangers = []
+        self.addCleanup(close_all, strangers)
+        for i in range(1500):
+            strangers.append(self.stranger())
+            if i % 2:
+                strangers[-1].sendall(b"POST /script HTTP/1.1\r\nHost: ")
+            if i % 100 == 0:
+                self.served_within(5)
+        kept.request("POST", "/script", "x = 2", headers)
+        self.assertEqual(json.loads(kept.getresponse().read())["variables"]["x"], 2)
+
+    def test_a_flood_with_a_wrong_token_harms_nobody(self):
+        token, ends = self.service.token, threading.Event()
+        body = b"x = 1"
+        wrong = self.service.head("/script", token="0" * 32,
+                                  extra=[f"Content-Length: {len(body)}"]) + b"\r\n" + body
+
+        def flood():
+            while not ends.is_set():
+                with contextlib.suppress(OSError), self.stranger() as connection:
+                    connection.sendall(wrong)
+
+        with concurrent.futures.ThreadPoolExecutor(8) as pool:
+            for _ in range(8):
+                pool.submit(flood)
+            try:
+                for i in range(200):
+                    status, reply = self.service.post("/script", f"x = {i}", token=token)
+                    self.assertEqual((status, reply["variables"].get("x")), (200, i))
+            finally:
+                ends.set()
+
+    def test_without_descriptors_it_waits_and_says_so_once(self):
+        if service_test.on_windows:
+            self.skipTest("the system limits descriptors of its own programs")
+        service = Service("--quiet", preexec_fn=lambda: resource.setrlimit(
+            resource.RLIMIT_NOFILE, (40, 40)))
+        self.addCleanup(service.stop)
+        holders = []
+        self.addCleanup(close_all, holders)
+        # Connections with a request in the queue cannot give way, whatever happens.
+        for _ in range(30):
+            holders.append(service.sent("SLEEP ms:1500"))
+        others = [socket.create_connection(("127.0.0.1", service.port)) for _ in range(40)]
+        self.addCleanup(close_all, others)
+
+        def ticks():
+            with open(f"/proc/{service.process.pid}/stat") as file:
+                fields = file.read().rpartition(")")[2].split()
+            return int(fields[11]) + int(fields[12])
+
+        before = ticks()
+        time.sleep(1)  # the time over which its processor time is measured
+        self.assertLess(ticks() - before, 30)
+        close_all(others + holders)
+        waiting.until(lambda: service.post("/command", "GET_DISPLAY_SIZE")[0] == 200,
+                      "it serves again")
+        service.stop()
+        told = [line for line in service.errors if b"connection" in line]
+        self.assertLessEqual(len(told), 2, told)
+
+
+class Leaving(Case):
+    """A client that goes while its script runs stops it, in whatever state it goes."""
+
+    def runs_for_ever(self, more=b"", **options):
+        here = mark(self)
+        body = (here.command + "while 1 { }").encode()
+        connection = self.stranger()
+        connection.sendall(self.service.head("/script", extra=[f"Content-Length: {len(body)}"],
+                                             **options) + b"\r\n" + body + more)
+        here.wait()
+        return connection
+
+    def test_behind_an_empty_line(self):
+        self.runs_for_ever(b"\r\n").close()
+        self.served_within(2)
+
+    def test_behind_more_requests(self):
+        body = b"x = 1"
+        request = self.service.head("/script", extra=["Content-Length: 5"]) + b"\r\n" + body
+        self.runs_for_ever(request * 3).close()
+        self.served_within(2)
+
+    def test_behind_more_than_is_read_ahead(self):
+        connection = self.runs_for_ever()
+        connection.setblocking(False)
+        with contextlib.suppress(BlockingIOError):
+            while True:
+                connection.send(b"x" * 65536)
+        connection.close()
+        self.served_within(4)
+
+    def test_with_a_reset(self):
+        connection = self.runs_for_ever()
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        connection.close()
+        self.served_within(2)
+
+    def test_first_its_sending_then_itself(self):
+        connection = self.runs_for_ever()
+        connection.shutdown(socket.SHUT_WR)
+        time.sleep(1.5)  # long enough to be looked for more than once
+        self.assertTrue(self.status()["running"], "it is still there")
+        connection.close()
+        self.served_within(3)
+
+    def half_closed(self, version, script):
+        body = script.encode()
+        with self.stranger() as connection:
+            connection.sendall(self.service.head("/script", version=version, extra=[
+                f"Content-Length: {len(body)}"]) + b"\r\n" + body)
+            connection.shutdown(socket.SHUT_WR)
+            return read_reply(connection)
+
+    def test_one_that_has_only_sent_its_last_byte_has_not_left(self):
+        for version in ("1.1", "1.0"):
+            for script in ("x = 1", "SLEEP ms:1500\nx = 1"):
+                with self.subTest(version=version, script=script):
+                    status, _, reply = self.half_closed(version, script)
+                    self.assertEqual((status, reply["error"], reply["variables"].get("x")),
+                                     (200, None, 1))
+
+    def test_the_reply_to_a_short_script_comes_alone(self):
+        body = b"x = 1"
+        with self.stranger() as connection:
+            connection.sendall(self.service.head("/script", extra=["Content-Length: 5"]) +
+                               b"\r\n" + body)
+            connection.shutdown(socket.SHUT_WR)
+            self.assertTrue(connection.recv(65536).startswith(b"HTTP/1.1 200 "))
+
+    def test_while_it_waits(self):
+        here = mark(self)
+        first = self.service.sent(here.command + "while 1 { }")
+        self.addCleanup(first.close)
+        here.wait()
+        for more in (b"", b"\r\n"):
+            other = self.service.sent("x = 1")
+            other.sendall(more)
+            waiting.until(lambda: self.status()["waiting"], "it waits")
+            other.close()
+            waiting.until(lambda: not self.status()["waiting"], "it has left the queue")
+
+
+class Questions(Case):
+    def ask(self, connection, text='INFOBOX "?"\nprint "answered"', extra=()):
+        body = text.encode()
+        connection.sendall(self.service.head("/script", extra=[
+            f"Content-Length: {len(body)}", "X-Tavhost-Dialogs: ask 3600", *extra]) +
+            b"\r\n" + body)
+        return read_reply(connection)
+
+    def answer(self, identifier, text="MESSAGE_BOX"):
+        return self.service.post("/answer", text, headers={"X-Tavhost-Question": identifier})
+
+    def test_it_ends_with_its_client(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+        self.served_within(4)
+        status, reply = self.answer(identifier)
+        self.assertEqual((status, reply["error"]),
+                         (410, "the client left before the window was answered"))
+
+    def test_a_client_that_comes_back_at_once_can_answer(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+        self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def test_a_client_that_has_said_that_it_closes_can_take_its_time(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection, extra=["Connection: close"])[2]["question"]["id"]
+        time.sleep(3)  # longer than the others have
+        self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def test_a_client_that_stays_can_take_its_time(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+            time.sleep(3)  # longer than one has that has left
+            self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def test_a_client_that_tries_again_has_time_again(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+            self.assertEqual(self.answer(identifier, "VIEW_BOX")[0], 400)
+        self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def test_cancel(self):
+        with self.stranger() as connection:
+            _, head, reply = self.ask(connection)
+            request = re.search(r"X-Tavhost-Request: (\S+)", head)[1]
+            self.assertEqual(self.running()["id"], request)
+            self.assertEqual(self.running()["question"]["id"], reply["question"]["id"])
+            self.assertEqual(self.service.post("/cancel", request)[0], 200)
+            self.served_within(2)
+            status, late = self.answer(reply["question"]["id"])
+            self.assertEqual((status, late["error"]),
+                             (410, "the request was cancelled before the window was answered"))
+
+    def test_the_reply_belongs_to_the_request(self):
+        with self.stranger() as connection:
+            _, head, reply = self.ask(connection)
+            request = re.search(r"X-Tavhost-Request: (\S+)", head)[1]
+            body = b"MESSAGE_BOX"
+            connection.sendall(self.service.head("/answer", extra=[
+                f"Content-Length: {len(body)}",
+                "X-Tavhost-Question: " + reply["question"]["id"]]) + b"\r\n" + body)
+            _, head, reply = read_reply(connection)
+            self.assertEqual(re.search(r"X-Tavhost-Request: (\S+)", head)[1], request)
+            self.assertEqual(reply["output"], "answered\n")
+
+    def test_the_service_can_be_stopped_meanwhile(self):
+        with self.stranger() as connection:
+            self.ask(connection)
+            reply = self.service.post("/command", "SERVICE stop")[1]
+            self.assertEqual(reply, {"variables": {"ecode": 0}, **WELL})
+            self.assertEqual(self.service.process.wait(timeout=5), 0)
+
+
+class Holder(Case):
+    """What the token's holder can ask and do while scripts run."""
+
+    def test_an_idle_service(self):
+        self.assertEqual(self.status(), {"variables": {}, **WELL, "running": None, "waiting": []})
+
+    def test_what_runs_and_what_waits(self):
+        here = mark(self)
+        with self.service.sent(here.command + "while 1 { }") as first:
+            here.wait()
+            with self.service.sent("GET_DISPLAY_SIZE", "/command") as second:
+                waits = waiting.until(lambda: self.status()["waiting"], "the other one waits")
+                self.assertEqual([each["path"] for each in waits], ["/command"])
+                running = self.running()
+                self.assertEqual((running["path"], running["question"]), ("/script", None))
+                self.assertRegex(running["since"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
+                self.assertGreaterEqual(running["seconds"], 0)
+                self.assertEqual(self.service.post("/cancel", waits[0]["id"])[0], 200)
+                self.assertEqual(read_reply(second)[2]["error"], "the request was cancelled")
+                self.assertEqual(self.service.post("/cancel", running["id"] + "\n")[0], 200)
+                _, head, reply = read_reply(first)
+                self.assertEqual(reply["error"], "the request was cancelled")
+                self.assertEqual(re.search(r"X-Tavhost-Request: (\S+)", head)[1], running["id"])
+        self.served_within(2)
+        status, reply = self.service.post("/cancel", running["id"])
+        self.assertEqual((status, reply["error"]), (404, "there is no such request"))
+
+    def test_strangers_ask_nothing(self):
+        for path, method in (("/status", "GET"), ("/cancel", "POST")):
+            request = self.service.head(path, method, token="0" * 32,
+                                        extra=["Content-Length: 0"]) + b"\r\n"
+            self.assertEqual(self.service.raw(request), 401)
+
+
+class Reasons(Case):
+    def run_script(self, text, path="/script", **headers):
+        status, reply = self.service.post(path, text, headers=headers)
+        self.assertEqual(status, 200)
+        return reply
+
+    def test_exit(self):
+        for text, code in (("exit 7", 7), ("exit", 0), ("exit 300", 300), ("x = 1", None)):
+            self.assertEqual(self.run_script(text)["exit"], code, text)
+        self.assertEqual(self.run_script("print 1\nexit 3")["output"], "1\n")
+
+    def test_the_place_of_an_error(self):
+        for text, place in [
+                ("x = 1\nprint missing", (2, 7, "")),
+                ("\n  SLEEP", (2, 3, "SLEEP")),
+                ("x = ", (1, 5, "")),
+                ("try { SLEEP } catch e {\n throw e }", (1, 7, "SLEEP"))]:
+            place = dict(zip(("line", "column", "command"), place), file="request")
+            self.assertEqual(self.run_script(text)["errorAt"], place, text)
+        self.assertIsNone(self.run_script("x = 1")["errorAt"])
+
+    def test_the_place_of_an_error_of_a_command(self):
+        for text, place in [("# a\n\n  SLEEP", (3, 3, "SLEEP")), ("SLEEP ms:(", (1, 11, "")),
+                            (" NO_SUCH", (1, 2, "NO_SUCH"))]:
+            place = dict(zip(("line", "column", "command"), place), file="request")
+            self.assertEqual(self.run_script(text, "/command")["errorAt"], place, text)
+
+    def test_a_command_without_an_answer(self):
+        self.assertIn("no --answers", self.run_script('INFOBOX "?"', "/command")["error"])
+
+    def test_a_time_limit_of_a_request(self):
+        for path, text, reason in [
+                ("/script", "x = 1\nwhile 1 { }",
+                 "the script was stopped at line 2: its time limit of 0.3 s is over"),
+                ("/command", "SLEEP ms:20000",
+                 "the script was stopped: its time limit of 0.3 s is over")]:
+            begin = time.monotonic()
+            reply = self.run_script(text, path, **{"X-Tavhost-Timeout": "0.3"})
+            self.assertEqual(reply["error"], reason)
+            self.assertTrue(0.3 <= time.monotonic() - begin < 2)
+        self.assertIsNone(self.run_script("x = 1", **{"X-Tavhost-Timeout": "5"})["error"])
+        self.served_within(2)
+
+    def test_what_is_no_time_limit(self):
+        for wrong in ("", "0", "-1", "1s", "nan", "1e3", "10000000"):
+            self.assertEqual(self.service.post("/script", "x = 1", headers={
+                "X-Tavhost-Timeout": wrong})[0], 400, wrong)
+
+    def test_an_interrupt(self):
+        here = mark(self)
+        with self.service.sent(here.command + "while 1 { }") as connection:
+            here.wait()
+            self.service.process.send_signal(signal.SIGINT)
+            self.assertEqual(read_reply(connection)[2]["error"],
+                             "the script was stopped at line 2: the service was interrupted")
+
+
+class TimeLimit(Reasons):
+    """The limit that the service itself sets."""
+    options = ("--request-timeout", "0.5")
+
+    def test_it_holds_for_those_that_ask_for_more(self):
+        for headers in ({}, {"X-Tavhost-Timeout": "60"}):
+            self.assertEqual(self.run_script("while 1 { }", **headers)["error"],
+                             "the script was stopped at line 1: its time limit of 0.5 s is over")
+
+    test_an_interrupt = None  # would come too late
+
+
+class Replies(Case):
+    def reply(self, request):
+        with self.stranger() as connection:
+            connection.sendall(request)
+            return read_reply(connection)
+
+    def request(self, body=b"x = 1", path="/script", **options):
+        extra = [*options.pop("extra", []), f"Content-Length: {len(body)}"]
+        return self.service.head(path, extra=extra, **options) + b"\r\n" + body
+
+    def test_http_1_0(self):
+        with self.stranger() as connection:
+            for _ in range(3):
+                connection.sendall(self.request(version="1.0", extra=["Connection: keep-alive"]))
+                self.assertIn("Connection: keep-alive", read_reply(connection)[1])
+            connection.sendall(self.request(version="1.0"))
+            self.assertIn("Connection: close", read_reply(connection)[1])
+            self.assertEqual(connection.recv(1), b"")
+
+    def test_401_says_what_it_wants(self):
+        status, head, _ = self.reply(self.request(token="0" * 32))
+        self.assertEqual(status, 401)
+        self.assertIn("\r\nWWW-Authenticate: X-Tavhost-Token realm=\"tavhost\"", head)
+
+    def test_405_says_what_is_allowed(self):
+        self.assertIn("\r\nAllow: POST", self.reply(self.request(method="GET"))[1])
+        self.assertIn("\r\nAllow: GET", self.reply(self.request(path="/status"))[1])
+
+    def test_head_has_no_body(self):
+        with self.stranger() as connection:
+            connection.sendall(self.request(b"", method="HEAD"))
+            received = b""
+            while piece := connection.recv(65536):
+                received += piece
+        self.assertTrue(received.startswith(b"HTTP/1.1 405 ") and received.endswith(b"\r\n\r\n"))
+
+    def test_fields_behind_the_body_count_for_nothing(self):
+        request = (self.service.head("/script", extra=["Transfer-Encoding: chunked"]) +
+                   b"\r\n5\r\nx = 1\r\n0\r\nX-Tavhost-Dialogs: ask 0\r\n\r\n")
+        self.assertEqual(self.reply(request)[0], 200)
+
+    def test_each_has_an_id(self):
+        ids = [re.search(r"X-Tavhost-Request: (\S+)", self.reply(request)[1])[1]
+               for request in (self.request(), self.request(token="x"), b"GARBAGE\r\n\r\n")]
+        self.assertEqual(len(set(ids)), 3)
+
+    def test_as_a_strict_client_reads_them(self):
+        sys.path.append("/usr/lib/python3/dist-packages")  # where the system's packages are
+        try:
+            import h11
+        except ImportError:
+            self.skipTest("h11 is not installed")
+        finally:
+            sys.path.pop()
+        token = self.service.token
+
+        def ask(connection, client, method, path, headers, body=b"", half_close=False):
+            headers = [("Host", f"127.0.0.1:{self.service.port}"), ("X-Tavhost-Token", token),
+                       ("Content-Length", str(len(body))), *headers]
+            for event in (h11.Request(method=method, target=path, headers=headers),
+                          h11.Data(data=body), h11.EndOfMessage()):
+                connection.sendall(client.send(event))
+            if half_close:
+                connection.shutdown(socket.SHUT_WR)
+            status, received = None, b""
+            while True:
+                event = client.next_event()
+                if event is h11.NEED_DATA:
+                    client.receive_data(connection.recv(65536))
+                elif isinstance(event, h11.Response):
+                    status = event.status_code
+                elif isinstance(event, h11.Data):
+                    received += bytes(event.data)
+                elif isinstance(event, (h11.EndOfMessage, h11.ConnectionClosed)):
+                    return status, received
+
+        with self.stranger() as connection:
+            client = h11.Connection(h11.CLIENT)
+            for method, path, headers, body, wanted in [
+                    ("POST", "/script", [], b"x = 1", 200), ("GET", "/status", [], b"", 200),
+                    ("POST", "/cancel", [], b"none", 404),
+                    ("POST", "/answer", [("X-Tavhost-Question", "x")], b"", 404),
+                    ("POST", "/script", [("X-Tavhost-Dialogs", "ask")], b'INFOBOX "?"', 200)]:
+                status, received = ask(connection, client, method, path, headers, body)
+                self.assertEqual(status, wanted)
+                json.loads(received)
+                client.start_next_cycle()
+        for method, path, headers, wanted in [
+                ("HEAD", "/script", [], 405), ("POST", "/none", [], 404),
+                ("POST", "/script", [("Origin", "null")], 403),
+                ("POST", "/script", [("X-Tavhost-Timeout", "x")], 400),
+                ("POST", "/script", [("X", "x" * 20000)], 431)]:
+            with self.stranger() as connection:
+                status, _ = ask(connection, h11.Connection(h11.CLIENT), method, path, headers)
+                self.assertEqual(status, wanted)
+        with self.stranger() as connection:  # what it is sent meanwhile is no reply
+            status, received = ask(connection, h11.Connection(h11.CLIENT), "POST", "/script", [],
+                                   b"SLEEP ms:1200\nx = 1", half_close=True)
+            self.assertEqual((status, json.loads(received)["variables"]["x"]), (200, 1))
+
+
+class Starting(unittest.TestCase):
+    def fails(self, *options, **more):
+        done = subprocess.run([*service_test.program, "serve", *options], timeout=60,
+                              stdin=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                              **{"stdout": subprocess.PIPE, **more})
+        return done.returncode, done.stderr.decode()
+
+    def test_the_other_loopback_address_is_taken(self):
+        try:
+            stranger = socket.create_server(("::1", 0), family=socket.AF_INET6)
+        except OSError:
+            self.skipTest("no IPv6 on this machine")
+        with stranger:
+            port = stranger.getsockname()[1]
+            code, errors = self.fails("--port", str(port))
+        self.assertEqual(code, 1)
+        self.assertRegex(errors, f"^script service: port {port}: ::1: .")
+
+    def test_lost_standard_output(self):
+        if service_test.on_windows:
+            self.skipTest("the system has no file that is always full")
+        with open("/dev/full", "wb") as full:
+            code, errors = self.fails(stdout=full)
+        self.assertEqual(code, 1)
+        self.assertIn("tavhost: cannot write standard output: No space left on device", errors)
+
+    def test_a_reader_of_standard_output_that_has_gone(self):
+        if service_test.on_windows:
+            self.skipTest("pipes of the system")
+        read, write = os.pipe()
+        os.close(read)
+        with open(write, "wb") as pipe:
+            code, errors = self.fails(stdout=pipe)
+        self.assertEqual(code, 1)
+        self.assertIn("tavhost: cannot write standard output: Broken pipe", errors)
+
+    def test_a_script_learns_its_port(self):
+        done = subprocess.run([*service_test.program, "send", "SERVICE start port:0"],
+                              capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
+        self.assertRegex(done.stderr.decode(), r"script service: listening on http://127\.0\.0\.1:"
+                                               r"[1-9]\d*, token file: .*token-[1-9]\d*")
+
+
+class Log(unittest.TestCase):
+    def test_quiet(self):
+        service = Service("--quiet")
+        service.post("/script", "x = 1")
+        service.stop()
+        self.assertEqual(service.errors, [])
+
+    def test_no_token_wherever_it_stands(self):
+        service = Service()
+        token = service.token
+        for path in (f"/script?token={token}", f"/{token}", "/" + "x" * 190 + token,
+                     f"/%41{token.upper()}"):
+            service.raw(service.head(path, extra=["Content-Length: 0", f"User-Agent: {token}"]) +
+                        b"\r\n")
+        service.stop()
+        log = b"".join(service.errors)
+        self.assertIn(b"POST /script?*** 404", log)
+        self.assertIn(b"POST /*** 404", log)
+        self.assertNotIn(token[:10].encode(), log.lower())
+
+
+@unittest.skipIf(os.name == "nt", "sockets in the file system")
+class Sockets(unittest.TestCase):
+    def setUp(self):
+        if service_test.on_windows:
+            self.skipTest("sockets in the file system are not for this system")
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.path = os.path.join(folder.name, "socket")
+        self.folder = folder.name
+
+    def start(self, *options, **more):
+        process = subprocess.Popen([*service_test.program, "serve", *options],
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                   stdin=subprocess.DEVNULL, **more)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.wait, 20)
+        self.addCleanup(process.terminate)
+        lines = [process.stdout.readline().decode().strip()]
+        while lines[-1] and not lines[-1].startswith("token file: "):
+            lines.append(process.stdout.readline().decode().strip())
+        return process, lines
+
+    def post(self, path, text, token, at=None):
+        with socket.socket(socket.AF_UNIX) as connection:
+            connection.settimeout(30)
+            connection.connect(at or self.path)
+            connection.sendall(f"POST {path} HTTP/1.1\r\nHost: localhost\r\nX-Tavhost-Token: {token}"
+                               f"\r\nContent-Length: {len(text)}\r\n\r\n{text}".encode())
+            return read_reply(connection)
+
+    def token(self, path=None):
+        with open(path or self.path + ".token") as file:
+            return file.read().strip()
+
+    def test_a_socket_of_the_owner_alone(self):
+        process, lines = self.start("--socket", self.path)
+        self.assertEqual(lines, [f"listening on unix:{self.path}",
+                                 f"token file: {self.path}.token"])
+        self.assertEqual(os.stat(self.path).st_mode & 0o777, 0o600)
+        self.assertEqual(os.stat(self.path + ".token").st_mode & 0o777, 0o600)
+        self.assertEqual(self.post("/script", "x = 1", self.token())[2]["variables"]["x"], 1)
+        self.assertEqual(self.post("/script", "x = 1", "0" * 32)[0], 401)
+        process.terminate()
+        self.assertEqual(process.wait(timeout=10), 143)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def test_a_client_that_leaves(self):
+        self.start("--socket", self.path)
+        token = self.token()
+        here = mark(self)
+        text = here.command + "while 1 { }"
+        with socket.socket(socket.AF_UNIX) as connection:
+            connection.connect(self.path)
+            connection.sendall(f"POST /script HTTP/1.1\r\nHost: localhost\r\nX-Tavhost-Token: {token}"
+                               f"\r\nContent-Length: {len(text)}\r\n\r\n{text}\r\n".encode())
+            here.wait()
+        begin = time.monotonic()
+        self.assertEqual(self.post("/script", "x = 1", token)[0], 200)
+        self.assertLess(time.monotonic() - begin, 2)
+
+    def test_what_was_left_behind_and_what_is_in_use(self):
+        process, _ = self.start("--socket", self.path)
+        done = subprocess.run([*service_test.program, "serve", "--socket", self.path],
+                              capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"Address already in use", done.stderr)
+        process.kill()
+        process.wait()
+        self.assertTrue(os.path.exists(self.path))
+        os.remove(self.path + ".token")
+        self.start("--socket", self.path)
+        self.assertEqual(self.post("/script", "x = 1", self.token())[0], 200)
+
+    def test_what_is_no_socket_is_not_touched(self):
+        with open(self.path, "w") as file:
+            file.write("mine")
+        done = subprocess.run([*service_test.program, "serve", "--socket", self.path],
+                              capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
+        self.assertEqual(done.returncode, 1)
+        with open(self.path) as file:
+            self.assertEqual(file.read(), "mine")
+
+    def test_with_a_port_too(self):
+        _, lines = self.start("--socket", self.path, "--port", "0")
+        self.assertRegex(lines[1], r"^listening on http://127\.0\.0\.1:[1-9]")
+
+    def test_a_token_file_of_ones_own(self):
+        path = os.path.join(self.folder, "token")
+        process, lines = self.start("--socket", self.path, "--token-file", path)
+        self.assertEqual(lines[-1], f"token file: {path}")
+        self.assertEqual(os.stat(path).st_mode & 0o777, 0o600)
+        self.assertEqual(self.post("/script", "x = 1", self.token(path))[0], 200)
+        process.terminate()
+        process.wait()
+        self.assertFalse(os.path.exists(path))
+
+    def test_a_token_that_was_there_before(self):
+        path = os.path.join(self.folder, "token")
+        with open(path, "w", opener=lambda name, flags: os.open(name, flags, 0o600)) as file:
+            file.write("0123456789abcdefABCDEF0123456789xyz\n")
+        process, _ = self.start("--socket", self.path, "--token-file", path)
+        self.assertEqual(self.post("/script", "x = 1", self.token(path))[0], 200)
+        process.terminate()
+        process.wait()
+        self.assertTrue(os.path.exists(path))
+        for contents, mode, reason in [("0123456789abcdefABCDEF0123456789xyz", 0o644, b"others"),
+                                       ("short", 0o600, b"32 to 256"), ("a b" * 20, 0o600, b"32")]:
+            with open(path, "w") as file:
+                file.write(contents)
+            os.chmod(path, mode)
+            done = subprocess.run([*service_test.program, "serve", "--token-file", path],
+                                  capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(reason, done.stderr)
+
+    def test_a_manager_of_services(self):
+        """Sockets that were opened before the program was, and word when it is ready and ends."""
+        notify = os.path.join(self.folder, "notify")
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, \
+                socket.socket(socket.AF_UNIX) as first, \
+                socket.create_server(("127.0.0.1", 0)) as second:
+            manager.bind(notify)
+            manager.settimeout(30)
+            first.bind(self.path)
+            first.listen()
+            port = second.getsockname()[1]
+            process, lines = self.start_inherited(first, second, notify)
+            self.assertEqual(lines[:2], ["listening on descriptor 3", "listening on descriptor 4"])
+            self.assertEqual(manager.recv(100), b"READY=1")
+            token = self.token(lines[-1].removeprefix("token file: "))
+            self.assertEqual(self.post("/script", "x = 1", token)[0], 200)
+            connection = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
+            with contextlib.closing(connection):
+                connection.request("POST", "/script", "x = 1", {"X-Tavhost-Token": token})
+                self.assertEqual(connection.getresponse().status, 200)
+            process.terminate()
+            self.assertEqual(manager.recv(100), b"STOPPING=1")
+            self.assertEqual(process.wait(timeout=10), 143)
+        self.assertTrue(os.path.exists(self.path), "it belongs to the manager")
+
+    def start_inherited(self, first, second, notify):
+        """As a manager does: the sockets as descriptors 3 and 4, their count and the process."""
+        starter = ("import os, sys\n"
+                   f"os.dup2({first.fileno()}, 103); os.dup2({second.fileno()}, 104)\n"
+                   "os.dup2(103, 3); os.dup2(104, 4); os.closerange(5, 200)\n"
+                   "os.environ.update(LISTEN_PID=str(os.getpid()), LISTEN_FDS='2')\n"
+                   "os.execv(sys.argv[1], sys.argv[1:])\n")
+        process = subprocess.Popen(
+            ["/usr/bin/python3", "-c", starter, *service_test.program, "serve"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL,
+            pass_fds=[first.fileno(), second.fileno()], env={**os.environ, "NOTIFY_SOCKET": notify})
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.wait, 20)
+        self.addCleanup(process.terminate)
+        lines = []
+        while not lines or not lines[-1].startswith("token file: "):
+            line = process.stdout.readline().decode().strip()
+            if not line:
+                break
+            lines.append(line)
+        return process, lines
+
+
+if __name__ == "__main__":
+    service_test.main()
