@@ -13,6 +13,10 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return std::string(value);
 }
 
+void ChangeEnvironment(const std::string& name, const std::optional<std::string>& value) {
+  value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+}
+
 std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   std::vector<std::pair<std::string, std::string>> all;
   for (char** entry = environ; entry && *entry; ++entry) {

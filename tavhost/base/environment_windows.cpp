@@ -25,6 +25,10 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   }
 }
 
+void ChangeEnvironment(const std::string& name, const std::optional<std::string>& value) {
+  SetEnvironmentVariableW(Wide(name).c_str(), value ? Wide(*value).c_str() : nullptr);
+}
+
 std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {
   std::vector<std::pair<std::string, std::string>> all;
   wchar_t* const block = GetEnvironmentStringsW();

@@ -11,6 +11,7 @@
 
 #include "host/script/script_service.h"
 #include "tavhost/base/dry_run.h"
+#include "tavhost/base/environment.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
@@ -34,6 +35,10 @@ struct Service {
   std::optional<TokenFile> file;
   std::unique_ptr<Server> server;  // ends before the queue
 };
+
+// By these a script learns where the service listens that it has started, at any free port too.
+constexpr char kPortVariable[] = "TAVHOST_SERVICE_PORT";
+constexpr char kTokenFileVariable[] = "TAVHOST_SERVICE_TOKEN_FILE";
 
 HostOptions hostOptions;
 std::function<void(const std::string&)> logField;
@@ -113,18 +118,16 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
     service->file = std::move(*file);
   }
   running = std::move(service);
+  base::ChangeEnvironment(kPortVariable, std::to_string(running->server->Port()));
+  base::ChangeEnvironment(kTokenFileVariable, running->file->Path());
   return true;
-}
-
-// Where any port would do, whoever started the service learns here which one it has.
-void TellPort() {
-  report::Line("script service: listening on http://127.0.0.1:" +
-               std::to_string(running->server->Port()) + ", token file: " + running->file->Path());
 }
 
 bool StopService() {
   if (!running) return false;
   auto service = std::move(running);
+  base::ChangeEnvironment(kPortVariable, std::nullopt);
+  base::ChangeEnvironment(kTokenFileVariable, std::nullopt);
   service->file.reset();
   service->server->Stop();
   service->queue.Close();
@@ -220,9 +223,7 @@ bool TavScriptService::Start(int port, int backlog, TavWSLogFormat format, TavWS
   trace::Call call("TavScriptService::Start", port, backlog, format, type, trace::Object{logger},
                    unused);
   if (dry_run::IsOn()) return call.Result(script::service::PlanToStart(port));
-  const bool hasStarted = script::service::StartService(port, backlog, format, type);
-  if (hasStarted && port == 0) script::service::TellPort();
-  return call.Result(hasStarted);
+  return call.Result(script::service::StartService(port, backlog, format, type));
 }
 
 bool TavScriptService::Stop() {

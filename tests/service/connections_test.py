@@ -581,12 +581,6 @@ class Starting(unittest.TestCase):
         self.assertEqual(code, 1)
         self.assertIn("tavhost: cannot write standard output: Broken pipe", errors)
 
-    def test_a_script_learns_its_port(self):
-        done = subprocess.run([*service_test.program, "send", "SERVICE start port:0"],
-                              capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
-        self.assertRegex(done.stderr.decode(), r"script service: listening on http://127\.0\.0\.1:"
-                                               r"[1-9]\d*, token file: .*token-[1-9]\d*")
-
 
 class Log(unittest.TestCase):
     def test_quiet(self):
