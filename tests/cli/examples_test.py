@@ -237,7 +237,8 @@ class ExamplesTest(ProgramTest):
 
     def test_service_clients(self):
         port, token_file = self.serve()
-        size = {"variables": {"w": 1920, "h": 1080}, "output": "", "error": None}
+        size = {"variables": {"w": 1920, "h": 1080}, "output": "", "error": None,
+                "exit": None, "errorAt": None}
         for name in ("service_client.py", "service_client.sh"):
             with self.subTest(name):
                 done = self.client(name, port, token_file, "GET_DISPLAY_SIZE")
