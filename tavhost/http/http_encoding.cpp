@@ -66,7 +66,7 @@ class Inflater final : public Decoder {
   Body& body_;
   bool gzip_;
   z_stream stream_{};
-  std::array<char, 64 * 1024> piece_;
+  std::array<char, std::size_t{64} << 10> piece_;
   bool started_ = false;
   bool ended_ = false;
 };

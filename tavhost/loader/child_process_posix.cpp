@@ -12,8 +12,6 @@
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/program_file.h"
 
-extern char** environ;
-
 namespace loader {
 
 namespace {
