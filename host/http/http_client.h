@@ -33,7 +33,9 @@ class TAV_HOST_API TavHTTPClient {
   bool SendHttpRequest(const SV::WString& verb, bool unused);
 
   // Of the last answer. The content is decoded by the charset that the server named, else by a
-  // byte-order mark, else as UTF-8 when it is that, else as windows-1252.
+  // byte-order mark, else as UTF-8 when it is that, else as windows-1252. Who wants the raw content
+  // as well asks for it first: where only the text is asked for, the raw content is given up for
+  // it, since both may be large, and asking for it then throws std::logic_error.
   const SV::WString& GetResponseContent();
   const unsigned char* GetRawResponseContent();
   std::uint32_t GetRawResponseReceivedContentLength();

@@ -4,8 +4,6 @@
 #include <cstring>
 #include <new>
 
-#include "tavhost/http/http_text.h"
-
 namespace http {
 
 void Body::Announce(std::uint64_t length) {
@@ -16,27 +14,37 @@ void Body::Announce(std::uint64_t length) {
 void Body::MakeRoom(long more) {
   const long needed = length_ + more;
   if (needed <= bytes_.Len()) return;
+  const auto most = static_cast<std::int64_t>(limit_);
   const std::int64_t grown = std::int64_t{needed} + std::max(needed / 2, 16384L);
-  const long room = needed <= announced_
-                        ? announced_
-                        : static_cast<long>(std::min(grown, static_cast<std::int64_t>(limit_)));
   SV::String larger;
-  char* bytes = larger.AllocBuffer(room);
+  char* bytes = nullptr;
+  try {
+    bytes = larger.AllocBuffer(needed <= announced_ ? announced_
+                                                    : static_cast<long>(std::min(grown, most)));
+  } catch (const std::bad_alloc&) {
+    announced_ = 0;  // it may have been too much to say
+    bytes = larger.AllocBuffer(needed);
+  }
   std::memcpy(bytes, bytes_.GetStr(), static_cast<std::size_t>(length_));
   bytes_ = std::move(larger);
 }
 
-bool Body::Append(const char* data, std::size_t length) {
-  if (length > limit_ - Length()) return false;
+char* Body::Room(std::size_t length) {
+  if (length > limit_ - Length()) return nullptr;
   try {
     MakeRoom(static_cast<long>(length));
   } catch (const std::bad_alloc&) {
-    return false;
+    return nullptr;
   }
   // The buffer is this body's alone, so it can be written to where it lies.
-  std::memcpy(const_cast<char*>(bytes_.GetStr()) + length_, data, length);
-  length_ += static_cast<long>(length);
-  if (text_) text_->Append({data, length});
+  return const_cast<char*>(bytes_.GetStr()) + length_;
+}
+
+bool Body::Append(const char* data, std::size_t length) {
+  char* const room = Room(length);
+  if (!room) return false;
+  std::memcpy(room, data, length);
+  Advance(length);
   return true;
 }
 

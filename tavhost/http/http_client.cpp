@@ -55,13 +55,16 @@ struct TavHTTPClient::State {
   std::vector<http::Proxy> proxies;
   bool badProxy = false;  // the list given makes no sense: requests fail, rather than go direct
   http::Answer answer;
-  SV::WString content;  // the body as text, once that was asked for
+  std::uint32_t received = 0;  // bytes of its body
+  SV::WString content;         // the body as text, once that was asked for
   bool decoded = false;
+  bool rawWanted = false;  // the body is kept beside its text
   SV::WString header;
   SV::WString charset;
   SV::WString host;
 
   bool Fetch(const std::string& verb);
+  SV::String DecodedText();
 };
 
 // One attempt: the request and whatever it is redirected to. From https no redirect leads back to
@@ -88,6 +91,12 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
     request.url = *std::move(next);
   }
   return false;
+}
+
+SV::String TavHTTPClient::State::DecodedText() {
+  const std::string charsetName = http::CharsetOf(http::FirstField(answer.header, "Content-Type"));
+  return rawWanted ? http::TextOf(charsetName, answer.body)
+                   : http::TakeTextOf(charsetName, answer.body);
 }
 
 TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
@@ -134,11 +143,13 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
   const std::string name = Utf8(verb);
   trace::Call call(this, "SendHttpRequest", name, unused);
   state_->decoded = false;
+  state_->rawWanted = false;
   if (state_->badProxy || (!name.empty() && !IsToken(name))) return call.Result(false);
   const std::string sent = name.empty() ? "GET" : name;
   if (dry_run::IsOn()) {
     dry_run::Tell({dry_run::Act::kSend, state_->url.Text(), {}, -1, false, sent});
     state_->answer = http::Answer();  // an empty one, as if the server had taken it
+    state_->received = 0;
     return call.Result(true);
   }
   bool complete = false;
@@ -147,6 +158,7 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
     complete = state_->Fetch(sent);
   }
   if (!complete) state_->answer = http::Answer();
+  state_->received = static_cast<std::uint32_t>(state_->answer.body.Len());
   state_->header = Wide(state_->answer.header);
   state_->charset = Wide(http::CharsetOf(http::FirstField(state_->answer.header, "Content-Type")));
   return call.Result(complete);
@@ -155,7 +167,7 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
 const SV::WString& TavHTTPClient::GetResponseContent() {
   trace::Call call(this, "GetResponseContent");
   if (!state_->decoded) {
-    state_->content = SV::WString::OfUtf8(state_->answer.text.Finish(state_->answer.body));
+    state_->content = SV::WString::OfUtf8(state_->DecodedText());
     state_->decoded = true;
   }
   return call.ResultText(state_->content);
@@ -163,13 +175,17 @@ const SV::WString& TavHTTPClient::GetResponseContent() {
 
 const unsigned char* TavHTTPClient::GetRawResponseContent() {
   trace::Call call(this, "GetRawResponseContent");
+  if (state_->decoded && !state_->rawWanted) {
+    throw std::logic_error("the raw content was given up for the text");
+  }
+  state_->rawWanted = true;
   call.Result(state_->answer.body);
   return reinterpret_cast<const unsigned char*>(state_->answer.body.GetStr());
 }
 
 std::uint32_t TavHTTPClient::GetRawResponseReceivedContentLength() {
   trace::Call call(this, "GetRawResponseReceivedContentLength");
-  return call.Result(static_cast<std::uint32_t>(state_->answer.body.Len()));
+  return call.Result(state_->received);
 }
 
 const SV::WString& TavHTTPClient::GetResponseHeader() {

@@ -1,32 +1,35 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "tavhost/http/http_body.h"
-
 namespace http {
 
-// From the bytes of one charset to UTF-8, piece by piece as they come: a character may lie across
-// the border of two pieces. What the charset does not allow becomes U+FFFD.
+// From the bytes of one charset to UTF-8, piece by piece: a character may lie across the border of
+// two pieces. What the charset does not allow becomes U+FFFD.
 class Converter {
  public:
   virtual ~Converter() = default;
 
-  // Both append to the text, and return false when it takes no more.
-  virtual bool Append(std::string_view bytes, Body& text) = 0;
-  virtual bool Finish(Body& text) = 0;  // behind the last piece
+  // The most bytes that Append of so many may write to, and Finish behind them.
+  virtual std::size_t RoomFor(std::size_t bytes) const = 0;
+  // Both write the text to `out` and return its end there.
+  virtual char* Append(std::string_view bytes, char* out) = 0;
+  virtual char* Finish(char* out) = 0;  // behind the last piece
 };
 
 // For UTF-8 itself, UTF-16, UTF-32 and the western charsets, by their names in lower case; null for
 // others. No byte-order mark is looked for.
 std::unique_ptr<Converter> MakeConverter(std::string_view charset);
 
-// For whatever else the system knows; null for what it does not. Platform part.
-std::unique_ptr<Converter> MakeSystemConverter(const std::string& charset);
+// For whatever else the system knows; null for what it does not. `bytes` is how much is to come.
+// Platform part.
+std::unique_ptr<Converter> MakeSystemConverter(const std::string& charset, std::uint64_t bytes);
 
-// Whether bytes, piece by piece as they come, are well-formed UTF-8 (RFC 3629).
+// Whether bytes, piece by piece, are well-formed UTF-8 (RFC 3629).
 class Utf8Check {
  public:
   // False from the first piece on that is not.
@@ -35,6 +38,7 @@ class Utf8Check {
   bool IsComplete() const { return missing_ == 0; }
 
  private:
+  const char* TakeRest(const char* in, const char* end);
   bool TakeLead(unsigned char byte);
 
   unsigned missing_ = 0;  // bytes of the present character, still to come

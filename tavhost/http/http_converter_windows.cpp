@@ -37,30 +37,33 @@ class BySystem final : public Converter {
  public:
   explicit BySystem(UINT page) : page_(page) {}
 
-  bool Append(std::string_view bytes, Body& text) override {
+  // A byte is a character at most, or a piece of one that is not allowed.
+  std::size_t RoomFor(std::size_t bytes) const override { return (rest_.size() + bytes) * 6; }
+
+  char* Append(std::string_view bytes, char* out) override {
     const std::size_t cut = bytes.find_last_of(" \n");
     if (cut == bytes.npos) {
       rest_.append(bytes);
-      return true;
+      return out;
     }
     rest_.append(bytes.substr(0, cut + 1));
-    if (!Convert(text)) return false;
+    out = Convert(out);
     rest_.assign(bytes.substr(cut + 1));
-    return true;
+    return out;
   }
-  bool Finish(Body& text) override { return Convert(text); }
+  char* Finish(char* out) override { return Convert(out); }
 
  private:
-  bool Convert(Body& text) {
+  char* Convert(char* out) {
     const int length = static_cast<int>(rest_.size());
-    if (length == 0) return true;
+    if (length == 0) return out;
     const int count = MultiByteToWideChar(page_, 0, rest_.data(), length, nullptr, 0);
     std::u16string units(static_cast<std::size_t>(std::max(count, 0)), u'\0');
     MultiByteToWideChar(page_, 0, rest_.data(), length, reinterpret_cast<wchar_t*>(units.data()),
                         count);
     rest_.clear();
     const std::string utf8 = utf16::ToUtf8(units);
-    return text.Append(utf8.data(), utf8.size());
+    return std::copy(utf8.begin(), utf8.end(), out);
   }
 
   const UINT page_;
@@ -69,7 +72,7 @@ class BySystem final : public Converter {
 
 }  // namespace
 
-std::unique_ptr<Converter> MakeSystemConverter(const std::string& charset) {
+std::unique_ptr<Converter> MakeSystemConverter(const std::string& charset, std::uint64_t) {
   const UINT page = NumberOf(charset);
   if (page == 0 || !IsValidCodePage(page)) return nullptr;
   return std::make_unique<BySystem>(page);

@@ -1,25 +1,26 @@
 #include "tavhost/http/http_text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <new>
 #include <utility>
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/http/http_body.h"
+#include "tavhost/http/http_converter.h"
+#include "tavhost/http/http_spent_memory.h"
 #include "tavhost/http/http_transport.h"
 
 namespace http {
 
 namespace {
 
-constexpr std::size_t kLongestMark = 4;
 // Looked for only in what is said to be UTF-32: the first begins like that of UTF-16.
 constexpr std::string_view kUtf32LittleMark("\xFF\xFE\0\0", 4);
 constexpr std::string_view kUtf32BigMark("\0\0\xFE\xFF", 4);
 constexpr std::size_t kTextLimit = SV::String::kMaxLength;
-
-// The room made for a text at first: what most texts need that are not ASCII alone.
-std::uint64_t RoomFor(std::uint64_t bytes) { return bytes + bytes / 8; }
 
 // The order of its bytes is told by a byte-order mark.
 bool IsToldByAMark(std::string_view charset) { return charset == "utf-16" || charset == "utf-32"; }
@@ -47,119 +48,103 @@ std::string CharsetOf(std::string_view contentType) {
   return {};
 }
 
-BodyText::BodyText(std::string_view charset, std::uint64_t expected)
-    : charset_(ascii::ToLower(charset)), expected_(expected) {
-  if (charset_.empty() || IsToldByAMark(charset_) || IsUtf8Name(charset_)) return;
-  converter_ = MakeConverter(charset_);
-  if (!converter_) converter_ = MakeSystemConverter(charset_);
-  if (converter_) {
-    way_ = Way::kConverted;
-  } else {
-    charset_.clear();  // nobody knows it: it says nothing
+namespace {
+
+// How a body is written.
+struct Writing {
+  std::string charset;         // empty where nothing tells
+  std::size_t markLength = 0;  // of the byte-order mark
+};
+
+// What is said of the charset, in lower case, and the first bytes tell it together.
+Writing WritingOf(const std::string& said, std::string_view body) {
+  if (body.starts_with("\xEF\xBB\xBF")) return {"utf-8", 3};
+  if (IsUtf8Name(said)) return {"utf-8"};
+  if (said == "utf-32") {
+    if (body.starts_with(kUtf32LittleMark)) return {"utf-32le", 4};
+    return {"utf-32be", body.starts_with(kUtf32BigMark) ? std::size_t{4} : 0};
   }
+  if (body.starts_with("\xFF\xFE")) return {"utf-16le", 2};
+  if (body.starts_with("\xFE\xFF")) return {"utf-16be", 2};
+  if (said == "utf-16") return {"utf-16be"};  // RFC 2781, 4.3
+  return {};
 }
 
-// By the first bytes, or all of them when there are fewer than a mark can have.
-void BodyText::Decide() {
-  const std::string_view first = first_;
-  const auto convert = [this](const char* charset, std::size_t mark) {
-    converter_ = MakeConverter(charset);
-    way_ = Way::kConverted;
-    mark_ = mark;
-  };
-  if (first.starts_with("\xEF\xBB\xBF")) {
-    way_ = Way::kSame;
-    mark_ = 3;
-    fallback_ = "utf-8";
-  } else if (IsUtf8Name(charset_)) {
-    way_ = Way::kSame;
-    fallback_ = "utf-8";
-  } else if (charset_ == "utf-32") {
-    const bool isMarked = first.starts_with(kUtf32LittleMark) || first.starts_with(kUtf32BigMark);
-    convert(first.starts_with(kUtf32LittleMark) ? "utf-32le" : "utf-32be", isMarked ? 4 : 0);
-  } else if (first.starts_with("\xFF\xFE")) {
-    convert("utf-16le", 2);
-  } else if (first.starts_with("\xFE\xFF")) {
-    convert("utf-16be", 2);
-  } else if (charset_ == "utf-16") {
-    convert("utf-16be", 0);  // RFC 2781, 4.3
-  } else {
-    way_ = Way::kSame;
-  }
-}
-
-void BodyText::TakeFirst() {
-  Decide();
-  const std::string first = std::exchange(first_, {});
-  Append(std::string_view(first).substr(mark_));
-}
-
-void BodyText::Append(std::string_view bytes) {
-  switch (way_) {
-    case Way::kUnknown:
-      first_.append(bytes);
-      return first_.size() < kLongestMark ? void() : TakeFirst();
-    case Way::kSame:
-      return TakeChecked(bytes);
-    case Way::kConverted:
-      return ConvertNow(bytes);
-    case Way::kLater:
-      return;
-  }
-}
-
-void BodyText::TakeChecked(std::string_view bytes) {
-  if (!check_.Append(bytes)) way_ = Way::kLater;
-}
-
-void BodyText::ConvertNow(std::string_view bytes) {
-  if (full_) return;
-  try {
-    if (!writer_) {
-      bytes_ = std::make_unique<SV::String>();
-      writer_ = std::make_unique<Body>(*bytes_, kTextLimit);
-      writer_->Announce(RoomFor(expected_));
-    }
-    full_ = !converter_->Append(bytes, *writer_);
-  } catch (const std::bad_alloc&) {
-    full_ = true;
-  }
-}
-
-SV::String BodyText::Finish(const SV::String& body) {
-  if (way_ == Way::kUnknown) TakeFirst();
-  if (way_ == Way::kSame && !check_.IsComplete()) way_ = Way::kLater;
-  if (way_ == Way::kLater) return ConvertLater(body);
-  if (way_ == Way::kSame) {
-    SV::String text = body;
-    return text.Erase(0, static_cast<long>(mark_));
-  }
-  if (converter_ && !full_ && writer_) {
-    full_ = !converter_->Finish(*writer_);
-    converter_.reset();
-    writer_->Finish();
-  }
-  if (full_) throw std::bad_alloc();
-  return bytes_ ? *bytes_ : SV::String();
-}
-
-SV::String BodyText::ConvertLater(const SV::String& body) const {
-  constexpr std::size_t kSlice = std::size_t{1} << 20;  // some milliseconds of work
-  const std::unique_ptr<Converter> converter = MakeConverter(fallback_);
-  SV::String text;
-  Body writer(text, kTextLimit);
-  std::string_view left = body.View().substr(mark_);
-  writer.Announce(RoomFor(left.size()));
-  while (!left.empty()) {
+// Goes through a text slice by slice; `take` returns false to leave early.
+template <typename Take>
+bool ForEachSlice(std::string_view text, std::size_t slice, Take take) {
+  while (!text.empty()) {
     stop::ThrowIfRequested();
     PaintWhileWaiting();
-    const std::string_view slice = left.substr(0, kSlice);
-    left.remove_prefix(slice.size());
-    if (!converter->Append(slice, writer)) throw std::bad_alloc();
+    const std::string_view next = text.substr(0, slice);
+    text.remove_prefix(next.size());
+    if (!take(next)) return false;
   }
-  if (!converter->Finish(writer)) throw std::bad_alloc();
+  return true;
+}
+
+bool IsUtf8(std::string_view text, std::size_t slice) {
+  Utf8Check check;
+  return ForEachSlice(text, slice, [&](std::string_view next) { return check.Append(next); }) &&
+         check.IsComplete();
+}
+
+// `use(end)` is told how far the bytes have been read.
+template <typename Use>
+SV::String Converted(Converter& converter, std::string_view bytes, std::size_t slice, Use use) {
+  SV::String text;
+  Body writer(text, kTextLimit);
+  writer.Announce(converter.RoomFor(bytes.size()) +
+                  converter.RoomFor(std::min(slice, bytes.size())));
+  const auto write = [&](std::size_t length, auto convert) {
+    char* const room = writer.Room(converter.RoomFor(length));
+    if (!room) throw std::bad_alloc();
+    writer.Advance(static_cast<std::size_t>(convert(room) - room));
+  };
+  ForEachSlice(bytes, slice, [&](std::string_view next) {
+    write(next.size(), [&](char* room) { return converter.Append(next, room); });
+    use(next.data() + next.size());
+    return true;
+  });
+  write(0, [&](char* room) { return converter.Finish(room); });
   writer.Finish();
   return text;
+}
+
+template <typename Use>
+SV::String TextBy(std::string_view charset, SV::String body, std::size_t slice, Use use) {
+  const std::string said = ascii::ToLower(charset);
+  const std::string_view bytes = body.View();
+  std::unique_ptr<Converter> converter;
+  std::size_t markLength = 0;
+  if (!said.empty() && !IsToldByAMark(said) && !IsUtf8Name(said)) {
+    converter = MakeConverter(said);
+    if (!converter) converter = MakeSystemConverter(said, bytes.size());
+  }
+  if (!converter) {  // what nobody knows says nothing
+    const Writing writing = WritingOf(said, bytes);
+    markLength = writing.markLength;
+    const bool mayBeUtf8 = writing.charset.empty() || IsUtf8Name(writing.charset);
+    if (mayBeUtf8 && IsUtf8(bytes.substr(markLength), slice)) {
+      return body.Erase(0, static_cast<long>(markLength));
+    }
+    converter = MakeConverter(writing.charset.empty() ? "windows-1252" : writing.charset);
+  }
+  return Converted(*converter, bytes.substr(markLength), slice, use);
+}
+
+}  // namespace
+
+SV::String TextOf(std::string_view charset, const SV::String& body, std::size_t slice) {
+  return TextBy(charset, body, slice, [](const char*) {});
+}
+
+SV::String TakeTextOf(std::string_view charset, SV::String& body) {
+  SV::String taken = std::move(body);
+  body = SV::String();
+  SpentMemory spent(taken);
+  return TextBy(charset, std::move(taken), kSliceOfText,
+                [&spent](const char* end) { spent.UpTo(end); });
 }
 
 }  // namespace http

@@ -7,7 +7,6 @@
 
 #include "host/base/string.h"
 #include "tavhost/http/http_proxy.h"
-#include "tavhost/http/http_text.h"
 #include "tavhost/http/http_url.h"
 
 // One request and its answer on the wire, carried by the platform's HTTP library, which the first
@@ -36,7 +35,6 @@ struct Answer {
   int status = 0;
   std::string header;  // status line and fields as they came, the last line empty
   SV::String body;
-  BodyText text;
 };
 
 // False when no complete answer came, or a stop was asked for. Throws std::runtime_error when the

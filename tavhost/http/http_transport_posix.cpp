@@ -135,7 +135,6 @@ bool BeginBody(Transfer& transfer) {
   transfer.tls = TlsInUse();
   if (framing->end == BodyEnd::kNone) return true;
   transfer.body.Announce(framing->length);
-  transfer.answer.text = BodyText(CharsetOf(FirstField(header, "Content-Type")), framing->length);
   transfer.decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), transfer.body);
   return true;
 }
@@ -282,7 +281,7 @@ bool Exchange(const Request& request, Answer& answer) {
   answer = Answer();
   ended = nullptr;
   sockets::EndTalkative();
-  Transfer transfer{request, answer, Body(answer.body, kBodyLimit, &answer.text),
+  Transfer transfer{request, answer, Body(answer.body, kBodyLimit),
                     Watch(request.timeouts, Watch::Clock::now()), HeaderLines(answer.header)};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;

@@ -275,11 +275,9 @@ class Exchanging {
     constexpr DWORD kPiece = 256 * 1024;
     if (framing_.end == BodyEnd::kNone) return true;
     reports_->piece.resize(kPiece);
-    const std::string& header = answer_.header;
-    answer_.text = BodyText(CharsetOf(FirstField(header, "Content-Type")), framing_.length);
-    Body body(answer_.body, kBodyLimit, &answer_.text);
+    Body body(answer_.body, kBodyLimit);
     body.Announce(framing_.length);
-    const auto decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), body);
+    const auto decoder = Decoder::For(JoinedFields(answer_.header, "Content-Encoding"), body);
     if (!decoder) return false;
     std::uint64_t received = 0;
     while (true) {

@@ -3,6 +3,7 @@ import functools
 import gzip
 import socket
 import ssl
+import sys
 import threading
 import time
 import zlib
@@ -60,6 +61,7 @@ RAW = {
     "folded-length": b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n 0\r\n\r\nhello",
     "folded-chunks": b"HTTP/1.1 200 OK\r\nTransfer-Encoding:\r\n chunked\r\n\r\n"
                      b"5\r\nhello\r\n",
+    "begins-folded": b"HTTP/1.1 200 OK\r\n\tfolded: x\r\nContent-Length: 5\r\n\r\nhello",
     "other-transfer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: x-unheard-of\r\n\r\nhello",
     "packed-transfer": b"HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\n"
                        + gzip.compress(b"hello" * 1000)[:-12],
@@ -427,3 +429,8 @@ class Proxy:
             target.shutdown(socket.SHUT_WR)
         except OSError:
             pass
+
+
+if __name__ == "__main__":  # by itself: says where, and serves until its input ends
+    print(Server().url, flush=True)
+    sys.stdin.read()

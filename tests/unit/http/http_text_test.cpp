@@ -12,34 +12,22 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/utf16.h"
+#include "tavhost/http/http_converter.h"
 
 namespace {
 
-using http::BodyText;
+using http::TextOf;
 
 constexpr std::string_view kUnknown = "\xEF\xBF\xBD";  // U+FFFD
 
-// The text of a body that comes in these pieces.
-std::string TextOf(std::string_view charset, const std::vector<std::string_view>& pieces) {
-  BodyText text(charset, 0);
-  SV::String body;
-  for (const std::string_view piece : pieces) {
-    text.Append(piece);
-    body.Append(piece.data(), static_cast<long>(piece.size()));
-  }
-  return std::string(text.Finish(body).View());
-}
-
 // However the body is cut, the text is the same.
 void ExpectText(std::string_view charset, std::string_view body, std::string_view expected) {
-  EXPECT_EQ(TextOf(charset, {body}), expected) << charset;
-  for (std::size_t cut = 0; cut <= body.size(); ++cut) {
-    EXPECT_EQ(TextOf(charset, {body.substr(0, cut), body.substr(cut)}), expected)
-        << charset << ", cut at " << cut;
+  const SV::String bytes = base::StringOf(body);
+  for (std::size_t slice = 1; slice <= body.size() + 1; ++slice) {
+    EXPECT_EQ(TextOf(charset, bytes, slice).View(), expected) << charset << ", cut by " << slice;
   }
-  std::vector<std::string_view> bytes;
-  for (std::size_t i = 0; i < body.size(); ++i) bytes.push_back(body.substr(i, 1));
-  EXPECT_EQ(TextOf(charset, bytes), expected) << charset << ", byte by byte";
+  SV::String taken(bytes);
+  EXPECT_EQ(http::TakeTextOf(charset, taken).View(), expected) << charset;
 }
 
 std::string Unknown(int count) {
@@ -164,21 +152,31 @@ TEST(BodyText, TheCheckFindsWhatIsUtf8) {
 
 TEST(BodyText, ABodyThatIsItsTextIsNotCopied) {
   const SV::String body = base::StringOf(std::string(100000, 'x') + "\xC3\xBC");
-  BodyText text("", 0);
-  text.Append(body.View());
-  const SV::String whole = text.Finish(body);
+  const SV::String whole = TextOf("", body);
   EXPECT_EQ(whole.GetStr(), body.GetStr());
   EXPECT_EQ(SV::ConvertWStringToUTF8String(SV::WString::OfUtf8(whole)).GetStr(), body.GetStr());
 }
 
-TEST(BodyText, AStopEndsWhatIsDoneAtTheEnd) {
+TEST(BodyText, AStopEndsTheWork) {
   const SV::String body = base::StringOf(std::string(3 << 20, '\xFF'));
-  BodyText text("utf-8", 0);
-  text.Append(body.View());
-  stop::Request(stop::Reason::kUser);
-  EXPECT_THROW(text.Finish(body), stop::Stopped);
-  stop::Clear();
-  EXPECT_EQ(text.Finish(body).Len(), 3 * body.Len());
+  for (const char* charset : {"utf-8", "windows-1252", "utf-16le", "shift_jis"}) {
+    stop::Request(stop::Reason::kUser);
+    EXPECT_THROW(TextOf(charset, body), stop::Stopped) << charset;
+    stop::Clear();
+  }
+  EXPECT_EQ(TextOf("utf-8", body).Len(), 3 * body.Len());
+}
+
+// So long that parts of it are given back on the way.
+TEST(BodyText, LongBodiesAreUsedUp) {
+  std::string text;
+  while (text.size() < (std::size_t{9} << 20)) text += "gr\xFC\xDF";
+  SV::String body = base::StringOf(text);
+  const SV::String kept = TextOf("iso-8859-1", body);
+  EXPECT_EQ(kept.Len(), body.Len() / 4 * 6);
+  EXPECT_TRUE(body.View() == text);
+  EXPECT_TRUE(http::TakeTextOf("iso-8859-1", body).View() == kept.View());
+  EXPECT_EQ(body.Len(), 0);
 }
 
 }  // namespace
