@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 #include "tavhost/base/stop.h"
@@ -26,7 +28,7 @@ namespace {
 struct Library {
   decltype(&curl_global_init) globalInit;
   decltype(&curl_easy_init) easyInit;
-  decltype(&curl_easy_reset) easyReset;
+  decltype(&curl_easy_cleanup) easyCleanup;
   decltype(&curl_easy_setopt) setOption;
   decltype(&curl_easy_getinfo) getInfo;
   decltype(&curl_multi_init) multiInit;
@@ -40,8 +42,7 @@ struct Library {
   // Of the TLS library that libcurl uses, if it is OpenSSL; else null.
   void (*setInfoCallback)(ssl_ctx_st*, void (*)(const ssl_st*, int, int)) = nullptr;
 
-  // Live as long as the process: the connections to hosts already asked stay open in them.
-  CURL* easy = nullptr;
+  // Lives as long as the process: the connections to hosts already asked stay open in it.
   CURLM* multi = nullptr;
 };
 
@@ -58,7 +59,7 @@ Library Load() {
   Library library;
   Find(module, "curl_global_init", library.globalInit);
   Find(module, "curl_easy_init", library.easyInit);
-  Find(module, "curl_easy_reset", library.easyReset);
+  Find(module, "curl_easy_cleanup", library.easyCleanup);
   Find(module, "curl_easy_setopt", library.setOption);
   Find(module, "curl_easy_getinfo", library.getInfo);
   Find(module, "curl_multi_init", library.multiInit);
@@ -75,15 +76,27 @@ Library Load() {
   if (library.globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
     throw std::runtime_error("libcurl cannot be started");
   }
-  library.easy = library.easyInit();
   library.multi = library.multiInit();
-  if (!library.easy || !library.multi) throw std::runtime_error("libcurl cannot be started");
+  if (!library.multi) throw std::runtime_error("libcurl cannot be started");
   return library;
 }
 
 const Library& Curl() {
   static const Library library = Load();
   return library;
+}
+
+// A handle for one transfer: of one that is used again, libcurl 7.88 remembers fields of the answer
+// before although it has freed them.
+struct EasyDeleter {
+  void operator()(CURL* easy) const { Curl().easyCleanup(easy); }
+};
+using Easy = std::unique_ptr<CURL, EasyDeleter>;
+
+Easy MakeEasy() {
+  Easy easy(Curl().easyInit());
+  if (!easy) throw std::bad_alloc();
+  return easy;
 }
 
 // What the callbacks of one transfer share.
@@ -97,6 +110,8 @@ struct Transfer {
   std::unique_ptr<Decoder> decoder = nullptr;  // the same, when there is a body that it can decode
   const void* tls = nullptr;                   // the same; null where the answer comes without
   bool refused = false;
+  std::exception_ptr fault = nullptr;  // thrown in a callback, which libcurl must not see
+  Easy easy = MakeEasy();
 };
 
 curl_socket_t OpenSocket(void*, curlsocktype, curl_sockaddr* address) {
@@ -120,9 +135,9 @@ CURLcode WatchTls(CURL*, void* context, void*) {
   return CURLE_OK;
 }
 
-const void* TlsInUse() {
+const void* TlsInUse(CURL* easy) {
   const curl_tlssessioninfo* session = nullptr;
-  Curl().getInfo(Curl().easy, CURLINFO_TLS_SSL_PTR, &session);
+  Curl().getInfo(easy, CURLINFO_TLS_SSL_PTR, &session);
   return session && session->backend == CURLSSLBACKEND_OPENSSL ? session->internals : nullptr;
 }
 
@@ -132,7 +147,7 @@ bool BeginBody(Transfer& transfer) {
   const auto framing = FramingOf(header, transfer.request.verb, transfer.header.Status());
   if (!framing) return false;
   transfer.framing = *framing;
-  transfer.tls = TlsInUse();
+  transfer.tls = TlsInUse(transfer.easy.get());
   if (framing->end == BodyEnd::kNone) return true;
   transfer.body.Announce(framing->length);
   transfer.decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), transfer.body);
@@ -153,41 +168,41 @@ bool IsBodyComplete(const Transfer& transfer) {
   return !transfer.decoder || transfer.decoder->IsComplete(transfer.framing.end);
 }
 
-// libcurl hands over the header line by line and the body in pieces. Anything but the number of
-// bytes as the result ends the transfer.
-
-std::size_t TakeHeader(char* data, std::size_t, std::size_t length, void* user) {
-  auto& transfer = *static_cast<Transfer*>(user);
+bool TakeHeader(Transfer& transfer, std::string_view line) {
   transfer.watch.Received(Watch::Clock::now());
   const bool isTrailer = transfer.header.IsComplete();
-  if (transfer.header.Append({data, length}) &&
-      (isTrailer || !transfer.header.IsComplete() || BeginBody(transfer))) {
-    return length;
-  }
-  transfer.refused = true;
-  return 0;
+  return transfer.header.Append(line) &&
+         (isTrailer || !transfer.header.IsComplete() || BeginBody(transfer));
 }
 
-std::size_t TakeBody(char* data, std::size_t, std::size_t length, void* user) {
-  auto& transfer = *static_cast<Transfer*>(user);
+bool TakeBody(Transfer& transfer, std::string_view piece) {
   const auto now = Watch::Clock::now();
   transfer.watch.Received(now);
   // A server that is fast enough keeps libcurl from returning in between.
   PaintWhileWaiting();
-  if (stop::IsRequested() || transfer.watch.IsOver(now)) {
-    transfer.refused = true;
-    return 0;
+  return !stop::IsRequested() && !transfer.watch.IsOver(now) && transfer.decoder &&
+         transfer.decoder->Append(piece.data(), piece.size());
+}
+
+// libcurl hands over the header line by line and the body in pieces. Anything but the number of
+// bytes as the result ends the transfer.
+template <bool (*take)(Transfer&, std::string_view)>
+std::size_t Callback(char* data, std::size_t, std::size_t length, void* user) noexcept {
+  auto& transfer = *static_cast<Transfer*>(user);
+  try {
+    if (take(transfer, {data, length})) return length;
+  } catch (...) {
+    transfer.fault = std::current_exception();
   }
-  if (transfer.decoder && transfer.decoder->Append(data, length)) return length;
   transfer.refused = true;
   return 0;
 }
 
 // Tells the watch how far the transfer has come: libcurl notes the time at which each phase ended.
-void Follow(Watch& watch, Watch::Clock::time_point now) {
-  const auto reached = [](CURLINFO when) {
+void Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
+  const auto reached = [easy](CURLINFO when) {
     curl_off_t microseconds = 0;
-    Curl().getInfo(Curl().easy, when, &microseconds);
+    Curl().getInfo(easy, when, &microseconds);
     return microseconds > 0;
   };
   if (reached(CURLINFO_NAMELOOKUP_TIME_T)) watch.Enter(Watch::Phase::kConnecting, now);
@@ -200,20 +215,19 @@ struct ListDeleter {
 };
 using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
-void SetCredentials(const Library& curl, CURLoption user, CURLoption password,
+void SetCredentials(const Library& curl, CURL* easy, CURLoption user, CURLoption password,
                     const std::string& userInfo) {
   if (userInfo.empty()) return;
   const auto colon = userInfo.find(':');
-  curl.setOption(curl.easy, user, PercentDecoded(userInfo.substr(0, colon)).c_str());
+  curl.setOption(easy, user, PercentDecoded(userInfo.substr(0, colon)).c_str());
   curl.setOption(
-      curl.easy, password,
+      easy, password,
       colon == std::string::npos ? "" : PercentDecoded(userInfo.substr(colon + 1)).c_str());
 }
 
 HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   const Request& request = transfer.request;
-  CURL* easy = curl.easy;
-  curl.easyReset(easy);
+  CURL* const easy = transfer.easy.get();
   curl.setOption(easy, CURLOPT_URL, request.url.Text().c_str());
   curl.setOption(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   curl.setOption(easy, CURLOPT_FOLLOWLOCATION, 0L);
@@ -222,9 +236,9 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   curl.setOption(easy, CURLOPT_QUICK_EXIT, 1L);
   curl.setOption(easy, CURLOPT_USERAGENT, "tavhost");
   curl.setOption(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  curl.setOption(easy, CURLOPT_HEADERFUNCTION, TakeHeader);
+  curl.setOption(easy, CURLOPT_HEADERFUNCTION, Callback<TakeHeader>);
   curl.setOption(easy, CURLOPT_HEADERDATA, &transfer);
-  curl.setOption(easy, CURLOPT_WRITEFUNCTION, TakeBody);
+  curl.setOption(easy, CURLOPT_WRITEFUNCTION, Callback<TakeBody>);
   curl.setOption(easy, CURLOPT_WRITEDATA, &transfer);
   curl.setOption(easy, CURLOPT_BUFFERSIZE, 512L * 1024);
   curl.setOption(easy, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
@@ -234,13 +248,14 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   const char* const authority = std::getenv("SSL_CERT_FILE");
   if (authority && *authority != '\0') curl.setOption(easy, CURLOPT_CAINFO, authority);
   if (curl.setInfoCallback) curl.setOption(easy, CURLOPT_SSL_CTX_FUNCTION, WatchTls);
-  SetCredentials(curl, CURLOPT_USERNAME, CURLOPT_PASSWORD, request.url.userInfo);
+  SetCredentials(curl, easy, CURLOPT_USERNAME, CURLOPT_PASSWORD, request.url.userInfo);
 
   // The environment's proxies are not used: a script asks for them by GET_PROXY_SETTINGS.
   curl.setOption(easy, CURLOPT_PROXY, request.proxy ? request.proxy->Text().c_str() : "");
   curl.setOption(easy, CURLOPT_NOPROXY, "");
   if (request.proxy) {
-    SetCredentials(curl, CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD, request.proxy->userInfo);
+    SetCredentials(curl, easy, CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD,
+                   request.proxy->userInfo);
   }
 
   HeaderList fields(curl.listAppend(nullptr, kAcceptEncoding));
@@ -267,7 +282,7 @@ bool Run(const Library& curl, Transfer& transfer) {
       return message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
     }
     const auto now = Watch::Clock::now();
-    Follow(transfer.watch, now);
+    Follow(transfer.watch, transfer.easy.get(), now);
     if (running == 0 || stop::IsRequested() || transfer.watch.IsOver(now)) return false;
     PaintWhileWaiting();
     curl.poll(curl.multi, nullptr, 0, kSliceMilliseconds, nullptr);
@@ -284,10 +299,11 @@ bool Exchange(const Request& request, Answer& answer) {
   Transfer transfer{request, answer, Body(answer.body, kBodyLimit),
                     Watch(request.timeouts, Watch::Clock::now()), HeaderLines(answer.header)};
   const HeaderList fields = SetOptions(curl, transfer);
-  if (curl.addHandle(curl.multi, curl.easy) != CURLM_OK) return false;
+  if (curl.addHandle(curl.multi, transfer.easy.get()) != CURLM_OK) return false;
   const bool complete = Run(curl, transfer) && !transfer.refused && transfer.header.IsComplete() &&
                         IsBodyComplete(transfer);
-  curl.removeHandle(curl.multi, curl.easy);
+  curl.removeHandle(curl.multi, transfer.easy.get());
+  if (transfer.fault) std::rethrow_exception(transfer.fault);
   answer.status = transfer.header.Status();
   transfer.body.Finish();
   return complete;
