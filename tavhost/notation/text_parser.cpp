@@ -164,7 +164,6 @@ TextParser::Step TextParser::ContinueParentheses(bool inside) {
     at = SkipSpace(at);
     const Kind kind = frames_.Last().kind;
     if (inside) {
-      inside = false;
       if (*at != ',' && *at != ')') {
         FailExpected(at, kind == Kind::kRecord ? "\",\" or \")\" in the record"
                                                : "\",\" or \")\" in the list");

@@ -21,7 +21,8 @@ constexpr double kLargePart = 0.85;  // of the screen
 
 SV::Size SmallSize(const QWidget& dialog) {
   const QFontMetrics metrics(dialog.font());
-  return SV::Size(metrics.averageCharWidth() * kSmallColumns, metrics.lineSpacing() * kSmallLines);
+  return SV::Size(long{metrics.averageCharWidth()} * kSmallColumns,
+                  long{metrics.lineSpacing()} * kSmallLines);
 }
 
 QPushButton* MakeButton(const QString& label, const char* name) {

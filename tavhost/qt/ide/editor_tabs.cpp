@@ -48,6 +48,7 @@ EditorPage* EditorTabs::Page() const { return PageAt(currentIndex()); }
 
 std::vector<EditorPage*> EditorTabs::Pages() const {
   std::vector<EditorPage*> pages;
+  pages.reserve(static_cast<std::size_t>(count()));
   for (int i = 0; i < count(); ++i) pages.push_back(PageAt(i));
   return pages;
 }
