@@ -3,8 +3,9 @@
 #include <cstddef>
 
 #include "tavhost/app/crash.h"
-#include "tavhost/app/standard_streams.h"
+#include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 
 namespace app {
 
@@ -45,7 +46,8 @@ void HandleFault(int signal) {
   static volatile sig_atomic_t next = kPrinted;
   if (next <= kPrinted) {
     next = kDetails;
-    FlushOutputIfFree();
+    LeftoverFile::RemoveAll();
+    standard_write::FlushOutputIfFree();
   }
   if (next <= kBare) {
     const bool details = next == kDetails;

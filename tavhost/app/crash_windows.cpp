@@ -3,8 +3,9 @@
 #include <csignal>
 
 #include "tavhost/app/crash.h"
-#include "tavhost/app/standard_streams.h"
+#include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 
 namespace app {
 
@@ -29,7 +30,9 @@ const char* CauseOf(DWORD code) {
 void Tell(const char* cause) {
   static volatile LONG told = 0;
   if (InterlockedExchange(&told, 1) != 0) return;
-  FlushOutputIfFree();  // what was printed before a crash is what its reader needs most
+  LeftoverFile::RemoveAll();
+  standard_write::FlushOutputIfFree();  // what was printed before a crash is what its reader needs
+                                        // most
   report::LineAtCrash(CrashLine(cause, true));
 }
 

@@ -58,4 +58,12 @@ void EndAtHangUp() {
   if (watched[0].fd >= 0 || watched[1].fd >= 0) event_loop::OnFirstUse(BeginToWatch);
 }
 
+void WaitForInput() {
+  pollfd waiting[] = {{STDIN_FILENO, POLLIN, 0}, watched[1]};
+  while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
+  }
+  const bool isTerminalGone = watched[0].fd >= 0 && (waiting[0].revents & POLLHUP) != 0;
+  if (isTerminalGone || waiting[0].revents == 0) kill(getpid(), SIGHUP);
+}
+
 }  // namespace app

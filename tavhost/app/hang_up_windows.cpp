@@ -6,4 +6,6 @@ namespace app {
 // console goes by a request to terminate.
 void EndAtHangUp() {}
 
+void WaitForInput() {}
+
 }  // namespace app

@@ -8,7 +8,9 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/base/leftover_file.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/loader/child_process.h"
 
 namespace app {
 
@@ -16,21 +18,35 @@ namespace {
 
 // The signal may be handled on any thread.
 std::atomic<bool> interrupted{false};
+std::atomic<int> reasonToEnd{0};  // a stop::Reason
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void Interrupt(int signal) {
-  const stop::Reason reason = signal == SIGINT ? stop::Reason::kUser : stop::Reason::kTerminate;
-  if (interrupted.exchange(true)) {
-    LeftoverFile::RemoveAll();
-    _exit(ExitCodeOfStop(reason));
-  }
+stop::Reason ReasonOf(int signal) {
+  return signal == SIGINT ? stop::Reason::kUser : stop::Reason::kTerminate;
+}
+
+void End(int signal) {
+  loader::EndChild();
+  LeftoverFile::RemoveAll();
+  _exit(ExitCodeOfStop(ReasonOf(signal)));
+}
+
+void Stop(stop::Reason reason) {
+  int none = 0;
+  reasonToEnd.compare_exchange_strong(none, static_cast<int>(reason));
+  standard_write::Hurry();
   stop::Request(reason);
 }
 
-// Does not count as the second: system, shell and what watches the terminal may each send one.
-void HangUp(int) { stop::Request(stop::Reason::kTerminate); }
+void Interrupt(int signal) {
+  if (interrupted.exchange(true)) End(signal);
+  Stop(ReasonOf(signal));
+}
 
-void TimeIsOver(int) { stop::Request(stop::Reason::kTimeout); }
+// Does not count as the second: system, shell and what watches the terminal may each send one.
+void HangUp(int) { Stop(stop::Reason::kTerminate); }
+
+void TimeIsOver(int) { Stop(stop::Reason::kTimeout); }
 
 void Handle(int signal, void (*handler)(int)) {
   struct sigaction action {};
@@ -38,15 +54,23 @@ void Handle(int signal, void (*handler)(int)) {
   sigaction(signal, &action, nullptr);
 }
 
+// What the caller wants ignored (nohup, a background job of a shell) stays so.
+void HandleUnlessIgnored(int signal, void (*handler)(int)) {
+  struct sigaction before {};
+  sigaction(signal, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) Handle(signal, handler);
+}
+
 }  // namespace
 
+void EndAtInterrupts() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) HandleUnlessIgnored(signal, End);
+}
+
 void HandleInterrupts() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    struct sigaction before {};
-    sigaction(signal, nullptr, &before);
-    // What the caller wants ignored (nohup, a background job of a shell) stays so.
-    if (before.sa_handler != SIG_IGN) Handle(signal, signal == SIGHUP ? HangUp : Interrupt);
-  }
+  HandleUnlessIgnored(SIGINT, Interrupt);
+  HandleUnlessIgnored(SIGTERM, Interrupt);
+  HandleUnlessIgnored(SIGHUP, HangUp);
 }
 
 void StopAfter(double seconds) {
@@ -59,6 +83,12 @@ void StopAfter(double seconds) {
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-void ForgetInterrupts() { interrupted = false; }
+stop::Reason Interruption() { return static_cast<stop::Reason>(reasonToEnd.load()); }
+
+void ForgetInterrupts() {
+  interrupted = false;
+  reasonToEnd = 0;
+  standard_write::TakeTime();
+}
 
 }  // namespace app

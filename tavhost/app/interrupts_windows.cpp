@@ -30,6 +30,9 @@ void CALLBACK TimeIsOver(void*, BOOLEAN) { stop::Request(stop::Reason::kTimeout)
 
 }  // namespace
 
+// The system ends a program that handles no interrupts, and its child with it.
+void EndAtInterrupts() {}
+
 void HandleInterrupts() { SetConsoleCtrlHandler(Interrupt, TRUE); }
 
 void StopAfter(double seconds) {
@@ -38,6 +41,9 @@ void StopAfter(double seconds) {
   CreateTimerQueueTimer(&timer, nullptr, TimeIsOver, nullptr, static_cast<DWORD>(milliseconds), 0,
                         WT_EXECUTEDEFAULT | WT_EXECUTEONLYONCE);
 }
+
+// Asked where something was dropped, which nothing is here.
+stop::Reason Interruption() { return stop::Reason::kNone; }
 
 void ForgetInterrupts() { interrupted = false; }
 

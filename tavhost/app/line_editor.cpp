@@ -1,6 +1,5 @@
 #include "tavhost/app/line_editor.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "tavhost/app/standard_streams.h"
@@ -16,7 +15,7 @@ class PlainReader final : public LineEditor {
 
   std::optional<std::string> Read(const std::string& prompt) override {
     if (withPrompt_) Print(prompt);
-    std::fflush(stdout);
+    FlushOutput();
     std::string line;
     // Dialogs that ask in the terminal read by the same function, so that neither takes lines that
     // are meant for the other.

@@ -25,9 +25,10 @@ void ReportOutcome(const script::Outcome& outcome, const Options& options) {
   if (!outcome.parsed || outcome.exitType == TavScriptExitError) {
     report::Line(outcome.error.text);
   } else if (outcome.exitType == TavScriptExitStop) {
-    const std::string& file = outcome.error.file;
+    const base::Diagnostic& at = outcome.error;
+    const std::string inner = at.message.empty() ? at.message : "in " + at.message + ' ';
     ReportStop(outcome.stopReason, options,
-               file.empty() ? file : file + ':' + std::to_string(outcome.error.line));
+               at.file.empty() ? at.file : inner + "at " + at.file + ':' + std::to_string(at.line));
   }
 }
 
@@ -37,7 +38,7 @@ void ReportStop(stop::Reason reason, const Options& options, const std::string& 
   char seconds[32];
   const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
   report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)" +
-               (where.empty() ? where : " at " + where));
+               (where.empty() ? where : ' ' + where));
 }
 
 int ExitCodeOf(const script::Outcome& outcome) {

@@ -10,7 +10,7 @@ namespace app {
 
 // Says on standard error why a script did not run to its end, where the user cannot know it yet.
 void ReportOutcome(const script::Outcome& outcome, const Options& options);
-// `where`: what was stopped, if that is known.
+// `where`: what was stopped, if that is known: `at a.tav:3`.
 void ReportStop(stop::Reason reason, const Options& options, const std::string& where = {});
 
 // The exit code of a run that ended so. An `exit` with a number that is no exit code is told.

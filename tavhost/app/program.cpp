@@ -8,10 +8,12 @@
 #include "tavhost/app/crash.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
+#include "tavhost/app/interrupts.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/loader/validate.h"
 #include "tavhost/lsp/language_server.h"
 
@@ -61,6 +63,7 @@ int RunWithinMemory(const std::vector<std::string>& arguments) {
 // The exit code that also tells whether all could be written; one that tells of a mistake stays.
 int WithOutput(int code) {
   const bool isPrinted = FinishOutput();
+  if (standard_write::HasDropped()) return ExitCodeOfStop(Interruption());
   if (code != kExitSuccess) return code;
   if (!isPrinted) return kExitScriptError;
   return Host::IsAllWritten() ? kExitSuccess : kExitNotWritten;
@@ -69,6 +72,7 @@ int WithOutput(int code) {
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments) {
+  EndAtInterrupts();
   PrepareStandardStreams();
   memory_reserve::Keep();
   ReportCrashes();

@@ -33,6 +33,7 @@ void SetProgramPath(const CommandLine& line) {
 }  // namespace
 
 int RunScript(const CommandLine& line) {
+  EndAtHangUp();
   const auto source =
       line.scriptText ? TextOnCommandLine(*line.scriptText) : ReadScript(line.operands[0]);
   if (!source) return kExitUsage;
@@ -40,7 +41,6 @@ int RunScript(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
   SetProgramPath(line);
-  EndAtHangUp();
 
   script::RunOptions options;
   options.name = source->name;

@@ -66,6 +66,7 @@ bool SendCommand(const kel::Element& element) {
 }  // namespace
 
 int SendCommands(const CommandLine& line) {
+  EndAtHangUp();
   // Everything is parsed before anything is done.
   std::vector<Commands> all;
   for (std::size_t i = 0; i < line.operands.size(); ++i) {
@@ -75,12 +76,11 @@ int SendCommands(const CommandLine& line) {
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
   std::string where;
-  EndAtHangUp();
   try {
     for (const Commands& commands : all) {
       for (std::uint32_t i = 0; i < commands.document->Count(); ++i) {
         const kel::Element& element = commands.document->Elements()[i];
-        where = commands.name + " (" + std::string(element.Name()) + ")";
+        where = "at " + commands.name + " (" + std::string(element.Name()) + ")";
         stop::ThrowIfRequested();
         if (SendCommand(element)) exitCode = kExitScriptError;
       }

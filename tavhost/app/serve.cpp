@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <tl/expected.hpp>
 #include <vector>
@@ -78,7 +77,7 @@ script::service::HostOptions ServiceOptions(const CommandLine& line) {
 
 int FinishServing(const Options& options, int exitCode) {
   if (!TavScriptService::IsRunning()) return exitCode;
-  std::fflush(stdout);
+  FlushOutput();
   script::service::ServeUntilStopped();
   script::service::manager::TellStopping();
   if (stop::IsRequested()) {

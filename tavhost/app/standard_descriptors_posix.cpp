@@ -10,8 +10,8 @@ namespace app {
 
 namespace {
 
-// Open for the other direction: reading standard input and writing the others fails, as it does
-// where they are closed, and is told.
+// Standard input is empty. The others are open for the other direction: writing to them fails, as
+// it does where they are closed, and is told.
 //
 // By system calls alone: neither the C library nor a sanitizer is ready when this runs.
 __attribute__((no_sanitize("address", "thread", "undefined"))) void TakeClosedDescriptors(int,
@@ -20,7 +20,7 @@ __attribute__((no_sanitize("address", "thread", "undefined"))) void TakeClosedDe
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
     if (syscall(SYS_fcntl, descriptor, F_GETFD) >= 0) continue;
     // The lowest free number, which is this one: those below it are open by now.
-    syscall(SYS_openat, AT_FDCWD, "/dev/null", descriptor == 0 ? O_WRONLY : O_RDONLY, 0);
+    syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDONLY, 0);
   }
 }
 

@@ -1,12 +1,11 @@
 #include "tavhost/app/standard_streams.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <tl/expected.hpp>
+#include <utility>
 
-#include "tavhost/base/file_text.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/terminal_input.h"
 
@@ -14,23 +13,22 @@ namespace app {
 
 namespace {
 
-constexpr std::size_t kBufferSize = std::size_t{1} << 16;
-
-int outputError = 0;  // errno of the first write that failed
+bool outputErrorSeen = false;
 bool outputErrorShown = false;
 std::string (*printForm)(std::string_view) = nullptr;
 
-void NoteOutputError() {
-  if (outputError != 0) return;
-  outputError = errno != 0 ? errno : EIO;
-  stop::Request(stop::Reason::kUser);  // nobody reads what the script goes on to print
+bool IsOutputWritten() {
+  if (standard_write::OutputError() == 0) return true;
+  // Nobody reads what the script goes on to print.
+  if (!std::exchange(outputErrorSeen, true)) stop::Request(stop::Reason::kUser);
+  return false;
 }
 
 }  // namespace
 
 void PrepareStandardStreams() {
   PreparePlatformStreams();
-  if (!IsOutputTerminal()) std::setvbuf(stdout, nullptr, _IOFBF, kBufferSize);
+  standard_write::PrepareOutput();
 }
 
 void Print(std::string_view text) {
@@ -48,29 +46,25 @@ void SetPrintForm(std::string (*form)(std::string_view text)) { printForm = form
 
 void PrintAsItIs(std::string_view text) {
   report::TakeStatusAway();
-  errno = 0;
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();
+  standard_write::Output(text);
+  IsOutputWritten();
 }
 
+void FlushOutput() { standard_write::FlushOutput(); }
+
 bool FinishOutput() {
-  errno = 0;
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-    if (errno == 0) errno = report::OutputError();  // it failed before a message
-    NoteOutputError();
-  }
-  if (outputError != 0 && !outputErrorShown) {
-    outputErrorShown = true;
+  FlushOutput();
+  if (IsOutputWritten()) return true;
+  if (!std::exchange(outputErrorShown, true)) {
     report::Line(std::string("tavhost: cannot write standard output: ") +
-                 std::strerror(outputError));
+                 std::strerror(standard_write::OutputError()));
   }
-  return outputError == 0;
+  return false;
 }
 
 bool ReadInputLine(std::string& line) {
-  if (IsInputTerminal()) std::fflush(stdout);  // the question stands before its answer
+  if (IsInputTerminal()) FlushOutput();  // the question stands before its answer
   return ui::ReadTerminalLine(line) == ui::LineOutcome::kLine;
 }
-
-base::Result<std::string> ReadStandardInput() { return base::ReadStreamText(stdin); }
 
 }  // namespace app

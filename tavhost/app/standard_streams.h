@@ -6,7 +6,8 @@
 #include "tavhost/base/result.h"
 
 // The program's standard streams. Standard output is buffered unless it is a terminal; messages on
-// standard error (tavhost/base/report.h) let what was printed before go out first.
+// standard error (tavhost/base/report.h) let what was printed before go out first. A program that
+// is to stop waits for their readers a little while only (tavhost/base/standard_write.h).
 namespace app {
 
 // To be called before anything is written. From then on bytes go out unchanged on every platform, a
@@ -20,8 +21,10 @@ void PrintLine(std::string_view line);  // and its end, both in one
 void SetPrintForm(std::string (*form)(std::string_view text));
 void PrintAsItIs(std::string_view text);
 
-// Writes out what is buffered. False when something could not be written, now or earlier; the first
-// call that finds this out says so on standard error.
+// Writes out what is buffered.
+void FlushOutput();
+// The same, for the end of a run. False when something could not be written, now or earlier; the
+// first call that finds this out says so on standard error.
 bool FinishOutput();
 
 bool IsInputTerminal();
@@ -33,10 +36,6 @@ bool ReadInputLine(std::string& line);
 
 // All that is left of standard input.
 base::Result<std::string> ReadStandardInput();
-
-// Writes out what is buffered, unless that is being written to at this moment; for the end of a
-// program that cannot end in the usual way. May be called in a signal handler.
-void FlushOutputIfFree() noexcept;
 
 // Platform part of PrepareStandardStreams.
 void PreparePlatformStreams();

@@ -1,10 +1,23 @@
 #include "tavhost/app/watchdog.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "tavhost/base/plugin_call.h"
 
 namespace app {
+
+std::string_view UncutLine(const char* file, char* room, std::size_t size) noexcept {
+  constexpr std::string_view kBegin = "tavhost: the stop takes effect when ";
+  constexpr std::string_view kEnd = " is stored\n";
+  if (size < kBegin.size() + kEnd.size()) return {};
+  const std::string_view name =
+      std::string_view(file).substr(0, size - kBegin.size() - kEnd.size());
+  char* at = std::copy(kBegin.begin(), kBegin.end(), room);
+  at = std::copy(name.begin(), name.end(), at);
+  at = std::copy(kEnd.begin(), kEnd.end(), at);
+  return {room, static_cast<std::size_t>(at - room)};
+}
 
 std::string_view WatchdogLine(char* room, std::size_t size) noexcept {
   constexpr std::string_view kBegin = "tavhost: ";

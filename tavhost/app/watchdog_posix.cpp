@@ -7,11 +7,12 @@
 #include <unistd.h>
 
 #include "tavhost/app/exit_codes.h"
-#include "tavhost/app/standard_streams.h"
 #include "tavhost/app/watchdog.h"
 #include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/uncut_work.h"
 
 // A timer whose signal comes to the user-interface thread alone: its handler runs in the middle of
 // the code that does not return, so that nothing it looks at can change meanwhile.
@@ -30,7 +31,12 @@ void SetTimer(int seconds) noexcept {
   timer_settime(timer, 0, &time, nullptr);
 }
 
-void Begin() noexcept { SetTimer(kWatchdogPatience); }
+volatile bool hasToldOfFile = false;
+
+void Begin() noexcept {
+  hasToldOfFile = false;
+  SetTimer(kWatchdogPatience);
+}
 void End() noexcept { SetTimer(0); }
 
 // Each phase but the first can be held by a pipe that nobody reads; the timer then comes into the
@@ -41,6 +47,15 @@ void Look(int) {
   const std::string_view line = WatchdogLine(room, sizeof room);
   const stop::Reason reason = stop::Watched();
   if (phase == Phase::kWatching) {
+    if (const char* const file = base::UncutWork::Current()) {
+      SetTimer(kWatchdogAgain);
+      if (!hasToldOfFile) {
+        hasToldOfFile = true;
+        report::LineAtCrash(UncutLine(file, room, sizeof room));
+      }
+      errno = kept;
+      return;
+    }
     if (line.empty() || reason == stop::Reason::kNone) {
       if (reason != stop::Reason::kNone) SetTimer(kWatchdogAgain);
       errno = kept;
@@ -49,7 +64,7 @@ void Look(int) {
     phase = Phase::kFlushing;
     SetTimer(kWatchdogWriting);
     LeftoverFile::RemoveAll();
-    FlushOutputIfFree();
+    standard_write::FlushOutputIfFree();
   }
   if (phase == Phase::kFlushing) {
     phase = Phase::kTelling;

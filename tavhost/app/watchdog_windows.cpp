@@ -1,11 +1,12 @@
 #include <windows.h>
 
 #include "tavhost/app/exit_codes.h"
-#include "tavhost/app/standard_streams.h"
 #include "tavhost/app/watchdog.h"
 #include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/uncut_work.h"
 
 // A timer of the system's, whose work runs on a thread of the system's; the user-interface thread
 // is held while that looks at it.
@@ -30,7 +31,7 @@ void Begin() noexcept { SetTimer(kWatchdogPatience); }
 void End() noexcept { SetThreadpoolTimer(timer, nullptr, 0, 0); }
 
 DWORD WINAPI FlushAndTell(void*) {
-  FlushOutputIfFree();
+  standard_write::FlushOutputIfFree();
   report::LineAtCrash(line);
   return 0;
 }
@@ -38,6 +39,7 @@ DWORD WINAPI FlushAndTell(void*) {
 void CALLBACK Look(PTP_CALLBACK_INSTANCE, void*, PTP_TIMER) {
   const stop::Reason reason = stop::Watched();
   if (reason == stop::Reason::kNone) return;
+  if (base::UncutWork::Current()) return SetTimer(kWatchdogAgain);
   SuspendThread(userInterface);
   line = WatchdogLine(room, sizeof room);
   ResumeThread(userInterface);

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdio>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -15,14 +14,15 @@
 #include <thread>
 #include <utility>
 
+#include "tavhost/base/standard_write.h"
+
 namespace report {
 
 namespace {
 
 std::mutex mutex;                            // held while something goes out
 std::atomic<std::size_t> statusColumns = 0;  // of the status line that shows
-std::atomic<int> outputError = 0;
-std::atomic<bool> waits = true;  // for whoever reads standard error
+std::atomic<bool> waits = true;              // for whoever reads standard error
 
 class KeptErrno {
  public:
@@ -34,11 +34,6 @@ class KeptErrno {
  private:
   const int before_;
 };
-
-void FlushOutput() {
-  errno = 0;
-  if (std::fflush(stdout) != 0 && outputError == 0) outputError = errno != 0 ? errno : EIO;
-}
 
 // What nobody has read yet, once nobody waits for the reader any more. A thread writes it out and
 // may wait as long as it likes.
@@ -118,13 +113,17 @@ class Backlog {
 };
 
 void Deliver(std::string_view text) noexcept {
-  waits ? detail::Write(text) : Backlog::Get().Take(text);
+  if (waits) {
+    standard_write::Error(text);
+  } else {
+    Backlog::Get().Take(text);
+  }
 }
 
 // Writes `text` and `end` in the place of the status line, behind what was printed before. The
 // caller holds the lock.
 void WriteInOrder(std::string_view text, std::string_view end) {
-  FlushOutput();
+  standard_write::FlushOutput();
   const std::size_t columns = statusColumns.exchange(0);
   try {
     std::string all;
@@ -190,7 +189,5 @@ void LineAtCrash(std::string_view text) noexcept {
   }
   detail::WriteWithin(text, kSecond);
 }
-
-int OutputError() noexcept { return outputError; }
 
 }  // namespace report

@@ -27,10 +27,6 @@ void TakeStatusAway() noexcept;
 // Whether standard error is a terminal, so that a status line can be written over.
 bool IsTerminal() noexcept;
 
-// The errno of the first time that what was printed could not be written out before a message;
-// 0 if there was none. The stream itself has forgotten it when it is asked at the end.
-int OutputError() noexcept;
-
 // For a program that serves others: from now on nobody waits for whoever reads standard error. What
 // is not read at once is kept for a while, in order, and behind a limit dropped and counted; the
 // count is told once somebody reads again. Cannot be taken back.
@@ -45,8 +41,8 @@ void LineAtCrash(std::string_view text) noexcept;
 
 namespace detail {
 
-// The platform's part: all bytes, at once if the system takes them so. What cannot be written is
-// lost; there is nobody left to tell.
+// The platform's part: all bytes, however long the reader takes. What cannot be written is lost;
+// there is nobody left to tell.
 void Write(std::string_view bytes) noexcept;
 
 // Writes what the reader takes within so many milliseconds, 0 for what it takes at once, and

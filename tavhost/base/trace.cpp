@@ -3,12 +3,14 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <unordered_map>
 
 #include "host/base/wstring.h"
 #include "tavhost/base/file_text.h"
 #include "tavhost/base/literal.h"
+#include "tavhost/base/standard_write.h"
 
 namespace trace {
 
@@ -70,6 +72,10 @@ void NoteError() {
 // that could not be written nothing more is: a trace with a gap misleads.
 void WriteOut(std::string_view line) {
   if (!output || writeError != 0) return;
+  if (output == stderr) {
+    writeError = standard_write::Error(line);
+    return;
+  }
   while (!line.empty()) {
     errno = 0;
     line.remove_prefix(std::fwrite(line.data(), 1, line.size(), output));
@@ -139,7 +145,13 @@ void Name(const char* className, const void* object) {
   Names()[object] = std::string(className) + '#' + std::to_string(number);
 }
 
-void NameFixed(const char* name, const void* object) { Names()[object] = name; }
+// Without memory for it a line shows `?`: windows get and lose such names at the program's end too.
+void NameFixed(const char* name, const void* object) {
+  try {
+    Names()[object] = name;
+  } catch (const std::bad_alloc&) {
+  }
+}
 
 void Forget(const void* object) { Names().erase(object); }
 

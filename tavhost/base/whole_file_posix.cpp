@@ -13,6 +13,7 @@
 #include "tavhost/base/file_contents_posix.h"
 #include "tavhost/base/file_rights_posix.h"
 #include "tavhost/base/new_file_posix.h"
+#include "tavhost/base/uncut_work.h"
 #include "tavhost/base/uninterrupted_posix.h"
 
 namespace base {
@@ -44,6 +45,7 @@ class InPlaceFile final : public WholeFile {
         end_(options.keepsContents ? status.st_size : 0) {}
 
   Result<void> Write(std::string_view bytes) override {
+    const UncutWork uncut(target_.path.c_str());
     if (!HasRoomFor(bytes.size())) return Failed(target_, errno);
     if (lseek(file_.Get(), end_, SEEK_SET) < 0) return Failed(target_, errno);
     const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), nullptr);
@@ -53,6 +55,7 @@ class InPlaceFile final : public WholeFile {
   }
 
   Result<void> Store() override {
+    const UncutWork uncut(target_.path.c_str());
     const bool stored =
         (end_ >= oldSize_ || Uninterrupted([this] { return ftruncate(file_.Get(), end_); }) == 0) &&
         (!synced_ || Uninterrupted([this] { return fsync(file_.Get()); }) == 0);
@@ -123,6 +126,7 @@ class ReplacingFile final : public WholeFile {
 
   Result<void> Store() override {
     if (error_ != 0) return Failed(target_, error_);
+    const UncutWork uncut(target_.path.c_str());
     if (options_.synced && Uninterrupted([this] { return fsync(file_.Descriptor()); }) != 0) {
       return Failed(target_, errno);
     }

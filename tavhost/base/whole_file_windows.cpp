@@ -9,6 +9,7 @@
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/new_file_windows.h"
 #include "tavhost/base/system_error_windows.h"
+#include "tavhost/base/uncut_work.h"
 #include "tavhost/base/whole_file.h"
 #include "tavhost/base/wide_text_windows.h"
 
@@ -64,6 +65,7 @@ class InPlaceFile final : public WholeFile {
   bool IsOpen() const { return file_.IsOpen(); }
 
   Result<void> Write(std::string_view bytes) override {
+    const UncutWork uncut(path_.c_str());
     if (!isBegun_ && !Begin(bytes.size())) return Failed(path_);
     isBegun_ = true;
     if (!WriteBytes(file_.Get(), bytes, nullptr)) return Failed(path_);
@@ -71,6 +73,7 @@ class InPlaceFile final : public WholeFile {
   }
 
   Result<void> Store() override {
+    const UncutWork uncut(path_.c_str());
     if (!isBegun_ && !Begin(0)) return Failed(path_);
     const bool stored = (options_.keepsContents || SetEndOfFile(file_.Get())) &&
                         (!options_.synced || FlushFileBuffers(file_.Get()));
@@ -136,6 +139,7 @@ class ReplacingFile final : public WholeFile {
 
   Result<void> Store() override {
     if (error_ != 0) return Failed(path_, error_);
+    const UncutWork uncut(path_.c_str());
     if (options_.synced && !FlushFileBuffers(file_.Handle())) return Failed(path_);
     if (!file_.Close()) return Failed(path_);
     if (file_.ReplaceName(options_.synced)) return {};

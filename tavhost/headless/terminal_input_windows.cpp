@@ -9,8 +9,10 @@ namespace ui {
 LineOutcome ReadTerminalLine(std::string& line) {
   static std::string pending;  // has been read, but stands behind the end of the line before
   line.clear();
+  std::size_t searched = 0;  // so much of it holds no end of line
   for (;;) {
-    const std::size_t end = pending.find('\n');
+    const std::size_t end = pending.find('\n', searched);
+    searched = pending.size();
     if (end != std::string::npos) {
       line.assign(pending, 0, end);
       pending.erase(0, end + 1);

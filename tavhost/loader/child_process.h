@@ -21,6 +21,13 @@ struct ChildOutcome {
 // ends with it in any case.
 ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::milliseconds limit);
 
+// Ends the child that runs now, if one does, and what it started. May be called in a signal
+// handler.
+void EndChild() noexcept;
+
+// For the child: it ends when the program that started it does, however that happens.
+void EndWithParent();
+
 // For the child: a crash shall leave no dump and open no window.
 void CrashQuietly();
 

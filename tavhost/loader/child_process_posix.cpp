@@ -2,11 +2,13 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "tavhost/loader/child_process.h"
@@ -19,6 +21,28 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kSliceMilliseconds = 20;  // between two looks whether the child still lives
+
+std::atomic<pid_t> running{0};  // the child, which leads a process group; 0: none
+static_assert(std::atomic<pid_t>::is_always_lock_free);
+
+// While one lives, no signal handler runs on this thread: between the child's start and its number
+// being known there is nobody who could end it.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+  const sigset_t& Before() const { return before_; }
+
+ private:
+  sigset_t before_;
+};
 
 // Starts the child at the head of a process group of its own; 0 or an error number.
 int Spawn(const std::vector<std::string>& arguments, int output, pid_t& child) {
@@ -34,9 +58,12 @@ int Spawn(const std::vector<std::string>& arguments, int output, pid_t& child) {
   posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
   posix_spawnattr_setpgroup(&attributes, 0);
+  const SignalsHeld held;
+  posix_spawnattr_setsigmask(&attributes, &held.Before());
   const int error = posix_spawn(&child, program.c_str(), &files, &attributes, argv.data(), environ);
+  if (error == 0) running = child;
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&files);
   return error;
@@ -96,6 +123,7 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
 
   const bool ended = Follow(child, ends[0], Clock::now() + limit, outcome.output);
   kill(-child, SIGKILL);
+  running = 0;  // its number is reserved until it is waited for
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
@@ -111,6 +139,17 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
     outcome.code = WEXITSTATUS(status);
   }
   return outcome;
+}
+
+void EndChild() noexcept {
+  if (const pid_t child = running) kill(-child, SIGKILL);
+}
+
+// A parent that ended before this was asked for is known by the output, which nobody reads.
+void EndWithParent() {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  if (poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0) raise(SIGKILL);
 }
 
 void CrashQuietly() {

@@ -138,6 +138,10 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
   return outcome;
 }
 
+// The child's job ends with this process, however that ends.
+void EndChild() noexcept {}
+void EndWithParent() {}
+
 void CrashQuietly() { SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); }
 
 }  // namespace loader

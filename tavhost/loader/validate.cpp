@@ -153,6 +153,7 @@ int RunValidate(const std::string& path, bool json) {
 }
 
 int RunValidateChild(const std::string& path, const std::string& test, const std::string& mark) {
+  EndWithParent();
   CrashQuietly();
   const base::Result<void> result = RunConformanceTest(path, test);
   std::string fault = result ? "" : result.error().message;

@@ -14,6 +14,7 @@
 #include "tavhost/base/environment.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/script/ports/ports.h"
@@ -182,7 +183,7 @@ void RunWaitingRequests() {
 
 void ServeUntilStopped() {
   constexpr std::uint32_t kLongWait = 60000;  // whatever comes wakes it up
-  while (running && !stop::IsRequested() && report::OutputError() == 0) {
+  while (running && !stop::IsRequested() && standard_write::OutputError() == 0) {
     RunWaitingRequests();
     if (!running || stop::IsRequested()) break;
     event_loop::WaitForEvents(kLongWait);
@@ -207,7 +208,8 @@ void SetServingRequest(bool serving) {
 
 void Shutdown() {
   StopService();
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  constexpr std::chrono::milliseconds kPatience{700};  // with clients that take no reply
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (true) {
     ForgetEnded();
     if (ending.empty() || std::chrono::steady_clock::now() > deadline) break;

@@ -30,7 +30,8 @@ constexpr auto kIdleTime = std::chrono::seconds(60);
 constexpr auto kSendTime = std::chrono::seconds(30);
 // As long as any question may be open; each has an end of its own.
 constexpr auto kQuestionIdleTime = std::chrono::hours(1) + kIdleTime;
-constexpr auto kLingerTime = std::chrono::seconds(1);
+constexpr auto kLingerTime = std::chrono::milliseconds(1000);
+constexpr auto kLastLingerTime = std::chrono::milliseconds(300);  // when the service ends
 // Between two looks whether a client that has sent its last byte is still there. The second look
 // sees what became of the first.
 constexpr auto kFirstProbe = std::chrono::milliseconds(300);
@@ -309,7 +310,7 @@ void Session::Linger() {
   boost::system::error_code ignored;
   socket_.shutdown(Socket::shutdown_send, ignored);
   lingering_ = true;
-  deadline_ = Clock::now() + kLingerTime;
+  deadline_ = Clock::now() + (ending_ ? kLastLingerTime : kLingerTime);
 }
 
 void Session::Log(unsigned status) {

@@ -188,10 +188,10 @@ class DescriptorTest(ProgramTest):
         result = self.run_closed(["repl"], "<&-")
         self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
 
-    def test_a_script_that_cannot_be_read_is_an_error(self):
-        result = self.run_closed(["run", "-"], "<&-")
-        self.assertEqual((result.returncode, result.stdout), (2, b""))
-        self.assertEqual(result.stderr, b"tavhost: cannot read <stdin>: Bad file descriptor\n")
+    def test_a_script_from_there_is_empty(self):
+        for arguments in (["run", "-"], ["send", "-"], ["check", "-"]):
+            result = self.run_closed(arguments, "<&-")
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
 
     def test_programs_that_it_starts_get_no_descriptor_of_its_own(self):
         process = self.start("serve", "--trace", "t.txt", "--record", "r.kel")
@@ -444,13 +444,16 @@ class StopTest(ProgramTest):
         self.assertEqual((self.folder / "late").read_text(), "x")
 
     def test_time_limit(self):
-        for text, line in (("while 1 { }", 1), ("print 1 > 2\nSLEEP ms:100000", 2),
-                           ("func f() {\n  while 1 { }\n}\nf()", 2),
-                           ('x = 1\nEXECUTE "\n\nwhile 1 { }"', 2)):
+        for text, line, inner in (
+                ("while 1 { }", 1, ""), ("print 1 > 2\nSLEEP ms:100000", 2, ""),
+                ("func f() {\n  while 1 { }\n}\nf()", 2, ""),
+                ('x = 1\nEXECUTE "\n\nwhile 1 { }"', 2, "in Do_Execute:3 "),
+                ('func f() {\n  EXECUTE "EXECUTE \\"\n\nSLEEP ms:100000\\""\n}\nf()', 2,
+                 "in Do_Execute:3 ")):
             begin = time.monotonic()
             result = self.run_program("run", "--timeout", "0.3", "-e", text)
             self.assertEqual((result.err, result.code), (
-                f"tavhost: stopped after 0.3 s (--timeout) at <command line>:{line}\n", 124))
+                f"tavhost: stopped after 0.3 s (--timeout) {inner}at <command line>:{line}\n", 124))
             self.assertLess(time.monotonic() - begin, 0.3 + STOP_LIMIT)
             self.assertGreater(time.monotonic() - begin, 0.29)
         self.expect(["run", "--timeout", "20", "-e", "print 1"], "1\n")

@@ -10,6 +10,7 @@ all cells that hold any of them are run. README.md tells how to add a row.
 
 import argparse
 import concurrent.futures
+import contextlib
 import os
 import re
 import signal
@@ -24,6 +25,7 @@ sys.dont_write_bytecode = True
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path[:0] = [str(HERE.parent), str(HERE.parent / "service"), str(HERE.parent / "http")]
+import children  # noqa: E402
 import server  # noqa: E402
 import service_test  # noqa: E402
 import waiting  # noqa: E402
@@ -46,7 +48,7 @@ class Row:
 
     def __init__(self, path):
         self.path, self.name = path, path.stem
-        self.servers, self.skips, self.timeout = [], set(), 1.0
+        self.servers, self.skips, self.timeout, self.unread = [], set(), 1.0, []
         for line in path.read_text().splitlines():
             if not line.startswith("# "):
                 break
@@ -56,6 +58,8 @@ class Row:
                 self.skips.add(match[1])
             elif match := re.fullmatch(r"# timeout: ([\d.]+)", line):
                 self.timeout = float(match[1])
+            elif match := re.fullmatch(r"# unread: (output|error)", line):
+                self.unread.append({"output": "stdout", "error": "stderr"}[match[1]])
             elif not line.startswith("# about: "):
                 raise SystemExit(f"{path}: no such line: {line}")
 
@@ -78,17 +82,27 @@ class Cell:
         (self.folder / "xdg_runtime_dir").mkdir(mode=0o700)
         for name in row.servers:
             self.environment["TEST_SERVER"] = servers[name].url
+        self.unread = contextlib.ExitStack()  # pipes that are open and never read
         self.script = self.folder / row.path.name
         self.script.write_bytes(row.path.read_bytes())
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.unread.close()
 
     def start(self, *command, **more):
         return subprocess.Popen(command, cwd=self.folder, env=self.environment, **{
             "stdin": subprocess.PIPE, "stdout": subprocess.DEVNULL, "stderr": subprocess.PIPE,
-            **more})
+            "preexec_fn": children.end_with(os.getpid()), **more})
 
     def run(self, *more):
         """Standard input stays open, and nothing comes: its end would end a read as well."""
-        return self.start(options.tavhost, "run", "--answers", "ask", *more, self.script.name)
+        streams = {name: self.unread.enter_context(children.unread_pipe())
+                   for name in self.row.unread}
+        return self.start(options.tavhost, "run", "--answers", "ask", *more, self.script.name,
+                          **streams)
 
     def wait_until_at_work(self, process):
         def is_there():
@@ -102,7 +116,8 @@ class Cell:
     def wait_for_end(process, code):
         """Until the program has ended, with this code. What it said on standard error."""
         said = []
-        reader = threading.Thread(target=lambda: said.append(process.stderr.read()), daemon=True)
+        reader = threading.Thread(
+            target=lambda: said.append(process.stderr.read() if process.stderr else b""), daemon=True)
         reader.start()
         try:
             process.wait(PATIENCE)
@@ -184,7 +199,8 @@ def by_the_workbench(cell):
 
 def by_a_client_that_leaves(cell):
     """The service has stopped the script when it answers the next client."""
-    service = service_test.Service("--quiet", environment=cell.environment, cwd=cell.folder)
+    service = service_test.Service("--quiet", environment=cell.environment, cwd=cell.folder,
+                                   preexec_fn=children.end_with(os.getpid()))
     try:
         connection = service.sent(cell.script.read_text())
         cell.wait_until_at_work(service.process)
@@ -213,8 +229,10 @@ WAYS = {"interrupt": by_interrupt, "terminate": by_termination, "timeout": by_ti
 def measure(row, way, servers):
     """The seconds that it took; raises Failure."""
     with tempfile.TemporaryDirectory() as folder:
+        cell = Cell(row, folder, servers)
         try:
-            seconds = WAYS[way](Cell(row, folder, servers))
+            with cell:
+                seconds = WAYS[way](cell)
         except AssertionError as error:  # of a wait
             raise Failure(str(error)) from None
     if seconds >= options.limit:

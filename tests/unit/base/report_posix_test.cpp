@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 
 namespace {
 
@@ -148,7 +149,7 @@ TEST(ReportStreams, RemembersWhyWhatWasPrintedCouldNotBeWritten) {
   std::clearerr(stdout);
   close(full);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "told\n");
-  EXPECT_EQ(report::OutputError(), ENOSPC);
+  EXPECT_EQ(standard_write::OutputError(), ENOSPC);
 }
 
 }  // namespace

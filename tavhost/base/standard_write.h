@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string_view>
+
+// Bytes to standard output and standard error. Their reader may take any time, and is waited for;
+// but from a stop request on only a little while in all: what is not taken by then is dropped. So a
+// pipe that nobody reads holds no program that is to end. (On Windows nothing tells whether a
+// reader would have to be waited for; there every write waits.)
+namespace standard_write {
+
+// Milliseconds from a stop request on that readers are waited for.
+inline constexpr int kPatience = 300;
+
+// From now on the program ends: readers are waited for as behind a stop request, also when that has
+// been taken back. The second takes this back. Both may be called in a signal handler.
+void Hurry() noexcept;
+void TakeTime() noexcept;
+
+// Whether anything was dropped in such a hurry.
+bool HasDropped() noexcept;
+
+// Gives standard output its buffer; before anything is written.
+void PrepareOutput();
+
+// Writes to standard output, behind what is in its buffer. From one thread at a time.
+void Output(std::string_view text) noexcept;
+// Writes out what is buffered. From any thread.
+void FlushOutput() noexcept;
+// The same, unless the buffer is in use at this moment; for the end of a program that cannot end in
+// the usual way. May be called in a signal handler.
+void FlushOutputIfFree() noexcept;
+// The errno of the first time that standard output could not be written; 0 if there was none. What
+// was dropped is no error.
+int OutputError() noexcept;
+
+// Writes to standard error, which has no buffer. What cannot be written is lost; the errno of it is
+// returned, else 0.
+int Error(std::string_view text) noexcept;
+
+}  // namespace standard_write
