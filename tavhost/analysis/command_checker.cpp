@@ -40,6 +40,10 @@ std::string Numbered(const std::string& name, const Parameter& parameter, std::s
 }  // namespace
 
 const CommandAttribute* CommandChecker::Given(std::string_view name) const {
+  if (!given_.empty()) {
+    const auto found = given_.find(name);
+    return found == given_.end() ? nullptr : found->second;
+  }
   for (const auto* attribute = element_->attributes; attribute; attribute = attribute->next) {
     if (attribute->name == name) return attribute;
   }
@@ -94,6 +98,12 @@ void CommandChecker::Check(const CommandElement* element, const reference::Comma
   element_ = element;
   command_ = &command;
   mainMistaken_ = false;
+  constexpr std::uint32_t kMany = 16;
+  if (element->attributeCount > kMany) {
+    for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
+      given_.emplace(attribute->name, attribute);
+    }
+  }
   // Elements of bodies are looked at behind their command, by checkers of their own.
   for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
     CheckAttribute(attribute);

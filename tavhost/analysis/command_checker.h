@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "tavhost/analysis/findings.h"
@@ -58,6 +59,8 @@ class CommandChecker {
   const Surroundings& around_;
   const script::CommandElement* element_ = nullptr;
   const reference::Command* command_ = nullptr;
+  // What element_ is given, where that is so much that looking through it takes long.
+  std::unordered_map<std::string_view, const script::CommandAttribute*> given_;
   bool mainMistaken_ = false;  // what was meant as main value has been complained about
 };
 

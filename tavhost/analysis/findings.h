@@ -44,10 +44,20 @@ class Findings {
   void Add(std::uint32_t offset, std::size_t length, base::Severity severity, std::string message,
            std::string replacement);
 
+  struct Found {
+    std::uint32_t offset;
+    std::size_t length;
+    base::Severity severity;
+    std::string message;
+    std::string replacement;
+  };
+
+  base::Diagnostic Describe(const Found& found, const script::Source::Place& place) const;
+
   const script::Program& program_;
   std::set<std::uint32_t> errors_;
   std::set<std::pair<std::uint32_t, std::string>> known_;
-  std::vector<std::pair<std::uint32_t, base::Diagnostic>> found_;
+  std::vector<Found> found_;
 };
 
 // `; did you mean "NAME"?`, or nothing.

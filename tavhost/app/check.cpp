@@ -58,7 +58,7 @@ int CheckScripts(const CommandLine& line) {
          check::CheckScript(source->text, source->name, hasAnswers ? &answers : nullptr)) {
       if (!line.json) Print(finding.text);
       hasErrors = hasErrors || finding.severity == base::Severity::kError;
-      all.push_back(ToJson(finding));
+      if (line.json) all.push_back(ToJson(finding));
     }
   }
   // A script may hold any bytes, JSON only UTF-8.

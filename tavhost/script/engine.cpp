@@ -1,7 +1,7 @@
 #include "tavhost/script/engine.h"
 
-#include <cstdio>
 #include <stdexcept>
+#include <utility>
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
@@ -9,6 +9,7 @@
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/parser_access.h"
@@ -152,7 +153,7 @@ void Engine::Print(std::string_view text) {
   } else if (printOutsideScripts) {
     printOutsideScripts(text);
   } else {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    standard_write::Output(text);
   }
 }
 
@@ -245,6 +246,7 @@ void Engine::PushTop(const Program& program, kel::Scope& scope) {
 Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) {
   Outcome outcome;
   const std::uint32_t base = depth_;
+  if (base == 0) stoppedText_.clear();
   if (depth_ > kMaxDepth) return ErrorOutcome(program->source, 0, TooDeepText());
   try {
     PushTop(*program, scope);
@@ -263,11 +265,7 @@ Outcome Engine::Run(const std::shared_ptr<Program>& program, kel::Scope& scope) 
       outcome.exitType = TavScriptExitCode;
       outcome.code = request.code;
     } catch (const stop::Stopped&) {
-      outcome.exitType = TavScriptExitStop;
-      outcome.stopReason = stop::Requested();
-      const plugin_call::Place place = Here();
-      outcome.error.file = place.file;
-      outcome.error.line = place.line;
+      outcome = StoppedIn(*program, base);
     } catch (const std::length_error&) {
       Say(error, "the text is longer than 2147483647 bytes");
     } catch (const std::bad_alloc&) {
@@ -291,9 +289,32 @@ const CodePlace& Engine::PlaceOf(const Frame& frame) noexcept {
   return frame.function->places[behind == 0 ? 0 : behind - 1];
 }
 
+// In the script itself, also where a function that a text brought runs, or the text: these are told
+// beside it.
+Outcome Engine::StoppedIn(const Program& program, std::uint32_t base) {
+  const memory_reserve::Use reserve;
+  Outcome outcome;
+  outcome.exitType = TavScriptExitStop;
+  outcome.stopReason = stop::Requested();
+  std::uint32_t level = depth_;
+  while (level > base + 1 && frames_[level - 1].program != &program) --level;
+  if (stoppedText_.empty() && (base > 0 || level < depth_)) {
+    const plugin_call::Place inner = Here();
+    stoppedText_ = std::string(inner.file) + ':' + std::to_string(inner.line);
+  }
+  const plugin_call::Place place = TextPlaceOf(frames_[level - 1]);
+  outcome.error.file = place.file;
+  outcome.error.line = place.line;
+  if (base == 0) outcome.error.message = std::exchange(stoppedText_, {});
+  return outcome;
+}
+
 plugin_call::Place Engine::Here() const noexcept {
   if (depth_ == 0) return {};
-  const Frame& frame = frames_[depth_ - 1];
+  return TextPlaceOf(frames_[depth_ - 1]);
+}
+
+plugin_call::Place Engine::TextPlaceOf(const Frame& frame) const noexcept {
   const Source& source = frame.program->source;
   const std::uint32_t offset = PlaceOf(frame).at;
   return {source.FileOf(offset).name, source.PlaceOf(offset).line};

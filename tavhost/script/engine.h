@@ -89,6 +89,9 @@ class Engine final : public base::WorkMeter {
   void PushTop(const Program& program, kel::Scope& scope);
   void PushCall(const Program* program, const Function* callee, kel::Value* arguments,
                 std::uint32_t count, std::uint32_t result);
+  // The outcome of a stop that comes into frames from `base` on.
+  Outcome StoppedIn(const Program& program, std::uint32_t base);
+  plugin_call::Place TextPlaceOf(const Frame& frame) const noexcept;
   // Errors of frames from `base` on: goes on at the innermost `catch`, or ends the run.
   bool Catch(const ScriptError& error, std::uint32_t base);
   static const CodePlace& PlaceOf(const Frame& frame) noexcept;
@@ -133,6 +136,7 @@ class Engine final : public base::WorkMeter {
   RegisterStack registers_;
   std::uint32_t lastEvents_ = 0;  // when events were let through last, by the coarse clock
   bool running_ = false;
+  std::string stoppedText_;  // where a text that the script executes was stopped; or empty
   Sinks sinks_;
   std::function<void(const StepPlace&)> step_;                    // of RunOptions
   std::unordered_map<std::string, PublishedFunction> functions_;  // of all texts run so far

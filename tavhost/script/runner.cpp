@@ -26,10 +26,22 @@ Outcome WithoutMemory(const SV::String& text, const std::string& name) {
   return NotParsed(text, name, {0, "out of memory"});
 }
 
+// Nothing of the text has run.
+Outcome StoppedWhileRead(const StoppedReading& stopped) {
+  Outcome outcome;
+  outcome.exitType = TavScriptExitStop;
+  outcome.stopReason = stop::Requested();
+  outcome.error.file = stopped.File();
+  outcome.error.line = stopped.Line();
+  return outcome;
+}
+
 std::shared_ptr<Program> TryCompile(const SV::String& text, const std::string& name,
                                     Outcome& outcome, bool stepped = false) {
   try {
-    return Compile(text, name, stepped);
+    return CompileToRun(text, name, stepped);
+  } catch (const StoppedReading& stopped) {
+    outcome = StoppedWhileRead(stopped);
   } catch (const SyntaxError& mistake) {
     outcome = NotParsed(text, name, mistake);
   } catch (const std::bad_alloc&) {
@@ -60,7 +72,10 @@ Outcome RunAsOutermost(const SV::String& text, const RunOptions& options) {
   if (engine.IsRunning()) return Refused(text, options.name);
   Outcome outcome;
   const auto program = TryCompile(text, options.name, outcome, options.step != nullptr);
-  if (!program) return outcome;
+  if (!program) {
+    if (outcome.exitType == TavScriptExitStop) stop::Clear();
+    return outcome;
+  }
   const EndOfScript end(engine);
   engine.Begin(options);
   engine.Publish(program);
@@ -94,7 +109,10 @@ Outcome Session::Run(const SV::String& text) {
   if (!state_->began) return Refused(text, state_->options.name);
   Outcome outcome;
   const auto program = TryCompile(text, state_->options.name, outcome);
-  if (!program) return outcome;
+  if (!program) {
+    if (outcome.exitType == TavScriptExitStop) stop::Clear();
+    return outcome;
+  }
   Engine& engine = Engine::Current();
   try {
     engine.Publish(program);

@@ -50,7 +50,8 @@ struct Outcome {
   TavScriptExitType exitType = TavScriptExitEnd;
   long code = 0;  // the number given to `exit`, else 0
   // When not parsed, or exitType is TavScriptExitError; for TavScriptExitStop, file and line of the
-  // place where the script was.
+  // place where the script was, and as the message `Do_Execute:7` where a text that it executes
+  // ran.
   Diagnostic error;
   std::string command;  // that reported the error, when exitType is TavScriptExitError; or empty
   stop::Reason stopReason = stop::Reason::kNone;  // when exitType is TavScriptExitStop

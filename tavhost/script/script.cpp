@@ -31,7 +31,7 @@ long TavScript::Parse(const SV::String& text, SV::String& error) {
   trace::Call call(this, "Parse", text);
   program_->program = nullptr;
   try {
-    program_->program = script::Compile(text, program_->name);
+    program_->program = script::CompileToRun(text, program_->name);
     return call.Result(0L);
   } catch (const script::SyntaxError& mistake) {
     error = base::StringOf(script::Describe(mistake, text, program_->name).text);

@@ -1,5 +1,6 @@
 """A stop reaches what built-in functions and operators are in the middle of, within a second."""
 
+import json
 import signal
 import time
 import unittest
@@ -62,6 +63,9 @@ OPERATIONS = {
     "re_all": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n', LOOP % 'x = re_all(s, "(a)|(b)")'),
     "re_replace": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n',
                    LOOP % 'x = re_replace(s, "a", "$&$&")'),
+    "time_text": ('f = "%A %j "\nfor i from 1 to 22 { f = f + f }\n', LOOP % "x = time_text(0, f)"),
+    "time_parse": ('f = "%%%%"\nfor i from 1 to 23 { f = f + f }\n'
+                   's = replace(f, "%%", "%")\n', LOOP % "x = time_parse(s, f)"),
     "re_split": ('s = "ab"\nfor i from 1 to 18 { s = s + s }\n', LOOP % 'x = re_split(s, "b")'),
 }
 
@@ -104,6 +108,67 @@ class StopTest(ProgramTest):
                 self.assertIn("(--timeout)", err)
                 mark.wait()
                 mark.remove()
+
+
+MILLION = 1_000_000
+
+
+class LongScriptTest(ProgramTest):
+    """Of 40 MB: while it is read, parsed, compiled, and checked, and while it runs."""
+
+    SCRIPTS = {
+        "statements": "x = 1\n" * (20 * MILLION // 3),
+        "an expression": "x = (" + "1," * (20 * MILLION) + ")",
+        "a line that is no script": "x = 1 " * (20 * MILLION // 3),
+        "mistakes": "FREAD " + " ".join(f"p{i}:1" for i in range(4 * MILLION)),
+    }
+
+    def ended(self, process, code, sign=signal.SIGTERM):
+        try:
+            waiting.until_at_work(process)
+            begin = time.monotonic()
+            process.send_signal(sign)
+            process.communicate(timeout=program.TIME_LIMIT)
+            self.assertEqual(process.returncode, code)
+            if not program.sanitized:
+                self.assertLess(time.monotonic() - begin, LIMIT)
+        finally:
+            process.kill()
+            process.communicate()
+
+    def test_in_each_subcommand(self):
+        for name, text in self.SCRIPTS.items():
+            self.file("a.tav", text)
+            for arguments in (["run", "a.tav"], ["check", "a.tav"], ["check", "--json", "a.tav"]):
+                with self.subTest(name, arguments=arguments):
+                    self.ended(self.start(*arguments), 143)
+            for arguments in (["run", "-"], ["repl"], ["send", "-"]):
+                with self.subTest(name, arguments=arguments):
+                    with open(self.folder / "a.tav", "rb") as script:
+                        self.ended(self.start(*arguments, stdin=script), 130, signal.SIGINT)
+
+    def test_time_limit(self):
+        self.file("a.tav", "while 1 {\n" + "x = 1\n" * (20 * MILLION // 3) + "}\n")
+        begin = time.monotonic()
+        result = self.run_program("run", "--timeout", "0.3", "a.tav")
+        if not program.sanitized:
+            self.assertLess(time.monotonic() - begin, 0.3 + LIMIT)
+        self.assertEqual(result.code, STOPPED_BY_TIME, result)
+        self.assertRegex(result.err, r"^tavhost: stopped after 0.3 s \(--timeout\) at a\.tav:\d+\n$")
+
+    def test_in_the_language_server(self):
+        document = {"uri": "file:///a.tav", "languageId": "tavscript", "version": 1,
+                    "text": self.SCRIPTS["statements"]}
+        calls = [("initialize", {"capabilities": {}}),
+                 ("textDocument/didOpen", {"textDocument": document})]
+        with open(self.folder / "calls", "wb") as file:
+            for number, (method, params) in enumerate(calls):
+                body = json.dumps({"jsonrpc": "2.0", "id": number, "method": method,
+                                   "params": params}).encode()
+                file.write(b"Content-Length: %d\r\n\r\n%s" % (len(body), body))
+        for sign, code in ((signal.SIGTERM, 143), (signal.SIGINT, 130), (signal.SIGHUP, 143)):
+            with open(self.folder / "calls", "rb") as calls:
+                self.ended(self.start("lsp", stdin=calls), code, sign)
 
 
 if __name__ == "__main__":

@@ -154,9 +154,10 @@ void AppendOffset(std::string& text, std::int32_t offset) {
   throw ScriptError(std::string(function) + ": unknown code \"%" + std::string(1, code) + '"');
 }
 
-void AppendTime(std::string& text, std::string_view format, const Civil& civil,
-                std::int32_t offset) {
+void AppendTime(std::string& text, std::string_view format, const Civil& civil, std::int32_t offset,
+                base::WorkMeter& meter) {
   for (std::size_t i = 0; i < format.size(); ++i) {
+    meter.Did(1);
     if (format[i] != '%' || i + 1 == format.size()) {
       text += format[i];
       continue;
@@ -213,10 +214,10 @@ void AppendTime(std::string& text, std::string_view format, const Civil& civil,
         AppendOffset(text, offset);
         break;
       case 'F':
-        AppendTime(text, "%Y-%m-%d", civil, offset);
+        AppendTime(text, "%Y-%m-%d", civil, offset, meter);
         break;
       case 'T':
-        AppendTime(text, "%H:%M:%S", civil, offset);
+        AppendTime(text, "%H:%M:%S", civil, offset, meter);
         break;
       case '%':
         text += '%';
@@ -232,12 +233,13 @@ bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 // Reads a text by a format.
 class TimeReader {
  public:
-  explicit TimeReader(std::string_view text) : rest_(text) {}
+  TimeReader(std::string_view text, base::WorkMeter& meter) : rest_(text), meter_(meter) {}
 
   bool Read(std::string_view format) {
     for (std::size_t i = 0; i < format.size(); ++i) {
+      meter_.Did(1);
       if (IsBlank(format[i])) {
-        while (!rest_.empty() && IsBlank(rest_.front())) rest_.remove_prefix(1);
+        for (; !rest_.empty() && IsBlank(rest_.front()); rest_.remove_prefix(1)) meter_.Did(1);
       } else if (format[i] != '%' || i + 1 == format.size()) {
         if (!Skip(format[i])) return false;
       } else if (!ReadCode(format[++i])) {
@@ -319,6 +321,7 @@ class TimeReader {
     std::size_t length = 0;
     civil.millisecond = 0;
     for (; length < rest_.size() && kel::IsDigit(rest_[length]); ++length, unit /= 10) {
+      meter_.Did(1);
       civil.millisecond += (rest_[length] - '0') * unit;
     }
     rest_.remove_prefix(length);
@@ -371,6 +374,7 @@ class TimeReader {
   }
 
   std::string_view rest_;
+  base::WorkMeter& meter_;
   std::int64_t half_ = 0;  // hours to add in the afternoon: 12 once PM was read
 };
 
@@ -379,22 +383,22 @@ Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
 }  // namespace
 
 // time_text(instant, format [, zone])
-Value TimeText(Engine&, Value* arguments, std::uint32_t count) {
+Value TimeText(Engine& engine, Value* arguments, std::uint32_t count) {
   const double instant = InstantArgument("time_text", arguments);
   const std::string_view format = TextArgument("time_text", arguments, 1).View();
   std::int32_t offset = 0;
   const Civil civil = CivilAt(instant, IsLocal("time_text", arguments, count, 2), offset);
   std::string text;
-  AppendTime(text, format, civil, offset);
+  AppendTime(text, format, civil, offset, engine);
   return TextValue(text);
 }
 
 // time_parse(text, format [, zone]); a zone in the text itself counts first.
-Value TimeParse(Engine&, Value* arguments, std::uint32_t count) {
+Value TimeParse(Engine& engine, Value* arguments, std::uint32_t count) {
   const std::string_view text = TextArgument("time_parse", arguments, 0).View();
   const std::string_view format = TextArgument("time_parse", arguments, 1).View();
   const bool isLocal = IsLocal("time_parse", arguments, count, 2);
-  TimeReader reader(text);
+  TimeReader reader(text, engine);
   if (!reader.Read(format) || !reader.IsWhole()) {
     throw ScriptError("time_parse: \"" + std::string(text) + "\" is no time of the form \"" +
                       std::string(format) + '"');

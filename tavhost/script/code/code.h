@@ -93,7 +93,9 @@ class Program {
 };
 
 // Parses and compiles a text. Throws SyntaxError.
-std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped = false);
+std::shared_ptr<Program> Compile(SV::String text, std::string name);
+// The same for a text that is about to run: a stop ends it by StoppedReading.
+std::shared_ptr<Program> CompileToRun(SV::String text, std::string name, bool stepped = false);
 
 // The error text for calling a function that neither the program nor `known` has.
 std::string UnknownFunctionText(const std::string& name, const Program& program,

@@ -9,13 +9,16 @@
 
 namespace script {
 
-std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped) {
+namespace {
+
+std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped,
+                                 base::LongWork* work) {
   auto program = std::make_shared<Program>(std::move(text), std::move(name));
   program->stepped = stepped;
   base::Arena arena;
   try {
-    for (const FunctionSyntax& parsed : Parser(*program, arena).Parse()) {
-      Compiler(*program, *parsed.function).Compile(parsed.body);
+    for (const FunctionSyntax& parsed : Parser(*program, arena, work).Parse()) {
+      Compiler(*program, *parsed.function, work).Compile(parsed.body);
     }
   } catch (SyntaxError& mistake) {
     // The texts of included files go with the program; the mistake's line has to be copied now.
@@ -31,6 +34,18 @@ std::shared_ptr<Program> Compile(SV::String text, std::string name, bool stepped
   return program;
 }
 
+}  // namespace
+
+std::shared_ptr<Program> Compile(SV::String text, std::string name) {
+  return Compile(std::move(text), std::move(name), false, nullptr);
+}
+
+std::shared_ptr<Program> CompileToRun(SV::String text, std::string name, bool stepped) {
+  const std::string what = name;
+  base::LongWork work("Reading", what);
+  return Compile(std::move(text), std::move(name), stepped, &work);
+}
+
 std::string UnknownFunctionText(const std::string& name, const Program& program,
                                 std::vector<std::string_view> known) {
   for (const auto& [other, unused] : program.functionsByName) known.emplace_back(other);
@@ -40,8 +55,8 @@ std::string UnknownFunctionText(const std::string& name, const Program& program,
          (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
 }
 
-Compiler::Compiler(Program& program, Function& function)
-    : program_(program), function_(function), temporaries_(function.layout.Count()) {
+Compiler::Compiler(Program& program, Function& function, base::LongWork* work)
+    : program_(program), function_(function), work_(work), temporaries_(function.layout.Count()) {
   if (temporaries_ > kMaxRegister / 2) {
     throw SyntaxError{function.offset, "too many variables in one function"};
   }
@@ -95,12 +110,21 @@ std::uint32_t Compiler::NewTemporaries(std::uint32_t count) {
 void Compiler::CompileStatements(const Statement* statement) {
   for (; statement; statement = statement->next) {
     const std::uint32_t temporaries = temporaries_;
+    if (++statements_ % kLookEvery == 0) Look(statement);
     if (program_.stepped) {
-      const std::uint32_t line = program_.source.PlaceOf(statement->offset).line;
+      const std::uint32_t line = lines_.PlaceOf(statement->offset).line;
       Emit(Code::kStep, 0, 0, static_cast<std::int32_t>(line), statement->offset);
     }
     CompileStatement(statement);
     temporaries_ = temporaries;
+  }
+}
+
+// In a long run of statements a stop is seen too, while it is compiled and later while it runs.
+void Compiler::Look(const Statement* statement) {
+  Emit(Code::kRepeat, 0, 0, 0, statement->offset);
+  if (work_ && !work_->GoesOn(statement->offset, program_.source.Text().size())) {
+    throw StoppedReading(program_.source, statement->offset);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tavhost/base/long_work.h"
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/syntax/syntax.h"
 
@@ -16,12 +17,16 @@ std::string ArityText(std::string_view name, unsigned least, unsigned most, unsi
 // lie in registers above them, used like a stack.
 class Compiler {
  public:
-  Compiler(Program& program, Function& function);
+  // With `work`, which is not owned, a stop ends it by StoppedReading.
+  Compiler(Program& program, Function& function, base::LongWork* work = nullptr);
 
   void Compile(const Statement* body);
 
  private:
   using Jumps = std::vector<std::uint32_t>;  // instructions whose target is not known yet
+
+  // Statements between two looks at a stop; each may take some milliseconds when it runs.
+  static constexpr std::uint32_t kLookEvery = 32;
 
   // The jumps of a loop's `break` and `continue`, which lead on when its end is known.
   struct Loop {
@@ -42,6 +47,7 @@ class Compiler {
   [[noreturn]] void FailTooLarge() const;
 
   void CompileStatements(const Statement* statement);
+  void Look(const Statement* statement);
   void CompileStatement(const Statement* statement);
   void CompileIf(const Statement* statement);
   void CompileWhile(const Statement* statement);
@@ -91,6 +97,9 @@ class Compiler {
 
   Program& program_;
   Function& function_;
+  base::LongWork* const work_;
+  std::uint32_t statements_ = 0;  // compiled so far
+  Source::Cursor lines_{program_.source};
   std::uint32_t temporaries_;  // the first register that is free
   std::vector<Loop*> loops_;
   const Expr* statementCall_ = nullptr;  // a call whose value nobody needs

@@ -23,7 +23,8 @@ Parser::Nesting::Nesting(Parser& parser) : parser_(parser) {
   ++parser.nesting_;
 }
 
-Parser::Parser(Program& program, base::Arena& arena) : program_(program), arena_(arena) {
+Parser::Parser(Program& program, base::Arena& arena, base::LongWork* work)
+    : program_(program), arena_(arena), work_(work) {
   Enter(program.source.FileOf(0));
 }
 
@@ -44,8 +45,19 @@ std::vector<FunctionSyntax> Parser::Parse() {
   return std::move(functions_);
 }
 
+void Parser::Look() {
+  untilLook_ = kLookEvery;
+  if (!work_) return;
+  const auto read = static_cast<std::uint64_t>(at_ - begin_);
+  if (!work_->GoesOn(read, static_cast<std::uint64_t>(end_ - begin_))) {
+    throw StoppedReading(program_.source, Offset());
+  }
+}
+
 // Also comments and line ends behind a backslash; inside brackets line feeds too.
 void Parser::SkipBlanks() {
+  if (--untilLook_ == 0) [[unlikely]]
+    Look();
   while (at_ != end_) {
     switch (*at_) {
       case ' ':

@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "tavhost/base/long_work.h"
 #include "tavhost/script/code/code.h"
 #include "tavhost/script/syntax/syntax.h"
 
@@ -20,17 +21,21 @@ struct FunctionSyntax {
 // Reads a script's text and the files that it includes. Constants and the names of variables and
 // functions go into the program, the rest is syntax in an arena, which has to live until it is
 // compiled. Throws SyntaxError at the first mistake. Recursion is bounded by the nesting limit.
+// With `work`, which is not owned, a stop ends it by StoppedReading.
 class Parser {
  public:
-  Parser(Program& program, base::Arena& arena);
+  Parser(Program& program, base::Arena& arena, base::LongWork* work = nullptr);
 
   std::vector<FunctionSyntax> Parse();
 
  private:
   class Nesting;
 
+  static constexpr std::uint32_t kLookEvery = 4096;
+
   // parser.cpp
   void SkipBlanks();
+  void Look();
   bool AtStatementEnd();
   char Peek(std::ptrdiff_t ahead = 0) const { return end_ - at_ > ahead ? at_[ahead] : '\0'; }
   std::uint32_t Offset() const { return OffsetAt(at_); }
@@ -93,6 +98,8 @@ class Parser {
 
   Program& program_;
   base::Arena& arena_;
+  base::LongWork* const work_;
+  std::uint32_t untilLook_ = kLookEvery;  // tokens
   void Enter(const Source::File& file);
 
   const char* begin_;  // of the file that is being read

@@ -6,11 +6,24 @@
 #include <limits>
 #include <new>
 
+#include "tavhost/base/utf8.h"
+
 namespace script {
 
 namespace {
 
-bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+using utf8::IsContinuation;
+
+std::uint32_t CodePoints(std::string_view text) {
+  return static_cast<std::uint32_t>(
+      std::count_if(text.begin(), text.end(), [](char byte) { return !IsContinuation(byte); }));
+}
+
+// A piece of a text without what is left of a character at its begin.
+std::string_view FromCharacter(std::string_view piece) {
+  while (!piece.empty() && IsContinuation(piece.front())) piece.remove_prefix(1);
+  return piece;
+}
 
 }  // namespace
 
@@ -53,22 +66,28 @@ std::string_view Source::TextFrom(std::uint32_t offset) const {
   return text.substr(std::min<std::size_t>(offset - file.begin, text.size()));
 }
 
-Source::Place Source::PlaceOf(std::uint32_t offset) const {
-  const File& file = FileOf(offset);
+// Neither allocates nor locks: a signal handler may ask for a place.
+Source::Place Source::Cursor::PlaceOf(std::uint32_t offset) {
+  const File& file = source_.FileOf(offset);
   const std::string_view text = file.text.View();
   const std::size_t at = std::min<std::size_t>(offset - file.begin, text.size());
-  const std::string_view before = text.substr(0, at);
-  const std::size_t lastFeed = before.rfind('\n');
-  const std::size_t lineStart = lastFeed == std::string_view::npos ? 0 : lastFeed + 1;
-  Place place;
-  place.line = static_cast<std::uint32_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-  const std::string_view head = before.substr(lineStart);
-  place.column =
-      1 + static_cast<std::uint32_t>(std::count_if(
-              head.begin(), head.end(), [](char byte) { return !IsContinuation(byte); }));
-  place.lineText = text.substr(lineStart, text.find('\n', at) - lineStart);
-  if (place.lineText.ends_with('\r')) place.lineText.remove_suffix(1);
-  return place;
+  if (&file != file_ || at < at_) {
+    file_ = &file;
+    at_ = 0;
+    place_ = {};
+  }
+  const std::string_view between = text.substr(at_, at - at_);
+  const std::size_t lastFeed = between.rfind('\n');
+  std::string_view head = between;
+  if (lastFeed != std::string_view::npos) {
+    place_.line += static_cast<std::uint32_t>(std::count(between.begin(), between.end(), '\n'));
+    place_.lineBegin = at_ + lastFeed + 1;
+    place_.column = 1;
+    head = between.substr(lastFeed + 1);
+  }
+  place_.column += CodePoints(head);
+  at_ = at;
+  return place_;
 }
 
 std::uint32_t Source::OffsetOf(std::int32_t line, std::int32_t column, std::uint32_t otherwise,
@@ -92,26 +111,50 @@ std::uint32_t Source::OffsetOf(std::int32_t line, std::int32_t column, std::uint
   return column > 1 ? otherwise : file->begin + static_cast<std::uint32_t>(at);
 }
 
-Diagnostic Source::Describe(std::uint32_t offset, const std::string& message) const {
-  const Place place = PlaceOf(offset);
+Diagnostic Source::Describe(std::uint32_t offset, const Place& place,
+                            const std::string& message) const {
   Diagnostic result;
   result.file = FileOf(offset).name;
   result.line = place.line;
   result.column = place.column;
   result.message = message;
   result.text = result.file + ':' + std::to_string(place.line) + ':' +
-                std::to_string(place.column) + ": error: " + message + '\n';
-  result.text.append(place.lineText);
-  result.text += '\n';
-  // Tabs stay tabs, so that the caret stands right whatever their width.
-  std::uint32_t left = place.column - 1;
-  for (std::size_t i = 0; i < place.lineText.size() && left > 0; ++i) {
-    if (IsContinuation(place.lineText[i])) continue;
-    result.text += place.lineText[i] == '\t' ? '\t' : ' ';
-    --left;
-  }
-  result.text += "^\n";
+                std::to_string(place.column) + ": error: " + message + '\n' +
+                ShownLine(offset, place);
   return result;
+}
+
+// The line and, below it, a caret at the place.
+std::string Source::ShownLine(std::uint32_t offset, const Place& place) const {
+  constexpr std::size_t kLongest = 400;  // bytes
+  constexpr std::string_view kCut = "...";
+  const File& file = FileOf(offset);
+  const std::string_view text = file.text.View();
+  const std::size_t at = std::min<std::size_t>(offset - file.begin, text.size());
+  std::string_view line = text.substr(place.lineBegin, at - place.lineBegin + kLongest);
+  line = line.substr(0, line.find('\n', at - place.lineBegin));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  std::size_t before = std::min(at - place.lineBegin, line.size());
+  const bool isLong = line.size() > kLongest;
+  const bool isCutBefore = isLong && before > kLongest / 2;
+  if (isCutBefore) {
+    const std::string_view piece = FromCharacter(line.substr(before - kLongest / 2));
+    before -= line.size() - piece.size();
+    line = piece;
+  }
+  const bool isCutBehind = isLong && line.size() > kLongest;
+  if (isCutBehind) line = utf8::PieceOf(line, kLongest);
+  std::string shown;
+  if (isCutBefore) shown += kCut;
+  shown += line;
+  if (isCutBehind) shown += kCut;
+  shown += '\n';
+  if (isCutBefore) shown.append(kCut.size(), ' ');
+  // Tabs stay tabs, so that the caret stands right whatever their width.
+  for (const char byte : line.substr(0, before)) {
+    if (!IsContinuation(byte)) shown += byte == '\t' ? '\t' : ' ';
+  }
+  return shown + "^\n";
 }
 
 Diagnostic Source::DescribeInAnyCase(std::uint32_t offset, const std::string& message) const {
