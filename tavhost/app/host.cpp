@@ -15,6 +15,7 @@
 #include "tavhost/app/watchdog.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/long_work.h"
+#include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/one_line.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
@@ -214,6 +215,7 @@ void Host::FinishDryRun() {
 }
 
 Host::~Host() {
+  const memory_reserve::Use reserve;
   script::service::Shutdown();  // its requests need the plug-ins
   open_output_files::CloseAll();
   plugins_.reset();  // what a plug-in still holds needs the windows

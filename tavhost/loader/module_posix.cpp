@@ -1,5 +1,7 @@
 #include <dlfcn.h>
 
+#include <exception>
+#include <new>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -20,7 +22,13 @@ std::string LoadError(const std::string& path) {
 
 base::Result<Module> Module::Load(const std::string& path) {
   Module module;
-  module.handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  try {
+    module.handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  } catch (const std::bad_alloc&) {
+    // Of a static initialiser: it has left the system's loader in the middle of its work, and with
+    // its lock, so that nothing that follows can be relied on.
+    std::terminate();
+  }
   if (!module.handle_) return base::Failure(LoadError(path));
   return module;
 }

@@ -1,0 +1,44 @@
+#include <cstdlib>
+#include <exception>
+#include <new>
+
+#include "tavhost/app/exit_codes.h"
+#include "tavhost/base/leftover_file.h"
+#include "tavhost/base/standard_write.h"
+
+// A program for which there is no memory ends with a line that says so and the exit code of an
+// error, wherever that is found out, and not by a signal: what was printed comes out before it, and
+// what must not outlive the program is removed.
+namespace app {
+
+namespace {
+
+bool IsForWantOfMemory() noexcept {
+  try {
+    if (std::current_exception()) throw;
+  } catch (const std::bad_alloc&) {
+    return true;
+  } catch (...) {
+  }
+  return false;
+}
+
+// Where nobody can catch the exception: static objects are made or destroyed, the system's loader
+// is at work, something is being destroyed.
+[[noreturn]] void Terminate() noexcept {
+  if (!IsForWantOfMemory()) std::abort();
+  LeftoverFile::RemoveAll();
+  standard_write::FlushOutputIfFree();
+  standard_write::Error("tavhost: out of memory\n");
+  std::_Exit(kExitScriptError);
+}
+
+struct Beginning {
+  Beginning() noexcept { std::set_terminate(Terminate); }
+};
+// Made before the program's other static objects.
+__attribute__((init_priority(101))) const Beginning beginning;
+
+}  // namespace
+
+}  // namespace app
