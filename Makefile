@@ -48,6 +48,11 @@ network-tests: build  ## requests through servers and proxies that others wrote
 	@scripts/setup --network-tests
 	tests/http/peers_test.py --all
 
+.PHONY: memory
+memory: build  ## every request for memory of commands and of whole programs refused
+	TAVHOST_SWEEP=$(or $(TAVHOST_SWEEP),1) build/bin/tavhost_memory_tests --gtest_brief=1
+	tests/memory/run.py --long
+
 .PHONY: mutations
 mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100000)
 	tests/mutations/run.py --count $(or $(MUTATIONS),100000)

@@ -1,8 +1,10 @@
 #include "tavhost/app/host.h"
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <new>
 #include <system_error>
 #include <tl/expected.hpp>
 
@@ -174,6 +176,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
     return Refusal(kExitUsage, shown.error());
   }
   if (!options.traceFile.empty() && !trace::Open(options.traceFile)) {
+    if (errno == ENOMEM) throw std::bad_alloc();
     return Refusal(kExitUsage, {"cannot write the trace " + options.traceFile, {}, 0, 0});
   }
   host->traceFile_ = options.traceFile;

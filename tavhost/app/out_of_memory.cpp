@@ -1,3 +1,5 @@
+#include "tavhost/app/out_of_memory.h"
+
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -13,9 +15,23 @@ namespace app {
 
 namespace {
 
-bool IsForWantOfMemory() noexcept {
+constinit thread_local bool wasRefused = false;
+std::new_handler handlerBefore = nullptr;
+
+void NoteRefusal() {
   try {
-    if (std::current_exception()) throw;
+    handlerBefore();
+  } catch (const std::bad_alloc&) {
+    wasRefused = true;
+    throw;
+  }
+}
+
+bool IsForWantOfMemory() noexcept {
+  // On its way out of what lets nothing out.
+  if (!std::current_exception()) return std::uncaught_exceptions() > 0 && wasRefused;
+  try {
+    throw;
   } catch (const std::bad_alloc&) {
     return true;
   } catch (...) {
@@ -40,5 +56,7 @@ struct Beginning {
 __attribute__((init_priority(101))) const Beginning beginning;
 
 }  // namespace
+
+void NoteRefusedMemory() noexcept { handlerBefore = std::set_new_handler(NoteRefusal); }
 
 }  // namespace app

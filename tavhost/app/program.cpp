@@ -9,6 +9,7 @@
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/host.h"
 #include "tavhost/app/interrupts.h"
+#include "tavhost/app/out_of_memory.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/memory_reserve.h"
@@ -75,6 +76,7 @@ int RunProgram(const std::vector<std::string>& arguments) {
   EndAtInterrupts();
   PrepareStandardStreams();
   memory_reserve::Keep();
+  NoteRefusedMemory();
   ReportCrashes();
   const int exitCode = WithOutput(RunWithinMemory(arguments));
   report::Finish();

@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <exception>
 #include <new>
 #include <tl/expected.hpp>
@@ -22,6 +23,7 @@ std::string LoadError(const std::string& path) {
 
 base::Result<Module> Module::Load(const std::string& path) {
   Module module;
+  errno = 0;
   try {
     module.handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   } catch (const std::bad_alloc&) {
@@ -29,6 +31,7 @@ base::Result<Module> Module::Load(const std::string& path) {
     // its lock, so that nothing that follows can be relied on.
     std::terminate();
   }
+  if (!module.handle_ && errno == ENOMEM) throw std::bad_alloc();
   if (!module.handle_) return base::Failure(LoadError(path));
   return module;
 }

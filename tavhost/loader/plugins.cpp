@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
+#include <system_error>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -23,6 +25,7 @@ std::vector<std::string> FindPlugins() {
   for (const auto& entry : std::filesystem::directory_iterator(ToPath(PluginFolder()), error)) {
     if (entry.path().extension() == kLibraryExtension) found.push_back(ToText(entry.path()));
   }
+  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
   std::sort(found.begin(), found.end());
   return found;
 }
