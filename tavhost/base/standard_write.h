@@ -24,6 +24,8 @@ void PrepareOutput();
 
 // Writes to standard output, behind what is in its buffer. From one thread at a time.
 void Output(std::string_view text) noexcept;
+// The same, past the buffer, once that is empty; 0, or the errno of what could not be written.
+int OutputNow(std::string_view text) noexcept;
 // Writes out what is buffered. From any thread.
 void FlushOutput() noexcept;
 // The same, unless the buffer is in use at this moment; for the end of a program that cannot end in

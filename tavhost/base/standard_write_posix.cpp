@@ -157,6 +157,14 @@ void Output(std::string_view text) noexcept {
   funlockfile(stdout);
 }
 
+int OutputNow(std::string_view text) noexcept {
+  flockfile(stdout);
+  FlushLocked();
+  const int error = Write(STDOUT_FILENO, text);
+  funlockfile(stdout);
+  return error;
+}
+
 void FlushOutput() noexcept {
   flockfile(stdout);
   FlushLocked();

@@ -36,6 +36,12 @@ void Output(std::string_view text) noexcept {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) NoteOutputError();
 }
 
+int OutputNow(std::string_view text) noexcept {
+  Output(text);
+  FlushOutput();
+  return outputError;
+}
+
 void FlushOutput() noexcept {
   errno = 0;
   if (std::fflush(stdout) != 0 || std::ferror(stdout)) NoteOutputError();

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -19,6 +18,7 @@
 #include "tavhost/base/file_contents_posix.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/base/whole_file_posix.h"
 #include "tavhost/files/replacing_output_file.h"
@@ -126,11 +126,19 @@ class StandardStream : public OutputFile {
   StandardStream(int stream, std::string path) : stream_(stream), path_(std::move(path)) {}
 
   long Write(const char* data, long length) override {
+    constexpr std::size_t kAtOnce = std::size_t{64} << 10;
     report::TakeStatusAway();
-    std::fflush(stdout);
     base::LongWork work("Writing", path_);
-    return static_cast<long>(
-        base::WriteBytes(stream_, data, static_cast<std::size_t>(length), &work));
+    std::string_view left(data, static_cast<std::size_t>(length));
+    while (!left.empty()) {
+      work.At(static_cast<std::size_t>(length) - left.size(), static_cast<std::size_t>(length));
+      const std::string_view piece = left.substr(0, kAtOnce);
+      const int error = stream_ == STDOUT_FILENO ? standard_write::OutputNow(piece)
+                                                 : standard_write::Error(piece);
+      if (error != 0) break;
+      left.remove_prefix(piece.size());
+    }
+    return length - static_cast<long>(left.size());
   }
 
   base::Result<void> StayOpen() override { return {}; }

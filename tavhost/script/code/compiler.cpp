@@ -80,6 +80,7 @@ std::uint32_t Compiler::Emit(Code code, std::uint32_t a, std::uint32_t b, std::i
   if (c > kMaxC || c < -kMaxC) FailTooLarge();
   function_.code.push_back(Encode(code, a, b, c));
   function_.places.push_back(place);
+  if (function_.code.size() % kLookEveryCode == 0) Look(place.at);
   return Here() - 1;
 }
 
@@ -110,7 +111,11 @@ std::uint32_t Compiler::NewTemporaries(std::uint32_t count) {
 void Compiler::CompileStatements(const Statement* statement) {
   for (; statement; statement = statement->next) {
     const std::uint32_t temporaries = temporaries_;
-    if (++statements_ % kLookEvery == 0) Look(statement);
+    if (++statements_ % kLookEvery == 0) {
+      // A long run of statements sees a stop while it runs, too.
+      Emit(Code::kRepeat, 0, 0, 0, statement->offset);
+      Look(statement->offset);
+    }
     if (program_.stepped) {
       const std::uint32_t line = lines_.PlaceOf(statement->offset).line;
       Emit(Code::kStep, 0, 0, static_cast<std::int32_t>(line), statement->offset);
@@ -120,11 +125,9 @@ void Compiler::CompileStatements(const Statement* statement) {
   }
 }
 
-// In a long run of statements a stop is seen too, while it is compiled and later while it runs.
-void Compiler::Look(const Statement* statement) {
-  Emit(Code::kRepeat, 0, 0, 0, statement->offset);
-  if (work_ && !work_->GoesOn(statement->offset, program_.source.Text().size())) {
-    throw StoppedReading(program_.source, statement->offset);
+void Compiler::Look(std::uint32_t offset) {
+  if (work_ && !work_->GoesOn(offset, program_.source.Text().size())) {
+    throw StoppedReading(program_.source, offset);
   }
 }
 

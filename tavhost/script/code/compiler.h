@@ -27,6 +27,8 @@ class Compiler {
 
   // Statements between two looks at a stop; each may take some milliseconds when it runs.
   static constexpr std::uint32_t kLookEvery = 32;
+  // Instructions between two such looks.
+  static constexpr std::uint32_t kLookEveryCode = 4096;
 
   // The jumps of a loop's `break` and `continue`, which lead on when its end is known.
   struct Loop {
@@ -47,7 +49,7 @@ class Compiler {
   [[noreturn]] void FailTooLarge() const;
 
   void CompileStatements(const Statement* statement);
-  void Look(const Statement* statement);
+  void Look(std::uint32_t offset);
   void CompileStatement(const Statement* statement);
   void CompileIf(const Statement* statement);
   void CompileWhile(const Statement* statement);
