@@ -1,5 +1,6 @@
 #include "tavhost/app/out_of_memory.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -28,8 +29,10 @@ void NoteRefusal() {
 }
 
 bool IsForWantOfMemory() noexcept {
-  // On its way out of what lets nothing out.
-  if (!std::current_exception()) return std::uncaught_exceptions() > 0 && wasRefused;
+  if (!std::current_exception()) {
+    // On its way out of what lets nothing out; or there is not even memory for the exception.
+    return (std::uncaught_exceptions() > 0 && wasRefused) || errno == ENOMEM;
+  }
   try {
     throw;
   } catch (const std::bad_alloc&) {

@@ -1,8 +1,10 @@
 """tavhost check and tavhost commands."""
 
 import json
+import time
 import unittest
 
+import program
 from program import ProgramTest
 
 
@@ -21,6 +23,35 @@ class CheckTest(ProgramTest):
         self.assertEqual((result.err, result.code), ("", 1), result)
         self.assertRegex(result.out, r"(?m)^a\.tav:\d+:\d+: error: \S.*$")
         self.assertRegex(result.out, r"(?m)^c\.tav:1:9: error: \S.*\n  print \)\n        \^\n\Z")
+
+    def test_many_mistakes_in_one_line(self):
+        count = 8000
+        self.file("a.tav", 'FREAD file:"a" ' + " ".join(f"p{i}:1" for i in range(count)))
+        begin = time.monotonic()
+        result = self.run_program("check", "a.tav")
+        if not program.sanitized:
+            self.assertLess(time.monotonic() - begin, 4)  # 9 s when each took the whole line
+        self.assertEqual(result.code, 1)
+        self.assertEqual(result.out.count("unknown parameter"), count)
+        self.assertLess(len(result.out), count * 1500)
+
+    def test_a_long_line_is_shown_cut(self):
+        before, behind = "# ä" * 1000, "ö" * 100_000
+        for text, column, shown, caret in (
+                (f"print )  # {behind}", 7, "print )  # öö", 6),
+                (f'x = "{before}" )  # {behind}', 3008, 'ä" )  # ö', None),
+                (f'x = "{before}" )', 3008, 'ä" )', None)):
+            self.file("a.tav", text)
+            for arguments in (["check", "a.tav"], ["run", "a.tav"]):
+                with self.subTest(text[:10], arguments=arguments):
+                    result = self.run_program(*arguments)
+                    head, line, mark = (result.out or result.err).splitlines()
+                    self.assertTrue(head.startswith(f"a.tav:1:{column}: error: "), head)
+                    self.assertIn(shown, line)
+                    self.assertLess(len(line.encode()), 420)
+                    self.assertEqual(line[mark.index("^")], ")")
+                    self.assertEqual(line.startswith("..."), caret is None)
+                    self.assertEqual(line.endswith("..."), behind in text)
 
     def test_json(self):
         self.file("c.tav", "  print )\n")

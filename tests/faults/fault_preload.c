@@ -6,6 +6,7 @@
 //   FAULT_DO=…      error:E   the call fails with that error number
 //                   errors:E  so do it and every later one
 //                   kill      the process dies before the call
+//                   stuck     the first write from there takes eight seconds; the file "stuck" tells
 //                   slow      it and every later one that reads or writes takes a tenth of a second
 //                   short     it, when it reads or writes, handles half of the bytes
 //                   swap      FAULT_PATH is renamed to FAULT_ASIDE and becomes a link to FAULT_LINK
@@ -98,6 +99,16 @@ static int Fault(const char* name) {
   const char* at = getenv("FAULT_AT");
   const char* what = getenv("FAULT_DO");
   if (!at || !what || calls < atol(at)) return 0;
+  if (strcmp(what, "stuck") == 0) {
+    static int isStuck = 0;
+    if (isStuck || strcmp(name, "write") != 0) return 0;
+    isStuck = 1;
+    counting = 0;
+    Write("stuck", "");
+    counting = 1;
+    for (int i = 0; i < 80; ++i) usleep(100000);  // which signals interrupt
+    return 0;
+  }
   if (strcmp(what, "slow") == 0) {
     const int isLong = strcmp(name, "read") == 0 || strcmp(name, "write") == 0 ||
                        strcmp(name, "copy_file_range") == 0;

@@ -556,6 +556,32 @@ def wide_folder(runner, entries):
     shutil.rmtree(folder)
 
 
+def stopped_in_place(runner):
+    """A file written in place on a disk that has stopped working for a while is finished, however
+    long that takes; nobody is blamed for it."""
+    folder = runner.folder()
+    write(folder / "a", "old")
+    os.link(folder / "a", folder / "b")
+    write(folder / "script.tav", 'FILE_EXISTS file:"FAULT-BEGIN"\n'
+                                 'FWRITE file:"a" text:"new"\nprint "ended"\n')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_AT="1", FAULT_DO="stuck")
+    process = subprocess.Popen([runner.tavhost, "run", "script.tav"], cwd=folder, env=environment,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    waiting.until((folder / "stuck").exists, "the file is being written")
+    process.send_signal(signal.SIGINT)
+    try:
+        out, err = process.communicate(timeout=40)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        raise Broken(f"it goes on (left in {folder})") from None
+    line = rb"tavhost: the stop takes effect when (.*/)?a is stored\n"
+    if (process.returncode, out) != (130, b"") or not re.fullmatch(line, err):
+        raise Broken(f"exit code {process.returncode}: {out!r} {err!r} (left in {folder})")
+    if (folder / "b").read_bytes() != b"new":
+        raise Broken(f"it is not finished (left in {folder})")
+    shutil.rmtree(folder)
+
+
 def stopped(runner, command, files):
     """A command on a slow disk that is stopped in its middle ends within a second; what it has done
     stays, nothing is half done."""
@@ -787,6 +813,7 @@ def other_cases(runner, long):
                            ('DELETE_FILES "src"', 800),
                            ('DELETE_FILES "src/*"', 800)):
         yield "a stop in the middle", lambda c=command, f=files: stopped(runner, c, f)
+    yield "a stop while a file is written in place", lambda: stopped_in_place(runner)
     yield "a deep tree", lambda: deep_tree(runner, 100000 if long else 3000)
     yield "the calls of a deep tree", lambda: calls_of_deep_tree(runner, 5000)
     yield "permissions and times of folders", lambda: look_of_folders(runner)

@@ -5,6 +5,7 @@ plug-in that cannot be used ends other commands with exit code 4 and the same wo
 import argparse
 import json
 import re
+import signal
 import struct
 import subprocess
 import sys
@@ -14,6 +15,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
 import sanitizers  # noqa: E402
+import waiting  # noqa: E402
 
 FUNCTIONS = [
     "TavPluginFctGetVersion", "TavPluginFctGetType", "TavPluginFctTavScriptGetExecutionType",
@@ -99,6 +101,24 @@ def broken(way):
     return Path(options.broken) / f"{way}.so"
 
 
+def is_running(pid):
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
+    except OSError:
+        return False
+
+
+def hanging_child(pid):
+    """The child of a program that runs the test in which the plug-in hangs; None so far."""
+    for child in Path(f"/proc/{pid}/task/{pid}/children").read_text().split():
+        try:
+            if b"unknown.message" in Path(f"/proc/{child}/cmdline").read_bytes():
+                return int(child)
+        except OSError:
+            pass
+    return None
+
+
 class ValidateTest(unittest.TestCase):
     def check(self, path, expected):
         code, report = validate(path)
@@ -136,6 +156,22 @@ class ValidateTest(unittest.TestCase):
         self.assertEqual(len(ids), len(set(ids)))
         for test in report["tests"]:
             self.assertRegex(test["sentence"], r"^[A-Z].*\.$")
+
+    def test_the_child_ends_with_the_program(self):
+        for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 143),
+                             (signal.SIGKILL, -signal.SIGKILL)):
+            with self.subTest(number):
+                process = subprocess.Popen([options.tavhost, "validate", broken("hangs")],
+                                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                           stderr=subprocess.DEVNULL)
+                try:
+                    child = waiting.until(lambda: hanging_child(process.pid), "the plug-in hangs")
+                    process.send_signal(number)
+                    self.assertEqual(process.wait(timeout=10), code)
+                    waiting.until(lambda: not is_running(child), "the child ends")
+                finally:
+                    process.kill()
+                    process.wait()
 
     def test_text_names_what_failed(self):
         result = run("validate", broken("wrong-type"))

@@ -495,6 +495,19 @@ class Crashes(unittest.TestCase):
         length = ["Content-Length: 5"]
         self.assertIsNone(service.raw(service.head(extra=length) + b"\r\nCRASH", timeout=20))
         self.assertNotIn(service.process.wait(timeout=20), (0, 1, 130))
+        self.assertFalse(os.path.exists(service.token_path))
+
+    def test_waiting_clients_hold_no_end(self):
+        service = Service()
+        self.addCleanup(service.stop)
+        clients = [service.sent("while 1 { SLEEP ms:10 }") for _ in range(4)]
+        waiting.until_at_work(service.process)
+        begin = time.monotonic()
+        service.process.send_signal(signal.SIGINT)
+        self.assertEqual(service.process.wait(timeout=10), 130)
+        self.assertLess(time.monotonic() - begin, 1)
+        for client in clients:
+            client.close()
 
 
 class Limits(unittest.TestCase):
