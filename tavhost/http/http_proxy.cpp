@@ -31,7 +31,15 @@ bool IsPort(std::string_view text) {
          std::stoi(std::string(text)) > 0 && std::stoi(std::string(text)) <= 65535;
 }
 
+// What libraries stop at, or take for the end of a line.
+bool HasControl(std::string_view text) {
+  return text.find("%00") != text.npos || std::any_of(text.begin(), text.end(), [](char c) {
+           return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+         });
+}
+
 std::optional<Proxy> ParseEntry(std::string_view entry) {
+  if (HasControl(entry)) return std::nullopt;
   Proxy proxy;
   bool named = false;  // the entry names a scheme; it then needs no port
   if (const auto equals = entry.find('='); equals != entry.npos) {

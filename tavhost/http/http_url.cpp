@@ -115,6 +115,7 @@ std::optional<Url> ParseUrl(std::string_view text) {
   text.remove_prefix(authority.size());
   const auto at = authority.rfind('@');
   if (at != authority.npos) url.userInfo = authority.substr(0, at);
+  if (url.userInfo.find("%00") != std::string::npos) return std::nullopt;  // libraries stop there
   if (!ParseHostAndPort(at == authority.npos ? authority : authority.substr(at + 1), url)) {
     return std::nullopt;
   }
