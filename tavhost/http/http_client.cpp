@@ -15,6 +15,7 @@
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_url.h"
+#include "tavhost/http/http_watch.h"
 
 namespace {
 
@@ -73,11 +74,11 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
   http::Request request;
   request.url = url;
   request.verb = verb;
-  request.timeouts = timeouts;
+  http::Watch watch(timeouts, http::Watch::Clock::now());
   for (int redirects = 0; redirects <= kRedirectLimit; ++redirects) {
     const http::Proxy* proxy = http::ChooseProxy(proxies, request.url.secure);
     request.proxy = proxy ? std::optional(*proxy) : std::nullopt;
-    if (!http::Exchange(request, answer)) return false;
+    if (!http::Exchange(request, watch, answer)) return false;
     const std::string location = http::FirstField(answer.header, "Location");
     if (!IsRedirect(answer.status) || location.empty()) return true;
     auto next = http::ResolveUrl(request.url, location);

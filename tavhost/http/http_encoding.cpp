@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/stop.h"
 
 namespace http {
 
@@ -38,6 +39,7 @@ class Inflater final : public Decoder {
     stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
     stream_.avail_in = static_cast<uInt>(length);
     do {
+      if (stop::IsRequested()) return false;  // little may unpack to very much
       // Only gzip may have further members.
       if (ended_ && (!gzip_ || inflateReset(&stream_) != Z_OK)) return false;
       stream_.next_out = reinterpret_cast<Bytef*>(piece_.data());

@@ -27,7 +27,6 @@ inline constexpr std::size_t kBodyLimit = std::size_t{256} << 20;
 struct Request {
   Url url;
   std::string verb;
-  Timeouts timeouts;
   std::optional<Proxy> proxy;
 };
 
@@ -37,9 +36,12 @@ struct Answer {
   SV::String body;
 };
 
-// False when no complete answer came, or a stop was asked for. Throws std::runtime_error when the
-// system has no HTTP library.
-bool Exchange(const Request& request, Answer& answer);
+class Watch;
+
+// False when no complete answer came, or a stop was asked for. The watch ends what takes too long;
+// it is that of the whole attempt, to which other exchanges may have belonged. Throws
+// std::runtime_error when the system has no HTTP library.
+bool Exchange(const Request& request, Watch& watch, Answer& answer);
 
 // How long one attempt may take in all, in milliseconds by the clock: the sum of its timeouts. One
 // of 0 adds nothing. When sending or receiving has no limit, the whole has none, which is 0.

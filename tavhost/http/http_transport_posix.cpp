@@ -104,7 +104,7 @@ struct Transfer {
   const Request& request;
   Answer& answer;
   Body body;
-  Watch watch;
+  Watch& watch;
   HeaderLines header;
   Framing framing = {};                        // from the end of the header on
   std::unique_ptr<Decoder> decoder = nullptr;  // the same, when there is a body that it can decode
@@ -149,6 +149,7 @@ bool BeginBody(Transfer& transfer) {
   transfer.framing = *framing;
   transfer.tls = TlsInUse(transfer.easy.get());
   if (framing->end == BodyEnd::kNone) return true;
+  if (framing->length > kBodyLimit) return false;
   transfer.body.Announce(framing->length);
   transfer.decoder = Decoder::For(JoinedFields(header, "Content-Encoding"), transfer.body);
   return true;
@@ -199,7 +200,8 @@ std::size_t Callback(char* data, std::size_t, std::size_t length, void* user) no
 }
 
 // Tells the watch how far the transfer has come: libcurl notes the time at which each phase ended.
-void Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
+// True when the answer is waited for.
+bool Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
   const auto reached = [easy](CURLINFO when) {
     curl_off_t microseconds = 0;
     Curl().getInfo(easy, when, &microseconds);
@@ -207,7 +209,9 @@ void Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
   };
   if (reached(CURLINFO_NAMELOOKUP_TIME_T)) watch.Enter(Watch::Phase::kConnecting, now);
   // A request without a body is sent as soon as there is a connection.
-  if (reached(CURLINFO_PRETRANSFER_TIME_T)) watch.Enter(Watch::Phase::kReceiving, now);
+  if (!reached(CURLINFO_PRETRANSFER_TIME_T)) return false;
+  watch.Enter(Watch::Phase::kReceiving, now);
+  return true;
 }
 
 struct ListDeleter {
@@ -282,22 +286,26 @@ bool Run(const Library& curl, Transfer& transfer) {
       return message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
     }
     const auto now = Watch::Clock::now();
-    Follow(transfer.watch, transfer.easy.get(), now);
+    const bool isReceiving = Follow(transfer.watch, transfer.easy.get(), now);
     if (running == 0 || stop::IsRequested() || transfer.watch.IsOver(now)) return false;
     PaintWhileWaiting();
-    curl.poll(curl.multi, nullptr, 0, kSliceMilliseconds, nullptr);
+    int ready = 0;
+    curl.poll(curl.multi, nullptr, 0, kSliceMilliseconds, &ready);
+    // Of a line of the header that has not come whole libcurl tells nothing.
+    if (ready > 0 && isReceiving) transfer.watch.Received(Watch::Clock::now());
   }
 }
 
 }  // namespace
 
-bool Exchange(const Request& request, Answer& answer) {
+bool Exchange(const Request& request, Watch& watch, Answer& answer) {
   const Library& curl = Curl();
   answer = Answer();
   ended = nullptr;
   sockets::EndTalkative();
-  Transfer transfer{request, answer, Body(answer.body, kBodyLimit),
-                    Watch(request.timeouts, Watch::Clock::now()), HeaderLines(answer.header)};
+  watch.BeginExchange(Watch::Clock::now());
+  Transfer transfer{request, answer, Body(answer.body, kBodyLimit), watch,
+                    HeaderLines(answer.header)};
   const HeaderList fields = SetOptions(curl, transfer);
   if (curl.addHandle(curl.multi, transfer.easy.get()) != CURLM_OK) return false;
   const bool complete = Run(curl, transfer) && !transfer.refused && transfer.header.IsComplete() &&

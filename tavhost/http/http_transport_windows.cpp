@@ -129,11 +129,8 @@ void SetOption(HINTERNET handle, DWORD option, Value value) {
 // windows are painted and the watch is asked.
 class Exchanging {
  public:
-  Exchanging(const Request& request, Answer& answer)
-      : request_(request),
-        answer_(answer),
-        watch_(request.timeouts, Watch::Clock::now()),
-        reports_(std::make_shared<Reports>()) {}
+  Exchanging(const Request& request, Watch& watch, Answer& answer)
+      : request_(request), answer_(answer), watch_(watch), reports_(std::make_shared<Reports>()) {}
   Exchanging(const Exchanging&) = delete;
   Exchanging& operator=(const Exchanging&) = delete;
   ~Exchanging() {
@@ -177,7 +174,7 @@ class Exchanging {
     const auto limit = [](std::uint32_t milliseconds) {
       return static_cast<int>(std::min<std::uint32_t>(milliseconds, 0x7FFFFFFF));
     };
-    const Timeouts& timeouts = request_.timeouts;
+    const Timeouts& timeouts = watch_.Limits();
     WinHttpSetTimeouts(exchange_, limit(timeouts.resolve), limit(timeouts.connect),
                        limit(timeouts.send), limit(timeouts.receive));
     SetOption(exchange_, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT,
@@ -260,7 +257,8 @@ class Exchanging {
       return false;
     }
     answer_.header = utf16::ToUtf8(units.data());
-    if (answer_.header.size() > kHeaderLimit) return false;
+    // One that breaks off is handed out all the same, without the empty line behind it.
+    if (answer_.header.size() > kHeaderLimit || !answer_.header.ends_with("\r\n\r\n")) return false;
     DWORD status = 0;
     DWORD size = sizeof status;
     WinHttpQueryHeaders(exchange_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
@@ -274,6 +272,7 @@ class Exchanging {
   bool ReadBody() {
     constexpr DWORD kPiece = 256 * 1024;
     if (framing_.end == BodyEnd::kNone) return true;
+    if (framing_.length > kBodyLimit) return false;
     reports_->piece.resize(kPiece);
     Body body(answer_.body, kBodyLimit);
     body.Announce(framing_.length);
@@ -304,7 +303,7 @@ class Exchanging {
 
   const Request& request_;
   Answer& answer_;
-  Watch watch_;
+  Watch& watch_;
   Framing framing_;  // from the end of the header on
   std::shared_ptr<Reports> reports_;
   HINTERNET connection_ = nullptr;
@@ -313,9 +312,10 @@ class Exchanging {
 
 }  // namespace
 
-bool Exchange(const Request& request, Answer& answer) {
+bool Exchange(const Request& request, Watch& watch, Answer& answer) {
   answer = Answer();
-  return Exchanging(request, answer).Run();
+  watch.BeginExchange(Watch::Clock::now());
+  return Exchanging(request, watch, answer).Run();
 }
 
 }  // namespace http

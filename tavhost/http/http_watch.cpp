@@ -1,5 +1,7 @@
 #include "tavhost/http/http_watch.h"
 
+#include <utility>
+
 namespace http {
 
 namespace {
@@ -11,7 +13,12 @@ bool Exceeded(Watch::Clock::duration passed, std::uint64_t limit) {
 }  // namespace
 
 Watch::Watch(const Timeouts& timeouts, Clock::time_point now)
-    : timeouts_(timeouts), whole_(WholeTime(timeouts)), begin_(now), latest_(now) {}
+    : timeouts_(timeouts), whole_(WholeTime(timeouts)), begin_(now), asked_(now), latest_(now) {}
+
+void Watch::BeginExchange(Clock::time_point now) {
+  phase_ = Phase::kResolving;
+  latest_ = now;
+}
 
 void Watch::Enter(Phase phase, Clock::time_point now) {
   if (phase <= phase_) return;
@@ -33,10 +40,10 @@ std::uint32_t Watch::LimitOf(Phase phase) const {
 }
 
 bool Watch::IsOver(Clock::time_point now) {
+  const auto passed = now - std::exchange(asked_, now);
   if (Exceeded(now - latest_, LimitOf(phase_))) return true;
-  // Time spent in a look-up or on connecting without a limit is not taken from the rest: the whole
-  // counts from here.
-  if (phase_ <= Phase::kConnecting && LimitOf(phase_) == 0) begin_ = now;
+  // Time spent in a look-up or on connecting without a limit is not taken from the rest.
+  if (phase_ <= Phase::kConnecting && LimitOf(phase_) == 0) begin_ += passed;
   return Exceeded(now - begin_, whole_);
 }
 

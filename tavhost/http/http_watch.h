@@ -16,6 +16,10 @@ class Watch {
 
   Watch(const Timeouts& timeouts, Clock::time_point now);
 
+  const Timeouts& Limits() const { return timeouts_; }
+
+  // Another exchange of the same attempt: the phases begin anew, the whole goes on.
+  void BeginExchange(Clock::time_point now);
   // Phases only go forward; an earlier one than the present is ignored.
   void Enter(Phase phase, Clock::time_point now);
   // Something came from the server.
@@ -28,7 +32,8 @@ class Watch {
 
   Timeouts timeouts_;
   std::uint64_t whole_;
-  Clock::time_point begin_;
+  Clock::time_point begin_;  // of the whole, moved on by the time that does not count
+  Clock::time_point asked_;
   Clock::time_point latest_;  // what the present phase's limit counts from
   Phase phase_ = Phase::kResolving;
 };

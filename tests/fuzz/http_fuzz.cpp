@@ -27,6 +27,7 @@
 #include "tavhost/http/http_text.h"
 #include "tavhost/http/http_transport.h"
 #include "tavhost/http/http_url.h"
+#include "tavhost/http/http_watch.h"
 
 namespace {
 
@@ -272,7 +273,8 @@ void CheckAnswer(std::string_view bytes, bool isHead) {
   request.url = *http::ParseUrl(server.Prepare(bytes));
   request.verb = isHead ? "HEAD" : "GET";
   http::Answer answer;
-  const bool isTaken = http::Exchange(request, answer);
+  http::Watch watch({}, http::Watch::Clock::now());
+  const bool isTaken = http::Exchange(request, watch, answer);
   const Reading expected = Read(bytes, isHead);
   if (expected.verdict == Verdict::kCut) Require(!isTaken);
   if (expected.verdict == Verdict::kWhole) {

@@ -266,6 +266,18 @@ class Server:
     def do_to(self, connection, rest, query, request):
         connection.sendall(answer(b"", "Location: " + query, status="302 Found"))
 
+    def do_late_redirect(self, connection, rest, query, request):
+        """So many times, each time late."""
+        if rest == "0":
+            return connection.sendall(answer(b"ok"))
+        time.sleep(0.15)  # the client's limits are by the clock
+        connection.sendall(answer(b"", f"Location: /late-redirect/{int(rest) - 1}", status="302 Found"))
+
+    def do_slow_line(self, connection, rest, query, request):
+        for piece in (b"HTTP/1.1 200 OK\r\nContent-", b"Len", b"gth: 2\r\n\r\nok"):
+            time.sleep(0.7)  # within the client's limit, by the clock
+            connection.sendall(piece)
+
     # Answers that are wrong, slow or hostile.
 
     def do_short(self, connection, rest, query, request):
@@ -322,6 +334,9 @@ class Server:
         field = b"X-Filler: " + b"x" * 1000 + CRLF
         connection.sendall(b"HTTP/1.1 200 OK\r\n" + field * int(rest) +
                            b"Content-Length: 2\r\n\r\nok")
+
+    def do_long_line(self, connection, rest, query, request):
+        connection.sendall(answer(b"ok", "X-Filler: " + "x" * (int(rest) * 1000)))
 
     def do_long_trailer(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n" +

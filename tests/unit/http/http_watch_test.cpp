@@ -47,6 +47,33 @@ TEST(HttpWatch, EachArrivalGrantsTheReceiveTimeAnewUpToTheWhole) {
   EXPECT_TRUE(timed.IsOver(401));
 }
 
+TEST(HttpWatch, FurtherExchangesHaveWhatIsLeftOfTheWhole) {
+  Timed timed({100, 100, 100, 100});
+  for (int begin = 0; begin < 400; begin += 90) {
+    timed.watch.BeginExchange(timed.At(begin));
+    EXPECT_FALSE(timed.IsOver(begin + 40));
+    timed.Enter(Phase::kReceiving, begin + 40);
+    EXPECT_EQ(timed.IsOver(begin + 89), begin + 89 > 400);
+  }
+}
+
+TEST(HttpWatch, OnlyTimeWithoutALimitIsGivenBack) {
+  Timed timed({100, 0, 100, 100});
+  timed.Enter(Phase::kConnecting, 0);
+  EXPECT_FALSE(timed.IsOver(5000));
+  timed.Enter(Phase::kReceiving, 5000);
+  EXPECT_FALSE(timed.IsOver(5100));
+  timed.watch.BeginExchange(timed.At(5100));
+  EXPECT_FALSE(timed.IsOver(5150));
+  timed.Enter(Phase::kConnecting, 5150);
+  EXPECT_FALSE(timed.IsOver(9150));
+  timed.Enter(Phase::kReceiving, 9150);
+  EXPECT_FALSE(timed.IsOver(9240));  // 240 of 300
+  timed.watch.Received(timed.At(9240));
+  EXPECT_FALSE(timed.IsOver(9300));
+  EXPECT_TRUE(timed.IsOver(9301));
+}
+
 TEST(HttpWatch, PhasesNeverGoBack) {
   Timed timed({100, 100, 100, 50});
   timed.Enter(Phase::kReceiving, 10);
