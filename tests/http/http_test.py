@@ -157,8 +157,9 @@ class Connections(Case):
         for answer in [stray, stray * 10000, b"x"]:
             self.keeping.connections.clear()
             got = self.ask(lambda: self.keeping.connections[0].sendall(answer))
-            if on_windows and got == ["1", "done"]:
-                differs("a request over a connection on which something came unasked fails")
+            if on_windows:
+                differs("a request over a connection on which something came unasked may fail")
+                self.assertNotIn("stray", got)
             else:
                 self.assertEqual(got, ["1", "done", "1"])
 
@@ -256,10 +257,12 @@ class Faults(Case):
             else:
                 self.assertFails(reply)
 
+    TAKEN_BY_WINE = ("no-last-chunk", "cut-last-chunk", "cut-trailer", "chunk-beyond-64-bits")
+
     def test_answers_that_break_off_fail(self):
         broken = [name for name in RAW if name not in RAW_WHOLE]
         for path, reply in self.replies(["/raw/" + name for name in broken]):
-            if on_windows and any(part in path for part in ("chunk", "trailer")):
+            if on_windows and path.rpartition("/")[2] in self.TAKEN_BY_WINE:
                 differs(f"Wine takes broken chunks for the end of an answer ({path})")
             else:
                 self.assertFails(reply)
@@ -330,6 +333,8 @@ class Faults(Case):
         self.assertResponse(self.request("/late-redirect/3", 'timeouts:"300;300;300;300"'), "ok")
 
     def test_a_line_may_come_piece_by_piece(self):
+        if on_windows:
+            return differs("the header as a whole counts as one piece of the answer")
         limits = 'timeouts:"1000;1000;1000;1000"'
         self.assertResponse(self.request("/slow-line", limits), "ok")
 
