@@ -92,7 +92,9 @@ def tests_of_the_runners():
 def windows_network():
     """Requests and the script service, over real sockets on loopback."""
     return python_tests([ROOT / "tests/http/http_test.py", "--wine"],
-                        [ROOT / "tests/service/service_test.py", "--wine", "--seconds", "8"])
+                        [ROOT / "tests/service/service_test.py", "--wine", "--seconds", "8"],
+                        [ROOT / "tests/service/connections_test.py", "--wine", "Holder", "Leaving",
+                         "Questions", "Reasons", "Replies"])
 
 
 def check(*command):

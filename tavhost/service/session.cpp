@@ -220,12 +220,18 @@ void Session::HandOn() {
   }
 }
 
-// To a client that speaks HTTP/1.0 nothing can be sent before its reply: that it has left shows
-// only when the system finds it out.
+// To a client on another machine that speaks HTTP/1.0 nothing can be sent before its reply: that it
+// has left shows only when the system finds it out.
 void Session::LookForClient(Clock::time_point now) {
-  if (HasFailed(static_cast<std::uintptr_t>(socket_.native_handle()))) return OnLost();
+  const auto handle = static_cast<std::uintptr_t>(socket_.native_handle());
+  if (HasFailed(handle)) return OnLost();
   if (nextProbe_ == Clock::time_point()) nextProbe_ = now + kFirstProbe;
-  if (now < nextProbe_ || IsHttp10()) return;
+  if (now < nextProbe_) return;
+  if (const std::optional<bool> isGone = HasNobody(handle)) {
+    nextProbe_ = now + kNextProbes;
+    return *isGone ? OnLost() : void();
+  }
+  if (IsHttp10()) return;
   nextProbe_ = now + (std::exchange(hasProbed_, true) ? kNextProbes : kSecondProbe);
   boost::system::error_code error;
   socket_.write_some(net::buffer(kContinue), error);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace script::service {
 
@@ -18,6 +19,10 @@ void FindOutWhoIsGone(std::uintptr_t socket);
 // Whether the system knows that nothing sent on the connection arrives any more. Where it does not
 // tell, the next attempt to send will.
 bool HasFailed(std::uintptr_t socket);
+
+// Whether nobody holds the other end of a connection any more. Nothing where the system does not
+// know it: the other end is on another machine.
+std::optional<bool> HasNobody(std::uintptr_t socket);
 
 // Lets the program have so many descriptors, if it may; returns how many it can have.
 std::size_t AllowDescriptors(std::size_t count);

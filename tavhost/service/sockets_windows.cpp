@@ -19,6 +19,8 @@ void FindOutWhoIsGone(std::uintptr_t socket) {
 
 bool HasFailed(std::uintptr_t) { return false; }
 
+std::optional<bool> HasNobody(std::uintptr_t) { return std::nullopt; }
+
 std::size_t AllowDescriptors(std::size_t count) { return count; }  // there is no such limit
 
 }  // namespace script::service

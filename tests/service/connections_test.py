@@ -230,6 +230,12 @@ class Leaving(Case):
         connection.close()
         self.served_within(3)
 
+    def test_one_that_speaks_http_1_0(self):
+        if service_test.on_windows:
+            self.skipTest("the system does not tell who is gone")
+        self.runs_for_ever(version="1.0").close()
+        self.served_within(3)
+
     def half_closed(self, version, script):
         body = script.encode()
         with self.stranger() as connection:
@@ -403,7 +409,8 @@ class Reasons(Case):
             self.assertEqual(self.run_script(text, "/command")["errorAt"], place, text)
 
     def test_a_command_without_an_answer(self):
-        self.assertIn("no --answers", self.run_script('INFOBOX "?"', "/command")["error"])
+        self.assertIn("this line answers it: MESSAGE_BOX button:ok",
+                      self.run_script('INFOBOX "?"', "/command")["error"])
 
     def test_a_time_limit_of_a_request(self):
         for path, text, reason in [
