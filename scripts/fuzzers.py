@@ -15,7 +15,8 @@ from pathlib import Path
 SEED = 1
 # About twenty seconds of a processor each; a fuzzer without a row here makes the least.
 LEAST_RUNS = 10000
-RUNS = {"answers": 250000, "http": 12000, "notation": 300000, "script": 24000, "table": 130000}
+RUNS = {"answers": 250000, "http": 12000, "notation": 300000, "request": 60000, "script": 24000,
+        "table": 130000}
 
 # A run that hangs or eats memory is a finding.
 LIMITS = ("-timeout=20", "-rss_limit_mb=3000", "-print_final_stats=1")
