@@ -47,6 +47,7 @@ stop: build  ## every long operation stopped in every way, each within a second
 network-tests: build  ## requests through servers and proxies that others wrote
 	@scripts/setup --network-tests
 	tests/http/peers_test.py --all
+	tests/service/front_ends_test.py
 
 .PHONY: memory
 memory: build  ## every request for memory of commands and of whole programs refused
@@ -60,7 +61,7 @@ mutations: build  ## 100,000 damaged inputs for the whole program (MUTATIONS=100
 .PHONY: soak
 soak: build  ## every dialog 10,000 times; the script service under load for an hour (SOAK_SECONDS=3600)
 	QT_QPA_PLATFORM=offscreen TAVHOST_CYCLES=10000 build/bin/tavhost_qt_tests --gtest_filter='QtCycles.*'
-	tests/service/service_test.py --seconds $(or $(SOAK_SECONDS),3600) Soak
+	tests/service/soak.py --seconds $(or $(SOAK_SECONDS),3600)
 
 .PHONY: bench
 bench:  ## measurements beside what one would take instead
