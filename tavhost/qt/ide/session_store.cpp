@@ -42,7 +42,7 @@ QString DataFolder(const QString& folder) {
 // The file of settings. One that cannot be what was kept is put aside: reading it would take more
 // memory and time than a start may.
 QString SettingsFile(const QString& folder) {
-  const QString file = folder + QStringLiteral("/workbench.ini");
+  QString file = folder + QStringLiteral("/workbench.ini");
   if (QFileInfo(file).size() <= kMostSettings) return file;
   const QString aside = file + QStringLiteral(".damaged");
   QFile::remove(aside);
@@ -147,7 +147,7 @@ base::Result<void> SessionStore::KeepUnsaved(const QList<Unsaved>& texts) {
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream << kUnsavedForm << static_cast<qint32>(texts.size());
     for (const Unsaved& text : texts) stream << text.path << text.bytes << text.line << text.column;
-    if (const auto kept = WritePrivate(UnsavedFile(id_), bytes); !kept) return kept;
+    if (auto kept = WritePrivate(UnsavedFile(id_), bytes); !kept) return kept;
   }
   // All that was in these is in this one's file by now, or its user has done with it.
   for (const Taken& file : taken_) QFile::remove(file.path);
