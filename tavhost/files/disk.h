@@ -85,6 +85,9 @@ std::string CurrentFolder();                    // empty when it is gone
 std::string UserDataFolder();                   // where this user's programs keep data
 bool MakeFolders(const std::string& path);      // with all above it; true when it is there already
 
+// A path of any length, as functions take it that refuse what is longer than the system takes at
+// once. Good until the next one.
+std::string ShortPath(const std::string& path);
 // Whether a directory at the one path can take a name in the other without being copied. Both are
 // there; false when it cannot be told.
 bool IsOneFileSystem(const std::string& path, const std::string& folder);

@@ -356,11 +356,31 @@ bool MakeFolders(const std::string& path) {
   });
 }
 
+std::string ShortPath(const std::string& path) {
+  constexpr std::size_t kShort = 512;  // the system goes through every name of a path, each time
+  if (path.size() < kShort) return path;
+  // The folder asked for last: those asked for one after the other lie in one, or in each other.
+  static std::string folder;
+  static Descriptor opened;
+  const auto slash = path.rfind('/');
+  const std::string_view wanted = std::string_view(path).substr(0, slash);
+  if (wanted != folder) {
+    const bool isInside = opened.IsOpen() && wanted.size() > folder.size() &&
+                          wanted.starts_with(folder) && wanted[folder.size()] == '/';
+    opened = isInside
+                 ? windows::OpenDirectoryAt(opened.Get(), wanted.substr(folder.size() + 1), O_PATH)
+                 : windows::OpenDirectoryAt(AT_FDCWD, wanted, O_PATH);
+    folder = wanted;
+  }
+  if (!opened.IsOpen()) return "";
+  return "/proc/self/fd/" + std::to_string(opened.Get()) + path.substr(slash);
+}
+
 bool IsOneFileSystem(const std::string& path, const std::string& folder) {
   struct stat first;
   struct stat second;
-  return lstat(path.c_str(), &first) == 0 && stat(folder.c_str(), &second) == 0 &&
-         first.st_dev == second.st_dev;
+  return lstat(ShortPath(path).c_str(), &first) == 0 &&
+         stat(ShortPath(folder).c_str(), &second) == 0 && first.st_dev == second.st_dev;
 }
 
 FolderContents FilesOf(const std::string& folder) {

@@ -293,6 +293,8 @@ bool MakeFolders(const std::string& path) {
   });
 }
 
+std::string ShortPath(const std::string& path) { return path; }
+
 bool IsOneFileSystem(const std::string& path, const std::string& folder) {
   const auto volumeOf = [](const std::string& name) {
     char volume[MAX_PATH] = "";

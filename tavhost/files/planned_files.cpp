@@ -101,7 +101,7 @@ bool HidesItsName(std::string_view pattern) {
 std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
   using Kind = PlannedFiles::Kind;
   std::error_code error;
-  const std::filesystem::path real = ToPath(path);
+  const std::filesystem::path real = ToPath(disk::ShortPath(path));
   const std::filesystem::file_status status = std::filesystem::symlink_status(real, error);
   switch (status.type()) {
     case std::filesystem::file_type::regular:
@@ -122,7 +122,7 @@ std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
 
 bool IsLeadingToFile(const std::string& path) {
   std::error_code error;
-  const auto status = std::filesystem::status(ToPath(path), error);
+  const auto status = std::filesystem::status(ToPath(disk::ShortPath(path)), error);
   return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 
@@ -149,42 +149,72 @@ std::optional<std::string> PlannedFiles::Reach(disk::Name name) {
   return path;
 }
 
-PlannedFiles::Found PlannedFiles::Find(const std::string& path) {
-  Found found{Kind::kDirectory, false, root_, {}};
-  std::size_t at = 0;
-  // The name in front of the first separator, a drive or nothing, is the disk's own.
-  const std::size_t first = std::min(path.find_first_of("/\\"), path.size());
-  const std::string drive = path.substr(0, first);
-  found.real = drive + dir_entry::kSeparator;
-  if (!drive.empty()) {
-    const auto node = root_->entries.find(drive);
-    found.node = node == root_->entries.end() ? nullptr : node->second;
-  }
-  at = first + 1;
-  while (at < path.size()) {
-    const std::size_t end = std::min(path.find_first_of("/\\", at), path.size());
-    const std::string name = path.substr(at, end - at);
-    at = end + 1;
-    if (name.empty()) continue;
-    if (found.node) {
-      const auto entry = found.node->entries.find(name);
-      if (entry != found.node->entries.end()) {
-        found.node = entry->second;
-        if (found.node->kind == Kind::kNone) return {};
-        found.real = found.node->real;
-        continue;
-      }
-      found.node = nullptr;
+// The nodes along a path, as far as there are any. A tree command asks for paths that are nearly
+// alike, two at a time: of those asked for last the one that begins most like this is gone on from.
+PlannedFiles::Way& PlannedFiles::WayTo(const std::string& path) {
+  const auto alike = [&path](const Way& way) {
+    return std::mismatch(way.path.begin(), way.path.end(), path.begin(), path.end()).second -
+           path.begin();
+  };
+  Way* way = &ways_[0];
+  std::ptrdiff_t same = -1;
+  for (Way& other : ways_) {
+    const std::ptrdiff_t length = alike(other);
+    if (length > same) {
+      way = &other;
+      same = length;
     }
-    if (found.real.empty()) return {};
-    found.real = Join(found.real, name);
   }
-  if (found.node && found.node != root_ && !IsSeparator(path.back())) {
-    found.kind = found.node->kind;
-    found.isReadOnly = found.node->isReadOnly;
-    return found;
+  // One that shares little would be lost for what it was kept for.
+  if (static_cast<std::size_t>(same) * 2 < way->path.size())
+    way = &ways_[nextWay_++ % ways_.size()];
+  const auto isPassed = [&](const Way::Stop& stop) {
+    return stop.end <= static_cast<std::size_t>(same) &&
+           (stop.end == path.size() || IsSeparator(path[stop.end]));
+  };
+  same = alike(*way);
+  while (!way->stops.empty() && !isPassed(way->stops.back())) way->stops.pop_back();
+  way->path = path;
+  Node* node = way->stops.empty() ? root_ : way->stops.back().node;
+  std::size_t at = way->stops.empty() ? 0 : way->stops.back().end;
+  while (node->kind != Kind::kNone && at < path.size()) {
+    while (at < path.size() && IsSeparator(path[at])) ++at;
+    const std::size_t end = std::min(path.find_first_of("/\\", at), path.size());
+    const auto entry = node->entries.find(path.substr(at, end - at));
+    if (end == at || entry == node->entries.end()) break;
+    node = entry->second;
+    at = end;
+    way->stops.push_back({end, node});
   }
-  if (found.real.empty()) return found;
+  return *way;
+}
+
+PlannedFiles::Found PlannedFiles::Find(const std::string& path) {
+  const Way& way = WayTo(path);
+  Found found;
+  std::string_view rest = path;
+  if (way.stops.empty()) {
+    found.real = path;
+  } else {
+    Node& node = *way.stops.back().node;
+    if (node.kind == Kind::kNone) return {};
+    rest.remove_prefix(way.stops.back().end);
+    const bool isThere = rest.find_first_not_of("/\\") == std::string_view::npos;
+    found.real = node.real;
+    if (isThere && !IsSeparator(path.back())) {
+      found.kind = node.kind;
+      found.isReadOnly = node.isReadOnly;
+      found.node = &node;
+      return found;
+    }
+    if (isThere) found.node = &node;
+    if (node.real.empty()) return found;
+    if (EndsInSeparator(found.real)) found.real.pop_back();
+    found.real += rest;
+  }
+  if (rest.find_first_not_of("/\\") == std::string_view::npos && way.stops.empty()) {
+    found.node = root_;
+  }
   const auto [kind, isReadOnly] = OnDisk(found.real);
   found.kind = kind;
   found.isReadOnly = isReadOnly;
@@ -192,10 +222,10 @@ PlannedFiles::Found PlannedFiles::Find(const std::string& path) {
 }
 
 PlannedFiles::Node& PlannedFiles::NodeOfFolder(const std::string& path) {
-  Node* node = root_;
-  const std::size_t first = std::min(path.find_first_of("/\\"), path.size());
-  std::string real = path.substr(0, first) + dir_entry::kSeparator;
-  std::size_t at = 0;
+  const Way& way = WayTo(path);
+  Node* node = way.stops.empty() ? root_ : way.stops.back().node;
+  std::size_t at = way.stops.empty() ? 0 : way.stops.back().end;
+  std::string real = way.stops.empty() ? path.substr(0, path.find_first_of("/\\") + 1) : node->real;
   while (at < path.size()) {
     const std::size_t end = std::min(path.find_first_of("/\\", at), path.size());
     const std::string name = path.substr(at, end - at);
@@ -217,7 +247,12 @@ PlannedFiles::Node& PlannedFiles::NodeOfFolder(const std::string& path) {
 
 PlannedFiles::Node& PlannedFiles::Put(const std::string& path, Node node) {
   const auto [folder, name] = Parted(path);
-  return *(NodeOfFolder(folder).entries[name] = MakeNode(std::move(node)));
+  Node*& entry = NodeOfFolder(folder).entries[name];
+  entry = MakeNode(std::move(node));
+  for (Way& way : ways_) {
+    while (!way.stops.empty() && way.stops.back().end > folder.size()) way.stops.pop_back();
+  }
+  return *entry;
 }
 
 bool PlannedFiles::IsDirectory(const std::string& path) {
@@ -275,7 +310,8 @@ std::vector<PlannedFiles::Entry> PlannedFiles::EntriesOf(const Found& folder) {
   };
   std::error_code error;
   if (!folder.real.empty()) {
-    for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder.real), error)) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(ToPath(disk::ShortPath(folder.real)), error)) {
       const std::string name = ToText(entry.path().filename());
       if (isChanged(name)) continue;
       const auto [kind, isReadOnly] = OnDisk(Join(folder.real, name));
@@ -502,7 +538,8 @@ bool PlannedFiles::ChangeDirectory(disk::Name name) {
   // Where that can be, the process goes there too: not all paths come by here.
   const Found found = Find(*path);
   std::error_code ignored;
-  if (!found.real.empty()) std::filesystem::current_path(ToPath(found.real), ignored);
+  if (!found.real.empty())
+    std::filesystem::current_path(ToPath(disk::ShortPath(found.real)), ignored);
   return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -107,8 +108,19 @@ class PlannedFiles {
     std::string real = {};
   };
 
+  // A path asked for, and the nodes on its way, each with the length of the path up to it.
+  struct Way {
+    struct Stop {
+      std::size_t end;
+      Node* node;
+    };
+    std::string path = {};
+    std::vector<Stop> stops = {};
+  };
+
   // The whole path that a name means; nothing when it can mean none, or none may be reached now.
   std::optional<std::string> Reach(disk::Name name);
+  Way& WayTo(const std::string& path);
   Found Find(const std::string& path);
   // The node of the directory in which `path` ends, made when there is none.
   Node& NodeOfFolder(const std::string& path);
@@ -126,6 +138,8 @@ class PlannedFiles {
 
   std::vector<std::unique_ptr<Node>> nodes_;  // flat, so that no depth matters when they go
   Node* root_;
+  std::array<Way, 4> ways_;
+  std::size_t nextWay_ = 0;
   std::vector<std::unique_ptr<Search>> searches_;
   std::vector<PlannedOutput*> outputs_;  // open, owned by whoever opened them
   std::string closedWay_;                // a link stands where a tree was to go on

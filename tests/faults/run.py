@@ -419,6 +419,26 @@ def deep_tree(runner, levels):
         raise Broken(f"something is left (in {folder})")
 
 
+def dry_run_of_deep_tree(runner, levels):
+    """A dry run tells every step in a tree whose paths are longer than the system takes."""
+    folder = runner.folder()
+    deep_folder(folder / "deep", levels)
+    (folder / "moved").mkdir()
+    (folder / "plan").touch()
+    with open(folder / "plan", "wb") as plan:
+        subprocess.run(["bash", "-c", 'ulimit -n 64; exec "$0" send --dry-run "$@"', runner.tavhost,
+                        'MOVE_FILES "deep" to:"moved"', 'DELETE_FILES "moved"'], cwd=folder,
+                       stdout=plan, check=True, timeout=600)
+    with open(folder / "plan", "rb") as plan:
+        plan.seek(-300, os.SEEK_END)
+        said = plan.read().decode().splitlines()[-1]
+    expect(said, f"in all, would move ({levels}), delete ({levels}), delete the directory "
+                 f"({2 * levels + 3}), create the directory ({levels + 1}); failures: 0", folder)
+    if depth_of(folder / "deep") != levels:
+        raise Broken(f"something was done (left in {folder})")
+    remove(folder)
+
+
 # Calls for each level of a chain of folders with a file in each. What is done for a level must not
 # depend on how deep it lies.
 CALLS_A_LEVEL = {'COPY_FILES "deep" to:"copy"': 36, 'MOVE_FILES "deep" to:"moved"': 36,
@@ -815,6 +835,7 @@ def other_cases(runner, long):
         yield "a stop in the middle", lambda c=command, f=files: stopped(runner, c, f)
     yield "a stop while a file is written in place", lambda: stopped_in_place(runner)
     yield "a deep tree", lambda: deep_tree(runner, 100000 if long else 3000)
+    yield "a dry run of a deep tree", lambda: dry_run_of_deep_tree(runner, 2500)
     yield "the calls of a deep tree", lambda: calls_of_deep_tree(runner, 5000)
     yield "permissions and times of folders", lambda: look_of_folders(runner)
     yield "names of more than 255 bytes", lambda: long_names(runner)
