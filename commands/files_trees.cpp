@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "commands/files_copy.h"
 #include "commands/files_directory_times.h"
 #include "commands/files_final_path.h"
 #include "commands/files_search.h"
@@ -36,12 +37,16 @@ class Steps {
   enum class Directory { kFailed, kEmpty, kEnter, kMade };
 
   virtual ~Steps() = default;
+  LongCommand& Command() { return command_; }
   // A file or a link.
   virtual bool Leaf(const char* from, const char* to, bool isToDirectory) = 0;
   // A directory, before what is in it, and behind that. kEmpty: nothing is to be looked for in it;
   // kMade: the target was made for it.
   virtual Directory Before(const std::string& from, const std::string& to) = 0;
   virtual bool Behind(const std::string& from, const std::string& to) = 0;
+
+ private:
+  LongCommand command_;
 };
 
 // A walk through all that a pattern finds, directories with all that is in them, in the order of
@@ -63,7 +68,7 @@ class Walk {
     if (!Search(pattern_.c_str())) return false;
     Stand();
     while (true) {
-      command_.BetweenSteps();
+      steps.Command().BetweenSteps();
       const std::size_t depth = levels_.size();
       if (!DoEntry(steps)) return false;
       if (levels_.size() > depth) continue;
@@ -168,7 +173,6 @@ class Walk {
   }
 
   const char systemSeparator_ = SV::DirEntry("\\").GetFull().GetChar(0);
-  LongCommand command_;
   std::string pattern_;
   std::string source_;  // of the directory searched, or of the entry handled
   std::string target_;
@@ -196,7 +200,7 @@ class CopySteps : public Steps {
   explicit CopySteps(CopyFlags flags) : flags_(flags) {}
 
   bool Leaf(const char* from, const char* to, bool) override {
-    return CopyFileA(from, to, flags_.keepExistingFiles) != 0;
+    return CopyFileInSteps(from, to, flags_.keepExistingFiles, Command()) != 0;
   }
   Directory Before(const std::string&, const std::string& to) override {
     const bool created = CreateDirectoryA(to.c_str(), nullptr) != 0;

@@ -274,6 +274,8 @@ def groups(options):
                     ("Windows unit tests", windows_unit_tests),
                     ("Windows validate", windows_validate),
                     ("Windows crashes", windows_crashes),
+                    ("Windows appends", lambda: python_tests(
+                        [ROOT / "tests/windows/appends_test.py"])),
                     ("Windows script tests", lambda: script_tests("--wine")),
                     ("Windows network", windows_network),
                     ("Windows watchdog", lambda: python_tests(

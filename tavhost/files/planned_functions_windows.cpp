@@ -20,6 +20,12 @@ const void* AddressOf(Function function) {
 // What it is for does not exist.
 BOOL WINAPI SetNoTime(HANDLE, const FILETIME*, const FILETIME*, const FILETIME*) { return TRUE; }
 
+decltype(&::CopyFileA) copyFile = nullptr;  // what a copy in steps comes down to
+
+BOOL WINAPI CopyInOneStep(LPCSTR from, LPCSTR to, LPPROGRESS_ROUTINE, LPVOID, LPBOOL, DWORD flags) {
+  return copyFile(from, to, (flags & COPY_FILE_FAIL_IF_EXISTS) != 0);
+}
+
 // Puts a function in the place from which the module calls one that it imports.
 void Put(ULONGLONG& slot, const void* function) {
   DWORD before = 0;
@@ -35,6 +41,7 @@ void Put(ULONGLONG& slot, const void* function) {
 void ReplaceInModule(const std::string& path, const windows::FileFunctions& functions) {
   auto* base = reinterpret_cast<BYTE*>(GetModuleHandleA(path.c_str()));
   if (!base) return;
+  copyFile = functions.copyFile;
   const Replacement replacements[] = {
       {"FindFirstFileA", AddressOf(functions.findFirst)},
       {"FindNextFileA", AddressOf(functions.findNext)},
@@ -44,6 +51,7 @@ void ReplaceInModule(const std::string& path, const windows::FileFunctions& func
       {"RemoveDirectoryA", AddressOf(functions.removeDirectory)},
       {"DeleteFileA", AddressOf(functions.deleteFile)},
       {"CopyFileA", AddressOf(functions.copyFile)},
+      {"CopyFileExA", AddressOf(CopyInOneStep)},
       {"MoveFileA", AddressOf(functions.moveFile)},
       {"SetFileTime", AddressOf(SetNoTime)},
       {"_chdir", AddressOf(functions.chdir)},

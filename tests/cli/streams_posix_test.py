@@ -35,6 +35,25 @@ class OutputTest(ProgramTest):
         self.expect_order(["run", "-e", 'print 1\nEXECUTE "throw 2"\nprint 3\nthrow 4'],
                           "1\n", "error: 2", "3\n", "error: 4")
 
+    def test_what_a_script_writes_to_a_stream_by_its_path(self):
+        """It stands behind what was printed before, also where the stream is a file, in which
+        nothing is written over."""
+        text = ('print 1\nFWRITE file:"/dev/stderr" text:"2\\n"\nprint 3\n'
+                'FWRITE file:"/dev/stdout" text:"4\\n"\nFWRITE open file:"/dev/stdout" append\n'
+                'print 5\nFWRITE text:"6\\n"\nFWRITE close\nprint 7')
+        whole = "1\n2\n3\n4\n5\n6\n7\n"
+        self.assertEqual(self.run_program("run", "-e", text, stderr=subprocess.STDOUT).out, whole)
+        path = self.folder / "out"
+        path.write_text("before\n")
+        with open(path, "a") as file:
+            subprocess.run([self.program, "run", "-e", text], stdout=file, stderr=file, check=True,
+                           cwd=self.folder, env=self.environment)
+        self.assertEqual(path.read_text(), "before\n" + whole)
+        with open(path, "r+") as file:  # no appending: the streams share one place in the file
+            subprocess.run([self.program, "run", "-e", text], stdout=file, stderr=file, check=True,
+                           cwd=self.folder, env=self.environment)
+        self.assertEqual(path.read_text(), whole + ("before\n" + whole)[len(whole):])
+
     def test_order_before_a_dialog_in_the_terminal(self):
         text = 'print "before"\nINFOBOX "the box"\nprint "after"'
         self.expect_order(["run", "--answers", "ask", "-e", text], "before", "the box", "after",
