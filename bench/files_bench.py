@@ -144,6 +144,42 @@ def read_and_write(bench, mib):
     bench.remove("big", "out")
 
 
+def write_small(bench, count):
+    """A short text as a whole file, over an old one and as a new one; appended."""
+    loops = {
+        "over an old file": ('FWRITE file:"f" text:"some text"',
+                             "set f [open f w]; puts -nonewline $f {some text}; close $f",
+                             "f = open('f', 'w'); f.write('some text'); f.close()",
+                             "f = open('g', 'w'); f.write('some text'); f.close(); "
+                             "os.replace('g', 'f')"),
+        "to a new file": ('FWRITE file:("n" + i) text:"some text"',
+                          "set f [open n$i w]; puts -nonewline $f {some text}; close $f",
+                          "f = open(f'n{i}', 'w'); f.write('some text'); f.close()",
+                          "f = open('g', 'w'); f.write('some text'); f.close(); "
+                          "os.rename('g', f'n{i}')"),
+        "to the end of a file": ('FWRITE file:"f" text:"some text" append',
+                                 "set f [open f a]; puts -nonewline $f {some text}; close $f",
+                                 "f = open('f', 'a'); f.write('some text'); f.close()", None),
+    }
+
+    def fresh():
+        for path in bench.folder.glob("[nfg]*"):
+            if not path.suffix:
+                path.unlink()
+        (bench.folder / "f").write_text("old text")
+
+    for what, (ours, tcl_step, python_step, safe_step) in loops.items():
+        ways = {
+            "FWRITE": bench.tav(f"for i from 1 to {count} {{ {ours} }}"),
+            "tclsh": tcl(bench.folder, "o.tcl", f"proc run {{}} {{ for {{set i 0}} {{$i < {count}}} "
+                                                f"{{incr i}} {{ {tcl_step} }} }}; run"),
+            "python3": python(f"for i in range({count}): {python_step}"),
+        }
+        if safe_step:
+            ways["python3, renamed"] = python(f"import os\nfor i in range({count}): {safe_step}")
+        bench.row(f"write 9 bytes {what}, {count} times", ways, fresh)
+
+
 def base64(bench, mib):
     (bench.folder / "raw").write_bytes(os.urandom(1 << 20) * mib)
     with open(bench.folder / "text", "wb") as out:
@@ -234,12 +270,13 @@ def main():
     parser.add_argument("--folder", default="/dev/shm" if os.path.isdir("/dev/shm") else None)
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--small", action="store_true", help="a tenth of the work")
-    parser.add_argument("rows", nargs="*", help="exists, read, base64, trees, list; else all")
+    parser.add_argument("rows", nargs="*", help="exists, read, write, base64, trees, list; else all")
     options = parser.parse_args()
     part = 10 if options.small else 1
     rows = {
         "exists": lambda bench: exists(bench, 1000000 // part),
         "read": lambda bench: read_and_write(bench, 1024 // part),
+        "write": lambda bench: write_small(bench, 20000 // part),
         "base64": lambda bench: base64(bench, 256 // part),
         "trees": lambda bench: trees(bench, 500 // part, 100),
         "list": lambda bench: listing(bench, 200000 // part),
