@@ -219,11 +219,7 @@ std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
       return OpenForWriting(name, false);
     }
   }
-  base::WholeFile::Options options;
-  options.stoppable = true;
-  auto whole = OpenWhole(name, options);
-  if (!whole) return nullptr;
-  return std::make_unique<ReplacingOutputFile>(std::move(*whole), name);
+  return ReplacingOutputFile::Open(name);
 }
 
 base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,

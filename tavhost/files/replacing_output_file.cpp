@@ -4,6 +4,14 @@
 
 namespace disk {
 
+std::unique_ptr<OutputFile> ReplacingOutputFile::Open(Name name) {
+  base::WholeFile::Options options;
+  options.stoppable = true;
+  auto whole = OpenWhole(name, options);
+  if (!whole) return nullptr;
+  return std::make_unique<ReplacingOutputFile>(std::move(*whole), name);
+}
+
 long ReplacingOutputFile::Write(const char* data, long length) {
   if (direct_) return direct_->Write(data, length);
   isBegun_ = true;

@@ -12,6 +12,9 @@ namespace disk {
 // open wants others to see it grow: from then on what is written goes into the file itself.
 class ReplacingOutputFile final : public OutputFile {
  public:
+  // Null when the file cannot be opened.
+  static std::unique_ptr<OutputFile> Open(Name name);
+
   ReplacingOutputFile(std::unique_ptr<base::WholeFile> whole, Name name)
       : whole_(std::move(whole)), path_(name.text), isScripts_(name.isScripts) {}
 
