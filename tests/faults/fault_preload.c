@@ -214,6 +214,7 @@ WRAP_RETURNING(char*, NULL, realpath, (const char* name, char* out), (name, out)
 WRAP_RETURNING(char*, NULL, getcwd, (char* out, size_t room), (out, room))
 WRAP(int, chdir, (const char* name), (name))
 WRAP(int, fchdir, (int folder), (folder))
+WRAP(int, chmod, (const char* name, mode_t mode), (name, mode))
 WRAP(int, fchmod, (int file, mode_t mode), (file, mode))
 WRAP(int, fchown, (int file, uid_t user, gid_t group), (file, user, group))
 WRAP(int, fchownat, (int folder, const char* name, uid_t user, gid_t group, int flags),

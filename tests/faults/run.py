@@ -49,7 +49,7 @@ FILE_FUNCTIONS = """
     pread64 pwrite64 readv writev preadv pwritev sendfile64 splice tee
     stat64 lstat64 fstat64 fstatat64 __xstat __lxstat __fxstat __fxstatat euidaccess eaccess
     truncate truncate64 ftruncate64 fallocate64 posix_fallocate posix_fallocate64
-    chmod chown lchown utime utimes futimes futimesat lutimes
+    chown lchown utime utimes futimes futimesat lutimes
     mkfifo mkfifoat mknod mknodat mkdtemp mkostemp mkstemps mkostemps tmpfile tempnam tmpnam
     readdir64 readdir_r getdents scandir scandirat nftw ftw fts_open canonicalize_file_name
     get_current_dir_name getwd chroot sync syncfs setxattr lsetxattr""".split()
