@@ -128,6 +128,7 @@ class StandardStream : public OutputFile {
   long Write(const char* data, long length) override {
     constexpr std::size_t kAtOnce = std::size_t{64} << 10;
     report::TakeStatusAway();
+    if (stream_ != STDOUT_FILENO) standard_write::FlushOutput();
     base::LongWork work("Writing", path_);
     std::string_view left(data, static_cast<std::size_t>(length));
     while (!left.empty()) {

@@ -16,8 +16,8 @@ namespace windows {
 
 namespace {
 
-// A directory that is there already counts for the walk as one that was made: a recursive copy goes
-// on into it. The call fails all the same.
+// A directory that is there already, whatever the call failed at, counts for the walk as one that
+// was made: a recursive copy goes on into it. The call fails all the same.
 bool MakeDirectory(const char* text) {
   const Path path(text);
   const Place place(path);
@@ -32,7 +32,7 @@ bool MakeDirectory(const char* text) {
   const mode_t mode = look ? (look->mode & 0777) | S_IRWXU : 0777;
   const bool made = mkdirat(place.Directory(), place.Name(), mode) == 0;
   const int error = errno;
-  if (made || error == EEXIST) DirectoryMade(path, place, made ? look : std::nullopt);
+  DirectoryMade(path, place, made ? look : std::nullopt);
   errno = error;
   return made;
 }

@@ -129,12 +129,24 @@ Search* StandingSearch() {
   return IsOpenSearch(search) ? search : nullptr;
 }
 
+std::string_view LastName(std::string_view path) {
+  while (!path.empty() && IsSeparator(path.back())) path.remove_suffix(1);
+  return path.substr(path.find_last_of("\\/") + 1);
+}
+
+// The directory made last before `search`, when it is the one that the command has told.
+MadeDirectory* StandingMade(const Search& search) {
+  MadeDirectory* const made = MadeAbove(search);
+  const std::string_view told(standing.target, standing.targetLength);
+  return made && LastName(made->path.View()) == LastName(told) ? made : nullptr;
+}
+
 // The directory from which a path counts; null when it counts from none, or the walk has left it.
 const Anchor* BaseOf(const Path& path) {
   const Search* search = path.CountsFrom() == Path::Base::kNone ? nullptr : StandingSearch();
   if (!search) return nullptr;
   if (path.CountsFrom() == Path::Base::kSearched) return &search->directory;
-  return MadeAbove(*search);
+  return StandingMade(*search);
 }
 
 std::string_view EntryNameOf(const Search& search) {
@@ -187,7 +199,7 @@ Place::Place(const Path& path) : valid_(path.IsValid()), directory_(AT_FDCWD), n
 bool Place::ResolveFromBase(const Path& path) {
   Search* const search = StandingSearch();
   inMade_ = path.CountsFrom() == Path::Base::kMade;
-  MadeDirectory* const made = search && inMade_ ? MadeAbove(*search) : nullptr;
+  MadeDirectory* const made = search && inMade_ ? StandingMade(*search) : nullptr;
   if (!search || (inMade_ && (!made || made->id == kNothing))) {
     errno = ESTALE;
     return false;

@@ -283,7 +283,7 @@ class ToldText {
   }
 
  private:
-  static constexpr std::string_view kBeginning = "nowhere\\";
+  static constexpr std::string_view kBeginning = "nowhere\\sub\\";
   std::string text_{kBeginning};
 };
 
@@ -303,7 +303,7 @@ TEST_F(Walk, PathsCountFromWhereTheCommandToldThatItStands) {
   EXPECT_EQ(GetFileAttributesA(source.Path("sub\\deep/inner")), FILE_ATTRIBUTE_NORMAL);
   EXPECT_EQ(GetFileAttributesA(source.Path("none")), INVALID_FILE_ATTRIBUTES);
   EXPECT_EQ(GetFileAttributesA(source.Path("s?b")), INVALID_FILE_ATTRIBUTES);
-  EXPECT_EQ(GetFileAttributesA(source.Path("../beside")), FILE_ATTRIBUTE_NORMAL)
+  EXPECT_EQ(GetFileAttributesA(source.Path("../../beside")), FILE_ATTRIBUTE_NORMAL)
       << "what leads out is read whole";
   EXPECT_EQ(GetFileAttributesA(std::string(source.Path("sub")).c_str()), INVALID_FILE_ATTRIBUTES)
       << "at another address it is another path";
