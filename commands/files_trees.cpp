@@ -75,6 +75,7 @@ class Walk {
       while (!levels_.back().search.Next()) {
         levels_.pop_back();
         if (levels_.empty()) return true;
+        steps.Command().BetweenSteps();
         if (!DoBehind(steps)) return false;
       }
     }

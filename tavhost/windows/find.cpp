@@ -188,7 +188,9 @@ BOOL FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
   trace::Call call("FindNextFileA", trace::Object{handle});
   if (replacedFunctions) return call.Result(replacedFunctions->findNext(handle, data));
   auto* search = static_cast<windows::Search*>(handle);
-  if (!windows::IsOpenSearch(search) || search->next == search->entries.Count()) {
+  if (!windows::IsOpenSearch(search)) return call.Result(FALSE);
+  if (search->next == search->entries.Count()) {
+    windows::CountNone();
     return call.Result(FALSE);
   }
   windows::CountEntry();

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "tavhost/base/long_work.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/windows/standing.h"
 
 namespace windows {
@@ -398,14 +399,16 @@ void Complete(MadeDirectory& made) {
   if (mode != made.mode) fchmodat(directory, ".", mode & 07777, 0);
 }
 
-// The walk goes on from the entry for which these were made. `above` is where it stands then.
+// The walk goes on from the entry for which these were made. `above` is where it stands then. After
+// a stop it goes on nowhere: a slow disk would make the way up from a deep place long.
 void LeaveMade(Search& search, MadeDirectory* above) {
+  const bool goesOn = !stop::IsRequested();
   for (auto inner = searches.rbegin(); inner->get() != &search; ++inner) {
     for (const auto& made : (*inner)->made) made->above = nullptr;
   }
   for (const auto& made : search.made) {
-    Complete(*made);
-    if (above) OpenAbove(*made, *above);
+    if (goesOn) Complete(*made);
+    if (goesOn && above) OpenAbove(*made, *above);
     Release(*made);
   }
   search.made.clear();
@@ -421,7 +424,8 @@ void CloseSearch(Search* search) {
   if (!search->made.empty()) LeaveMade(*search, MadeAbove(*search));
   for (const auto& passed : search->passed) Release(*passed);
   const auto outer = std::next(found);
-  if (outer != searches.rend()) OpenAbove(search->directory, (*outer)->directory);
+  if (outer != searches.rend() && !stop::IsRequested())
+    OpenAbove(search->directory, (*outer)->directory);
   Release(search->directory);
   searches.erase(std::next(found).base());
   if (!searches.empty()) return;
@@ -430,6 +434,8 @@ void CloseSearch(Search* search) {
 }
 
 void CountEntry() { work->At(++entriesReturned); }
+
+void CountNone() { work->At(entriesReturned); }
 
 void EntryReturned(Search& search, std::string_view name, const struct stat* status) {
   if (!search.made.empty()) LeaveMade(search, MadeAbove(search));

@@ -111,7 +111,7 @@ SharedPath PathInWalk(const Path& path);
 // Takes a search into the walk, before it returns its first entry. The walk owns it.
 //
 // A walk is long work while any search is open: each entry that is returned counts as one thing,
-// and a stop leaves from there.
+// and a stop leaves from there. On its way out of a stopped walk nothing is done but closing.
 Search* OpenSearch(std::unique_ptr<Search> search);
 void CloseSearch(Search* search);
 bool IsOpenSearch(const Search* search);
@@ -126,8 +126,10 @@ int DirectoryOf(Search& search);
 void EntryReturned(Search& search, std::string_view name, const struct stat* status);
 // Likewise, an entry whose name makes a path lead elsewhere, to `misread`: no call may lead there.
 void EntryMisread(Search& search, std::string_view misread);
-// Before a search returns its next entry; throws stop::Stopped.
+// Before a search returns its next entry, and when it has none left: on its way up from a deep
+// place a walk meets nothing else. Both throw stop::Stopped.
 void CountEntry();
+void CountNone();
 // After the current directory has changed, relative paths name other directories.
 void CurrentDirectoryChanged();
 

@@ -7,6 +7,8 @@
 //                   errors:E  so do it and every later one
 //                   kill      the process dies before the call
 //                   stuck     the first write from there takes eight seconds; the file "stuck" tells
+//                   crawl     it and every later one takes five milliseconds; the file "crawling"
+//                             tells
 //                   slow      it and every later one that reads or writes takes a tenth of a second
 //                   short     it, when it reads or writes, handles half of the bytes
 //                   swap      FAULT_PATH is renamed to FAULT_ASIDE and becomes a link to FAULT_LINK
@@ -107,6 +109,15 @@ static int Fault(const char* name) {
     Write("stuck", "");
     counting = 1;
     for (int i = 0; i < 80; ++i) usleep(100000);  // which signals interrupt
+    return 0;
+  }
+  if (strcmp(what, "crawl") == 0) {
+    if (calls == atol(at)) {
+      counting = 0;
+      Write("crawling", "");
+      counting = 1;
+    }
+    usleep(5000);
     return 0;
   }
   if (strcmp(what, "slow") == 0) {

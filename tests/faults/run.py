@@ -638,6 +638,28 @@ def stopped(runner, command, files):
     shutil.rmtree(folder)
 
 
+def stopped_deep(runner, command, calls):
+    """A command that stands deep in a tree when the disk becomes slow ends as fast as it would at
+    the top when it is stopped: on its way up nothing is done any more."""
+    folder = runner.folder()
+    deep_folder(folder / "deep", 2000)
+    (folder / "to").mkdir()
+    write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n{command}\nprint "ended"\n')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_AT=str(calls),
+                       FAULT_DO="crawl")
+    process = subprocess.Popen([runner.tavhost, "run", "script.tav"], cwd=folder, env=environment,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    waiting.until((folder / "crawling").exists, "it stands deep in the tree")
+    begin = time.monotonic()
+    process.send_signal(signal.SIGTERM)
+    out, err = process.communicate(timeout=60)
+    seconds = time.monotonic() - begin
+    if (process.returncode, out, err) != (143, b"", b"") or seconds > 1:
+        raise Broken(f"{command}: exit code {process.returncode} after {seconds:.2f} s: {out!r} "
+                     f"{err!r} (left in {folder})")
+    remove(folder)
+
+
 def expect(printed, wanted, folder):
     if printed.split() != wanted.split():
         raise Broken(f"{printed.split()} instead of {wanted.split()} (left in {folder})")
@@ -833,6 +855,12 @@ def other_cases(runner, long):
                            ('DELETE_FILES "src"', 800),
                            ('DELETE_FILES "src/*"', 800)):
         yield "a stop in the middle", lambda c=command, f=files: stopped(runner, c, f)
+    # Near the end of the way down, and at the beginning of the way up.
+    for command, ways in (('COPY_FILES "deep" to:"to"', (25000, 28000)),
+                          ('MOVE_FILES "deep" to:"to"', (25000, 28000)),
+                          ('DELETE_FILES "deep"', (21000, 23000))):
+        for calls in ways:
+            yield "a stop deep in a tree", lambda c=command, n=calls: stopped_deep(runner, c, n)
     yield "a stop while a file is written in place", lambda: stopped_in_place(runner)
     yield "a deep tree", lambda: deep_tree(runner, 100000 if long else 3000)
     yield "a dry run of a deep tree", lambda: dry_run_of_deep_tree(runner, 2500)
