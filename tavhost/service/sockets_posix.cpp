@@ -10,9 +10,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
+#include <tl/expected.hpp>
+
+#include "tavhost/base/file_text.h"
 
 namespace script::service {
 
@@ -94,7 +96,10 @@ std::optional<bool> HasNobody(std::uintptr_t socket) {
       IsLoopback(other) || own.substr(0, own.find(':')) == other.substr(0, other.find(':'));
   if (!isLocal) return std::nullopt;
   const bool isV4 = other.find(':') == 2 * sizeof(in_addr);
-  std::ifstream list(isV4 ? "/proc/net/tcp" : "/proc/net/tcp6");
+  const base::Result<std::string> text =
+      base::ReadFileText(isV4 ? "/proc/net/tcp" : "/proc/net/tcp6");
+  if (!text) return std::nullopt;
+  std::istringstream list(*text);
   std::string line;
   if (!std::getline(list, line)) return std::nullopt;
   while (std::getline(list, line)) {
