@@ -2,10 +2,18 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <new>
 
 #include "tavhost/base/environment.h"
 
 namespace base {
+
+namespace {
+
+constexpr std::size_t kLongerThanAnyKeptInside = 64;  // a string object
+
+}  // namespace
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const char* const value = std::getenv(name.c_str());
@@ -13,8 +21,21 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return std::string(value);
 }
 
+// setenv would keep each value that a variable ever had.
 void ChangeEnvironment(const std::string& name, const std::optional<std::string>& value) {
-  value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+  // "NAME=value", in the environment to the very end of the process.
+  static auto& entries = *new std::map<std::string, std::string>;
+  if (!value) {
+    unsetenv(name.c_str());
+    entries.erase(name);
+    return;
+  }
+  std::string entry = name + '=' + *value;
+  std::string& kept = entries[name];
+  // A short text would move with its string.
+  entry.reserve(kLongerThanAnyKeptInside);
+  if (putenv(entry.data()) != 0) throw std::bad_alloc();
+  kept.swap(entry);
 }
 
 std::vector<std::pair<std::string, std::string>> EnvironmentVariables() {

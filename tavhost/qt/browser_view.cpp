@@ -15,14 +15,13 @@ namespace ui {
 
 namespace {
 
-constexpr int kSmallColumns = 96;  // characters
-constexpr int kSmallLines = 30;
+constexpr long kSmallColumns = 96;  // characters
+constexpr long kSmallLines = 30;
 constexpr double kLargePart = 0.85;  // of the screen
 
 SV::Size SmallSize(const QWidget& dialog) {
   const QFontMetrics metrics(dialog.font());
-  return SV::Size(long{metrics.averageCharWidth()} * kSmallColumns,
-                  long{metrics.lineSpacing()} * kSmallLines);
+  return SV::Size(metrics.averageCharWidth() * kSmallColumns, metrics.lineSpacing() * kSmallLines);
 }
 
 QPushButton* MakeButton(const QString& label, const char* name) {

@@ -98,7 +98,7 @@ int TableView::ContentWidth(int section) const {
   for (int row = 0; row < rows; ++row) {
     const QString text = items_.data(items_.index(row, section)).toString();
     for (const QString& line : text.split(QLatin1Char('\n'))) {
-      width = std::max(width, metrics.horizontalAdvance(line.left(kMostCharacters * 2)));
+      width = std::max(width, metrics.horizontalAdvance(line.left(qsizetype{2} * kMostCharacters)));
     }
   }
   return std::clamp(width, metrics.averageCharWidth() * kLeastCharacters,

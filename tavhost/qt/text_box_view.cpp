@@ -13,8 +13,8 @@ namespace ui {
 
 namespace {
 
-constexpr int kColumns = 80;
-constexpr int kLines = 24;
+constexpr long kColumns = 80;
+constexpr long kLines = 24;
 constexpr int kTabColumns = 8;
 
 }  // namespace

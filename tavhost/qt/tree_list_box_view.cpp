@@ -15,8 +15,8 @@ namespace {
 
 using Handle = TreeListBoxModel::Handle;
 
-constexpr int kColumns = 56;
-constexpr int kLines = 20;
+constexpr long kColumns = 56;
+constexpr long kLines = 20;
 constexpr int kMeasuredRows = 200;  // for the widths of columns
 
 constexpr char kHelp[] =

@@ -98,9 +98,9 @@ inline bool IsInteger(const Value& a) { return a.Kind() == TavKelInteger; }
 
 // Integers and reals are compared here, all else by Compare. `slowRight` stands for its two
 // operands; COMMA keeps the macro from taking them for two arguments.
-#define HOLDS(op, compare, leftPart, right, slowRight)                       \
-  (AreIntegers(leftPart, right) ? leftPart.Integer() compare right.Integer() \
-   : AreReals(leftPart, right)  ? leftPart.Real() compare right.Real()       \
+#define HOLDS(op, compare, leftPart, right, slowRight)                         \
+  (AreIntegers(leftPart, right) ? (leftPart).Integer() compare right.Integer() \
+   : AreReals(leftPart, right)  ? (leftPart).Real() compare right.Real()       \
                                 : (SAVE, Compare(op, slowRight, *this)))
 
 #define COMPARISON(name, op, compare)                                                             \

@@ -48,12 +48,10 @@ const char* Verb(Operator op) {
   if (op == Operator::kSubtract) {
     between = " from ";
     std::swap(first, second);
-  } else if (op >= Operator::kDivide && op <= Operator::kModulo) {
+  } else if (op == Operator::kMultiply || (op >= Operator::kDivide && op <= Operator::kModulo)) {
     between = " by ";
   } else if (op >= Operator::kEqual) {
     between = " with ";
-  } else if (op == Operator::kMultiply) {
-    between = " by ";
   }
   throw ScriptError(std::string("cannot ") + Verb(op) + ' ' + KindWord(*first) + between +
                     KindWord(*second));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -79,6 +80,11 @@ void ForgetEnded() {
   });
 }
 
+void ForgetVariables() {
+  base::ChangeEnvironment(kPortVariable, std::nullopt);
+  base::ChangeEnvironment(kTokenFileVariable, std::nullopt);
+}
+
 bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType type) {
   ForgetEnded();
   if (running) {
@@ -118,17 +124,21 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
     if (!file) return Refused(port, file.error().message);
     service->file = std::move(*file);
   }
+  try {
+    base::ChangeEnvironment(kPortVariable, std::to_string(service->server->Port()));
+    base::ChangeEnvironment(kTokenFileVariable, service->file->Path());
+  } catch (const std::bad_alloc&) {
+    ForgetVariables();
+    throw;
+  }
   running = std::move(service);
-  base::ChangeEnvironment(kPortVariable, std::to_string(running->server->Port()));
-  base::ChangeEnvironment(kTokenFileVariable, running->file->Path());
   return true;
 }
 
 bool StopService() {
   if (!running) return false;
   auto service = std::move(running);
-  base::ChangeEnvironment(kPortVariable, std::nullopt);
-  base::ChangeEnvironment(kTokenFileVariable, std::nullopt);
+  ForgetVariables();
   service->file.reset();
   service->server->Stop();
   service->queue.Close();

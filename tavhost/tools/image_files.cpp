@@ -49,12 +49,14 @@ std::vector<ui::ImageDialogModel::Entry> Find(long libraryId, std::string_view e
     std::string lower = ascii::ToLower(name);
     if (!IsOfKind(lower, kinds)) continue;
     std::string file = database_area::FindFile(name, libraryId).value_or(std::string());
-    found.push_back({std::move(lower), {std::move(name), std::move(file)}});
+    found.emplace_back(std::move(lower),
+                       ui::ImageDialogModel::Entry{std::move(name), std::move(file)});
   }
   std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
     return std::tie(a.first, a.second.name) < std::tie(b.first, b.second.name);
   });
   std::vector<ui::ImageDialogModel::Entry> entries;
+  entries.reserve(found.size());
   for (auto& [lower, entry] : found) entries.push_back(std::move(entry));
   return entries;
 }

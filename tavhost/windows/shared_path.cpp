@@ -53,10 +53,11 @@ SharedPath SharedPath::In(const SharedPath& folder, std::string_view rest) {
 }
 
 void SharedPath::Share(const std::shared_ptr<Bytes>& bytes, std::size_t length) {
+  // First, since only this can fail: who has no place in it must not give one back.
+  auto& lengths = bytes->lengths;
+  lengths.insert(std::upper_bound(lengths.begin(), lengths.end(), length), length);
   bytes_ = bytes;
   length_ = length;
-  auto& lengths = bytes_->lengths;
-  lengths.insert(std::upper_bound(lengths.begin(), lengths.end(), length), length);
 }
 
 SharedPath::SharedPath(SharedPath&& other) noexcept

@@ -251,7 +251,7 @@ Expr* Parser::ParseParentheses() {
   }
   ++at_;
   --brackets_;
-  if (!isRecord && !commaSeen && list->count == 1) return list->items->expr;
+  if (!isRecord && !commaSeen && list->items && !list->items->next) return list->items->expr;
   return list;
 }
 

@@ -1,6 +1,7 @@
 #include "tavhost/ui/models/percentage_window_model.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace ui {
@@ -47,7 +48,7 @@ std::optional<std::chrono::seconds> PercentageWindowModel::Remaining(Clock::time
   if (percentage_ <= 0 || elapsed < kLeastToGoBy) return std::nullopt;
   const double seconds = elapsed.count() * (kMost - percentage_) / percentage_;
   if (seconds > kMostSeconds) return std::nullopt;
-  return std::chrono::seconds(static_cast<long>(seconds + 0.5));
+  return std::chrono::seconds(std::lround(seconds));
 }
 
 std::string TimeText(std::chrono::seconds time) {

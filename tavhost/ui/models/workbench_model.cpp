@@ -97,7 +97,10 @@ void WorkbenchModel::WantFocus(Tool& tool) {
 
 void WorkbenchModel::AddListener(Tool& tool, std::function<void()> listener) {
   for (const auto& entry : entries_) {
-    if (&entry->tool == &tool) entry->listeners.push_back(std::move(listener));
+    if (&entry->tool == &tool) {
+      entry->listeners.push_back(std::move(listener));
+      return;
+    }
   }
 }
 
