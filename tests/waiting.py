@@ -42,6 +42,9 @@ class Mark:
         self.path = os.path.join(folder, "mark")
         self.command = f'FWRITE file:"{self.path}" text:"here"\n'
 
+    def exists(self):
+        return os.path.exists(self.path)
+
     def remove(self):
         os.remove(self.path)
 
