@@ -1,8 +1,10 @@
 #include "tavhost/app/dry_run_report.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tavhost/app/standard_streams.h"
+#include "tavhost/base/literal.h"
 
 namespace app {
 
@@ -41,28 +43,40 @@ constexpr ActRow kActs[] = {
 
 const ActRow& RowOf(Act act) { return kActs[static_cast<int>(act)]; }
 
+// A name as it stands in a line: as a literal when it holds what could end the line or steer a
+// terminal, or begins as a literal does. Nobody forges a line by a file's name.
+std::string NameText(const std::string& name) {
+  const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
+  const bool isPlain = !name.starts_with('"') && std::none_of(name.begin(), name.end(), isControl);
+  if (isPlain) return name;
+  std::string literal;
+  base::AppendLiteral(literal, name, base::kUpperHex);
+  return literal;
+}
+
 std::string TextOf(const Step& step) {
+  const std::string object = NameText(step.object);
   std::string words = RowOf(step.act).words;
   const std::string bytes = std::to_string(step.bytes) + (step.bytes == 1 ? " byte" : " bytes");
   const char* const replacing = step.replaces ? ", replacing what is there," : "";
   switch (step.act) {
     case Act::kCopy:
     case Act::kMove:
-      return words + replacing + ' ' + step.object + " to " + step.target;
+      return words + replacing + ' ' + object + " to " + NameText(step.target);
     case Act::kWrite:
     case Act::kAppend:
-      return words + replacing + ' ' + bytes + " to " + step.object;
+      return words + replacing + ' ' + bytes + " to " + object;
     case Act::kSend:
-      return words + ' ' + step.detail + " to " + step.object;
+      return words + ' ' + step.detail + " to " + object;
     case Act::kCopyToClipboard:
       return words + ": " + bytes;
     case Act::kStopService:
     case Act::kCrash:
       return words;
     case Act::kFail:
-      return words + (step.object.empty() ? "" : " at " + step.object) + ": " + step.detail;
+      return words + (object.empty() ? "" : " at " + object) + ": " + step.detail;
     default:
-      return words + replacing + ' ' + step.object;
+      return words + replacing + ' ' + object;
   }
 }
 

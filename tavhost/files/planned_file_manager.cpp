@@ -23,7 +23,9 @@ std::string PathInArea(PlannedFiles& files, const std::string& stored, std::stri
   const std::string wanted(path.substr(path.find_last_of("\\/") + 1));
   const std::string folder = disk::FolderOf(stored);
   std::string found;
-  for (const PlannedFiles::Entry& entry : files.EntriesOf(folder)) {
+  const auto entries = files.EntriesOf(folder);
+  if (!entries) return disk::Join(folder, wanted);
+  for (const PlannedFiles::Entry& entry : *entries) {
     if (entry.kind != PlannedFiles::Kind::kFile) continue;
     if (entry.name == wanted) return disk::Join(folder, wanted);
     if (found.empty() && ascii::EqualIgnoringCase(entry.name, wanted)) found = entry.name;
@@ -105,7 +107,9 @@ bool NamesOf(PlannedFiles& files, long libraryId,
   if (!database_area::FilesOfLibrary(libraryId)) return false;
   const std::optional<std::string> some = database_area::FindFile("db:\\x", libraryId);
   if (!some) return false;
-  for (const PlannedFiles::Entry& entry : files.EntriesOf(disk::FolderOf(*some))) {
+  const auto entries = files.EntriesOf(disk::FolderOf(*some));
+  if (!entries) return false;
+  for (const PlannedFiles::Entry& entry : *entries) {
     const bool isFile = entry.kind == PlannedFiles::Kind::kFile;
     if (isFile && database_area::IsValidName(entry.name)) names.insert(base::StringOf(entry.name));
   }

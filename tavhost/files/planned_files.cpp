@@ -8,6 +8,7 @@
 #include "host/files/dir_entry.h"
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/file_names.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/files/dir_entry_style.h"
 
@@ -28,6 +29,8 @@ constexpr const char* kIsInside = "it lies in the directory that is to go there"
 constexpr const char* kIsCurrent = "it is the current directory";
 constexpr const char* kIsFar = "a directory cannot be moved to another file system";
 constexpr const char* kIsItself = "it would be copied onto itself";
+constexpr const char* kIsTooLong = "its name is too long";
+constexpr const char* kUnreadable = "what is in it cannot be read";
 
 // What scripts hold in their variables as well; longer files are told, but not kept.
 constexpr long kKeptBytes = 64L << 20;
@@ -118,6 +121,33 @@ std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
     default:
       return {Kind::kOther, false};
   }
+}
+
+// Whether a directory can be read. What is made up has no place.
+bool IsReadable(const std::string& real) {
+  std::error_code error;
+  if (!real.empty()) std::filesystem::directory_iterator(ToPath(disk::ShortPath(real)), error);
+  return !error;
+}
+
+// What a directory says of its entry; nothing when it does not, and the entry cannot be asked.
+std::optional<PlannedFiles::Kind> KindOf(const std::filesystem::directory_entry& entry) {
+  using Kind = PlannedFiles::Kind;
+  std::error_code error;
+  const bool isLink = entry.is_symlink(error);
+  const bool isDirectory = !error && !isLink && entry.is_directory(error);
+  const bool isGone = error == std::errc::no_such_file_or_directory;
+  if (error && !isGone) return std::nullopt;
+  return isLink ? Kind::kLink : isDirectory ? Kind::kDirectory : Kind::kFile;
+}
+
+// The current directory, or one above it, by dots: no system moves it by such a name. Or a root.
+bool IsUnmovable(disk::Name name, const std::string& path) {
+  std::string_view text = name.text;
+  while (EndsInSeparator(text)) text.remove_suffix(1);
+  const bool isDots = IsDots(text.substr(text.find_last_of("/\\") + 1));
+  return Parted(path).second.empty() ||
+         (isDots && !disk::IsAbsolute(name.text) && IsWithin(Full("."), path));
 }
 
 bool IsLeadingToFile(const std::string& path) {
@@ -269,6 +299,25 @@ std::string PlannedFiles::RealFolderOf(std::string path) {
   }
 }
 
+bool PlannedFiles::IsNameTooLong(const std::string& path) {
+  constexpr std::size_t kTakenEverywhere = 128;  // bytes
+  const auto [folder, name] = Parted(path);
+  if (name.size() <= kTakenEverywhere) return false;
+  std::error_code error;
+  const std::string place = Join(RealFolderOf(folder), name);
+  static_cast<void>(std::filesystem::symlink_status(ToPath(disk::ShortPath(place)), error));
+  return error == std::errc::filename_too_long;
+}
+
+bool PlannedFiles::IsOneFile(const Found& first, const Found& second) {
+  const auto isItself = [](const Found& found) {
+    return !found.real.empty() && !(found.node && found.node->isCopy);
+  };
+  std::error_code error;
+  return isItself(first) && isItself(second) &&
+         std::filesystem::equivalent(ToPath(first.real), ToPath(second.real), error);
+}
+
 PlannedFiles::Entry PlannedFiles::At(disk::Name name) {
   const auto path = Reach(name);
   if (!path) return {};
@@ -291,6 +340,9 @@ disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
   if (!path) return disk::kNotFound;
   const Found found = Find(*path);
   if (found.kind == Kind::kNone) return disk::kNotFound;
+  if (name.isScripts && EndsInSeparator(name.text)) {
+    return found.kind == Kind::kFile ? disk::kNotFound : disk::kUnreadable;
+  }
   if (found.node && found.real.empty() && found.kind == Kind::kFile) {
     if (!found.node->isKnown) return disk::kTooLarge;
     contents = found.node->bytes;
@@ -299,24 +351,31 @@ disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
   return found.real.empty() ? disk::kUnreadable : disk::Read({found.real.c_str(), false}, contents);
 }
 
-std::vector<PlannedFiles::Entry> PlannedFiles::EntriesOf(const std::string& folder) {
+std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const std::string& folder) {
   return EntriesOf(Find(Full(folder)));
 }
 
-std::vector<PlannedFiles::Entry> PlannedFiles::EntriesOf(const Found& folder) {
+std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const Found& folder) {
   std::vector<Entry> entries;
   const auto isChanged = [&folder](const std::string& name) {
     return folder.node && folder.node->entries.count(name) != 0;
   };
   std::error_code error;
-  if (!folder.real.empty()) {
-    for (const auto& entry :
-         std::filesystem::directory_iterator(ToPath(disk::ShortPath(folder.real)), error)) {
-      const std::string name = ToText(entry.path().filename());
+  if (folder.kind != Kind::kNone && !folder.real.empty()) {
+    std::filesystem::directory_iterator entry(ToPath(disk::ShortPath(folder.real)), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+      stop::ThrowIfRequested();
+      const std::string name = ToText(entry->path().filename());
       if (isChanged(name)) continue;
-      const auto [kind, isReadOnly] = OnDisk(Join(folder.real, name));
-      if (kind != Kind::kNone) entries.push_back({name, kind, isReadOnly});
+      auto [kind, isReadOnly] = OnDisk(Join(folder.real, name));
+      if (kind == Kind::kNone) {
+        const std::optional<Kind> told = KindOf(*entry);
+        if (!told) return std::nullopt;
+        kind = *told;
+      }
+      entries.push_back({name, kind, isReadOnly});
     }
+    if (error) return std::nullopt;
   }
   if (folder.node) {
     for (const auto& [name, node] : folder.node->entries) {
@@ -350,6 +409,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
     search->folder = folder;
     if (!file_names::HasWildcard(mask)) {
       Entry entry = At({pattern});
+      if (!IsReadable(in.real)) return nullptr;
       if (entry.kind != Kind::kNone) search->entries.push_back(std::move(entry));
     } else {
       for (const char* dots : {".", ".."}) {
@@ -357,7 +417,9 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
           search->entries.push_back({dots, Kind::kDirectory, false});
         }
       }
-      for (Entry& entry : EntriesOf(in)) {
+      std::optional<std::vector<Entry>> entries = EntriesOf(in);
+      if (!entries) return nullptr;
+      for (Entry& entry : *entries) {
         if (file_names::MatchesWildcard(entry.name, mask)) {
           search->entries.push_back(std::move(entry));
         }
@@ -370,6 +432,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
 }
 
 const PlannedFiles::Entry* PlannedFiles::Next(Search& search) {
+  stop::ThrowIfRequested();
   if (search.next == search.entries.size()) return nullptr;
   const Entry& entry = search.entries[search.next++];
   search.entryPath = IsDots(entry.name) ? "" : Join(search.folder, entry.name);
@@ -431,6 +494,7 @@ bool PlannedFiles::MakeDirectory(disk::Name name, bool mayBeThere) {
   }
   if (kind != Kind::kNone) return Fail(*path, kExists);
   if (!IsDirectory(folder)) return Fail(*path, kNoDirectory);
+  if (IsNameTooLong(*path)) return Fail(*path, kIsTooLong);
   dry_run::Tell({Act::kCreateDirectory, *path});
   Put(*path, {Kind::kDirectory});
   return true;
@@ -447,7 +511,9 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
   }
   if (found.kind != Kind::kDirectory) return Fail(*path, kNoDirectory);
   if (*path == Full(".")) return Fail(*path, kIsCurrent);
-  if (!EntriesOf(found).empty()) return Fail(*path, "it is not empty");
+  const std::optional<std::vector<Entry>> entries = EntriesOf(found);
+  if (!entries) return Fail(*path, kUnreadable);
+  if (!entries->empty()) return Fail(*path, "it is not empty");
   dry_run::Tell({Act::kDeleteDirectory, *path});
   Put(*path, {});
   return true;
@@ -483,15 +549,19 @@ bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
   if (present.kind == Kind::kDirectory) return Fail(*target, kIsDirectory);
   if (present.kind != Kind::kNone) {
-    if (IsEqual(*source, *target)) return Fail(*target, kIsItself);
+    if (IsEqual(*source, *target) ||
+        (!(isLink && !options.followLink) && IsOneFile(copied, present)))
+      return Fail(*target, kIsItself);
     if (!options.replace) return Fail(*target, kExists);
     if (present.kind == Kind::kOther) return Fail(*target, "it is no plain file");
     if (present.isReadOnly) return Fail(*target, kIsReadOnly);
-    if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
   }
+  if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
+  if (IsNameTooLong(*target)) return Fail(*target, kIsTooLong);
   dry_run::Tell({Act::kCopy, *source, *target, -1, present.kind != Kind::kNone});
   Node copy{leadsToFile ? Kind::kFile : copied.kind, copied.isReadOnly && options.keepAttributes,
             copied.real};
+  copy.isCopy = true;
   if (copied.node) {
     copy.bytes = copied.node->bytes;
     copy.isKnown = copied.node->isKnown;
@@ -511,11 +581,14 @@ bool PlannedFiles::Move(disk::Name from, disk::Name to) {
   if (moved.kind == Kind::kNone) return Fail(*source, kNoFile);
   if (namesDirectory && moved.kind != Kind::kDirectory) return Fail(*source, kNoDirectory);
   if (IsUnderWay(*source)) return Fail(*source, kIsOpen);
+  if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
+  if (IsUnmovable(from, *source)) return Fail(*source, kIsCurrent);
   const bool isItself = *source == *target;
   if (!isItself && !IsEqual(*source, *target) && Find(*target).kind != Kind::kNone) {
     return Fail(*target, kExists);
   }
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
+  if (IsNameTooLong(*target)) return Fail(*target, kIsTooLong);
   if (moved.kind == Kind::kDirectory && !isItself && IsWithin(*target, *source)) {
     return Fail(*target, kIsInside);
   }
@@ -566,7 +639,11 @@ class PlannedOutput : public disk::OutputFile {
     outputs.erase(std::find(outputs.begin(), outputs.end(), this));
   }
 
-  const std::string& Path() const { return path_; }
+  // A name of the area is one whatever its case.
+  bool IsAt(const std::string& path) const {
+    return when_ == PlannedFiles::Appears::kAtClose ? ascii::EqualIgnoringCase(path, path_)
+                                                    : path == path_;
+  }
 
   long Write(const char* data, long length) override {
     count_ += length;
@@ -624,7 +701,7 @@ PlannedFiles::~PlannedFiles() { dir_entry::SetCurrentDirectory(""); }
 
 bool PlannedFiles::IsUnderWay(const std::string& path) const {
   return std::any_of(outputs_.begin(), outputs_.end(),
-                     [&path](const PlannedOutput* output) { return output->Path() == path; });
+                     [&path](const PlannedOutput* output) { return output->IsAt(path); });
 }
 
 std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, bool append,
@@ -645,6 +722,7 @@ std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, 
   }
   if (present.isReadOnly) reason = kIsReadOnly;
   if (when == Appears::kAtClose && IsUnderWay(*path)) reason = kIsOpen;
+  if (!reason && IsNameTooLong(*path)) reason = kIsTooLong;
   if (reason) {
     Fail(*path, reason);
     return nullptr;
@@ -661,7 +739,10 @@ std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, 
 
 std::string PlannedFiles::NewTemporaryFile(const std::string& prefix) {
   const std::string folder = disk::TemporaryFolder();
-  if (!IsDirectory(Full(folder))) return "";
+  if (!IsDirectory(Full(folder))) {
+    Fail(Full(folder), kNoDirectory);
+    return "";
+  }
   std::string path;
   do {
     const std::string number = std::to_string(++temporaryFiles_);

@@ -48,8 +48,9 @@ class PlannedFiles {
   Entry At(disk::Name name);  // links not followed; kNone for what is no path
   bool IsFile(disk::Name name);
   disk::ReadCode Read(disk::Name name, SV::String& contents);
-  // What is in a directory, in the order of a search, without the dots.
-  std::vector<Entry> EntriesOf(const std::string& folder);
+  // What is in a directory, in the order of a search, without the dots; nothing when it cannot be
+  // read.
+  std::optional<std::vector<Entry>> EntriesOf(const std::string& folder);
 
   // Null when the pattern finds nothing.
   Search* OpenSearch(const char* pattern);
@@ -58,6 +59,8 @@ class PlannedFiles {
   // The next entry; null behind the last.
   const Entry* Next(Search& search);
   bool IsOpen(const Search* search) const;
+  // A tree was to go on where a link stands, which was told.
+  bool IsWayClosed() const { return !closedWay_.empty(); }
   void Close(Search* search);
 
   // Where a directory is to be filled, it is no failure that there is one.
@@ -98,6 +101,7 @@ class PlannedFiles {
     std::string real = {};  // where the contents lie on the disk; empty: nowhere
     SV::String bytes = {};  // of a file without such a place
     bool isKnown = true;
+    bool isCopy = false;  // what lies there stands at another place, too
     std::map<std::string, Node*, ByName> entries = {};
   };
   // What stands at a place: a node, or else what the disk has at `real`.
@@ -130,7 +134,11 @@ class PlannedFiles {
   bool IsDirectory(const std::string& path);
   // The nearest directory of the disk in which the path ends, that of the path itself included.
   std::string RealFolderOf(std::string path);
-  std::vector<Entry> EntriesOf(const Found& folder);
+  std::optional<std::vector<Entry>> EntriesOf(const Found& folder);
+  // Whether the file system refuses a name of this length there.
+  bool IsNameTooLong(const std::string& path);
+  // Whether the disk has one file at both places, under two names or through a link.
+  static bool IsOneFile(const Found& first, const Found& second);
   bool IsUnderWay(const std::string& path) const;
   bool IsInSearched(const std::string& folder) const;
 

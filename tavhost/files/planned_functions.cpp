@@ -68,7 +68,8 @@ DWORD Attributes(LPCSTR path) {
   const DWORD attributes = AttributesOf(files->At({path}));
   const bool isDirectory =
       attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  if (command.isOfTrees && !isDirectory) files->Refuse({path}, "there is no such directory");
+  if (command.isOfTrees && !isDirectory && !files->IsWayClosed())
+    files->Refuse({path}, "there is no such directory");
   return attributes;
 }
 

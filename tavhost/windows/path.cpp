@@ -140,9 +140,7 @@ bool Path::Translate(const char* text, std::size_t plain, Last last) {
     trailingSeparator_ = *read != '\0';
     if (name == ".") {
       end = before;
-      trailingSeparator_ = false;
     } else if (name == "..") {
-      trailingSeparator_ = false;
       if (before > fixed) {
         end = before;
         while (end > fixed && end[-1] != '/') --end;

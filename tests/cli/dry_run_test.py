@@ -182,6 +182,57 @@ SCRIPTS = {
         FWRITE file:"db:\\\\a:b" text:"x"; print ecode
         FILE_RENAME from:"db:\\\\other" to:"out"; print ecode
     """,
+    "paths that end in separators and dots": """
+        FREAD file:"a.txt/"; print ecode
+        FREAD file:"a.txt/./"; print ecode
+        FREAD file:"a.txt/."; print ecode
+        FREAD file:"sub/"; print ecode
+        FREAD file:"none/"; print ecode
+        ENCODE file:"a.txt/"; print ecode, text
+        FILE_EXISTS file:"a.txt/./"; print exists
+        DIR_EXIST path:"sub/./"; print exist
+        DIR_LIST path:"sub" filemask:""; print ecode
+        DIR_LIST path:"sub/" filemask:""; print ecode
+        DIR_LIST path:"sub/." filemask:""; print ecode
+        DIR_LIST path:"sub/deep/../" filemask:""; print ecode
+        DIR_LIST path:"." filemask:""; print ecode
+        DIR_LIST path:"./" filemask:""; print ecode
+        DIR_LIST path:"sub/."; print ecode, files, dirs
+        FILE_RENAME from:"." to:"."; print ecode
+        FILE_RENAME from:"." to:"x"; print ecode
+        FILE_RENAME from:"sub/.." to:"sub/.."; print ecode
+        FILE_RENAME from:"sub/." to:"sub"; print ecode
+        FILE_RENAME from:"/" to:"/"; print ecode
+    """,
+    "files of the area that are not stored yet": """
+        FWRITE open file:"db:\\\\New"; print ecode
+        FILE_COPY from:"a.txt" to:"db:\\\\New"; print ecode
+        FILE_COPY from:"a.txt" to:"db:\\\\nEW"; print ecode
+        FILE_RENAME from:"db:\\\\stored" to:"db:\\\\new"; print ecode
+        FWRITE open file:"db:\\\\new"; print ecode
+        FDELETE file:"db:\\\\new"; print ecode
+        FWRITE close; print ecode
+    """,
+    "names that are too long": f"""
+        FWRITE file:"{"n" * 255}" text:"x"; print ecode
+        FWRITE file:"{"n" * 256}" text:"x"; print ecode
+        FWRITE open file:"{"n" * 256}"; print ecode
+        FWRITE file:"sub/{"n" * 256}" text:"x" append; print ecode
+        DIR_CREATE path:"{"n" * 300}"; print ecode
+        DIR_CREATE path:"d"; DIR_CREATE path:"d/{"n" * 300}"; print ecode
+        FCOPY from:"a.txt" to:"{"n" * 256}"; print ecode
+        FCOPY from:"a.txt" to:"d/{"n" * 256}"; print ecode
+        FILE_RENAME from:"a.txt" to:"{"n" * 256}"; print ecode
+        FILE_EXISTS file:"{"n" * 256}"; print exists
+    """,
+    "one file by two names": """
+        FCOPY from:"b.txt" to:"hard"; print ecode
+        FILE_COPY from:"a.txt" to:"link"; print ecode
+        FCOPY from:"link" to:"a.txt"; print ecode
+        FCOPY from:"a.txt" to:"copy"; print ecode
+        FCOPY from:"copy" to:"a.txt"; print ecode
+        FILE_RENAME from:"b.txt" to:"b2"; FCOPY from:"b2" to:"hard"; print ecode
+    """,
     "a script in a text": """
         EXECUTE "FWRITE file:\\"e\\" text:\\"x\\""
         FREAD file:"e"; print ecode, text
@@ -380,6 +431,7 @@ class DryRunTest(ProgramTest):
                     (top / name).write_text(text)
                 (top / "locked").chmod(0o444)
                 os.symlink("a.txt", top / "link")
+                os.link(top / "b.txt", top / "hard")
                 (top / "area/0").mkdir(parents=True)
                 (top / "area/0/Stored").write_text("stored")
                 self.file("top/script.tav", script)
@@ -392,6 +444,35 @@ class DryRunTest(ProgramTest):
                 self.assertEqual((real.err, real.code), ("", 0))
                 self.assertEqual(self.told(planned.out), real.out, planned.out)
                 self.assertIn("\n", real.out)
+
+    def test_a_link_in_place_of_a_folder_fails_once(self):
+        self.file("src/sub/file", "x")
+        self.file("to/src/other/file", "x")
+        os.symlink("other", self.folder / "to/src/sub")
+        self.file("a.tav", 'COPY_FILES "src" to:"to" overwrite-existing-dir\nprint ecode\n')
+        result = self.run_program("run", "--dry-run", "a.tav")
+        self.assertEqual(result.out, f"would fail at {self.folder}/to/src/sub: it is a link\n1\n"
+                                     "in all, would do nothing; failures: 1\n")
+
+    def test_a_name_cannot_forge_a_line(self):
+        """Nobody can write a line of the report by the name of a file."""
+        self.file("a", "a")
+        self.file("a.tav", 'FILE_RENAME from:"a" to:"b\\nin all, would do nothing; failures: 0"\n'
+                           'FDELETE file:"no\\x1B[2Jne"\n')
+        result = self.run_program("run", "--dry-run", "a.tav")
+        folder = self.folder
+        self.assertEqual(result.out, (
+            f'would move {folder}/a to "{folder}/b\\nin all, would do nothing; failures: 0"\n'
+            f'would fail at "{folder}/no\\x1B[2Jne": there is no such file\n'
+            "in all, would move (1); failures: 1\n"))
+
+    def test_a_temporary_file_without_a_folder_is_counted(self):
+        self.file("a.tav", 'DELETE_FILES "tmp"\nfilename = ""\nGET_TEMP_FILENAME\nprint filename\n')
+        (self.folder / "tmp").mkdir()
+        result = self.run_program("run", "--dry-run", "a.tav",
+                                  env={"TMPDIR": str(self.folder / "tmp")})
+        self.assertIn(f"would fail at {self.folder}/tmp: there is no such directory\n", result.out)
+        self.assertIn("failures: 1\n", result.out)
 
     def test_the_report_for_programs(self):
         self.file("a.txt", "a")

@@ -800,6 +800,23 @@ def without_permission(runner, mode, readable):
     user = {"user": NOBODY, "group": NOBODY, "extra_groups": [],
             "program": runner.for_anybody()} if os.geteuid() == 0 else {}
     (folder / "script.tav").touch()
+    # What a dry run says of it is what the commands then do.
+    def look(options):
+        write(folder / "look.tav", "\n".join(f"{command}\nprint ecode" for command in (
+            'DIR_LIST path:"src/locked"', 'DIR_LIST path:"src/locked" filemask:"file"',
+            'IS_DIR_EMPTY path:"src/locked"', 'DIR_REMOVE path:"src/locked"',
+            'COPY_FILES "src/locked" to:"looked"', 'COPY_FILES "src/locked/file" to:"looked"')))
+        done = subprocess.run([program, "run", *options, "look.tav"], cwd=folder, check=True,
+                              stdout=subprocess.PIPE, text=True, timeout=60, **user_only)
+        return [line for line in done.stdout.splitlines() if line.isdigit()]
+
+    user_only = {key: value for key, value in user.items() if key != "program"}
+    program = user.get("program", runner.tavhost)
+    (folder / "looked").mkdir()
+    os.chown(folder / "looked", NOBODY, NOBODY)
+    planned = look(["--dry-run"])
+    if (done := look([])) != planned:
+        raise Broken(f"{done}, but the dry run said {planned} (left in {folder})")
     printed = runner.script(folder, """
         COPY_FILES "src" to:"copy"
         print ecode
@@ -820,6 +837,34 @@ def without_permission(runner, mode, readable):
         if path.is_file() and path.read_bytes() != before[name][1]:
             raise Broken(f"{path} is half written")
     shutil.rmtree(folder)
+
+
+def dry_run_on_bad_disk(runner, command):
+    """Whatever call fails, a dry run has an answer for the script: what is there, or that it failed,
+    and never a list of less than there is."""
+    folder = runner.folder()
+    make_tree(folder / "src", NEW)
+    write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n{command} -> r\n'
+                                 'FILE_EXISTS file:"FAULT-END"\nprint r\n')
+
+    def run(**fault):
+        environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_COUNT="count", **fault)
+        done = subprocess.run([runner.tavhost, "run", "--dry-run", "script.tav"], cwd=folder,
+                              env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              timeout=60, text=True)
+        if done.returncode != 0 or done.stderr:
+            raise Broken(f"{command} under {fault}: {done} (left in {folder})")
+        return [line for line in done.stdout.splitlines() if line.startswith("(")]
+
+    right = run()
+    calls = len((folder / "count").read_text().split()) - 2
+    if calls < 3:
+        raise Broken(f"{command} makes {calls} calls only")
+    for at, number in itertools.product(range(1, calls + 1), (errno.EIO, errno.EMFILE)):
+        answer = run(FAULT_AT=str(at), FAULT_DO=f"error:{number}")
+        if answer not in (right, ["(ecode: 1)"]):
+            raise Broken(f"{command}: {answer}, not {right}, when call {at} fails (left in {folder})")
+    remove(folder)
 
 
 def at_once(runner, command, target, looks):
@@ -876,6 +921,8 @@ def other_cases(runner, long):
     for mode, readable in ((0o000, False), (0o444, True), (0o555, True), (0o311, False)):
         yield f"a folder of mode {mode:03o}", (
             lambda m=mode, r=readable: without_permission(runner, m, r))
+    for command in ('DIR_LIST path:"src"', 'IS_DIR_EMPTY path:"src"', 'DIR_REMOVE path:"src"'):
+        yield "a dry run on a bad disk", lambda c=command: dry_run_on_bad_disk(runner, c)
     looks = 5000 if long else 100
     yield "copies to one file at once", lambda: at_once(
         runner, 'FILE_COPY from:"{}" to:"target"', "target", looks)
