@@ -180,6 +180,58 @@ class PosixFile : public OutputFile {
   std::string path_;  // for a person
 };
 
+// The folder asked for last, and some on the way to it: those asked for one after the other lie in
+// each other or side by side, and going the whole way again would take longer with each level.
+class OpenWay {
+ public:
+  // A descriptor of the folder, good until the next call; -1 when it cannot be opened.
+  int To(std::string_view folder) {
+    while (!stops_.empty() && !Passes(folder, stops_.back().length)) stops_.pop_back();
+    path_ = folder;
+    while (LengthReached() < folder.size()) {
+      const std::size_t from = LengthReached();
+      std::size_t end = folder.size();
+      if (end - from > kApart) end = folder.find('/', from + kApart);
+      end = std::min(end, folder.size());
+      const std::size_t begin = from == 0 ? 0 : from + 1;  // behind the separator
+      Descriptor reached =
+          windows::OpenDirectoryAt(stops_.empty() ? AT_FDCWD : stops_.back().folder.Get(),
+                                   folder.substr(begin, end - begin), O_PATH);
+      if (!reached.IsOpen()) return -1;
+      Keep({end, std::move(reached)});
+    }
+    return stops_.empty() ? -1 : stops_.back().folder.Get();
+  }
+
+ private:
+  static constexpr std::size_t kApart = 512;  // bytes
+  static constexpr std::size_t kMost = 16;    // a program may have no more than 64 files open
+
+  struct Stop {
+    std::size_t length;  // of the path up to it
+    Descriptor folder;
+  };
+
+  std::size_t LengthReached() const { return stops_.empty() ? 0 : stops_.back().length; }
+
+  bool Passes(std::string_view folder, std::size_t length) const {
+    return folder.size() >= length &&
+           folder.substr(0, length) == std::string_view(path_).substr(0, length) &&
+           (folder.size() == length || folder[length] == '/');
+  }
+
+  void Keep(Stop stop) {
+    const std::size_t count = stops_.size();
+    const std::size_t before = count > 1 ? stops_[count - 2].length : 0;
+    if (count > 0 && stop.length - before <= kApart) stops_.pop_back();
+    if (stops_.size() == kMost) stops_.erase(stops_.begin());
+    stops_.push_back(std::move(stop));
+  }
+
+  std::string path_;
+  std::vector<Stop> stops_;  // each inside the one before
+};
+
 }  // namespace
 
 bool IsFile(Name name) {
@@ -356,21 +408,10 @@ bool MakeFolders(const std::string& path) {
 std::string ShortPath(const std::string& path) {
   constexpr std::size_t kShort = 512;  // the system goes through every name of a path, each time
   if (path.size() < kShort) return path;
-  // The folder asked for last: those asked for one after the other lie in one, or in each other.
-  static std::string folder;
-  static Descriptor opened;
+  static OpenWay way;
   const auto slash = path.rfind('/');
-  const std::string_view wanted = std::string_view(path).substr(0, slash);
-  if (wanted != folder) {
-    const bool isInside = opened.IsOpen() && wanted.size() > folder.size() &&
-                          wanted.starts_with(folder) && wanted[folder.size()] == '/';
-    opened = isInside
-                 ? windows::OpenDirectoryAt(opened.Get(), wanted.substr(folder.size() + 1), O_PATH)
-                 : windows::OpenDirectoryAt(AT_FDCWD, wanted, O_PATH);
-    folder = wanted;
-  }
-  if (!opened.IsOpen()) return "";
-  return "/proc/self/fd/" + std::to_string(opened.Get()) + path.substr(slash);
+  const int folder = way.To(std::string_view(path).substr(0, slash));
+  return folder < 0 ? "" : "/proc/self/fd/" + std::to_string(folder) + path.substr(slash);
 }
 
 bool IsOneFileSystem(const std::string& path, const std::string& folder) {

@@ -432,7 +432,6 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
 }
 
 const PlannedFiles::Entry* PlannedFiles::Next(Search& search) {
-  stop::ThrowIfRequested();
   if (search.next == search.entries.size()) return nullptr;
   const Entry& entry = search.entries[search.next++];
   search.entryPath = IsDots(entry.name) ? "" : Join(search.folder, entry.name);

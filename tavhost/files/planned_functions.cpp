@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tavhost/base/stop.h"
 #include "tavhost/files/planned_functions_platform.h"
 #include "tavhost/windows/file_functions.h"
 
@@ -51,7 +52,9 @@ HANDLE FindFirst(LPCSTR pattern, WIN32_FIND_DATAA* data) {
   return INVALID_HANDLE_VALUE;
 }
 
+// Here a stop ends a long command: each goes through files.
 BOOL FindNext(HANDLE handle, WIN32_FIND_DATAA* data) {
+  stop::ThrowIfRequested();
   auto* search = static_cast<PlannedFiles::Search*>(handle);
   return files->IsOpen(search) && ReturnNext(*search, data);
 }

@@ -362,12 +362,13 @@ def full_disk_cases(runner, long):
                 lambda i=inodes, o=old: full_disk(runner, f"nr_inodes={i}", o, False))
 
 
-def deep_folder(top, levels):
-    """A chain of folders with a file in each, deeper than any path can name."""
+def deep_folder(top, levels, with_files=True):
+    """A chain of folders, with a file in each or not, deeper than any path can name."""
     os.mkdir(top)
     at = os.open(top, os.O_RDONLY)
     for level in range(levels):
-        os.close(os.open("z", os.O_CREAT | os.O_WRONLY, dir_fd=at))
+        if with_files:
+            os.close(os.open("z", os.O_CREAT | os.O_WRONLY, dir_fd=at))
         os.mkdir("d", dir_fd=at)
         inner = os.open("d", os.O_RDONLY, dir_fd=at)
         os.close(at)
@@ -436,6 +437,25 @@ def dry_run_of_deep_tree(runner, levels):
                  f"({2 * levels + 3}), create the directory ({levels + 1}); failures: 0", folder)
     if depth_of(folder / "deep") != levels:
         raise Broken(f"something was done (left in {folder})")
+    remove(folder)
+
+
+def stopped_dry_run(runner, command):
+    """A dry run of a deep tree ends at once when it is stopped."""
+    folder = runner.folder()
+    deep_folder(folder / "deep", 5000, with_files=False)
+    (folder / "to").mkdir()
+    with open(folder / "plan", "wb") as plan:
+        process = subprocess.Popen([runner.tavhost, "send", "--dry-run", command], cwd=folder,
+                                   stdout=plan, stderr=subprocess.PIPE)
+    waiting.until(lambda: (folder / "plan").stat().st_size > 3_000_000, "it stands deep in the tree")
+    begin = time.monotonic()
+    process.send_signal(signal.SIGTERM)
+    _, err = process.communicate(timeout=60)
+    seconds = time.monotonic() - begin
+    if (process.returncode, err) != (143, b"") or seconds > 1:
+        raise Broken(f"{command}: exit code {process.returncode} after {seconds:.2f} s: {err!r} "
+                     f"(left in {folder})")
     remove(folder)
 
 
@@ -908,7 +928,9 @@ def other_cases(runner, long):
             yield "a stop deep in a tree", lambda c=command, n=calls: stopped_deep(runner, c, n)
     yield "a stop while a file is written in place", lambda: stopped_in_place(runner)
     yield "a deep tree", lambda: deep_tree(runner, 100000 if long else 3000)
-    yield "a dry run of a deep tree", lambda: dry_run_of_deep_tree(runner, 2500)
+    yield "a dry run of a deep tree", lambda: dry_run_of_deep_tree(runner, 5000 if long else 2500)
+    for command in ('COPY_FILES "deep" to:"to"', 'MOVE_FILES "deep" to:"to"', 'DELETE_FILES "deep"'):
+        yield "a stop in a dry run of a deep tree", lambda c=command: stopped_dry_run(runner, c)
     yield "the calls of a deep tree", lambda: calls_of_deep_tree(runner, 5000)
     yield "permissions and times of folders", lambda: look_of_folders(runner)
     yield "names of more than 255 bytes", lambda: long_names(runner)
