@@ -317,6 +317,19 @@ class UnreadErrorTest(ProgramTest):
             os.close(reader)
 
 
+class IncludeTest(ProgramTest):
+    def test_what_is_no_plain_file(self):
+        os.mkfifo(self.folder / "fifo")
+        for name, reason in (("fifo", "it is no plain file"), ("/dev/zero", "it is no plain file"),
+                             ("/", "Is a directory")):
+            with self.subTest(name):
+                file = self.file("a.tav", f'include "{name}"\n')
+                for arguments in (["run", file], ["check", file], ["repl"]):
+                    result = self.run_program(
+                        *arguments, stdin=f'include "{self.folder / name}"\n')
+                    self.assertIn(f': {reason}\n', result.out + result.err, arguments)
+
+
 class StopTest(ProgramTest):
     def test_a_run_cut_short_stores_no_half_file_of_the_area(self):
         write = 'FWRITE file:"db:/k" text:"old"\nFWRITE open file:"db:/k"\nFWRITE text:"half"\n'

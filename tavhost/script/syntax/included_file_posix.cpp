@@ -7,7 +7,9 @@
 #include <cstring>
 #include <tl/expected.hpp>
 
+#include "tavhost/base/descriptor_posix.h"
 #include "tavhost/base/string_of.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/script/syntax/included_file.h"
 
 namespace script {
@@ -18,26 +20,23 @@ std::string IdentityOf(const std::string& name) {
   return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
 }
 
+// A pipe or device could keep the parser waiting for ever, or never end.
 base::Result<IncludedFile> ReadIncludedFile(const std::string& name) {
-  const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  const base::Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status;
-  if (file < 0 || fstat(file, &status) != 0) {
-    const char* const reason = std::strerror(errno);
-    if (file >= 0) close(file);
-    return base::Failure(reason);
-  }
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return base::Failure(std::strerror(errno));
+  if (S_ISDIR(status.st_mode)) return base::Failure(std::strerror(EISDIR));
+  if (!S_ISREG(status.st_mode)) return base::Failure("it is no plain file");
   IncludedFile included;
   included.identity = std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
   std::string text;
   char bytes[65536];
   ssize_t count = 0;
-  while ((count = read(file, bytes, sizeof bytes)) > 0 &&
+  while ((count = base::Uninterrupted([&] { return read(file.Get(), bytes, sizeof bytes); })) > 0 &&
          text.size() < static_cast<std::size_t>(SV::String::kMaxLength) / 2) {
     text.append(bytes, static_cast<std::size_t>(count));
   }
-  const int failure = count < 0 ? errno : 0;
-  close(file);
-  if (failure != 0) return base::Failure(std::strerror(failure));
+  if (count < 0) return base::Failure(std::strerror(errno));
   if (count > 0) return base::Failure("the file is too large");
   included.text = base::StringOf(text);
   return included;

@@ -39,6 +39,11 @@ base::Result<IncludedFile> ReadIncludedFile(const std::string& name) {
     const bool isAbsent = code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
     return base::Failure(isAbsent ? "No such file or directory" : "error " + std::to_string(code));
   }
+  // A pipe or device could keep the parser waiting for ever, or never end.
+  if (GetFileType(file) != FILE_TYPE_DISK) {
+    CloseHandle(file);
+    return base::Failure("it is no plain file");
+  }
   IncludedFile included;
   included.identity = IdentityOfFile(file, name);
   std::string text;
