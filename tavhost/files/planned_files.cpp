@@ -753,5 +753,11 @@ std::string PlannedFiles::NewTemporaryFile(const std::string& prefix) {
 }
 
 void PlannedFiles::EnsureFolder(const std::string& folder) {
-  if (!IsDirectory(Full(folder))) NodeOfFolder(Full(folder)).kind = Kind::kDirectory;
+  std::vector<std::string> missing;  // the innermost first
+  for (std::string path = Full(folder); !IsDirectory(path); path = Parted(path).first) {
+    missing.push_back(path);
+    if (Parted(path).second.empty()) break;
+  }
+  std::for_each(missing.rbegin(), missing.rend(),
+                [this](const std::string& path) { Put(path, {Kind::kDirectory}); });
 }

@@ -213,6 +213,14 @@ SCRIPTS = {
         FDELETE file:"db:\\\\new"; print ecode
         FWRITE close; print ecode
     """,
+    "the folder of the area": """
+        DELETE_FILES "area"; print ecode
+        FREAD file:"db:\\\\stored"; print ecode
+        DB_FILE_LIST; print ecode, files
+        FWRITE file:"db:\\\\new" text:"n"; print ecode
+        DB_FILE_LIST; print ecode, files
+        FREAD file:"db:\\\\new"; print ecode, text
+    """,
     "names that are too long": f"""
         FWRITE file:"{"n" * 255}" text:"x"; print ecode
         FWRITE file:"{"n" * 256}" text:"x"; print ecode

@@ -97,6 +97,10 @@ class ExamplesTest(ProgramTest):
                          "texts: *.txt\n\na.txt: 2 lines, 8 characters\n"
                          "b.TXT: 1 lines, 12 characters\nempty.txt: 0 lines, 0 characters\n\n"
                          "in all: 3 lines, 20 characters\n")
+        for arguments, path in (([], "report.txt"), (["*.txt", "mine.txt"], "mine.txt")):
+            self.assertEqual(self.example("report.tav", "texts", *arguments),
+                             f"written: {self.folder}/{path}\n")
+            self.assertEqual(self.read(path), self.read("report.txt"))
         for arguments, out, code in (([], "usage: report.tav FOLDER [MASK] [REPORT]\n", 2),
                                      (["texts", "*.none"], "no *.none in texts\n", 1),
                                      (["texts", "*", str(self.folder / "no/such")],
