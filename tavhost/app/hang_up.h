@@ -14,4 +14,7 @@ void EndAtHangUp();
 // typed until then is only a part.
 void WaitForInput();
 
+// To be called at the end of an input: a terminal that has gone is such a hang-up, told by now.
+void NoticeHangUp();
+
 }  // namespace app

@@ -66,4 +66,8 @@ void WaitForInput() {
   if (isTerminalGone || waiting[0].revents == 0) kill(getpid(), SIGHUP);
 }
 
+void NoticeHangUp() {
+  if (watched[0].fd >= 0 && !IsTerminal(STDIN_FILENO)) raise(SIGHUP);
+}
+
 }  // namespace app

@@ -8,4 +8,6 @@ void EndAtHangUp() {}
 
 void WaitForInput() {}
 
+void NoticeHangUp() {}
+
 }  // namespace app

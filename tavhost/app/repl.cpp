@@ -44,6 +44,7 @@ class Prompt {
     if (interactive_) Print("TavScript prompt; help explains, Ctrl-D leaves.\n");
     for (;;) {
       const auto line = editor_->Read(pending_.empty() ? kPrompt : kContinuedPrompt);
+      if (!line) NoticeHangUp();
       if (stop::IsRequested()) {
         if (DropInput()) continue;
         ReportStop(stop::Requested(), options_);

@@ -32,7 +32,7 @@ std::string CloseWriteFile() {
 std::string Release(bool cutShort) {
   if (!open_output_files::HasSince(newestBefore)) return {};
   if (cutShort) open_output_files::DropSince(newestBefore);
-  const std::string mistake = CloseWriteFile();
+  std::string mistake = CloseWriteFile();
   const bool areStored = open_output_files::CloseSince(newestBefore);
   if (!mistake.empty() || areStored) return mistake;
   return "a file that was left open could not be stored";

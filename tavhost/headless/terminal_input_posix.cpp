@@ -1,4 +1,6 @@
 #include <poll.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,12 +11,32 @@
 
 namespace ui {
 
+namespace {
+
+bool IsDevice(int descriptor) {
+  struct stat status;
+  return fstat(descriptor, &status) == 0 && S_ISCHR(status.st_mode);
+}
+
+}  // namespace
+
 LineOutcome WaitForTerminalInput() {
+  int output = STDOUT_FILENO;
   for (;;) {
     if (stop::IsRequested()) return LineOutcome::kStopped;
-    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}};
-    if (poll(descriptors, 2, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
+    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0},
+                            {event_loop::WakeUpDescriptor(), POLLIN, 0},
+                            {output, 0, 0}};
+    if (poll(descriptors, 3, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
     if (stop::IsRequested()) return LineOutcome::kStopped;
+    // A terminal that has gone, or whoever read what is printed, is a hang-up, which ends the run
+    // unless the caller wants it ignored. The end of other input is an end like any other.
+    const bool isInputGone = (descriptors[0].revents & POLLHUP) != 0 && IsDevice(STDIN_FILENO);
+    if (isInputGone || descriptors[2].revents != 0) {
+      raise(SIGHUP);
+      if (stop::IsRequested()) return LineOutcome::kStopped;
+      output = -1;
+    }
     // Posted work runs after the dialog's end. Until then its wake-up, left as it is, would end
     // every wait at once.
     if (descriptors[1].revents) event_loop::ClearWakeUp();

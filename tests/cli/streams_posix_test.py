@@ -465,6 +465,35 @@ class StopTest(ProgramTest):
         process.communicate(timeout=10)
         self.assertIn(process.returncode, (130, 143))
 
+    def test_a_terminal_that_goes_while_it_is_asked(self):
+        for arguments, shown in ((["repl"], b"tav> "),
+                                 (["run", "-e", 'print "here"; x = read_line()'], b"here"),
+                                 (["run", "--answers", "ask", "-e", 'INFOBOX "here"'], b"here")):
+            with self.subTest(arguments):
+                terminal, other = os.openpty()
+                process = self.start(*arguments, stdin=other, stdout=other, stderr=other,
+                                     start_new_session=True)
+                os.close(other)
+                seen = b""
+                while shown not in seen:
+                    seen += os.read(terminal, 4096)
+                os.close(terminal)
+                self.assertEqual(process.wait(timeout=10), 143)
+
+    def test_a_reader_of_the_output_that_goes_while_input_is_waited_for(self):
+        mark = waiting.Mark(self.folder)
+        for arguments in (["repl"], ["run", "-e", "EXECUTE (read_line()); x = read_line()"]):
+            with self.subTest(arguments):
+                process = self.start(*arguments, stdin=subprocess.PIPE)
+                process.stdin.write(mark.command.encode())
+                process.stdin.flush()
+                mark.wait()
+                mark.remove()
+                process.stdout.close()
+                self.assertEqual(process.wait(timeout=10), 143)
+                process.stdin.close()
+                process.stderr.close()
+
     def test_a_hang_up_that_the_caller_ignores(self):
         process = self.start("run", "--trace", "t.txt", "-e",
                              'SLEEP ms:300\nFWRITE file:"late" text:"x"\nFWRITE file:"late" close',
