@@ -24,9 +24,8 @@ LineOutcome WaitForTerminalInput() {
   int output = STDOUT_FILENO;
   for (;;) {
     if (stop::IsRequested()) return LineOutcome::kStopped;
-    pollfd descriptors[] = {{STDIN_FILENO, POLLIN, 0},
-                            {event_loop::WakeUpDescriptor(), POLLIN, 0},
-                            {output, 0, 0}};
+    pollfd descriptors[] = {
+        {STDIN_FILENO, POLLIN, 0}, {event_loop::WakeUpDescriptor(), POLLIN, 0}, {output, 0, 0}};
     if (poll(descriptors, 3, -1) < 0 && errno != EINTR) return LineOutcome::kEnd;
     if (stop::IsRequested()) return LineOutcome::kStopped;
     // A terminal that has gone, or whoever read what is printed, is a hang-up, which ends the run
