@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 
 #include "tavhost/base/stop.h"
 #include "tavhost/http/http_body.h"
@@ -41,6 +42,7 @@ struct Library {
   decltype(&curl_slist_free_all) listFree;
   // Of the TLS library that libcurl uses, if it is OpenSSL; else null.
   void (*setInfoCallback)(ssl_ctx_st*, void (*)(const ssl_st*, int, int)) = nullptr;
+  void (*getProtocol)(const ssl_st*, const unsigned char**, unsigned*) = nullptr;
 
   // Lives as long as the process: the connections to hosts already asked stay open in it.
   CURLM* multi = nullptr;
@@ -72,6 +74,7 @@ Library Load() {
   Find(module, "curl_slist_free_all", library.listFree);
   if (void* address = dlsym(module, "SSL_CTX_set_info_callback")) {
     library.setInfoCallback = reinterpret_cast<decltype(library.setInfoCallback)>(address);
+    Find(module, "SSL_get0_alpn_selected", library.getProtocol);
   }
   if (library.globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
     throw std::runtime_error("libcurl cannot be started");
@@ -108,7 +111,7 @@ struct Transfer {
   HeaderLines header;
   Framing framing = {};                        // from the end of the header on
   std::unique_ptr<Decoder> decoder = nullptr;  // the same, when there is a body that it can decode
-  const void* tls = nullptr;                   // the same; null where the answer comes without
+  const ssl_st* tls = nullptr;                 // the same; null where the answer comes without
   bool refused = false;
   std::exception_ptr fault = nullptr;  // thrown in a callback, which libcurl must not see
   Easy easy = MakeEasy();
@@ -124,9 +127,12 @@ int CloseSocket(void*, curl_socket_t socket) { return sockets::Close(socket); }
 const void* ended = nullptr;  // the one that its peer ended last
 
 void NoteAlert(const ssl_st* tls, int where, int alert) {
+  constexpr int kHandshakeStart = 0x10;
   constexpr int kAlertRead = 0x4004;
   constexpr int kKindOfAlert = 0xFF;
   constexpr int kCloseNotify = 0;
+  // A new connection may lie where one that has ended was.
+  if (where == kHandshakeStart && ended == tls) ended = nullptr;
   if (where == kAlertRead && (alert & kKindOfAlert) == kCloseNotify) ended = tls;
 }
 
@@ -135,10 +141,19 @@ CURLcode WatchTls(CURL*, void* context, void*) {
   return CURLE_OK;
 }
 
-const void* TlsInUse(CURL* easy) {
+const ssl_st* TlsInUse(CURL* easy) {
   const curl_tlssessioninfo* session = nullptr;
   Curl().getInfo(easy, CURLINFO_TLS_SSL_PTR, &session);
-  return session && session->backend == CURLSSLBACKEND_OPENSSL ? session->internals : nullptr;
+  const bool isKnown = session && session->backend == CURLSSLBACKEND_OPENSSL;
+  return isKnown ? static_cast<const ssl_st*>(session->internals) : nullptr;
+}
+
+// What was agreed on counts: a status line says of itself whatever its server likes.
+bool IsHttp2(const ssl_st* tls) {
+  const unsigned char* name = nullptr;
+  unsigned length = 0;
+  Curl().getProtocol(tls, &name, &length);
+  return std::string_view(reinterpret_cast<const char*>(name), length) == "h2";
 }
 
 // The header has come whole: its fields must agree on the body's length before a body is read.
@@ -160,9 +175,9 @@ bool IsBodyComplete(const Transfer& transfer) {
   if (transfer.framing.end == BodyEnd::kNone) return true;
   // Anybody on the way can end a connection; that the answer ends there only the server can say.
   // From version 2 on each answer has an end of its own.
-  const bool endsWithConnection =
-      transfer.framing.end == BodyEnd::kClose && transfer.answer.header.starts_with("HTTP/1");
-  if (endsWithConnection && transfer.tls && Curl().setInfoCallback && ended != transfer.tls) {
+  const bool isWatched = transfer.tls && Curl().setInfoCallback;
+  if (transfer.framing.end == BodyEnd::kClose && isWatched && ended != transfer.tls &&
+      !IsHttp2(transfer.tls)) {
     return false;
   }
   // Of a body in an encoding that is not known nothing was taken: it was empty.
@@ -214,6 +229,22 @@ bool Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
   return true;
 }
 
+// libcurl takes what a proxy says to the request for a tunnel without returning, as long as it goes
+// on: only from in here can that be ended. Anything but zero as the result ends the transfer.
+int OnProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
+  auto& transfer = *static_cast<Transfer*>(user);
+  try {
+    const auto now = Watch::Clock::now();
+    Follow(transfer.watch, transfer.easy.get(), now);
+    PaintWhileWaiting();
+    transfer.refused = transfer.refused || stop::IsRequested() || transfer.watch.IsOver(now);
+  } catch (...) {
+    transfer.fault = std::current_exception();
+    transfer.refused = true;
+  }
+  return transfer.refused ? 1 : 0;
+}
+
 struct ListDeleter {
   void operator()(curl_slist* list) const { Curl().listFree(list); }
 };
@@ -244,6 +275,9 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   curl.setOption(easy, CURLOPT_HEADERDATA, &transfer);
   curl.setOption(easy, CURLOPT_WRITEFUNCTION, Callback<TakeBody>);
   curl.setOption(easy, CURLOPT_WRITEDATA, &transfer);
+  curl.setOption(easy, CURLOPT_NOPROGRESS, 0L);
+  curl.setOption(easy, CURLOPT_XFERINFOFUNCTION, OnProgress);
+  curl.setOption(easy, CURLOPT_XFERINFODATA, &transfer);
   curl.setOption(easy, CURLOPT_BUFFERSIZE, 512L * 1024);
   curl.setOption(easy, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
   curl.setOption(easy, CURLOPT_CLOSESOCKETFUNCTION, CloseSocket);

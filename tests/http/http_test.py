@@ -23,7 +23,7 @@ sys.path.insert(0, os.path.join(ROOT, "tests"))
 import certificates  # noqa: E402
 import waiting  # noqa: E402
 import wine  # noqa: E402
-from server import RAW, RAW_WHOLE, KeepingServer, Proxy, Server  # noqa: E402
+from server import RAW, RAW_WHOLE, EndlessProxy, KeepingServer, Proxy, Server  # noqa: E402
 
 program = []
 on_windows = False
@@ -486,6 +486,42 @@ class Proxies(Case):
         self.assertResponse(reply, "grüße ✓")
 
 
+@unittest.skipIf(os.name == "nt", "signals of POSIX systems")
+class EndlessProxies(unittest.TestCase):
+    """A tunnel that is refused at great length ends as any other request does."""
+
+    FORMS = [(b"Content-Length: 99999999999", b"x" * 10000),
+             (b"Transfer-Encoding: chunked", b"1000\r\n" + b"x" * 4096 + b"\r\n")]
+
+    def setUp(self):
+        if on_windows:
+            self.skipTest("the system talks to proxies itself")
+
+    def proxies(self):
+        for framing, piece in self.FORMS:
+            with self.subTest(framing):
+                proxy = EndlessProxy(framing, piece)
+                self.addCleanup(proxy.close)
+                yield proxy, f'HTTP_REQUEST "https://x.test/" proxy:"127.0.0.1:{proxy.port}"'
+
+    def test_by_the_time_of_the_attempt(self):
+        for proxy, request in self.proxies():
+            begin = time.monotonic()
+            self.assertEqual(send(request + ' timeouts:"300;300;300;300"', timeout=20),
+                             " ecode:1\n")
+            self.assertLess(time.monotonic() - begin, 5)
+            self.assertEqual(len(proxy.seen), 1)
+
+    def test_by_a_stop(self):
+        for proxy, request in self.proxies():
+            with subprocess.Popen([*program, "run", "-e", request + ' timeouts:"0;0;0;0"'],
+                                  stdin=subprocess.DEVNULL) as process:
+                self.addCleanup(process.kill)
+                self.assertTrue(proxy.talks.wait(30))
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(timeout=5), 130)
+
+
 class ProxySettings(unittest.TestCase):
     """What the settings' text becomes. On Windows the settings are the registry's."""
     KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections"
@@ -582,6 +618,23 @@ class Tls(unittest.TestCase):
         self.assertEqual(self.request(self.server.url + "/until-close"), " ecode:1\n")
         # With a length, or chunks, the answer itself tells.
         self.assertIn('response:"hello world"', self.request(self.server.url + "/chunked"))
+
+    def test_no_status_line_takes_the_place_of_the_end(self):
+        self.assertEqual(self.request(self.server.url + "/claims-http-2"), " ecode:1\n")
+
+    def test_the_end_of_one_connection_is_not_that_of_the_next(self):
+        """Under TLS 1.2 a new connection is likely to lie where the last one was."""
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(self.path("server.pem"), self.path("server.key"))
+        context.maximum_version = ssl.TLSVersion.TLSv1_2
+        server = Server(tls=context)
+        self.addCleanup(server.close)
+        pair = [f'HTTP_REQUEST "{server.url}{path}"'
+                for path in ("/goodbye-behind-a-length", "/until-close")]
+        lines = send(*pair * 25, env={"SSL_CERT_FILE": self.path("ca.pem")}).splitlines()
+        for whole, cut in zip(lines[::2], lines[1::2]):
+            self.assertIn('response:"whole"', whole)
+            self.assertEqual(cut, " ecode:1")
 
     def test_an_empty_name_of_authorities_is_none(self):
         """The system's authorities then decide; they do not know the test's."""

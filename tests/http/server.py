@@ -1,5 +1,6 @@
 """A web server that answers as each path asks, right or wrong, byte for byte. Loopback only."""
 import functools
+import contextlib
 import gzip
 import socket
 import ssl
@@ -314,6 +315,14 @@ class Server:
         connection.sendall(b"HTTP/1.1 200 OK\r\n\r\nto the end")
         connection.unwrap()
 
+    def do_goodbye_behind_a_length(self, connection, rest, query, request):
+        """Without a word of it before."""
+        connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nwhole")
+        connection.unwrap()
+
+    def do_claims_http_2(self, connection, rest, query, request):
+        connection.sendall(b"HTTP/2 200\r\n\r\nto the end")
+
     def do_silent(self, connection, rest, query, request):
         self.pending.append("/silent")
         self.closing.wait(30)
@@ -444,6 +453,24 @@ class Proxy:
             target.shutdown(socket.SHUT_WR)
         except OSError:
             pass
+
+
+class EndlessProxy(Proxy):
+    """Refuses every tunnel, in a body without end."""
+
+    def __init__(self, framing, piece):
+        self.answer = b"HTTP/1.1 407 Proxy Authentication Required\r\n" + framing + CRLF + CRLF
+        self.piece = piece
+        self.talks = threading.Event()
+        super().__init__()
+
+    def _serve(self, connection):
+        with connection, contextlib.suppress(OSError):
+            self.seen.append(connection.recv(65536))
+            connection.sendall(self.answer)
+            while True:
+                connection.sendall(self.piece)
+                self.talks.set()
 
 
 if __name__ == "__main__":  # by itself: says where, and serves until its input ends
