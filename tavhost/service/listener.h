@@ -37,7 +37,6 @@ class ListenerOf final : public Listener {
         [self = this->shared_from_this(), this](const auto& error,
                                                 boost::asio::basic_stream_socket<Protocol> socket) {
           if (error) return OnError(error);
-          state_.hasToldRefusal = false;
           const memory_reserve::Use reserve;
           try {
             Begin(std::move(socket));
@@ -97,9 +96,9 @@ class ListenerOf final : public Listener {
   void OnError(const boost::system::error_code& error) {
     if (!acceptor_.is_open() || error == boost::asio::error::operation_aborted) return;
     if (error == boost::asio::error::connection_aborted) return Accept();
-    if (!state_.hasToldRefusal) {
-      state_.hasToldRefusal = true;
-      report::Line("script service: no connection can be accepted: " + error.message());
+    if (const auto times = state_.refusals.Happened(std::chrono::steady_clock::now())) {
+      const std::string often = *times > 1 ? " (" + std::to_string(*times) + " times)" : "";
+      report::Line("script service: no connection can be accepted: " + error.message() + often);
     }
     if (state_.MakeRoom()) return Accept();
     retry_.expires_after(kRetry);

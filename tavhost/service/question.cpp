@@ -149,14 +149,14 @@ bool Queue::Accept(Question& question, Clock::time_point begin,
     return false;
   }
   if (const base::Result<void> fit = question.Take(answer->text); !fit) {
-    // Whoever tries is the client now.
+    Reply refusal = Refused(400, fit.error().message);
     {
       const std::lock_guard lock(mutex_);
+      refusal.question = openQuestion_;
+      // Where the client that asked has left, whoever tries is the client now.
+      refusal.takesOver = std::exchange(questionLeft_, false);
       questionEnd_ = begin + running_->order.questionTime;
-      questionLeft_ = false;
     }
-    Reply refusal = Refused(400, fit.error().message);
-    refusal.question = openQuestion_;
     Send(answer, std::move(refusal));
     return false;
   }

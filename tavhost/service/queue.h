@@ -26,7 +26,8 @@ struct Reply {
   unsigned status = 200;
   std::string json;
   std::string request{};   // the id of the one that it belongs to; empty: of the one it answers
-  std::string question{};  // the id of the one that it asks
+  std::string question{};  // the id of the one that it asks, or that it is about
+  bool takesOver = true;   // whether its connection is the question's from now on
 };
 
 struct Job {

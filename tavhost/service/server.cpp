@@ -117,6 +117,7 @@ void ServerState::Beat() {
     const auto now = Session::Clock::now();
     std::vector<std::shared_ptr<Session>> all;
     for (Session* const session : sessions) all.push_back(session->shared_from_this());
+    otherEnds.BeginSweep();
     for (const auto& session : all) session->Tick(now);
     all.clear();
     if (!paused.empty()) MakeRoom();

@@ -18,7 +18,9 @@
 #include <vector>
 
 #include "tavhost/service/request_check.h"
+#include "tavhost/service/seldom.h"
 #include "tavhost/service/server.h"
+#include "tavhost/service/sockets.h"
 
 // What the parts of the server share. All on the server's thread but for SendLater.
 namespace script::service {
@@ -47,7 +49,8 @@ struct ServerState {
   std::uint64_t lastRequest = 0;    // its id
   std::uint16_t port = 0;           // 0: none
   bool stopping = false;
-  bool hasToldRefusal = false;  // that the system gives no more connections
+  Seldom refusals;      // the system gives no more connections
+  OtherEnds otherEnds;  // of the connections whose clients have sent their last byte
   std::atomic<bool> ended{false};
 
   // Ends before what is above: sessions leave the list when it does. What is below uses it.

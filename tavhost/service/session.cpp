@@ -162,6 +162,7 @@ void Session::OnHeader() {
   auto look = state_.check->Look(reader_.Get());
   if (const auto* const refusal = std::get_if<Refusal>(&look)) return Refuse(*refusal);
   order_ = std::get<Order>(std::move(look));
+  accepted_ = true;
   const bool waits = beast::iequals(reader_.Get()[http::field::expect], "100-continue");
   if (!waits || IsHttp10() || reader_.PendingBytes() > 0) return;
   // So little always fits in where nothing is being sent.
@@ -173,7 +174,6 @@ void Session::OnRequest() {
   id_ = std::to_string(++state_.lastRequest);
   std::string body = std::move(reader_.Get().body());
   bodyBytes_ = body.size();
-  accepted_ = true;
   switch (order_.kind) {
     case Order::Kind::kStatus:
       return Answer({200, state_.options.queue->StatusJson()}, true);
@@ -204,6 +204,7 @@ void Session::OnRequest() {
   };
   nextProbe_ = {};
   hasProbed_ = false;
+  isMissing_ = false;
   HandOn();
 }
 
@@ -227,9 +228,15 @@ void Session::LookForClient(Clock::time_point now) {
   if (HasFailed(handle)) return OnLost();
   if (nextProbe_ == Clock::time_point()) nextProbe_ = now + kFirstProbe;
   if (now < nextProbe_) return;
-  if (const std::optional<bool> isGone = HasNobody(handle)) {
+  const OtherEnds::Holder holder = state_.otherEnds.Look(handle);
+  if (holder == OtherEnds::Holder::kNotNow) return;
+  if (holder != OtherEnds::Holder::kUnknown) {
     nextProbe_ = now + kNextProbes;
-    return *isGone ? OnLost() : void();
+    // A list that changes while it is read may lack a line, but hardly twice.
+    const bool isMissing = holder == OtherEnds::Holder::kNotListed;
+    const bool wasMissing = std::exchange(isMissing_, isMissing);
+    if (holder == OtherEnds::Holder::kNobody || (isMissing && wasMissing)) OnLost();
+    return;
   }
   if (IsHttp10()) return;
   nextProbe_ = now + (std::exchange(hasProbed_, true) ? kNextProbes : kSecondProbe);
@@ -252,7 +259,9 @@ void Session::Answer(Reply reply, bool keep) {
   BuildHead(reply.status, keeps_, body_.size(), reply.request.empty() ? id_ : reply.request);
   if (reader_.Get().method() == http::verb::head) body_.clear();
   // One who has said that the connection ends here comes back with the answer on another.
-  if (!reply.question.empty()) asked_ = keeps_ && !hasEnded_ ? reply.question : std::string();
+  if (!reply.question.empty() && (reply.takesOver || reply.question == asked_)) {
+    asked_ = keeps_ && !hasEnded_ ? reply.question : std::string();
+  }
   written_ = 0;
   writing_ = true;
   deadline_ = Clock::now() + kSendTime;

@@ -87,9 +87,10 @@ class Session : public std::enable_shared_from_this<Session> {
   bool writing_ = false;
   bool keeps_ = false;  // the connection, behind the reply
   bool lingering_ = false;
-  bool accepted_ = false;  // one of its requests
+  bool accepted_ = false;  // one of its requests, by its header
   bool refused_ = false;   // the last of them
   bool hasProbed_ = false;
+  bool isMissing_ = false;  // its client, at the last look into the system's list
   bool ending_ = false;
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <string>
+#include <unordered_map>
 
 namespace script::service {
 
@@ -20,9 +22,33 @@ void FindOutWhoIsGone(std::uintptr_t socket);
 // tell, the next attempt to send will.
 bool HasFailed(std::uintptr_t socket);
 
-// Whether nobody holds the other end of a connection any more. Nothing where the system does not
-// know it: the other end is on another machine.
-std::optional<bool> HasNobody(std::uintptr_t socket);
+// Who holds the other ends of connections within this machine, by the system's list of connections.
+// The list grows with what others do: it is read once for all who ask in one sweep, is given up
+// beyond a length, and rests ten times as long as reading it took.
+class OtherEnds {
+ public:
+  enum class Holder : std::uint8_t {
+    kSomebody,
+    kNobody,
+    kNotListed,  // the end is no more, or the list changed while it was read
+    kUnknown,    // the other end is on another machine, or the system does not tell
+    kNotNow,     // the list rests: to be asked again at the next sweep
+  };
+
+  void BeginSweep();
+  // Of a connection that there was before the sweep began.
+  Holder Look(std::uintptr_t socket);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Read();
+
+  bool isRead_ = false;
+  bool isKnown_ = false;
+  Clock::time_point rests_;                       // until then
+  std::unordered_map<std::string, bool> isHeld_;  // by the two ends of each
+};
 
 // Lets the program have so many descriptors, if it may; returns how many it can have.
 std::size_t AllowDescriptors(std::size_t count);

@@ -6,13 +6,15 @@
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <sstream>
+#include <memory>
 #include <string>
-#include <tl/expected.hpp>
+#include <string_view>
+#include <utility>
 
 #include "tavhost/base/file_text.h"
 
@@ -24,6 +26,15 @@ void AppendHex(std::string& text, int width, unsigned long number) {
   char digits[20];
   std::snprintf(digits, sizeof digits, "%0*lX", width, number);
   text += digits;
+}
+
+// The list has addresses of the first kind in the form of the second where a socket is for both.
+std::string_view WithoutMapping(std::string_view listed) {
+  const std::uint32_t words[] = {0, 0, htonl(0xFFFF)};
+  std::string mapped;
+  for (const std::uint32_t word : words) AppendHex(mapped, 8, word);
+  const bool isMapped = listed.find(':') > mapped.size() && listed.starts_with(mapped);
+  return isMapped ? listed.substr(mapped.size()) : listed;
 }
 
 // One end of a connection as the system's list has it: the words of the address as numbers of this
@@ -50,7 +61,28 @@ std::string ListedName(int (*name)(int, sockaddr*, socklen_t*), int socket) {
   }
   listed += ':';
   AppendHex(listed, 4, ntohs(port));
-  return listed;
+  return std::string(WithoutMapping(listed));
+}
+
+// Adds what one list has: an end without an inode belongs to no program. False when it cannot be
+// read or is longer than is looked through.
+bool ReadList(const char* path, std::unordered_map<std::string, bool>& isHeld) {
+  constexpr int kMostLines = 20000;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> list(base::OpenForReading(path), std::fclose);
+  char line[512];
+  if (!list || !std::fgets(line, sizeof line, list.get())) return false;
+  for (int lines = 0; std::fgets(line, sizeof line, list.get()); ++lines) {
+    if (lines == kMostLines) return false;
+    char local[64];
+    char remote[64];
+    unsigned long inode = 0;
+    constexpr char kFields[] = "%*s %63s %63s %*s %*s %*s %*s %*s %*s %lu";
+    if (std::sscanf(line, kFields, local, remote, &inode) != 3) continue;
+    std::string ends(WithoutMapping(local));
+    (ends += ' ') += WithoutMapping(remote);
+    isHeld[std::move(ends)] = inode != 0;
+  }
+  return true;
 }
 
 bool IsLoopback(const std::string& listed) {
@@ -87,31 +119,40 @@ bool HasFailed(std::uintptr_t socket) {
   return poll(&look, 1, 0) == 1 && (look.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
 }
 
-// The system lists its connections with their ends: an end without an inode belongs to no program.
-std::optional<bool> HasNobody(std::uintptr_t socket) {
+void OtherEnds::BeginSweep() {
+  isRead_ = false;
+  isHeld_.clear();
+}
+
+OtherEnds::Holder OtherEnds::Look(std::uintptr_t socket) {
   const std::string own = ListedName(getsockname, static_cast<int>(socket));
   const std::string other = ListedName(getpeername, static_cast<int>(socket));
-  if (own.empty() || other.empty()) return std::nullopt;
+  if (own.empty() || other.empty()) return Holder::kUnknown;
   const bool isLocal =
       IsLoopback(other) || own.substr(0, own.find(':')) == other.substr(0, other.find(':'));
-  if (!isLocal) return std::nullopt;
-  const bool isV4 = other.find(':') == 2 * sizeof(in_addr);
-  const base::Result<std::string> text =
-      base::ReadFileText(isV4 ? "/proc/net/tcp" : "/proc/net/tcp6");
-  if (!text) return std::nullopt;
-  std::istringstream list(*text);
-  std::string line;
-  if (!std::getline(list, line)) return std::nullopt;
-  while (std::getline(list, line)) {
-    std::istringstream fields(line);
-    std::string number, local, remote, rest, inode;
-    fields >> number >> local >> remote;
-    if (local != other || remote != own) continue;
-    for (int skipped = 0; skipped < 6; ++skipped) fields >> rest;
-    fields >> inode;
-    return inode == "0";
+  if (!isLocal) return Holder::kUnknown;
+  if (!isRead_) {
+    if (Clock::now() < rests_) return Holder::kNotNow;
+    Read();
   }
-  return true;
+  if (!isKnown_) return Holder::kUnknown;
+  const auto found = isHeld_.find(other + ' ' + own);
+  if (found == isHeld_.end()) return Holder::kNotListed;
+  return found->second ? Holder::kSomebody : Holder::kNobody;
+}
+
+// A client whose socket is for both kinds of addresses is in the second list, whichever it uses.
+void OtherEnds::Read() {
+  constexpr int kRest = 10;
+  const auto begin = Clock::now();
+  isRead_ = true;
+  isKnown_ = ReadList("/proc/net/tcp", isHeld_);
+  // Without the second kind of addresses there is no second list.
+  if (isKnown_ && access("/proc/net/tcp6", F_OK) == 0) {
+    isKnown_ = ReadList("/proc/net/tcp6", isHeld_);
+  }
+  const auto end = Clock::now();
+  rests_ = end + kRest * (end - begin);
 }
 
 std::size_t AllowDescriptors(std::size_t count) {
