@@ -48,11 +48,15 @@ std::unique_ptr<Service> running;
 std::vector<std::unique_ptr<Service>> ending;  // stopped, with replies still under way
 
 // Always false, for those who do not start.
+bool Refused(const std::string& reason) {
+  report::Line("script service: " + reason);
+  return false;
+}
+
 bool Refused(int port, const std::string& reason) {
   const std::string where =
       hostOptions.listensOnPort ? "port " + std::to_string(port) + ": " : std::string();
-  report::Line("script service: " + where + reason);
-  return false;
+  return Refused(where + reason);
 }
 
 std::function<void(const LogEntry&)> Logger(TavWSLogFormat format, TavWSLogType type,
@@ -99,7 +103,7 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
       std::make_unique<Service>(static_cast<std::size_t>(std::max(backlog, 1)), NewToken());
   if (!hostOptions.tokenFile.empty()) {
     base::Result<TokenFile> file = TokenFile::WriteOrRead(service->token, hostOptions.tokenFile);
-    if (!file) return Refused(port, file.error().message);
+    if (!file) return Refused(file.error().message);
     service->file = std::move(*file);
   }
   ServerOptions options;
@@ -121,7 +125,7 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   service->server = std::move(*server);
   if (!service->file) {
     base::Result<TokenFile> file = TokenFile::Write(service->token, service->server->Port());
-    if (!file) return Refused(port, file.error().message);
+    if (!file) return Refused(file.error().message);
     service->file = std::move(*file);
   }
   try {

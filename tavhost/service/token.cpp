@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <random>
 #include <system_error>
 #include <tl/expected.hpp>
@@ -17,6 +18,18 @@ namespace {
 
 constexpr std::size_t kLeastToken = 32;
 constexpr std::size_t kMostToken = 256;
+// Of the file, which may have blanks behind the token: what is longer holds something else.
+constexpr std::size_t kMostRead = 4096;
+
+// Nothing when it cannot be opened; errno says why.
+std::optional<std::string> ReadBeginning(const std::string& path) {
+  std::FILE* const file = base::OpenForReading(path);
+  if (!file) return std::nullopt;
+  std::string text(kMostRead, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), file));
+  std::fclose(file);
+  return text;
+}
 
 }  // namespace
 
@@ -56,7 +69,12 @@ base::Result<TokenFile> TokenFile::Write(const std::string& token, int port) {
 }
 
 base::Result<TokenFile> TokenFile::WriteOrRead(std::string& token, const std::string& path) {
-  base::Result<std::string> text = base::ReadFileText(path);
+  std::error_code ignored;
+  const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    return base::Failure("the token file " + path + " is not a regular file");
+  }
+  std::optional<std::string> text = ReadBeginning(path);
   if (!text) {
     if (WritePrivateFile(path, token + '\n')) return TokenFile(path, true);
     return base::Failure("the token file " + path +

@@ -134,6 +134,28 @@ class Many(Case):
         kept.request("POST", "/script", "x = 2", headers)
         self.assertEqual(json.loads(kept.getresponse().read())["variables"]["x"], 2)
 
+    def test_a_slow_upload_with_a_token_is_no_stranger(self):
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if hard != resource.RLIM_INFINITY and hard < 4096:
+            self.skipTest("too few descriptors")
+        resource.setrlimit(resource.RLIMIT_NOFILE, (4096, hard))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
+        body = b"x = 1"
+        strangers = []
+        self.addCleanup(close_all, strangers)
+        with self.stranger() as upload:
+            # That the head has been read shows in the word to go on.
+            upload.sendall(self.service.head("/script", extra=[
+                f"Content-Length: {len(body)}", "Expect: 100-continue"]) + b"\r\n")
+            self.assertTrue(upload.recv(65536).startswith(b"HTTP/1.1 100 "))
+            for i in range(1300):
+                strangers.append(self.stranger())
+                strangers[-1].sendall(b"POST /script HTTP/1.1\r\nHost: ")
+                if i % 100 == 0:
+                    self.served_within(5)
+            upload.sendall(body)
+            self.assertEqual(read_reply(upload)[2]["variables"]["x"], 1)
+
     def test_a_flood_with_a_wrong_token_harms_nobody(self):
         token, ends = self.service.token, threading.Event()
         body = b"x = 1"
@@ -183,6 +205,22 @@ class Many(Case):
         service.stop()
         told = [line for line in service.errors if b"connection" in line]
         self.assertLessEqual(len(told), 2, told)
+
+
+    def test_without_descriptors_it_says_so_once_while_connections_come_and_go(self):
+        if service_test.on_windows:
+            self.skipTest("the system limits descriptors of its own programs")
+        service = Service("--quiet", preexec_fn=lambda: resource.setrlimit(
+            resource.RLIMIT_NOFILE, (40, 40)))
+        self.addCleanup(service.stop)
+        for _ in range(10):
+            holders = [service.sent("SLEEP ms:1") for _ in range(60)]
+            close_all(holders)
+            waiting.until(lambda: service.post("/command", "GET_DISPLAY_SIZE")[0] == 200,
+                          "it serves again")
+        service.stop()
+        told = [line for line in service.errors if b"no connection can be accepted" in line]
+        self.assertLessEqual(len(told), 1, told)
 
 
 class Leaving(Case):
@@ -236,9 +274,9 @@ class Leaving(Case):
         self.runs_for_ever(version="1.0").close()
         self.served_within(3)
 
-    def half_closed(self, version, script):
+    def half_closed(self, version, script, connection=None):
         body = script.encode()
-        with self.stranger() as connection:
+        with connection or self.stranger() as connection:
             connection.sendall(self.service.head("/script", version=version, extra=[
                 f"Content-Length: {len(body)}"]) + b"\r\n" + body)
             connection.shutdown(socket.SHUT_WR)
@@ -251,6 +289,47 @@ class Leaving(Case):
                     status, _, reply = self.half_closed(version, script)
                     self.assertEqual((status, reply["error"], reply["variables"].get("x")),
                                      (200, None, 1))
+
+    def test_one_whose_socket_is_for_both_kinds_of_addresses(self):
+        try:
+            connection = socket.socket(socket.AF_INET6)
+            connection.connect(("::ffff:127.0.0.1", self.service.port))
+        except OSError:
+            self.skipTest("no IPv6 on this machine")
+        connection.settimeout(30)
+        status, _, reply = self.half_closed("1.1", "SLEEP ms:2500\nx = 1", connection)
+        self.assertEqual((status, reply["error"], reply["variables"].get("x")), (200, None, 1))
+
+    def test_many_that_have_sent_their_last_byte_hold_nobody_up(self):
+        """Whatever the length of the system's list of connections."""
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if hard != resource.RLIM_INFINITY and hard < 4096:
+            self.skipTest("too few descriptors")
+        resource.setrlimit(resource.RLIMIT_NOFILE, (4096, hard))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
+        here = mark(self)
+        first = self.service.sent(here.command + "while 1 { }")
+        self.addCleanup(first.close)
+        here.wait()
+        waiters = [self.service.sent(f"x = {i}") for i in range(90)]
+        self.addCleanup(close_all, waiters)
+        for waiter in waiters:
+            waiter.shutdown(socket.SHUT_WR)
+        fillers = []
+        self.addCleanup(close_all, fillers)
+        with socket.create_server(("127.0.0.1", 0), backlog=4000) as other:
+            for _ in range(3000):
+                fillers.append(socket.create_connection(other.getsockname()))
+            slowest, ends = 0, time.monotonic() + 4  # each is looked for several times in it
+            while time.monotonic() < ends:
+                begin = time.monotonic()
+                self.status()
+                slowest = max(slowest, time.monotonic() - begin)
+        self.assertLess(slowest, 0.5)
+        self.assertEqual(len(self.status()["waiting"]), 90)
+        self.service.post("/cancel", self.running()["id"])
+        for i, waiter in enumerate(waiters):
+            self.assertEqual(read_reply(waiter)[2]["variables"]["x"], i)
 
     def test_the_reply_to_a_short_script_comes_alone(self):
         body = b"x = 1"
@@ -314,6 +393,36 @@ class Questions(Case):
             identifier = self.ask(connection)[2]["question"]["id"]
             self.assertEqual(self.answer(identifier, "VIEW_BOX")[0], 400)
         self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def refused_answer(self, identifier):
+        """On a connection of its own, which is kept until it is closed here."""
+        body = b"VIEW_BOX"
+        with self.stranger() as connection:
+            connection.sendall(self.service.head("/answer", extra=[
+                f"Content-Length: {len(body)}", "X-Tavhost-Question: " + identifier]) +
+                b"\r\n" + body)
+            self.assertEqual(read_reply(connection)[0], 400)
+
+    def test_a_wrong_answer_ends_nothing_where_the_client_takes_its_time(self):
+        with self.stranger() as connection:
+            closing = self.ask(connection, extra=["Connection: close"])[2]["question"]["id"]
+        self.refused_answer(closing)
+        time.sleep(3)  # longer than one has that has left
+        self.assertEqual(self.answer(closing)[1]["output"], "answered\n")
+
+    def test_a_wrong_answer_ends_nothing_while_the_client_is_there(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+            self.refused_answer(identifier)
+            time.sleep(3)  # longer than one has that has left
+            self.assertEqual(self.answer(identifier)[1]["output"], "answered\n")
+
+    def test_whoever_tries_when_the_client_has_left_takes_its_place(self):
+        with self.stranger() as connection:
+            identifier = self.ask(connection)[2]["question"]["id"]
+        self.refused_answer(identifier)
+        self.served_within(4)
+        self.assertEqual(self.answer(identifier)[0], 410)
 
     def test_cancel(self):
         with self.stranger() as connection:
@@ -724,6 +833,20 @@ class Sockets(unittest.TestCase):
                                   capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
             self.assertEqual(done.returncode, 1)
             self.assertIn(reason, done.stderr)
+
+    def test_a_token_file_that_cannot_be(self):
+        missing = os.path.join(self.folder, "nowhere", "token")
+        pipe = os.path.join(self.folder, "pipe")
+        os.mkfifo(pipe, 0o600)
+        for path, reason in [(missing, "cannot be written: No such file or directory"),
+                             ("/dev/zero", "is not a regular file"),
+                             (pipe, "is not a regular file"),
+                             (self.folder, "is not a regular file")]:
+            done = subprocess.run([*service_test.program, "serve", "--port", "0", "--token-file",
+                                   path], capture_output=True, timeout=20, text=True,
+                                  stdin=subprocess.DEVNULL)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(f"script service: the token file {path} {reason}\n", done.stderr)
 
     def test_a_manager_of_services(self):
         """Sockets that were opened before the program was, and word when it is ready and ends."""
