@@ -194,6 +194,22 @@ class Requests(Case):
                        f'b = ecode\nFDELETE file:{name}')[1]["variables"]
         self.assertEqual([second[key] for key in ("text", "a", "b")], ["one", 1, 0])
 
+    def test_what_becomes_of_files_left_open(self):
+        if on_windows:
+            self.skipTest("paths of the test's folders")
+        with tempfile.TemporaryDirectory() as folder:
+            service = Service("--db", os.path.join(folder, "area"))
+            self.addCleanup(service.stop)
+            for end, is_stored in (("", True), ("exit 3", True), ("x = 1 / 0", False)):
+                with self.subTest(end):
+                    for name in (os.path.join(folder, "plain"), "db:\\\\name"):
+                        service.post("/script", f'FWRITE file:"{name}" text:"before"')
+                        service.post("/script", f'FWRITE open file:"{name}"\n'
+                                                f'FWRITE text:"after"\n{end}')
+                        read = service.post("/command", f'FREAD file:"{name}"')[1]["variables"]
+                        expected = "after" if is_stored or "plain" in name else "before"
+                        self.assertEqual(read["text"], expected, name)
+
     def test_each_begins_in_the_folder_of_the_service(self):
         before = self.service.post("/command", "GET_CWD")[1]["variables"]
         with tempfile.TemporaryDirectory() as folder:
