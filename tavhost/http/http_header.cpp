@@ -112,8 +112,11 @@ std::optional<Framing> FramingOf(std::string_view header, std::string_view verb,
     known = std::move(field.value);
   };
   ForEachField(header, [&](FieldLine& field) {
-    if (field.Has("Content-Length")) take(length, field, true);
-    if (field.Has("Transfer-Encoding")) take(coding, field, false);
+    if (field.Has("Content-Length")) {
+      take(length, field, true);
+    } else if (field.Has("Transfer-Encoding")) {
+      take(coding, field, false);
+    }
     return isClear;
   });
   if (!isClear || (!length.empty() && !coding.empty())) return std::nullopt;
