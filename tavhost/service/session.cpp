@@ -34,9 +34,11 @@ constexpr auto kLingerTime = std::chrono::milliseconds(1000);
 constexpr auto kLastLingerTime = std::chrono::milliseconds(300);  // when the service ends
 // Between two looks whether a client that has sent its last byte is still there. The second look
 // sees what became of the first.
-constexpr auto kFirstProbe = std::chrono::milliseconds(300);
+constexpr auto kFirstProbe = std::chrono::milliseconds(50);
 constexpr auto kSecondProbe = std::chrono::milliseconds(100);
 constexpr auto kNextProbes = std::chrono::seconds(1);
+// Likewise where the system's list tells and nothing has to be sent.
+constexpr auto kNextLooks = std::chrono::milliseconds(200);
 // What is read ahead while a request is carried out.
 constexpr std::size_t kReadAhead = 64 * 1024;
 
@@ -231,10 +233,10 @@ void Session::LookForClient(Clock::time_point now) {
   const OtherEnds::Holder holder = state_.otherEnds.Look(handle);
   if (holder == OtherEnds::Holder::kNotNow) return;
   if (holder != OtherEnds::Holder::kUnknown) {
-    nextProbe_ = now + kNextProbes;
     // A list that changes while it is read may lack a line, but hardly twice.
     const bool isMissing = holder == OtherEnds::Holder::kNotListed;
     const bool wasMissing = std::exchange(isMissing_, isMissing);
+    nextProbe_ = now + kNextLooks;
     if (holder == OtherEnds::Holder::kNobody || (isMissing && wasMissing)) OnLost();
     return;
   }

@@ -24,7 +24,7 @@ bool HasFailed(std::uintptr_t socket);
 
 // Who holds the other ends of connections within this machine, by the system's list of connections.
 // The list grows with what others do: it is read once for all who ask in one sweep, is given up
-// beyond a length, and rests ten times as long as reading it took.
+// beyond a length, and rests ten times the processor time that reading it took.
 class OtherEnds {
  public:
   enum class Holder : std::uint8_t {

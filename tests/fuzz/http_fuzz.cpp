@@ -182,10 +182,10 @@ Fields ReadFields(std::string_view& text) {
     });
     if (colon == line->npos || !IsToken(name) || !isText) fields.isPlain = false;
     if (name == "content-length") {
-      if (!fields.length.empty() || value.size() > 9) fields.isPlain = false;
+      if (!fields.length.empty() || value.empty() || value.size() > 9) fields.isPlain = false;
       fields.length = value;
     } else if (name == "transfer-encoding") {
-      if (!fields.coding.empty()) fields.isPlain = false;
+      if (!fields.coding.empty() || value.empty()) fields.isPlain = false;
       fields.coding = ascii::ToLower(value);
     } else if (name == "content-encoding") {
       fields.isPlain = false;
