@@ -1,6 +1,6 @@
 """A web server that answers as each path asks, right or wrong, byte for byte. Loopback only."""
-import functools
 import contextlib
+import functools
 import gzip
 import socket
 import ssl
@@ -21,10 +21,36 @@ def answer(body, *fields, status="200 OK", length=True):
     return CRLF.join(lines) + CRLF + CRLF + body
 
 
-def stop_listening(listener):
-    """Closes it for good: closing alone leaves it open to a thread that waits in accept()."""
-    listener.shutdown(socket.SHUT_RDWR)
-    listener.close()
+class Listener:
+    """Serves each connection in a thread of its own, by `_serve`, until closed."""
+
+    scheme = "http"
+
+    def __init__(self, host="127.0.0.1"):
+        self.listener = socket.create_server((host, 0), backlog=128)
+        self.port = self.listener.getsockname()[1]
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    @property
+    def url(self):
+        return f"{self.scheme}://127.0.0.1:{self.port}"
+
+    def close(self):
+        # Closing alone leaves it open to the thread that waits in accept().
+        self.listener.shutdown(socket.SHUT_RDWR)
+        self.listener.close()
+
+    def _accept(self):
+        while True:
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=self._answer_all, args=(connection,), daemon=True).start()
+
+    def _answer_all(self, connection):
+        with connection, contextlib.suppress(OSError):  # the client has gone
+            self._serve(connection)
 
 
 @functools.cache
@@ -98,7 +124,7 @@ RAW_WHOLE = {
 RAW.update(RAW_WHOLE)
 
 
-class Server:
+class Server(Listener):
     """Serves on a port of its own until closed; counts requests by path."""
 
     def __init__(self, tls=None, host="127.0.0.1"):
@@ -107,15 +133,11 @@ class Server:
         self.pending = []  # paths of requests that will get no more, or not soon
         self.distrusted = 0  # clients that did not know who signed the certificate
         self.lock = threading.Lock()
-        self.listener = socket.create_server((host, 0), backlog=128)
-        self.port = self.listener.getsockname()[1]
         self.closing = threading.Event()
         self.other = None  # another server, for redirects from one to the other
-        threading.Thread(target=self._accept, daemon=True).start()
-
-    @property
-    def url(self):
-        return f"{'https' if self.tls else 'http'}://127.0.0.1:{self.port}"
+        if tls:
+            self.scheme = "https"
+        super().__init__(host)
 
     def count(self, path):
         with self.lock:
@@ -123,35 +145,28 @@ class Server:
 
     def close(self):
         self.closing.set()
-        stop_listening(self.listener)
-
-    def _accept(self):
-        while not self.closing.is_set():
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
+        super().close()
 
     def _serve(self, connection):
+        if not self.tls:
+            return self._answer_one(connection)
         try:
-            if self.tls:
-                connection = self.tls.wrap_socket(connection, server_side=True)
-            with connection:
-                connection.settimeout(60)
-                request = b""
-                while CRLF + CRLF not in request:
-                    piece = connection.recv(65536)
-                    if not piece:
-                        return
-                    request += piece
-                with self.lock:
-                    self.requests.append(request)
-                self._answer(connection, request)
+            with self.tls.wrap_socket(connection, server_side=True) as wrapped:
+                self._answer_one(wrapped)
         except ssl.SSLError as error:
             self.distrusted += error.reason == "TLSV1_ALERT_UNKNOWN_CA"
-        except OSError:
-            pass
+
+    def _answer_one(self, connection):
+        connection.settimeout(60)
+        request = b""
+        while CRLF + CRLF not in request:
+            piece = connection.recv(65536)
+            if not piece:
+                return
+            request += piece
+        with self.lock:
+            self.requests.append(request)
+        self._answer(connection, request)
 
     def _answer(self, connection, request):
         target = request.split(b" ")[1].decode("latin-1")
@@ -367,92 +382,63 @@ class Server:
             connection.sendall(answer(b"at last"))
 
 
-class KeepingServer:
+class KeepingServer(Listener):
     """Keeps its connections, and answers each request with how many there were on its connection."""
 
     def __init__(self):
         self.connections = []
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.url = f"http://127.0.0.1:{self.listener.getsockname()[1]}/"
-        threading.Thread(target=self._accept, daemon=True).start()
+        super().__init__()
 
-    def close(self):
-        stop_listening(self.listener)
-
-    def _accept(self):
-        while True:
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            self.connections.append(connection)
-            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
-
-    @staticmethod
-    def _serve(connection):
+    def _serve(self, connection):
+        self.connections.append(connection)
         count = 0
-        with connection:
-            while connection.recv(65536):
-                count += 1
-                connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n%d" % count)
+        while connection.recv(65536):
+            count += 1
+            connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n%d" % count)
 
 
-class Proxy:
+class Proxy(Listener):
     """A forwarding proxy that counts what goes through it."""
 
     def __init__(self):
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
         self.seen = []
-        threading.Thread(target=self._accept, daemon=True).start()
+        super().__init__()
 
     @property
     def url(self):
         # Wine sends no whole address to a proxy whose name is the server's.
         return f"http://localhost:{self.port}"
 
-    def close(self):
-        stop_listening(self.listener)
-
-    def _accept(self):
-        while True:
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
-
     def _serve(self, connection):
-        with connection:
-            try:
-                request = connection.recv(65536)
-                self.seen.append(request)
-                method, target, _ = request.split(b" ", 2)
-                if method == b"CONNECT":
-                    host, _, port = target.decode().rpartition(":")
-                    with socket.create_connection((host, int(port))) as far:
-                        connection.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
-                        back = threading.Thread(target=self._pump, args=(far, connection))
-                        back.start()
-                        self._pump(connection, far)
-                        back.join()
-                    return
-                authority = target.decode().split("/")[2]
-                host, _, port = authority.rpartition(":")
-                with socket.create_connection((host, int(port))) as far:
-                    far.sendall(request)
-                    self._pump(far, connection)
-            except (OSError, ValueError, IndexError):
-                pass
+        request = connection.recv(65536)
+        self.seen.append(request)
+        with contextlib.suppress(ValueError, IndexError):  # no request
+            method, target, _ = request.split(b" ", 2)
+            if method == b"CONNECT":
+                return self._tunnel(connection, target)
+            with self._far(target.split(b"/")[2]) as far:
+                far.sendall(request)
+                self._pump(far, connection)
+
+    def _tunnel(self, connection, target):
+        with self._far(target) as far:
+            connection.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+            back = threading.Thread(target=self._pump, args=(far, connection))
+            back.start()
+            self._pump(connection, far)
+            back.join()
+
+    @staticmethod
+    def _far(authority):
+        host, _, port = authority.decode().rpartition(":")
+        return socket.create_connection((host, int(port)))
 
     @staticmethod
     def _pump(source, target):
-        try:
+        with contextlib.suppress(OSError):
             while piece := source.recv(65536):
                 target.sendall(piece)
             target.shutdown(socket.SHUT_WR)
-        except OSError:
-            pass
 
 
 class EndlessProxy(Proxy):
@@ -465,12 +451,11 @@ class EndlessProxy(Proxy):
         super().__init__()
 
     def _serve(self, connection):
-        with connection, contextlib.suppress(OSError):
-            self.seen.append(connection.recv(65536))
-            connection.sendall(self.answer)
-            while True:
-                connection.sendall(self.piece)
-                self.talks.set()
+        self.seen.append(connection.recv(65536))
+        connection.sendall(self.answer)
+        while True:
+            connection.sendall(self.piece)
+            self.talks.set()
 
 
 if __name__ == "__main__":  # by itself: says where, and serves until its input ends

@@ -1,14 +1,11 @@
 """A web server and proxy that takes nothing but what the standard allows, and says what was not.
 The rules are h11's (Debian's python3-h11)."""
-import socket
-import threading
-
 import h11
 
-from server import stop_listening
+from server import Listener
 
 
-class StrictServer:
+class StrictServer(Listener):
     """Answers as `answers` tells: by path, the h11 events to send behind the request. Keeps what it
     was asked in `requests` (h11.Request) and what was wrong in `faults`."""
 
@@ -17,33 +14,16 @@ class StrictServer:
         self.requests = []
         self.faults = []
         self.connections = 0
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        self.url = f"http://127.0.0.1:{self.port}"
-        threading.Thread(target=self._accept, daemon=True).start()
-
-    def close(self):
-        stop_listening(self.listener)
-
-    def _accept(self):
-        while True:
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            self.connections += 1
-            threading.Thread(target=self._serve, args=(connection,), daemon=True).start()
+        super().__init__()
 
     def _serve(self, connection):
+        self.connections += 1
         peer = h11.Connection(h11.SERVER)
         try:
-            with connection:
-                while self._exchange(connection, peer):
-                    peer.start_next_cycle()
+            while self._exchange(connection, peer):
+                peer.start_next_cycle()
         except (h11.RemoteProtocolError, h11.LocalProtocolError) as error:
             self.faults.append(str(error))
-        except OSError:
-            pass
 
     def _exchange(self, connection, peer):
         """False when the connection is not to be used any more."""
