@@ -112,6 +112,7 @@ void Session::OnRead(const boost::system::error_code& error, std::size_t count) 
   if (error && error != net::error::eof) return OnLost();
   if (error) {
     hasEnded_ = true;
+    nextProbe_ = Clock::now() + kFirstProbe;
   } else if (!lingering_) {
     reader_.Add({incoming_.data(), count});
   }
@@ -204,7 +205,7 @@ void Session::OnRequest() {
       self->ReadMore();
     });
   };
-  nextProbe_ = {};
+  nextProbe_ = Clock::now() + kFirstProbe;
   hasProbed_ = false;
   isMissing_ = false;
   HandOn();
@@ -228,7 +229,6 @@ void Session::HandOn() {
 void Session::LookForClient(Clock::time_point now) {
   const auto handle = static_cast<std::uintptr_t>(socket_.native_handle());
   if (HasFailed(handle)) return OnLost();
-  if (nextProbe_ == Clock::time_point()) nextProbe_ = now + kFirstProbe;
   if (now < nextProbe_) return;
   const OtherEnds::Holder holder = state_.otherEnds.Look(handle);
   if (holder == OtherEnds::Holder::kNotNow) return;

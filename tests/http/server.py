@@ -2,6 +2,7 @@
 import contextlib
 import functools
 import gzip
+import itertools
 import socket
 import ssl
 import sys
@@ -61,14 +62,19 @@ def gzip_bomb(megabytes):
 
 
 TEXTS = {"shift_jis": "日本語のテキスト and some that is not\n"}
+LONGEST_PIECE = 1 << 20
 PANGRAM = "Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich.\n"
 
 
-@functools.cache
 def text_of(megabytes, charset):
-    """So many MB of text in a charset."""
+    """So many MB of text in a charset, and their length: as pieces to be sent one after the other.
+    To make all of it at once would keep every other thread of the program waiting meanwhile, and
+    some of them measure."""
     line = TEXTS.get(charset, PANGRAM).encode(charset)
-    return line * (megabytes * 1_000_000 // len(line))
+    lines = megabytes * 1_000_000 // len(line)
+    piece = line * min(lines, LONGEST_PIECE // len(line))
+    whole, rest = divmod(lines * len(line), len(piece))
+    return lines * len(line), itertools.chain(itertools.repeat(piece, whole), [piece[:rest]])
 
 
 # Answers that break off, or do not say where they end.
@@ -216,10 +222,11 @@ class Server(Listener):
         """/text-of/100/utf-8: so many MB; with ?unnamed the charset is not named."""
         megabytes, charset = rest.split("/")
         kind = "text/plain" + ("" if query == "unnamed" else f"; charset={charset}")
-        body = text_of(int(megabytes), charset)
-        connection.sendall(answer(b"", f"Content-Type: {kind}", f"Content-Length: {len(body)}",
+        length, pieces = text_of(int(megabytes), charset)
+        connection.sendall(answer(b"", f"Content-Type: {kind}", f"Content-Length: {length}",
                                   length=False))
-        connection.sendall(body)
+        for piece in pieces:
+            connection.sendall(piece)
 
     def do_nothing(self, connection, rest, query, request):
         connection.sendall(b"HTTP/1.1 204 No Content\r\n\r\n")
