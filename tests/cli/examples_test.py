@@ -2,6 +2,9 @@
 
 import http.server
 import json
+import re
+import signal
+import socket
 import subprocess
 import threading
 import unittest
@@ -9,7 +12,15 @@ from pathlib import Path
 
 from program import ProgramTest
 
-EXAMPLES = Path(__file__).resolve().parent.parent.parent / "examples"
+ROOT = Path(__file__).resolve().parent.parent.parent
+EXAMPLES = ROOT / "examples"
+
+
+def read_if_there(path):
+    try:
+        return path.read_bytes()
+    except OSError:  # it has ended meanwhile
+        return b""
 
 
 class ExamplesTest(ProgramTest):
@@ -204,6 +215,13 @@ class ExamplesTest(ProgramTest):
         self.assertEqual(out, "fetched a.bin\nfetched b.txt\ncannot fetch absent\n"
                               "2 fetched, 1 failed\n")
         self.assertEqual((self.folder / "got/a.bin").read_bytes(), bytes(range(256)))
+        elsewhere = str(self.folder / "elsewhere")
+        self.answered("downloader", "list.txt", elsewhere, code=1, answers="accept")
+        self.assertEqual(sorted(path.name for path in (self.folder / "elsewhere").iterdir()),
+                         ["a.bin", "b.txt"])
+        self.assertEqual(self.answered("downloader", "list.txt", "list.txt/in", code=1,
+                                       answers="accept"),
+                         f"cannot make {self.folder}/list.txt/in\n")
         out = self.answered("downloader", "list.txt", "half", answers=self.file(
             "cancel.kel", "CANCEL_PROGRESS after:2\n"))
         self.assertEqual(out, "fetched a.bin\ncancelled\n1 fetched, 0 failed\n")
@@ -235,7 +253,9 @@ class ExamplesTest(ProgramTest):
         return port, service.stdout.readline().decode().strip().removeprefix("token file: ")
 
     def client(self, name, *arguments, stdin=""):
-        environment = {**self.environment, "no_proxy": "127.0.0.1", "NO_PROXY": "127.0.0.1"}
+        # A proxy of the user's is not for them.
+        proxy = "" if name == "/bin/sh" else "http://127.0.0.1:9"
+        environment = {**self.environment, "http_proxy": proxy}
         return subprocess.run([str(EXAMPLES / name), *arguments], input=stdin, text=True,
                               capture_output=True, cwd=self.folder, env=environment, timeout=30)
 
@@ -248,6 +268,87 @@ class ExamplesTest(ProgramTest):
                 done = self.client(name, port, token_file, "GET_DISPLAY_SIZE")
                 self.assertEqual((done.returncode, done.stderr), (0, ""), done)
                 self.assertEqual(json.loads(done.stdout), size)
+                for command in ("SLEEP", "NO_SUCH", "@ask", 'KEL_TO_XML "A error:null"; x'):
+                    failed = self.client(name, port, token_file, command)
+                    self.assertEqual((failed.returncode, failed.stderr), (1, ""), failed)
+                    self.assertTrue(json.loads(failed.stdout)["error"], failed)
+                self.file("wrong", "0" * 32)
+                wrong = self.client(name, port, "wrong", "GET_DISPLAY_SIZE")
+                self.assertEqual(wrong.returncode, 1, wrong)
+                self.assertIn("token", json.loads(wrong.stdout)["error"])
+
+    def test_service_clients_that_cannot_ask(self):
+        port, token_file = self.serve()
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            unused = str(listener.getsockname()[1])
+        for name in ("service_client.py", "service_client.sh"):
+            for arguments, told in (([], "usage: "), ([port, token_file], "usage: "),
+                                    ([port, "absent", "GET_CWD"], "absent"),
+                                    ([unused, token_file, "GET_CWD"], "refused|onnect")):
+                with self.subTest(name, arguments=arguments):
+                    done = self.client(name, *arguments)
+                    self.assertEqual((done.returncode, done.stdout), (2, ""), done)
+                    self.assertRegex(done.stderr, told)
+                    self.assertNotIn("Traceback", done.stderr)
+
+    def test_no_service_client_shows_its_token(self):
+        """The arguments of programs can be read by all users of the machine."""
+        _, token_file = self.serve()
+        token = Path(token_file).read_text().strip()
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            port = str(listener.getsockname()[1])
+            for name in ("service_client.py", "service_client.sh"):
+                with self.subTest(name):
+                    client = subprocess.Popen([str(EXAMPLES / name), port, token_file, "GET_CWD"],
+                                              env=self.environment, stdout=subprocess.DEVNULL,
+                                              stderr=subprocess.DEVNULL)
+                    self.addCleanup(client.wait, 20)
+                    self.addCleanup(client.kill)
+                    connection, _ = listener.accept()
+                    with connection:
+                        self.assertIn(token.encode(), connection.recv(65536))
+                        shown = [read_if_there(path)
+                                 for path in Path("/proc").glob("[0-9]*/cmdline")]
+                    for text, is_shown in ((token_file, True), (token, False)):
+                        self.assertEqual(any(text.encode() in one for one in shown), is_shown)
+
+    def test_the_service_client_ends_as_its_script(self):
+        port, token_file = self.serve()
+        for script, code in (("exit 3", 3), ("exit", 0), ("print 1", 0), ("exit 300", 255),
+                             ("exit -1", 255), ("throw 7", 1)):
+            with self.subTest(script):
+                self.file("end.tav", script + "\n")
+                done = self.client("service_client.py", port, token_file, "end.tav")
+                self.assertEqual((done.returncode, done.stderr), (code, ""), done)
+
+    def test_a_service_client_without_answers(self):
+        port, token_file = self.serve()
+        self.file("ask.tav", 'QUERYBOX "Delete it all?" yes-no\nprint endbutton\n')
+        done = self.client("service_client.py", port, token_file, "ask.tav")
+        self.assertEqual((done.returncode, done.stdout), (3, ""), done)
+        self.assertRegex(done.stderr, "standard input has ended; the script was stopped\n$")
+        # Nothing is left of it.
+        next_one = self.client("service_client.py", port, token_file, "GET_DISPLAY_SIZE")
+        self.assertEqual(next_one.returncode, 0, next_one)
+
+    def test_a_service_client_that_is_interrupted(self):
+        port, token_file = self.serve()
+        self.file("ask.tav", 'QUERYBOX "Go on?" yes-no\n')
+        client = subprocess.Popen(
+            [str(EXAMPLES / "service_client.py"), port, token_file, "ask.tav"], cwd=self.folder,
+            env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True)
+        self.addCleanup(client.kill)
+        said = ""
+        while not said.endswith("MESSAGE_BOX button:yes:\n"):
+            line = client.stderr.readline()
+            self.assertTrue(line, said)
+            said += line
+        client.send_signal(signal.SIGINT)
+        out, err = client.communicate(timeout=20)
+        self.assertEqual((client.returncode, out, err), (130, "", ""))
+        next_one = self.client("service_client.py", port, token_file, "GET_DISPLAY_SIZE")
+        self.assertEqual(next_one.returncode, 0, next_one)
 
     def test_service_client_answers_dialogs(self):
         port, token_file = self.serve()
@@ -266,6 +367,32 @@ class ExamplesTest(ProgramTest):
         failed = self.client("service_client.py", port, token_file, "fail.tav")
         self.assertEqual(failed.returncode, 1, failed)
         self.assertIn("request:1:7: error", json.loads(failed.stdout)["error"])
+
+    def test_the_page_of_the_service(self):
+        """The requests by curl, as its page has them."""
+        port, token_file = self.serve()
+        page = (ROOT / "docs/script-service.md").read_text()
+        shown = re.findall(r"^\$ ((?:token\b|.*\| curl -H @-).*(?:\n(?![{$`]).*)*)", page, re.MULTILINE)
+        shown = [one.replace("/run/user/1000/tavhost/token-8080", token_file)
+                    .replace("127.0.0.1:8080", f"127.0.0.1:{port}") for one in shown]
+        define, command, status, cancel, ask, answer = shown
+
+        def reply(request, **more):
+            done = self.client("/bin/sh", "-c", f"{define}\n{request}", **more)
+            self.assertEqual(done.returncode, 0, done)
+            return json.loads(done.stdout)
+
+        self.assertEqual(reply(command)["variables"], {"w": 1920, "h": 1080})
+        self.assertIsNone(reply(status)["running"])
+        self.assertEqual(reply(cancel)["error"], "there is no such request")
+        question = reply(ask.replace("yes-no\n", 'yes-no\nQUERYBOX "Sure?" yes-no\n'))["question"]
+        said = re.search("X-Tavhost-Question: ([0-9a-f]+)", answer)[1]
+        self.assertIn(f'"id":"{said}"', page)
+        second = reply(answer.replace(said, question["id"]))["question"]
+        # The next curl may come when it likes.
+        self.assertGreater(reply(status)["running"]["question"]["secondsLeft"], 200)
+        done = reply(answer.replace(said, second["id"]))
+        self.assertEqual((done["output"], done["error"]), ("no\n", None))
 
     def test_answers_fit_their_scripts(self):
         for answers in sorted(EXAMPLES.glob("*.answers")):
