@@ -288,9 +288,9 @@ HeaderList SetOptions(const Library& curl, Transfer& transfer) {
   if (curl.setInfoCallback) curl.setOption(easy, CURLOPT_SSL_CTX_FUNCTION, WatchTls);
   SetCredentials(curl, easy, CURLOPT_USERNAME, CURLOPT_PASSWORD, request.url.userInfo);
 
-  // The environment's proxies are not used: a script asks for them by GET_PROXY_SETTINGS.
+  // The environment's proxies are not used: a script asks for them by GET_PROXY_SETTINGS. The hosts
+  // that no_proxy names there want none, whoever asks: of these libcurl knows by itself.
   curl.setOption(easy, CURLOPT_PROXY, request.proxy ? request.proxy->Text().c_str() : "");
-  curl.setOption(easy, CURLOPT_NOPROXY, "");
   if (request.proxy) {
     SetCredentials(curl, easy, CURLOPT_PROXYUSERNAME, CURLOPT_PROXYPASSWORD,
                    request.proxy->userInfo);

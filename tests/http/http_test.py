@@ -36,9 +36,15 @@ def differs(what):
     differences.append(what)
 
 
+def environment(more=None):
+    """Without the proxies of whoever runs the tests."""
+    return {**{name: value for name, value in os.environ.items()
+               if not name.lower().endswith("_proxy")}, **(more or {})}
+
+
 def run(*args, env=None, expect=0, timeout=60):
     done = subprocess.run([*program, *args], capture_output=True, timeout=timeout,
-                          stdin=subprocess.DEVNULL, env={**os.environ, **(env or {})})
+                          stdin=subprocess.DEVNULL, env=environment(env))
     if expect is not None and done.returncode != expect:
         raise AssertionError(f"exit code {done.returncode}: {done.stderr.decode(errors='replace')}")
     return done
@@ -344,7 +350,8 @@ class Faults(Case):
         self.assertResponse(self.request("/flaky/2"), "at last")
         self.assertResponse(self.request("/flaky/3", "retry:3"), "at last")
         self.assertFails(self.request("/hang-up", "retry:500"))
-        self.assertLessEqual(self.server.count("/hang-up"), 12 + 1)
+        # 10 more at most; the system may try one of them again by itself.
+        self.assertIn(self.server.count("/hang-up"), range(1 + 10, 1 + 12 + 1))
 
     def test_no_retry_by_default(self):
         before = self.server.count("/hang-up")
@@ -481,9 +488,46 @@ class Proxies(Case):
         self.assertResponse(self.request("/text", f'proxy:"127.0.0.1:1" proxypw:"{proxy}"'),
                             "grüße ✓")
 
-    def test_environment_is_not_used(self):
-        reply = self.request("/text", env={"http_proxy": "http://127.0.0.1:1"})
-        self.assertResponse(reply, "grüße ✓")
+    def test_no_proxy_comes_from_the_environment(self):
+        for name in ("http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"):
+            reply = self.request("/text", env={name: f"http://{self.where}"})
+            self.assertResponse(reply, "grüße ✓")
+        self.assertEqual(self.proxy.seen, [])
+
+    def test_hosts_that_want_no_proxy(self):
+        """A proxy that is given is passed by for the hosts that `no_proxy` names, as curl does."""
+        if on_windows:
+            differs("there no_proxy says nothing")
+            self.assertResponse(self.request("/text", f'proxy:"{self.where}"',
+                                             env={"no_proxy": "127.0.0.1"}), "grüße ✓")
+            self.assertEqual(len(self.proxy.seen), 1)
+            return
+        local = self.server.url.replace("127.0.0.1", "localhost") + "/text"
+        for variable, hosts, url, is_direct in [
+                ("no_proxy", "127.0.0.1", "/text", True),
+                ("NO_PROXY", "127.0.0.1", "/text", True),
+                ("no_proxy", "a.test, 127.0.0.1", "/text", True),
+                ("no_proxy", "*", "/text", True),
+                ("no_proxy", "localhost", local, True),
+                ("no_proxy", "LocalHost", local, True),
+                ("no_proxy", "", "/text", False),
+                ("no_proxy", "localhost", "/text", False),
+                ("no_proxy", "host", local, False),
+                ("no_proxy", "27.0.0.1", "/text", False)]:
+            with self.subTest(variable=variable, hosts=hosts, url=url):
+                self.proxy.seen.clear()
+                reply = self.request(url, f'proxy:"{self.where}"', env={variable: hosts})
+                self.assertResponse(reply, "grüße ✓")
+                self.assertEqual(len(self.proxy.seen), 0 if is_direct else 1)
+
+    def test_a_tunnel_is_passed_by_too(self):
+        if on_windows:
+            self.skipTest("there no_proxy says nothing")
+        for hosts, seen in (("127.0.0.1", 0), ("a.test", 1)):
+            self.proxy.seen.clear()
+            self.assertFails(self.request("https://127.0.0.1:1/", f'proxy:"{self.where}"',
+                                          env={"no_proxy": hosts}))
+            self.assertEqual(len(self.proxy.seen), seen)
 
 
 @unittest.skipIf(os.name == "nt", "signals of POSIX systems")
@@ -564,9 +608,20 @@ class ProxySettings(unittest.TestCase):
     def test_environment(self):
         if on_windows:
             self.skipTest("the environment has no say in the proxy settings")
-        env = {"http_proxy": "http://one:8080/", "https_proxy": "two:443", "no_proxy": "a,b"}
-        self.assertEqual(send("GET_PROXY_SETTINGS", env=env),
-                         ' ecode:0 proxy:"http=http://one:8080;https=two:443"\n')
+        one, two = "http://one:8080/", "two:443"
+        for env, wanted in [
+                ({"http_proxy": one, "https_proxy": two, "no_proxy": "a,b"},
+                 "http=http://one:8080;https=two:443"),
+                ({"HTTPS_PROXY": two, "ALL_PROXY": one}, "https=two:443;http://one:8080"),
+                # Whoever sends a request to a CGI program sets this one.
+                ({"HTTP_PROXY": one}, ""),
+                ({"HTTP_PROXY": one, "http_proxy": two}, "http=two:443"),
+                ({"HTTPS_PROXY": one, "https_proxy": two}, "https=two:443"),
+                ({"ALL_PROXY": one, "all_proxy": two}, "two:443"),
+                ({"HTTPS_PROXY": one, "https_proxy": ""}, "")]:
+            with self.subTest(env):
+                self.assertEqual(send("GET_PROXY_SETTINGS", env={**env, "XDG_CURRENT_DESKTOP": ""}),
+                                 f' ecode:0 proxy:"{wanted}"\n')
 
     def test_strings_are_freed_before_normalizing(self):
         if on_windows:

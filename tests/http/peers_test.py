@@ -36,7 +36,7 @@ with_all = False
 def send(*commands, env=None):
     """The reply of each command."""
     done = subprocess.run([program, "send", *commands], capture_output=True, timeout=60, check=True,
-                          stdin=subprocess.DEVNULL, env={**os.environ, **(env or {})})
+                          stdin=subprocess.DEVNULL, env={**os.environ, "no_proxy": "", "NO_PROXY": "", **(env or {})})
     return done.stdout.decode(errors="surrogateescape").splitlines()
 
 
