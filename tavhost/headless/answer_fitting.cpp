@@ -29,14 +29,13 @@ const Model& As(const ModalModel& window) {
 
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
+// The buttons that are offered. `cancel` closes a window that has no such button too.
 std::string Choices(const ModalModel& window) {
   std::string names;
-  bool hasCancel = false;
   for (const ModalButton& button : window.Buttons()) {
     names += (names.empty() ? "" : ", ") + button.name;
-    hasCancel |= button.name == kCancelButton;
   }
-  return hasCancel ? names : names + ", " + std::string(kCancelButton);
+  return names.empty() ? std::string(kCancelButton) : names;
 }
 
 // What each of these has done by the time that something does not fit, it undoes.
