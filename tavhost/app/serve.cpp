@@ -62,9 +62,6 @@ script::service::HostOptions ServiceOptions(const CommandLine& line) {
   options.listensOnPort =
       line.port || !line.addresses.empty() || (options.socket.empty() && options.inherited.empty());
   options.tokenFile = line.tokenFile;
-  if (options.tokenFile.empty() && !options.socket.empty()) {
-    options.tokenFile = options.socket + ".token";
-  }
   if (line.requestSeconds > 0) {
     const auto least = std::chrono::milliseconds(1);
     const auto time = std::chrono::duration<double>(line.requestSeconds);

@@ -123,8 +123,11 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   base::Result<std::unique_ptr<Server>> server = Server::Start(std::move(options));
   if (!server) return Refused(port, server.error().message);
   service->server = std::move(*server);
+  // Where it listens nobody else does: what stands in the place of its token belongs to nobody.
   if (!service->file) {
-    base::Result<TokenFile> file = TokenFile::Write(service->token, service->server->Port());
+    base::Result<TokenFile> file = hostOptions.socket.empty()
+                                       ? TokenFile::Write(service->token, service->server->Port())
+                                       : TokenFile::WriteBeside(service->token, hostOptions.socket);
     if (!file) return Refused(file.error().message);
     service->file = std::move(*file);
   }

@@ -27,8 +27,8 @@ struct HostOptions {
   bool quiet = false;  // no log
   std::string socket;  // the path of a socket in the file system to listen on
   bool listensOnPort = true;
-  std::vector<int> inherited;     // sockets that listen already, from whoever started the program
-  std::string tokenFile;          // empty: one in the user's own folder, named by the port
+  std::vector<int> inherited;  // sockets that listen already, from whoever started the program
+  std::string tokenFile;  // empty: one beside the socket, or in the user's own folder by the port
   std::function<void()> prepare;  // called before each request
   // Called behind each request: releases what it has left behind. `cutShort`: it did not come to
   // its end. Returns what went wrong, for the client.

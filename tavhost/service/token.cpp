@@ -31,6 +31,29 @@ std::optional<std::string> ReadBeginning(const std::string& path) {
   return text;
 }
 
+std::string_view WithoutBlanksBehind(std::string_view text) {
+  while (!text.empty() && ascii::IsSpace(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+bool IsToken(std::string_view text) {
+  return text.size() >= kLeastToken && text.size() <= kMostToken &&
+         std::all_of(text.begin(), text.end(), ascii::IsLetterOrDigit<char>);
+}
+
+tl::unexpected<base::Error> IsReadByOthers(const std::string& path) {
+  return base::Failure("the token file " + path + " can be read by others");
+}
+
+tl::unexpected<base::Error> HoldsNoToken(const std::string& path) {
+  return base::Failure("the token file " + path + " does not hold 32 to 256 letters and digits");
+}
+
+tl::unexpected<base::Error> CannotBeWritten(const std::string& path) {
+  return base::Failure("the token file " + path +
+                       " cannot be written: " + std::generic_category().message(errno));
+}
+
 }  // namespace
 
 std::string NewToken() {
@@ -77,20 +100,28 @@ base::Result<TokenFile> TokenFile::WriteOrRead(std::string& token, const std::st
   std::optional<std::string> text = ReadBeginning(path);
   if (!text) {
     if (WritePrivateFile(path, token + '\n')) return TokenFile(path, true);
-    return base::Failure("the token file " + path +
-                         " cannot be written: " + std::generic_category().message(errno));
+    return CannotBeWritten(path);
   }
-  if (!IsPrivateFile(path)) {
-    return base::Failure("the token file " + path + " can be read by others");
-  }
-  while (!text->empty() && ascii::IsSpace(text->back())) text->pop_back();
-  const bool isToken = text->size() >= kLeastToken && text->size() <= kMostToken &&
-                       std::all_of(text->begin(), text->end(), ascii::IsLetterOrDigit<char>);
-  if (!isToken) {
-    return base::Failure("the token file " + path + " does not hold 32 to 256 letters and digits");
-  }
-  token = std::move(*text);
+  if (!IsPrivateFile(path)) return IsReadByOthers(path);
+  const std::string_view found = WithoutBlanksBehind(*text);
+  if (!IsToken(found)) return HoldsNoToken(path);
+  token = found;
   return TokenFile(path, false);
+}
+
+// A service that was killed has left its token there, or the file that it was about to write.
+base::Result<TokenFile> TokenFile::WriteBeside(const std::string& token,
+                                               const std::string& socket) {
+  const std::string path = socket + ".token";
+  std::error_code ignored;
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored))) {
+    if (!IsPrivateFile(path)) return IsReadByOthers(path);
+    const std::optional<std::string> text = ReadBeginning(path);
+    if (text && !text->empty() && !IsToken(WithoutBlanksBehind(*text))) return HoldsNoToken(path);
+    std::remove(path.c_str());
+  }
+  if (!WritePrivateFile(path, token + '\n')) return CannotBeWritten(path);
+  return TokenFile(path, true);
 }
 
 TokenFile::~TokenFile() {

@@ -22,6 +22,8 @@ class TokenFile {
  public:
   // In the user's own folder, named by the port.
   static base::Result<TokenFile> Write(const std::string& token, int port);
+  // Beside a socket in the file system. A token that stands there is replaced, another file is not.
+  static base::Result<TokenFile> WriteBeside(const std::string& token, const std::string& socket);
   // At a path that somebody has chosen, which may have been there before: then its token counts,
   // which is put in the place of `token`, and the file stays.
   static base::Result<TokenFile> WriteOrRead(std::string& token, const std::string& path);

@@ -788,12 +788,50 @@ class Sockets(unittest.TestCase):
                               capture_output=True, timeout=60, stdin=subprocess.DEVNULL)
         self.assertEqual(done.returncode, 1)
         self.assertIn(b"Address already in use", done.stderr)
+        before = self.token()
+        self.assertEqual(self.post("/script", "x = 1", before)[0], 200)
         process.kill()
         process.wait()
-        self.assertTrue(os.path.exists(self.path))
-        os.remove(self.path + ".token")
-        self.start("--socket", self.path)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["socket", "socket.token"])
+        process, _ = self.start("--socket", self.path)
+        self.assertNotEqual(self.token(), before)
         self.assertEqual(self.post("/script", "x = 1", self.token())[0], 200)
+        self.assertEqual(self.post("/script", "x = 1", before)[0], 401)
+        process.terminate()
+        self.assertEqual(process.wait(timeout=10), 143)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def test_what_may_stand_where_the_token_goes(self):
+        """What a service that was killed can have left there, and nothing else, is replaced."""
+        path = self.path + ".token"
+        for contents, mode, reason in [("0" * 32 + "\n", 0o600, None), ("", 0o600, None),
+                                       ("notes\n", 0o600, "does not hold 32 to 256"),
+                                       ("0" * 32 + "\n", 0o644, "can be read by others")]:
+            with self.subTest(contents, mode=mode):
+                with open(path, "w") as file:
+                    file.write(contents)
+                os.chmod(path, mode)
+                if not reason:
+                    process, _ = self.start("--socket", self.path)
+                    self.assertNotEqual(self.token(), "0" * 32)
+                    process.terminate()
+                    process.wait(timeout=10)
+                    self.assertEqual(os.listdir(self.folder), [])
+                    continue
+                done = subprocess.run([*service_test.program, "serve", "--socket", self.path],
+                                      capture_output=True, timeout=20, text=True,
+                                      stdin=subprocess.DEVNULL)
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                self.assertIn(f"script service: the token file {path} {reason}", done.stderr)
+                with open(path) as file:
+                    self.assertEqual(file.read(), contents)
+                self.assertEqual(os.listdir(self.folder), ["socket.token"])
+                os.remove(path)
+        os.symlink("elsewhere", path)
+        done = subprocess.run([*service_test.program, "serve", "--socket", self.path],
+                              capture_output=True, timeout=20, stdin=subprocess.DEVNULL)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(os.listdir(self.folder), ["socket.token"])
 
     def test_what_is_no_socket_is_not_touched(self):
         with open(self.path, "w") as file:
@@ -817,6 +855,16 @@ class Sockets(unittest.TestCase):
         process.terminate()
         process.wait()
         self.assertFalse(os.path.exists(path))
+        # Nobody knows who made one that a service has left which was killed.
+        process, _ = self.start("--socket", self.path, "--token-file", path)
+        before = self.token(path)
+        process.kill()
+        process.wait()
+        process, _ = self.start("--socket", self.path, "--token-file", path)
+        self.assertEqual(self.post("/script", "x = 1", before)[0], 200)
+        process.terminate()
+        process.wait()
+        self.assertEqual(self.token(path), before)
 
     def test_a_token_that_was_there_before(self):
         path = os.path.join(self.folder, "token")
