@@ -45,6 +45,13 @@ const Path* FindPath(std::string_view target) {
 
 std::string_view View(beast::string_view text) { return {text.data(), text.size()}; }
 
+Refusal NoSuchPath(std::string_view target) {
+  if (FindPath(target.substr(0, target.find('?')))) {
+    return {404, "a path takes no ? and nothing behind it"};
+  }
+  return {404, "there are /script, /command, /answer, /cancel and /status"};
+}
+
 // From `ask` or `ask SECONDS`; empty for anything else.
 std::optional<std::chrono::seconds> ReadQuestionTime(std::string_view field) {
   constexpr std::string_view kAsk = "ask";
@@ -117,7 +124,7 @@ std::variant<Order, Refusal> RequestCheck::Look(const RequestReader::Request& re
     return Refusal{403, "web pages may not send requests"};
   }
   const Path* const path = FindPath(View(request.target()));
-  if (!path) return Refusal{404, "there are /script, /command, /answer, /cancel and /status"};
+  if (!path) return NoSuchPath(View(request.target()));
   if (request.method() != path->method) {
     return Refusal{405, path->method == http::verb::get ? "the status is asked for by GET"
                                                         : "requests are sent by POST"};

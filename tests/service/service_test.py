@@ -333,8 +333,14 @@ class Protection(Case):
     def test_methods_and_paths(self):
         for method in ["GET", "PUT", "DELETE", "OPTIONS", "HEAD", "BREW"]:
             self.assertEqual(self.status(self.request(method=method)), 405, method)
-        for path in ["/", "/other", "/script/", "/command?x"]:
-            self.assertEqual(self.status(self.request(path=path)), 404, path)
+        for path in ["/", "/other", "/script/", "/commander?x=1"]:
+            status, reply = self.service.post(path, "")
+            self.assertEqual((status, reply["error"]), (
+                404, "there are /script, /command, /answer, /cancel and /status"), path)
+        for path in ["/command?x=1", "/script?", "/status?x"]:
+            status, reply = self.service.post(path, "GET_CWD")
+            self.assertEqual((status, reply["error"]), (
+                404, "a path takes no ? and nothing behind it"), path)
         self.assertEqual(self.status(self.request(path="/status")), 405)
         self.assertEqual(self.status(self.request(path="/cancel", method="GET")), 405)
 
