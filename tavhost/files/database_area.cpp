@@ -8,8 +8,10 @@
 #include "host/files/core_variables.h"
 #include "host/files/database_names.h"
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/dry_run.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/base/whole_file.h"
+#include "tavhost/files/area_leftovers.h"
 
 namespace database_area {
 
@@ -43,6 +45,15 @@ std::string AreaFolder() {
 
 std::string LibraryFolder(long libraryId) {
   return disk::Join(AreaFolder(), std::to_string(libraryId));
+}
+
+std::string LockFile() { return disk::Join(AreaFolder(), std::string(kUnderWay) + "lock"); }
+
+// What a library's folder holds, files under way included.
+disk::FolderContents ContentsOf(const std::string& folder) {
+  disk::FolderContents contents = disk::FilesOf(folder);
+  if (!dry_run::IsOn()) area_leftovers::Remove(LockFile(), folder, contents.files);
+  return contents;
 }
 
 long LibraryOf(long libraryId) { return libraryId == kFileSystem ? kDefaultLibrary : libraryId; }
@@ -101,7 +112,7 @@ std::optional<Stored> Find(std::string_view path, long libraryId) {
   const long library = LibraryOf(libraryId);
   if (library < 0 || !IsValidName(name)) return std::nullopt;
   const std::string folder = LibraryFolder(library);
-  const disk::FolderContents contents = disk::FilesOf(folder);
+  const disk::FolderContents contents = ContentsOf(folder);
   if (!contents.readable) return std::nullopt;
   std::string best;
   for (const std::string& file : contents.files) {
@@ -150,7 +161,7 @@ bool MakeLibrary(long libraryId) { return disk::MakeFolders(LibraryFolder(Librar
 
 std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId) {
   if (libraryId < 0) return std::nullopt;
-  disk::FolderContents contents = disk::FilesOf(LibraryFolder(libraryId));
+  disk::FolderContents contents = ContentsOf(LibraryFolder(libraryId));
   if (!contents.readable) return std::nullopt;
   std::erase_if(contents.files, [](const std::string& name) { return !IsValidName(name); });
   return std::move(contents.files);
@@ -158,8 +169,7 @@ std::optional<std::vector<std::string>> FilesOfLibrary(long libraryId) {
 
 std::unique_ptr<name_lock::Lock> LockName(std::string_view path, long libraryId) {
   const std::string library = std::to_string(LibraryOf(libraryId));
-  return name_lock::Take(disk::Join(AreaFolder(), std::string(kUnderWay) + "lock"),
-                         library + '/' + std::string(WithoutPrefix(path)));
+  return name_lock::Take(LockFile(), library + '/' + std::string(WithoutPrefix(path)));
 }
 
 std::unique_ptr<disk::OutputFile> OpenForWriting(std::string_view path, long libraryId,

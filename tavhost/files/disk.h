@@ -29,6 +29,8 @@ bool IsStandardStream(Name name);
 // A file that may be neither replaced nor written to.
 bool IsReadOnly(Name name);
 bool Delete(Name name);
+// A plain file of the host's own, at a path of the system: read-only or not.
+void RemoveLeftover(const std::string& path);
 // Replaces the target whole; a link is followed at the source and replaced at the target. A target
 // that is replaced keeps its owner and mode. Leaves with stop::Stopped when a stop is asked for.
 struct CopyOptions {

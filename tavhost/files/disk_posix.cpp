@@ -261,6 +261,8 @@ bool IsReadOnly(Name name) {
 
 bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
 
+void RemoveLeftover(const std::string& path) { unlink(path.c_str()); }
+
 bool Copy(Name from, Name to, const CopyOptions& wanted) {
   windows::CopyOptions options;
   options.replace = true;

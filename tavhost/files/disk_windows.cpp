@@ -142,6 +142,11 @@ bool IsReadOnly(Name name) { return Has(Attributes(name), FILE_ATTRIBUTE_READONL
 
 bool Delete(Name name) { return DeleteFileA(name.text) != 0; }
 
+void RemoveLeftover(const std::string& path) {
+  SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  DeleteFileA(path.c_str());
+}
+
 bool Copy(Name from, Name to, const CopyOptions& options) {
   const DWORD target = Attributes(to);
   if (Has(target, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY) || IsSameFile(from, to)) {

@@ -21,6 +21,19 @@ std::uint64_t OffsetOf(std::string_view name) {
   return (hash >> 3) * 2;  // a file's offsets are signed
 }
 
+// No name is like this: names have a library in front.
+std::uint64_t OffsetOf(std::uint32_t process) {
+  return OffsetOf("process " + std::to_string(process));
+}
+
+Lock::Outcome Try(Lock& lock) {
+  const Lock::Outcome outcome = lock.Try();
+  // Somebody who removes what a gone program of this number has left is soon done.
+  const bool isAlone =
+      outcome == Lock::Outcome::kTaken && !lock.Share(OffsetOf(detail::OwnProcess()));
+  return isAlone ? Lock::Outcome::kBusy : outcome;
+}
+
 }  // namespace
 
 std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
@@ -32,13 +45,20 @@ std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
   std::chrono::milliseconds nap{1};
   base::LongWork work("Waiting for", name);
   Lock::Outcome outcome;
-  while ((outcome = lock->Try()) == Lock::Outcome::kBusy && Clock::now() < end) {
+  while ((outcome = Try(*lock)) == Lock::Outcome::kBusy && Clock::now() < end) {
     work.At(0);
     std::this_thread::sleep_for(nap);
     nap = std::min(2 * nap, kLongestNap);
   }
   if (outcome != Lock::Outcome::kTaken) return nullptr;
   return lock;
+}
+
+std::unique_ptr<Lock> TakeFromGone(const std::string& file, std::uint32_t process,
+                                   const std::string& leftover) {
+  if (detail::MayBeWriting(process, leftover)) return nullptr;
+  std::unique_ptr<Lock> lock = detail::Open(file, OffsetOf(process));
+  return lock && lock->TryForSure() ? std::move(lock) : nullptr;
 }
 
 }  // namespace name_lock

@@ -1,8 +1,18 @@
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
+#include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <sstream>
 
 #include "tavhost/base/descriptor_posix.h"
 #include "tavhost/base/uninterrupted_posix.h"
@@ -12,13 +22,51 @@ namespace name_lock {
 
 namespace {
 
-struct flock ByteAt(std::uint64_t offset) {
+struct flock ByteAt(std::uint64_t offset, short kind = F_WRLCK) {
   struct flock range = {};
-  range.l_type = F_WRLCK;
+  range.l_type = kind;
   range.l_whence = SEEK_SET;
   range.l_start = static_cast<off_t>(offset);
   range.l_len = 1;
   return range;
+}
+
+// Where the file system has no locks, nothing can keep two processes apart.
+bool HasNoLocks(int error) {
+  return error == ENOLCK || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+// Whether all who can reach the file see each other's locks. File systems of other machines may
+// keep locks to this one.
+bool IsOfThisMachine(int file) {
+  constexpr std::uint32_t kKinds[] = {
+      BTRFS_SUPER_MAGIC, EXT4_SUPER_MAGIC, F2FS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC,
+      RAMFS_MAGIC,       TMPFS_MAGIC,      XFS_SUPER_MAGIC,  0x2fc12fc1 /* ZFS */,
+  };
+  struct statfs status;
+  if (fstatfs(file, &status) != 0) return false;
+  return std::find(std::begin(kKinds), std::end(kKinds),
+                   static_cast<std::uint32_t>(status.f_type)) != std::end(kKinds);
+}
+
+// When a process began, in seconds since 1970; nothing when that cannot be told.
+std::optional<double> BeginOf(std::uint32_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(file, text, '\0');
+  // Behind the name, which may hold anything, stand the fields from the third on.
+  std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
+  constexpr int kStateToBegin = 20;
+  std::string field;
+  for (int i = 0; i < kStateToBegin; ++i) fields >> field;
+  struct timespec now;
+  struct timespec sinceBoot;
+  if (!fields || clock_gettime(CLOCK_REALTIME, &now) != 0 ||
+      clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
+    return std::nullopt;
+  }
+  return std::strtod(field.c_str(), nullptr) / static_cast<double>(sysconf(_SC_CLK_TCK)) +
+         static_cast<double>(now.tv_sec - sinceBoot.tv_sec);
 }
 
 // Locks of an open file, which another opening of it does not share even in one process.
@@ -28,11 +76,7 @@ class PosixLock final : public Lock {
       : file_(std::move(file)), offset_(offset) {}
 
   Outcome Try() override {
-    if (LockByte(offset_)) return Outcome::kTaken;
-    // Where the file system has no locks, nothing can keep two processes apart.
-    if (errno == ENOLCK || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP) {
-      return Outcome::kTaken;
-    }
+    if (LockByte(offset_) || HasNoLocks(errno)) return Outcome::kTaken;
     if (errno != EAGAIN && errno != EACCES) return Outcome::kRefused;
     struct flock kept = ByteAt(offset_ + 1);
     const bool isKept = fcntl(file_.Get(), F_OFD_GETLK, &kept) == 0 && kept.l_type != F_UNLCK;
@@ -41,9 +85,15 @@ class PosixLock final : public Lock {
 
   void KeepOpen() override { LockByte(offset_ + 1); }
 
+  bool Share(std::uint64_t offset) override {
+    return LockByte(offset, F_RDLCK) || HasNoLocks(errno);
+  }
+
+  bool TryForSure() override { return IsOfThisMachine(file_.Get()) && LockByte(offset_); }
+
  private:
-  bool LockByte(std::uint64_t offset) {
-    struct flock byte = ByteAt(offset);
+  bool LockByte(std::uint64_t offset, short kind = F_WRLCK) {
+    struct flock byte = ByteAt(offset, kind);
     return base::Uninterrupted([&] { return fcntl(file_.Get(), F_OFD_SETLK, &byte); }) == 0;
   }
 
@@ -68,6 +118,19 @@ base::Descriptor OpenLockFile(const std::string& path) {
 }
 
 }  // namespace
+
+std::uint32_t detail::OwnProcess() { return static_cast<std::uint32_t>(getpid()); }
+
+bool detail::MayBeWriting(std::uint32_t process, const std::string& leftover) {
+  const auto number = static_cast<pid_t>(process);
+  if (process == OwnProcess()) return false;  // it would have the lock
+  if (number <= 0 || (kill(number, 0) != 0 && errno == ESRCH)) return false;
+  struct stat status;
+  const std::optional<double> begin = BeginOf(process);
+  if (!begin || lstat(leftover.c_str(), &status) != 0) return true;
+  constexpr double kClocksDiffer = 2;  // seconds
+  return *begin < static_cast<double>(status.st_ctim.tv_sec) + kClocksDiffer;
+}
 
 std::unique_ptr<Lock> detail::Open(const std::string& file, std::uint64_t offset) {
   base::Descriptor opened = OpenLockFile(file);

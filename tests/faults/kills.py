@@ -113,6 +113,8 @@ def killed_at(runner, call):
             runner.script_as_it_is(folder)
             if generation(folder, "plain") != 1 or generation(folder, "area/0/one") != 1:
                 raise Broken("what is written after a kill is not there")
+            if left := list((folder / "area/0").glob(".tavhost-*.tmp")):
+                raise Broken(f"left in the area: {left}")
     except Broken as broken:
         raise Broken(f"killed at call {call}: {broken} (left in {folder})") from None
     shutil.rmtree(folder)

@@ -29,6 +29,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE), str(HERE.parent)]
 import ground  # noqa: E402
 import kills  # noqa: E402
+import leftovers  # noqa: E402
 import scenarios  # noqa: E402
 import waiting  # noqa: E402
 import writers  # noqa: E402
@@ -975,6 +976,7 @@ def all_cases(runner, options):
     yield from fault_cases(runner, options)
     yield from wanted(kills.cases(runner, options.long))
     yield from wanted(writers.cases(runner, options.long, Disk if can_mount() else None))
+    yield from wanted(leftovers.cases(runner, options.long))
     if can_mount():
         yield from wanted(full_disk_cases(runner, options.long))
     else:

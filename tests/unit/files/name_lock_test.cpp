@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <thread>
 
 namespace {
+
+// No system gives out a number like this.
+constexpr std::uint32_t kNoProcess = 2147483647;
 
 using name_lock::Lock;
 using Outcome = Lock::Outcome;
@@ -45,6 +49,23 @@ TEST_F(NameLock, ANameThatIsKeptIsRefusedAtOnceInAnyCase) {
   EXPECT_NE(name_lock::Take(file_, "1/name"), nullptr);
   first.reset();
   EXPECT_NE(name_lock::Take(file_, "0/NAME"), nullptr);
+}
+
+TEST_F(NameLock, NothingIsTakenFromAProcessThatHasAName) {
+  const std::uint32_t own = name_lock::detail::OwnProcess();
+  auto first = name_lock::Take(file_, "0/name");
+  auto second = name_lock::Take(file_, "0/other");
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(name_lock::TakeFromGone(file_, own, file_), nullptr);
+  first.reset();
+  EXPECT_EQ(name_lock::TakeFromGone(file_, own, file_), nullptr);
+  EXPECT_NE(name_lock::TakeFromGone(file_, kNoProcess, file_), nullptr);
+  second.reset();
+  auto gone = name_lock::TakeFromGone(file_, own, file_);
+  ASSERT_NE(gone, nullptr);
+  std::thread later([&gone] { gone.reset(); });
+  EXPECT_NE(name_lock::Take(file_, "0/name"), nullptr) << "it waits for who removes something";
+  later.join();
 }
 
 TEST_F(NameLock, WithoutAPlaceForTheFileThereIsNone) {

@@ -1,0 +1,189 @@
+"""What a killed program leaves in the database file area goes with the next one that looks there;
+what a living one writes stays, in whatever container that runs."""
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+
+from ground import Broken, write
+from writers import OPEN, PATIENCE, expect_text, finish, start, wait
+
+LOOKS = ("DB_FILE_LIST\nprint files", 'FREAD file:"db:\\\\k"\nprint text',
+         'FWRITE file:"db:\\\\other" text:"x"', 'FCOPY from:"text" to:"db:\\\\k"',
+         'FILE_EXISTS file:"db:\\\\none"', 'FDELETE file:"db:\\\\none"')
+
+
+def strays(folder):
+    return sorted(path.name for path in (folder / "area/0").glob(".tavhost-*-*.tmp"))
+
+
+def expect_strays(folder, wanted, what):
+    if (found := strays(folder)) != wanted:
+        raise Broken(f"{what}: {found} instead of {wanted} (left in {folder})")
+
+
+def look(runner, folder, text="DB_FILE_LIST"):
+    """Another program looks at the area."""
+    program = start(runner, folder, text, "look.tav")
+    said, errors = program.communicate(timeout=PATIENCE)
+    if program.returncode != 0 or errors:
+        raise Broken(f"{text}: exit code {program.returncode}: {errors!r}")
+    return said
+
+
+def kill_in(runner, folder, command):
+    """A program that is killed at the first call of the command at which it leaves something."""
+    write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n{command}\n')
+    for call in range(1, 100):
+        environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_DO="kill",
+                           FAULT_AT=str(call))
+        done = subprocess.run([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+                              env=environment, stdout=subprocess.DEVNULL, timeout=PATIENCE)
+        if done.returncode != -9:
+            break
+        if strays(folder):
+            return strays(folder)
+    raise Broken(f"{command}: no kill leaves anything (left in {folder})")
+
+
+def prepare(runner):
+    folder = runner.folder()
+    write(folder / "area/0/k", "old")
+    write(folder / "text", "new " * 1000)
+    os.chmod(folder / "text", 0o444)
+    return folder
+
+
+def removed(runner, command, how):
+    """Whoever looks next removes it, and nothing else."""
+    folder = prepare(runner)
+    left = kill_in(runner, folder, command)
+    alike = [".tavhost-1-.tmp", ".tavhost--1.tmp", ".tavhost-x-1.tmp", ".tavhost-1-1x.tmp",
+             ".tavhost-99999999999-1.tmp"]
+    for name in alike:
+        write(folder / "area/0" / name, "")
+    (folder / "area/0/.tavhost-4194000-1.tmp").mkdir()
+    os.symlink("../../text", folder / "area/0/.tavhost-4194000-2.tmp")
+    kept = sorted([*alike, ".tavhost-4194000-1.tmp", ".tavhost-4194000-2.tmp"])
+    subprocess.run([runner.tavhost, "--db", "area", "run", "--dry-run", "-e", how], cwd=folder,
+                   stdout=subprocess.DEVNULL, check=True, timeout=PATIENCE)
+    expect_strays(folder, sorted([*kept, *left]), "a dry run")
+    expect_text(folder / "area/0/k", "old")
+    look(runner, folder, how)
+    expect_strays(folder, kept, how)
+    shutil.rmtree(folder)
+
+
+HOLD = OPEN + """
+    DIR_CREATE path:"open"
+    exist = 0
+    while exist == 0 { DIR_EXIST path:"close"; SLEEP ms:5 }
+    FWRITE close
+    print ecode
+"""
+
+
+def kept_while_open(runner, elsewhere):
+    """What a program has open stays, also under a number that the one who looks has itself, as it
+    can be in another container; when it is killed, it goes."""
+    folder = prepare(runner)
+    left = kill_in(runner, folder, 'FWRITE file:"db:\\\\k" text:"new"')
+    write(folder / "hold.tav", HOLD)
+    command = [*elsewhere, runner.tavhost, "--db", "area", "run", "hold.tav"]
+
+    def hold():
+        holder = subprocess.Popen(command, cwd=folder, stdout=subprocess.PIPE, text=True,
+                                  stderr=subprocess.PIPE, start_new_session=True)
+        wait((folder / "open").is_dir, "the file is open")
+        return holder
+
+    holder = hold()
+    mine = strays(folder)
+    if len(mine) != 1 or mine == left:
+        raise Broken(f"it has {mine} under way, {left} was left (in {folder})")
+    look(runner, folder)
+    write(folder / "look.tav", "DB_FILE_LIST\nprint ecode")
+    subprocess.run([*elsewhere, runner.tavhost, "--db", "area", "run", "look.tav"], cwd=folder,
+                   check=True, stdout=subprocess.DEVNULL, timeout=PATIENCE)
+    expect_strays(folder, mine, "while it is open")
+    (folder / "close").mkdir()
+    finish(holder, "0")
+    expect_text(folder / "area/0/k", "whole")
+    expect_strays(folder, [], "after it was closed")
+    for name in ("open", "close"):
+        (folder / name).rmdir()
+    holder = hold()
+    os.killpg(holder.pid, signal.SIGKILL)
+    holder.communicate(timeout=PATIENCE)
+    if len(strays(folder)) != 1:
+        raise Broken(f"killed while a file was open, it has left {strays(folder)}")
+    wait(lambda: look(runner, folder) is not None and not strays(folder), "it is removed")
+    expect_text(folder / "area/0/k", "whole")
+    shutil.rmtree(folder)
+
+
+def kept_while_copied(runner):
+    """So does what a program is copying, however slowly."""
+    folder = prepare(runner)
+    write(folder / "script.tav", 'FILE_EXISTS file:"FAULT-BEGIN"\n'
+                                 'FCOPY from:"text" to:"db:\\\\k"\nprint ecode\n')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="100")
+    copier = subprocess.Popen([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+                              env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              text=True)
+    wait(lambda: strays(folder), "the copy is under way")
+    os.kill(copier.pid, signal.SIGSTOP)
+    left = strays(folder)
+    look(runner, folder)
+    expect_strays(folder, left, "while it is copied")
+    os.kill(copier.pid, signal.SIGCONT)
+    finish(copier, "1")
+    expect_text(folder / "area/0/k", "new " * 1000)
+    shutil.rmtree(folder)
+
+
+def very_many(runner, count):
+    """Ever so many are no hindrance: each look takes some away."""
+    folder = prepare(runner)
+    for number in range(count):
+        (folder / f"area/0/.tavhost-4194000-{number}.tmp").touch()
+    looks = 0
+    while strays(folder):
+        look(runner, folder)
+        looks += 1
+        if looks > 500:
+            raise Broken(f"{len(strays(folder))} are left after {looks} looks (in {folder})")
+    if looks < 2:
+        raise Broken(f"{count} were removed at once")
+    shutil.rmtree(folder)
+
+
+def other_container():
+    """A command in front of others that runs them under a number that no process here has; none
+    where that cannot be."""
+    highest = int(pathlib.Path("/proc/sys/kernel/pid_max").read_text())
+    free = next(n for n in range(highest - 100, 300, -1) if not os.path.exists(f"/proc/{n}"))
+    command = ["unshare", "--pid", "--fork", "--kill-child", "sh", "-c",
+               f'echo {free - 1} > /proc/sys/kernel/ns_last_pid || exit 9; "$@"; exit $?', "sh"]
+    tried = subprocess.run([*command, "sh", "-c", "echo $$"], stdout=subprocess.PIPE,
+                           stderr=subprocess.DEVNULL, text=True)
+    return command if tried.stdout == f"{free}\n" else None
+
+
+def cases(runner, long):
+    for how in LOOKS:
+        yield "what a killed FWRITE left", lambda h=how: removed(
+            runner, 'FWRITE file:"db:\\\\k" text:"new"', h)
+    yield "what a killed FWRITE open left", lambda: removed(
+        runner, OPEN + "FWRITE close", LOOKS[0])
+    yield "what a killed FILE_COPY left", lambda: removed(
+        runner, 'FILE_COPY from:"text" to:"db:\\\\k" copy-file-attributes', LOOKS[0])
+    yield "what is open is left", lambda: kept_while_open(runner, [])
+    if container := shutil.which("unshare") and other_container():
+        yield "what is open in another container is left", (
+            lambda: kept_while_open(runner, container))
+    else:
+        print("skipped here, where processes cannot have numbers of their own: other containers")
+    yield "what is copied is left", lambda: kept_while_copied(runner)
+    yield "very many leftovers", lambda: very_many(runner, 20000 if long else 3000)
