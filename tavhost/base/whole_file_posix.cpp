@@ -167,12 +167,13 @@ class ReplacingFile final : public WholeFile {
 };
 
 // One of the three streams that every program has leads to that file: whoever holds it would go on
-// writing to a file without a name.
+// writing to a file without a name. True as well when that cannot be told.
 bool IsStandardStream(const struct stat& file) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     struct stat status;
-    if (fstat(stream, &status) == 0 && status.st_dev == file.st_dev &&
-        status.st_ino == file.st_ino) {
+    if (fstat(stream, &status) != 0) {
+      if (errno != EBADF) return true;
+    } else if (status.st_dev == file.st_dev && status.st_ino == file.st_ino) {
       return true;
     }
   }

@@ -26,8 +26,6 @@ bool IsTakenByOther(Name name);
 // The path is a name for standard output or standard error: what is written there goes where the
 // program writes itself, in the order in which both write.
 bool IsStandardStream(Name name);
-// A file that may be neither replaced nor written to.
-bool IsReadOnly(Name name);
 bool Delete(Name name);
 // A plain file of the host's own, at a path of the system: read-only or not.
 void RemoveLeftover(const std::string& path);

@@ -59,14 +59,18 @@ Descriptor Open(const Location& location, int flags) {
 
 // A pipe or device, or a file that the host holds open already: another one under its name would
 // not be what is held.
-bool IsWrittenDirectly(const Location& location) {
-  struct stat status;
-  if (!location.IsFilePath() ||
-      fstatat(location.GetPlace().Directory(), location.GetPlace().Name(), &status, 0) != 0) {
-    return false;
-  }
+bool IsWrittenDirectly(const struct stat& status) {
   return (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) ||
          windows::IsOpenFile(IdOf(status));
+}
+
+// Standard output or standard error is redirected to that file.
+bool IsPrintedTo(const struct stat& file) {
+  const auto leadsThere = [&file](int stream) {
+    struct stat status;
+    return fstat(stream, &status) == 0 && IdOf(status) == IdOf(file);
+  };
+  return S_ISREG(file.st_mode) && (leadsThere(STDOUT_FILENO) || leadsThere(STDERR_FILENO));
 }
 
 // The descriptor of the program's own for which a path stands; -1 for others. Opened anew, a file
@@ -180,6 +184,46 @@ class PosixFile : public OutputFile {
   std::string path_;  // for a person
 };
 
+// A file to which the program prints, too: what was printed before stands before what is written,
+// and what is printed later behind it.
+class PrintedFile : public OutputFile {
+ public:
+  PrintedFile(std::unique_ptr<OutputFile> file, const struct stat& status)
+      : file_(std::move(file)), status_(status) {}
+
+  // Before anything of the file is changed.
+  static void Begin() { standard_write::FlushOutput(); }
+
+  long Write(const char* data, long length) override {
+    Begin();
+    const long written = file_->Write(data, length);
+    LetPrintingGoOnBehind();
+    return written;
+  }
+  base::Result<void> StayOpen() override {
+    base::Result<void> stays = file_->StayOpen();
+    LetPrintingGoOnBehind();
+    return stays;
+  }
+  base::Result<bool> Close() override {
+    Begin();
+    base::Result<bool> stored = file_->Close();
+    LetPrintingGoOnBehind();
+    return stored;
+  }
+
+ private:
+  void LetPrintingGoOnBehind() const {
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+      struct stat status;
+      if (fstat(stream, &status) == 0 && IdOf(status) == IdOf(status_)) lseek(stream, 0, SEEK_END);
+    }
+  }
+
+  std::unique_ptr<OutputFile> file_;
+  struct stat status_;
+};
+
 // The folder asked for last, and some on the way to it: those asked for one after the other lie in
 // each other or side by side, and going the whole way again would take longer with each level.
 class OpenWay {
@@ -252,13 +296,6 @@ bool IsTakenByOther(Name name) {
 
 bool IsStandardStream(Name name) { return StandardStreamOf(Location(name).GetPath()) >= 0; }
 
-bool IsReadOnly(Name name) {
-  const Location location(name);
-  struct stat status;
-  return location.IsFilePath() && location.GetPlace().Status(status) && S_ISREG(status.st_mode) &&
-         windows::IsReadOnly(status);
-}
-
 bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
 
 void RemoveLeftover(const std::string& path) { unlink(path.c_str()); }
@@ -311,20 +348,37 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   Descriptor file = Open(location, O_WRONLY | O_CREAT | (append ? O_APPEND : 0));
   struct stat status;
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return nullptr;
+  const bool isPrintedTo = IsPrintedTo(status);
+  if (isPrintedTo) PrintedFile::Begin();
   // Permissions do not hold back every user; the read-only attribute does.
   if (S_ISREG(status.st_mode)) {
     if (windows::IsReadOnly(status)) return nullptr;
-    const bool isEmptied = append || status.st_size == 0 ||
+    const bool isEmptied = append || (status.st_size == 0 && !isPrintedTo) ||
                            base::Uninterrupted([&] { return ftruncate(file.Get(), 0); }) == 0;
     if (!isEmptied) return nullptr;
   }
-  return std::make_unique<PosixFile>(std::move(file), IdOf(status), name.text);
+  if (isPrintedTo && fcntl(file.Get(), F_SETFL, O_APPEND) != 0) return nullptr;
+  auto opened = std::make_unique<PosixFile>(std::move(file), IdOf(status), name.text);
+  if (!isPrintedTo) return opened;
+  return std::make_unique<PrintedFile>(std::move(opened), status);
 }
 
 std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
-  if (IsStandardStream(name) || IsWrittenDirectly(Location(name)))
-    return OpenForWriting(name, false);
-  return ReplacingOutputFile::Open(name);
+  const Location location(name);
+  if (StandardStreamOf(location.GetPath()) >= 0) return OpenForWriting(name, false);
+  if (!location.IsFilePath()) return nullptr;
+  struct stat status;
+  const Place& place = location.GetPlace();
+  if (fstatat(place.Directory(), place.Name(), &status, 0) != 0) {
+    // What stands there and cannot be told is not taken for nothing.
+    return errno == ENOENT ? ReplacingOutputFile::Open(name) : nullptr;
+  }
+  if (IsWrittenDirectly(status)) return OpenForWriting(name, false);
+  if (!IsPrintedTo(status)) return ReplacingOutputFile::Open(name);
+  PrintedFile::Begin();
+  std::unique_ptr<OutputFile> file = ReplacingOutputFile::Open(name);
+  if (!file) return nullptr;
+  return std::make_unique<PrintedFile>(std::move(file), status);
 }
 
 base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,

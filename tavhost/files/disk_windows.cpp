@@ -138,8 +138,6 @@ bool IsTakenByOther(Name name) {
 
 bool IsStandardStream(Name) { return false; }  // they have no paths here
 
-bool IsReadOnly(Name name) { return Has(Attributes(name), FILE_ATTRIBUTE_READONLY); }
-
 bool Delete(Name name) { return DeleteFileA(name.text) != 0; }
 
 void RemoveLeftover(const std::string& path) {
@@ -149,6 +147,8 @@ void RemoveLeftover(const std::string& path) {
 
 bool Copy(Name from, Name to, const CopyOptions& options) {
   const DWORD target = Attributes(to);
+  // A target of which nothing can be told would lose its rights.
+  if (target == INVALID_FILE_ATTRIBUTES && GetLastError() != ERROR_FILE_NOT_FOUND) return false;
   if (Has(target, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY) || IsSameFile(from, to)) {
     return false;
   }

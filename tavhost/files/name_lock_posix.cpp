@@ -9,10 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
 #include <iterator>
 #include <optional>
-#include <sstream>
 
 #include "tavhost/base/descriptor_posix.h"
 #include "tavhost/base/uninterrupted_posix.h"
@@ -51,21 +50,23 @@ bool IsOfThisMachine(int file) {
 
 // When a process began, in seconds since 1970; nothing when that cannot be told.
 std::optional<double> BeginOf(std::uint32_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-  std::string text;
-  std::getline(file, text, '\0');
+  const base::Descriptor file(
+      open(("/proc/" + std::to_string(process) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+  char text[1024];
+  const ssize_t length = file.IsOpen() ? read(file.Get(), text, sizeof text - 1) : -1;
+  if (length < 0) return std::nullopt;
+  text[length] = '\0';
   // Behind the name, which may hold anything, stand the fields from the third on.
-  std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
-  constexpr int kStateToBegin = 20;
-  std::string field;
-  for (int i = 0; i < kStateToBegin; ++i) fields >> field;
+  const char* field = std::strrchr(text, ')');
+  constexpr int kNameToBegin = 20;
+  for (int i = 0; field && i < kNameToBegin; ++i) field = std::strchr(field + 1, ' ');
   struct timespec now;
   struct timespec sinceBoot;
-  if (!fields || clock_gettime(CLOCK_REALTIME, &now) != 0 ||
+  if (!field || clock_gettime(CLOCK_REALTIME, &now) != 0 ||
       clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
     return std::nullopt;
   }
-  return std::strtod(field.c_str(), nullptr) / static_cast<double>(sysconf(_SC_CLK_TCK)) +
+  return std::strtod(field, nullptr) / static_cast<double>(sysconf(_SC_CLK_TCK)) +
          static_cast<double>(now.tv_sec - sinceBoot.tv_sec);
 }
 

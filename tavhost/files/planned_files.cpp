@@ -30,6 +30,7 @@ constexpr const char* kIsCurrent = "it is the current directory";
 constexpr const char* kIsFar = "a directory cannot be moved to another file system";
 constexpr const char* kIsItself = "it would be copied onto itself";
 constexpr const char* kIsTooLong = "its name is too long";
+constexpr const char* kUntold = "it cannot be told what is there";
 constexpr const char* kUnreadable = "what is in it cannot be read";
 
 // What scripts hold in their variables as well; longer files are told, but not kept.
@@ -100,6 +101,12 @@ bool HidesItsName(std::string_view pattern) {
   return IsDots(pattern.substr(pattern.find_last_of("/\\") + 1));
 }
 
+// Nothing can stand where there is no way to it.
+bool IsMissing(const std::error_code& error) {
+  return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+         error == std::errc::filename_too_long || error == std::errc::invalid_argument;
+}
+
 // What the disk has at a path.
 std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
   using Kind = PlannedFiles::Kind;
@@ -116,8 +123,9 @@ std::pair<PlannedFiles::Kind, bool> OnDisk(const std::string& path) {
       return {std::filesystem::is_directory(real, error) ? Kind::kDirectoryLink : Kind::kLink,
               false};
     case std::filesystem::file_type::not_found:
-    case std::filesystem::file_type::none:
       return {Kind::kNone, false};
+    case std::filesystem::file_type::none:
+      return {IsMissing(error) ? Kind::kNone : Kind::kUnknown, false};
     default:
       return {Kind::kOther, false};
   }
@@ -162,7 +170,11 @@ bool PlannedFiles::ByName::operator()(const std::string& a, const std::string& b
   return dir_entry::kIgnoresCase ? ascii::CompareInUpperCase(a, b) < 0 : a < b;
 }
 
-PlannedFiles::PlannedFiles() : root_(MakeNode({Kind::kDirectory})) {}
+// Paths are told apart by how they are written from the root on: where they begin is asked once, so
+// that no later answer differs.
+PlannedFiles::PlannedFiles() : root_(MakeNode({Kind::kDirectory})) {
+  if (!disk::CurrentFolder().empty()) dir_entry::SetCurrentDirectory(Full("."));
+}
 
 PlannedFiles::Node* PlannedFiles::MakeNode(Node node) {
   nodes_.push_back(std::make_unique<Node>(std::move(node)));
@@ -267,7 +279,8 @@ PlannedFiles::Node& PlannedFiles::NodeOfFolder(const std::string& path) {
     if (!entry) {
       const Kind kind = OnDisk(real).first;
       const bool isThere = kind != Kind::kNone;
-      entry = MakeNode({isThere ? kind : Kind::kDirectory, false, isThere ? real : ""});
+      const bool isTold = isThere && kind != Kind::kUnknown;
+      entry = MakeNode({isTold ? kind : Kind::kDirectory, false, isThere ? real : ""});
     }
     node = entry;
     real = node->real;
@@ -368,7 +381,7 @@ std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const Fo
       const std::string name = ToText(entry->path().filename());
       if (isChanged(name)) continue;
       auto [kind, isReadOnly] = OnDisk(Join(folder.real, name));
-      if (kind == Kind::kNone) {
+      if (kind == Kind::kNone || kind == Kind::kUnknown) {
         const std::optional<Kind> told = KindOf(*entry);
         if (!told) return std::nullopt;
         kind = *told;
@@ -409,7 +422,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
     search->folder = folder;
     if (!file_names::HasWildcard(mask)) {
       Entry entry = At({pattern});
-      if (!IsReadable(in.real)) return nullptr;
+      if (!IsReadable(in.real) || entry.kind == Kind::kUnknown) return nullptr;
       if (entry.kind != Kind::kNone) search->entries.push_back(std::move(entry));
     } else {
       for (const char* dots : {".", ".."}) {
@@ -486,12 +499,13 @@ bool PlannedFiles::MakeDirectory(disk::Name name, bool mayBeThere) {
   const std::string folder = Parted(*path).first;
   if (IsInSearched(folder)) return Fail(*path, kIsInside);
   const Kind kind = Find(*path).kind;
-  if (kind == Kind::kDirectory && mayBeThere) return false;
+  // What cannot be told now is asked again by whoever is to fill it.
+  if ((kind == Kind::kDirectory || kind == Kind::kUnknown) && mayBeThere) return false;
   if (kind == Kind::kDirectoryLink && !searches_.empty()) {
     closedWay_ = *path;
     return Fail(*path, "it is a link");
   }
-  if (kind != Kind::kNone) return Fail(*path, kExists);
+  if (kind != Kind::kNone) return Fail(*path, kind == Kind::kUnknown ? kUntold : kExists);
   if (!IsDirectory(folder)) return Fail(*path, kNoDirectory);
   if (IsNameTooLong(*path)) return Fail(*path, kIsTooLong);
   dry_run::Tell({Act::kCreateDirectory, *path});
@@ -508,6 +522,7 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
     Put(*path, {});
     return true;
   }
+  if (found.kind == Kind::kUnknown) return Fail(*path, kUntold);
   if (found.kind != Kind::kDirectory) return Fail(*path, kNoDirectory);
   if (*path == Full(".")) return Fail(*path, kIsCurrent);
   const std::optional<std::vector<Entry>> entries = EntriesOf(found);
@@ -523,6 +538,7 @@ bool PlannedFiles::Delete(disk::Name name) {
   if (!path || (name.isScripts && EndsInSeparator(name.text))) return Refuse(name, kNoPath);
   const Found found = Find(*path);
   if (found.kind == Kind::kNone) return Fail(*path, kNoFile);
+  if (found.kind == Kind::kUnknown) return Fail(*path, kUntold);
   if (found.kind == Kind::kDirectory) return Fail(*path, kIsDirectory);
   if (found.isReadOnly) return Fail(*path, kIsReadOnly);
   if (IsUnderWay(*path)) return Fail(*path, kIsOpen);
@@ -541,12 +557,14 @@ bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   const bool isLink = copied.kind == Kind::kLink || copied.kind == Kind::kDirectoryLink;
   const bool leadsToFile = isLink && options.followLink && IsLeadingToFile(copied.real);
   if (copied.kind == Kind::kNone) return Fail(*source, kNoFile);
+  if (copied.kind == Kind::kUnknown) return Fail(*source, kUntold);
   if (copied.kind == Kind::kDirectory) return Fail(*source, kIsDirectory);
   if (copied.kind == Kind::kOther || (isLink && options.followLink && !leadsToFile)) {
     return Fail(*source, "it is no plain file");
   }
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
   if (present.kind == Kind::kDirectory) return Fail(*target, kIsDirectory);
+  if (present.kind == Kind::kUnknown) return Fail(*target, kUntold);
   if (present.kind != Kind::kNone) {
     if (IsEqual(*source, *target) ||
         (!(isLink && !options.followLink) && IsOneFile(copied, present)))
@@ -578,13 +596,16 @@ bool PlannedFiles::Move(disk::Name from, disk::Name to) {
   const bool namesDirectory =
       (from.isScripts && EndsInSeparator(from.text)) || (to.isScripts && EndsInSeparator(to.text));
   if (moved.kind == Kind::kNone) return Fail(*source, kNoFile);
+  if (moved.kind == Kind::kUnknown) return Fail(*source, kUntold);
   if (namesDirectory && moved.kind != Kind::kDirectory) return Fail(*source, kNoDirectory);
   if (IsUnderWay(*source)) return Fail(*source, kIsOpen);
   if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
   if (IsUnmovable(from, *source)) return Fail(*source, kIsCurrent);
   const bool isItself = *source == *target;
-  if (!isItself && !IsEqual(*source, *target) && Find(*target).kind != Kind::kNone) {
-    return Fail(*target, kExists);
+  if (!isItself && !IsEqual(*source, *target)) {
+    const Kind present = Find(*target).kind;
+    if (present == Kind::kUnknown) return Fail(*target, kUntold);
+    if (present != Kind::kNone) return Fail(*target, kExists);
   }
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
   if (IsNameTooLong(*target)) return Fail(*target, kIsTooLong);
@@ -719,6 +740,7 @@ std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, 
   if (present.kind == Kind::kDirectory || present.kind == Kind::kDirectoryLink) {
     reason = kIsDirectory;
   }
+  if (present.kind == Kind::kUnknown) reason = kUntold;
   if (present.isReadOnly) reason = kIsReadOnly;
   if (when == Appears::kAtClose && IsUnderWay(*path)) reason = kIsOpen;
   if (!reason && IsNameTooLong(*path)) reason = kIsTooLong;
@@ -743,10 +765,16 @@ std::string PlannedFiles::NewTemporaryFile(const std::string& prefix) {
     return "";
   }
   std::string path;
+  Kind present;
   do {
     const std::string number = std::to_string(++temporaryFiles_);
     path = Full(disk::Join(folder, prefix + "dry" + number));
-  } while (Find(path).kind != Kind::kNone);
+    present = Find(path).kind;
+  } while (present != Kind::kNone && present != Kind::kUnknown);
+  if (present == Kind::kUnknown) {
+    Fail(path, kUntold);
+    return "";
+  }
   dry_run::Tell({Act::kCreate, path});
   Put(path, {Kind::kFile});
   return path;

@@ -22,7 +22,8 @@ class PlannedOutput;
 // missing, and that two paths reach one file through a link.
 class PlannedFiles {
  public:
-  enum class Kind { kNone, kFile, kDirectory, kLink, kDirectoryLink, kOther };
+  // kUnknown: the disk does not tell what stands there, or whether anything does.
+  enum class Kind { kNone, kFile, kDirectory, kLink, kDirectoryLink, kOther, kUnknown };
 
   struct Entry {
     std::string name = {};

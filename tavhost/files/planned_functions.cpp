@@ -19,6 +19,7 @@ Command command;
 DWORD AttributesOf(const PlannedFiles::Entry& entry) {
   switch (entry.kind) {
     case Kind::kNone:
+    case Kind::kUnknown:
       return INVALID_FILE_ATTRIBUTES;
     case Kind::kDirectory:
       return FILE_ATTRIBUTE_DIRECTORY;

@@ -37,9 +37,10 @@ bool MakeDirectory(const char* text) {
   return made;
 }
 
+// True as well when that cannot be told.
 bool IsCurrentDirectory(const struct stat& status) {
   struct stat current;
-  return stat(".", &current) == 0 && IdOf(current) == IdOf(status);
+  return fstatat(AT_FDCWD, "", &current, AT_EMPTY_PATH) != 0 || IdOf(current) == IdOf(status);
 }
 
 bool RemoveDirectory(const char* text) {

@@ -101,13 +101,15 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   options.move = true;
   options.synced = true;
   if (!CopyFile(from, to, options)) return false;
-  // What somebody has written meanwhile is not in the copy.
+  int error = SyncFolderOf(to) ? 0 : errno;
+  // What somebody has written meanwhile is not in the copy. Nothing stands between this look and
+  // the removal.
   struct stat now;
   const bool same = from.Status(now) && IdOf(now) == IdOf(source) &&
                     now.st_size == source.st_size && now.st_mtim.tv_sec == source.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == source.st_mtim.tv_nsec;
-  if (same && SyncFolderOf(to) && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
-  const int error = same ? errno : EBUSY;
+  if (error == 0 && same && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
+  if (error == 0) error = same ? errno : EBUSY;
   unlinkat(to.Directory(), to.Name(), 0);
   return Refuse(error);
 }

@@ -21,6 +21,12 @@ namespace {
 constexpr off_t kLong = off_t{256} << 10;
 constexpr mode_t kAllWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 
+// A link that leads nowhere, or where this user may not look.
+bool LeadsNowhere(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG ||
+         error == EACCES;
+}
+
 // Whether a copy may take the place of what stands at the target.
 bool MayReplace(const Place& to, const struct stat& target, FileId source) {
   if (S_ISDIR(target.st_mode)) {
@@ -29,7 +35,7 @@ bool MayReplace(const Place& to, const struct stat& target, FileId source) {
   }
   struct stat reached = target;
   if (S_ISLNK(target.st_mode) && fstatat(to.Directory(), to.Name(), &reached, 0) != 0) {
-    return true;  // a link to nothing
+    return LeadsNowhere(errno);
   }
   if (IdOf(target) == source || IdOf(reached) == source || IsOpenFile(IdOf(target))) {
     errno = EBUSY;
@@ -134,6 +140,8 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
   struct stat target;
   const bool isThere =
       options.replace && fstatat(to.Directory(), to.Name(), &target, AT_SYMLINK_NOFOLLOW) == 0;
+  // A target of which nothing can be told would lose its mode and its owner.
+  if (options.replace && !isThere && errno != ENOENT) return false;
   const struct stat* const replaced = isThere && S_ISREG(target.st_mode) ? &target : nullptr;
   // Publishing looks at the target anyway. A long copy looks before, too, so as not to work in
   // vain.

@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import signal
 import subprocess
+import time
 
 from ground import Broken, write
 from writers import OPEN, PATIENCE, expect_text, finish, start, wait
@@ -143,6 +144,33 @@ def kept_while_copied(runner):
     shutil.rmtree(folder)
 
 
+def kept_for_the_living(runner):
+    """Without a lock as well, what may be a living program's stays."""
+    folder = prepare(runner)
+    living = subprocess.Popen(["sleep", "600"])
+    name = f".tavhost-{living.pid}-1.tmp"
+    (folder / "area/0" / name).touch()
+    look(runner, folder)
+    expect_strays(folder, [name], "a living process")
+    living.kill()
+    living.wait()
+    look(runner, folder)
+    expect_strays(folder, [], "a process that is gone")
+    shutil.rmtree(folder)
+
+
+def number_of_another(runner, container, number):
+    """A living process that has only the number of the one that is gone keeps nothing."""
+    folder = prepare(runner)
+    (folder / f"area/0/.tavhost-{number}-1.tmp").touch()
+    time.sleep(2.5)  # time itself is tested: the other one begins later than the file
+    write(folder / "look.tav", "DB_FILE_LIST\n")
+    subprocess.run([*container, "sh", "-c", 'test $$ = "$1" && "$2" --db area run look.tav; exit $?',
+                    "sh", str(number), runner.tavhost], cwd=folder, check=True, timeout=PATIENCE)
+    expect_strays(folder, [], "a number that another process has by now")
+    shutil.rmtree(folder)
+
+
 def very_many(runner, count):
     """Ever so many are no hindrance: each look takes some away."""
     folder = prepare(runner)
@@ -160,15 +188,15 @@ def very_many(runner, count):
 
 
 def other_container():
-    """A command in front of others that runs them under a number that no process here has; none
-    where that cannot be."""
+    """A command in front of others that runs them under a number that no process here has, and the
+    number; none where that cannot be."""
     highest = int(pathlib.Path("/proc/sys/kernel/pid_max").read_text())
     free = next(n for n in range(highest - 100, 300, -1) if not os.path.exists(f"/proc/{n}"))
-    command = ["unshare", "--pid", "--fork", "--kill-child", "sh", "-c",
+    command = ["unshare", "--pid", "--fork", "--kill-child", "--mount-proc", "sh", "-c",
                f'echo {free - 1} > /proc/sys/kernel/ns_last_pid || exit 9; "$@"; exit $?', "sh"]
     tried = subprocess.run([*command, "sh", "-c", "echo $$"], stdout=subprocess.PIPE,
                            stderr=subprocess.DEVNULL, text=True)
-    return command if tried.stdout == f"{free}\n" else None
+    return (command, free) if tried.stdout == f"{free}\n" else None
 
 
 def cases(runner, long):
@@ -180,9 +208,13 @@ def cases(runner, long):
     yield "what a killed FILE_COPY left", lambda: removed(
         runner, 'FILE_COPY from:"text" to:"db:\\\\k" copy-file-attributes', LOOKS[0])
     yield "what is open is left", lambda: kept_while_open(runner, [])
-    if container := shutil.which("unshare") and other_container():
+    yield "what a living program left is left", lambda: kept_for_the_living(runner)
+    if found := shutil.which("unshare") and other_container():
+        container, number = found
         yield "what is open in another container is left", (
             lambda: kept_while_open(runner, container))
+        yield "what another program of that number left", (
+            lambda: number_of_another(runner, container, number))
     else:
         print("skipped here, where processes cannot have numbers of their own: other containers")
     yield "what is copied is left", lambda: kept_while_copied(runner)

@@ -118,11 +118,14 @@ class Runner:
               f'a = (ecode: -1)\nb = a\ncode = "error"\nmessage = ""\nFILE_EXISTS file:"FAULT-BEGIN"\n'
               f'try {{ {command} -> r\ncode = r.ecode }} catch e {{ message = e.message }}\n'
               f'FILE_EXISTS file:"FAULT-END"\nprint code\nprint message\n{scenario.tail}\n')
-        environment = dict(os.environ, LD_PRELOAD=str(self.library), FAULT_COUNT="count",
-                           FAULT_REFUSE=scenario.refuse, **extra)
-        done = subprocess.run(
-            [self.tavhost, "--db", "area", "run", "script.tav"], cwd=place.base, env=environment,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120, text=True)
+        environment = dict(os.environ, LD_PRELOAD=str(self.library),
+                           FAULT_COUNT=str(place.base / "count"), FAULT_REFUSE=scenario.refuse,
+                           **extra)
+        with open(place.base / scenario.stdin if scenario.stdin else os.devnull) as stdin:
+            done = subprocess.run(
+                [self.tavhost, "--db", "area", "run", "script.tav"], cwd=place.base,
+                env=environment, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                timeout=120, text=True)
         killed = done.returncode == -9 and fault == "kill"
         if done.returncode != 0 and not killed:
             raise Broken(f"exit code {done.returncode}: {done.stderr.strip()} "
@@ -212,10 +215,10 @@ def calls_to_try(scenario, functions, fault, path, long):
     """The numbers of the calls at which a fault is tried."""
     calls = range(1 + scenario.named.get(path, 0), len(functions) + 1)
     if path:
-        return sample(calls, scenario.most if long else 6)
+        return sample(calls, scenario.most if long or scenario.is_short else 6)
     if fault == "short":
         calls = [at for at in calls if functions[at - 1] in SHORTENED]
-    if long:
+    if long or scenario.is_short:
         return calls
     # One call of each function, the one in the middle.
     of_function = {}
@@ -860,11 +863,32 @@ def without_permission(runner, mode, readable):
     shutil.rmtree(folder)
 
 
+# Each with what it answers when it failed.
+BAD_LOOKS = {
+    'DIR_LIST path:"src"': "(ecode: 1)",
+    'IS_DIR_EMPTY path:"src"': "(ecode: 1)",
+    'DIR_REMOVE path:"src"': "(ecode: 1)",
+    'FWRITE file:"src/a.txt" text:"x"': "(ecode: 1, written: 0)",
+    'FWRITE file:"src/a.txt" text:"x" append': "(ecode: 1, written: 0)",
+    'FREAD file:"src/a.txt"': '(ecode: 2, text: "")',
+    'FDELETE file:"src/a.txt"': "(ecode: 0)",
+    'DELETE_FILES "src/sub"': "(ecode: 1)",
+    'FILE_COPY from:"src/a.txt" to:"src/sub/b.txt"': "(ecode: 1)",
+    'COPY_FILES "src/sub" to:"to" no-overwrite overwrite-existing-dir': "(ecode: 1)",
+    'FILE_RENAME from:"src/a.txt" to:"src/sub/b.txt"': "(ecode: 1)",
+    'FILE_RENAME from:"src/a.txt" to:"src/new"': "(ecode: 1)",
+    'DIR_CREATE path:"src/sub"': "(ecode: 1)",
+    'DIR_CREATE path:"src/new"': "(ecode: 1)",
+}
+
+
 def dry_run_on_bad_disk(runner, command):
     """Whatever call fails, a dry run has an answer for the script: what is there, or that it failed,
-    and never a list of less than there is."""
+    never a list of less than there is; and it tells the steps that it would without the fault, or
+    none of those that it tells to have failed."""
     folder = runner.folder()
     make_tree(folder / "src", NEW)
+    make_tree(folder / "to/sub", OLD)
     write(folder / "script.tav", f'FILE_EXISTS file:"FAULT-BEGIN"\n{command} -> r\n'
                                  'FILE_EXISTS file:"FAULT-END"\nprint r\n')
 
@@ -875,16 +899,20 @@ def dry_run_on_bad_disk(runner, command):
                               timeout=60, text=True)
         if done.returncode != 0 or done.stderr:
             raise Broken(f"{command} under {fault}: {done} (left in {folder})")
-        return [line for line in done.stdout.splitlines() if line.startswith("(")]
+        lines = done.stdout.splitlines()
+        answer = [line for line in lines if line.startswith("(")]
+        steps = {line for line in lines if re.match("would (?!fail)", line)}
+        return answer, steps, done.stdout
 
-    right = run()
+    _, steps, told = run()
     calls = len((folder / "count").read_text().split()) - 2
-    if calls < 3:
-        raise Broken(f"{command} makes {calls} calls only")
+    if calls < 1:
+        raise Broken(f"{command} looks at nothing")
     for at, number in itertools.product(range(1, calls + 1), (errno.EIO, errno.EMFILE)):
-        answer = run(FAULT_AT=str(at), FAULT_DO=f"error:{number}")
-        if answer not in (right, ["(ecode: 1)"]):
-            raise Broken(f"{command}: {answer}, not {right}, when call {at} fails (left in {folder})")
+        found, done, said = run(FAULT_AT=str(at), FAULT_DO=f"error:{number}")
+        where = f"when call {at} fails with {number} (left in {folder})"
+        if said != told and (found != [BAD_LOOKS[command]] or not done <= steps):
+            raise Broken(f"{command}: it told {said!r}, not {told!r}, {where}")
     remove(folder)
 
 
@@ -944,7 +972,7 @@ def other_cases(runner, long):
     for mode, readable in ((0o000, False), (0o444, True), (0o555, True), (0o311, False)):
         yield f"a folder of mode {mode:03o}", (
             lambda m=mode, r=readable: without_permission(runner, m, r))
-    for command in ('DIR_LIST path:"src"', 'IS_DIR_EMPTY path:"src"', 'DIR_REMOVE path:"src"'):
+    for command in BAD_LOOKS:
         yield "a dry run on a bad disk", lambda c=command: dry_run_on_bad_disk(runner, c)
     looks = 5000 if long else 100
     yield "copies to one file at once", lambda: at_once(

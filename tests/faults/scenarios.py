@@ -32,6 +32,8 @@ class Scenario:
     only_swaps: bool = False
     believed: str = ""  # an error that is an answer: what is said not to exist may be made
     most: int = 1000000  # calls that are tried in the long form
+    is_short: bool = False  # so that every call is tried in the short form, too
+    stdin: str = ""  # the file that is standard input
 
 
 def trees(old=False):
@@ -250,6 +252,59 @@ def prepare_two_names(place):
     os.link(place.base / "target", place.base / "renamed")
 
 
+def prepare_private(place):
+    prepare_single(place)
+    os.chmod(place.base / "target", 0o600)
+
+
+def check_private(place):
+    check_single()(place)
+    if (mode := os.stat(place.base / "target").st_mode & 0o777) != 0o600:
+        raise Broken(f"the target was private and has the mode {mode:03o} now")
+
+
+def prepare_current(place):
+    place.to.mkdir()
+    make_tree(place.base / "outside", KEEP)
+
+
+def check_current(place):
+    is_current = not place.printed or place.printed.startswith("0")
+    if is_current and (not place.to.is_dir() or place.printed not in ("0 1\n", "")):
+        raise Broken(f"the current directory was removed: {place.printed!r}")
+
+
+def prepare_held(place):
+    prepare_single(place)
+    place.before = os.stat(place.base / "target").st_ino
+
+
+def check_held(place):
+    """A file that somebody holds is written in place, if it is written: its holder would see nothing
+    of another one under its name."""
+    is_held = place.printed.startswith("0") or not place.printed
+    if is_held and os.stat(place.base / "target").st_ino != place.before:
+        raise Broken("there is another file under the name of the one that is held")
+    if place.success and place.text(place.base / "target") != NEW:
+        raise Broken("it is not complete although the command said so")
+
+
+def check_moved_file(place):
+    found = [place.text(place.base / "from"), place.text(place.to / "from")]
+    if any(text not in (None, contents(NEW, "sub/large.bin"), THEIRS) for text in found):
+        raise Broken("the file is half written")
+    gone = place.acts and place.acted_at == "unlinkat"
+    if place.acts and place.fault == "replace" and THEIRS not in found and not gone:
+        raise Broken("what replaced the file meanwhile was lost")
+    if not place.acts and contents(NEW, "sub/large.bin") not in found:
+        raise Broken("the file is at neither place")
+
+
+def prepare_moved_file(place):
+    prepare_single(place)
+    place.to.mkdir()
+
+
 def check_area(old, new, is_copied=False):
     """Nothing else of the area changes."""
     def check(place):
@@ -361,6 +416,9 @@ ALL = [
              check_move(), MOVED, refuse="renameat2,copy_file_range,d_type"),
     Scenario("move a tree to another file system", 'MOVE_FILES "src" to:"{to}"', trees(),
              check_move(), FAR, far=True),
+    Scenario("move a file to another file system", 'MOVE_FILES "from" to:"{to}"',
+             prepare_moved_file, check_moved_file, {"replace": ["from"]}, far=True,
+             is_short=True),
     Scenario("copy a tree into itself",
              'COPY_FILES "src" to:"src\\\\sub\\\\deep" overwrite-existing-dir', prepare_itself,
              check_itself, success="1"),
@@ -398,6 +456,19 @@ ALL = [
              again='FILE_COPY from:"from" to:"target"', listed=False),
     Scenario("copy a file to a new one", 'FCOPY from:"from" to:"renamed"', prepare_single,
              check_single("renamed", None), success="1"),
+    Scenario("copy over a private file", 'FCOPY from:"from" to:"target"', prepare_private,
+             check_private, success="1", believed="ENOENT", is_short=True),
+    Scenario("remove the current directory",
+             'SET_CWD path:"{to}" -> b\nDIR_REMOVE path:"{to}" -> a\nSET_CWD path:"{to}/.."',
+             prepare_current, check_current, tail="print b.ecode, a.ecode", believed="ENOENT",
+             is_short=True),
+    Scenario("write a file that was left open", 'FWRITE open file:"target" -> a\n'
+             'FWRITE open file:"renamed"\nFWRITE close\n'
+             f'FWRITE file:"target" text:"{NEW}"', prepare_held, check_held,
+             tail="print a.ecode", believed="ENOENT", is_short=True),
+    Scenario("write the file that is standard input", f'FWRITE file:"target" text:"{NEW}"',
+             prepare_held, check_held, tail="print 0", stdin="target", believed="ENOENT",
+             is_short=True),
     Scenario("rename a file", 'FILE_RENAME from:"from" to:"renamed"', prepare_rename,
              check_rename, {"appear": ["renamed"]}),
     Scenario("rename a file where the system cannot help", 'FILE_RENAME from:"from" to:"renamed"',

@@ -180,6 +180,47 @@ def slow_reader(runner):
     shutil.rmtree(folder)
 
 
+PRINTED_TO = """
+    print "1"
+    FWRITE file:"out" text:"2\n" append
+    print "3"
+    FWRITE open file:"out" append
+    print "4"
+    FWRITE text:"5\n"
+    print "6"
+    FWRITE close
+    print "7"
+"""
+
+
+def printed_to(runner):
+    """In a file to which the program prints, too, everything stands in the order in which it came,
+    however the file was opened; whatever replaces its text, the rest stands behind."""
+    folder = runner.folder()
+    out = folder / "out"
+
+    def run(text, mode, *streams):
+        write(folder / "script.tav", text)
+        with open(out, mode) as file:
+            subprocess.run([runner.tavhost, "run", "script.tav"], cwd=folder, check=True,
+                           timeout=PATIENCE, **{stream: file for stream in streams})
+
+    whole = "".join(f"{number}\n" for number in range(1, 8))
+    for mode, before in (("a", "before\n"), ("w", "")):
+        write(out, "before\n")
+        run(PRINTED_TO, mode, "stdout", "stderr")
+        expect_text(out, before + whole)
+    run('print "gone"\nFWRITE file:"out" text:"new\n"\nprint "1"', "w", "stdout")
+    expect_text(out, "new\n1\n")
+    run('print "gone"\nFWRITE open file:"out"\nprint "1"\nFWRITE text:"2\n"\nprint "3"', "w",
+        "stdout")
+    expect_text(out, "1\n2\n3\n")
+    run('FWRITE file:"out" text:"1\n" append\nFWRITE file:"/dev/stderr" text:"2\n"\n'
+        'FWRITE file:"out" text:"3\n" append', "w", "stderr")
+    expect_text(out, "1\n2\n3\n")
+    shutil.rmtree(folder)
+
+
 def in_the_area(runner, folder):
     (folder / "disk/area").mkdir()
     (folder / "area").symlink_to("disk/area")
@@ -296,6 +337,7 @@ def cases(runner, long, disk):
     yield "a second writer in another process", lambda: second_process(runner)
     yield "appends at once", lambda: appends_at_once(runner, 3, 150 if long else 50)
     yield "a slow reader", lambda: slow_reader(runner)
+    yield "a file that is printed to", lambda: printed_to(runner)
     for name, command in LONG_COMMANDS.items():
         yield f"{name} stopped", lambda n=name, c=command: stopped_in_the_middle(runner, n, c)
     if disk:
