@@ -1020,6 +1020,8 @@ def main():
                         help="the cases whose name matches this regular expression")
     parser.add_argument("--scratch", metavar="DIR", help="where to work (default: in memory)")
     options = parser.parse_args()
+    # In the background of a shell it is ignored, also by the programs that are to be stopped here.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     failures = cases = 0
     lock = threading.Lock()
 
