@@ -33,9 +33,11 @@ class ListenerOf final : public Listener {
         clients_(std::move(clients)) {}
 
   void Accept() override {
+    if (accepting_) return;
     acceptor_.async_accept(
         [self = this->shared_from_this(), this](const auto& error,
                                                 boost::asio::basic_stream_socket<Protocol> socket) {
+          accepting_ = false;
           if (error) return OnError(error);
           const memory_reserve::Use reserve;
           try {
@@ -43,8 +45,16 @@ class ListenerOf final : public Listener {
           } catch (const std::bad_alloc&) {
             report::Line("script service: out of memory");  // the connection closes
           }
-          Next();
+          Resume();
         });
+    accepting_ = true;
+  }
+
+  // Whoever comes while all connections are in use by those who may use them waits.
+  void Resume() override {
+    if (accepting_ || !acceptor_.is_open()) return;
+    if (state_.IsFull() && !state_.MakeRoom()) return state_.paused.push_back(this);
+    Accept();
   }
 
   void Close() override {
@@ -86,13 +96,6 @@ class ListenerOf final : public Listener {
     state_.Begin(std::move(socket), client.empty() ? clients_ : client);
   }
 
-  // Whoever comes while all connections are in use by those who may use them waits.
-  void Next() {
-    if (!acceptor_.is_open()) return;
-    if (state_.IsFull() && !state_.MakeRoom()) return state_.paused.push_back(this);
-    Accept();
-  }
-
   void OnError(const boost::system::error_code& error) {
     if (!acceptor_.is_open() || error == boost::asio::error::operation_aborted) return;
     if (error == boost::asio::error::connection_aborted) return Accept();
@@ -111,6 +114,7 @@ class ListenerOf final : public Listener {
   Acceptor acceptor_;
   boost::asio::steady_timer retry_;
   const std::string clients_;  // what their clients are called in the log
+  bool accepting_ = false;
 };
 
 }  // namespace script::service

@@ -39,6 +39,7 @@ class PathListener final : public Listener {
   ~PathListener() override { unlink(path_.c_str()); }
 
   void Accept() override { listener_->Accept(); }
+  void Resume() override { listener_->Resume(); }
   void Close() override { listener_->Close(); }
 
  private:

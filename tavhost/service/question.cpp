@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <tl/expected.hpp>
 #include <utility>
@@ -42,13 +43,13 @@ Reply Refused(unsigned status, const std::string& reason) { return {status, Erro
 
 }  // namespace
 
-std::optional<Reply> Queue::Answer(std::shared_ptr<Job> job) {
+std::optional<Reply> Queue::Answer(const std::shared_ptr<Job>& job) {
   const std::lock_guard lock(mutex_);
   if (job->order.question == openQuestion_ && !openQuestion_.empty()) {
     if (answer_) {
       return Refused(409, "another answer to the question is being looked at");
     }
-    answer_ = std::move(job);
+    answer_ = job;
     event_loop::WakeUp();
     return std::nullopt;
   }
@@ -71,6 +72,7 @@ void Queue::Ask(Question& question) {
     stop::Request(stop::Reason::kNoAnswer);
     throw stop::Stopped();
   }
+  Reply reply{200, std::move(*json), running_->id, id};
   const auto begin = Clock::now();
   std::shared_ptr<Job> asked;
   {
@@ -80,7 +82,29 @@ void Queue::Ask(Question& question) {
     questionLeft_ = false;
     if (!closed_) asked.swap(waiter_);  // a service that ends takes no more answers
   }
-  if (asked) Send(asked, {200, std::move(*json), running_->id, id});
+  Send(asked, std::move(reply));
+  try {
+    if (AwaitAnswer(question, begin)) return;
+  } catch (const std::bad_alloc&) {
+    // Who has answered gets what becomes of the script.
+    std::shared_ptr<Job> second;
+    {
+      const std::lock_guard lock(mutex_);
+      openQuestion_.clear();
+      if (!waiter_) waiter_.swap(answer_);
+      second.swap(answer_);
+    }
+    SendError(second, kErrorNoMemory);
+    throw;
+  }
+  if (!stop::IsRequested()) {
+    if (!GetHostOptions().quiet) report::Line("script service: " + notAnswered_);
+    stop::Request(stop::Reason::kNoAnswer);
+  }
+  throw stop::Stopped();
+}
+
+bool Queue::AwaitAnswer(Question& question, Clock::time_point begin) {
   while (true) {
     RunServiceStop();
     std::shared_ptr<Job> answer;
@@ -93,23 +117,24 @@ void Queue::Ask(Question& question) {
         notAnswered_ = WhyUnanswerable();
         if (!notAnswered_.empty()) {
           CloseQuestion(Refused(410, notAnswered_));
-          break;
+          return false;
         }
       }
     }
     if (answer) {
-      if (Accept(question, begin, answer)) return;
+      try {
+        if (Accept(question, begin, answer)) return true;
+      } catch (const std::bad_alloc&) {
+        const std::lock_guard lock(mutex_);
+        waiter_ = answer;
+        throw;
+      }
       continue;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(nearest - Clock::now());
     event_loop::WaitForEvents(static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0)));
     event_loop::ProcessEvents();
   }
-  if (!stop::IsRequested()) {
-    if (!GetHostOptions().quiet) report::Line("script service: " + notAnswered_);
-    stop::Request(stop::Reason::kNoAnswer);
-  }
-  throw stop::Stopped();
 }
 
 void Queue::LeaveQuestion(const std::string& id) {
@@ -135,9 +160,14 @@ void Queue::RunServiceStop() {
     waiting_.erase(found);
   }
   stop::Reason reason = stop::Requested();
-  if (reason != stop::Reason::kNone) return Send(job, {200, ErrorJson("the service ends")});
+  if (reason != stop::Reason::kNone) return SendError(job, kErrorServiceEnds);
   Reply reply;
-  reply.json = RunCommand(*job, reason);
+  try {
+    reply.json = RunCommand(*job, reason);
+  } catch (const std::bad_alloc&) {
+    SendError(job, kErrorNoMemory);
+    throw;
+  }
   if (reason != stop::Reason::kNone) stop::Request(reason);  // it is for the whole program
   Send(job, std::move(reply));
 }
@@ -145,7 +175,7 @@ void Queue::RunServiceStop() {
 bool Queue::Accept(Question& question, Clock::time_point begin,
                    const std::shared_ptr<Job>& answer) {
   if (answer->abandoned) {
-    Send(answer, ClientLeft());
+    SendError(answer, kErrorClientLeft);
     return false;
   }
   if (const base::Result<void> fit = question.Take(answer->text); !fit) {
@@ -160,15 +190,16 @@ bool Queue::Accept(Question& question, Clock::time_point begin,
     Send(answer, std::move(refusal));
     return false;
   }
+  Reply late = Refused(409, "the question has been answered");
   std::shared_ptr<Job> second;
   {
     const std::lock_guard lock(mutex_);
+    CloseQuestion(late);
     second.swap(answer_);
-    CloseQuestion(Refused(409, "the question has been answered"));
     waiter_ = answer;
     if (answer->abandoned) CutShort(Cut::kClientLeft);
   }
-  Send(second, Refused(409, "the question has been answered"));
+  Send(second, std::move(late));
   return true;
 }
 

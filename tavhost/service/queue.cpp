@@ -31,9 +31,7 @@ namespace script::service {
 namespace {
 
 constexpr char kRequestName[] = "request";
-constexpr char kClientLeft[] = "the client left";
 constexpr char kCancelled[] = "the request was cancelled";
-constexpr char kServiceEnds[] = "the service ends";
 
 using Clock = std::chrono::steady_clock;
 
@@ -91,6 +89,19 @@ std::string ShortNumber(double number) {
 
 }  // namespace
 
+namespace {
+
+// Empty where there is no memory for it.
+std::string ErrorOrNothing(const char* error) noexcept {
+  try {
+    return ErrorJson(error);
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
+
+}  // namespace
+
 std::string TooLongText() {
   constexpr std::size_t kMega = std::size_t{1} << 20;
   const std::size_t limit = GetHostOptions().replyLimit;
@@ -99,13 +110,14 @@ std::string TooLongText() {
   return "the reply is longer than " + size;
 }
 
-Reply ClientLeft() { return {200, ErrorJson(kClientLeft)}; }
-
-void Send(const std::shared_ptr<Job>& job, Reply reply) {
+void Send(const std::shared_ptr<Job>& job, Reply reply) noexcept {
   if (!job) return;
-  const memory_reserve::Use reserve;
   const auto send = std::exchange(job->reply, nullptr);
   send(std::move(reply));
+}
+
+void SendError(const std::shared_ptr<Job>& job, const char* error) noexcept {
+  if (job) Send(job, {200, ErrorOrNothing(error)});
 }
 
 namespace {
@@ -120,17 +132,21 @@ std::filesystem::path CurrentFolder() {
 Queue::Queue(std::size_t limit)
     : limit_(limit), requestTime_(GetHostOptions().requestTime), folder_(CurrentFolder()) {}
 
-bool Queue::Add(std::shared_ptr<Job> job) {
+bool Queue::Add(const std::shared_ptr<Job>& job) {
   auto& limit = job->order.timeLimit;
   if (requestTime_ && (!limit || *limit > *requestTime_)) limit = requestTime_;
   const std::lock_guard lock(mutex_);
   if (closed_ || waiting_.size() >= limit_) return false;
-  waiting_.push_back(std::move(job));
+  waiting_.push_back(job);
   if (!openQuestion_.empty()) event_loop::WakeUp();  // it may be the end of the service
-  if (!announced_) {
-    announced_ = true;
+  if (announced_) return true;
+  try {
     event_loop::Post(RunWaitingRequests);
+  } catch (const std::bad_alloc&) {
+    waiting_.pop_back();
+    throw;
   }
+  announced_ = true;
   return true;
 }
 
@@ -155,7 +171,7 @@ void Queue::Abandon(Job& job) {
       job.abandoned = true;
     }
   }
-  Send(dropped, ClientLeft());
+  SendError(dropped, kErrorClientLeft);
 }
 
 // A stop that was asked for before is for the whole program, and stays so.
@@ -180,7 +196,7 @@ bool Queue::Cancel(const std::string& id) {
     dropped = std::move(*waits);
     waiting_.erase(waits);
   }
-  Send(dropped, {200, ErrorJson(kCancelled)});
+  SendError(dropped, kCancelled);
   return true;
 }
 
@@ -214,13 +230,17 @@ std::string Queue::StatusJson() const {
 }
 
 void Queue::Close() {
-  std::deque<std::shared_ptr<Job>> dropped;
-  {
-    const std::lock_guard lock(mutex_);
-    closed_ = true;
-    dropped.swap(waiting_);
+  while (true) {
+    std::shared_ptr<Job> dropped;
+    {
+      const std::lock_guard lock(mutex_);
+      closed_ = true;
+      if (waiting_.empty()) break;
+      dropped = std::move(waiting_.front());
+      waiting_.pop_front();
+    }
+    SendError(dropped, kErrorServiceEnds);
   }
-  for (const auto& job : dropped) Send(job, {200, ErrorJson(kServiceEnds)});
   event_loop::WakeUp();
 }
 
@@ -261,7 +281,7 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
         job->order.kind == Order::Kind::kScript ? RunScript(reason) : RunCommand(*job, reason);
   } catch (const std::bad_alloc&) {
     const memory_reserve::Use reserve;
-    reply.json = ErrorJson("out of memory");
+    reply.json = ErrorOrNothing(kErrorNoMemory);
   }
   // What the script made is the reply's now; the next one may need the memory.
   {
@@ -295,7 +315,7 @@ std::string Queue::StoppedText(stop::Reason reason, std::uint32_t line) const {
     const std::lock_guard lock(mutex_);
     switch (cut_) {
       case Cut::kClientLeft:
-        return notAnswered_.empty() ? kClientLeft : notAnswered_;
+        return notAnswered_.empty() ? kErrorClientLeft : notAnswered_;
       case Cut::kCancelled:
         return kCancelled;
       case Cut::kTime: {

@@ -22,9 +22,13 @@
 // thread, where scripts run.
 namespace script::service {
 
+inline constexpr char kErrorClientLeft[] = "the client left";
+inline constexpr char kErrorServiceEnds[] = "the service ends";
+inline constexpr char kErrorNoMemory[] = "out of memory";
+
 struct Reply {
   unsigned status = 200;
-  std::string json;
+  std::string json;        // empty: there was no memory for it
   std::string request{};   // the id of the one that it belongs to; empty: of the one it answers
   std::string question{};  // the id of the one that it asks, or that it is about
   bool takesOver = true;   // whether its connection is the question's from now on
@@ -36,7 +40,7 @@ struct Job {
   std::string text;
   std::chrono::steady_clock::time_point arrival;
   // Sends the reply. It keeps the connection alive until it is called, once, by whoever has the job
-  // at that time; from any thread.
+  // at that time; from any thread. It asks for no memory: each request gets its reply.
   std::function<void(Reply)> reply;
   // Set by Abandon for an answer that the script has taken but not accepted yet: its client is
   // gone.
@@ -45,9 +49,10 @@ struct Job {
 
 // Sends the job's reply, after which its connection is no longer held. Nothing happens for a null
 // job: nobody waits.
-void Send(const std::shared_ptr<Job>& job, Reply reply);
-// The reply to a client that has gone: nobody reads it, but the job lets its connection go.
-Reply ClientLeft();
+void Send(const std::shared_ptr<Job>& job, Reply reply) noexcept;
+// Sends this error. To a client that has gone too: nobody reads it, but the job lets its connection
+// go.
+void SendError(const std::shared_ptr<Job>& job, const char* error) noexcept;
 
 // Why a reply that does not fit is an error.
 std::string TooLongText();
@@ -57,11 +62,11 @@ class Queue {
  public:
   explicit Queue(std::size_t limit);
 
-  // From any thread. False when the queue is full.
-  bool Add(std::shared_ptr<Job> job);
+  // From any thread. False when the queue is full. A job that it throws for is not in it.
+  bool Add(const std::shared_ptr<Job>& job);
   // From any thread: an answer to the question that is open. It is handed to the script that asked,
   // or refused with the reply.
-  std::optional<Reply> Answer(std::shared_ptr<Job> job);
+  std::optional<Reply> Answer(const std::shared_ptr<Job>& job);
   // From any thread: nobody waits for the job's reply any more. It leaves the queue at once, or the
   // script that was to give the reply is stopped.
   void Abandon(Job& job);
@@ -113,6 +118,8 @@ class Queue {
   void CutShort(Cut why);  // with the lock held
   // While a question is open: carries out what waits if it is the command that stops the service.
   void RunServiceStop();
+  // Waits until the open question has an answer that fits. False: none can come any more.
+  bool AwaitAnswer(Question& question, std::chrono::steady_clock::time_point begin);
   // Whether the answer fits; the question, open since `begin`, is closed then.
   bool Accept(Question& question, std::chrono::steady_clock::time_point begin,
               const std::shared_ptr<Job>& answer);

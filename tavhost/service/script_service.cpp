@@ -201,10 +201,14 @@ void RunWaitingRequests() {
 void ServeUntilStopped() {
   constexpr std::uint32_t kLongWait = 60000;  // whatever comes wakes it up
   while (running && !stop::IsRequested() && standard_write::OutputError() == 0) {
-    RunWaitingRequests();
-    if (!running || stop::IsRequested()) break;
-    event_loop::WaitForEvents(kLongWait);
-    event_loop::ProcessEvents();
+    try {
+      RunWaitingRequests();
+      if (!running || stop::IsRequested()) break;
+      event_loop::WaitForEvents(kLongWait);
+      event_loop::ProcessEvents();
+    } catch (const std::bad_alloc&) {
+      report::Line("script service: out of memory");
+    }
   }
 }
 

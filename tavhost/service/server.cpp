@@ -2,12 +2,11 @@
 
 #include <utility>
 // After <utility>, which Asio needs and does not include itself.
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/v6_only.hpp>
-#include <boost/asio/post.hpp>
 
 #include <algorithm>
-#include <future>
 #include <new>
 #include <system_error>
 #include <tl/expected.hpp>
@@ -39,41 +38,70 @@ std::vector<std::string> OwnNames(const std::vector<std::string>& addresses) {
   return names;
 }
 
-// Want of memory ends what a connection was about, not the service.
-void RunToItsEnd(net::io_context& context) {
-  while (true) {
+}  // namespace
+
+// Want of memory ends what it befalls, not the service.
+void ServerState::Run() {
+  const auto work = net::make_work_guard(context);
+  while (!mustAbort && !(stopping && sessions.empty())) {
     try {
+      context.restart();
+      TakeCalls();
+      if (std::exchange(mustResume, false)) Resume();
       context.run();
-      return;
     } catch (const std::bad_alloc&) {
+      mustResume = true;
       report::Line(kNoMemory);
+      std::this_thread::sleep_for(kBeat);  // others may give some back
     }
+  }
+  ended = true;
+}
+
+void ServerState::Wake() noexcept { context.stop(); }
+
+void ServerState::SendLater(std::list<ReadyReply>& one) noexcept {
+  {
+    const std::lock_guard lock(repliesMutex);
+    replies.splice(replies.end(), one);
+    if (replies.size() > 1) return;
+  }
+  Wake();
+}
+
+void ServerState::SendReplies() {
+  std::list<ReadyReply> ready;
+  {
+    const std::lock_guard lock(repliesMutex);
+    ready.swap(replies);
+  }
+  for (ReadyReply& one : ready) one.session->OnReply(std::move(one.reply));
+}
+
+void ServerState::TakeCalls() {
+  SendReplies();
+  if (mustStop.exchange(false)) {
+    stopping = true;
+    CloseListeners();
+    ForEach([](Session& session) { session.End(); });
+    hasStopped = true;
+    hasStopped.notify_all();
   }
 }
 
-}  // namespace
+void ServerState::Resume() {
+  paused.clear();
+  for (const auto& listener : listeners) listener->Resume();
+  if (!beats) Beat();
+}
 
-void ServerState::SendLater(std::function<void()> send) {
-  {
-    const std::lock_guard lock(repliesMutex);
-    replies.push_back(std::move(send));
-    if (replies.size() > 1) return;
+template <typename Act>
+void ServerState::ForEach(const Act& act) {
+  for (auto at = sessions.begin(); at != sessions.end();) {
+    const auto session = (*at)->shared_from_this();
+    act(*session);
+    ++at;
   }
-  net::post(context, [this] {
-    std::vector<std::function<void()>> ready;
-    {
-      const std::lock_guard lock(repliesMutex);
-      ready.swap(replies);
-    }
-    const memory_reserve::Use reserve;
-    for (const auto& one : ready) {
-      try {
-        one();
-      } catch (const std::bad_alloc&) {
-        report::Line(kNoMemory);  // the connection closes
-      }
-    }
-  });
 }
 
 void ServerState::Begin(Socket socket, std::string client) {
@@ -98,31 +126,26 @@ bool ServerState::MakeRoom() {
   return true;
 }
 
-void ServerState::HasRoom() {
+void ServerState::HasRoom() noexcept {
   if (ended) return;
-  if (stopping) {
-    if (sessions.empty()) pulse.cancel();
-    return;
-  }
-  for (Listener* const listener : std::exchange(paused, {})) listener->Accept();
+  mustResume = !paused.empty();
+  if (mustResume || (stopping && sessions.empty())) Wake();
 }
 
 void ServerState::Beat() {
-  beats = !sessions.empty() || (!stopping && options.queue->IsBusy());
-  if (!beats) return;
+  if (sessions.empty() && (stopping || !options.queue->IsBusy())) return;
   pulse.expires_after(kBeat);
   pulse.async_wait([this](const boost::system::error_code& error) {
     if (error) return;
+    beats = false;
     options.queue->CheckTime();
     const auto now = Session::Clock::now();
-    std::vector<std::shared_ptr<Session>> all;
-    for (Session* const session : sessions) all.push_back(session->shared_from_this());
     otherEnds.BeginSweep();
-    for (const auto& session : all) session->Tick(now);
-    all.clear();
+    ForEach([now](Session& session) { session.Tick(now); });
     if (!paused.empty()) MakeRoom();
     Beat();
   });
+  beats = true;
 }
 
 void ServerState::CloseListeners() {
@@ -207,10 +230,7 @@ base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
   for (const auto& listener : state->listeners) listener->Accept();
   std::unique_ptr<Server> server(new Server(std::move(state)));
   try {
-    server->state_->thread = std::thread([state = server->state_.get()] {
-      RunToItsEnd(state->context);
-      state->ended = true;
-    });
+    server->state_->thread = std::thread([state = server->state_.get()] { state->Run(); });
   } catch (const std::system_error& failure) {
     return base::Failure(failure.code().message());
   }
@@ -229,30 +249,16 @@ Server::~Server() {
 std::uint16_t Server::Port() const { return state_->port; }
 
 void Server::Stop() {
-  const memory_reserve::Use reserve;
-  std::promise<void> closed;
-  net::post(state_->context, [this, &closed] {
-    state_->stopping = true;
-    state_->CloseListeners();
-    std::vector<std::shared_ptr<Session>> all;
-    for (Session* const session : state_->sessions) all.push_back(session->shared_from_this());
-    for (const auto& session : all) session->End();
-    closed.set_value();
-  });
-  if (!state_->ended) closed.get_future().wait();
+  state_->mustStop = true;
+  state_->Wake();
+  if (!state_->ended) state_->hasStopped.wait(false);
 }
 
 bool Server::HasEnded() const { return state_->ended; }
 
 void Server::Abort() {
-  const memory_reserve::Use reserve;
-  net::post(state_->context, [this] {
-    state_->stopping = true;
-    state_->CloseListeners();
-    std::vector<std::shared_ptr<Session>> all;
-    for (Session* const session : state_->sessions) all.push_back(session->shared_from_this());
-    for (const auto& session : all) session->Close();
-  });
+  state_->mustAbort = true;
+  state_->Wake();
 }
 
 }  // namespace script::service

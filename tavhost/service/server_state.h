@@ -36,8 +36,16 @@ class Listener : public std::enable_shared_from_this<Listener> {
   virtual ~Listener() = default;
 
   virtual void Accept() = 0;
+  // Accepts again, if there is room, unless it does.
+  virtual void Resume() = 0;
   virtual void Close() = 0;
   virtual std::uint16_t Port() const { return 0; }
+};
+
+// A reply on its way back to its connection.
+struct ReadyReply {
+  std::shared_ptr<Session> session;
+  Reply reply;
 };
 
 struct ServerState {
@@ -49,6 +57,8 @@ struct ServerState {
   std::uint64_t lastRequest = 0;    // its id
   std::uint16_t port = 0;           // 0: none
   bool stopping = false;
+  // Something has to go on that has come to a stand: see Resume.
+  bool mustResume = false;
   Seldom refusals;      // the system gives no more connections
   OtherEnds otherEnds;  // of the connections whose clients have sent their last byte
   std::atomic<bool> ended{false};
@@ -59,13 +69,20 @@ struct ServerState {
   // One timer looks after all that has an end in time, as long as there is any of it.
   boost::asio::steady_timer pulse{context};
   bool beats = false;
-  // Replies on their way from the user-interface thread. The first one wakes the server's thread
-  // up, which then sends all that are there.
+  // What other threads ask of the server's thread, which Wake has look. None of that takes memory.
   std::mutex repliesMutex;
-  std::vector<std::function<void()>> replies;
+  std::list<ReadyReply> replies;
+  std::atomic<bool> mustStop{false};
+  std::atomic<bool> hasStopped{false};
+  std::atomic<bool> mustAbort{false};
   std::thread thread;
 
-  void SendLater(std::function<void()> send);
+  // On the server's thread: all that it does.
+  void Run();
+  // From any thread: has the server's thread look at all that stands here.
+  void Wake() noexcept;
+  // From any thread: takes the one reply out of the list and sends it.
+  void SendLater(std::list<ReadyReply>& one) noexcept;
   // A new connection, of a client with this name in the log.
   void Begin(Socket socket, std::string client);
   // Closes a connection of one who has not sent a request that was accepted; false when there is
@@ -73,9 +90,17 @@ struct ServerState {
   bool MakeRoom();
   bool IsFull() const { return sessions.size() >= connectionLimit; }
   // Called by a session that ends.
-  void HasRoom();
+  void HasRoom() noexcept;
   void CloseListeners();
   void Beat();
+  // Lets listeners accept and the pulse beat where they do not: they waited for room, or there was
+  // no memory to go on.
+  void Resume();
+  void TakeCalls();
+  void SendReplies();
+  // Each session, also when that ends some.
+  template <typename Act>
+  void ForEach(const Act& act);
 
   // Adds listeners, or fails with the reason why not.
   base::Result<void> ListenOnPorts();

@@ -6,9 +6,13 @@
 #include <boost/beast/core/string.hpp>
 #include <boost/beast/http/field.hpp>
 #include <boost/beast/http/status.hpp>
+#include <list>
+#include <new>
 #include <utility>
 #include <variant>
 
+#include "tavhost/base/memory_reserve.h"
+#include "tavhost/base/report.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
 
@@ -102,8 +106,19 @@ void Session::ReadMore() {
   reading_ = true;
   socket_.async_read_some(net::buffer(incoming_),
                           [self = shared_from_this()](const auto& error, std::size_t count) {
-                            self->OnRead(error, count);
+                            self->Attempt([&] { self->OnRead(error, count); });
                           });
+}
+
+// Want of memory ends the connection that it befalls: neither waits for the other any more.
+template <typename Act>
+void Session::Attempt(const Act& act) {
+  try {
+    act();
+  } catch (const std::bad_alloc&) {
+    report::Line("script service: out of memory");
+    OnLost();
+  }
 }
 
 void Session::OnRead(const boost::system::error_code& error, std::size_t count) {
@@ -189,39 +204,45 @@ void Session::OnRequest() {
     default:
       break;
   }
-  job_ = std::make_shared<Job>();
-  job_->id = id_;
-  job_->text = std::move(body);
-  job_->order = std::move(order_);
-  job_->arrival = begin_;
+  const auto job = std::make_shared<Job>();
+  job->id = id_;
+  job->text = std::move(body);
+  job->order = std::move(order_);
+  job->arrival = begin_;
   // The session is handed on, not shared, when the reply comes: it must be destroyed on the
   // server's thread, never on the one that replies.
-  job_->reply = [self = shared_from_this()](Reply reply) mutable {
-    ServerState& state = self->state_;
-    state.SendLater([self = std::move(self), reply = std::move(reply)]() mutable {
-      self->job_.reset();
-      self->Answer(std::move(reply), true);
-      self->Work();
-      self->ReadMore();
-    });
+  std::list<ReadyReply> way;
+  way.push_back({shared_from_this(), {}});
+  job->reply = [&state = state_, way = std::move(way)](Reply reply) mutable {
+    way.front().reply = std::move(reply);
+    state.SendLater(way);
   };
   nextProbe_ = Clock::now() + kFirstProbe;
   hasProbed_ = false;
   isMissing_ = false;
-  HandOn();
+  HandOn(job);
 }
 
 // Answers are for the script that runs: they pass by the requests that wait.
-void Session::HandOn() {
-  if (job_->order.kind == Order::Kind::kAnswer) {
-    if (auto refusal = state_.options.queue->Answer(job_)) {
-      job_.reset();
-      Answer(std::move(*refusal), true);
+void Session::HandOn(const std::shared_ptr<Job>& job) {
+  if (job->order.kind == Order::Kind::kAnswer) {
+    if (auto refusal = state_.options.queue->Answer(job)) {
+      return Answer(std::move(*refusal), true);
     }
-  } else if (state_.stopping || !state_.options.queue->Add(job_)) {
-    job_.reset();
-    Refuse({503, "too many requests wait"}, true);
+  } else if (state_.stopping || !state_.options.queue->Add(job)) {
+    return Refuse({503, "too many requests wait"}, true);
   }
+  job_ = job;
+}
+
+void Session::OnReply(Reply reply) {
+  Attempt([&] {
+    const memory_reserve::Use reserve;
+    job_.reset();
+    Answer(std::move(reply), true);
+    Work();
+    ReadMore();
+  });
 }
 
 // To a client on another machine that speaks HTTP/1.0 nothing can be sent before its reply: that it
@@ -257,7 +278,7 @@ void Session::Answer(Reply reply, bool keep) {
   if (id_.empty()) id_ = std::to_string(++state_.lastRequest);
   Log(reply.status);
   keeps_ = keep && !ending_ && reader_.Get().keep_alive();
-  body_ = std::move(reply.json);
+  body_ = reply.json.empty() ? ErrorJson(kErrorNoMemory) : std::move(reply.json);
   BuildHead(reply.status, keeps_, body_.size(), reply.request.empty() ? id_ : reply.request);
   if (reader_.Get().method() == http::verb::head) body_.clear();
   // One who has said that the connection ends here comes back with the answer on another.
@@ -303,9 +324,11 @@ void Session::WriteMore() {
   }
   socket_.async_wait(Socket::wait_write, [self = shared_from_this()](const auto& error) {
     if (error || !self->open_) return self->Close();
-    self->WriteMore();
-    self->Work();
-    self->ReadMore();
+    self->Attempt([&self] {
+      self->WriteMore();
+      self->Work();
+      self->ReadMore();
+    });
   });
 }
 

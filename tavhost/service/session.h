@@ -33,6 +33,8 @@ class Session : public std::enable_shared_from_this<Session> {
   ~Session();
 
   void Start();
+  // The reply to the request that is carried out.
+  void OnReply(Reply reply);
   // Several times a second.
   void Tick(Clock::time_point now);
   Worth GetWorth() const;
@@ -43,6 +45,8 @@ class Session : public std::enable_shared_from_this<Session> {
  private:
   static constexpr std::size_t kPiece = 16 * 1024;
 
+  template <typename Act>
+  void Attempt(const Act& act);
   void ReadMore();
   void OnRead(const boost::system::error_code& error, std::size_t count);
   // What is there of requests, until one of them is carried out or nothing more can be done.
@@ -51,7 +55,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void OnLost();  // the connection is no more
   void OnHeader();
   void OnRequest();
-  void HandOn();
+  void HandOn(const std::shared_ptr<Job>& job);
   void LookForClient(Clock::time_point now);
 
   void Refuse(const Refusal& refusal, bool keep = false);

@@ -5,8 +5,9 @@ usage: run.py [--tavhost PROGRAM] [--preload LIBRARY] [--long] [--jobs N] [FILTE
 
 Each program below runs again and again: with its first request refused, then its second, until a run
 makes fewer. Whatever that leads to, it ends by an exit code and not by a signal, within its time; and
-where it does not end as it would have, it says that there is no memory. TAVHOST_SWEEP=3 refuses three
-in a row. Without --long some requests are left out, the same ones each time.
+where it does not end as it would have, it says that there is no memory; a request to the service is
+answered, or its connection closed. TAVHOST_SWEEP=3 refuses three in a row, as is always done for one
+request to the service. Without --long some requests are left out, the same ones each time.
 """
 
 import argparse
@@ -32,6 +33,7 @@ STEP = 17           # ... and of the rest takes one in so many
 MOST = 20_000       # requests; a program that makes more each time never ends
 WORDS = (b"out of memory", b"for the memory there is", b"annot allocate memory",
          b"Resource temporarily unavailable")  # the last: of a thread
+UNHEARD = b"neither a reply nor the end of its connection"
 
 SCRIPT = """func f(x) { return (x, "text " + x) }
 l = f(1)
@@ -49,6 +51,9 @@ options = None
 
 
 class Program:
+    in_row = os.environ.get("TAVHOST_SWEEP", "1")  # requests that are refused
+    step = STEP
+
     def __init__(self, name, *arguments, stdin=b""):
         self.name, self.arguments, self.stdin = name, arguments, stdin
 
@@ -93,10 +98,23 @@ class OneRequest(Program):
             text = Path(token).read_text().strip()
             connection.request("POST", "/script", "print 6 * 7", {"X-Tavhost-Token": text})
             return connection.getresponse().read()
+        except TimeoutError:
+            return UNHEARD
         except (OSError, http.client.HTTPException):
             return b"no reply: out of memory"
         finally:
             connection.close()
+
+
+class OneRequestLongWithoutMemory(OneRequest):
+    """The reserve is used up as well: what the service has to say has no memory either."""
+
+    in_row = "3"
+    step = 1
+
+    def __init__(self):
+        super().__init__()
+        self.name = "serve, three in a row"
 
 
 PROGRAMS = [
@@ -109,14 +127,15 @@ PROGRAMS = [
     Program("check as data", "check", "--json", "c.tav"),
     Program("repl", "repl", stdin=b"x = 1\nx\nthrow 2\nprint x\n"),
     OneRequest(),
+    OneRequestLongWithoutMemory(),
 ]
 
 
-def environment_of(folder, at=0, told=-1):
+def environment_of(program, folder, at=0, told=-1):
     environment = {**os.environ, "HOME": str(folder), "LC_ALL": "C.UTF-8",
                    "XDG_RUNTIME_DIR": str(folder / "runtime"), "LD_PRELOAD": str(options.preload),
                    "TAVHOST_REFUSE_AT": str(at), "TAVHOST_REFUSED_TO": str(told),
-                   "TAVHOST_REFUSE_IN_ROW": os.environ.get("TAVHOST_SWEEP", "1")}
+                   "TAVHOST_REFUSE_IN_ROW": program.in_row}
     for name in ("DISPLAY", "WAYLAND_DISPLAY"):
         environment.pop(name, None)
     return environment
@@ -136,7 +155,7 @@ def run_refused(program, at):
             folder = Path(folder)
             prepare(folder)
             try:
-                code, out, err = program.run(folder, environment_of(folder, at, writer),
+                code, out, err = program.run(folder, environment_of(program, folder, at, writer),
                                              pass_fds=(writer,))
             except subprocess.TimeoutExpired:
                 return True, f"does not end within {TIME_LIMIT} s"
@@ -149,6 +168,8 @@ def run_refused(program, at):
             os.close(writer)
     if code < 0:
         return refused, f"ended by signal {-code}: {err[-500:]!r}"
+    if out == UNHEARD:
+        return refused, f"a request got {UNHEARD.decode()} within {TIME_LIMIT} s: {err[-500:]!r}"
     usual = program.usual
     if code != usual[0] and not any(word in out + err for word in WORDS):
         return refused, f"exit code {code}, not {usual[0]}, and no word of memory: {err[-500:]!r}"
@@ -157,22 +178,22 @@ def run_refused(program, at):
     return refused, None
 
 
-def requests(start):
-    at = start
+def requests(program):
+    at = options.first
     while at < MOST:
         yield at
-        at += 1 if options.long or at < DENSE else STEP
+        at += 1 if options.long or at < DENSE else program.step
 
 
 def sweep(program):
     """How many runs were refused something; raises AssertionError."""
     with tempfile.TemporaryDirectory(dir=options.folder) as folder:
         prepare(Path(folder))
-        program.usual = program.run(Path(folder), environment_of(Path(folder)))
+        program.usual = program.run(Path(folder), environment_of(program, Path(folder)))
     count, found = 0, []
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         waiting = {}
-        numbers = requests(options.first)
+        numbers = requests(program)
         ended = False
         while not ended or waiting:
             while not ended and len(waiting) < options.jobs * 2:
