@@ -37,6 +37,7 @@ enum class Subcommand : std::uint8_t {
   kCommands,
   kValidate,
   kValidateChild,  // started by the validator itself
+  kWindowsChild,   // started by the host itself
   kRepl,
   kServe,
   kLanguageServer,

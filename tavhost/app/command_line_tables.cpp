@@ -31,6 +31,7 @@ constexpr SubcommandRow kSubcommandTable[] = {
     {"validate", Subcommand::kValidate, "PLUGIN [--json]",
      "Load a plug-in in a process of its own and test it", true},
     {"validate-child", Subcommand::kValidateChild, "PLUGIN TEST MARK", "", false},
+    {"windows-child", Subcommand::kWindowsChild, "", "", false},
     {"repl", Subcommand::kRepl, "[OPTION...]", "Run statements as they are typed", true},
     {"serve", Subcommand::kServe, "[--port N] [--address ADDR]... [--socket PATH] [OPTION...]",
      "Serve scripts over HTTP until interrupted", true},

@@ -15,6 +15,7 @@
 #include "tavhost/app/request_care.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/watchdog.h"
+#include "tavhost/app/window_module.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/memory_reserve.h"
@@ -55,13 +56,6 @@ tl::unexpected<int> Refusal(int exitCode, const base::Error& error) {
   return tl::unexpected<int>(exitCode);
 }
 
-base::Result<std::unique_ptr<ui::Toolkit>> LoadWindows(const ui::QtOptions& options) {
-  const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
-                            &event_loop::ClearWakeUp,       &stop::IsRequested,
-                            event_loop::WakeUpDescriptor(), &report::Line};
-  return ui::LoadQtToolkit(WindowsModuleFolder(), host, options);
-}
-
 // Real windows, loaded when a script first needs one: those that need none start as fast as
 // without. Where there are none after all, which is said, the run goes on without a display;
 // `noWindows` is then called once.
@@ -71,7 +65,9 @@ std::unique_ptr<ui::Toolkit> DeferWindows(std::unique_ptr<ui::Toolkit> headless,
   return ui::DeferToolkit(std::move(headless), [options, noWindows] {
     base::Result<std::unique_ptr<ui::Toolkit>> windows = LoadWindows(options);
     if (windows) return std::move(*windows);
-    report::Line("tavhost: there are no windows: " + windows.error().message);
+    if (!stop::IsRequested()) {
+      report::Line("tavhost: there are no windows: " + windows.error().message);
+    }
     noWindows();
     return std::unique_ptr<ui::Toolkit>();
   });
@@ -109,8 +105,6 @@ void ShowLongWork(std::string_view line) {
 }
 
 }  // namespace
-
-std::string WindowsModuleFolder() { return loader::PluginFolder() + "/../modules"; }
 
 base::Result<void> Host::StartUserInterface(const Options& options) {
   const bool isAuto =

@@ -13,9 +13,6 @@
 
 namespace app {
 
-// Where the module with real windows is: beside the folder of plug-ins.
-std::string WindowsModuleFolder();
-
 // The host as the options ask for it: a user interface, the trace, the plug-ins. There is one at a
 // time, and commands can be sent as long as it lives.
 class Host {

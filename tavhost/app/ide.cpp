@@ -9,6 +9,7 @@
 #include "tavhost/app/ide_services.h"
 #include "tavhost/app/outcome.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/app/window_module.h"
 #include "tavhost/base/report.h"
 #include "tavhost/dialog/startup_box.h"
 #include "tavhost/ide/ide_host.h"

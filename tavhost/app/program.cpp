@@ -12,6 +12,7 @@
 #include "tavhost/app/out_of_memory.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
+#include "tavhost/app/window_module.h"
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
@@ -38,6 +39,8 @@ int RunSubcommand(const CommandLine& line) {
       return loader::RunValidate(line.operands[0], line.json);
     case Subcommand::kValidateChild:
       return loader::RunValidateChild(line.operands[0], line.operands[1], line.operands[2]);
+    case Subcommand::kWindowsChild:
+      return TryWindows();
     case Subcommand::kRepl:
       return RunPrompt(line);
     case Subcommand::kServe:

@@ -17,8 +17,8 @@ struct ChildOutcome {
 };
 
 // Runs this program again with the given arguments (UTF-8, without the program's name), without
-// input and with its standard error dropped. Behind `limit` the child is ended; whatever it started
-// ends with it in any case.
+// input and with its standard error dropped. Behind `limit`, and when a stop is asked for, the
+// child is ended; whatever it started ends with it in any case.
 ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::milliseconds limit);
 
 // Ends the child that runs now, if one does, and what it started. May be called in a signal

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "tavhost/base/stop.h"
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/program_file.h"
 
@@ -89,11 +90,11 @@ bool ReadSome(int from, std::string& output) {
   }
 }
 
-// Collects the child's output until it ends; false when the time is over first.
+// Collects the child's output until it ends; false when the time is over first, or a stop comes.
 bool Follow(pid_t child, int from, Clock::time_point deadline, std::string& output) {
   bool open = true;
   while (!HasEnded(child)) {
-    if (Clock::now() >= deadline) return false;
+    if (Clock::now() >= deadline || stop::IsRequested()) return false;
     pollfd waiting{open ? from : -1, POLLIN, 0};
     poll(&waiting, 1, kSliceMilliseconds);
     if (open) open = ReadSome(from, output);

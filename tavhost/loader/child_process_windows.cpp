@@ -1,4 +1,5 @@
 #include "host/windows/windows.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/base/system_error_windows.h"
 #include "tavhost/base/wide_text_windows.h"
 #include "tavhost/loader/child_process.h"
@@ -117,7 +118,7 @@ ChildOutcome RunChild(const std::vector<std::string>& arguments, std::chrono::mi
 
   const auto deadline = Clock::now() + limit;
   bool ended = false;
-  while (!ended && Clock::now() < deadline) {
+  while (!ended && Clock::now() < deadline && !stop::IsRequested()) {
     ended = WaitForSingleObject(child, kSliceMilliseconds) == WAIT_OBJECT_0;
     ReadSome(readEnd, outcome.output);
   }

@@ -1,3 +1,6 @@
+#include <QGuiApplication>
+#include <memory>
+
 #include "host/export.h"
 #include "tavhost/ide/ide_host.h"
 #include "tavhost/qt/ide/ide.h"
@@ -6,7 +9,8 @@
 
 extern "C" TAV_HOST_API ui::Toolkit* tavhost_CreateQtToolkit(const ui::ModuleHost& host,
                                                              const ui::QtOptions& options) {
-  return new ui::QtToolkit(host, options);
+  auto toolkit = std::make_unique<ui::QtToolkit>(host, options);
+  return QGuiApplication::primaryScreen() ? toolkit.release() : nullptr;
 }
 
 extern "C" TAV_HOST_API void tavhost_RunIde(ui::Toolkit& toolkit, ide::IdeHost& host,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "tavhost/base/result.h"
 
 namespace ui {
@@ -12,5 +14,11 @@ bool HasDisplay();
 // they are only drawn. Fails with what is wrong. Takes as long as connecting does; what makes
 // windows would end the program where it cannot.
 base::Result<void> CheckDisplay();
+
+// The platform of windows that the environment asks for; empty: whichever fits the display.
+std::string_view WantedPlatform();
+// Whether that can start wherever CheckDisplay finds nothing wrong. Any other one may end the
+// program instead: it is tried in another process first.
+bool IsPlatformSure();
 
 }  // namespace ui

@@ -56,8 +56,18 @@ bool AnswersWayland() {
 
 bool HasDisplay() { return !Variable("DISPLAY").empty() || !Variable("WAYLAND_DISPLAY").empty(); }
 
+std::string_view WantedPlatform() { return Variable("QT_QPA_PLATFORM"); }
+
+// Which one is taken where windows could be shown in two ways is not known here. That of Wayland is
+// often not installed.
+bool IsPlatformSure() {
+  const std::string_view platform = WantedPlatform();
+  if (!platform.empty()) return platform == "offscreen" || platform == "minimal";
+  return Variable("WAYLAND_DISPLAY").empty() || (!Variable("DISPLAY").empty() && AnswersX11());
+}
+
 base::Result<void> CheckDisplay() {
-  const std::string_view platform = Variable("QT_QPA_PLATFORM");
+  const std::string_view platform = WantedPlatform();
   const bool isShown = platform.empty()
                            ? HasDisplay()
                            : platform.starts_with("xcb") || platform.starts_with("wayland");

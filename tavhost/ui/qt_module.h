@@ -39,6 +39,7 @@ struct ModuleHost {
 };
 
 // The names under which the module shows its functions.
+// Null where there is no screen.
 using CreateQtToolkitFunction = Toolkit*(const ModuleHost& host, const QtOptions& options);
 inline constexpr const char* kCreateQtToolkit = "tavhost_CreateQtToolkit";
 // Shows the workbench until it is closed; the toolkit is one that the module made.
@@ -47,8 +48,9 @@ inline constexpr const char* kRunIde = "tavhost_RunIde";
 
 // Whether the module is there.
 bool HasQtModule(const std::string& moduleFolder);
-// Fails when the module cannot be loaded, or the display not be reached. It is never unloaded.
-// Without a display its windows are drawn, but not seen.
+// Fails when the module cannot be loaded, or there is no screen. It is never unloaded. Without a
+// display its windows are drawn, but not seen. One that cannot be reached ends the program: see
+// CheckDisplay.
 base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
                                                      const ModuleHost& host,
                                                      const QtOptions& options);

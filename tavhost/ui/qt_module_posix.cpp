@@ -3,7 +3,6 @@
 
 #include <tl/expected.hpp>
 
-#include "tavhost/ui/display.h"
 #include "tavhost/ui/qt_module.h"
 
 namespace ui {
@@ -34,13 +33,11 @@ base::Result<Function*> Find(const std::string& moduleFolder, const char* name) 
 base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
                                                      const ModuleHost& host,
                                                      const QtOptions& options) {
-  if (const base::Result<void> display = CheckDisplay(); !display) {
-    return tl::unexpected<base::Error>(display.error());
-  }
-  return Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit)
-      .map([&](CreateQtToolkitFunction* create) {
-        return std::unique_ptr<Toolkit>(create(host, options));
-      });
+  const auto create = Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit);
+  if (!create) return tl::unexpected<base::Error>(create.error());
+  std::unique_ptr<Toolkit> toolkit((*create)(host, options));
+  if (!toolkit) return base::Failure("there is no screen");
+  return toolkit;
 }
 
 base::Result<RunIdeFunction*> LoadIde(const std::string& moduleFolder) {

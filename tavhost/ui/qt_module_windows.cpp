@@ -37,10 +37,11 @@ base::Result<Function*> Find(const std::string& moduleFolder, const char* name) 
 base::Result<std::unique_ptr<Toolkit>> LoadQtToolkit(const std::string& moduleFolder,
                                                      const ModuleHost& host,
                                                      const QtOptions& options) {
-  return Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit)
-      .map([&](CreateQtToolkitFunction* create) {
-        return std::unique_ptr<Toolkit>(create(host, options));
-      });
+  const auto create = Find<CreateQtToolkitFunction>(moduleFolder, kCreateQtToolkit);
+  if (!create) return tl::unexpected<base::Error>(create.error());
+  std::unique_ptr<Toolkit> toolkit((*create)(host, options));
+  if (!toolkit) return base::Failure("there is no screen");
+  return toolkit;
 }
 
 base::Result<RunIdeFunction*> LoadIde(const std::string& moduleFolder) {

@@ -97,5 +97,47 @@ class UnreachableDisplayTest(ProgramTest):
                         f"tavhost: --screenshots: {message}\n", 2)
 
 
+# Of the windows' platforms, one that there is not, and one whose screen there is not.
+BROKEN = ("nonsense", "linuxfb:fb=/no/such")
+
+
+class PlatformTest(ProgramTest):
+    """A platform that is named (QT_QPA_PLATFORM) and cannot start would end the program."""
+
+    def setUp(self):
+        super().setUp()
+        folder = Path(self.program).resolve().parent.parent / "lib/tavhost/modules"
+        if not (folder / "libtavhost_qt.so").exists():
+            self.skipTest("there is no module for windows")
+
+    def platforms(self):
+        for platform in BROKEN:
+            with self.subTest(platform):
+                yield ({**self.environment, "QT_QPA_PLATFORM": platform},
+                       f'tavhost: there are no windows: the platform "{platform}", which '
+                       "QT_QPA_PLATFORM names, cannot start\n")
+
+    def test_the_run_goes_on_without_and_says_so_once(self):
+        for environment, said in self.platforms():
+            # Nobody connects to the display of this name.
+            environment["DISPLAY"] = ":4099"
+            self.expect(["run", "-e", "print 1"], "1\n", env=environment)
+            self.expect(["run", "-e", "GET_DISPLAY_SIZE\nGET_DISPLAY_SIZE\nprint w, h"],
+                        "1920 1080\n", said, env=environment)
+            self.expect(["--answers", "accept", "send", 'INFOBOX "x"', "GET_DISPLAY_SIZE"],
+                        '\n' + SIZE, said, env=environment)
+
+    def test_asked_for_windows_it_is_an_error(self):
+        for environment, said in self.platforms():
+            for arguments in (["--ui", "qt", "run", "-e", "print 1"], ["--ui", "qt", "serve"],
+                              ["workbench"]):
+                self.expect(arguments, "", said, 2, env=environment)
+
+    def test_one_that_can_start(self):
+        for platform in ("minimal", "offscreen:"):
+            self.expect(["--ui", "qt", "--screen", "800x600", "send", "GET_DISPLAY_SIZE"],
+                        " w:800 h:600\n", env={**self.environment, "QT_QPA_PLATFORM": platform})
+
+
 if __name__ == "__main__":
     unittest.main()
