@@ -1,6 +1,7 @@
 #include "host/dialog/app_work_window.h"
 
 #include "host/dialog/workbench.h"
+#include "tavhost/base/never_destroyed.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/work_window.h"
 #include "tavhost/sv/main_frames.h"
@@ -11,8 +12,8 @@ namespace {
 
 // Freed by work_window::Destroy alone, not with the static objects at the end of the program.
 std::unique_ptr<TavAppWorkWindow>& Global() {
-  static std::unique_ptr<TavAppWorkWindow>& global = *new std::unique_ptr<TavAppWorkWindow>;
-  return global;
+  static base::NeverDestroyed<std::unique_ptr<TavAppWorkWindow>> global;
+  return *global;
 }
 
 ui::WorkWindowModel& WorkWindow(SV::Window& window) {

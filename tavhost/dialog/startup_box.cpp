@@ -1,4 +1,5 @@
 #include "tavhost/dialog/startup_box.h"
+#include "tavhost/base/never_destroyed.h"
 
 #include <memory>
 
@@ -17,8 +18,8 @@ struct State {
   ui::MessageWindowModel window{""};
 };
 std::unique_ptr<State>& Shown() {
-  static std::unique_ptr<State>& shown = *new std::unique_ptr<State>;
-  return shown;
+  static base::NeverDestroyed<std::unique_ptr<State>> shown;
+  return *shown;
 }
 
 }  // namespace

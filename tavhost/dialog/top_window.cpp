@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "tavhost/base/never_destroyed.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/dialog/window_stack.h"
 #include "tavhost/sv/main_frames.h"
@@ -12,8 +13,8 @@ namespace window_stack {
 namespace {
 
 std::vector<SV::Window*>& Windows() {
-  static std::vector<SV::Window*>& windows = *new std::vector<SV::Window*>;
-  return windows;
+  static base::NeverDestroyed<std::vector<SV::Window*>> windows;
+  return *windows;
 }
 
 }  // namespace

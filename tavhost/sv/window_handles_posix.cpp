@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <map>
 
+#include "tavhost/base/never_destroyed.h"
 #include "tavhost/sv/window_handles.h"
 
 namespace window_handles {
@@ -17,8 +18,8 @@ struct Table {
 
 // Never destroyed: windows that live until the end of the program still forget their handles.
 Table& TheTable() {
-  static Table& table = *new Table;
-  return table;
+  static base::NeverDestroyed<Table> table;
+  return *table;
 }
 
 }  // namespace
@@ -27,8 +28,8 @@ HWND Of(SV::Window& window) {
   Table& table = TheTable();
   std::uintptr_t& handle = table.handles[&window];
   if (handle == 0) {
+    table.windows[table.last + 1] = &window;
     handle = ++table.last;
-    table.windows[handle] = &window;
   }
   return reinterpret_cast<HWND>(handle);
 }

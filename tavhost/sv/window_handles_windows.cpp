@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "tavhost/base/never_destroyed.h"
 #include "tavhost/sv/window_handles.h"
 
 // Each window whose handle is asked for gets a window of the system's that only receives messages
@@ -14,8 +15,8 @@ namespace {
 constexpr const char* kClassName = "TavhostMessageWindow";
 
 std::map<const SV::Window*, HWND>& Handles() {
-  static auto& handles = *new std::map<const SV::Window*, HWND>;
-  return handles;
+  static base::NeverDestroyed<std::map<const SV::Window*, HWND>> handles;
+  return *handles;
 }
 
 LRESULT CALLBACK TakeMessage(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
