@@ -26,6 +26,7 @@ stop::Reason ReasonOf(int signal) {
 }
 
 void End(int signal) {
+  standard_write::FlushOutputAtOnce();
   loader::EndChild();
   LeftoverFile::RemoveAll();
   _exit(ExitCodeOfStop(ReasonOf(signal)));

@@ -64,12 +64,13 @@ int RunWithinMemory(const std::vector<std::string>& arguments) {
   }
 }
 
-// The exit code that also tells whether all could be written; one that tells of a mistake stays.
+// The exit code that also tells whether all could be written. Nothing else tells of printed text
+// that is lost; where a file is missing, a code that tells of a mistake stays.
 int WithOutput(int code) {
   const bool isPrinted = FinishOutput();
   if (standard_write::HasDropped()) return ExitCodeOfStop(Interruption());
-  if (code != kExitSuccess) return code;
   if (!isPrinted) return kExitScriptError;
+  if (code != kExitSuccess) return code;
   return Host::IsAllWritten() ? kExitSuccess : kExitNotWritten;
 }
 

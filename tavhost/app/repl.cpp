@@ -61,9 +61,10 @@ class Prompt {
 
  private:
   // Ctrl-C at the prompt drops the statement that is being typed. False when there is no user at a
-  // terminal, or the program is to end: by the system's wish, or because the time is over.
+  // terminal, or the program is to end: by the system's wish, because the time is over, or because
+  // nothing can be shown any more.
   bool DropInput() {
-    if (!interactive_ || stop::Requested() != stop::Reason::kUser) return false;
+    if (!interactive_ || stop::Requested() != stop::Reason::kUser || !FinishOutput()) return false;
     stop::Clear();
     ForgetInterrupts();
     pending_.clear();

@@ -6,23 +6,14 @@
 
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
-#include "tavhost/base/stop.h"
 #include "tavhost/headless/terminal_input.h"
 
 namespace app {
 
 namespace {
 
-bool outputErrorSeen = false;
 bool outputErrorShown = false;
 std::string (*printForm)(std::string_view) = nullptr;
-
-bool IsOutputWritten() {
-  if (standard_write::OutputError() == 0) return true;
-  // Nobody reads what the script goes on to print.
-  if (!std::exchange(outputErrorSeen, true)) stop::Request(stop::Reason::kUser);
-  return false;
-}
 
 }  // namespace
 
@@ -47,14 +38,13 @@ void SetPrintForm(std::string (*form)(std::string_view text)) { printForm = form
 void PrintAsItIs(std::string_view text) {
   report::TakeStatusAway();
   standard_write::Output(text);
-  IsOutputWritten();
 }
 
 void FlushOutput() { standard_write::FlushOutput(); }
 
 bool FinishOutput() {
   FlushOutput();
-  if (IsOutputWritten()) return true;
+  if (standard_write::OutputError() == 0) return true;
   if (!std::exchange(outputErrorShown, true)) {
     report::Line(std::string("tavhost: cannot write standard output: ") +
                  std::strerror(standard_write::OutputError()));

@@ -14,7 +14,7 @@ namespace app {
 // closed pipe is a write error rather than a signal.
 void PrepareStandardStreams();
 
-// Writes to standard output. The first failure asks the running script to stop.
+// Writes to standard output.
 void Print(std::string_view text);
 void PrintLine(std::string_view line);  // and its end, both in one
 // What is printed goes out as this makes it, but for what is printed as it is; null: unchanged.

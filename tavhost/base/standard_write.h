@@ -4,7 +4,8 @@
 
 // Bytes to standard output and standard error. Their reader may take any time, and is waited for;
 // but from a stop request on only a little while in all: what is not taken by then is dropped. So a
-// pipe that nobody reads holds no program that is to end. (On Windows nothing tells whether a
+// pipe that nobody reads holds no program that is to end. The first time that standard output cannot
+// be written, whatever wrote to it or wrote it out, the running script is asked to stop. (On Windows nothing tells whether a
 // reader would have to be waited for; there every write waits.)
 namespace standard_write {
 
@@ -31,6 +32,8 @@ void FlushOutput() noexcept;
 // The same, unless the buffer is in use at this moment; for the end of a program that cannot end in
 // the usual way. May be called in a signal handler.
 void FlushOutputIfFree() noexcept;
+// The same, for a program that ends now: no reader is waited for any more, here or elsewhere.
+void FlushOutputAtOnce() noexcept;
 // The errno of the first time that standard output could not be written; 0 if there was none. What
 // was dropped is no error.
 int OutputError() noexcept;

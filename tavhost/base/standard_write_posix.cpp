@@ -26,6 +26,7 @@ namespace {
 constexpr int kSlice = 20;  // milliseconds between two looks at the stop request
 
 std::atomic<bool> isInHurry{false};
+std::atomic<bool> waits{true};  // for readers, at all
 std::atomic<std::int64_t> deadline{0};  // of the stop that is asked for; 0: none is
 std::atomic<int> outputError{0};
 std::atomic<bool> hasDropped{false};
@@ -49,6 +50,7 @@ bool IsToEnd() noexcept {
 
 // Whether a reader that takes nothing now is waited for.
 bool HasPatience() noexcept {
+  if (!waits) return false;
   if (!IsToEnd()) {
     deadline = 0;
     return true;
@@ -109,7 +111,7 @@ int Write(int descriptor, std::string_view bytes) noexcept {
 
 void NoteOutputError(int error) noexcept {
   int none = 0;
-  outputError.compare_exchange_strong(none, error);
+  if (outputError.compare_exchange_strong(none, error)) stop::Request(stop::Reason::kUser);
 }
 
 void FlushByTheLibrary() noexcept {
@@ -161,6 +163,7 @@ int OutputNow(std::string_view text) noexcept {
   flockfile(stdout);
   FlushLocked();
   const int error = Write(STDOUT_FILENO, text);
+  if (error != 0) NoteOutputError(error);
   funlockfile(stdout);
   return error;
 }
@@ -176,6 +179,11 @@ void FlushOutputIfFree() noexcept {
   if (isFlushing || ftrylockfile(stdout) != 0) return;
   FlushLocked();
   funlockfile(stdout);
+}
+
+void FlushOutputAtOnce() noexcept {
+  waits = false;
+  FlushOutputIfFree();
 }
 
 int OutputError() noexcept { return outputError; }

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "tavhost/base/standard_write.h"
+#include "tavhost/base/stop.h"
 
 namespace standard_write {
 
@@ -18,7 +19,8 @@ std::atomic<int> outputError{0};
 
 void NoteOutputError() noexcept {
   int none = 0;
-  outputError.compare_exchange_strong(none, errno != 0 ? errno : EIO);
+  const int error = errno != 0 ? errno : EIO;
+  if (outputError.compare_exchange_strong(none, error)) stop::Request(stop::Reason::kUser);
 }
 
 }  // namespace

@@ -141,6 +141,54 @@ class OutputTest(ProgramTest):
             self.assertTrue(result.err.endswith("\n" + last), result)
             self.assertIn("error: ", result.err)
 
+    def test_nothing_is_done_behind_output_that_was_lost(self):
+        """Whatever wrote out what was printed: the next command is not carried out."""
+        told = "tavhost: cannot write standard output: {}\n"
+        for name, text in (("a message", 'print 1\nEXECUTE "throw 1"\n'),
+                           ("a message that is caught", 'print 1\ntry { EXECUTE "throw 1" } '
+                            'catch e { }\n'),
+                           ("a wait", "print 1\nSLEEP ms:10\n"),
+                           ("standard error", 'print 1\nFWRITE file:"/dev/stderr" text:"x"\n'),
+                           ("a file", 'print 1\nFWRITE file:"/dev/stdout" text:"x"\n'),
+                           ("the file itself", 'FWRITE file:"/dev/stdout" text:"x"\n'),
+                           ("a long text", 't = "x"; for i from 1 to 17 { t = t + t }; print t\n'),
+                           ("the buffer", 'for i from 1 to 20000 { print "line" }\n')):
+            for arguments, closed in ((["run"], False), (["run"], True), (["repl"], False)):
+                with self.subTest(name, arguments=arguments, closed=closed):
+                    self.file("kept", "x")
+                    text_of_all = text + 'FDELETE file:"kept"\nexit 7\n'
+                    if arguments[0] == "run":
+                        arguments = [*arguments, "-e", text_of_all]
+                    else:
+                        text_of_all = text_of_all.replace("\nFDELETE", "; FDELETE")
+                    with self.lost_output(closed) as (stream, error):
+                        result = self.run_program(*arguments, stdin=text_of_all, stdout=stream,
+                                                  preexec_fn=(lambda: os.close(1)) if closed else None)
+                    self.assertTrue(result.err.endswith(told.format(error)), result)
+                    self.assertEqual(result.code, 1, result)
+                    self.assertTrue((self.folder / "kept").exists(), result)
+
+    @staticmethod
+    @contextlib.contextmanager
+    def lost_output(closed):
+        """A standard output that takes nothing, and how the system names that."""
+        if closed:
+            yield None, "Bad file descriptor"
+        else:
+            with open("/dev/full", "wb") as full:
+                yield full, "No space left on device"
+
+    def test_the_scripts_own_code_does_not_hide_lost_output(self):
+        for code in (0, 7, 255):
+            for closed in (False, True):
+                with self.subTest(code, closed=closed):
+                    with self.lost_output(closed) as (stream, error):
+                        result = self.run_program(
+                            "run", "-e", f"print 1\nexit {code}", stdout=stream,
+                            preexec_fn=(lambda: os.close(1)) if closed else None)
+                    self.assertEqual((result.err, result.code),
+                                     (f"tavhost: cannot write standard output: {error}\n", 1))
+
     def test_a_closed_pipe_ends_an_endless_script(self):
         process = self.start("run", "-e", 'while 1 { print "line" }')
         self.assertEqual(process.stdout.readline(), b"line\n")
@@ -401,6 +449,24 @@ class StopTest(ProgramTest):
             process.send_signal(signal.SIGINT)
             self.assertEqual(process.wait(timeout=10), 130)
             self.assertLess(time.monotonic() - begin, STOP_LIMIT)
+        finally:
+            os.close(reader)
+            process.kill()
+            process.communicate()
+
+    def test_a_second_interrupt_loses_nothing_that_can_be_written(self):
+        os.mkfifo(self.folder / "fifo")
+        with open(self.folder / "out", "wb") as out:
+            process = self.start("run", "--trace", "fifo", "-e",
+                                 'print "before"\nwhile 1 { GET_DISPLAY_SIZE }', stdout=out)
+        reader = os.open(self.folder / "fifo", os.O_RDONLY)
+        try:
+            os.read(reader, 10)
+            waiting.until(lambda: self.is_full(reader), "the program waits for its reader")
+            process.send_signal(signal.SIGTERM)
+            process.send_signal(signal.SIGINT)
+            self.assertIn(process.wait(timeout=10), (130, 143))
+            self.assertEqual((self.folder / "out").read_text(), "before\n")
         finally:
             os.close(reader)
             process.kill()
