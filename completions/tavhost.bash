@@ -1,8 +1,10 @@
 # bash completion for tavhost; source it, or put it into a folder that bash-completion reads.
 _tavhost() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
-    local options="--ui --answers --record --trace --screenshots --plugin --db --screen --printer
-        --timeout --quiet --model-window --dry-run --version --help"
+    local of_all="--timeout --version --help"
+    local running="--ui --answers --record --trace --screenshots --plugin --db --screen --printer
+        --quiet --model-window --dry-run"
+    local options="$running $of_all"
     local with_value=" --ui --answers --record --trace --screenshots --plugin --db --screen --printer --timeout -e --port --address "
     local subcommand= operands=0 word i
 
@@ -36,7 +38,9 @@ _tavhost() {
     if [[ $cur == -* ]]; then
         case $subcommand in
             run) options+=" -e" ;;
-            check | commands | validate) options+=" --json" ;;
+            check) options="--json --answers $of_all" ;;
+            commands | validate) options="--json $of_all" ;;
+            lsp | trace) options=$of_all ;;
             serve) options+=" --port --address --socket --token-file --allow-crash --reply-limit --request-timeout" ;;
         esac
         COMPREPLY=($(compgen -W "$options" -- "$cur"))

@@ -1,6 +1,9 @@
 # fish completion for tavhost; put it into ~/.config/fish/completions.
 
 set -l subcommands workbench run send check commands validate repl serve lsp trace
+# Those in which no commands run, and which take no options for that.
+set -l without_answers commands validate lsp trace
+set -l without_commands check $without_answers
 
 function __tavhost_command_names
     tavhost commands 2>/dev/null | string replace -rf '^  (\S+)\s+(.*)$' '$1\t$2'
@@ -18,19 +21,19 @@ complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a serve -
 complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a lsp -d 'Speak the language server protocol'
 complete -c tavhost -n "not __fish_seen_subcommand_from $subcommands" -a trace -d 'Compare traces'
 
-complete -c tavhost -l ui -x -a 'auto qt headless' -d 'Real windows or none'
-complete -c tavhost -l answers -r -F -a 'accept cancel ask' -d 'Who answers dialogs'
-complete -c tavhost -l record -r -F -d 'Write the answers to a file'
-complete -c tavhost -l trace -r -F -d 'Write the calls into the host'
-complete -c tavhost -l screenshots -x -a '(__fish_complete_directories)' -d 'Write a picture of each window'
-complete -c tavhost -l plugin -r -F -d 'Load this plug-in'
-complete -c tavhost -l db -x -a '(__fish_complete_directories)' -d 'The folder behind db:\\ names'
-complete -c tavhost -l screen -x -d 'Size of the screen without a display'
-complete -c tavhost -l printer -x -d 'Printer without a display'
-complete -c tavhost -l timeout -x -d 'Stop after so many seconds'
-complete -c tavhost -l quiet -d 'No output windows, progress or notes'
-complete -c tavhost -l model-window -d 'Have a model window'
-complete -c tavhost -l dry-run -d 'Tell what would be written, deleted or sent'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l ui -x -a 'auto qt headless' -d 'Real windows or none'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_answers" -l answers -r -F -a 'accept cancel ask' -d 'Who answers dialogs'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l record -r -F -d 'Write the answers to a file'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l trace -r -F -d 'Write the calls into the host'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l screenshots -x -a '(__fish_complete_directories)' -d 'Write a picture of each window'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l plugin -r -F -d 'Load this plug-in'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l db -x -a '(__fish_complete_directories)' -d 'The folder behind db:\\ names'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l screen -x -d 'Size of the screen without a display'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l printer -x -d 'Printer without a display'
+complete -c tavhost -l timeout -x -d 'End, or stop what runs, after so many seconds'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l quiet -d 'No output windows, progress or notes'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l model-window -d 'Have a model window'
+complete -c tavhost -n "not __fish_seen_subcommand_from $without_commands" -l dry-run -d 'Tell what would be written, deleted or sent'
 complete -c tavhost -l version -d 'Print the version'
 complete -c tavhost -s h -l help -d 'Print help'
 

@@ -24,10 +24,29 @@ std::string DidYouMean(std::string_view name, const std::vector<std::string_view
   return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
 }
 
+std::string_view NameOf(const SubcommandRow& row) {
+  return row.name.empty() ? "the workbench" : row.name;
+}
+
+std::string NotTakenText(const OptionRow& option, const SubcommandRow& row) {
+  return "option '" + std::string(option.name) + "' is not for " + std::string(NameOf(row)) +
+         ", but for " + NamesOfSubcommands(option);
+}
+
 // The options and operands of one subcommand.
 class Parser {
  public:
   Parser(const SubcommandRow& row, CommandLine& line) : row_(row), line_(line) {}
+
+  // Those that stood before its name.
+  base::Result<void> TakeGiven(const std::vector<const OptionRow*>& given) {
+    for (const OptionRow* const option : given) {
+      if (!IsOptionOf(*option, row_.subcommand)) return base::Failure(NotTakenText(*option, row_));
+    }
+    return {};
+  }
+
+  const std::vector<const OptionRow*>& Given() const { return given_; }
 
   // Takes the arguments from `first` on. Where options may not follow operands, all behind the
   // first operand are operands. Fails with what is wrong.
@@ -51,9 +70,9 @@ class Parser {
   }
 
  private:
-  const OptionRow* Find(std::string_view name) const {
+  static const OptionRow* Find(std::string_view name) {
     for (const OptionRow& option : kOptions) {
-      if (option.name == name && IsOptionOf(option, row_.subcommand)) return &option;
+      if (option.name == name) return &option;
     }
     return nullptr;
   }
@@ -69,6 +88,8 @@ class Parser {
     if (!option) {
       return base::Failure("unknown option '" + argument.substr(0, nameEnd) + "'" + Nearest(name));
     }
+    if (!IsOptionOf(*option, row_.subcommand)) return base::Failure(NotTakenText(*option, row_));
+    given_.push_back(option);
     const bool hasValue = nameEnd < argument.size();
     if (!option->value) {
       if (hasValue) return base::Failure(std::string(option->name) + " takes no value");
@@ -101,6 +122,7 @@ class Parser {
 
   const SubcommandRow& row_;
   CommandLine& line_;
+  std::vector<const OptionRow*> given_;
   std::size_t at_ = 0;
 };
 
@@ -204,13 +226,16 @@ std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& 
   CommandLine line;
   const SubcommandRow* row = &kIdeRow;
   // Options before the subcommand's name; the rest is left for the subcommand.
-  base::Result<void> parsed = Parser(*row, line).Parse(arguments, 0);
+  Parser before(*row, line);
+  base::Result<void> parsed = before.Parse(arguments, 0);
   if (parsed && !line.operands.empty()) {
     const std::vector<std::string> rest = std::exchange(line.operands, {});
     row = FindSubcommand(rest[0]);
     if (!row) return Complain(UnknownSubcommandText(rest[0]), kIdeRow);
     line.subcommand = row->subcommand;
-    parsed = Parser(*row, line).Parse(rest, 1);
+    Parser behind(*row, line);
+    parsed = behind.Parse(rest, 1);
+    if (parsed && !line.help) parsed = behind.TakeGiven(before.Given());
   }
   if (!parsed) return Complain(parsed.error().message, *row);
   if (line.help || line.version) {

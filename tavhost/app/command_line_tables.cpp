@@ -17,6 +17,11 @@ constexpr unsigned Only(Subcommand subcommand) { return 1u << static_cast<unsign
 constexpr unsigned kAll = ~0u;
 constexpr unsigned kWithJson =
     Only(Subcommand::kCheck) | Only(Subcommand::kCommands) | Only(Subcommand::kValidate);
+// Those in which commands run.
+constexpr unsigned kRunning = Only(Subcommand::kIde) | Only(Subcommand::kRun) |
+                              Only(Subcommand::kSend) | Only(Subcommand::kRepl) |
+                              Only(Subcommand::kServe);
+constexpr unsigned kWithAnswers = kRunning | Only(Subcommand::kCheck);
 
 constexpr SubcommandRow kSubcommandTable[] = {
     {"workbench", Subcommand::kIde, "[OPTION...] [FILE...]",
@@ -71,7 +76,7 @@ base::Result<void> ReadSeconds(const std::string& value, double& taken) {
   const char* const end = value.data() + value.size();
   const auto [rest, error] = std::from_chars(value.data(), end, seconds);
   if (error != std::errc() || rest != end || !(seconds > 0) || seconds > kLongest) {
-    return base::Failure("must be a number of seconds above 0");
+    return base::Failure("must be a number of seconds above 0, at most 1000000000");
   }
   taken = seconds;
   return {};
@@ -177,27 +182,30 @@ constexpr OptionRow kOptionTable[] = {
      TakeRequestTimeout},
     {"--reply-limit", "MIB", "The most that one reply may take, 64 MiB unless given",
      Only(Subcommand::kServe), TakeReplyLimit},
-    {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be", kAll,
-     TakeUserInterface},
+    {"--ui", "auto|qt|headless", "Real windows or none; auto: real ones where they can be",
+     kRunning, TakeUserInterface},
     {"--answers", "FILE|accept|cancel|ask",
-     "Answer dialogs from a file, all alike, or in the terminal", kAll, Keep<&Options::answers>},
-    {"--record", "FILE", "Write the answers given to dialogs to a file", kAll,
+     "Answer dialogs from a file, all alike, or in the terminal", kWithAnswers,
+     Keep<&Options::answers>},
+    {"--record", "FILE", "Write the answers given to dialogs to a file", kRunning,
      Keep<&Options::recordFile>},
-    {"--trace", "FILE|-", "Write a line for each call of the plug-in into the host", kAll,
+    {"--trace", "FILE|-", "Write a line for each call of the plug-in into the host", kRunning,
      Keep<&Options::traceFile>},
-    {"--screenshots", "DIR", "Write a picture of each window", kAll,
+    {"--screenshots", "DIR", "Write a picture of each window", kRunning,
      Keep<&Options::screenshotFolder>},
-    {"--plugin", "PATH", "Load this plug-in", kAll, Keep<&Options::pluginPath>},
-    {"--db", "DIR", "The folder behind names that begin with db:\\", kAll,
+    {"--plugin", "PATH", "Load this plug-in", kRunning, Keep<&Options::pluginPath>},
+    {"--db", "DIR", "The folder behind names that begin with db:\\", kRunning,
      Keep<&Options::databaseFolder>},
-    {"--screen", "WxH", "The size of the screen where there is no display", kAll, TakeScreen},
-    {"--printer", "NAME", "The printer where there is no display", kAll, Keep<&Options::printer>},
-    {"--timeout", "S", "Stop the run after so many seconds", kAll, TakeTimeout},
-    {"--quiet", nullptr, "No output windows, progress or notes", kAll, SetOption<&Options::quiet>},
-    {"--model-window", nullptr, "Have a model window without a display", kAll,
+    {"--screen", "WxH", "The size of the screen where there is no display", kRunning, TakeScreen},
+    {"--printer", "NAME", "The printer where there is no display", kRunning,
+     Keep<&Options::printer>},
+    {"--timeout", "S", "End, or stop what runs, after so many seconds", kAll, TakeTimeout},
+    {"--quiet", nullptr, "No output windows, progress or notes", kRunning,
+     SetOption<&Options::quiet>},
+    {"--model-window", nullptr, "Have a model window without a display", kRunning,
      SetOption<&Options::modelWindow>},
-    {"--dry-run", "[=json]", "Tell what would be written, deleted or sent, and do none of it", kAll,
-     TakeDryRun},
+    {"--dry-run", "[=json]", "Tell what would be written, deleted or sent, and do none of it",
+     kRunning, TakeDryRun},
     {"--version", nullptr, "Print the version", kAll, Set<&CommandLine::version>},
     {"--help", nullptr, "Print this help (also -h)", kAll, Set<&CommandLine::help>},
 };
@@ -236,20 +244,58 @@ bool IsOptionOf(const OptionRow& option, Subcommand subcommand) {
   return (option.subcommands & Only(subcommand)) != 0;
 }
 
+std::string NamesOfSubcommands(const OptionRow& option) {
+  std::string names;
+  std::string_view last;
+  for (const SubcommandRow& row : kSubcommands) {
+    if (row.summary.empty() || !IsOptionOf(option, row.subcommand)) continue;
+    if (!last.empty()) names.append(names.empty() ? "" : ", ").append(last);
+    last = row.name;
+  }
+  return names.append(names.empty() ? "" : " and ").append(last);
+}
+
+namespace {
+
+void AppendOption(std::string& help, const OptionRow& option) {
+  std::string name(option.name);
+  if (option.value) name.append(option.value[0] == '[' ? "" : " ").append(option.value);
+  AppendEntry(help, name, option.description);
+}
+
+// Those that can stand before a subcommand's name, under what takes them.
+void AppendAllOptions(std::string& help) {
+  for (const unsigned takers : {kAll, kRunning, kWithAnswers}) {
+    help += '\n';
+    bool isNamed = false;
+    for (const OptionRow& option : kOptions) {
+      if (option.subcommands != takers) continue;
+      if (!std::exchange(isNamed, true)) {
+        const std::string names = NamesOfSubcommands(option);
+        help += "Options of " + (takers == kAll ? "all subcommands" : names) + ":\n";
+      }
+      AppendOption(help, option);
+    }
+  }
+}
+
+}  // namespace
+
 std::string HelpText(const SubcommandRow& row) {
   std::string help(row.summary);
   help += "\n\nUsage: tavhost";
   for (const std::string_view part : {row.name, row.operands}) {
     if (!part.empty()) help.append(" ").append(part);
   }
-  help += "\n\nOptions:\n";
-  for (const OptionRow& option : kOptions) {
-    if (!IsOptionOf(option, row.subcommand)) continue;
-    std::string name(option.name);
-    if (option.value) name.append(option.value[0] == '[' ? "" : " ").append(option.value);
-    AppendEntry(help, name, option.description);
+  help += '\n';
+  if (!row.name.empty()) {
+    help += "\nOptions:\n";
+    for (const OptionRow& option : kOptions) {
+      if (IsOptionOf(option, row.subcommand)) AppendOption(help, option);
+    }
+    return help;
   }
-  if (!row.name.empty()) return help;
+  AppendAllOptions(help);
   help += "\nSubcommands:\n";
   for (const SubcommandRow& other : kSubcommands) {
     if (!other.summary.empty()) AppendEntry(help, std::string(other.name), other.summary);

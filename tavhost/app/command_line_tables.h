@@ -33,6 +33,9 @@ extern const std::span<const OptionRow> kOptions;
 
 bool IsOptionOf(const OptionRow& option, Subcommand subcommand);
 
+// The subcommands that have it, for people: `check, commands and validate`.
+std::string NamesOfSubcommands(const OptionRow& option);
+
 // What `--help` prints.
 std::string HelpText(const SubcommandRow& row);
 

@@ -191,7 +191,6 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   StartWatchdog();
   HandleInterrupts();
   CareForRequests(options);
-  if (options.timeoutSeconds > 0) StopAfter(options.timeoutSeconds);
   host->hasStarted_ = true;
   return host;
 }

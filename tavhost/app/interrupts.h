@@ -1,20 +1,24 @@
 #pragma once
 
+#include <string>
+
 #include "tavhost/base/stop.h"
 
 namespace app {
 
-// From now on Ctrl-C, a request to terminate and a hang-up end the program at once, by their exit
-// code: there is no script yet that could be stopped, nor will there be one. What must not outlive
-// the program is ended and removed.
+// From now on Ctrl-C, a request to terminate, a hang-up and the end of the time end the program at
+// once, by their exit code: there is no script yet that could be stopped, nor will there be one.
+// What was printed is written out as far as it is taken in time; what must not outlive the program
+// is ended and removed.
 void EndAtInterrupts();
 
-// From now on Ctrl-C and a request to terminate ask the running script to stop. A second one, when
-// the program has not ended by then, ends it at once.
+// From now on they ask the running script to stop. A second one, when the program has not ended by
+// then, ends it at once.
 void HandleInterrupts();
 
-// Asks the running script to stop when so many seconds have passed.
-void StopAfter(double seconds);
+// Begins the time of the program, in seconds; called once, behind EndAtInterrupts. `line` is said
+// when it is over before there is a script.
+void LimitTime(double seconds, std::string line);
 
 // What the program was asked to end by: the first interrupt, or the time limit; kNone if by
 // nothing.

@@ -1,6 +1,8 @@
 #include <atomic>
 #include <csignal>
 #include <ctime>
+#include <string>
+#include <utility>
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -25,11 +27,30 @@ stop::Reason ReasonOf(int signal) {
   return signal == SIGINT ? stop::Reason::kUser : stop::Reason::kTerminate;
 }
 
-void End(int signal) {
-  standard_write::FlushOutputAtOnce();
+// Said at the end of the time, when there is no script; set before that can come.
+std::string& LineAtEndOfTime() {
+  static auto* const line = new std::string;
+  return *line;
+}
+
+[[noreturn]] void End(stop::Reason reason) {
   loader::EndChild();
   LeftoverFile::RemoveAll();
-  _exit(ExitCodeOfStop(ReasonOf(signal)));
+  _exit(ExitCodeOfStop(reason));
+}
+
+// Before there is a script, or where there is none.
+void EndBySignal(int signal) {
+  standard_write::Hurry();
+  standard_write::FlushOutputIfFree();
+  End(ReasonOf(signal));
+}
+
+void EndByTime(int) {
+  standard_write::Hurry();
+  standard_write::FlushOutputIfFree();
+  standard_write::Error(LineAtEndOfTime());
+  End(stop::Reason::kTimeout);
 }
 
 void Stop(stop::Reason reason) {
@@ -40,7 +61,10 @@ void Stop(stop::Reason reason) {
 }
 
 void Interrupt(int signal) {
-  if (interrupted.exchange(true)) End(signal);
+  if (interrupted.exchange(true)) {
+    standard_write::FlushOutputAtOnce();
+    End(ReasonOf(signal));
+  }
   Stop(ReasonOf(signal));
 }
 
@@ -65,17 +89,19 @@ void HandleUnlessIgnored(int signal, void (*handler)(int)) {
 }  // namespace
 
 void EndAtInterrupts() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) HandleUnlessIgnored(signal, End);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) HandleUnlessIgnored(signal, EndBySignal);
 }
 
 void HandleInterrupts() {
   HandleUnlessIgnored(SIGINT, Interrupt);
   HandleUnlessIgnored(SIGTERM, Interrupt);
   HandleUnlessIgnored(SIGHUP, HangUp);
+  if (!LineAtEndOfTime().empty()) Handle(SIGALRM, TimeIsOver);
 }
 
-void StopAfter(double seconds) {
-  Handle(SIGALRM, TimeIsOver);
+void LimitTime(double seconds, std::string line) {
+  LineAtEndOfTime() = std::move(line);
+  Handle(SIGALRM, EndByTime);
   itimerval timer{};
   timer.it_value.tv_sec = static_cast<std::time_t>(seconds);
   const double rest = seconds - static_cast<double>(timer.it_value.tv_sec);

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <string>
+#include <utility>
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/base/leftover_file.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
 
 namespace app {
@@ -26,19 +29,44 @@ BOOL WINAPI Interrupt(DWORD event) {
   return TRUE;
 }
 
-void CALLBACK TimeIsOver(void*, BOOLEAN) { stop::Request(stop::Reason::kTimeout); }
+std::atomic<bool> hasScripts{false};  // there are scripts that could be stopped
+
+DWORD WINAPI FlushAndTell(void* line) {
+  standard_write::FlushOutputIfFree();
+  standard_write::Error(*static_cast<const std::string*>(line));
+  return 0;
+}
+
+// Either can be held by a pipe that nobody reads, and what is printed just then.
+void EndByTime(std::string& line) {
+  if (const HANDLE writer = CreateThread(nullptr, 0, FlushAndTell, &line, 0, nullptr)) {
+    WaitForSingleObject(writer, standard_write::kPatience);
+  }
+  LeftoverFile::RemoveAll();
+  TerminateProcess(GetCurrentProcess(), kExitTimeout);
+}
+
+// On a thread of the system's.
+void CALLBACK TimeIsOver(void* line, BOOLEAN) {
+  if (!hasScripts) EndByTime(*static_cast<std::string*>(line));
+  stop::Request(stop::Reason::kTimeout);
+}
 
 }  // namespace
 
 // The system ends a program that handles no interrupts, and its child with it.
 void EndAtInterrupts() {}
 
-void HandleInterrupts() { SetConsoleCtrlHandler(Interrupt, TRUE); }
+void HandleInterrupts() {
+  hasScripts = true;
+  SetConsoleCtrlHandler(Interrupt, TRUE);
+}
 
-void StopAfter(double seconds) {
+void LimitTime(double seconds, std::string line) {
+  auto* const kept = new std::string(std::move(line));  // lives as long as the process
   const double milliseconds = std::clamp(seconds * 1000.0, 1.0, 4294967294.0);
   HANDLE timer = nullptr;  // lives as long as the process
-  CreateTimerQueueTimer(&timer, nullptr, TimeIsOver, nullptr, static_cast<DWORD>(milliseconds), 0,
+  CreateTimerQueueTimer(&timer, nullptr, TimeIsOver, kept, static_cast<DWORD>(milliseconds), 0,
                         WT_EXECUTEDEFAULT | WT_EXECUTEONLYONCE);
 }
 

@@ -35,10 +35,13 @@ void ReportOutcome(const script::Outcome& outcome, const Options& options) {
 void ReportStop(stop::Reason reason, const Options& options, const std::string& where) {
   // One who interrupts knows it, and a missing answer has been told with its window.
   if (reason != stop::Reason::kTimeout) return;
+  report::Line(TimeLimitText(options) + (where.empty() ? where : ' ' + where));
+}
+
+std::string TimeLimitText(const Options& options) {
   char seconds[32];
   const auto end = std::to_chars(seconds, seconds + sizeof seconds, options.timeoutSeconds).ptr;
-  report::Line("tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)" +
-               (where.empty() ? where : ' ' + where));
+  return "tavhost: stopped after " + std::string(seconds, end) + " s (--timeout)";
 }
 
 int ExitCodeOf(const script::Outcome& outcome) {

@@ -10,6 +10,7 @@
 #include "tavhost/app/host.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/out_of_memory.h"
+#include "tavhost/app/outcome.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/app/window_module.h"
@@ -56,8 +57,12 @@ int RunSubcommand(const CommandLine& line) {
 int RunWithinMemory(const std::vector<std::string>& arguments) {
   try {
     const auto parsed = ParseCommandLine(arguments);
-    const int* const done = std::get_if<int>(&parsed);
-    return done ? *done : RunSubcommand(std::get<CommandLine>(parsed));
+    if (const int* const done = std::get_if<int>(&parsed)) return *done;
+    const CommandLine& line = std::get<CommandLine>(parsed);
+    if (line.options.timeoutSeconds > 0) {
+      LimitTime(line.options.timeoutSeconds, TimeLimitText(line.options) + '\n');
+    }
+    return RunSubcommand(line);
   } catch (const std::bad_alloc&) {
     report::Line("tavhost: out of memory");
     return kExitScriptError;

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <tl/expected.hpp>
 #include <vector>
 
@@ -26,7 +27,8 @@ namespace {
 
 // What one operand holds.
 struct Commands {
-  std::string name;  // for people
+  std::string name;       // for people
+  bool hasLines = false;  // standard input: its lines are known by their numbers
   std::shared_ptr<const kel::Document> document;
 };
 
@@ -46,8 +48,18 @@ bool ParseCommands(const std::string& operand, std::size_t number, std::vector<C
     report::Line(document.error().Text());
     return false;
   }
-  all.push_back({name, std::move(*document)});
+  all.push_back({name, fromInput, std::move(*document)});
   return true;
+}
+
+// Where a command stands, for a person: `at <stdin>:3 (SLEEP)`.
+std::string PlaceOf(const Commands& commands, const kel::Element& element) {
+  const std::string_view text = commands.document->Text().View();
+  const std::string_view name = element.Name();  // a part of the text
+  const auto line = 1 + std::count(text.data(), name.data(), '\n');
+  std::string place = "at " + commands.name;
+  if (commands.hasLines || line > 1) place += ':' + std::to_string(line);
+  return place + " (" + std::string(name) + ")";
 }
 
 // Sends one command, prints its reply, and returns whether that was an error.
@@ -75,18 +87,19 @@ int SendCommands(const CommandLine& line) {
   int exitCode = kExitSuccess;
   const auto host = Host::Start(line.options);
   if (!host) return host.error();
-  std::string where;
+  const Commands* current = nullptr;
+  const kel::Element* element = nullptr;
   try {
     for (const Commands& commands : all) {
       for (std::uint32_t i = 0; i < commands.document->Count(); ++i) {
-        const kel::Element& element = commands.document->Elements()[i];
-        where = "at " + commands.name + " (" + std::string(element.Name()) + ")";
+        current = &commands;
+        element = &commands.document->Elements()[i];
         stop::ThrowIfRequested();
-        if (SendCommand(element)) exitCode = kExitScriptError;
+        if (SendCommand(*element)) exitCode = kExitScriptError;
       }
     }
   } catch (const stop::Stopped&) {
-    ReportStop(stop::Requested(), line.options, where);
+    ReportStop(stop::Requested(), line.options, PlaceOf(*current, *element));
     exitCode = ExitCodeOf(stop::Requested());
     (*host)->DropOpenFiles();
   }

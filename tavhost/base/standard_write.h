@@ -1,12 +1,13 @@
 #pragma once
 
+#include <cstdio>
 #include <string_view>
 
 // Bytes to standard output and standard error. Their reader may take any time, and is waited for;
 // but from a stop request on only a little while in all: what is not taken by then is dropped. So a
-// pipe that nobody reads holds no program that is to end. The first time that standard output cannot
-// be written, whatever wrote to it or wrote it out, the running script is asked to stop. (On Windows nothing tells whether a
-// reader would have to be waited for; there every write waits.)
+// pipe that nobody reads holds no program that is to end. The first time that standard output
+// cannot be written, whatever wrote to it or wrote it out, the running script is asked to stop. (On
+// Windows nothing tells whether a reader would have to be waited for; there every write waits.)
 namespace standard_write {
 
 // Milliseconds from a stop request on that readers are waited for.
@@ -41,5 +42,8 @@ int OutputError() noexcept;
 // Writes to standard error, which has no buffer. What cannot be written is lost; the errno of it is
 // returned, else 0.
 int Error(std::string_view text) noexcept;
+
+// The same to another file without a buffer, which can be a pipe with a name.
+int To(std::FILE* file, std::string_view text) noexcept;
 
 }  // namespace standard_write

@@ -26,7 +26,7 @@ namespace {
 constexpr int kSlice = 20;  // milliseconds between two looks at the stop request
 
 std::atomic<bool> isInHurry{false};
-std::atomic<bool> waits{true};  // for readers, at all
+std::atomic<bool> waits{true};          // for readers, at all
 std::atomic<std::int64_t> deadline{0};  // of the stop that is asked for; 0: none is
 std::atomic<int> outputError{0};
 std::atomic<bool> hasDropped{false};
@@ -189,5 +189,7 @@ void FlushOutputAtOnce() noexcept {
 int OutputError() noexcept { return outputError; }
 
 int Error(std::string_view text) noexcept { return Write(STDERR_FILENO, text); }
+
+int To(std::FILE* file, std::string_view text) noexcept { return Write(fileno(file), text); }
 
 }  // namespace standard_write

@@ -54,6 +54,12 @@ void FlushOutputIfFree() noexcept { std::fflush(stdout); }
 
 int OutputError() noexcept { return outputError; }
 
+int To(std::FILE* file, std::string_view text) noexcept {
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), file) == text.size()) return 0;
+  return errno != 0 ? errno : EIO;
+}
+
 // Past the stream, which has a buffer of its own or writes byte by byte.
 int Error(std::string_view text) noexcept {
   constexpr std::size_t kMost = std::size_t{1} << 30;  // its counts are ints

@@ -64,25 +64,11 @@ std::string CallText(std::string_view name, std::initializer_list<SV::String> ar
   return text;
 }
 
-void NoteError() {
-  if (writeError == 0) writeError = errno != 0 ? errno : EIO;
-}
-
 // Every line at once, so that a trace of a crash ends where the crash happened. Behind the first
 // that could not be written nothing more is: a trace with a gap misleads.
 void WriteOut(std::string_view line) {
   if (!output || writeError != 0) return;
-  if (output == stderr) {
-    writeError = standard_write::Error(line);
-    return;
-  }
-  while (!line.empty()) {
-    errno = 0;
-    line.remove_prefix(std::fwrite(line.data(), 1, line.size(), output));
-    if (line.empty()) return;
-    if (errno != EINTR) return NoteError();
-    std::clearerr(output);
-  }
+  writeError = output == stderr ? standard_write::Error(line) : standard_write::To(output, line);
 }
 
 // The class in an object's name `SV::Button#3`, without namespaces: what its destructor is called.
@@ -130,7 +116,8 @@ bool Open(std::string_view path) {
 
 void Close() {
   errno = 0;
-  if (output && output != stderr && std::fclose(output) != 0) NoteError();
+  const bool isLost = output && output != stderr && std::fclose(output) != 0;
+  if (isLost && writeError == 0) writeError = errno != 0 ? errno : EIO;
   output = nullptr;
   detail::open = false;
   detail::active = false;

@@ -35,6 +35,9 @@ class CompletionsTest(ProgramTest):
         self.assertEqual(self.complete("run", "demo.tav", "d"), ["data.txt", "demo.tav"])
         self.assertEqual(self.complete("commands", "GET_D"), ["GET_DISPLAY_SIZE"])
         self.assertEqual(self.complete("check", "--j"), ["--json"])
+        self.assertEqual(self.complete("check", "--a"), ["--answers"])
+        self.assertEqual(self.complete("check", "--r"), [])
+        self.assertEqual(self.complete("lsp", "--"), ["--help", "--timeout", "--version"])
         self.assertEqual(self.complete("trace", ""), ["diff"])
         self.assertEqual(self.complete("serve", "--a"),
                          ["--address", "--allow-crash", "--answers"])

@@ -1,15 +1,16 @@
 """Options, operands and what is wrong with them."""
 
 import os
+import re
 import unittest
 
 from program import ProgramTest
 
 SUBCOMMANDS = ["run", "send", "check", "commands", "validate", "repl", "serve", "lsp", "trace"]
-COMMON_OPTIONS = ["--ui", "--answers", "--record", "--trace", "--screenshots", "--plugin", "--db",
-                  "--screen", "--printer", "--quiet", "--timeout", "--model-window", "--dry-run",
-                  "--version",
-                  "--help"]
+COMMON_OPTIONS = ["--timeout", "--version", "--help"]
+RUN_OPTIONS = ["--ui", "--record", "--trace", "--screenshots", "--plugin", "--db", "--screen",
+               "--printer", "--quiet", "--model-window", "--dry-run"]  # of what runs commands
+RUNNING = ["workbench", "run", "send", "repl", "serve"]
 
 
 class HelpTest(ProgramTest):
@@ -18,8 +19,9 @@ class HelpTest(ProgramTest):
         self.assertEqual((result.code, result.err), (0, ""))
         for name in SUBCOMMANDS:
             self.assertRegex(result.out, rf"(?m)^  {name} +\S")
-        for option in COMMON_OPTIONS:
+        for option in [*COMMON_OPTIONS, *RUN_OPTIONS, "--answers"]:
             self.assertIn(option, result.out)
+        self.assertIn("\nOptions of workbench, run, send, repl and serve:\n  --ui", result.out)
         self.assertIn("Exit codes:", result.out)
 
     def test_each_subcommand_has_help(self):
@@ -28,8 +30,16 @@ class HelpTest(ProgramTest):
                 result = self.run_program(*arguments)
                 self.assertEqual((result.code, result.err), (0, ""), arguments)
                 self.assertRegex(result.out, rf"Usage: tavhost {name}\b")
-                for option in COMMON_OPTIONS:
-                    self.assertIn(option, result.out)
+                self.assertLessEqual(set(COMMON_OPTIONS), self.options_in(result.out))
+                self.assertEqual(set(RUN_OPTIONS) <= self.options_in(result.out), name in RUNNING)
+                self.assertEqual(set(RUN_OPTIONS).isdisjoint(self.options_in(result.out)),
+                                 name not in RUNNING)
+                self.assertEqual("--answers" in self.options_in(result.out),
+                                 name in [*RUNNING, "check"])
+
+    @staticmethod
+    def options_in(help_text):
+        return set(re.findall(r"(?m)^  (--[a-z-]+)", help_text))
 
     def test_version(self):
         for arguments in (["--version"], ["run", "--version"], ["--version", "repl"]):
@@ -57,10 +67,31 @@ class MistakeTest(ProgramTest):
         self.expect_usage_error(["run", "--anwsers=x", "a.tav"],
                                 "unknown option '--anwsers'; did you mean '--answers'?", "run")
         self.expect_usage_error(["run", "-z", "a.tav"], "unknown option '-z'", "run")
-        self.expect_usage_error(["run", "--json", "a.tav"], "unknown option '--json'", "run")
+        self.expect_usage_error(["run", "--json", "a.tav"], 
+                                "option '--json' is not for run, but for check, commands and validate",
+                                "run")
         self.expect_usage_error(["check", "a.tav", "--jsn"],
                                 "unknown option '--jsn'; did you mean '--json'?", "check")
-        self.expect_usage_error(["-e", "print 1"], "unknown option '-e'")
+        self.expect_usage_error(["-e", "print 1"],
+                                "option '-e' is not for the workbench, but for run")
+
+    def test_an_option_of_other_subcommands(self):
+        """It is refused, wherever it stands: its effect would be missed."""
+        values = {"--ui": "headless", "--screen": "1x1"}
+        for subcommand, operands in (("check", ["a.tav"]), ("commands", []), ("validate", ["x.so"]),
+                                     ("lsp", []), ("trace", ["diff", "a", "b"])):
+            for option in [*RUN_OPTIONS, "--answers"]:
+                if (subcommand, option) == ("check", "--answers"):
+                    continue
+                takers = "workbench, run, send, repl and serve"
+                if option == "--answers":
+                    takers = takers.replace("repl", "check, repl")
+                message = f"option '{option}' is not for {subcommand}, but for {takers}"
+                given = [option]
+                if option not in ("--quiet", "--model-window", "--dry-run"):
+                    given.append(values.get(option, "x"))
+                self.expect_usage_error([*given, subcommand, *operands], message, subcommand)
+                self.expect_usage_error([subcommand, *given, *operands], message, subcommand)
 
     def test_missing_operands(self):
         self.expect_usage_error(["run"], "run needs a script", "run")
@@ -85,9 +116,12 @@ class MistakeTest(ProgramTest):
                       "800X600", " 800x600", "800x600 "):
             self.expect_usage_error(["run", "--screen", value, "a.tav"],
                                     "--screen: must be WIDTHxHEIGHT, for example 1280x720", "run")
-        for value in ("0", "-1", "x", "1s", "nan", "inf", "1e99"):
+        for value in ("0", "-1", "x", "1s", "nan", "inf", "1e99", "1000000001"):
             self.expect_usage_error(["run", "--timeout", value, "a.tav"],
-                                    "--timeout: must be a number of seconds above 0", "run")
+                                    
+                                    "--timeout: must be a number of seconds above 0, at most "
+                                    "1000000000", "run")
+        self.expect(["run", "--timeout", "1e9", "-e", "print 1"], "1\n")
         for value in ("x", "-1", "65536", "80x", ""):
             self.expect_usage_error(["serve", "--port", value],
                                     "--port: must be a port number from 0 to 65535", "serve")
@@ -102,8 +136,8 @@ class MistakeTest(ProgramTest):
         self.expect_usage_error(["serve", "--address"], "--address needs a value", "serve")
         self.expect_usage_error(["serve", "--allow-crash=1"], "--allow-crash takes no value",
                                 "serve")
-        self.expect_usage_error(["run", "--allow-crash", "a.tav"], "unknown option '--allow-crash'",
-                                "run")
+        self.expect_usage_error(["run", "--allow-crash", "a.tav"],
+                                "option '--allow-crash' is not for run, but for serve", "run")
         self.expect_usage_error(["run", "--quiet=1", "a.tav"], "--quiet takes no value", "run")
         self.expect_usage_error(["run", "--ui", "gtk", "a.tav"],
                                 "--ui: must be auto, qt or headless", "run")
@@ -120,7 +154,7 @@ class EmptyTest(ProgramTest):
             for arguments in ([option, ""], [option + "="]):
                 self.expect_usage_error(["run", *arguments, "-e", "print 1"],
                                         f"{option}: must not be empty", "run")
-                self.expect_usage_error([*arguments, "check", "a.tav"],
+                self.expect_usage_error([*arguments, "run", "a.tav"],
                                         f"{option}: must not be empty")
 
     def test_names(self):

@@ -111,6 +111,75 @@ class SignalTest(ProgramTest):
                     out, err = process.communicate()
                     self.assertEqual((process.returncode, out, err), (code, b"", b""))
 
+    WAITING = (["run", "-"], ["run", "fifo"], ["run", "--answers", "fifo", "-e", "print 1"],
+               ["run", "--trace", "fifo", "-e", "print 1"],
+               ["run", "--record", "fifo", "-e", "print 1"],
+               ["send", "-"], ["send", "--answers", "fifo", "GET_CWD"],
+               ["repl"], ["repl", "--trace", "fifo"], ["serve", "--trace", "fifo"],
+               ["check", "-"], ["check", "fifo"], ["check", "a.tav", "--answers", "fifo"],
+               ["lsp"], ["trace", "diff", "fifo", "a.tav"], ["trace", "diff", "a.tav", "fifo"])
+
+    def test_the_time_limit_while_something_is_awaited(self):
+        """Before there is a script: its own text, or what goes with it, does not come."""
+        self.file("a.tav", "print 1\n")
+        os.mkfifo(self.folder / "fifo")
+        for arguments in self.WAITING:
+            for options in (["--timeout", "0.2", *arguments],
+                            [arguments[0], "--timeout=0.2", *arguments[1:]]):
+                with self.subTest(options):
+                    begin = time.monotonic()
+                    process = self.start(*options, stdin=subprocess.PIPE)
+                    process.wait(timeout=program.TIME_LIMIT)
+                    self.assertLess(time.monotonic() - begin, 0.2 + LIMIT)
+                    out, err = process.communicate()
+                    self.assertEqual((process.returncode, out, err), (
+                        124, b"", b"tavhost: stopped after 0.2 s (--timeout)\n"))
+
+    def test_signals_while_something_is_awaited(self):
+        self.file("a.tav", "print 1\n")
+        os.mkfifo(self.folder / "fifo")
+        for arguments in self.WAITING:
+            for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143)):
+                with self.subTest(arguments, signal=number):
+                    process = self.start(*arguments, stdin=subprocess.PIPE)
+                    waiting.until_at_work(process)
+                    begin = time.monotonic()
+                    process.send_signal(number)
+                    process.wait(timeout=program.TIME_LIMIT)
+                    self.assertLess(time.monotonic() - begin, LIMIT)
+                    process.communicate()
+                    self.assertEqual(process.returncode, code)
+
+    def test_the_time_limit_of_what_computes(self):
+        self.file("long.tav", "x = 1\nprint x + 1\n" * 1_000_000)
+        self.file("calls", "f(1)\n" * 8_000_000)
+        for arguments, printed in ((["check", "long.tav"], b""),
+                                   (["trace", "diff", "calls", "calls"], b"")):
+            with self.subTest(arguments):
+                begin = time.monotonic()
+                process = self.start("--timeout", "0.2", *arguments)
+                out, err = process.communicate(timeout=program.TIME_LIMIT)
+                self.assertLess(time.monotonic() - begin, 0.2 + LIMIT)
+                self.assertEqual((process.returncode, out, err), (
+                    124, printed, b"tavhost: stopped after 0.2 s (--timeout)\n"))
+
+    def test_what_was_printed_before_the_time_is_over(self):
+        """It is written; but nobody is waited for."""
+        os.mkfifo(self.folder / "fifo")
+        self.file("bad.tav", "NO_SUCH_COMMAND\n")
+        process = self.start("check", "--timeout", "0.2", "bad.tav", "fifo")
+        out, _ = process.communicate(timeout=program.TIME_LIMIT)
+        self.assertEqual(process.returncode, 124)
+        self.assertIn(b"bad.tav:1:1: error: ", out)
+        for stream in ("stdout", "stderr"):
+            with self.subTest(stream), children.unread_pipe() as pipe:
+                process = self.start("check", "--timeout", "0.2", "bad.tav", "fifo",
+                                     **{stream: pipe})
+                self.assertLess(self.end(process, None, 124), 0.2 + LIMIT)
+
+    def end(self, process, number, code):
+        return UnreadTest.end(self, process, number, code)
+
     def test_a_signal_that_the_caller_ignores(self):
         process = self.start("run", "-", stdin=subprocess.PIPE, preexec_fn=lambda: signal.signal(
             signal.SIGHUP, signal.SIG_IGN))

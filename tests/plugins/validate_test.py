@@ -173,6 +173,16 @@ class ValidateTest(unittest.TestCase):
                     process.kill()
                     process.wait()
 
+    def test_the_time_limit(self):
+        process = subprocess.Popen(
+            [options.tavhost, "validate", "--timeout", "2", broken("hangs")],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        child = waiting.until(lambda: hanging_child(process.pid), "the plug-in hangs")
+        _, err = process.communicate(timeout=10)
+        self.assertEqual((process.returncode, err),
+                         (124, b"tavhost: stopped after 2 s (--timeout)\n"))
+        waiting.until(lambda: not is_running(child), "the child ends")
+
     def test_text_names_what_failed(self):
         result = run("validate", broken("wrong-type"))
         self.assertEqual(result.returncode, 1)

@@ -101,6 +101,16 @@ def with_a_client_that_leaves():
         return b"".join(service.errors).decode(), code, seconds, os.path.exists(token_file)
 
 
+def with_a_second_signal_to_a_run():
+    """What it printed is in a buffer; the pipe takes it without waiting."""
+    run = Run("sleeps-forever")
+    waiting.until(run.mark.exists, "the plug-in is at work")
+    run.process.send_signal(signal.SIGINT)
+    with unittest.TestCase().assertRaises(subprocess.TimeoutExpired):
+        run.process.wait(0.3)  # that it stays can only be seen for a time
+    return run.stop(signal.SIGTERM)
+
+
 def with_a_second_signal():
     """The token file goes then, too."""
     with tempfile.TemporaryDirectory() as folder:
@@ -135,6 +145,7 @@ CASES_HERE = {
     "full pipe": with_a_full_pipe,
     "client": with_a_client_that_leaves,
     "second signal": with_a_second_signal,
+    "second signal to a run": with_a_second_signal_to_a_run,
 }
 
 
@@ -201,6 +212,9 @@ class WatchdogTest(unittest.TestCase):
 
     def test_a_second_signal(self):
         self.assertEqual(self.result("second signal"), (143, False))
+        out, err, code, seconds = self.result("second signal to a run")
+        self.assertEqual((out, err, code), ("1\n", "", 143))
+        self.assertLess(seconds, 1)
 
 
 def main():
