@@ -152,7 +152,7 @@ def angled_problem(path, included):
         return None
     if QT.match(included) and included not in STANDARD:
         return None if here == "tavhost/qt" else "Qt stays in tavhost/qt/"
-    if included in COMPILER and here.startswith("tavhost/"):
+    if included in COMPILER and (here.startswith("tavhost/") or here == "plugin"):
         return None
     platform = platform_of(path)
     if POSIX.match(included) or WINDOWS.match(included):
