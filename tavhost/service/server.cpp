@@ -43,10 +43,11 @@ std::vector<std::string> OwnNames(const std::vector<std::string>& addresses) {
 // Want of memory ends what it befalls, not the service.
 void ServerState::Run() {
   const auto work = net::make_work_guard(context);
-  while (!mustAbort && !(stopping && sessions.empty())) {
+  while (true) {
     try {
       context.restart();
       TakeCalls();
+      if (mustAbort || (stopping && sessions.empty())) break;
       if (std::exchange(mustResume, false)) Resume();
       context.run();
     } catch (const std::bad_alloc&) {

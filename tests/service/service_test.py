@@ -519,6 +519,21 @@ class Crashes(unittest.TestCase):
         self.assertNotIn(service.process.wait(timeout=20), (0, 1, 130))
         self.assertFalse(os.path.exists(service.token_path))
 
+    def test_it_ends_at_once_when_nothing_goes_on(self):
+        if on_windows:
+            self.skipTest("a program takes its time to end there")
+        times = []
+        for _ in range(3):
+            service = Service()
+            self.addCleanup(service.stop)
+            self.assertEqual(service.post("/script", "print 1")[0], 200)
+            begin = time.monotonic()
+            service.process.send_signal(signal.SIGINT)
+            self.assertEqual(service.process.wait(timeout=10), 130)
+            times.append(time.monotonic() - begin)
+        # Time is what is tested: clients that take no reply would be waited for 0.7 s.
+        self.assertLess(min(times), 0.4)
+
     def test_waiting_clients_hold_no_end(self):
         service = Service()
         self.addCleanup(service.stop)
