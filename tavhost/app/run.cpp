@@ -10,6 +10,7 @@
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/files/program_path.h"
 #include "tavhost/script/runner.h"
@@ -55,8 +56,11 @@ int RunScript(const CommandLine& line) {
   if (stopped || outcome.exitType == TavScriptExitError) (*host)->DropOpenFiles();
   if (stopped) return (*host)->Finish(exitCodeOfRun);
   const int exitCodeOfAll = FinishServing(line.options, exitCodeOfRun);
+  if (stop::IsRequested()) return (*host)->Finish(exitCodeOfAll);
   (*host)->WaitForUser();
-  return (*host)->Finish(exitCodeOfAll);
+  if (!stop::IsRequested()) return (*host)->Finish(exitCodeOfAll);
+  ReportStop(stop::Requested(), line.options);
+  return (*host)->Finish(ExitCodeOf(stop::Requested()));
 }
 
 }  // namespace app

@@ -1,12 +1,17 @@
 """Displays that cannot be reached: a run goes on without one and says so once; who asks for windows
 is told before anything runs."""
 
+import os
 import resource
 import signal
+import sys
 import unittest
 from pathlib import Path
 
-from program import ProgramTest
+from program import TIME_LIMIT, ProgramTest
+
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent))
+import waiting  # noqa: E402
 
 # Nobody serves displays of these names.
 UNREACHABLE = ({"DISPLAY": ":4099"}, {"WAYLAND_DISPLAY": "none-0"},
@@ -137,6 +142,38 @@ class PlatformTest(ProgramTest):
         for platform in ("minimal", "offscreen:"):
             self.expect(["--ui", "qt", "--screen", "800x600", "send", "GET_DISPLAY_SIZE"],
                         " w:800 h:600\n", env={**self.environment, "QT_QPA_PLATFORM": platform})
+
+
+class WorkWindowTest(ProgramTest):
+    """The script is over; the window in which its output is docked keeps the program."""
+
+    SCRIPT = 'CREATE_OUTPUT_WIN winid:"log" title:"Log"\nprint "over"'
+
+    def setUp(self):
+        super().setUp()
+        folder = Path(self.program).resolve().parent.parent / "lib/tavhost/modules"
+        if not (folder / "libtavhost_qt.so").exists():
+            self.skipTest("there is no module for windows")
+        # A user is expected; the windows are only drawn.
+        self.environment.update(DISPLAY=":4099", QT_QPA_PLATFORM="offscreen")
+
+    def test_ended_by_a_signal(self):
+        for signum, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 143)):
+            with self.subTest(signum):
+                terminal, other = os.openpty()  # where lines come out at once
+                process = self.start("run", "-e", self.SCRIPT, stdout=other)
+                self.addCleanup(process.kill)
+                os.close(other)
+                self.assertEqual(os.read(terminal, 100), b"over\r\n")
+                waiting.until_at_work(process)
+                process.send_signal(signum)
+                errors = process.communicate(timeout=TIME_LIMIT)[1]
+                os.close(terminal)
+                self.assertEqual((errors, process.returncode), (b"", code))
+
+    def test_ended_by_the_time_limit(self):
+        self.expect(["--timeout", "1.5", "run", "-e", self.SCRIPT], "over\n",
+                    "tavhost: stopped after 1.5 s (--timeout)\n", 124)
 
 
 if __name__ == "__main__":
