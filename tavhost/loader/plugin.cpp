@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -19,6 +20,8 @@
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/loader/refusal_texts.h"
+#include "tavhost/notation/allocation_hook.h"
+#include "tavhost/notation/scope.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
 
@@ -26,9 +29,24 @@ namespace loader {
 
 namespace {
 
+// Of a command that was broken off no result counts, and least of all the outcome: 0 would stand
+// for what did not happen.
+void ForgetResults(TavScriptResult& result) {
+  constexpr std::string_view kOutcome = "ecode";
+  result.GetText() = SV::String();
+  if (TavKelValueSet* const variables = result.GetValueSet()) {
+    kel::Scope& scope = kel::Scope::Of(*variables);
+    if (scope.Read(kOutcome)) scope.Set(kOutcome, {});
+  }
+  if (TavKelValue* const record = result.GetObject()) {
+    kel::Value::Of(*record) = kel::Value::Record();
+  }
+}
+
 void SetError(TavScriptResult& result, const char* command, const char* text,
               const char* what = "") {
   const memory_reserve::Use reserve;
+  ForgetResults(result);
   const std::string message = std::string(command) + ": " + text + what;
   result.SetError(base::StringOf(message));
 }
@@ -47,6 +65,7 @@ bool Guarded(const std::string& plugin, const char* command, TavScriptResult& re
       isCommand = callPlugin();
     }
     end.Returned();
+    if (kel::TakeAllocationRefused()) throw std::bad_alloc();
     return isCommand;
   } catch (const stop::Stopped&) {
     throw;

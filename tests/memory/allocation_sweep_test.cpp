@@ -299,4 +299,25 @@ TEST_F(AllocationSweep, TheLanguage) {
   for (const auto& [name, script] : kScripts) Sweep(name, script.text, script.ownError);
 }
 
+// An outcome of 0 says that the command did what it is for.
+TEST_F(AllocationSweep, NoOutcomeOfWhatDidNotHappen) {
+  const SV::String text(
+      "text = \"\"\necode = 0\ntry { ENCODE \"a text that is encoded\" } catch e { text = \"none\" "
+      "}\n"
+      "try { print ecode, text } catch e { print \"no outcome\" }");
+  for (long at = 1;; ++at) {
+    std::string printed;
+    printed.reserve(1 << 10);
+    failing_malloc::FailAt(at, 1);
+    const script::Outcome outcome = Run(text, printed);
+    const bool wasRefused = failing_malloc::Disarm();
+    const bool isDone = printed == "0 YSB0ZXh0IHRoYXQgaXMgZW5jb2RlZA==\n";
+    EXPECT_TRUE(isDone || printed == "1 \n" || printed == "no outcome\n" || printed.empty())
+        << "request " << at << ": " << printed;
+    if (wasRefused) continue;
+    EXPECT_TRUE(isDone) << printed << outcome.error.text;
+    return;
+  }
+}
+
 }  // namespace
