@@ -33,6 +33,21 @@ tl::unexpected<Error> Failed(const Target& target, int error) {
   return Failure(std::strerror(error), target.path);
 }
 
+// Reserves room for what is to be written at a place of a file of this size. False with errno set
+// when there is none; nothing has changed then.
+bool Reserve(int file, off_t at, off_t length, off_t size) {
+  if (length == 0) return true;
+  const int reserved =
+      Uninterrupted([&] { return fallocate(file, FALLOC_FL_KEEP_SIZE, at, length); });
+  // Some file systems cannot reserve; they are written to all the same.
+  if (reserved == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG)) return true;
+  const int error = errno;
+  // Gives back what was reserved behind the end.
+  if (at <= size && ftruncate(file, size) != 0) errno = error;
+  errno = error;
+  return false;
+}
+
 // Written in place. Nothing of the old text is touched before the file system has room for the
 // part that takes its place; a stop is not looked at in between.
 class InPlaceFile final : public WholeFile {
@@ -46,7 +61,8 @@ class InPlaceFile final : public WholeFile {
 
   Result<void> Write(std::string_view bytes) override {
     const UncutWork uncut(target_.path.c_str());
-    if (!HasRoomFor(bytes.size())) return Failed(target_, errno);
+    if (!Reserve(file_.Get(), end_, static_cast<off_t>(bytes.size()), oldSize_))
+      return Failed(target_, errno);
     if (lseek(file_.Get(), end_, SEEK_SET) < 0) return Failed(target_, errno);
     const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), nullptr);
     end_ += static_cast<off_t>(written);
@@ -66,20 +82,6 @@ class InPlaceFile final : public WholeFile {
   }
 
  private:
-  bool HasRoomFor(std::size_t length) {
-    if (length == 0) return true;
-    const int reserved = Uninterrupted([&] {
-      return fallocate(file_.Get(), FALLOC_FL_KEEP_SIZE, end_, static_cast<off_t>(length));
-    });
-    // Some file systems cannot reserve; they are written to all the same.
-    if (reserved == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG)) return true;
-    const int error = errno;
-    // Gives back what was reserved behind the end.
-    if (end_ <= oldSize_ && ftruncate(file_.Get(), oldSize_) != 0) errno = error;
-    errno = error;
-    return false;
-  }
-
   Target target_;
   Descriptor file_;
   off_t oldSize_;
@@ -151,7 +153,8 @@ class ReplacingFile final : public WholeFile {
         fstat(to.Get(), &status) != 0) {
       return Failed(target_, errno);
     }
-    if (!CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), {}) ||
+    if (!Reserve(to.Get(), 0, size.st_size, status.st_size) ||
+        !CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), {}) ||
         ftruncate(to.Get(), size.st_size) != 0 || (options_.synced && fsync(to.Get()) != 0) ||
         !to.Close()) {
       return Failed(target_, errno);

@@ -164,6 +164,13 @@ bool IsLeadingToFile(const std::string& path) {
   return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 
+bool IsLeadingNowhere(const std::string& link) {
+  std::error_code error;
+  const auto status = std::filesystem::status(ToPath(disk::ShortPath(link)), error);
+  return status.type() == std::filesystem::file_type::not_found &&
+         error != std::errc::not_a_directory;
+}
+
 }  // namespace
 
 bool PlannedFiles::ByName::operator()(const std::string& a, const std::string& b) const {
@@ -517,7 +524,8 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
   const auto path = Reach(name);
   if (!path) return Refuse(name, kNoPath);
   const Found found = Find(*path);
-  if (found.kind == Kind::kDirectoryLink) {
+  if (found.kind == Kind::kDirectoryLink ||
+      (found.kind == Kind::kLink && IsLeadingNowhere(found.real))) {
     dry_run::Tell({Act::kDelete, *path});
     Put(*path, {});
     return true;

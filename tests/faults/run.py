@@ -30,6 +30,7 @@ sys.path[:0] = [str(HERE), str(HERE.parent)]
 import ground  # noqa: E402
 import kills  # noqa: E402
 import leftovers  # noqa: E402
+import promises  # noqa: E402
 import scenarios  # noqa: E402
 import waiting  # noqa: E402
 import writers  # noqa: E402
@@ -1005,6 +1006,7 @@ def all_cases(runner, options):
     yield from wanted(kills.cases(runner, options.long))
     yield from wanted(writers.cases(runner, options.long, Disk if can_mount() else None))
     yield from wanted(leftovers.cases(runner, options.long))
+    yield from wanted(promises.cases(runner, options.long, Disk if can_mount() else None))
     if can_mount():
         yield from wanted(full_disk_cases(runner, options.long))
     else:

@@ -1,0 +1,351 @@
+"""What docs/files.md promises that a script alone cannot bring about: pipes, links, second names,
+other folders, full disks, programs that end in the middle."""
+import os
+import pathlib
+import select
+import shutil
+import signal
+import stat
+import subprocess
+import time
+
+from ground import Broken, write
+from writers import OPEN, PATIENCE, expect_no_strays, expect_text, finish, start, wait
+
+
+def expect(what, found, wanted):
+    if found != wanted:
+        raise Broken(f"{what}: {found!r} instead of {wanted!r}")
+
+
+def said(runner, folder, text, wanted, **more):
+    finish(start(runner, folder, text, **more), wanted)
+
+
+def pipe_without_reader(runner, folder):
+    """It is not waited for, whichever way it is opened; nor is one read."""
+    os.mkfifo(folder / "pipe")
+    begun = time.monotonic()
+    said(runner, folder, """
+        FWRITE file:"pipe" text:"x"
+        print ecode, written
+        FWRITE file:"pipe" text:"x" append
+        print ecode, written
+        FWRITE open file:"pipe"
+        print ecode
+        FREAD file:"pipe"
+        print ecode, len(text)
+    """, "1 0 1 0 1 2 0")
+    if time.monotonic() - begun > 5:
+        raise Broken("it waited for a reader")
+    expect("the pipe", stat.S_ISFIFO(os.stat(folder / "pipe").st_mode), True)
+
+
+def pipe_with_slow_reader(runner, folder):
+    """It gets everything, and stays a pipe."""
+    os.mkfifo(folder / "pipe")
+    reader = os.open(folder / "pipe", os.O_RDONLY | os.O_NONBLOCK)
+    program = start(runner, folder, """
+        text = join(range(0, 200000, 1), ",")
+        FWRITE file:"pipe" text:(text)
+        print ecode, written == len(text)
+    """)
+    wait(lambda: select.select([reader], [], [], 0)[0], "the first byte comes")
+    os.set_blocking(reader, True)
+    read = 0
+    while part := os.read(reader, 1 << 16):
+        read += len(part)
+    os.close(reader)
+    finish(program, "0 1")
+    expect("bytes read", read, len(",".join(map(str, range(200000)))))
+
+
+def temporary_names(runner, folder):
+    """Empty, new and its owner's alone; where none can be made, `filename` keeps what it had."""
+    environment = dict(os.environ, TMPDIR=str(folder / "none"))
+    (folder / "told").mkdir()
+    done = start(runner, folder, """
+        filename = "old"
+        GET_TEMP_FILENAME
+        print filename
+        filename = ""
+        GET_TEMP_FILENAME
+        if filename == "" { print "no temporary file"; exit 1 }
+    """, env=environment)
+    printed, errors = done.communicate(timeout=PATIENCE)
+    expect("without a folder", (printed, done.returncode), ("old\nno temporary file\n", 1))
+    expect("the errors", errors.count("724"), 2)
+    environment["TMPDIR"] = str(folder / "told")
+    said(runner, folder, "GET_TEMP_FILENAME\nGET_TEMP_FILENAME\n", "", env=environment)
+    made = [path.stat() for path in (folder / "told").iterdir()]
+    expect("files", [(stat.S_IMODE(one.st_mode), one.st_size) for one in made], [(0o600, 0)] * 2)
+
+
+def link_to_a_full_folder(runner, folder):
+    """DIR_REMOVE removes the link, wherever it leads, and what it leads to stays."""
+    write(folder / "full/inner/file", "kept")
+    for name, text in (("link", "full"), ("file-link", "full/inner/file"), ("nowhere", "gone")):
+        os.symlink(text, folder / name)
+    text = "".join(f'DIR_REMOVE path:"{name}"\nprint ecode\n'
+                   for name in ("link", "file-link", "nowhere"))
+    said(runner, folder, text, "0 1 0")
+    expect("the links", [os.path.lexists(folder / name) for name in ("link", "file-link", "nowhere")],
+           [False, True, False])
+    expect_text(folder / "full/inner/file", "kept")
+    os.symlink("full", folder / "link")
+    os.symlink("gone", folder / "nowhere")
+    told = subprocess.run([runner.tavhost, "run", "--dry-run", "script.tav"], cwd=folder, text=True,
+                          stdout=subprocess.PIPE, check=True, timeout=PATIENCE).stdout
+    expect("a dry run", [line for line in told.splitlines() if line.isdigit()], ["0", "1", "0"])
+
+
+def links_of_single_files(runner, folder):
+    """The source's link is followed, the target's is replaced; a file reached through a link is not
+    copied onto itself."""
+    write(folder / "a", "new")
+    write(folder / "b", "old")
+    for name, text in (("to-a", "a"), ("to-b", "b")):
+        os.symlink(text, folder / name)
+    said(runner, folder, """
+        FREAD file:"to-a"
+        print ecode, text
+        FCOPY from:"to-a" to:"a"
+        print ecode
+        FCOPY from:"a" to:"to-a"
+        print ecode
+        FILE_COPY from:"to-a" to:"to-b"
+        print ecode
+        FWRITE file:"to-a" text:"through"
+        print ecode
+    """, "0 new 0 0 0 0")
+    expect("links", [os.path.islink(folder / name) for name in ("to-a", "to-b")], [True, False])
+    for name, text in (("a", "through"), ("b", "old"), ("to-b", "new")):
+        expect_text(folder / name, text)
+
+
+def names_of_one_file(runner, folder):
+    """A copy takes one name of a file and leaves the others what they had; written, they stay one
+    file."""
+    write(folder / "a", "new")
+    for first, second in (("b", "c"), ("d", "e")):
+        write(folder / first, "old")
+        os.link(folder / first, folder / second)
+    said(runner, folder, 'FCOPY from:"a" to:"b"\nprint ecode\nFWRITE file:"d" text:"written"\n'
+                         'print ecode\nFILE_RENAME from:"d" to:"e"\nprint ecode\n', "1 0 1")
+    for name, text in (("b", "new"), ("c", "old"), ("d", "written"), ("e", "written")):
+        expect_text(folder / name, text)
+
+
+def tree_into_itself_through_a_link(runner, folder):
+    write(folder / "s/file", "kept")
+    (folder / "s/in").mkdir()
+    os.symlink("s/in", folder / "way")
+    said(runner, folder, "".join(f'{command}\nprint ecode\n' for command in (
+        'COPY_FILES "s" to:"way"', 'COPY_FILES "s\\\\*" to:"way" overwrite-existing-dir',
+        'MOVE_FILES "s" to:"way"', 'MOVE_FILES "s/*" to:"way"')), "1 1 1 1")
+    expect("in the tree", (sorted(os.listdir(folder / "s")), os.listdir(folder / "s/in")),
+           (["file", "in"], []))
+
+
+def names_with_a_star(runner, folder):
+    """A list of them cannot be split; the counts tell."""
+    for name in ("a*b", "plain"):
+        write(folder / "d" / name, "")
+    (folder / "d/x*y").mkdir()
+    said(runner, folder, """
+        DIR_LIST path:"d"
+        print len(split(files, "*")), len(split(dirs, "*"))
+        for piece in split(files, "*") { FILE_EXISTS file:("d/" + piece); print exists }
+        for piece in split(dirs, "*") { DIR_EXIST path:("d/" + piece); print exist }
+        IS_DIR_EMPTY path:"d"
+        print ecode, isempty
+        IS_DIR_EMPTY path:"d/x*y"
+        print ecode
+    """, "3 2 0 0 1 0 0 0 0 1")
+
+
+def script_in_an_odd_folder(runner, folder):
+    """FWRITE writes beside the script, unless no path can name that folder."""
+    for name in ("odd\\place", "place"):
+        write(folder / name / "script.tav", 'FWRITE file:"out" text:"x"\nprint ecode\n')
+    found = [subprocess.run([runner.tavhost, "run", folder / name / "script.tav"], cwd=folder,
+                            text=True, stdout=subprocess.PIPE, timeout=PATIENCE).stdout
+             for name in ("odd\\place", "place")]
+    expect("codes", found, ["1\n", "0\n"])
+    expect("files", sorted(str(path.relative_to(folder)) for path in folder.rglob("out")),
+           ["place/out"])
+    text = 'FWRITE file:"here" text:"x"\nprint ecode\n'
+    for arguments, given in ((["-e", text], None), (["-"], text)):
+        done = subprocess.run([runner.tavhost, "run", *arguments], cwd=folder, text=True, input=given,
+                              stdout=subprocess.PIPE, timeout=PATIENCE)
+        expect(f"with {arguments[0]}", done.stdout, "0\n")
+        (folder / "here").unlink()
+
+
+def stop_drops_what_is_open(runner, folder):
+    """A file of the area that is open when a stop comes stays what it was; a plain one has what was
+    written so far."""
+    write(folder / "area/0/k", "old")
+    for kind in (signal.SIGINT, signal.SIGTERM):
+        program = start(runner, folder, OPEN + 'DIR_CREATE path:"open"\nwhile 1 { SLEEP ms:5 }\n')
+        wait((folder / "open").is_dir, "the file is open")
+        program.send_signal(kind)
+        program.communicate(timeout=PATIENCE)
+        expect("the exit code", program.returncode, 128 + kind)
+        (folder / "open").rmdir()
+    expect_text(folder / "area/0/k", "old")
+    expect_no_strays(folder)
+    program = start(runner, folder, 'FWRITE open file:"plain"\nFWRITE text:"so far"\n'
+                                    'DIR_CREATE path:"open"\nwhile 1 { SLEEP ms:5 }\n')
+    wait((folder / "open").is_dir, "the file is open")
+    program.kill()
+    program.communicate(timeout=PATIENCE)
+    expect_text(folder / "plain", "so far")
+
+
+def plain_appends_at_once(runner, folder):
+    """Each text is whole, in the order of the calls."""
+    text = 'for i from 1 to 300 { FWRITE file:"log" text:("%d:" + i + "\\n") append }\n'
+    programs = [start(runner, folder, text % number, f"{number}.tav") for number in range(3)]
+    for program in programs:
+        finish(program)
+    lines = (folder / "log").read_text().splitlines()
+    for number in range(3):
+        mine = [line for line in lines if line.startswith(f"{number}:")]
+        expect("lines", mine, [f"{number}:{i}" for i in range(1, 301)])
+    expect("lines in all", len(lines), 900)
+
+
+def files_that_are_left(runner, folder):
+    """One that a killed program has left beside plain files is an ordinary file."""
+    write(folder / "d/.tavhost-2147483647-1.tmp", "part")
+    (folder / "to").mkdir()
+    said(runner, folder, """
+        IS_DIR_EMPTY path:"d"
+        print isempty
+        MOVE_FILES "d" to:"to"
+        print ecode
+        DELETE_FILES "to/d/.tavhost-*.tmp"
+        print ecode
+        IS_DIR_EMPTY path:"to/d"
+        print isempty
+        DELETE_FILES "to/d/.tavhost-*.tmp"
+        print ecode
+    """, "0 0 0 1 1")
+
+
+def area_of_the_user(runner, folder):
+    """Without --db it is a folder of the user's, other libraries beside library 0; only one
+    program's command at a time makes a directory."""
+    write(folder / "script.tav", 'FWRITE file:"db:\\\\k" text:"x"\n'
+                                 'FILE_COPY from:"db:/k" to:"K2" to-libraryid:7\nprint ecode\n'
+                                 'DIR_EXIST path:"db:\\\\"\nprint exist\n'
+                                 'DIR_LIST path:"db:\\\\"\nprint ecode\n'
+                                 'DELETE_FILES "db:\\\\*"\nprint ecode\n')
+    for name, more in (("data", {"XDG_DATA_HOME": str(folder / "data")}),
+                       ("home/.local/share", {"HOME": str(folder / "home")})):
+        environment = {key: value for key, value in os.environ.items() if key != "XDG_DATA_HOME"}
+        done = subprocess.run([runner.tavhost, "run", "script.tav"], cwd=folder, text=True,
+                              env={**environment, **more}, stdout=subprocess.PIPE, timeout=PATIENCE)
+        expect("codes", done.stdout, "0\n0\n1\n1\n")
+        area = folder / name / "tavhost/db"
+        expect_text(area / "0/k", "x")
+        expect_text(area / "7/K2", "x")
+
+
+def writer_who_never_ends(runner, folder):
+    """Who only writes one text is waited for ten seconds; then the other fails."""
+    write(folder / "area/0/k", "old")
+    write(folder / "script.tav", 'FILE_EXISTS file:"FAULT-BEGIN"\n'
+                                 'FWRITE file:"db:\\\\k" text:"first"\nprint ecode\n')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="100")
+    first = subprocess.Popen([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
+                             env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                             text=True)
+    wait(lambda: list((folder / "area/0").glob(".tavhost-*.tmp")), "the first writes")
+    first.send_signal(signal.SIGSTOP)
+    begun = time.monotonic()
+    finish(start(runner, folder, 'FWRITE file:"db:\\\\k" text:"second"\nprint ecode\n', "two.tav"),
+           "1")
+    if not 9 < time.monotonic() - begun < 20:
+        raise Broken(f"it waited {time.monotonic() - begun:.1f} s")
+    first.send_signal(signal.SIGCONT)
+    finish(first, "0")
+    expect_text(folder / "area/0/k", "first")
+
+
+def end_on_a_full_disk(runner, folder, disk):
+    """What cannot be stored when the program ends is told, and the exit code is 1 instead of 0."""
+    with disk(folder / "disk", "size=64k"):
+        (folder / "disk/area").mkdir()
+        (folder / "area").symlink_to("disk/area")
+        for ending, code in (("", 1), ("exit 7\n", 7)):
+            program = start(runner, folder, 'FWRITE file:"db:/k" text:"old"\n'
+                                            'text = join(range(0, 20000, 1), ",")\n'
+                                            'FWRITE open file:"db:/k"\nFWRITE text:(text)\n'
+                                            f'print ecode\n{ending}')
+            printed, errors = program.communicate(timeout=PATIENCE)
+            expect("it printed", (printed, program.returncode), ("2\n", code))
+            if "/area/0/k could not be stored: No space left on device" not in errors:
+                raise Broken(f"it said {errors!r}")
+            expect_text(folder / "area/0/k", "old")
+            (folder / "area/0/k").unlink()
+        said(runner, folder, """
+            text = join(range(0, 20000, 1), ",")
+            FWRITE open file:"disk/open"
+            FWRITE text:(text)
+            print ecode, written > 0 and written < len(text)
+            FWRITE close
+            print ecode
+        """, "2 1 0")
+    with disk(folder / "names", "nr_inodes=2"):
+        write(folder / "names/one", "")
+        program = start(runner, folder, 'filename = "none"\nGET_TEMP_FILENAME\nprint filename\n'
+                                        'FWRITE file:"names/new" text:"x"\nprint ecode, written\n'
+                                        'DIR_CREATE path:"names/dir"\nprint ecode\n'
+                                        'FDELETE file:"names/one"\nprint ecode\n',
+                        env=dict(os.environ, TMPDIR=str(folder / "names")))
+        printed, _ = program.communicate(timeout=PATIENCE)
+        expect("without free names", printed.split(), ["none", "1", "0", "1", "1"])
+
+
+def mounted_on(runner, folder, disk):
+    """A file on which a file system is mounted is written in place, and is what it was when the text
+    does not fit."""
+    with disk(folder / "disk", "size=64k"):
+        write(folder / "disk/inner", "o" * 9000)
+        write(folder / "file", "below")
+        subprocess.run(["mount", "--bind", folder / "disk/inner", folder / "file"], check=True)
+        try:
+            old = "n" * 9000
+            said(runner, folder, f'FWRITE file:"file" text:"{old}"\nprint ecode, written\n', "0 9000")
+            expect_text(folder / "disk/inner", old)
+            said(runner, folder, """
+                text = join(range(0, 20000, 1), ",")
+                try { FWRITE file:"file" text:(text); print ecode } catch e {
+                    print contains(e.message, "/file could not be stored: No space left on device")
+                }
+            """, "1")
+            expect_text(folder / "disk/inner", old)
+        finally:
+            subprocess.run(["umount", "--lazy", folder / "file"], check=True)
+        expect_text(folder / "file", "below")
+        expect_no_strays(folder)
+
+
+def cases(runner, long, disk):
+    def in_a_folder(case, *more):
+        folder = pathlib.Path(runner.folder())
+        case(runner, folder, *more)
+        shutil.rmtree(folder)
+
+    plain = [pipe_without_reader, pipe_with_slow_reader, temporary_names, link_to_a_full_folder,
+             links_of_single_files, names_of_one_file, tree_into_itself_through_a_link,
+             names_with_a_star, script_in_an_odd_folder, stop_drops_what_is_open,
+             plain_appends_at_once, files_that_are_left, area_of_the_user]
+    if long:
+        plain.append(writer_who_never_ends)
+    for case in plain:
+        yield "promised: " + case.__name__, lambda c=case: in_a_folder(c)
+    for case in (end_on_a_full_disk, mounted_on) if disk else ():
+        yield "promised: " + case.__name__, lambda c=case: in_a_folder(c, disk)
