@@ -16,6 +16,8 @@
 #include "tavhost/files/database_area.h"
 #include "tavhost/files/program_path.h"
 
+#include <sddl.h>
+
 namespace {
 
 using Names = std::set<SV::String, std::less<SV::String>>;
@@ -158,6 +160,54 @@ TEST_F(FileManager, ATextOfOneCommandReplacesTheWholeFile) {
   }
   EXPECT_EQ(Read("file"), "new");
   EXPECT_EQ(CountFiles("."), 1);
+}
+
+// Who may do what with a file, as text.
+std::string AccessOf(const char* path) {
+  DWORD length = 0;
+  GetFileSecurityA(path, DACL_SECURITY_INFORMATION, nullptr, 0, &length);
+  std::string descriptor(length, '\0');
+  LPSTR text = nullptr;
+  if (!GetFileSecurityA(path, DACL_SECURITY_INFORMATION, descriptor.data(), length, &length) ||
+      !ConvertSecurityDescriptorToStringSecurityDescriptorA(
+          descriptor.data(), SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr)) {
+    return {};
+  }
+  const std::string access = text;
+  LocalFree(text);
+  return access;
+}
+
+void SetAccess(const char* path, const char* access) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA(access, SDDL_REVISION_1,
+                                                                   &descriptor, nullptr));
+  ASSERT_TRUE(SetFileSecurityA(path, DACL_SECURITY_INFORMATION, descriptor));
+  LocalFree(descriptor);
+}
+
+TEST_F(FileManager, AFileThatIsReplacedKeepsItsAccessList) {
+  Write("other", "new");
+  for (const char* path : {"written", "copied", "kept open"}) Write(path, "old");
+  const std::string usual = AccessOf("written");
+  ASSERT_FALSE(usual.empty());
+  // Nobody but this user.
+  for (const char* path : {"written", "copied", "kept open"}) SetAccess(path, "D:P(A;;FA;;;BA)");
+  const std::string narrow = AccessOf("written");
+  EXPECT_NE(narrow, usual);
+  {
+    command_end::Scope command;
+    EXPECT_TRUE(WriteWhole("written", "new"));
+    command.Returned();
+  }
+  EXPECT_TRUE(TavFileManager::fileCopy("other", "copied", -1, -1, false));
+  EXPECT_TRUE(WriteWhole("kept open", "new"));
+  for (const char* path : {"written", "copied", "kept open"}) {
+    EXPECT_EQ(Read(path), "new");
+    EXPECT_EQ(AccessOf(path), narrow) << path;
+  }
+  EXPECT_TRUE(TavFileManager::fileCopy("written", "free", -1, -1, true));
+  EXPECT_EQ(AccessOf("free"), usual) << "a new file has the rights of its folder";
 }
 
 TEST_F(FileManager, WhatOthersHoldIsWrittenInPlace) {
