@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "tavhost/service/token.h"
@@ -30,9 +31,17 @@ std::string PrivateFolder() {
 bool WritePrivateFile(const std::string& path, std::string_view contents) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (file < 0) return false;
-  const bool written =
-      write(file, contents.data(), contents.size()) == static_cast<ssize_t>(contents.size());
-  return close(file) == 0 && written;
+  const ssize_t count = write(file, contents.data(), contents.size());
+  const bool written = count == static_cast<ssize_t>(contents.size());
+  int reason = count < 0 ? errno : ENOSPC;
+  if (close(file) == 0) {
+    if (written) return true;
+  } else if (written) {
+    reason = errno;
+  }
+  unlink(path.c_str());  // or it would stand in the way of the next start
+  errno = reason;
+  return false;
 }
 
 bool IsPrivateFile(const std::string& path) {

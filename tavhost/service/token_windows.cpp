@@ -25,7 +25,9 @@ bool WritePrivateFile(const std::string& path, std::string_view contents) {
   const bool written =
       WriteFile(file, contents.data(), static_cast<DWORD>(contents.size()), &count, nullptr) &&
       count == contents.size();
-  return CloseHandle(file) && written;
+  if (CloseHandle(file) && written) return true;
+  DeleteFileA(path.c_str());  // or it would stand in the way of the next start
+  return false;
 }
 
 // The access list of the folder decides; who chooses the path chooses that.

@@ -899,6 +899,20 @@ class Sockets(unittest.TestCase):
             self.assertEqual(done.returncode, 1)
             self.assertIn(f"script service: the token file {path} {reason}\n", done.stderr)
 
+    def test_a_token_file_for_which_there_is_no_room(self):
+        def no_file_may_grow():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+        path = os.path.join(self.folder, "token")
+        done = subprocess.run([*service_test.program, "serve", "--port", "0", "--token-file", path],
+                              capture_output=True, timeout=20, text=True, stdin=subprocess.DEVNULL,
+                              preexec_fn=no_file_may_grow)
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, f"script service: the token file {path} cannot be written: "
+                             "File too large\n"))
+        self.assertFalse(os.path.exists(path))
+
     def test_a_manager_of_services(self):
         """Sockets that were opened before the program was, and word when it is ready and ends."""
         notify = os.path.join(self.folder, "notify")
