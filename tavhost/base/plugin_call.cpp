@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "tavhost/base/literal.h"
+
 namespace plugin_call {
 
 namespace {
@@ -26,6 +28,15 @@ class Line {
     const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
   }
+  // A name, which may hold any byte, in the same line to its end.
+  Line& Name(std::string_view name) noexcept {
+    for (const char& byte : name) {
+      const bool isPlain = !base::NeedsEscape(byte) || byte == '"' || byte == '\\';
+      char room[4];
+      *this << (isPlain ? std::string_view(&byte, 1) : base::EscapeOf(byte, room));
+    }
+    return *this;
+  }
   std::string_view Text() const noexcept { return {room_, length_}; }
 
  private:
@@ -42,11 +53,11 @@ std::string_view Describe(char* room, std::size_t size) noexcept {
   const Scope* const call = Scope::Current();
   if (!call) return {};
   Line line(room, size);
-  line << "plug-in \"" << call->Plugin() << "\"";
+  (line << "plug-in \"").Name(call->Plugin()) << "\"";
   if (!call->Command()) return line.Text();
   line << ", command " << call->Command();
   const Place place = tellPlace ? tellPlace() : Place();
-  if (!place.file.empty()) line << " at " << place.file << ":" << place.line;
+  if (!place.file.empty()) (line << " at ").Name(place.file) << ":" << place.line;
   return line.Text();
 }
 

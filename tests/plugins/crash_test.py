@@ -83,6 +83,14 @@ class CrashTest(unittest.TestCase):
         self.assertEqual(self.run_program("run", "a.tav"),
                          (code, "1\n2\n", self.line(", command ABORT at b.tav:3", cause)))
 
+    def test_a_name_with_control_characters_breaks_no_line(self):
+        if machine:
+            self.skipTest("there are no such names")
+        (self.folder / "a\n\x1b[1m.tav").write_text("ABORT\n")
+        cause, code = FAULTS["ABORT"]
+        self.assertEqual(self.run_program("run", "a\n\x1b[1m.tav"),
+                         (code, "", self.line(r", command ABORT at a\n\x1b[1m.tav:1", cause)))
+
     def test_sent_as_a_message(self):
         cause, code = dict(self.faults())["WRITE_NOWHERE"]
         self.assertEqual(self.run_program("send", "WRITE_NOWHERE"),
