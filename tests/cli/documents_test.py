@@ -18,17 +18,59 @@ def plain(roff):
     return re.sub(r"\\(?:f.|[-&])", lambda m: "-" if m[0] == r"\-" else "", roff)
 
 
-class ManPageTest(ProgramTest):
-    def test_it_names_every_option_and_subcommand(self):
-        page = plain(MAN_PAGE.read_text())
-        told = self.run_program("--help").out
-        names = set(re.findall(r"(?m)^  (--?[a-z-]+)", told))
-        for row in re.findall(r"(?m)^  ([a-z]+) +[A-Z]", told):
-            names |= {row, *re.findall(r"(?m)^  (--?[a-z-]+)", self.run_program(row, "--help").out)}
-        self.assertGreater(len(names), 20)
-        for name in sorted(names):
-            self.assertRegex(page, rf"(?m)(^|[\s.\"]){re.escape(name)}\b", name)
+OPTION = r"--[a-z-]+|-[a-z]\b"
 
+
+class NamesTest(ProgramTest):
+    """The help, the man page and the page about the command line name the same, each all of it."""
+
+    def help_names(self):
+        told = self.run_program("--help").out
+        subcommands = set(re.findall(r"(?m)^  ([a-z]+) +[A-Z]", told))
+        options = set(re.findall(rf"(?m)^  ({OPTION})", told)) | {"-h"}  # told behind --help
+        for name in subcommands:
+            page = self.run_program(name, "--help").out
+            options |= set(re.findall(rf"(?m)^  ({OPTION})", page))
+        return subcommands, options
+
+    @staticmethod
+    def man_names():
+        """The entries of both kinds, and all options that are named anywhere."""
+        page = MAN_PAGE.read_text()
+        sections = re.findall(r"(?ms)^\.SH (\w+)\n(.*?)(?=^\.SH |\Z)", page)
+        entries = {title: [plain(line) for line in re.findall(r"(?m)^\.TP\n\.\w+ (.*)", text)]
+                   for title, text in sections}
+        subcommands = {entry.strip('"').split()[0] for entry in entries["SUBCOMMANDS"]}
+        options = {name for entry in entries["OPTIONS"] for name in re.findall(OPTION, entry)}
+        told = set(re.findall(OPTION, plain(page)))
+        return subcommands, options, told
+
+    @staticmethod
+    def page_names():
+        page = (ROOT / "docs/command-line.md").read_text()
+        usage = re.search(r"(?ms)^```\n(.*?)^```", page)[1]
+        cells = re.findall(r"(?m)^\| ([^|]*(?:\\\|[^|]*)*)\|", page)
+        subcommands = set(re.findall(r"(?m)^tavhost ([a-z]+)", usage))
+        names = {name for text in [usage, *cells]
+                 for name in re.findall(rf"(?<![\w-])({OPTION})", text)}
+        return subcommands, names
+
+    def test_each_names_every_subcommand(self):
+        told = self.help_names()[0]
+        self.assertGreater(len(told), 8)
+        self.assertEqual(self.man_names()[0], told)
+        self.assertEqual(self.page_names()[0], told)
+
+    def test_each_names_every_option_and_no_other(self):
+        told = self.help_names()[1]
+        self.assertGreater(len(told), 20)
+        _, entries, anywhere = self.man_names()
+        self.assertEqual(entries, told)
+        self.assertEqual(anywhere - told, set())
+        self.assertEqual(self.page_names()[1], told)
+
+
+class ManPageTest(ProgramTest):
     @unittest.skipUnless(shutil.which("mandoc") or shutil.which("man"), "there is no man")
     def test_it_is_well_formed(self):
         command = (["mandoc", "-T", "lint", "-W", "warning"] if shutil.which("mandoc")
@@ -48,13 +90,6 @@ class PagesTest(ProgramTest):
                 if "://" in link or link.startswith("commands/"):
                     continue  # pages that are written when the site is made
                 self.assertTrue((page.parent / link).exists(), f"{page.name}: {link}")
-
-    def test_the_command_line_page_names_every_option_and_subcommand(self):
-        page = (ROOT / "docs/command-line.md").read_text()
-        told = self.run_program("--help").out
-        for name in re.findall(r"(?m)^  (--[a-z-]+)", told) + \
-                ["tavhost " + row for row in re.findall(r"(?m)^  ([a-z]+) +[A-Z]", told)]:
-            self.assertIn(name, page)
 
     def test_the_language_page_names_every_function(self):
         page = (ROOT / "docs/language.md").read_text()
