@@ -4,14 +4,11 @@ is told before anything runs."""
 import os
 import resource
 import signal
-import sys
 import unittest
 from pathlib import Path
 
+import waiting
 from program import TIME_LIMIT, ProgramTest
-
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent))
-import waiting  # noqa: E402
 
 # Nobody serves displays of these names.
 UNREACHABLE = ({"DISPLAY": ":4099"}, {"WAYLAND_DISPLAY": "none-0"},
