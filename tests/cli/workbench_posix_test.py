@@ -73,6 +73,19 @@ class WorkbenchTest(ProgramTest):
         settings = (Path(self.folder) / "xdg_config_home/tavhost/workbench.ini").read_text()
         self.assertTrue(re.search(r"path=.*a\.tav", settings), settings)
 
+    def test_ends_at_the_time_limit_and_by_an_interrupt(self):
+        if not self.has_module():
+            self.skipTest("there is no module for windows")
+        process = self.workbench("--timeout", "1.5")
+        _, err = process.communicate(timeout=20)
+        self.assertEqual(process.returncode, 124, err)
+        self.assertTrue(err.endswith("tavhost: stopped after 1.5 s (--timeout)\n"), err)
+        process = self.workbench()
+        self.painted(process)
+        process.send_signal(signal.SIGINT)
+        _, err = process.communicate(timeout=10)
+        self.assertEqual((err, process.returncode), ("", 130))
+
     def test_starts_with_damaged_settings_and_ends_when_asked(self):
         if not self.has_module():
             self.skipTest("there is no module for windows")
