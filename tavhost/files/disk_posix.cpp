@@ -64,13 +64,26 @@ bool IsWrittenDirectly(const struct stat& status) {
          windows::IsOpenFile(IdOf(status));
 }
 
-// Standard output or standard error is redirected to that file.
-bool IsPrintedTo(const struct stat& file) {
-  const auto leadsThere = [&file](int stream) {
+// The files to which standard output and standard error are redirected, which stays so as long as
+// the program runs.
+struct PrintedIds {
+  windows::FileId output = Of(STDOUT_FILENO);
+  windows::FileId error = Of(STDERR_FILENO);
+
+  static windows::FileId Of(int stream) {
     struct stat status;
-    return fstat(stream, &status) == 0 && IdOf(status) == IdOf(file);
-  };
-  return S_ISREG(file.st_mode) && (leadsThere(STDOUT_FILENO) || leadsThere(STDERR_FILENO));
+    const bool isFile = fstat(stream, &status) == 0 && S_ISREG(status.st_mode);
+    return isFile ? IdOf(status) : windows::FileId();
+  }
+};
+
+const PrintedIds& Printed() {
+  static const PrintedIds ids;
+  return ids;
+}
+
+bool IsPrintedTo(windows::FileId file) {
+  return file == Printed().output || file == Printed().error;
 }
 
 // The descriptor of the program's own for which a path stands; -1 for others. Opened anew, a file
@@ -188,8 +201,8 @@ class PosixFile : public OutputFile {
 // and what is printed later behind it.
 class PrintedFile : public OutputFile {
  public:
-  PrintedFile(std::unique_ptr<OutputFile> file, const struct stat& status)
-      : file_(std::move(file)), status_(status) {}
+  PrintedFile(std::unique_ptr<OutputFile> file, windows::FileId id)
+      : file_(std::move(file)), id_(id) {}
 
   // Before anything of the file is changed.
   static void Begin() { standard_write::FlushOutput(); }
@@ -214,14 +227,12 @@ class PrintedFile : public OutputFile {
 
  private:
   void LetPrintingGoOnBehind() const {
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
-      struct stat status;
-      if (fstat(stream, &status) == 0 && IdOf(status) == IdOf(status_)) lseek(stream, 0, SEEK_END);
-    }
+    if (id_ == Printed().output) lseek(STDOUT_FILENO, 0, SEEK_END);
+    if (id_ == Printed().error) lseek(STDERR_FILENO, 0, SEEK_END);
   }
 
   std::unique_ptr<OutputFile> file_;
-  struct stat status_;
+  windows::FileId id_;
 };
 
 // The folder asked for last, and some on the way to it: those asked for one after the other lie in
@@ -348,7 +359,7 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   Descriptor file = Open(location, O_WRONLY | O_CREAT | (append ? O_APPEND : 0));
   struct stat status;
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return nullptr;
-  const bool isPrintedTo = IsPrintedTo(status);
+  const bool isPrintedTo = IsPrintedTo(IdOf(status));
   if (isPrintedTo) PrintedFile::Begin();
   // Permissions do not hold back every user; the read-only attribute does.
   if (S_ISREG(status.st_mode)) {
@@ -360,7 +371,7 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   if (isPrintedTo && fcntl(file.Get(), F_SETFL, O_APPEND) != 0) return nullptr;
   auto opened = std::make_unique<PosixFile>(std::move(file), IdOf(status), name.text);
   if (!isPrintedTo) return opened;
-  return std::make_unique<PrintedFile>(std::move(opened), status);
+  return std::make_unique<PrintedFile>(std::move(opened), IdOf(status));
 }
 
 std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
@@ -374,11 +385,11 @@ std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
     return errno == ENOENT ? ReplacingOutputFile::Open(name) : nullptr;
   }
   if (IsWrittenDirectly(status)) return OpenForWriting(name, false);
-  if (!IsPrintedTo(status)) return ReplacingOutputFile::Open(name);
+  if (!IsPrintedTo(IdOf(status))) return ReplacingOutputFile::Open(name);
   PrintedFile::Begin();
   std::unique_ptr<OutputFile> file = ReplacingOutputFile::Open(name);
   if (!file) return nullptr;
-  return std::make_unique<PrintedFile>(std::move(file), status);
+  return std::make_unique<PrintedFile>(std::move(file), IdOf(status));
 }
 
 base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
