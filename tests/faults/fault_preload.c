@@ -17,7 +17,8 @@
 //                   replace   somebody puts another file in the place of FAULT_PATH, if it exists
 //                   (the last four act before the call, which is then made)
 //   FAULT_REFUSE=…  what the file system cannot do, separated by commas: renameat2 (without
-//                   replacing), copy_file_range, d_type (directories do not tell entries' types)
+//                   replacing), copy_file_range, d_type (directories do not tell entries' types);
+//                   locks, before the first mark, too
 //   FAULT_SLOW=N    each call takes N milliseconds more
 //   FAULT_COUNT=F   to that file goes how often anything was done to the files and the function at
 //                   which, then all functions that were called, one a line
@@ -253,6 +254,20 @@ int renameat2(int f, const char* from, int t, const char* to, unsigned flags) {
     return -1;
   }
   return Fault(__func__) ? -1 : real(f, from, t, to, flags);
+}
+
+int fcntl(int file, int command, ...) {
+  REAL(fcntl);
+  va_list list;
+  va_start(list, command);
+  void* argument = va_arg(list, void*);
+  va_end(list);
+  const char* refused = getenv("FAULT_REFUSE");
+  if (command == F_OFD_SETLK && refused && strstr(refused, "locks")) {
+    errno = ENOLCK;
+    return -1;
+  }
+  return real(file, command, argument);
 }
 
 ssize_t copy_file_range(int from, off64_t* a, int to, off64_t* b, size_t length, unsigned flags) {

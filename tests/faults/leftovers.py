@@ -159,14 +159,30 @@ def kept_for_the_living(runner):
     shutil.rmtree(folder)
 
 
+def without_locks(runner):
+    """Where a file system has no locks the area is written all the same; but what a program leaves
+    stays, since another one may still be at it."""
+    folder = prepare(runner)
+    left = kill_in(runner, folder, 'FWRITE file:"db:\\\\k" text:"new"')
+    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_REFUSE="locks")
+    finish(start(runner, folder, 'FWRITE file:"db:\\\\k" text:"new"\nprint ecode\n',
+                 env=environment), "0")
+    expect_text(folder / "area/0/k", "new")
+    expect_strays(folder, left, "without locks")
+    look(runner, folder)
+    expect_strays(folder, [], "with locks")
+    shutil.rmtree(folder)
+
+
 def number_of_another(runner, container, number):
     """A living process that has only the number of the one that is gone keeps nothing."""
     folder = prepare(runner)
     (folder / f"area/0/.tavhost-{number}-1.tmp").touch()
     time.sleep(2.5)  # time itself is tested: the other one begins later than the file
     write(folder / "look.tav", "DB_FILE_LIST\n")
-    subprocess.run([*container, "sh", "-c", 'test $$ = "$1" && "$2" --db area run look.tav; exit $?',
-                    "sh", str(number), runner.tavhost], cwd=folder, check=True, timeout=PATIENCE)
+    shell = 'test $$ = "$1" && "$2" --db area run look.tav; exit $?'
+    subprocess.run([*container, "sh", "-c", shell, "sh", str(number), runner.tavhost], cwd=folder,
+                   check=True, timeout=PATIENCE)
     expect_strays(folder, [], "a number that another process has by now")
     shutil.rmtree(folder)
 
@@ -208,6 +224,7 @@ def cases(runner, long):
     yield "what a killed FILE_COPY left", lambda: removed(
         runner, 'FILE_COPY from:"text" to:"db:\\\\k" copy-file-attributes', LOOKS[0])
     yield "what is open is left", lambda: kept_while_open(runner, [])
+    yield "what is left without locks", lambda: without_locks(runner)
     yield "what a living program left is left", lambda: kept_for_the_living(runner)
     if found := shutil.which("unshare") and other_container():
         container, number = found

@@ -86,11 +86,10 @@ def link_to_a_full_folder(runner, folder):
     write(folder / "full/inner/file", "kept")
     for name, text in (("link", "full"), ("file-link", "full/inner/file"), ("nowhere", "gone")):
         os.symlink(text, folder / name)
-    text = "".join(f'DIR_REMOVE path:"{name}"\nprint ecode\n'
-                   for name in ("link", "file-link", "nowhere"))
-    said(runner, folder, text, "0 1 0")
-    expect("the links", [os.path.lexists(folder / name) for name in ("link", "file-link", "nowhere")],
-           [False, True, False])
+    names = ("link", "file-link", "nowhere")
+    said(runner, folder, "".join(f'DIR_REMOVE path:"{name}"\nprint ecode\n' for name in names),
+         "0 1 0")
+    expect("the links", [os.path.lexists(folder / name) for name in names], [False, True, False])
     expect_text(folder / "full/inner/file", "kept")
     os.symlink("full", folder / "link")
     os.symlink("gone", folder / "nowhere")
@@ -176,8 +175,8 @@ def script_in_an_odd_folder(runner, folder):
            ["place/out"])
     text = 'FWRITE file:"here" text:"x"\nprint ecode\n'
     for arguments, given in ((["-e", text], None), (["-"], text)):
-        done = subprocess.run([runner.tavhost, "run", *arguments], cwd=folder, text=True, input=given,
-                              stdout=subprocess.PIPE, timeout=PATIENCE)
+        done = subprocess.run([runner.tavhost, "run", *arguments], cwd=folder, text=True,
+                              input=given, stdout=subprocess.PIPE, timeout=PATIENCE)
         expect(f"with {arguments[0]}", done.stdout, "0\n")
         (folder / "here").unlink()
 
@@ -310,15 +309,16 @@ def end_on_a_full_disk(runner, folder, disk):
 
 
 def mounted_on(runner, folder, disk):
-    """A file on which a file system is mounted is written in place, and is what it was when the text
-    does not fit."""
+    """A file on which a file system is mounted is written in place, and is what it was when the
+    text does not fit."""
     with disk(folder / "disk", "size=64k"):
         write(folder / "disk/inner", "o" * 9000)
         write(folder / "file", "below")
         subprocess.run(["mount", "--bind", folder / "disk/inner", folder / "file"], check=True)
         try:
             old = "n" * 9000
-            said(runner, folder, f'FWRITE file:"file" text:"{old}"\nprint ecode, written\n', "0 9000")
+            said(runner, folder, f'FWRITE file:"file" text:"{old}"\nprint ecode, written\n',
+                 "0 9000")
             expect_text(folder / "disk/inner", old)
             said(runner, folder, """
                 text = join(range(0, 20000, 1), ",")

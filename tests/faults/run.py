@@ -884,9 +884,9 @@ BAD_LOOKS = {
 
 
 def dry_run_on_bad_disk(runner, command):
-    """Whatever call fails, a dry run has an answer for the script: what is there, or that it failed,
-    never a list of less than there is; and it tells the steps that it would without the fault, or
-    none of those that it tells to have failed."""
+    """Whatever call fails, a dry run has an answer for the script: what is there, or that it failed.
+    It tells the steps that it would tell without the fault, or that it failed before or in one of
+    them; never a list of less than there is."""
     folder = runner.folder()
     make_tree(folder / "src", NEW)
     make_tree(folder / "to/sub", OLD)

@@ -98,6 +98,7 @@ def left_open_in_a_service(runner):
 def second_writer(runner):
     """In one process: whoever comes second gets 1, and what the first has is stored at the end."""
     folder = runner.folder()
+    write(folder / "area/0/k", "old")
     finish(start(runner, folder, OPEN + """
         FWRITE open file:"db:\\\\K"
         print ecode
@@ -109,7 +110,15 @@ def second_writer(runner):
         print ecode
         FWRITE file:"db:\\\\free" text:"other"
         print ecode
-    """), "1 1 1 0 0")
+        FCOPY from:"db:/free" to:"db:/k"
+        print ecode
+        FILE_COPY from:"db:/free" to:"K" to-libraryid:0
+        print ecode
+        FILE_RENAME from:"db:/k" to:"db:/other"
+        print ecode
+        FILE_RENAME from:"db:/free" to:"db:/K"
+        print ecode
+    """), "1 1 1 0 0 0 1 1 1")
     expect_text(folder / "area/0/k", "whole")
     expect_text(folder / "area/0/free", "other")
     expect_no_strays(folder)
