@@ -181,6 +181,18 @@ def script_in_an_odd_folder(runner, folder):
         (folder / "here").unlink()
 
 
+def no_look_at_what_is_there(runner, folder):
+    """The commands that ask whether something is there have no word for a disk that does not tell."""
+    write(folder / "d/file", "x")
+    for command, result in (('FILE_EXIST file:"d/file"', "exist"), ('DIR_EXIST path:"d"', "exist"),
+                            ('FILE_EXISTS file:"d/file"', "exists")):
+        asked = f"\n{command}\nprint {result}"
+        environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_AT="1",
+                           FAULT_DO="error:5")
+        said(runner, folder, f'FILE_EXISTS file:"FAULT-BEGIN"{asked}{asked}', "0 1",
+             env=environment)
+
+
 def stop_drops_what_is_open(runner, folder):
     """A file of the area that is open when a stop comes stays what it was; a plain one has what was
     written so far."""
@@ -341,8 +353,9 @@ def cases(runner, long, disk):
 
     plain = [pipe_without_reader, pipe_with_slow_reader, temporary_names, link_to_a_full_folder,
              links_of_single_files, names_of_one_file, tree_into_itself_through_a_link,
-             names_with_a_star, script_in_an_odd_folder, stop_drops_what_is_open,
-             plain_appends_at_once, files_that_are_left, area_of_the_user]
+             names_with_a_star, script_in_an_odd_folder, no_look_at_what_is_there,
+             stop_drops_what_is_open, plain_appends_at_once, files_that_are_left,
+             area_of_the_user]
     if long:
         plain.append(writer_who_never_ends)
     for case in plain:
