@@ -29,9 +29,9 @@ std::uint64_t OffsetOf(std::uint32_t process) {
 Lock::Outcome Try(Lock& lock) {
   const Lock::Outcome outcome = lock.Try();
   // Somebody who removes what a gone program of this number has left is soon done.
-  const bool isAlone =
+  const bool isHeldUp =
       outcome == Lock::Outcome::kTaken && !lock.Share(OffsetOf(detail::OwnProcess()));
-  return isAlone ? Lock::Outcome::kBusy : outcome;
+  return isHeldUp ? Lock::Outcome::kBusy : outcome;
 }
 
 }  // namespace
