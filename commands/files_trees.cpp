@@ -297,7 +297,7 @@ bool GoesIntoItself(const SV::String& pattern, const SV::String& target) {
 }
 
 bool DoInto(Steps& steps, const SV::String& pattern, const SV::String& target) {
-  if (paths::HasNul(pattern) || paths::HasNul(target)) return false;
+  if (!paths::IsPath(pattern) || !paths::IsPath(target)) return false;
   if (!IsDirectory(target.GetStr()) || GoesIntoItself(pattern, target)) return false;
   return Walk(pattern, target).Do(steps);
 }
@@ -318,7 +318,7 @@ bool TestDirectoryEmpty(const char* pattern, bool& isEmpty) {
 }
 
 bool DeleteTree(const SV::String& pattern) {
-  if (paths::HasNul(pattern)) return false;
+  if (!paths::IsPath(pattern)) return false;
   DeleteSteps steps;
   return Walk(pattern, {}).Do(steps);
 }

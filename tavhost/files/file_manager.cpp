@@ -1,6 +1,5 @@
 #include "host/files/file_manager.h"
 
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
@@ -67,7 +66,7 @@ class Target {
  public:
   Target(std::string_view path, long libraryId)
       : inArea_(database_area::IsInArea(path, libraryId)) {
-    if (std::find(path.begin(), path.end(), '\0') != path.end()) return;
+    if (path.find('\0') != std::string_view::npos) return;
     if (inArea_) {
       path_ = path;
       libraryId_ = libraryId;

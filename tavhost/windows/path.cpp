@@ -34,10 +34,21 @@ bool IsDatabaseName(const char* text) {
          IsSeparator(text[3]);
 }
 
+// Longer than any system takes, however often it says `../` to come down to less: such a text is
+// not even looked through.
+bool IsTooLong(const char* text) {
+  constexpr std::size_t kLongest = std::size_t{4} << 20;
+  return strnlen(text, kLongest + 1) > kLongest;
+}
+
 }  // namespace
 
 Path::Path(const char* text, Last last) : text_("") {
   if (standing.search && text && TakeRest(text, last)) return;
+  if (text && IsTooLong(text)) {
+    errno = ENAMETOOLONG;
+    return;
+  }
   std::size_t plain = 0;
   if (text && TakeAsItIs(text, plain)) [[likely]]
     return;

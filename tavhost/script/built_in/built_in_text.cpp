@@ -1,8 +1,6 @@
 #include "tavhost/script/built_in/built_in_text.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <string>
 #include <string_view>
 
@@ -10,7 +8,6 @@
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/utf8.h"
 #include "tavhost/notation/kel_text.h"
-#include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/code_points.h"
 #include "tavhost/script/operations.h"
@@ -210,43 +207,6 @@ Value Trim(Engine& engine, Value* arguments, std::uint32_t) {
   const std::string_view inside = Trimmed(text.View(), engine);
   if (inside.size() == text.View().size()) return arguments[0];
   return Value(base::StringOf(inside));
-}
-
-// A real is cut towards zero; a text must be an integer's digits, blanks around them allowed.
-Value ToInteger(Engine& engine, Value* arguments, std::uint32_t) {
-  const Value& x = arguments[0];
-  if (x.Kind() == TavKelInteger) return x;
-  if (x.Kind() == TavKelReal) {
-    if (std::fabs(x.Real()) > 1e15) throw ScriptError("int: the real is too large for an integer");
-    return IntegerValue(static_cast<std::int64_t>(x.Real()));
-  }
-  if (!x.IsText()) FailArgument("int", 1, "a number or a string", x);
-  const std::string_view digits = Trimmed(x.Text().View(), engine);
-  const char* const end = digits.data() + digits.size();
-  const kel::ScannedNumber number = kel::ScanNumber(digits.data(), end);
-  if (number.error || number.isReal || number.end != end) {
-    throw ScriptError("int: " + std::string(kel::Literal(x.Text().View()).View()) +
-                      " is not an integer");
-  }
-  return Value(number.integer);
-}
-
-Value ToReal(Engine& engine, Value* arguments, std::uint32_t) {
-  const Value& x = arguments[0];
-  if (!x.IsText()) {
-    if (x.Kind() != TavKelInteger && x.Kind() != TavKelReal) {
-      FailArgument("real", 1, "a number or a string", x);
-    }
-    return Value(NumberArgument("real", arguments, 0));
-  }
-  const std::string_view digits = Trimmed(x.Text().View(), engine);
-  double number = 0;
-  const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (code != std::errc() || end != digits.data() + digits.size() || !std::isfinite(number)) {
-    throw ScriptError("real: " + std::string(kel::Literal(x.Text().View()).View()) +
-                      " is not a number");
-  }
-  return Value(number);
 }
 
 Value ToText(Engine& engine, Value* arguments, std::uint32_t) {

@@ -56,7 +56,11 @@ std::string UnknownFunctionText(const std::string& name, const Program& program,
 }
 
 Compiler::Compiler(Program& program, Function& function, base::LongWork* work)
-    : program_(program), function_(function), work_(work), temporaries_(function.layout.Count()) {
+    : program_(program),
+      function_(function),
+      work_(work),
+      temporaries_(function.layout.Count()),
+      statementOffset_(function.offset) {
   if (temporaries_ > kMaxRegister / 2) {
     throw SyntaxError{function.offset, "too many variables in one function"};
   }
@@ -85,7 +89,7 @@ std::uint32_t Compiler::Emit(Code code, std::uint32_t a, std::uint32_t b, std::i
 }
 
 void Compiler::FailTooLarge() const {
-  throw SyntaxError{function_.offset, "the script is too large"};
+  throw SyntaxError{statementOffset_, "the script is too large"};
 }
 
 void Compiler::LandAt(const Jumps& jumps, std::uint32_t target) {
@@ -101,7 +105,7 @@ std::uint32_t Compiler::NewTemporary() { return NewTemporaries(1); }
 std::uint32_t Compiler::NewTemporaries(std::uint32_t count) {
   const std::uint32_t first = temporaries_;
   if (count > kMaxRegister || first + count > kMaxRegister) {
-    throw SyntaxError{function_.offset, "too many values at once in one statement"};
+    throw SyntaxError{statementOffset_, "too many values at once in one statement"};
   }
   temporaries_ += count;
   function_.registers = std::max(function_.registers, temporaries_);
@@ -111,6 +115,7 @@ std::uint32_t Compiler::NewTemporaries(std::uint32_t count) {
 void Compiler::CompileStatements(const Statement* statement) {
   for (; statement; statement = statement->next) {
     const std::uint32_t temporaries = temporaries_;
+    statementOffset_ = statement->offset;
     if (++statements_ % kLookEvery == 0) {
       // A long run of statements sees a stop while it runs, too.
       Emit(Code::kRepeat, 0, 0, 0, statement->offset);

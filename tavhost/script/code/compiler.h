@@ -102,7 +102,8 @@ class Compiler {
   base::LongWork* const work_;
   std::uint32_t statements_ = 0;  // compiled so far
   Source::Cursor lines_{program_.source};
-  std::uint32_t temporaries_;  // the first register that is free
+  std::uint32_t temporaries_;      // the first register that is free
+  std::uint32_t statementOffset_;  // where the statement that is being compiled begins
   std::vector<Loop*> loops_;
   const Expr* statementCall_ = nullptr;  // a call whose value nobody needs
 };

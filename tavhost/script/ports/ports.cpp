@@ -13,6 +13,7 @@
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
+#include "tavhost/script/quoted.h"
 
 namespace script {
 
@@ -24,8 +25,6 @@ bool IsPort(std::string_view name) {
   const SV::String text = base::StringOf(name);
   return TavMessagePortManager::Instance().GetMPNameStrAddress(text) != nullptr;
 }
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 std::string Suggestion(std::string_view name, const std::vector<std::string_view>& candidates) {
   const std::string nearest = base::NearestName(name, candidates);

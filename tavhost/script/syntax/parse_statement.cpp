@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cstddef>
+#include <string>
 #include <tl/expected.hpp>
 
 #include "tavhost/base/keywords.h"
@@ -13,6 +16,7 @@ namespace script {
 namespace {
 
 constexpr std::uint32_t kMaxParameters = 255;
+constexpr std::ptrdiff_t kLongestName = 65535;  // of a command or variable; each is looked at often
 
 bool IsKeyword(std::string_view word) {
   const keywords::Keyword* const keyword = keywords::Find(word);
@@ -72,9 +76,13 @@ Statement* Parser::ParseStatements(bool inBlock) {
 // Null for declarations, which leave no statement: a function, `global`, a file read before.
 Statement* Parser::ParseStatement() {
   const std::uint32_t offset = Offset();
-  const char* const nameEnd = kel::ScanName(at_, end_);
+  const auto most = std::min<std::ptrdiff_t>(end_ - at_, kLongestName + 1);
+  const char* const nameEnd = kel::ScanName(at_, at_ + most);
   const std::string_view name(at_, static_cast<std::size_t>(nameEnd - at_));
   if (name.empty()) FailExpected("a statement");
+  if (nameEnd - at_ > kLongestName) {
+    Fail(offset, "this name is longer than " + std::to_string(kLongestName) + " bytes");
+  }
   if (AtInclude(name, nameEnd)) {
     at_ = nameEnd;
     return ParseInclude(offset);

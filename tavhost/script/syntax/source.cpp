@@ -7,6 +7,7 @@
 #include <new>
 
 #include "tavhost/base/utf8.h"
+#include "tavhost/script/quoted.h"
 
 namespace script {
 
@@ -126,7 +127,7 @@ Diagnostic Source::Describe(std::uint32_t offset, const Place& place,
 
 // The line and, below it, a caret at the place.
 std::string Source::ShownLine(std::uint32_t offset, const Place& place) const {
-  constexpr std::size_t kLongest = 400;  // bytes
+  constexpr std::size_t kLongest = kLongestShown;
   constexpr std::string_view kCut = "...";
   const File& file = FileOf(offset);
   const std::string_view text = file.text.View();

@@ -195,6 +195,8 @@ TEST(Parser, TakesLongRunsWithoutNesting) {
     EXPECT_NE(Output("func f() { return 5 }\nx = f()" + path + "\n").find("an integer has no"),
               std::string::npos);
   }
+  const std::string tooMany = Output("l = 5\n\nl" + Repeated("[0]", 120'000) + " = 1");
+  EXPECT_NE(tooMany.find(":3:1: error: too many values"), std::string::npos) << tooMany;
   EXPECT_EQ(Mistake("CMD " +
                     [] {
                       std::string all;
@@ -202,6 +204,14 @@ TEST(Parser, TakesLongRunsWithoutNesting) {
                       return all;
                     }()),
             "");
+}
+
+TEST(Parser, RefusesLongNames) {
+  const std::string longest(65'535, 'x');
+  EXPECT_EQ(Mistake(longest + " = 1\nprint " + longest), "");
+  EXPECT_EQ(Mistake(longest + " = 1\n" + longest + "x = 2"),
+            "2:1: this name is longer than 65535 bytes");
+  EXPECT_EQ(Mistake("\n " + longest + "x"), "2:2: this name is longer than 65535 bytes");
 }
 
 TEST(Parser, RefusesTooManyVariables) {
