@@ -7,8 +7,10 @@
 #include <tl/expected.hpp>
 #include <utility>
 
+#include "tavhost/base/long_work.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/work_meter.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/element.h"
 #include "tavhost/notation/kel_text.h"
@@ -209,9 +211,26 @@ SV::String TavKelParser::GetCurElemName() {
   return base::StringOf(name);
 }
 
+namespace {
+
+// Parsing for a command: a stop ends it, and windows paint meanwhile.
+class Reading final : public base::WorkMeter {
+ private:
+  void Poll() override {
+    constexpr std::int64_t kUnits = 50'000;
+    budget_ = kUnits;
+    work_.At(0);
+  }
+
+  base::LongWork work_{"Reading"};
+};
+
+}  // namespace
+
 long TavKelParser::Parse() {
   trace::Call call(this, "Parse");
-  return call.Result(kel::ParserAccess::Parse(*this) ? 0L : 1L);
+  Reading reading;
+  return call.Result(kel::ParserAccess::Parse(*this, &reading) ? 0L : 1L);
 }
 
 SV::String TavKelParser::GetKelTextOfStrValue(const char* text) {
@@ -222,10 +241,11 @@ SV::String TavKelParser::GetKelTextOfStrValue(const SV::String& text) {
   return kel::Literal(text.View());
 }
 
-base::Result<void> kel::ParserAccess::Parse(TavKelParser& parser) {
+base::Result<void> kel::ParserAccess::Parse(TavKelParser& parser, base::WorkMeter* meter) {
   parser.elements_ = nullptr;
   parser.count_ = parser.current_ = 0;
-  base::Result<std::shared_ptr<const Document>> document = Document::Parse(parser.text_);
+  base::Result<std::shared_ptr<const Document>> document =
+      Document::Parse(parser.text_, Document::kTableBytes, meter);
   parser.document_ = document ? std::move(*document) : nullptr;
   if (!document) return tl::unexpected<base::Error>(std::move(document.error()));
   parser.elements_ = parser.document_->Elements();

@@ -5,6 +5,7 @@
 
 #include "host/notation/kel_parser.h"
 #include "tavhost/base/result.h"
+#include "tavhost/base/work_meter.h"
 #include "tavhost/notation/element.h"
 
 namespace kel {
@@ -28,7 +29,7 @@ struct ParserAccess {
   // How many elements it stands over.
   static unsigned Count(const TavKelParser& parser) { return parser.count_; }
   // TavKelParser::Parse with the place and the reason when it fails.
-  static base::Result<void> Parse(TavKelParser& parser);
+  static base::Result<void> Parse(TavKelParser& parser, base::WorkMeter* meter = nullptr);
 
  private:
   // The current element; null when there is none.

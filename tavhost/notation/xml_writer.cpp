@@ -66,6 +66,7 @@ SV::String XmlWriter::Write(bool withHeader, std::string_view rootTag) {
 
 void XmlWriter::Finish() {
   while (open_.Count() > 0) {
+    LookIfDue();
     Open& open = open_.Last();
     if (open.next == open.count) {
       if (open.tag) Tag({open.tag, open.tagLength}, "</", ">");
@@ -105,6 +106,7 @@ void XmlWriter::BeginElement(const Element& element) {
     }
   }
   for (std::uint32_t i = 0; i < element.attributeCount; ++i) {
+    LookIfDue();
     const Attribute& attribute = element.attributes[i];
     if (IsChild(element, attribute)) {
       hasChildren = true;
@@ -237,6 +239,7 @@ void XmlWriter::Escaped(std::string_view text, bool inAttribute) {
   const char* at = text.data();
   const char* const end = at + text.size();
   while (at != end) {
+    LookIfDue();
     Room(ByteBlock::kWidth + kLongestCharacter);
     if (textEnd_ - at < static_cast<std::ptrdiff_t>(ByteBlock::kWidth)) {
       at = Special(at, end, inAttribute);

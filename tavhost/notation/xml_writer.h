@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "host/base/string.h"
+#include "tavhost/base/long_work.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/table.h"
 
@@ -18,7 +19,8 @@ class XmlWriter {
  public:
   explicit XmlWriter(const Document& document);
 
-  // Throws std::length_error when the XML would be longer than a string can be.
+  // Throws stop::Stopped when a stop is asked for, and std::length_error when the XML would be
+  // longer than a string can be.
   SV::String Write(bool withHeader, std::string_view rootTag);
 
  private:
@@ -61,8 +63,15 @@ class XmlWriter {
     if (bytes > static_cast<std::size_t>(limit_ - at_)) Grow(bytes);
   }
   void Grow(std::size_t bytes);
+  // To be called in each round of a loop over what the document holds.
+  void LookIfDue() {
+    constexpr std::uint32_t kEvery = 4096;  // rounds
+    if (++rounds_ % kEvery == 0) work_.At(0);
+  }
 
   const Document& document_;
+  base::LongWork work_{"Converting"};
+  std::uint32_t rounds_ = 0;
   const char* textEnd_;  // bytes up to here may be read, whatever string they belong to
   SV::String out_;
   char* at_ = nullptr;
