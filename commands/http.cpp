@@ -35,6 +35,10 @@ constexpr int kConnectTimeout = 60000;
 constexpr int kSendTimeout = 30000;
 constexpr int kReceiveTimeout = 30000;
 
+// Bytes of a URL or a proxy: more than any server takes, so that nothing looks through a text that
+// is none.
+constexpr long kLongestAddress = 4L << 20;
+
 SV::WString Wide(TavKelParser& parser, names::Literal name) {
   return SV::ConvertUTF8StringToWString(parser.GetStrValue(name));
 }
@@ -69,7 +73,9 @@ void SetAnswer(TavHTTPClient& client, bool binary, TavScriptResult& result) {
 }
 
 int Request(TavKelParser& parser, bool binary, TavScriptResult& result) {
-  TavHTTPClient client(SV::ConvertUTF8StringToWString(parser.GetStrValue()), nullptr);
+  const SV::String url = parser.GetStrValue();
+  if (url.Len() > kLongestAddress) return kImpossible;
+  TavHTTPClient client(SV::ConvertUTF8StringToWString(url), nullptr);
   SV::WString verb(u"GET");
   if (parser.IsContained(kVerb)) verb = Wide(parser, kVerb);
   if (parser.IsContained(kTimeouts)) SetTimeouts(client, parser.GetStrValue(kTimeouts));
@@ -79,7 +85,9 @@ int Request(TavKelParser& parser, bool binary, TavScriptResult& result) {
   // The host has one setting for all three. Each overwrites the one before, so that the last one
   // given, in this order, is what counts.
   for (const names::Literal name : {kProxy, kProxyUser, kProxyPw}) {
-    if (parser.IsContained(name)) client.SetProxy(Wide(parser, name));
+    if (!parser.IsContained(name)) continue;
+    if (parser.GetStrValue(name).Len() > kLongestAddress) return kFailed;
+    client.SetProxy(Wide(parser, name));
   }
   if (!client.SendHttpRequest(verb, false)) return kFailed;
   SetAnswer(client, binary, result);
