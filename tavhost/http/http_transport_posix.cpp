@@ -229,6 +229,15 @@ bool Follow(Watch& watch, CURL* easy, Watch::Clock::time_point now) {
   return true;
 }
 
+// Whether the proxy has refused the tunnel. What it says behind that, of any length, libcurl would
+// read to its end, although nobody asks for it: a user name has been sent with the first request.
+bool IsTunnelRefused(CURL* easy) {
+  constexpr long kSuccess = 2;  // hundreds
+  long status = 0;
+  Curl().getInfo(easy, CURLINFO_HTTP_CONNECTCODE, &status);
+  return status != 0 && status / 100 != kSuccess;
+}
+
 // libcurl takes what a proxy says to the request for a tunnel without returning, as long as it goes
 // on: only from in here can that be ended. Anything but zero as the result ends the transfer.
 int OnProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
@@ -237,7 +246,8 @@ int OnProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexc
     const auto now = Watch::Clock::now();
     Follow(transfer.watch, transfer.easy.get(), now);
     PaintWhileWaiting();
-    transfer.refused = transfer.refused || stop::IsRequested() || transfer.watch.IsOver(now);
+    transfer.refused = transfer.refused || stop::IsRequested() || transfer.watch.IsOver(now) ||
+                       IsTunnelRefused(transfer.easy.get());
   } catch (...) {
     transfer.fault = std::current_exception();
     transfer.refused = true;

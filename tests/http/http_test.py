@@ -530,40 +530,58 @@ class Proxies(Case):
             self.assertEqual(len(self.proxy.seen), seen)
 
 
-@unittest.skipIf(os.name == "nt", "signals of POSIX systems")
 class EndlessProxies(unittest.TestCase):
-    """A tunnel that is refused at great length ends as any other request does."""
+    """A tunnel that is refused at great length, or promised without end."""
 
-    FORMS = [(b"Content-Length: 99999999999", b"x" * 10000),
-             (b"Transfer-Encoding: chunked", b"1000\r\n" + b"x" * 4096 + b"\r\n")]
+    REFUSALS = [(b"HTTP/1.1 %s\r\n%s\r\n\r\n" % (status, framing), piece)
+                for status in (b"407 Proxy Authentication Required", b"502 Bad Gateway", b"302 Found",
+                               b"100 Continue")
+                for framing, piece in ((b"Content-Length: 99999999999", b"x" * 10000),
+                                       (b"Transfer-Encoding: chunked",
+                                        b"1000\r\n" + b"x" * 4096 + b"\r\n"),
+                                       (b"Connection: close", b"x" * 10000))]
+    PROMISES = [(b"HTTP/1.1 200 OK\r\n", b"A: b\r\n", 0.01), (b"", b"H", 0.01)]
 
-    def setUp(self):
+    def proxy(self, *how):
+        proxy = EndlessProxy(*how)
+        self.addCleanup(proxy.close)
+        return proxy
+
+    @staticmethod
+    def request(proxy, times):
+        return (f'HTTP_REQUEST "https://x.test/" proxy:"localhost:{proxy.port}" '
+                f'timeouts:"{times};{times};{times};{times}"')
+
+    def test_a_refusal_is_not_read_to_its_end(self):
+        """Without a limit in time too."""
+        for begin, piece in self.REFUSALS:
+            with self.subTest(begin):
+                proxy = self.proxy(begin, piece)
+                self.assertEqual(send(self.request(proxy, 0), timeout=20), " ecode:1\n")
+                self.assertLess(proxy.sent, 20_000_000)  # mostly in the system's buffers
+                self.assertEqual(len(proxy.seen), 1)
+
+    def test_a_promise_ends_by_the_time_of_the_attempt(self):
+        for how in self.PROMISES:
+            with self.subTest(how):
+                proxy = self.proxy(*how)
+                begin = time.monotonic()
+                self.assertEqual(send(self.request(proxy, 300), timeout=20), " ecode:1\n")
+                self.assertLess(time.monotonic() - begin, 5)
+                self.assertEqual(len(proxy.seen), 1)
+
+    def test_a_promise_ends_by_a_stop(self):
         if on_windows:
-            self.skipTest("the system talks to proxies itself")
-
-    def proxies(self):
-        for framing, piece in self.FORMS:
-            with self.subTest(framing):
-                proxy = EndlessProxy(framing, piece)
-                self.addCleanup(proxy.close)
-                yield proxy, f'HTTP_REQUEST "https://x.test/" proxy:"127.0.0.1:{proxy.port}"'
-
-    def test_by_the_time_of_the_attempt(self):
-        for proxy, request in self.proxies():
-            begin = time.monotonic()
-            self.assertEqual(send(request + ' timeouts:"300;300;300;300"', timeout=20),
-                             " ecode:1\n")
-            self.assertLess(time.monotonic() - begin, 5)
-            self.assertEqual(len(proxy.seen), 1)
-
-    def test_by_a_stop(self):
-        for proxy, request in self.proxies():
-            with subprocess.Popen([*program, "run", "-e", request + ' timeouts:"0;0;0;0"'],
-                                  stdin=subprocess.DEVNULL) as process:
-                self.addCleanup(process.kill)
-                self.assertTrue(proxy.talks.wait(30))
-                process.send_signal(signal.SIGINT)
-                self.assertEqual(process.wait(timeout=5), 130)
+            self.skipTest("signals of POSIX systems")
+        for how in self.PROMISES:
+            with self.subTest(how):
+                proxy = self.proxy(*how)
+                with subprocess.Popen([*program, "run", "-e", self.request(proxy, 0)],
+                                      stdin=subprocess.DEVNULL) as process:
+                    self.addCleanup(process.kill)
+                    self.assertTrue(proxy.talks.wait(30))
+                    process.send_signal(signal.SIGINT)
+                    self.assertEqual(process.wait(timeout=5), 130)
 
 
 class ProxySettings(unittest.TestCase):

@@ -449,20 +449,23 @@ class Proxy(Listener):
 
 
 class EndlessProxy(Proxy):
-    """Refuses every tunnel, in a body without end."""
+    """Answers every request for a tunnel without end: how it begins, and what follows again and
+    again, with a pause behind each if it is slow."""
 
-    def __init__(self, framing, piece):
-        self.answer = b"HTTP/1.1 407 Proxy Authentication Required\r\n" + framing + CRLF + CRLF
-        self.piece = piece
+    def __init__(self, begin, piece, pause=0):
+        self.begin, self.piece, self.pause = begin, piece, pause
         self.talks = threading.Event()
+        self.sent = 0  # bytes behind the beginning
         super().__init__()
 
     def _serve(self, connection):
         self.seen.append(connection.recv(65536))
-        connection.sendall(self.answer)
+        connection.sendall(self.begin)
         while True:
             connection.sendall(self.piece)
+            self.sent += len(self.piece)
             self.talks.set()
+            time.sleep(self.pause)
 
 
 if __name__ == "__main__":  # by itself: says where, and serves until its input ends
