@@ -72,13 +72,10 @@ class Utf16 final : public Converter {
     }
     const char* in = bytes.data();
     const char* const end = in + bytes.size() / kUnit * kUnit;
-    while (in != end) {
-      if (high_ == 0) CopyAscii(in, end, out);
-      if (in != end) {
-        out = Take(UnitOf(in[0], in[1]), out);
-        in += kUnit;
-      }
+    for (; end - in >= std::ptrdiff_t{sizeof(Units)}; in += sizeof(Units)) {
+      out = high_ == 0 ? TakeBlock(in, out) : TakeEach(in, in + sizeof(Units), out);
     }
+    out = TakeEach(in, end, out);
     if (bytes.size() % kUnit != 0) {
       hasHalf_ = true;
       half_ = bytes.back();
@@ -94,6 +91,8 @@ class Utf16 final : public Converter {
 
  private:
   static constexpr std::size_t kUnit = sizeof(char16_t);
+  using Units [[gnu::vector_size(16)]] = std::uint16_t;
+  using Bytes [[gnu::vector_size(8)]] = std::uint8_t;
 
   char16_t UnitOf(char first, char second) const {
     const auto one = static_cast<unsigned char>(first);
@@ -101,37 +100,60 @@ class Utf16 final : public Converter {
     return static_cast<char16_t>(bigEndian_ ? one << 8 | two : two << 8 | one);
   }
 
-  // Units as long as they are ASCII, word by word: their lower bytes, side by side. A last word is
-  // left for others to take. Writes a word more than counts.
-  void CopyAscii(const char*& in, const char* end, char*& out) const {
+  char* TakeEach(const char* in, const char* end, char* out) {
+    for (; in != end; in += kUnit) out = Take(UnitOf(in[0], in[1]), out);
+    return out;
+  }
+
+  // What is ASCII goes over as it is, as far as the next unit that is not. Where the next block
+  // begins depends on nothing that is found in this one, so that the processor need not wait.
+  // Writes a few bytes more than count.
+  char* TakeBlock(const char* in, char* out) {
     static_assert(std::endian::native == std::endian::little);
-    constexpr std::size_t kUnits = kWord / kUnit;
-    while (end - in >= std::ptrdiff_t{kWord}) {
-      std::uint64_t word = WordAt(in);
-      if (bigEndian_) word = (word & 0x00FF00FF00FF00FFu) << 8 | (word >> 8 & 0x00FF00FF00FF00FFu);
-      const std::uint64_t others = word & 0xFF80FF80FF80FF80u;
-      word |= word >> 8;
-      const auto four = static_cast<std::uint32_t>((word & 0xFFFF) | (word >> 16 & 0xFFFF0000));
-      std::memcpy(out, &four, sizeof four);
-      const std::size_t count =
-          others == 0 ? kUnits : static_cast<std::size_t>(std::countr_zero(others)) / 16;
-      in += count * kUnit;
-      out += count;
-      if (count < kUnits) return;
+    Units units;
+    std::memcpy(&units, in, sizeof units);
+    if (bigEndian_) units = units << 8 | units >> 8;
+    constexpr std::uint64_t kEach = 0x0101010101010101u;
+    auto ascii = std::bit_cast<std::uint64_t>(__builtin_convertvector(units, Bytes));
+    auto others =
+        std::bit_cast<std::uint64_t>(__builtin_convertvector(units > 0x7F, Bytes)) & kEach;
+    if (others == kEach) return TakeEach(in, in + sizeof units, out);
+    unsigned taken = 0;
+    for (; others != 0; others &= others - 1) {
+      const auto next = static_cast<unsigned>(std::countr_zero(others)) / 8;
+      std::memcpy(out, &ascii, sizeof ascii);
+      out += next - taken;
+      ascii = ascii >> (8 * (next - taken)) >> 8;
+      taken = next + 1;
+      const char* const unit = in + next * kUnit;
+      out = Take(UnitOf(unit[0], unit[1]), out);
+      if (high_ != 0) return TakeEach(unit + kUnit, in + sizeof units, out);
     }
+    std::memcpy(out, &ascii, sizeof ascii);
+    return out + sizeof(Bytes) - taken;
   }
 
   char* Take(char16_t unit, char* out) {
-    if (unit < 0x800 && high_ == 0) [[likely]] {
-      const bool isOne = unit < 0x80;
-      out[0] = static_cast<char>(isOne ? unit : 0xC0 | unit >> 6);
-      out[1] = static_cast<char>(0x80 | (unit & 0x3F));  // or nothing that counts
-      return out + (isOne ? 1 : 2);
+    const bool isHalf = unit >= 0xD800 && unit < 0xE000;
+    if (high_ != 0 || isHalf) [[unlikely]]
+      return TakeHalf(unit, out);
+    if (unit < 0x80) {
+      *out = static_cast<char>(unit);
+      return out + 1;
     }
-    return TakeOther(unit, out);
+    if (unit < 0x800) {
+      out[0] = static_cast<char>(0xC0 | unit >> 6);
+      out[1] = static_cast<char>(0x80 | (unit & 0x3F));
+      return out + 2;
+    }
+    out[0] = static_cast<char>(0xE0 | unit >> 12);
+    out[1] = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+    out[2] = static_cast<char>(0x80 | (unit & 0x3F));
+    return out + 3;
   }
 
-  char* TakeOther(char16_t unit, char* out) {
+  // One half of a pair, or a unit behind a first half.
+  char* TakeHalf(char16_t unit, char* out) {
     const bool isHigh = unit >= 0xD800 && unit < 0xDC00;
     const bool isLow = unit >= 0xDC00 && unit < 0xE000;
     if (high_ != 0) {

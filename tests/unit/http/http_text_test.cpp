@@ -103,6 +103,54 @@ TEST(BodyText, WhatIsNotAllowed) {
   ExpectText("utf-16le", std::string_view("\x3D\xD8x", 3), Unknown(2));
 }
 
+// Many units are taken at once where nothing stands against it: whatever stands among them, at each
+// place, must come out as it does unit by unit.
+TEST(BodyText, Utf16InEveryCombination) {
+  struct Part {
+    char16_t unit;
+    std::string_view text;
+  };
+  const std::string_view broken = kUnknown;
+  const Part parts[] = {{u'a', "a"},
+                        {u'\x7F', "\x7F"},
+                        {u'\x80', "\xC2\x80"},
+                        {u'\u07FF', "\xDF\xBF"},
+                        {u'\u0800', "\xE0\xA0\x80"},
+                        {u'\uFFFF', "\xEF\xBF\xBF"},
+                        {char16_t{0xD83D}, broken},
+                        {char16_t{0xDE00}, broken}};
+  constexpr std::size_t kLength = 19;
+  for (const Part& around : parts) {
+    for (std::size_t at = 0; at + 1 < kLength; ++at) {
+      for (const Part& first : parts) {
+        for (const Part& second : parts) {
+          std::vector<Part> all(kLength, around);
+          all[at] = first;
+          all[at + 1] = second;
+          std::string little;
+          std::string big;
+          std::string expected;
+          for (std::size_t i = 0; i < kLength; ++i) {
+            const char16_t unit = all[i].unit;
+            (little += static_cast<char>(unit & 0xFF)) += static_cast<char>(unit >> 8);
+            (big += static_cast<char>(unit >> 8)) += static_cast<char>(unit & 0xFF);
+            const bool isPair = unit == 0xD83D && i + 1 < kLength && all[i + 1].unit == 0xDE00;
+            expected += isPair ? "\xF0\x9F\x98\x80" : all[i].text;
+            if (!isPair) continue;
+            const char16_t low = all[++i].unit;
+            (little += static_cast<char>(low & 0xFF)) += static_cast<char>(low >> 8);
+            (big += static_cast<char>(low >> 8)) += static_cast<char>(low & 0xFF);
+          }
+          for (const std::size_t slice : {std::size_t{1000}, std::size_t{17}, std::size_t{2}}) {
+            EXPECT_EQ(TextOf("utf-16le", base::StringOf(little), slice).View(), expected);
+            EXPECT_EQ(TextOf("utf-16be", base::StringOf(big), slice).View(), expected);
+          }
+        }
+      }
+    }
+  }
+}
+
 // The same as of the whole, whatever stands beside what.
 TEST(BodyText, BrokenUtf8InEveryCombination) {
   const std::string_view parts[] = {"a",        "\x80", "\xBF",         "\xC2",         "\xC3\xBC",
