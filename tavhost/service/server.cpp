@@ -111,20 +111,20 @@ void ServerState::Begin(Socket socket, std::string client) {
 }
 
 // First those who were refused, then those who have said nothing, then those who are slow to say
-// it; among these, the oldest.
+// it; among these, the oldest. The system is asked about those alone that would be closed: there
+// may be a thousand others, and a thousand who come.
 bool ServerState::MakeRoom() {
-  Session* least = nullptr;
-  Session::Worth leastWorth = Session::Worth::kKept;
-  for (Session* const session : sessions) {
-    const Session::Worth worth = session->GetWorth();
-    if (worth >= leastWorth) continue;
-    least = session;
-    leastWorth = worth;
-    if (worth == Session::Worth::kRefused) break;
+  using Worth = Session::Worth;
+  const auto now = Session::Clock::now();
+  for (const Worth worth : {Worth::kRefused, Worth::kSilent, Worth::kSlow}) {
+    for (Session* const session : sessions) {
+      if (session->GetWorth(now) != worth) continue;
+      if (worth != Worth::kRefused && session->HasUnread()) continue;
+      session->Close();
+      return true;
+    }
   }
-  if (!least) return false;
-  least->Close();
-  return true;
+  return false;
 }
 
 void ServerState::HasRoom() noexcept {

@@ -68,13 +68,16 @@ void Session::Start() {
   ReadMore();
 }
 
-Session::Worth Session::GetWorth() const {
+Session::Worth Session::GetWorth(Clock::time_point now) const {
   if (accepted_) return Worth::kKept;
   if (refused_) return Worth::kRefused;
-  if (Clock::now() - start_ < kTimeToSpeak) return Worth::kKept;
-  boost::system::error_code error;
-  if (socket_.available(error) > 0) return Worth::kKept;  // is about to be looked at
+  if (now - start_ < kTimeToSpeak) return Worth::kKept;
   return reader_.HasBegun() ? Worth::kSlow : Worth::kSilent;
+}
+
+bool Session::HasUnread() const {
+  boost::system::error_code error;
+  return socket_.available(error) > 0;
 }
 
 void Session::End() {

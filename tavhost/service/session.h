@@ -37,7 +37,9 @@ class Session : public std::enable_shared_from_this<Session> {
   void OnReply(Reply reply);
   // Several times a second.
   void Tick(Clock::time_point now);
-  Worth GetWorth() const;
+  Worth GetWorth(Clock::time_point now) const;
+  // Something has come that it has not looked at yet. Asks the system.
+  bool HasUnread() const;
   // The service ends: closes the connection at once, or after the reply that is under way.
   void End();
   void Close();
