@@ -15,6 +15,7 @@
 #include "tavhost/base/report.h"
 #include "tavhost/service/json.h"
 #include "tavhost/service/sockets.h"
+#include "tavhost/service/spare_memory.h"
 
 namespace script::service {
 
@@ -59,6 +60,7 @@ Session::Session(ServerState& state, Socket socket, std::string client)
 
 Session::~Session() {
   Close();
+  DropReply();
   state_.sessions.erase(place_);
   state_.HasRoom();
 }
@@ -338,13 +340,20 @@ void Session::WriteMore() {
 void Session::OnWritten() {
   writing_ = false;
   head_.clear();
-  body_ = {};
+  DropReply();
   id_.clear();
   bodyBytes_ = 0;
   if (!keeps_ || ending_) return Linger();
   begin_ = {};
   deadline_ = Clock::now() + (asked_.empty() ? kIdleTime : kQuestionIdleTime);
   reader_.Begin();
+}
+
+void Session::DropReply() {
+  constexpr std::size_t kLarge = std::size_t{1} << 20;
+  const bool isLarge = body_.capacity() >= kLarge;
+  body_ = {};
+  if (isLarge) GiveBackMemory();
 }
 
 // Closing with unread bytes would make the system throw the reply away: read on for a moment.

@@ -65,6 +65,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void BuildHead(unsigned status, bool keep, std::size_t length, const std::string& id);
   void WriteMore();
   void OnWritten();
+  void DropReply();
   void Linger();
   void Log(unsigned status);
   bool IsHttp10() { return reader_.Get().version() < 11; }

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace script::service {
+
+// Gives the memory that large replies have left behind back to the system: the program keeps what
+// it has freed for its own use, as a rule, and a service runs for weeks. Platform part.
+void GiveBackMemory();
+
+}  // namespace script::service
