@@ -13,6 +13,7 @@
 
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
+#include "tavhost/base/stop.h"
 
 namespace {
 
@@ -150,6 +151,8 @@ TEST(ReportStreams, RemembersWhyWhatWasPrintedCouldNotBeWritten) {
   close(full);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "told\n");
   EXPECT_EQ(standard_write::OutputError(), ENOSPC);
+  EXPECT_EQ(stop::Requested(), stop::Reason::kUser);
+  stop::Clear();
 }
 
 }  // namespace
