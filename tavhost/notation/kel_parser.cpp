@@ -213,11 +213,16 @@ SV::String TavKelParser::GetCurElemName() {
 
 namespace {
 
-// Parsing for a command: a stop ends it, and windows paint meanwhile.
+// Parsing for a command: a stop ends that of a long text, and windows paint meanwhile.
 class Reading final : public base::WorkMeter {
+ public:
+  Reading() { budget_ = kUnits; }
+
  private:
+  static constexpr std::int64_t kUnits =
+      50'000;  // between two looks; a text of a few lines has less
+
   void Poll() override {
-    constexpr std::int64_t kUnits = 50'000;
     budget_ = kUnits;
     work_.At(0);
   }

@@ -349,7 +349,6 @@ kel::Value Engine::ErrorRecord(const Frame& frame, const ScriptError& error) con
 // and makes the run go on there. False when there is none. An error too long for what memory there
 // is becomes the error that there is none.
 bool Engine::Catch(const ScriptError& error, std::uint32_t base) {
-  ChargeBytes(error.message.size());
   for (std::uint32_t level = depth_; level > base; --level) {
     Frame& frame = frames_[level - 1];
     const auto at = static_cast<std::uint32_t>(frame.next - frame.function->code.data()) - 1;
