@@ -156,7 +156,7 @@ void DescribeContents(const ModalModel& window, Json& json) {
 }  // namespace
 
 std::string WindowJson(const ModalModel& window, const std::string& id) {
-  Json json;
+  Json json = Json::object();  // one that becomes it later does not bear want of memory
   json["id"] = id;
   json["window"] = ElementOf(window);
   json["title"] = window.Title();

@@ -107,12 +107,12 @@ std::vector<TestResult> RunAll(const std::string& path) {
 }
 
 void PrintJson(const std::string& path, const std::vector<TestResult>& results, bool passed) {
-  nlohmann::ordered_json report;
+  auto report = nlohmann::ordered_json::object();
   report["plugin"] = path;
   report["passed"] = passed;
   report["tests"] = nlohmann::ordered_json::array();
   for (const TestResult& result : results) {
-    nlohmann::ordered_json entry;
+    auto entry = nlohmann::ordered_json::object();
     entry["id"] = result.test->id;
     entry["sentence"] = result.test->sentence;
     entry["result"] = VerdictText(result.verdict);

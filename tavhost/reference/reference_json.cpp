@@ -28,7 +28,7 @@ void AddFlag(Json& object, const char* key, bool flag) {
 }
 
 Json ToJson(const Parameter& parameter) {
-  Json object;
+  Json object = Json::object();
   Add(object, "name", parameter.name);
   object["type"] = NameOf(parameter.type);
   if (parameter.check != Check::kNone) object["check"] = NameOf(parameter.check);
@@ -46,6 +46,7 @@ Json ToJson(const Parameter& parameter) {
   if (parameter.max) object["max"] = *parameter.max;
   Add(object, "values", parameter.values);
   Add(object, "buttons", parameter.buttons);
+  if (!parameter.elements.empty()) object["elements"] = Json::array();
   for (const Command& element : parameter.elements) {
     object["elements"].push_back(ToJson(element));
   }
@@ -54,7 +55,7 @@ Json ToJson(const Parameter& parameter) {
 }
 
 Json ToJson(const Choice& choice) {
-  Json object;
+  Json object = Json::object();
   object["names"] = choice.names;
   AddFlag(object, "required", choice.required);
   object["text"] = choice.text;
@@ -62,7 +63,7 @@ Json ToJson(const Choice& choice) {
 }
 
 Json ToJson(const Result& result) {
-  Json object;
+  Json object = Json::object();
   object["name"] = result.name;
   object["type"] = NameOf(result.type);
   if (result.also) object["also"] = NameOf(*result.also);
@@ -74,7 +75,7 @@ Json ToJson(const Result& result) {
 }
 
 Json ToJson(const Example& example) {
-  Json object;
+  Json object = Json::object();
   object["script"] = example.script;
   if (example.output) object["output"] = *example.output;
   Add(object, "answers", example.answers);
@@ -93,7 +94,7 @@ Json ToArray(const std::vector<Item>& items) {
 }  // namespace
 
 Json ToJson(const Command& command) {
-  Json object;
+  Json object = Json::object();
   object["name"] = command.name;
   Add(object, "family", command.family);
   object["summary"] = command.summary;
@@ -113,7 +114,7 @@ Json ToJson(const Command& command) {
 Json ToJson(const Catalogue& catalogue) {
   Json families = Json::array();
   for (const Family& family : catalogue.Families()) {
-    Json object;
+    Json object = Json::object();
     object["name"] = family.name;
     object["title"] = family.title;
     object["text"] = family.text;

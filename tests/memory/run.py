@@ -13,6 +13,7 @@ request to the service. Without --long some requests are left out, the same ones
 import argparse
 import concurrent.futures
 import http.client
+import json
 import os
 import signal
 import subprocess
@@ -91,19 +92,45 @@ class OneRequest(Program):
         # Who asks is told of it, or finds the connection closed.
         return process.returncode, reply, errors
 
-    @staticmethod
-    def ask(port, token):
+    def ask(self, port, token):
         connection = http.client.HTTPConnection("127.0.0.1", port, timeout=TIME_LIMIT)
         try:
-            text = Path(token).read_text().strip()
-            connection.request("POST", "/script", "print 6 * 7", {"X-Tavhost-Token": text})
-            return connection.getresponse().read()
+            return self.talk(connection, {"X-Tavhost-Token": Path(token).read_text().strip()})
         except TimeoutError:
             return UNHEARD
         except (OSError, http.client.HTTPException):
             return b"no reply: out of memory"
         finally:
             connection.close()
+
+
+    @staticmethod
+    def talk(connection, headers):
+        connection.request("POST", "/script", "print 6 * 7", headers)
+        return connection.getresponse().read()
+
+
+class OneQuestion(OneRequest):
+    """The service, whose script asks the client."""
+
+    in_row = "3"
+    step = 3
+
+    def __init__(self):
+        super().__init__()
+        self.name = "serve, a question"
+
+    @staticmethod
+    def talk(connection, headers):
+        script = 'QUERYBOX "Go on?" yes-no\nprint endbutton'
+        connection.request("POST", "/script", script, {**headers, "X-Tavhost-Dialogs": "ask"})
+        reply = connection.getresponse().read()
+        question = json.loads(reply).get("question")
+        if not question:
+            return reply
+        connection.request("POST", "/answer", question["answer"],
+                           {**headers, "X-Tavhost-Question": question["id"]})
+        return connection.getresponse().read()
 
 
 class OneRequestLongWithoutMemory(OneRequest):
@@ -128,6 +155,7 @@ PROGRAMS = [
     Program("repl", "repl", stdin=b"x = 1\nx\nthrow 2\nprint x\n"),
     OneRequest(),
     OneRequestLongWithoutMemory(),
+    OneQuestion(),
 ]
 
 
