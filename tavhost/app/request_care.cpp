@@ -5,6 +5,7 @@
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
+#include "tavhost/app/interrupts.h"
 #include "tavhost/files/open_output_files.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/ports/ports.h"
@@ -45,6 +46,7 @@ void CareForRequests(const Options& options) {
   service.quiet = options.quiet;
   service.prepare = [] { newestBefore = open_output_files::Newest(); };
   service.release = Release;
+  service.interruption = Interruption;
   script::service::SetHostOptions(service);
 }
 

@@ -301,6 +301,9 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     // program and is asked for again, since running the script has used it up.
     if (std::exchange(cut_, Cut::kNone) != Cut::kNone) {
       stop::Clear();
+      const auto& interruption = GetHostOptions().interruption;
+      const stop::Reason ofAll = interruption ? interruption() : stop::Reason::kNone;
+      if (ofAll != stop::Reason::kNone) stop::Request(ofAll);
     } else if (reason != stop::Reason::kNone && reason != stop::Reason::kNoAnswer) {
       stop::Request(reason);
     }

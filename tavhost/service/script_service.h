@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tavhost/base/result.h"
+#include "tavhost/base/stop.h"
 
 // The script service as the host around it sees it. All on the user-interface thread.
 namespace script::service {
@@ -33,6 +34,9 @@ struct HostOptions {
   // Called behind each request: releases what it has left behind. `cutShort`: it did not come to
   // its end. Returns what went wrong, for the client.
   std::function<std::string(bool cutShort)> release;
+  // Why the whole program is to end, if it is. It may have been asked for while a request was being
+  // stopped already, and must outlast that stop.
+  std::function<stop::Reason()> interruption;
 };
 
 const HostOptions& GetHostOptions();
