@@ -9,6 +9,7 @@
 
 #include "tavhost/analysis/command_use.h"
 #include "tavhost/analysis/findings.h"
+#include "tavhost/base/quoted.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in.h"
 #include "tavhost/ui/answer.h"
@@ -56,13 +57,6 @@ class Positions {
   std::vector<bool> at_;
 };
 
-const CommandAttribute* Given(const CommandElement* element, std::string_view name) {
-  for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
-    if (attribute->name == name) return attribute;
-  }
-  return nullptr;
-}
-
 // The text of a parameter that is a constant without escapes; nothing for all else.
 std::optional<std::string_view> PlainText(const CommandAttribute* attribute) {
   if (!attribute || attribute->value.kind != CommandValueKind::kString ||
@@ -71,8 +65,6 @@ std::optional<std::string_view> PlainText(const CommandAttribute* attribute) {
   }
   return attribute->value.text;
 }
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 // Follows every way through the script at once, with the set of answers that may have been taken by
 // then. Loops are gone through until the set grows no more; it can grow only as often as there are
@@ -351,7 +343,7 @@ class AnswerChecker {
     if (answer.element != command.window) return "is answered by " + command.window;
     const auto title = PlainText(Given(element, "title"));
     if (answer.title && title && *answer.title != *title) {
-      return "has the title " + Quoted(*title) + ", not " + Quoted(*answer.title);
+      return "has the title " + base::Quoted(*title) + ", not " + base::Quoted(*answer.title);
     }
     if (answer.button && *answer.button != "cancel") {
       std::set<std::string, std::less<>> buttons(use.buttons.begin(), use.buttons.end());
@@ -363,7 +355,7 @@ class AnswerChecker {
       }
       const bool isOpen = command.window == "TREE_LIST_BOX" && !treeButtonsKnown_;
       if (!isOpen && buttons.count(*answer.button) == 0) {
-        return "has no button " + Quoted(*answer.button);
+        return "has no button " + base::Quoted(*answer.button);
       }
     }
     if (answer.select && command.window == "LIST_BOX") return SelectionMisfit(answer, use);
@@ -390,7 +382,7 @@ class AnswerChecker {
       rest.remove_prefix(end + 1);
     }
     for (const std::string& entry : *answer.select) {
-      if (known.count(entry) == 0) return "has no entry " + Quoted(entry);
+      if (known.count(entry) == 0) return "has no entry " + base::Quoted(entry);
     }
     return {};
   }

@@ -4,7 +4,9 @@
 #include <cctype>
 #include <optional>
 
+#include "tavhost/analysis/command_use.h"
 #include "tavhost/base/nearest_name.h"
+#include "tavhost/base/quoted.h"
 #include "tavhost/notation/scan.h"
 
 namespace check {
@@ -19,8 +21,6 @@ using script::CommandValueKind;
 namespace {
 
 constexpr std::string_view kSwitchWords[] = {"true", "yes", "on", "1", "false", "no", "off", "0"};
-
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 bool IsSwitchWord(std::string_view word) {
   return std::find(std::begin(kSwitchWords), std::end(kSwitchWords), word) !=
@@ -44,10 +44,7 @@ const CommandAttribute* CommandChecker::Given(std::string_view name) const {
     const auto found = given_.find(name);
     return found == given_.end() ? nullptr : found->second;
   }
-  for (const auto* attribute = element_->attributes; attribute; attribute = attribute->next) {
-    if (attribute->name == name) return attribute;
-  }
-  return nullptr;
+  return check::Given(element_, name);
 }
 
 bool CommandChecker::AnyGiven(const std::vector<std::string>& names) const {
@@ -57,7 +54,7 @@ bool CommandChecker::AnyGiven(const std::vector<std::string>& names) const {
 
 std::string CommandChecker::Prefix(std::string_view name) const {
   std::string text(element_->name);
-  return text + (name.empty() ? ": the main value" : ": parameter " + Quoted(name));
+  return text + (name.empty() ? ": the main value" : ": parameter " + base::Quoted(name));
 }
 
 Kind CommandChecker::KindOfValue(const CommandValue& value) const {
@@ -143,7 +140,7 @@ void CommandChecker::CheckUnknown(const CommandAttribute* attribute) {
   }
   around_.findings.Error(attribute->name,
                          std::string(element_->name) + ": unknown " +
-                             (isBare ? "modifier " : "parameter ") + Quoted(attribute->name) +
+                             (isBare ? "modifier " : "parameter ") + base::Quoted(attribute->name) +
                              DidYouMean(nearest),
                          nearest);
 }
@@ -188,7 +185,7 @@ void CommandChecker::CheckValue(const Parameter& parameter, const CommandValue& 
     replacement = '(' + std::string(value.text) + ')';
     message += "; the variable's value is written " + replacement;
   } else if (isWord && wanted == Kind::kString) {
-    replacement = Quoted(value.text);
+    replacement = base::Quoted(value.text);
     message += "; text stands in quotes: " + replacement;
   } else if (kind == Kind::kString && wanted == Kind::kInteger &&
              value.kind == CommandValueKind::kString && !value.text.empty() &&
@@ -236,9 +233,9 @@ void CommandChecker::CheckConstant(const Parameter& parameter, const CommandValu
   const std::string nearest = base::NearestName(value.text, known);
   if (nearest.empty()) return;
   around_.findings.Hint(at,
-                        Prefix(parameter.name) + ": " + Quoted(value.text) +
+                        Prefix(parameter.name) + ": " + base::Quoted(value.text) +
                             " has no meaning of its own" + DidYouMean(nearest),
-                        Quoted(nearest));
+                        base::Quoted(nearest));
 }
 
 void CommandChecker::CheckBody(const Parameter& parameter, const CommandValue& value) {
@@ -254,7 +251,7 @@ void CommandChecker::CheckBody(const Parameter& parameter, const CommandValue& v
     } else if (!known.empty()) {
       const std::string nearest = base::NearestName(inner->name, known);
       std::string message = std::string(element_->name) + ": unknown element " +
-                            Quoted(inner->name) + " in " + Quoted(parameter.name) +
+                            base::Quoted(inner->name) + " in " + base::Quoted(parameter.name) +
                             DidYouMean(nearest);
       if (nearest.empty()) {
         around_.findings.Hint(inner->name, message + "; it is skipped");
@@ -319,13 +316,13 @@ void CommandChecker::CheckChoices() {
         counts = given;
         continue;
       }
-      around_.findings.Hint(given->name, std::string(element_->name) + ": " + Quoted(name) +
-                                             " has no effect beside " + Quoted(counts->name));
+      around_.findings.Hint(given->name, std::string(element_->name) + ": " + base::Quoted(name) +
+                                             " has no effect beside " + base::Quoted(counts->name));
     }
     if (counts || !choice.required) continue;
     std::string names;
     for (const std::string& name : choice.names) {
-      names += (names.empty() ? "" : " or ") + Quoted(name);
+      names += (names.empty() ? "" : " or ") + base::Quoted(name);
     }
     around_.findings.Error(element_->name,
                            std::string(element_->name) + ": " + names + " is missing");
@@ -335,8 +332,8 @@ void CommandChecker::CheckChoices() {
 void CommandChecker::CheckEffect(const Parameter& parameter, std::string_view given) {
   for (const std::string& other : parameter.unless) {
     if (!Given(other)) continue;
-    around_.findings.Hint(given, std::string(element_->name) + ": " + Quoted(given) +
-                                     " has no effect beside " + Quoted(other));
+    around_.findings.Hint(given, std::string(element_->name) + ": " + base::Quoted(given) +
+                                     " has no effect beside " + base::Quoted(other));
     return;
   }
   if (parameter.onlyWith.empty()) return;
@@ -344,9 +341,9 @@ void CommandChecker::CheckEffect(const Parameter& parameter, std::string_view gi
   for (const std::string& other : parameter.onlyWith) {
     const std::string name = Numbered(other, parameter, given);
     if (Given(name)) return;
-    names += (names.empty() ? "" : " or ") + Quoted(name);
+    names += (names.empty() ? "" : " or ") + base::Quoted(name);
   }
-  around_.findings.Hint(given, std::string(element_->name) + ": " + Quoted(given) +
+  around_.findings.Hint(given, std::string(element_->name) + ": " + base::Quoted(given) +
                                    " has no effect without " + names);
 }
 

@@ -4,19 +4,12 @@
 
 namespace check {
 
-namespace {
-
 using script::CommandAttribute;
 using script::CommandValueKind;
 
-constexpr const char* kCancel = "cancel";
+namespace {
 
-const CommandAttribute* Given(const script::CommandElement* element, std::string_view name) {
-  for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
-    if (attribute->name == name) return attribute;
-  }
-  return nullptr;
-}
+constexpr const char* kCancel = "cancel";
 
 // The result variables that a body's elements name themselves, as CHECKBOX does by `result-var`.
 void FindOwnResults(const script::CommandElement* element, const reference::Result& result,
@@ -71,6 +64,13 @@ void FindButtons(const script::CommandElement* element, const reference::Command
 }
 
 }  // namespace
+
+const CommandAttribute* Given(const script::CommandElement* element, std::string_view name) {
+  for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
+    if (attribute->name == name) return attribute;
+  }
+  return nullptr;
+}
 
 bool TellsOutcome(const reference::Result& result) {
   return result.name == "endbutton" || result.name == "ecode";

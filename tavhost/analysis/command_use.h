@@ -30,6 +30,9 @@ struct ResultSource {
   bool operator==(const ResultSource&) const = default;
 };
 
+// A parameter of a command by its name; null when it is not given.
+const script::CommandAttribute* Given(const script::CommandElement* element, std::string_view name);
+
 // Whether reading this result tells that the user cancelled.
 bool TellsOutcome(const reference::Result& result);
 

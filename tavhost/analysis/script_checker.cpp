@@ -1,5 +1,6 @@
 #include "tavhost/analysis/script_checker.h"
 
+#include "tavhost/analysis/command_use.h"
 #include "tavhost/base/keywords.h"
 #include "tavhost/base/nearest_name.h"
 
@@ -27,13 +28,6 @@ std::string NearestKeyword(std::string_view word) {
     if (keywords::StandsFirst(keyword.role)) candidates.push_back(keyword.word);
   }
   return base::NearestName(word, candidates);
-}
-
-const CommandAttribute* Given(const CommandElement* element, std::string_view name) {
-  for (const auto* attribute = element->attributes; attribute; attribute = attribute->next) {
-    if (attribute->name == name) return attribute;
-  }
-  return nullptr;
 }
 
 // An executed text has variables of its own, so EXECUTE changes none of the script's, unless its

@@ -10,10 +10,10 @@
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
-#include "tavhost/base/string_of.h"
 #include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/code_points.h"
+#include "tavhost/script/operations.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/script/syntax/syntax.h"
 
@@ -69,8 +69,6 @@ Outcome ErrorOutcome(const Source& source, std::uint32_t offset, const std::stri
   outcome.error = source.DescribeInAnyCase(offset, message);
   return outcome;
 }
-
-kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
 // The command that an error names, also when it was caught and thrown again.
 std::string CommandOf(const ScriptError& error) {

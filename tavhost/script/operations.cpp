@@ -20,10 +20,6 @@ bool IsNumber(const Value& value) {
   return value.Kind() == TavKelInteger || value.Kind() == TavKelReal;
 }
 
-double AsReal(const Value& value) {
-  return value.Kind() == TavKelInteger ? value.Integer() : value.Real();
-}
-
 const char* Verb(Operator op) {
   switch (op) {
     case Operator::kAdd:

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "tavhost/base/string_of.h"
 #include "tavhost/base/work_meter.h"
 #include "tavhost/notation/value.h"
 #include "tavhost/script/syntax/syntax.h"
@@ -13,6 +15,11 @@ namespace script {
 
 // "an integer", "a list" and so on.
 const char* KindWord(const kel::Value& value);
+
+// An integer or a real as a real.
+inline double AsReal(const kel::Value& value) {
+  return value.Kind() == TavKelInteger ? value.Integer() : value.Real();
+}
 
 // What conditions take for true: numbers other than 0, texts, lists and records that are not empty.
 bool IsTrue(const kel::Value& value);
@@ -42,5 +49,6 @@ kel::Value& PlaceIn(kel::Value& whole, const kel::Value& key, base::WorkMeter& m
 kel::Value IntegerValue(std::int64_t number);
 // A finite real result; anything else is an error.
 kel::Value RealValue(double number);
+inline kel::Value TextValue(std::string_view text) { return kel::Value(base::StringOf(text)); }
 
 }  // namespace script

@@ -16,9 +16,9 @@ namespace script::service {
 namespace {
 
 // A reply as it grows, up to its limit. What goes beyond is dropped, and the reply is none.
-class Reply {
+class JsonReply {
  public:
-  explicit Reply(std::size_t limit) : limit_(limit) {}
+  explicit JsonReply(std::size_t limit) : limit_(limit) {}
 
   bool Fits() const { return fits_; }
 
@@ -68,7 +68,7 @@ class Reply {
   bool fits_ = true;
 };
 
-void PutPlain(Reply& out, const kel::Value& value) {
+void PutPlain(JsonReply& out, const kel::Value& value) {
   switch (value.Kind()) {
     case TavKelInteger:
       out.Put(std::to_string(value.Integer()));
@@ -100,7 +100,7 @@ void PutPlain(Reply& out, const kel::Value& value) {
 
 // Lists and records in lists and records are taken one after the other, so that their depth costs
 // no stack.
-void PutValue(Reply& out, const kel::Value& root) {
+void PutValue(JsonReply& out, const kel::Value& root) {
   struct Level {
     const kel::Value* value;
     std::size_t next;
@@ -139,7 +139,7 @@ void PutValue(Reply& out, const kel::Value& root) {
 }
 
 // The rest behind the variables, but for the brace that ends the reply.
-void PutRest(Reply& out, std::string_view output, const Ending& ending) {
+void PutRest(JsonReply& out, std::string_view output, const Ending& ending) {
   out.Put(",\"output\":");
   out.PutString(output);
   out.Put(",\"error\":");
@@ -169,7 +169,7 @@ std::string Seconds(double seconds) {
 }
 
 // A request of the status, but for the brace that ends it.
-void PutRequest(Reply& out, const Status::Request& request) {
+void PutRequest(JsonReply& out, const Status::Request& request) {
   out.Put("{\"id\":");
   out.PutString(request.id);
   out.Put(",\"path\":");
@@ -183,7 +183,7 @@ constexpr char kNoVariables[] = "{\"variables\":{}";
 
 std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
                                      const Ending& ending, std::size_t limit) {
-  Reply reply(limit);
+  JsonReply reply(limit);
   reply.Put("{\"variables\":");
   PutValue(reply, record);
   PutRest(reply, output, ending);
@@ -193,7 +193,7 @@ std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view 
 
 std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
                                      const Ending& ending, std::size_t limit) {
-  Reply reply(limit);
+  JsonReply reply(limit);
   reply.Put("{\"variables\":{");
   bool first = true;
   variables.ForEach([&](std::string_view name, const kel::Value& value) {
@@ -211,7 +211,7 @@ std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_vi
 }
 
 std::string ErrorJson(const std::string& error, const std::optional<Ending::Place>& at) {
-  Reply reply(std::string::npos);
+  JsonReply reply(std::string::npos);
   reply.Put(kNoVariables);
   Ending ending;
   ending.error = error;
@@ -222,7 +222,7 @@ std::string ErrorJson(const std::string& error, const std::optional<Ending::Plac
 }
 
 std::string DoneJson() {
-  Reply reply(std::string::npos);
+  JsonReply reply(std::string::npos);
   reply.Put(kNoVariables);
   PutRest(reply, "", {});
   reply.Put("}");
@@ -230,7 +230,7 @@ std::string DoneJson() {
 }
 
 std::string StatusJson(const Status& status) {
-  Reply reply(std::string::npos);
+  JsonReply reply(std::string::npos);
   reply.Put(kNoVariables);
   PutRest(reply, "", {});
   reply.Put(",\"running\":");
@@ -262,7 +262,7 @@ std::string StatusJson(const Status& status) {
 
 std::optional<std::string> QuestionJson(std::string_view output, const std::string& question,
                                         std::size_t limit) {
-  Reply reply(limit);
+  JsonReply reply(limit);
   reply.Put(kNoVariables);
   PutRest(reply, output, {});
   reply.Put(",\"question\":");

@@ -13,10 +13,10 @@
 #include <string_view>
 #include <vector>
 
-#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
+#include "tavhost/script/operations.h"
 
 // Regular expressions: the standard library's, in the mode that follows all ways through a pattern
 // at once instead of one after the other. No pattern can take exponential time or a stack as deep
@@ -320,8 +320,6 @@ class Search {
   std::uint32_t begin_ = 0;
   std::uint32_t end_ = 0;
 };
-
-Value TextValue(std::string_view text) { return Value(base::StringOf(text)); }
 
 Value Groups(const Search& search) {
   Value groups = Value::List();

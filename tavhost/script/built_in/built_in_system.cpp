@@ -5,16 +5,11 @@
 #include "tavhost/base/environment.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/script/built_in/built_in_support.h"
+#include "tavhost/script/operations.h"
 
 namespace script {
 
 using kel::Value;
-
-namespace {
-
-Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
-
-}  // namespace
 
 // One variable, empty when there is none; without an argument a record of them all.
 Value Environment(Engine&, Value* arguments, std::uint32_t count) {

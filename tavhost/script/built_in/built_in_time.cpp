@@ -7,10 +7,10 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/local_time.h"
-#include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/built_in/built_in_support.h"
 #include "tavhost/script/built_in/built_in_system.h"
+#include "tavhost/script/operations.h"
 
 // Dates and times. An instant is a number of milliseconds since 1970 UTC, as `now()` gives it; the
 // calendar is the Gregorian one, also before it began.
@@ -377,8 +377,6 @@ class TimeReader {
   base::WorkMeter& meter_;
   std::int64_t half_ = 0;  // hours to add in the afternoon: 12 once PM was read
 };
-
-Value TextValue(const std::string& text) { return Value(base::StringOf(text)); }
 
 }  // namespace
 

@@ -12,14 +12,6 @@ namespace script {
 
 using kel::Value;
 
-namespace {
-
-double AsReal(const Value& value) {
-  return value.Kind() == TavKelInteger ? value.Integer() : value.Real();
-}
-
-}  // namespace
-
 const Value& Engine::ReadOuter(const Frame& frame, std::uint32_t reg, Part part) {
   const Function& function = *frame.function;
   if (reg >= function.layout.Count()) throw ScriptError("this has no value", part);
