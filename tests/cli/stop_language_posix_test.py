@@ -152,12 +152,18 @@ class LongScriptTest(ProgramTest):
 
     def test_time_limit(self):
         self.file("a.tav", "while 1 {\n" + "x = 1\n" * (20 * MILLION // 3) + "}\n")
-        begin = time.monotonic()
-        result = self.run_program("run", "--timeout", "0.3", "a.tav")
-        if not program.sanitized:
-            self.assertLess(time.monotonic() - begin, 0.3 + LIMIT)
-        self.assertEqual(result.code, STOPPED_BY_TIME, result)
-        self.assertRegex(result.err, r"^tavhost: stopped after 0.3 s \(--timeout\) at a\.tav:\d+\n$")
+        # A busy machine may not have come to the script's first line by then.
+        for limit in (TIME_OUT, 3 * TIME_OUT, 9 * TIME_OUT):
+            begin = time.monotonic()
+            result = self.run_program("run", "--timeout", str(limit), "a.tav")
+            if not program.sanitized:
+                self.assertLess(time.monotonic() - begin, limit + LIMIT)
+            self.assertEqual(result.code, STOPPED_BY_TIME, result)
+            if " at " in result.err:
+                break
+        self.assertEqual(result.err.partition(" at ")[0],
+                         f"tavhost: stopped after {limit} s (--timeout)")
+        self.assertRegex(result.err, r" at a\.tav:\d+\n$")
 
     def test_in_the_language_server(self):
         document = {"uri": "file:///a.tav", "languageId": "tavscript", "version": 1,

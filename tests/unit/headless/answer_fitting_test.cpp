@@ -38,8 +38,7 @@ TEST(AnswerFitting, MessageBoxesTakeTheirButtons) {
   EXPECT_EQ(box.Result(), 0);
   EXPECT_EQ(Misfit("MESSAGE_BOX result:9", box), "");
   EXPECT_EQ(box.Result(), 9);
-  EXPECT_EQ(Misfit("MESSAGE_BOX button:ok", box),
-            "there is no button ok; there are: yes, no");
+  EXPECT_EQ(Misfit("MESSAGE_BOX button:ok", box), "there is no button ok; there are: yes, no");
 }
 
 TEST(AnswerFitting, KindAndTitleMustBeTheWindows) {
@@ -148,8 +147,7 @@ TEST(AnswerFitting, BrowsersTakeClose) {
   ui::BrowserModel browser(table, false);
   EXPECT_EQ(Misfit("BROWSER", browser), "");
   EXPECT_EQ(browser.EndButton(), "close");
-  EXPECT_EQ(Misfit("BROWSER button:ok", browser),
-            "there is no button ok; there are: close");
+  EXPECT_EQ(Misfit("BROWSER button:ok", browser), "there is no button ok; there are: close");
 }
 
 TEST(AnswerFitting, TablesAreChangedInTheOrderWritten) {
