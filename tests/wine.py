@@ -11,8 +11,9 @@ from pathlib import Path
 
 # Debian keeps the 64-bit programs in a folder outside PATH.
 FOLDERS = ("/usr/lib/wine", "/usr/lib/x86_64-linux-gnu/wine", "/opt/wine-stable/bin", "/usr/bin")
-# Wine's own word, now and then, of a thread that still asks it something while the program ends.
-LATE_REQUEST = re.compile(rb"^wine client error:[^\n]*\n", re.MULTILINE)
+# Wine's own word, now and then, of a thread that still asks it something while the program ends,
+# which may cut it off.
+LATE_REQUEST = re.compile(rb"^wine client error:[^\n]*(?:\n|\Z)", re.MULTILINE)
 CRASH_NOTE = re.compile(rb"^wine: Unhandled .*, starting debugger\.\.\.\r?\n", re.MULTILINE)
 EXIT_CODE = re.compile(rb"\[exit code 0x([0-9A-F]{8})\]\r?\n$")
 

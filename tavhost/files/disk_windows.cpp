@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
@@ -177,6 +178,9 @@ bool Copy(Name from, Name to, const CopyOptions& options) {
 bool Rename(Name from, Name to) { return MoveFileA(from.text, to.text) != 0; }
 
 ReadCode Read(Name name, SV::String& contents) {
+  // A longer text is no path; the system might look at one, cut somewhere.
+  constexpr std::size_t kLongestPath = std::size_t{4} << 20;
+  if (strnlen(name.text, kLongestPath + 1) > kLongestPath) return kNotFound;
   const base::FileHandle file(
       CreateFileA(name.text, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                   nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));

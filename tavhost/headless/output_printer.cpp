@@ -1,9 +1,12 @@
 #include "tavhost/headless/output_printer.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "tavhost/base/stop.h"
 #include "tavhost/ui/models/text_model.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/models/workbench_model.h"
-
-#include <utility>
 
 namespace ui {
 
@@ -33,12 +36,17 @@ void OutputPrinter::ToolRemoved(Tool& tool) {
 }
 
 void OutputPrinter::TextAdded(TextModel& text, std::string_view added) {
+  constexpr std::size_t kPiece = std::size_t{64} << 10;
   Output& output = outputs_[&text];
   std::string lines;
   for (std::size_t end; (end = added.find('\n')) != std::string_view::npos;) {
     lines.append(output.prefix).append(output.open).append(added.substr(0, end + 1));
     output.open.clear();
     added.remove_prefix(end + 1);
+    if (lines.size() < kPiece) continue;
+    print_(lines);
+    lines.clear();
+    if (stop::IsRequested()) return;
   }
   output.open += added;
   if (!lines.empty()) print_(lines);

@@ -12,7 +12,8 @@ namespace ui {
 
 // Prints what scripts write into the text tools of a work window, where there is no display to show
 // them: each line as soon as it is complete, behind the tool's id and ": ", whether the tool is
-// visible or not. A line without its end is printed when the tool goes.
+// visible or not. A line without its end is printed when the tool goes. A stop ends the printing of
+// a long text.
 class OutputPrinter final : public WorkbenchObserver, public TextObserver {
  public:
   using Print = std::function<void(std::string_view)>;

@@ -87,10 +87,6 @@ std::string ShortNumber(double number) {
   return digits;
 }
 
-}  // namespace
-
-namespace {
-
 // Empty where there is no memory for it.
 std::string ErrorOrNothing(const char* error) noexcept {
   try {

@@ -63,7 +63,7 @@ void ServerState::Wake() noexcept { context.stop(); }
 
 void ServerState::SendLater(std::list<ReadyReply>& one) noexcept {
   {
-    const std::lock_guard lock(repliesMutex);
+    const std::lock_guard lock(callsMutex);
     replies.splice(replies.end(), one);
     if (replies.size() > 1) return;
   }
@@ -73,7 +73,7 @@ void ServerState::SendLater(std::list<ReadyReply>& one) noexcept {
 void ServerState::SendReplies() {
   std::list<ReadyReply> ready;
   {
-    const std::lock_guard lock(repliesMutex);
+    const std::lock_guard lock(callsMutex);
     ready.swap(replies);
   }
   for (ReadyReply& one : ready) one.session->OnReply(std::move(one.reply));
@@ -85,8 +85,9 @@ void ServerState::TakeCalls() {
     stopping = true;
     CloseListeners();
     ForEach([](Session& session) { session.End(); });
+    const std::lock_guard lock(callsMutex);
     hasStopped = true;
-    hasStopped.notify_all();
+    stopped.notify_all();
   }
 }
 
@@ -252,7 +253,8 @@ std::uint16_t Server::Port() const { return state_->port; }
 void Server::Stop() {
   state_->mustStop = true;
   state_->Wake();
-  if (!state_->ended) state_->hasStopped.wait(false);
+  std::unique_lock lock(state_->callsMutex);
+  state_->stopped.wait(lock, [this] { return state_->hasStopped || state_->ended; });
 }
 
 bool Server::HasEnded() const { return state_->ended; }

@@ -7,6 +7,7 @@
 #include <boost/asio/steady_timer.hpp>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -70,10 +71,11 @@ struct ServerState {
   boost::asio::steady_timer pulse{context};
   bool beats = false;
   // What other threads ask of the server's thread, which Wake has look. None of that takes memory.
-  std::mutex repliesMutex;
+  std::mutex callsMutex;  // of `replies` and `hasStopped`
   std::list<ReadyReply> replies;
   std::atomic<bool> mustStop{false};
-  std::atomic<bool> hasStopped{false};
+  bool hasStopped = false;
+  std::condition_variable stopped;  // waiting for an atomic can miss its change where futexes lack
   std::atomic<bool> mustAbort{false};
   std::thread thread;
 

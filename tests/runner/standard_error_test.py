@@ -22,6 +22,8 @@ OTHERS = {
     "tavhost/base/trace.cpp": "a trace may be asked for on standard error: it is output, no message",
     "tavhost/base/standard_write_posix.cpp": "the last step of the ways of reports and traces",
     "tavhost/base/standard_write_windows.cpp": "the last step of the ways of reports and traces",
+    "tavhost/app/interrupts_posix.cpp": "a signal may come while report.h holds what it needs",
+    "tavhost/app/interrupts_windows.cpp": "so may the end of the time, on the system's own thread",
     "tavhost/app/out_of_memory.cpp": "what report.h does first may have led there",
     "tavhost/base/whole_file_posix.cpp": "asks whether it leads to a certain file",
     "tavhost/files/disk_posix.cpp": "what a script writes there by its path is output, no message",

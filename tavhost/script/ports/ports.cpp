@@ -7,7 +7,6 @@
 #include "host/notation/kel_parser.h"
 #include "host/notation/message_port_manager.h"
 #include "tavhost/base/nearest_name.h"
-#include "tavhost/base/quoted.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/notation/document.h"
@@ -29,7 +28,7 @@ bool IsPort(std::string_view name) {
 
 std::string Suggestion(std::string_view name, const std::vector<std::string_view>& candidates) {
   const std::string nearest = base::NearestName(name, candidates);
-  return nearest.empty() ? std::string() : "; did you mean " + base::Quoted(nearest) + "?";
+  return nearest.empty() ? std::string() : "; did you mean " + Quoted(nearest) + "?";
 }
 
 }  // namespace
@@ -93,9 +92,9 @@ std::string UnknownCommandText(std::string_view port, std::string_view command) 
     for (const auto& [name, unused] : TavMessagePortManager::Instance().m_ports) {
       names.emplace_back(name);
     }
-    return "unknown port " + base::Quoted(port) + Suggestion(port, names);
+    return "unknown port " + Quoted(port) + Suggestion(port, names);
   }
-  std::string text = "unknown command " + base::Quoted(command) + " on port " + base::Quoted(port);
+  std::string text = "unknown command " + Quoted(command) + " on port " + Quoted(port);
   ScriptPort* commands = FindScriptPort(base::StringOf(port));
   if (!commands) return text;
   const SV::String all = commands->GetAllCommands('\n');

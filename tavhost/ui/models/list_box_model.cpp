@@ -4,7 +4,19 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tavhost/base/stop.h"
+
 namespace ui {
+
+namespace {
+
+// A list of millions of entries is filled, and looked through, until a stop is asked for.
+void LookForStop(std::size_t entries) {
+  constexpr std::size_t kEvery = 4096;
+  if (entries % kEvery == 0 && stop::IsRequested()) throw stop::Stopped();
+}
+
+}  // namespace
 
 ListBoxModel::ListBoxModel(bool multiple)
     : ModalModel(ModalKind::kListBox, "Selection"), multiple_(multiple) {}
@@ -13,6 +25,7 @@ void ListBoxModel::Insert(std::string_view entry) {
   if (entry.size() > std::numeric_limits<std::uint32_t>::max() - text_.size()) {
     throw std::length_error("the list is too long");
   }
+  LookForStop(ends_.size());
   first_.clear();
   next_.clear();
   text_.append(entry);
@@ -29,6 +42,7 @@ void ListBoxModel::BuildIndex() {
   first_.reserve(Count());
   next_.assign(Count(), kNone);
   for (std::uint32_t index = Count(); index-- > 0;) {
+    LookForStop(index);
     const auto [place, isNew] = first_.try_emplace(Entry(index), index);
     if (!isNew) next_[index] = std::exchange(place->second, index);
   }

@@ -20,7 +20,8 @@ class ListBoxModel final : public ModalModel {
 
   bool IsMultiple() const { return multiple_; }
 
-  // Throws std::length_error when all entries together would be longer than 4 GiB.
+  // Throws std::length_error when all entries together would be longer than 4 GiB, and
+  // stop::Stopped when a stop is asked for; so does the first Select behind it.
   void Insert(std::string_view entry);
   std::uint32_t Count() const { return static_cast<std::uint32_t>(ends_.size()); }
   std::string_view Entry(std::uint32_t index) const;
