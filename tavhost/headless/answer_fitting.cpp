@@ -1,4 +1,5 @@
 #include "tavhost/headless/answer_fitting.h"
+#include "tavhost/base/quoted.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/directory_dialog_model.h"
 #include "tavhost/ui/models/edit_field_model.h"
@@ -27,8 +28,6 @@ const Model& As(const ModalModel& window) {
   return static_cast<const Model&>(window);
 }
 
-std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
-
 // The buttons that are offered. `cancel` closes a window that has no such button too.
 std::string Choices(const ModalModel& window) {
   std::string names;
@@ -52,7 +51,7 @@ base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
       if (list.Select(entry)) continue;
       list.ClearSelection();
       for (const std::uint32_t index : before) list.SetSelected(index, true);
-      return base::Failure("the list has no entry " + Quoted(entry));
+      return base::Failure("the list has no entry " + base::Quoted(entry));
     }
   }
   const std::vector<ListBoxModel::CheckBox> boxesBefore = list.CheckBoxes();
@@ -60,7 +59,7 @@ base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
                            bool checked) -> base::Result<void> {
     for (const std::string& text : texts.value_or(std::vector<std::string>())) {
       if (!list.SetChecked(text, checked))
-        return base::Failure("there is no check box " + Quoted(text));
+        return base::Failure("there is no check box " + base::Quoted(text));
     }
     return {};
   };
@@ -86,7 +85,7 @@ base::Result<void> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
       const char* const end = text.data() + text.size();
       const auto [at, error] = std::from_chars(text.data(), end, id);
       if (error != std::errc() || at != end)
-        return base::Failure(Quoted(text) + " is no id of an item");
+        return base::Failure(base::Quoted(text) + " is no id of an item");
       const TreeListBoxModel::Handle item = tree.Find(id);
       if (item == TreeListBoxModel::kNone) return base::Failure("the tree has no item " + text);
       if (!tree.Select(item, select)) return base::Failure("item " + text + " cannot be selected");
@@ -272,8 +271,8 @@ base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window) {
     return base::Failure(answer.element + " does not answer a " + std::string(ElementOf(window)));
   }
   if (answer.title && *answer.title != window.Title()) {
-    return base::Failure("the window's title is " + Quoted(window.Title()) + ", not " +
-                         Quoted(*answer.title));
+    return base::Failure("the window's title is " + base::Quoted(window.Title()) + ", not " +
+                         base::Quoted(*answer.title));
   }
   const std::string button = answer.button.value_or(ImpliedButton(window));
   if (!answer.result) {

@@ -137,7 +137,9 @@ void NoteAlert(const ssl_st* tls, int where, int alert) {
 }
 
 CURLcode WatchTls(CURL*, void* context, void*) {
-  Curl().setInfoCallback(static_cast<ssl_ctx_st*>(context), NoteAlert);
+  if (const auto setInfoCallback = Curl().setInfoCallback) {
+    setInfoCallback(static_cast<ssl_ctx_st*>(context), NoteAlert);
+  }
   return CURLE_OK;
 }
 

@@ -96,6 +96,14 @@ class UnreadTest(ProgramTest):
 class SignalTest(ProgramTest):
     """What runs no script ends at once, by the same exit codes."""
 
+    def ended(self, process, begin, code):
+        """What a program has written that was to end in time, by this code."""
+        process.wait(timeout=program.TIME_LIMIT)
+        self.assertLess(time.monotonic() - begin, LIMIT)
+        written = process.communicate()
+        self.assertEqual(process.returncode, code)
+        return written
+
     def test_while_input_is_awaited(self):
         for arguments in (["run", "-"], ["send", "-"], ["check", "-"], ["lsp"], ["repl"]):
             for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 143)):
@@ -106,10 +114,7 @@ class SignalTest(ProgramTest):
                     waiting.until_at_work(process)
                     begin = time.monotonic()
                     process.send_signal(number)
-                    process.wait(timeout=program.TIME_LIMIT)
-                    self.assertLess(time.monotonic() - begin, LIMIT)
-                    out, err = process.communicate()
-                    self.assertEqual((process.returncode, out, err), (code, b"", b""))
+                    self.assertEqual(self.ended(process, begin, code), (b"", b""))
 
     WAITING = (["run", "-"], ["run", "fifo"], ["run", "--answers", "fifo", "-e", "print 1"],
                ["run", "--trace", "fifo", "-e", "print 1"],
@@ -129,11 +134,8 @@ class SignalTest(ProgramTest):
                 with self.subTest(options):
                     begin = time.monotonic()
                     process = self.start(*options, stdin=subprocess.PIPE)
-                    process.wait(timeout=program.TIME_LIMIT)
-                    self.assertLess(time.monotonic() - begin, 0.2 + LIMIT)
-                    out, err = process.communicate()
-                    self.assertEqual((process.returncode, out, err), (
-                        124, b"", b"tavhost: stopped after 0.2 s (--timeout)\n"))
+                    self.assertEqual(self.ended(process, begin + 0.2, 124),
+                                     (b"", b"tavhost: stopped after 0.2 s (--timeout)\n"))
 
     def test_signals_while_something_is_awaited(self):
         self.file("a.tav", "print 1\n")
@@ -145,10 +147,7 @@ class SignalTest(ProgramTest):
                     waiting.until_at_work(process)
                     begin = time.monotonic()
                     process.send_signal(number)
-                    process.wait(timeout=program.TIME_LIMIT)
-                    self.assertLess(time.monotonic() - begin, LIMIT)
-                    process.communicate()
-                    self.assertEqual(process.returncode, code)
+                    self.ended(process, begin, code)
 
     def test_the_time_limit_of_what_computes(self):
         self.file("long.tav", "x = 1\nprint x + 1\n" * 1_000_000)
@@ -206,10 +205,7 @@ class SignalTest(ProgramTest):
                 waiting.until_at_work(process)
                 begin = time.monotonic()
                 os.close(terminal)
-                process.wait(timeout=program.TIME_LIMIT)
-                self.assertLess(time.monotonic() - begin, LIMIT)
-                process.communicate()
-                self.assertEqual(process.returncode, 143)
+                self.ended(process, begin, 143)
                 self.assertFalse((self.folder / "done").exists())
 
     def test_a_reader_that_goes_while_a_script_is_typed(self):

@@ -8,7 +8,7 @@ import subprocess
 import time
 
 from ground import Broken, write
-from writers import OPEN, PATIENCE, expect_text, finish, start, wait
+from writers import OPEN, PATIENCE, expect_text, finish, start, start_slowly, wait
 
 LOOKS = ("DB_FILE_LIST\nprint files", 'FREAD file:"db:\\\\k"\nprint text',
          'FWRITE file:"db:\\\\other" text:"x"', 'FCOPY from:"text" to:"db:\\\\k"',
@@ -127,12 +127,7 @@ def kept_while_open(runner, elsewhere):
 def kept_while_copied(runner):
     """So does what a program is copying, however slowly."""
     folder = prepare(runner)
-    write(folder / "script.tav", 'FILE_EXISTS file:"FAULT-BEGIN"\n'
-                                 'FCOPY from:"text" to:"db:\\\\k"\nprint ecode\n')
-    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="100")
-    copier = subprocess.Popen([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
-                              env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                              text=True)
+    copier = start_slowly(runner, folder, 'FCOPY from:"text" to:"db:\\\\k"')
     wait(lambda: strays(folder), "the copy is under way")
     os.kill(copier.pid, signal.SIGSTOP)
     left = strays(folder)

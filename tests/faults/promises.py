@@ -10,7 +10,8 @@ import subprocess
 import time
 
 from ground import Broken, write
-from writers import OPEN, PATIENCE, expect_no_strays, expect_text, finish, start, wait
+from writers import (OPEN, PATIENCE, expect_no_strays, expect_text, finish, start, start_slowly,
+                     wait)
 
 
 def expect(what, found, wanted):
@@ -267,12 +268,7 @@ def area_of_the_user(runner, folder):
 def writer_who_never_ends(runner, folder):
     """Who only writes one text is waited for ten seconds; then the other fails."""
     write(folder / "area/0/k", "old")
-    write(folder / "script.tav", 'FILE_EXISTS file:"FAULT-BEGIN"\n'
-                                 'FWRITE file:"db:\\\\k" text:"first"\nprint ecode\n')
-    environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="100")
-    first = subprocess.Popen([runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder,
-                             env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                             text=True)
+    first = start_slowly(runner, folder, 'FWRITE file:"db:\\\\k" text:"first"')
     wait(lambda: list((folder / "area/0").glob(".tavhost-*.tmp")), "the first writes")
     first.send_signal(signal.SIGSTOP)
     begun = time.monotonic()

@@ -28,6 +28,12 @@ def start(runner, folder, text, name="script.tav", **more):
                             stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
 
 
+def start_slowly(runner, folder, command):
+    """A program whose command takes its time over each step."""
+    return start(runner, folder, f'FILE_EXISTS file:"FAULT-BEGIN"\n{command}\nprint ecode\n',
+                 env=dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_SLOW="100"))
+
+
 def finish(program, wanted="", code=0):
     said, errors = program.communicate(timeout=PATIENCE)
     if program.returncode != code or said.split() != wanted.split() or errors:

@@ -69,9 +69,6 @@ class Program:
 class OneRequest(Program):
     """The service, asked once and then ended."""
 
-    def __init__(self):
-        super().__init__("serve")
-
     def run(self, folder, environment, pass_fds=()):
         command = [str(options.tavhost), "serve", "--answers", "accept"]
         process = subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL,
@@ -116,10 +113,6 @@ class OneQuestion(OneRequest):
     in_row = "3"
     step = 3
 
-    def __init__(self):
-        super().__init__()
-        self.name = "serve, a question"
-
     @staticmethod
     def talk(connection, headers):
         script = 'QUERYBOX "Go on?" yes-no\nprint endbutton'
@@ -139,10 +132,6 @@ class OneRequestLongWithoutMemory(OneRequest):
     in_row = "3"
     step = 1
 
-    def __init__(self):
-        super().__init__()
-        self.name = "serve, three in a row"
-
 
 PROGRAMS = [
     Program("run", "run", "--answers", "accept", "--trace", "t.txt", "--record", "r.kel", "a.tav"),
@@ -153,9 +142,9 @@ PROGRAMS = [
     Program("check", "check", "c.tav", "a.tav"),
     Program("check as data", "check", "--json", "c.tav"),
     Program("repl", "repl", stdin=b"x = 1\nx\nthrow 2\nprint x\n"),
-    OneRequest(),
-    OneRequestLongWithoutMemory(),
-    OneQuestion(),
+    OneRequest("serve"),
+    OneRequestLongWithoutMemory("serve, three in a row"),
+    OneQuestion("serve, a question"),
 ]
 
 
