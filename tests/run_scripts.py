@@ -239,7 +239,7 @@ class Runner:
                 addresses[variable] = servers.enter_context(contextlib.closing(make())).url
             return self.run_beside(test, addresses)
 
-    def run_beside(self, test, addresses):
+    def run_beside(self, test, addresses, attempts=wine.ATTEMPTS):
         """The problems of a test whose servers have these addresses, by variable."""
         folder, work, home = self.prepare(test)
         command = [str(self.program), "run"]
@@ -269,6 +269,9 @@ class Runner:
             exit_code = 128 - exit_code  # ended by a signal: as a shell counts
         if self.machine:
             exit_code, err = self.machine.exit_code(exit_code, err)
+            if attempts > 1 and wine.was_not_started(exit_code, out, err):
+                shutil.rmtree(folder, ignore_errors=True)
+                return self.run_beside(test, addresses, attempts - 1)
         trace = None
         if wants_trace:
             written = folder / "trace.txt"

@@ -16,6 +16,8 @@ FOLDERS = ("/usr/lib/wine", "/usr/lib/x86_64-linux-gnu/wine", "/opt/wine-stable/
 LATE_REQUEST = re.compile(rb"^wine client error:[^\n]*(?:\n|\Z)", re.MULTILINE)
 CRASH_NOTE = re.compile(rb"^wine: Unhandled .*, starting debugger\.\.\.\r?\n", re.MULTILINE)
 EXIT_CODE = re.compile(rb"\[exit code 0x([0-9A-F]{8})\]\r?\n$")
+DLL_INIT_FAILED = 0xC0000142  # STATUS_DLL_INIT_FAILED; of it, a shell sees the low byte
+ATTEMPTS = 3
 
 
 def find(*names):
@@ -25,6 +27,22 @@ def find(*names):
             if os.access(path, os.X_OK):
                 return path
     return None
+
+
+def was_not_started(exit_code, out, err):
+    """Once in thousands of times Wine cannot initialise its own libraries for a program and ends
+    it before its first line. Such a program is to be started again, at most ATTEMPTS times in all;
+    what fails for another reason fails each time."""
+    return exit_code in (DLL_INIT_FAILED, DLL_INIT_FAILED & 0xFF) and not out and not err
+
+
+def run(command, **options):
+    """subprocess.run with captured output, of a program that may run under Wine."""
+    for _ in range(ATTEMPTS):
+        done = subprocess.run(command, capture_output=True, check=False, **options)
+        if not was_not_started(done.returncode, done.stdout, done.stderr):
+            break
+    return done
 
 
 class Nothing:

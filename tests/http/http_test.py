@@ -43,8 +43,8 @@ def environment(more=None):
 
 
 def run(*args, env=None, expect=0, timeout=60):
-    done = subprocess.run([*program, *args], capture_output=True, timeout=timeout,
-                          stdin=subprocess.DEVNULL, env=environment(env))
+    done = wine.run([*program, *args], timeout=timeout, stdin=subprocess.DEVNULL,
+                    env=environment(env))
     if expect is not None and done.returncode != expect:
         raise AssertionError(f"exit code {done.returncode}: {done.stderr.decode(errors='replace')}")
     return done

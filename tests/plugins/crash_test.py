@@ -52,9 +52,8 @@ class CrashTest(unittest.TestCase):
         if machine:
             command = machine.command(command, whole_exit_code=True)
             environment.update(machine.environment())
-        result = subprocess.run(command, input=stdin or b"", stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, timeout=120, cwd=self.folder,
-                                env=environment)
+        result = wine.run(command, input=stdin or b"", timeout=120, cwd=self.folder,
+                          env=environment)
         code, err = result.returncode, result.stderr
         if machine:
             code, err = machine.exit_code(code, err)

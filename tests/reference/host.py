@@ -33,6 +33,13 @@ class Host:
 
     def run(self, arguments, stdin=b"", files=(), faults=False):
         """Runs the program in a new empty folder that holds `files`: (name, bytes) pairs."""
+        for _ in range(wine.ATTEMPTS):
+            reply = self.run_once(arguments, stdin, files, faults)
+            if not self.machine or not wine.was_not_started(reply.code, reply.out, reply.err):
+                break
+        return reply
+
+    def run_once(self, arguments, stdin, files, faults):
         with tempfile.TemporaryDirectory(prefix="tavhost-", ignore_cleanup_errors=True) as base:
             work, home = Path(base) / "work", Path(base) / "home"
             work.mkdir()

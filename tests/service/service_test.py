@@ -480,8 +480,7 @@ class Addresses(unittest.TestCase):
         self.assertEqual(service.post("/command", "GET_DISPLAY_SIZE", host="::1")[0], 200)
 
     def failure(self, *options):
-        done = subprocess.run([*program, "serve", *options], capture_output=True, timeout=60,
-                              stdin=subprocess.DEVNULL)
+        done = wine.run([*program, "serve", *options], timeout=60, stdin=subprocess.DEVNULL)
         self.assertEqual((done.returncode, done.stdout), (1, b""))
         return done.stderr.decode().splitlines()
 
@@ -966,8 +965,7 @@ class Commands(unittest.TestCase):
     """SERVICE as a command."""
 
     def send(self, *commands):
-        done = subprocess.run([*program, "send", *commands], capture_output=True, timeout=60,
-                              stdin=subprocess.DEVNULL)
+        done = wine.run([*program, "send", *commands], timeout=60, stdin=subprocess.DEVNULL)
         return done.stdout.decode().replace("\r\n", "\n").splitlines(), done.stderr.decode()
 
     def free_port(self):
