@@ -759,6 +759,15 @@ class Dialogs(Case):
             "default": "no", "answer": "MESSAGE_BOX button:no"})
         self.service.post("/answer", "MESSAGE_BOX", headers={"X-Tavhost-Question": identifier})
 
+    def test_the_default_is_the_button_of_the_answer(self):
+        reply = self.ask('TLB_CREATE title:"T" okbutton-enabled:1\n'
+                         'TLB_ADD_BUTTON text:"More" name:"more" index:1\nTLB_SHOW')
+        question = reply["question"]
+        self.assertEqual(question["buttons"][0]["name"], "more")
+        self.assertEqual(question["default"], "ok")
+        self.assertIn("button:ok", question["answer"])
+        self.assertEqual(self.finish(reply, question["answer"])["variables"]["endbutton"], "ok")
+
     def test_every_kind(self):
         table = 'content:"Name;Mass\\nPiston;2.5"'
         cases = [

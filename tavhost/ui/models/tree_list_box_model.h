@@ -96,6 +96,8 @@ class TreeListBoxModel final : public ModalModel {
   const std::vector<Handle>& SelectedAtStart() const { return selectedAtStart_; }
 
   std::vector<ModalButton> Buttons() const override;
+  // Not the first of them: added buttons may stand in front of OK.
+  std::string DefaultButton() const override { return "ok"; }
   bool IsButtonEnabled(std::string_view name) const;
   void AddButton(ExtraButton button) { extraButtons_.push_back(std::move(button)); }
   const std::vector<ExtraButton>& ExtraButtons() const { return extraButtons_; }

@@ -127,6 +127,13 @@ TEST(TreeListBoxModel, ColumnsAreCutAtTabs) {
   EXPECT_EQ(tree.ColumnText(item, 4), "");
 }
 
+TEST(TreeListBoxModel, TheDefaultButtonIsOkWhereverItStands) {
+  TreeListBoxModel tree{TreeListBoxModel::Options()};
+  tree.AddButton({"First", "first", 1, false});
+  EXPECT_EQ(tree.Buttons().front().name, "first");
+  EXPECT_EQ(tree.DefaultButton(), "ok");
+}
+
 TEST(TreeListBoxModel, ButtonsStandAtTheirIndex) {
   TreeListBoxModel tree{Multiple()};
   tree.AddButton({"Last", "last", -1, false});
