@@ -110,6 +110,14 @@ void TableItems::Unsort() {
   Rearrange([&] { seen_.Unsort(); });
 }
 
+std::optional<TableItems::Sorting> TableItems::SortedBy() const {
+  if (const TableChange* const sort = table_->LastSort(); sort && editable_) {
+    return Sorting{sort->column, sort->descending};
+  }
+  if (!seen_.SortColumn()) return std::nullopt;
+  return Sorting{*seen_.SortColumn(), seen_.IsDescending()};
+}
+
 void TableItems::SetFilter(const std::string& text) {
   if (text == seen_.Filter()) return;
   Rearrange([&] { seen_.SetFilter(text); });
@@ -134,6 +142,13 @@ void TableItems::DeleteRows(int first, int last) {
 void TableItems::SortRows(std::uint32_t column, bool descending) {
   Rearrange([&] {
     table_->SortRows(column, descending);
+    seen_.TableChanged();
+  });
+}
+
+void TableItems::UnsortRows() {
+  Rearrange([&] {
+    table_->UnsortRows();
     seen_.TableChanged();
   });
 }

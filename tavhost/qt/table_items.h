@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <optional>
 
 #include "tavhost/ui/table/table_arrangement.h"
 
@@ -27,12 +28,19 @@ class TableItems final : public QAbstractTableModel {
 
   void SortBy(std::uint32_t column, bool descending);
   void Unsort();
+  // The column by which the rows are ordered now, seen only or for good.
+  struct Sorting {
+    std::uint32_t column;
+    bool descending;
+  };
+  std::optional<Sorting> SortedBy() const;
   void SetFilter(const std::string& text);
 
   // Changes of the table itself; rows are the table's, as nothing is sorted or filtered then.
   void InsertRow(int row);
   void DeleteRows(int first, int last);
   void SortRows(std::uint32_t column, bool descending);
+  void UnsortRows();
   // The place that changed; invalid when there was nothing to undo.
   QModelIndex Undo(bool again);
 

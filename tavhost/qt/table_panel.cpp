@@ -4,7 +4,6 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLocale>
 #include <QMessageBox>
@@ -156,7 +155,6 @@ QWidget* TablePanel::MakeSearchBar() {
 void TablePanel::SetTable(TableModel& table) {
   view_->ForgetWidths();
   items_.SetTable(table);
-  view_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
   if (filters_->isChecked()) items_.SetFilter(Bytes(searchText_->text()));
   ShowTable();
 }

@@ -35,7 +35,7 @@ TableView::TableView(TableItems& items, bool editable)
   setAlternatingRowColors(true);
   setHorizontalScrollMode(ScrollPerPixel);
   setSelectionMode(ExtendedSelection);
-  setTabKeyNavigation(editable);
+  setTabKeyNavigation(false);  // fields are gone through by arrows; Tab leaves the table
   setEditTriggers(editable ? DoubleClicked | EditKeyPressed | AnyKeyPressed : NoEditTriggers);
   verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   verticalHeader()->setDefaultSectionSize(RowHeight(1));
@@ -43,7 +43,7 @@ TableView::TableView(TableItems& items, bool editable)
   horizontalHeader()->setHighlightSections(false);
   horizontalHeader()->setSectionsClickable(true);
   horizontalHeader()->setSortIndicatorShown(true);
-  horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+  ShowSorting();
   horizontalHeader()->setStretchLastSection(true);
   horizontalHeader()->setMinimumSectionSize(0);
   corner_->setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -58,10 +58,15 @@ TableView::TableView(TableItems& items, bool editable)
   QObject::connect(&items_, &QAbstractItemModel::modelReset, this, [this] {
     tall_.clear();
     AdjustRows();
+    ShowSorting();
   });
   for (auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved}) {
-    QObject::connect(&items_, signal, this, [this] { AdjustRows(); });
+    QObject::connect(&items_, signal, this, [this] {
+      AdjustRows();
+      ShowSorting();
+    });
   }
+  QObject::connect(&items_, &QAbstractItemModel::dataChanged, this, [this] { ShowSorting(); });
   if (!editable) {
     QObject::connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& at) {
       const std::uint32_t row = items_.RowOf(at);
@@ -162,34 +167,42 @@ void TableView::Expand(const QModelIndexList& indexes, bool expanded) {
   viewport()->update();
 }
 
+// Ascending, descending, as it came. What the header shows is no guide: it turns its arrow before
+// it tells of the click.
 void TableView::SortByHeader(int section) {
   const std::uint32_t column = static_cast<std::uint32_t>(section) + items_.Table().FirstColumn();
-  const TableArrangement& seen = items_.Seen();
-  const bool isSame = seen.SortColumn() == column;
-  const std::uint32_t current = currentIndex().isValid() ? items_.RowOf(currentIndex()) : 0;
-  const int currentColumn = currentIndex().column();
+  const std::optional<TableItems::Sorting> sorting = items_.SortedBy();
+  const bool isSame = sorting && sorting->column == column;
+  const bool unsorts = isSame && sorting->descending;
   if (editable_) {
-    const bool descending = horizontalHeader()->sortIndicatorSection() == section &&
-                            horizontalHeader()->sortIndicatorOrder() == Qt::AscendingOrder;
-    items_.SortRows(column, descending);
-    horizontalHeader()->setSortIndicator(section,
-                                         descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    if (unsorts) {
+      items_.UnsortRows();
+    } else {
+      items_.SortRows(column, isSame);
+    }
     GoTo(items_.index(0, section));
     return;
   }
-  // Ascending, descending, as it came.
-  if (isSame && seen.IsDescending()) {
+  const std::uint32_t current = currentIndex().isValid() ? items_.RowOf(currentIndex()) : 0;
+  const int currentColumn = currentIndex().column();
+  if (unsorts) {
     items_.Unsort();
-    horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
   } else {
     items_.SortBy(column, isSame);
-    horizontalHeader()->setSortIndicator(section,
-                                         isSame ? Qt::DescendingOrder : Qt::AscendingOrder);
   }
   if (currentColumn < 0) return;
-  if (const auto place = seen.PlaceOf(current)) {
+  if (const auto place = items_.Seen().PlaceOf(current)) {
     setCurrentIndex(items_.index(static_cast<int>(*place), currentColumn));
   }
+}
+
+void TableView::ShowSorting() {
+  const std::optional<TableItems::Sorting> sorting = items_.SortedBy();
+  const int section =
+      sorting ? static_cast<int>(sorting->column) - static_cast<int>(items_.Table().FirstColumn())
+              : -1;
+  horizontalHeader()->setSortIndicator(
+      section, sorting && sorting->descending ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
 void TableView::GoTo(const QModelIndex& index) {
@@ -268,6 +281,20 @@ void TableView::keyPressEvent(QKeyEvent* event) {
     }
   }
   QTableView::keyPressEvent(event);
+}
+
+// Tab while a field is edited takes the text and goes to the next field, without editing it: the
+// next Tab leaves the table.
+void TableView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) {
+  const bool goesOn = hint == QAbstractItemDelegate::EditNextItem;
+  const bool goesBack = hint == QAbstractItemDelegate::EditPreviousItem;
+  QTableView::closeEditor(editor, goesOn || goesBack ? QAbstractItemDelegate::NoHint : hint);
+  if (!goesOn && !goesBack) return;
+  const QModelIndex from = currentIndex();
+  const QModelIndex to = moveCursor(goesOn ? MoveNext : MovePrevious, Qt::NoModifier);
+  // Behind the last field comes none.
+  const bool isBeyond = goesOn ? to < from : from < to;
+  if (!isBeyond) GoTo(to);
 }
 
 void TableView::mouseMoveEvent(QMouseEvent* event) {

@@ -28,6 +28,7 @@ class TableView final : public QTableView {
   std::string SelectionText(char separator) const;
   // The field is current and in view.
   void GoTo(const QModelIndex& index);
+  // Ascending, descending, as it came.
   void SortByHeader(int section);
 
   // The user has followed a link.
@@ -42,9 +43,11 @@ class TableView final : public QTableView {
   void showEvent(QShowEvent* event) override;
   void updateGeometries() override;
   bool viewportEvent(QEvent* event) override;
+  void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
  private:
   void FitColumns();
+  void ShowSorting();
   int ContentWidth(int section) const;
   int RowHeight(std::uint32_t lines) const;
   void PlaceCorner();

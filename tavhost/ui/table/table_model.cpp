@@ -189,6 +189,25 @@ bool TableModel::SortRows(std::uint32_t column, bool descending) {
   return true;
 }
 
+bool TableModel::UnsortRows() {
+  std::size_t first = done_.size();
+  while (first > 0 && done_[first - 1].change.kind == TableChange::Kind::kSort) --first;
+  if (first == done_.size() || done_.back().unsorts) return false;
+  Done done;
+  done.change.kind = TableChange::Kind::kSort;
+  done.change.column = done_.back().change.column;
+  done.unsorts = true;
+  done.order = done_[first].order;
+  Record(std::move(done));
+  return true;
+}
+
+const TableChange* TableModel::LastSort() const {
+  if (done_.empty() || done_.back().unsorts) return nullptr;
+  const TableChange& last = done_.back().change;
+  return last.kind == TableChange::Kind::kSort ? &last : nullptr;
+}
+
 const TableChange* TableModel::Undo() {
   if (done_.empty()) return nullptr;
   for (bool isFirst = false; !isFirst;) {
@@ -216,8 +235,11 @@ const TableChange* TableModel::Redo() {
 std::vector<TableChange> TableModel::Changes() const {
   std::vector<TableChange> changes;
   std::set<std::pair<std::uint32_t, std::uint32_t>> later;
+  bool isTakenBack = false;  // sorts that were, and what took them back, have moved nothing
   for (auto done = done_.rbegin(); done != done_.rend(); ++done) {
     const TableChange& change = done->change;
+    isTakenBack = change.kind == TableChange::Kind::kSort && (isTakenBack || done->unsorts);
+    if (isTakenBack) continue;
     if (change.kind != TableChange::Kind::kCell) {
       later.clear();
     } else if (!later.insert({change.row, change.column}).second) {

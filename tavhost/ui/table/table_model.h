@@ -69,6 +69,11 @@ class TableModel {
   bool InsertRow(std::uint32_t row);  // in front of that row; behind the last at Rows()
   bool DeleteRow(std::uint32_t row);
   bool SortRows(std::uint32_t column, bool descending);
+  // Puts the rows back as they were before the sorts that nothing else has followed. False when
+  // the last change is no sort.
+  bool UnsortRows();
+  // The sort in whose order the rows are; null when something has been changed since.
+  const TableChange* LastSort() const;
   // Changes made while one lives are undone in one step.
   class Step {
    public:
@@ -126,6 +131,7 @@ class TableModel {
     RowId id = 0;              // of a row inserted or deleted
     std::vector<RowId> order;  // before a sort while done, behind it while undone
     bool isFirst = true;       // of its step
+    bool unsorts = false;      // a sort that puts the rows back as they were before others
   };
   struct ColumnLook {
     std::optional<long> width;

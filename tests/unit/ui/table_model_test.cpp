@@ -136,6 +136,65 @@ TEST(TableModel, SortingIsAChange) {
   EXPECT_EQ(Column(table, 0), "b 11 9 ");
 }
 
+TEST(TableModel, SortsAreTakenBackTogether) {
+  Table table("a;b\n2;x\n1;y\n3;x");
+  EXPECT_FALSE(table.UnsortRows());
+  EXPECT_FALSE(table.LastSort());
+  table.SetCell(0, 1, "z");
+  table.SortRows(0, false);
+  ASSERT_TRUE(table.LastSort());
+  EXPECT_EQ(table.LastSort()->column, 0u);
+  EXPECT_FALSE(table.LastSort()->descending);
+  table.SortRows(1, true);
+  EXPECT_TRUE(table.LastSort()->descending);
+  EXPECT_EQ(Column(table, 0), "2 1 3 ");
+  EXPECT_TRUE(table.UnsortRows());
+  EXPECT_EQ(table.Write(';'), "a;b\n2;z\n1;y\n3;x");
+  EXPECT_FALSE(table.LastSort());
+  EXPECT_FALSE(table.UnsortRows()) << "they are as they were";
+  table.Undo();
+  EXPECT_EQ(Column(table, 1), "z y x ");
+  EXPECT_TRUE(table.LastSort());
+  table.Redo();
+  EXPECT_EQ(Column(table, 0), "2 1 3 ");
+}
+
+TEST(TableModel, ChangesDoAgainWhatWasDoneWithSortsThatWereTakenBack) {
+  const char* const text = "a\n2\n1\n3";
+  Table table(text);
+  table.SetCell(0, 0, "5");
+  table.SortRows(0, false);
+  table.SortRows(0, true);
+  table.UnsortRows();
+  EXPECT_EQ(table.Changes().size(), 1u);
+  table.SetCell(0, 0, "0");
+  EXPECT_EQ(table.Changes().size(), 1u) << "nothing has moved between them";
+  table.SortRows(0, true);
+  table.UnsortRows();
+  table.SortRows(0, false);
+  table.SetCell(1, 0, "9");
+  Table again(text);
+  for (const ui::TableChange& change : table.Changes()) {
+    if (change.kind == ui::TableChange::Kind::kSort) {
+      again.SortRows(change.column, change.descending);
+    } else {
+      again.SetCell(change.row, change.column, change.text);
+    }
+  }
+  EXPECT_EQ(again.Write(';'), table.Write(';'));
+  EXPECT_EQ(table.Write(';'), "a\n0\n9\n3");
+}
+
+TEST(TableModel, ASortIsOnlyTheLastWhileNothingElseHasChanged) {
+  Table table("a\n2\n1");
+  table.SortRows(0, false);
+  table.SetCell(0, 0, "7");
+  EXPECT_FALSE(table.LastSort());
+  EXPECT_FALSE(table.UnsortRows());
+  table.Undo();
+  EXPECT_TRUE(table.LastSort());
+}
+
 TEST(TableModel, AStepIsUndoneAsAWhole) {
   Table table("a\n1\n2\n3");
   table.SetCell(0, 0, "x");
