@@ -6,6 +6,7 @@
 #include <QItemSelectionModel>
 #include <QPainter>
 
+#include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -37,14 +38,21 @@ ImageDialogView::Thumbnails::Thumbnails(const ImageDialogModel& images)
     : images_(images), pixmaps_(kKeptThumbnails) {}
 
 int ImageDialogView::Thumbnails::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(images_.entries.size());
+  return parent.isValid() ? 0 : rows_.Count(images_.entries.size());
+}
+
+void ImageDialogView::Thumbnails::Search(const QString& text) {
+  beginResetModel();
+  rows_.Search(text, static_cast<std::uint32_t>(images_.entries.size()),
+               [this](std::uint32_t entry) { return Shown(images_.entries[entry].name); });
+  endResetModel();
 }
 
 QVariant ImageDialogView::Thumbnails::data(const QModelIndex& index, int role) const {
-  const ImageDialogModel::Entry& entry = images_.entries[static_cast<std::size_t>(index.row())];
+  const ImageDialogModel::Entry& entry = At(index.row());
   if (role == Qt::DisplayRole || role == Qt::ToolTipRole) return Shown(entry.name);
   if (role != Qt::DecorationRole) return QVariant();
-  if (QPixmap* const kept = pixmaps_.object(index.row())) return *kept;
+  if (QPixmap* const kept = pixmaps_.object(EntryAt(index.row()))) return *kept;
   const QPixmap pixmap = ReadImage(entry.file, kThumbnail, qApp->devicePixelRatio(), nullptr);
   // All of one size, so that the grid is even.
   QPixmap tile(QSize(kThumbnail, kThumbnail) * pixmap.devicePixelRatio());
@@ -56,7 +64,7 @@ QVariant ImageDialogView::Thumbnails::data(const QModelIndex& index, int role) c
     painter.drawPixmap(QPointF((kThumbnail - size.width()) / 2, (kThumbnail - size.height()) / 2),
                        pixmap);
   }
-  pixmaps_.insert(index.row(), new QPixmap(tile));
+  pixmaps_.insert(EntryAt(index.row()), new QPixmap(tile));
   return tile;
 }
 
@@ -91,7 +99,15 @@ ImageDialogView::ImageDialogView(ImageDialogModel& model, QWidget* parent)
   side->addWidget(preview_);
   side->addWidget(details_, 1);
   auto* const row = new QHBoxLayout;
-  row->addWidget(view_, 1);
+  auto* const list = new QVBoxLayout;
+  if (model.entries.size() > kMostUnsearched) {
+    auto* const search = new SearchField(*view_);
+    QObject::connect(search, &QLineEdit::textChanged, this,
+                     [this](const QString& text) { Search(text); });
+    list->addWidget(search);
+  }
+  list->addWidget(view_, 1);
+  row->addLayout(list, 1);
   row->addLayout(side);
   auto* const layout = new QVBoxLayout(&Dialog());
   layout->addLayout(row, 1);
@@ -109,7 +125,7 @@ ImageDialogView::ImageDialogView(ImageDialogModel& model, QWidget* parent)
 const ImageDialogModel::Entry* ImageDialogView::Chosen() const {
   const QModelIndexList selected = view_->selectionModel()->selectedIndexes();
   if (selected.isEmpty()) return nullptr;
-  return &images_.entries[static_cast<std::size_t>(selected.front().row())];
+  return &thumbnails_.At(selected.front().row());
 }
 
 void ImageDialogView::ShowPreview() {
@@ -135,14 +151,27 @@ void ImageDialogView::ShowPreview() {
 
 void ImageDialogView::ShowModel() {
   view_->clearSelection();
-  for (std::size_t i = 0; i < images_.entries.size(); ++i) {
-    if (images_.entries[i].name != images_.selected) continue;
-    const QModelIndex index = thumbnails_.index(static_cast<int>(i));
+  for (int row = 0; row < thumbnails_.rowCount(QModelIndex()); ++row) {
+    if (thumbnails_.At(row).name != images_.selected) continue;
+    const QModelIndex index = thumbnails_.index(row);
     view_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
     view_->scrollTo(index);
     break;
   }
   ShowPreview();
+}
+
+// An image that the search hides is chosen no more.
+void ImageDialogView::Search(const QString& text) {
+  ReadModel();
+  thumbnails_.Search(text);
+  ShowModel();
+}
+
+bool ImageDialogView::eventFilter(QObject* object, QEvent* event) {
+  if (ModalView::eventFilter(object, event)) return true;
+  return object == view_ && event->type() == QEvent::KeyPress &&
+         ChoosesCurrent(*view_, static_cast<const QKeyEvent&>(*event));
 }
 
 void ImageDialogView::ReadModel() {

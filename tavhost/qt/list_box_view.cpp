@@ -5,6 +5,7 @@
 #include <QScrollArea>
 #include <algorithm>
 
+#include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -27,12 +28,19 @@ bool HasLineFeed(const ListBoxModel& list) {
 }  // namespace
 
 int ListBoxView::Entries::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(list_.Count());
+  return parent.isValid() ? 0 : rows_.Count(list_.Count());
 }
 
 QVariant ListBoxView::Entries::data(const QModelIndex& index, int role) const {
   if (role != Qt::DisplayRole) return QVariant();
-  return Shown(list_.Entry(static_cast<std::uint32_t>(index.row())).substr(0, kMostShownBytes));
+  return Shown(list_.Entry(rows_.EntryAt(index.row())).substr(0, kMostShownBytes));
+}
+
+void ListBoxView::Entries::Search(const QString& text) {
+  beginResetModel();
+  rows_.Search(text, list_.Count(),
+               [this](std::uint32_t entry) { return Shown(list_.Entry(entry)); });
+  endResetModel();
 }
 
 ListBoxView::ListBoxView(ListBoxModel& model, QWidget* parent)
@@ -57,6 +65,12 @@ ListBoxView::ListBoxView(ListBoxModel& model, QWidget* parent)
     text->setTextFormat(Qt::PlainText);
     text->setWordWrap(true);
     layout->addWidget(text);
+  }
+  if (model.Count() > kMostUnsearched) {
+    auto* const search = new SearchField(*view_);
+    QObject::connect(search, &QLineEdit::textChanged, this,
+                     [this](const QString& wanted) { Search(wanted); });
+    layout->addWidget(search);
   }
   layout->addWidget(view_, 1);
   if (!model.CheckBoxes().empty()) layout->addWidget(MakeCheckBoxes());
@@ -93,33 +107,62 @@ QWidget* ListBoxView::MakeCheckBoxes() {
 }
 
 void ListBoxView::ShowModel() {
-  QItemSelection selection;
-  const std::vector<std::uint32_t> selected = list_.Selected();
-  // Neighbours become one range: selecting all of a long list is one range then.
-  for (std::size_t begin = 0; begin < selected.size();) {
-    std::size_t end = begin + 1;
-    while (end < selected.size() && selected[end] == selected[end - 1] + 1) ++end;
-    selection.append(QItemSelectionRange(entries_.index(static_cast<int>(selected[begin])),
-                                         entries_.index(static_cast<int>(selected[end - 1]))));
-    begin = end;
-  }
-  view_->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
-  if (!selected.empty()) {
-    const QModelIndex first = entries_.index(static_cast<int>(selected.front()));
-    view_->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
-    view_->scrollTo(first);
-  }
+  ShowSelection();
   for (std::size_t i = 0; i < checkBoxes_.size(); ++i) {
     checkBoxes_[i]->setChecked(list_.CheckBoxes()[i].checked);
   }
 }
 
-void ListBoxView::ReadModel() {
-  list_.ClearSelection();
+void ListBoxView::ShowSelection() {
+  QItemSelection selection;
+  std::vector<int> selected;
+  for (const std::uint32_t entry : list_.Selected()) {
+    if (const auto row = entries_.Rows().RowOf(entry)) selected.push_back(*row);
+  }
+  // Neighbours become one range: selecting all of a long list is one range then.
+  for (std::size_t begin = 0; begin < selected.size();) {
+    std::size_t end = begin + 1;
+    while (end < selected.size() && selected[end] == selected[end - 1] + 1) ++end;
+    selection.append(
+        QItemSelectionRange(entries_.index(selected[begin]), entries_.index(selected[end - 1])));
+    begin = end;
+  }
+  view_->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+  if (selected.empty()) return;
+  const QModelIndex first = entries_.index(selected.front());
+  view_->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+  view_->scrollTo(first);
+}
+
+void ListBoxView::Search(const QString& text) {
+  TakeSelection();
+  entries_.Search(text);
+  ShowSelection();
+}
+
+void ListBoxView::TakeSelection() {
+  const ShownRows& rows = entries_.Rows();
+  for (const std::uint32_t entry : list_.Selected()) {
+    if (rows.RowOf(entry)) list_.SetSelected(entry, false);
+  }
   for (const QItemSelectionRange& range : view_->selectionModel()->selection()) {
     for (int row = range.top(); row <= range.bottom(); ++row) {
-      list_.SetSelected(static_cast<std::uint32_t>(row), true);
+      list_.SetSelected(rows.EntryAt(row), true);
     }
+  }
+}
+
+bool ListBoxView::eventFilter(QObject* object, QEvent* event) {
+  if (ModalView::eventFilter(object, event)) return true;
+  return object == view_ && event->type() == QEvent::KeyPress &&
+         ChoosesCurrent(*view_, static_cast<const QKeyEvent&>(*event));
+}
+
+// What the search hides the user does not see selected, so it is not returned.
+void ListBoxView::ReadModel() {
+  TakeSelection();
+  for (const std::uint32_t entry : list_.Selected()) {
+    if (!entries_.Rows().RowOf(entry)) list_.SetSelected(entry, false);
   }
   for (std::size_t i = 0; i < checkBoxes_.size(); ++i) {
     list_.CheckBoxes()[i].checked = checkBoxes_[i]->isChecked();

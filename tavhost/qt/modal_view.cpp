@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QFileDialog>
 #include <QPushButton>
 #include <QScreen>
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "tavhost/qt/accelerators.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -24,7 +26,7 @@ QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
   return QDialogButtonBox::AcceptRole;
 }
 
-// The usual labels get mnemonics; labels that scripts give are shown as they are.
+// The usual labels have their usual letters; the others get one of those that are left.
 QString LabelOf(const ModalButton& button) {
   static constexpr std::string_view kUsual[] = {"OK",   "Yes",  "No",     "Retry", "Cancel",
                                                 "Open", "Save", "Choose", "Close"};
@@ -53,6 +55,8 @@ ModalView::ModalView(ModalModel& model, std::unique_ptr<QDialog> dialog)
 ModalView::~ModalView() { qApp->removeEventFilter(this); }
 
 void ModalView::Open(int guardMilliseconds) {
+  // Qt's file dialog gives its own, and changes its labels while it is open.
+  if (!qobject_cast<QFileDialog*>(dialog_.get())) GiveAccelerators(*dialog_);
   PlaceDialog();
   guardMilliseconds_ = guardMilliseconds;
   sinceOpen_.start();

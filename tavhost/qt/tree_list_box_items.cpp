@@ -177,6 +177,16 @@ QVariant TreeListBoxItems::data(const QModelIndex& index, int role) const {
   return QVariant();
 }
 
+QVariant TreeListBoxItems::headerData(int section, Qt::Orientation orientation, int role) const {
+  if (orientation != Qt::Horizontal) return QVariant();
+  if (role == Qt::AccessibleTextRole) return QStringLiteral("Column %1").arg(section + 1);
+  if (role == Qt::ToolTipRole) {
+    return QStringLiteral(
+        "Pull an edge to make a column wider or narrower; a double click there makes it fit again");
+  }
+  return QVariant();
+}
+
 bool TreeListBoxItems::setData(const QModelIndex& index, const QVariant& value, int role) {
   if (role != Qt::CheckStateRole) return false;
   const bool checked = value.toInt() == Qt::Checked;

@@ -38,6 +38,8 @@ class TreeListBoxItems final : public QAbstractItemModel {
   int columnCount(const QModelIndex&) const override;
   bool hasChildren(const QModelIndex& parent) const override;
   QVariant data(const QModelIndex& index, int role) const override;
+  // Columns have no titles; assistive tools are told their numbers.
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
   bool setData(const QModelIndex& index, const QVariant& value, int role) override;
   Qt::ItemFlags flags(const QModelIndex& index) const override;
 

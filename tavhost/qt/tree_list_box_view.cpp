@@ -4,9 +4,12 @@
 #include <QItemSelection>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QScrollBar>
 #include <QWhatsThis>
 #include <algorithm>
+#include <utility>
 
+#include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -17,7 +20,9 @@ using Handle = TreeListBoxModel::Handle;
 
 constexpr long kColumns = 56;
 constexpr long kLines = 20;
-constexpr int kMeasuredRows = 200;  // for the widths of columns
+constexpr int kMeasuredRows = 200;   // for the widths of columns
+constexpr int kMostCharacters = 60;  // of a column that nobody has pulled, where there are several
+constexpr int kWidest = 16000;       // pixels
 
 constexpr char kHelp[] =
     "Arrow keys move, and open and close parents; typing goes to the next item that begins so. "
@@ -39,14 +44,10 @@ TreeListBoxView::TreeListBoxView(TreeListBoxModel& model, QWidget* parent)
     layout->addWidget(headline);
   }
   if (model.Rules().searchable) {
-    search_ = new QLineEdit;
-    search_->setObjectName(QStringLiteral("search"));
-    search_->setPlaceholderText(QStringLiteral("Search"));
-    search_->setAccessibleName(QStringLiteral("Search"));
-    search_->setClearButtonEnabled(true);
-    QObject::connect(search_, &QLineEdit::textChanged, this,
+    auto* const search = new SearchField(*view_);
+    QObject::connect(search, &QLineEdit::textChanged, this,
                      [this](const QString& text) { Filter(text); });
-    layout->addWidget(search_);
+    layout->addWidget(search);
   }
   SetUpTree();
   layout->addWidget(view_, 1);
@@ -61,6 +62,12 @@ TreeListBoxView::TreeListBoxView(TreeListBoxModel& model, QWidget* parent)
   view_->setFocus();
 }
 
+// The view asks for its items until it has none, and tells of what becomes of them.
+TreeListBoxView::~TreeListBoxView() {
+  showing_ = true;
+  view_->setModel(nullptr);
+}
+
 void TreeListBoxView::SetUpTree() {
   const TreeListBoxModel::Options& rules = tree_.Rules();
   view_->setObjectName(QStringLiteral("tree"));
@@ -69,7 +76,6 @@ void TreeListBoxView::SetUpTree() {
   const int side = view_->style()->pixelMetric(QStyle::PM_SmallIconSize);
   view_->setIconSize(QSize(side * 2 + 2, side));
   view_->setModel(&items_);
-  view_->setHeaderHidden(true);
   view_->setAllColumnsShowFocus(true);
   view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   view_->setSelectionMode(rules.multiple && !rules.checkBoxes ? QAbstractItemView::ExtendedSelection
@@ -79,8 +85,7 @@ void TreeListBoxView::SetUpTree() {
   view_->setItemsExpandable(!rules.flat);
   if (rules.flat) view_->setIndentation(0);
   view_->setExpandsOnDoubleClick(!rules.endsOnDoubleClick);
-  view_->header()->setResizeContentsPrecision(kMeasuredRows);
-  view_->header()->setStretchLastSection(true);
+  SetUpColumns();
 
   QObject::connect(view_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                    [this](const QItemSelection& selected, const QItemSelection& deselected) {
@@ -88,9 +93,11 @@ void TreeListBoxView::SetUpTree() {
                    });
   QObject::connect(&items_, &QAbstractItemModel::dataChanged, this, [this] { UpdateButtons(); });
   QObject::connect(view_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
+    FitColumnsSoon(true);
     if (!showing_ && !items_.IsFiltered()) tree_.Expand(TreeListBoxItems::ItemOf(index), true);
   });
   QObject::connect(view_, &QTreeView::collapsed, this, [this](const QModelIndex& index) {
+    FitColumnsSoon(true);
     if (!showing_ && !items_.IsFiltered()) tree_.Expand(TreeListBoxItems::ItemOf(index), false);
   });
   QObject::connect(view_, &QTreeView::doubleClicked, this, [this](const QModelIndex& index) {
@@ -101,9 +108,71 @@ void TreeListBoxView::SetUpTree() {
   });
 }
 
+void TreeListBoxView::SetUpColumns() {
+  const auto columns = static_cast<std::size_t>(tree_.Rules().columns);
+  needed_.assign(columns, 0);
+  pulled_.assign(columns, 0);
+  QHeaderView& header = *view_->header();
+  view_->setHeaderHidden(columns == 1);
+  header.setResizeContentsPrecision(kMeasuredRows);
+  header.setStretchLastSection(false);  // FitColumns does it, and gives it what it needs as well
+  header.setSectionsMovable(false);
+  header.setMinimumSectionSize(view_->fontMetrics().averageCharWidth() * 3);
+  // It has no titles: room to pull at is enough.
+  header.setFixedHeight(view_->fontMetrics().height() * 3 / 4);
+  fit_.setSingleShot(true);
+  fit_.setInterval(0);
+  QObject::connect(&fit_, &QTimer::timeout, this, [this] { FitColumns(); });
+  QObject::connect(&header, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
+    if (fitting_) return;
+    pulled_[static_cast<std::size_t>(column)] = width;
+    FitColumnsSoon(false);
+  });
+  QObject::connect(&header, &QHeaderView::sectionHandleDoubleClicked, this, [this](int column) {
+    pulled_[static_cast<std::size_t>(column)] = 0;
+    FitColumnsSoon(true);
+  });
+  // While rows go by, columns only become wider, so that they do not jump.
+  QObject::connect(view_->verticalScrollBar(), &QScrollBar::valueChanged, this,
+                   [this] { FitColumnsSoon(false); });
+}
+
+void TreeListBoxView::FitColumnsSoon(bool mayNarrow) {
+  mayNarrow_ = mayNarrow_ || mayNarrow;
+  fit_.start();
+}
+
+int TreeListBoxView::FittingWidth(int column, bool mayNarrow) {
+  const auto at = static_cast<std::size_t>(column);
+  if (pulled_[at] > 0) return pulled_[at];
+  // The view measures the rows in sight, and some beyond; without rows it says -1.
+  const int needed = static_cast<const QAbstractItemView&>(*view_).sizeHintForColumn(column);
+  if (needed >= 0) needed_[at] = mayNarrow ? needed : std::max(needed, needed_[at]);
+  const int most = needed_.size() == 1
+                       ? kWidest
+                       : std::max(view_->viewport()->width(),
+                                  view_->fontMetrics().averageCharWidth() * kMostCharacters);
+  return std::clamp(needed_[at], view_->header()->minimumSectionSize(), most);
+}
+
+// The last column takes what is left, so that rows are marked as far as the edge.
+void TreeListBoxView::FitColumns() {
+  const bool mayNarrow = std::exchange(mayNarrow_, false);
+  fitting_ = true;
+  const int last = static_cast<int>(needed_.size()) - 1;
+  int left = view_->viewport()->width();
+  for (int column = 0; column <= last; ++column) {
+    int width = FittingWidth(column, mayNarrow);
+    if (column == last && pulled_.back() == 0) width = std::max(width, left);
+    view_->setColumnWidth(column, width);
+    left -= width;
+  }
+  fitting_ = false;
+}
+
 // In the order of the model, which is the script's; not in that of the desktop.
 QWidget* TreeListBoxView::MakeButtonRow() {
-  auto* const row = new QWidget;
+  auto* const row = new QWidget(&Dialog());
   auto* const layout = new QHBoxLayout(row);
   layout->setContentsMargins(0, 0, 0, 0);
   if (tree_.Rules().hasHelp) {
@@ -119,13 +188,14 @@ QWidget* TreeListBoxView::MakeButtonRow() {
   for (const ModalButton& button : tree_.Buttons()) {
     auto* const widget = new QPushButton(ShownLabel(button.label));
     widget->setObjectName(QString::fromStdString(button.name));
-    widget->setDefault(button.name == "ok");
+    layout->addWidget(widget);
+    // The dialog hears of its default button only from one that stands in it.
+    widget->setDefault(button.name == tree_.DefaultButton());
     if (tree_.buttonWidth > 0) {
       widget->setFixedWidth(static_cast<int>(std::min<long>(tree_.buttonWidth, 2000)));
     }
     QObject::connect(widget, &QPushButton::clicked, this,
                      [this, name = button.name] { End(name); });
-    layout->addWidget(widget);
     buttons_.emplace_back(widget, button.name);
   }
   return row;
@@ -149,9 +219,8 @@ void TreeListBoxView::ShowModel() {
   showing_ = true;
   ShowExpansion();
   ShowSelection();
-  for (int column = 0; column + 1 < items_.columnCount(QModelIndex()); ++column) {
-    view_->resizeColumnToContents(column);
-  }
+  mayNarrow_ = true;
+  FitColumns();
   showing_ = false;
   UpdateButtons();
 }
@@ -240,6 +309,7 @@ void TreeListBoxView::Filter(const QString& text) {
   ShowExpansion();
   ShowSelection();
   showing_ = false;
+  FitColumnsSoon(true);
   UpdateButtons();
 }
 
@@ -265,8 +335,12 @@ void TreeListBoxView::SelectAllShown() {
 
 bool TreeListBoxView::eventFilter(QObject* object, QEvent* event) {
   if (ModalView::eventFilter(object, event)) return true;
+  // Never narrower for that: a scroll bar that comes and goes with the width would do so for ever.
+  if (event->type() == QEvent::Resize && object == view_->viewport()) FitColumnsSoon(false);
   if (object != view_ || event->type() != QEvent::KeyPress) return false;
   auto* const key = static_cast<QKeyEvent*>(event);
+  // With check boxes the marks are the choice, not where the user is.
+  if (!tree_.Rules().checkBoxes && ChoosesCurrent(*view_, *key)) return true;
   if (key->matches(QKeySequence::SelectAll) && tree_.Rules().multiple) {
     SelectAllShown();
     return true;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QLineEdit>
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeView>
 #include <string>
 #include <utility>
@@ -17,6 +17,7 @@ namespace ui {
 class TreeListBoxView final : public ModalView {
  public:
   TreeListBoxView(TreeListBoxModel& model, QWidget* parent);
+  ~TreeListBoxView() override;
 
   void ShowModel() override;
 
@@ -24,12 +25,18 @@ class TreeListBoxView final : public ModalView {
   void ReadModel() override;
 
   void SetUpTree();
+  void SetUpColumns();
   QWidget* MakeButtonRow();
   void LimitSize();
   void ShowSelection();
   void ShowExpansion();
   void Filter(const QString& text);
   void TakeSelection(const QItemSelection& selected, const QItemSelection& deselected);
+  // Columns are as wide as what can be seen needs, unless the user has pulled them. Soon: once,
+  // however many parents open at a time.
+  void FitColumnsSoon(bool mayNarrow);
+  void FitColumns();
+  int FittingWidth(int column, bool mayNarrow);
   void UpdateButtons();
   void SelectAllShown();
   bool eventFilter(QObject* object, QEvent* event) override;
@@ -37,9 +44,13 @@ class TreeListBoxView final : public ModalView {
   TreeListBoxModel& tree_;
   TreeListBoxItems items_;
   QTreeView* view_;
-  QLineEdit* search_ = nullptr;
   std::vector<std::pair<QPushButton*, std::string>> buttons_;
   bool showing_ = false;  // the view is being set from the model
+  QTimer fit_;
+  bool mayNarrow_ = false;   // the next fit may make columns narrower
+  bool fitting_ = false;     // columns change their widths, and the user has not done it
+  std::vector<int> needed_;  // the width that a column was last found to need
+  std::vector<int> pulled_;  // the width that the user has given to a column, 0: none
 };
 
 }  // namespace ui

@@ -318,6 +318,103 @@ TEST_F(QtBrowser, TheSpecialButtonsInsertDeleteAndSort) {
   });
 }
 
+TEST_F(QtBrowser, ClicksOnATitleOfAnEditedTableSortUpDownAndAsItWas) {
+  for (const bool handles : {false, true}) {
+    const auto table = Table(handles ? "h;n\nx;2\ny;1\nz;3" : "n\n2\n1\n3", handles);
+    EditBrowserModel model(*table);
+    Run(model, [](QDialog& dialog) {
+      ui::TableView& view = View(dialog);
+      const QHeaderView& header = *view.horizontalHeader();
+      for (int round = 0; round < 2; ++round) {
+        ClickHeader(view, 0);
+        EXPECT_EQ(Column(view, 0), "1 2 3 ");
+        EXPECT_EQ(header.sortIndicatorSection(), 0);
+        EXPECT_EQ(header.sortIndicatorOrder(), Qt::AscendingOrder);
+        ClickHeader(view, 0);
+        EXPECT_EQ(Column(view, 0), "3 2 1 ");
+        EXPECT_EQ(header.sortIndicatorOrder(), Qt::DescendingOrder);
+        ClickHeader(view, 0);
+        EXPECT_EQ(Column(view, 0), "2 1 3 ");
+        EXPECT_EQ(header.sortIndicatorSection(), -1);
+      }
+      QTest::keyClick(&view, Qt::Key_Z, Qt::ControlModifier);
+      EXPECT_EQ(Column(view, 0), "3 2 1 ");
+      EXPECT_EQ(header.sortIndicatorSection(), 0);
+      EXPECT_EQ(header.sortIndicatorOrder(), Qt::DescendingOrder);
+      dialog.reject();
+    });
+    EXPECT_EQ(table->Write(';'), handles ? "h;n\nz;3\nx;2\ny;1" : "n\n3\n2\n1");
+  }
+}
+
+TEST_F(QtBrowser, AChangeEndsTheOrderThatTheTitleShows) {
+  const auto table = Table("n;v\na;2\nb;1");
+  EditBrowserModel model(*table);
+  Run(model, [](QDialog& dialog) {
+    ui::TableView& view = View(dialog);
+    ClickHeader(view, 1);
+    QTest::keyClick(&view, Qt::Key_F2);
+    auto* const editor = view.findChild<QLineEdit*>();
+    ASSERT_TRUE(editor);
+    QTest::keyClicks(editor, QStringLiteral("5"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return view.horizontalHeader()->sortIndicatorSection() == -1; }));
+    EXPECT_EQ(Column(view, 1), "5 2 ");
+    ClickHeader(view, 1);
+    EXPECT_EQ(Column(view, 1), "2 5 ");
+    dialog.reject();
+  });
+}
+
+TEST_F(QtBrowser, TabLeavesTheTableAndArrowsGoThroughIt) {
+  const auto table = Table("n;v\na;1\nb;2");
+  EditBrowserModel model(*table);
+  Run(model, [&](QDialog& dialog) {
+    ui::TableView& view = View(dialog);
+    ASSERT_TRUE(view.hasFocus());
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_EQ(view.currentIndex(), view.model()->index(0, 1));
+    QTest::keyClick(&view, Qt::Key_Tab);
+    EXPECT_TRUE(Button(dialog, "insert row").hasFocus());
+    EXPECT_EQ(view.currentIndex(), view.model()->index(0, 1));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_TRUE(view.hasFocus());
+    dialog.reject();
+  });
+}
+
+TEST_F(QtBrowser, TabInAFieldTakesItsTextAndGoesToTheNextUnedited) {
+  const auto table = Table("n;v\na;1");
+  EditBrowserModel model(*table);
+  Run(model, [&](QDialog& dialog) {
+    ui::TableView& view = View(dialog);
+    for (const char* const text : {"x", "y"}) {
+      QTest::keyClicks(&view, QLatin1String(text));  // typing edits the field
+      auto* const editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+      ASSERT_TRUE(editor);
+      QTest::keyClick(editor, Qt::Key_Tab);
+      EXPECT_TRUE(QTest::qWaitFor([&] { return view.hasFocus(); }));
+      EXPECT_EQ(view.currentIndex(), view.model()->index(0, 1)) << "no field comes behind the last";
+    }
+    EXPECT_EQ(table->Write(';'), "n;v\nx;y");
+    QTest::keyClick(&view, Qt::Key_Tab);
+    EXPECT_FALSE(view.hasFocus());
+    dialog.reject();
+  });
+}
+
+TEST_F(QtBrowser, AnOwnOkTextHasALetterThatPressesIt) {
+  const auto table = Table("n\na");
+  EditBrowserModel model(*table);
+  model.okText = "Delete";  // D and S and I are those of the buttons for rows
+  Run(model, [](QDialog& dialog) {
+    EXPECT_EQ(Button(dialog, "ok").text().toStdString(), "D&elete");
+    QTest::keyClick(&View(dialog), Qt::Key_E, Qt::AltModifier);
+  });
+  EXPECT_EQ(model.EndButton(), "ok");
+}
+
 TEST_F(QtBrowser, HiddenSpecialButtonsAreGoneWithTheirKeys) {
   const auto table = Table("n\na");
   EditBrowserModel model(*table);
@@ -327,7 +424,7 @@ TEST_F(QtBrowser, HiddenSpecialButtonsAreGoneWithTheirKeys) {
     EXPECT_FALSE(Button(dialog, "insert row").isVisible());
     EXPECT_FALSE(Button(dialog, "delete row").isVisible());
     EXPECT_FALSE(Button(dialog, "sort rows").isVisible());
-    EXPECT_EQ(Button(dialog, "ok").text().toStdString(), "&&Take");
+    EXPECT_EQ(Button(dialog, "ok").text().toStdString(), "&&&Take");
     QTest::keyClick(&View(dialog), Qt::Key_Insert);
     dialog.reject();
   });

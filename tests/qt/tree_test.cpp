@@ -1,3 +1,4 @@
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTreeView>
@@ -36,6 +37,25 @@ class QtTree : public QtTest {
   }
   static void Type(QDialog& dialog, const char* text) {
     dialog.findChild<QLineEdit*>(QStringLiteral("search"))->setText(QLatin1String(text));
+  }
+  // Whether the text stands in its field whole.
+  static bool IsWhole(QTreeView& view, const QModelIndex& index) {
+    const int padding = view.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &view);
+    return view.visualRect(index).width() >=
+           view.fontMetrics().horizontalAdvance(index.data().toString()) + 2 * padding;
+  }
+  static bool BecomesWhole(QTreeView& view, const QModelIndex& index) {
+    return QTest::qWaitFor([&] { return IsWhole(view, index); }, kPatience);
+  }
+  static void Pull(QWidget& widget, QPoint from, QPoint to) {
+    const auto send = [&widget](QEvent::Type type, QPoint at, Qt::MouseButton button,
+                                Qt::MouseButtons held) {
+      QMouseEvent event(type, at, widget.mapToGlobal(at), button, held, Qt::NoModifier);
+      QApplication::sendEvent(&widget, &event);
+    };
+    send(QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+    send(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
   }
   static std::vector<int> Selected(const TreeListBoxModel& tree) {
     std::vector<int> ids;
@@ -261,6 +281,128 @@ TEST_F(QtTree, TabsDivideTextsIntoColumns) {
         Button(dialog, "cancel").click();
       },
       0);
+}
+
+TEST_F(QtTree, EnterPressesOkWhereverAddedButtonsStand) {
+  for (const int index : {-1, 1, 2}) {
+    auto options = TreeListBoxModel::Options();
+    options.okStartsEnabled = true;
+    TreeListBoxModel tree(options);
+    Fill(tree);
+    tree.AddButton({"More", "more", index, false});
+    Run(tree, [](QDialog& dialog) {
+      EXPECT_TRUE(Button(dialog, "ok").isDefault());
+      EXPECT_FALSE(Button(dialog, "more").isDefault());
+      QTest::keyClick(&View(dialog), Qt::Key_Return);
+    });
+    EXPECT_EQ(tree.EndButton(), "ok") << index;
+  }
+}
+
+TEST_F(QtTree, TheFirstDownTakesTheFirstItem) {
+  TreeListBoxModel tree{TreeListBoxModel::Options()};
+  Fill(tree);
+  Run(tree, [&tree](QDialog& dialog) {
+    QTest::keyClick(&View(dialog), Qt::Key_Down);
+    EXPECT_EQ(Selected(tree), (std::vector<int>{1}));
+    QTest::keyClick(&View(dialog), Qt::Key_Down);
+    EXPECT_EQ(Selected(tree), (std::vector<int>{2}));
+    dialog.reject();
+  });
+}
+
+TEST_F(QtTree, DownGoesFromTheSearchToWhatItHasFound) {
+  TreeListBoxModel tree{Multiple()};
+  Fill(tree);
+  Run(tree, [](QDialog& dialog) {
+    QTest::keyClick(&View(dialog), Qt::Key_F, Qt::ControlModifier);
+    auto* const search = dialog.findChild<QLineEdit*>(QStringLiteral("search"));
+    ASSERT_TRUE(search->hasFocus());
+    QTest::keyClicks(search, QStringLiteral("thr"));
+    QTest::keyClick(search, Qt::Key_Down);
+    EXPECT_TRUE(View(dialog).hasFocus());
+    QTest::keyClick(&View(dialog), Qt::Key_Return);
+  });
+  EXPECT_EQ(tree.EndButton(), "ok");
+  EXPECT_EQ(Selected(tree), (std::vector<int>{3}));
+}
+
+// A parent with short texts, and below it longer ones.
+TreeListBoxModel::Options Columns(long columns) {
+  TreeListBoxModel::Options options;
+  options.columns = columns;
+  options.searchable = true;
+  return options;
+}
+
+TEST_F(QtTree, ColumnsFollowWhatIsOpenedAndFound) {
+  TreeListBoxModel tree(Columns(3));
+  tree.Add(1, -1, "a\tb\tc", true);
+  tree.Add(2, 1, "Bearing of the front axle, left\tsteel, hardened\t12 kg", false);
+  tree.Add(3, -1, "z", true);
+  tree.Add(4, 3, "Housing of the bearing of the rear axle\tcast iron, grey\t1 t", false);
+  tree.size = SV::Size(900, 400);
+  Run(tree, [](QDialog& dialog) {
+    QTreeView& view = View(dialog);
+    const QAbstractItemModel& items = *view.model();
+    const int closed = view.columnWidth(0);
+    EXPECT_FALSE(view.isHeaderHidden());
+    view.setFocus();
+    QTest::keyClick(&view, Qt::Key_Right);
+    const QModelIndex bearing = items.index(0, 0, items.index(0, 0));
+    EXPECT_TRUE(BecomesWhole(view, bearing));
+    EXPECT_TRUE(IsWhole(view, bearing.siblingAtColumn(1)));
+    EXPECT_TRUE(IsWhole(view, bearing.siblingAtColumn(2)));
+    QTest::keyClick(&view, Qt::Key_Left);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view.columnWidth(0) == closed; }, kPatience));
+    Type(dialog, "housing");
+    EXPECT_TRUE(BecomesWhole(view, items.index(0, 0, items.index(0, 0))));
+    EXPECT_TRUE(IsWhole(view, items.index(0, 1, items.index(0, 0))));
+    EXPECT_EQ(view.header()->length(), view.viewport()->width()) << "the last takes what is left";
+    dialog.reject();
+  });
+}
+
+TEST_F(QtTree, AColumnThatIsPulledStaysSoUntilADoubleClick) {
+  TreeListBoxModel tree(Columns(2));
+  tree.Add(1, -1, "a\tb", true);
+  tree.Add(2, 1, "Bearing of the front axle, left\tsteel", false);
+  tree.size = SV::Size(900, 400);
+  Run(tree, [](QDialog& dialog) {
+    QTreeView& view = View(dialog);
+    QHeaderView& header = *view.header();
+    const int fitting = view.columnWidth(0);
+    const auto edge = [&header] {
+      return QPoint(header.sectionViewportPosition(0) + header.sectionSize(0) - 1,
+                    header.height() / 2);
+    };
+    Pull(*header.viewport(), edge(), edge() + QPoint(60, 0));
+    EXPECT_EQ(view.columnWidth(0), fitting + 60);
+    view.setFocus();
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return header.length() == view.viewport()->width(); }, kPatience));
+    EXPECT_EQ(view.columnWidth(0), fitting + 60);
+    QTest::mouseDClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, edge());
+    const QAbstractItemModel& items = *view.model();
+    EXPECT_TRUE(BecomesWhole(view, items.index(0, 0, items.index(0, 0))));
+    dialog.reject();
+  });
+}
+
+TEST_F(QtTree, WithoutColumnsThereIsNoHeaderAndALongItemCanBeScrolledTo) {
+  TreeListBoxModel tree{TreeListBoxModel::Options()};
+  tree.Add(1, -1, "a", true);
+  tree.Add(2, 1, std::string(300, 'x'), false);
+  tree.size = SV::Size(400, 300);
+  Run(tree, [](QDialog& dialog) {
+    QTreeView& view = View(dialog);
+    EXPECT_TRUE(view.isHeaderHidden());
+    EXPECT_EQ(view.columnWidth(0), view.viewport()->width());
+    QTest::keyClick(&view, Qt::Key_Right);
+    EXPECT_TRUE(BecomesWhole(view, view.model()->index(0, 0, view.model()->index(0, 0))));
+    dialog.reject();
+  });
 }
 
 // Deeper than any stack would hold a frame a level for.

@@ -188,7 +188,7 @@ TEST_F(QtWindows, ListBoxTakesSelectionAndCheckBoxes) {
     const QRect row = view->visualRect(view->model()->index(2, 0));
     QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, row.center());
     auto* const box = dialog.findChild<QCheckBox*>();
-    EXPECT_EQ(box->text(), QStringLiteral("x && y"));
+    EXPECT_EQ(box->text(), QStringLiteral("&x && y"));
     box->click();
     QTest::mouseClick(Button(dialog, "cancel"), Qt::LeftButton);
   });
