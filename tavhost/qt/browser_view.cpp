@@ -77,6 +77,7 @@ EditBrowserView::EditBrowserView(EditBrowserModel& model, QWidget* parent)
   }
   if (!model.size) model.size = SmallSize(Dialog());
   AddShortcuts();
+  if (!model.showsSpecial[EditBrowserModel::kSortRows]) panel_->View().ForbidSorting();
   panel_->View().viewport()->setFocusProxy(&panel_->View());
   if (panel_->Items().rowCount() > 0 && panel_->Items().columnCount() > 0) {
     panel_->View().setCurrentIndex(panel_->Items().index(0, 0));

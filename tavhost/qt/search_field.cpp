@@ -12,12 +12,22 @@ bool HasNoModifiers(const QKeyEvent& key) {
   return (key.modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
 }
 
-bool IsArrow(const QAbstractItemView& list, const QKeyEvent& key) {
-  if (!HasNoModifiers(key)) return false;
-  if (key.key() == Qt::Key_Down || key.key() == Qt::Key_Up) return true;
-  // In a tree these open and close parents.
-  if (qobject_cast<const QTreeView*>(&list)) return false;
-  return key.key() == Qt::Key_Right || key.key() == Qt::Key_Left;
+bool IsFirst(const QModelIndex& index) { return index.row() == 0 && !index.parent().isValid(); }
+
+// Keys that would go past the entry, or stay on it without choosing it.
+bool IsForCurrent(const QAbstractItemView& list, int key) {
+  switch (key) {
+    case Qt::Key_Down:
+    case Qt::Key_Up:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+      return true;
+    case Qt::Key_Home:
+    case Qt::Key_PageUp:
+      return IsFirst(list.currentIndex());
+    default:
+      return false;
+  }
 }
 
 bool ChooseCurrent(QAbstractItemView& list) {
@@ -59,7 +69,10 @@ void SearchField::keyPressEvent(QKeyEvent* event) {
 }
 
 bool ChoosesCurrent(QAbstractItemView& list, const QKeyEvent& key) {
-  return IsArrow(list, key) && ChooseCurrent(list);
+  if (!HasNoModifiers(key) || !IsForCurrent(list, key.key()) || !ChooseCurrent(list)) return false;
+  // In a tree these open and close the parent as well.
+  const bool isSideways = key.key() == Qt::Key_Left || key.key() == Qt::Key_Right;
+  return !isSideways || !qobject_cast<QTreeView*>(&list);
 }
 
 }  // namespace ui

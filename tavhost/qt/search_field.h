@@ -22,8 +22,7 @@ class SearchField final : public QLineEdit {
 };
 
 // For lists in which nothing is chosen yet: an arrow key chooses the entry that has the focus, so
-// that the first press does not go past it. False, and nothing changed, when the key is to do what
-// it always does.
+// that the first press does not go past it. False when the key is to do what it always does.
 bool ChoosesCurrent(QAbstractItemView& list, const QKeyEvent& key);
 
 }  // namespace ui

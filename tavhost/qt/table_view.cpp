@@ -170,6 +170,7 @@ void TableView::Expand(const QModelIndexList& indexes, bool expanded) {
 // Ascending, descending, as it came. What the header shows is no guide: it turns its arrow before
 // it tells of the click.
 void TableView::SortByHeader(int section) {
+  if (!sorts_) return;
   const std::uint32_t column = static_cast<std::uint32_t>(section) + items_.Table().FirstColumn();
   const std::optional<TableItems::Sorting> sorting = items_.SortedBy();
   const bool isSame = sorting && sorting->column == column;
@@ -194,6 +195,11 @@ void TableView::SortByHeader(int section) {
   if (const auto place = items_.Seen().PlaceOf(current)) {
     setCurrentIndex(items_.index(static_cast<int>(*place), currentColumn));
   }
+}
+
+void TableView::ForbidSorting() {
+  sorts_ = false;
+  horizontalHeader()->setSortIndicatorShown(false);
 }
 
 void TableView::ShowSorting() {

@@ -30,6 +30,8 @@ class TableView final : public QTableView {
   void GoTo(const QModelIndex& index);
   // Ascending, descending, as it came.
   void SortByHeader(int section);
+  // Clicks on titles leave the rows where they are from now on.
+  void ForbidSorting();
 
   // The user has followed a link.
   std::function<void(const Reference&)> linkFollowed;
@@ -56,6 +58,7 @@ class TableView final : public QTableView {
 
   TableItems& items_;
   bool editable_;
+  bool sorts_ = true;
   QLabel* corner_;
   std::vector<std::optional<long>> fitted_;  // the widths that columns were last given
   std::set<int> tall_;                       // rows that have another height than most

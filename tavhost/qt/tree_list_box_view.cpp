@@ -4,7 +4,6 @@
 #include <QItemSelection>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QScrollBar>
 #include <QWhatsThis>
 #include <algorithm>
 #include <utility>
@@ -20,9 +19,6 @@ using Handle = TreeListBoxModel::Handle;
 
 constexpr long kColumns = 56;
 constexpr long kLines = 20;
-constexpr int kMeasuredRows = 200;   // for the widths of columns
-constexpr int kMostCharacters = 60;  // of a column that nobody has pulled, where there are several
-constexpr int kWidest = 16000;       // pixels
 
 constexpr char kHelp[] =
     "Arrow keys move, and open and close parents; typing goes to the next item that begins so. "
@@ -35,7 +31,7 @@ TreeListBoxView::TreeListBoxView(TreeListBoxModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)),
       tree_(model),
       items_(model),
-      view_(new QTreeView) {
+      view_(new FittingTreeView) {
   auto* const layout = new QVBoxLayout(&Dialog());
   if (!model.headline.empty()) {
     auto* const headline = new QLabel(Shown(model.headline));
@@ -85,7 +81,7 @@ void TreeListBoxView::SetUpTree() {
   view_->setItemsExpandable(!rules.flat);
   if (rules.flat) view_->setIndentation(0);
   view_->setExpandsOnDoubleClick(!rules.endsOnDoubleClick);
-  SetUpColumns();
+  view_->SetUpColumns();
 
   QObject::connect(view_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                    [this](const QItemSelection& selected, const QItemSelection& deselected) {
@@ -93,11 +89,9 @@ void TreeListBoxView::SetUpTree() {
                    });
   QObject::connect(&items_, &QAbstractItemModel::dataChanged, this, [this] { UpdateButtons(); });
   QObject::connect(view_, &QTreeView::expanded, this, [this](const QModelIndex& index) {
-    FitColumnsSoon(true);
     if (!showing_ && !items_.IsFiltered()) tree_.Expand(TreeListBoxItems::ItemOf(index), true);
   });
   QObject::connect(view_, &QTreeView::collapsed, this, [this](const QModelIndex& index) {
-    FitColumnsSoon(true);
     if (!showing_ && !items_.IsFiltered()) tree_.Expand(TreeListBoxItems::ItemOf(index), false);
   });
   QObject::connect(view_, &QTreeView::doubleClicked, this, [this](const QModelIndex& index) {
@@ -106,68 +100,6 @@ void TreeListBoxView::SetUpTree() {
     if (tree_.Rules().checkBoxes) tree_.Select(TreeListBoxItems::ItemOf(index), true);
     if (tree_.IsButtonEnabled("ok")) End("ok");
   });
-}
-
-void TreeListBoxView::SetUpColumns() {
-  const auto columns = static_cast<std::size_t>(tree_.Rules().columns);
-  needed_.assign(columns, 0);
-  pulled_.assign(columns, 0);
-  QHeaderView& header = *view_->header();
-  view_->setHeaderHidden(columns == 1);
-  header.setResizeContentsPrecision(kMeasuredRows);
-  header.setStretchLastSection(false);  // FitColumns does it, and gives it what it needs as well
-  header.setSectionsMovable(false);
-  header.setMinimumSectionSize(view_->fontMetrics().averageCharWidth() * 3);
-  // It has no titles: room to pull at is enough.
-  header.setFixedHeight(view_->fontMetrics().height() * 3 / 4);
-  fit_.setSingleShot(true);
-  fit_.setInterval(0);
-  QObject::connect(&fit_, &QTimer::timeout, this, [this] { FitColumns(); });
-  QObject::connect(&header, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
-    if (fitting_) return;
-    pulled_[static_cast<std::size_t>(column)] = width;
-    FitColumnsSoon(false);
-  });
-  QObject::connect(&header, &QHeaderView::sectionHandleDoubleClicked, this, [this](int column) {
-    pulled_[static_cast<std::size_t>(column)] = 0;
-    FitColumnsSoon(true);
-  });
-  // While rows go by, columns only become wider, so that they do not jump.
-  QObject::connect(view_->verticalScrollBar(), &QScrollBar::valueChanged, this,
-                   [this] { FitColumnsSoon(false); });
-}
-
-void TreeListBoxView::FitColumnsSoon(bool mayNarrow) {
-  mayNarrow_ = mayNarrow_ || mayNarrow;
-  fit_.start();
-}
-
-int TreeListBoxView::FittingWidth(int column, bool mayNarrow) {
-  const auto at = static_cast<std::size_t>(column);
-  if (pulled_[at] > 0) return pulled_[at];
-  // The view measures the rows in sight, and some beyond; without rows it says -1.
-  const int needed = static_cast<const QAbstractItemView&>(*view_).sizeHintForColumn(column);
-  if (needed >= 0) needed_[at] = mayNarrow ? needed : std::max(needed, needed_[at]);
-  const int most = needed_.size() == 1
-                       ? kWidest
-                       : std::max(view_->viewport()->width(),
-                                  view_->fontMetrics().averageCharWidth() * kMostCharacters);
-  return std::clamp(needed_[at], view_->header()->minimumSectionSize(), most);
-}
-
-// The last column takes what is left, so that rows are marked as far as the edge.
-void TreeListBoxView::FitColumns() {
-  const bool mayNarrow = std::exchange(mayNarrow_, false);
-  fitting_ = true;
-  const int last = static_cast<int>(needed_.size()) - 1;
-  int left = view_->viewport()->width();
-  for (int column = 0; column <= last; ++column) {
-    int width = FittingWidth(column, mayNarrow);
-    if (column == last && pulled_.back() == 0) width = std::max(width, left);
-    view_->setColumnWidth(column, width);
-    left -= width;
-  }
-  fitting_ = false;
 }
 
 // In the order of the model, which is the script's; not in that of the desktop.
@@ -219,8 +151,7 @@ void TreeListBoxView::ShowModel() {
   showing_ = true;
   ShowExpansion();
   ShowSelection();
-  mayNarrow_ = true;
-  FitColumns();
+  view_->FitColumns();
   showing_ = false;
   UpdateButtons();
 }
@@ -309,7 +240,7 @@ void TreeListBoxView::Filter(const QString& text) {
   ShowExpansion();
   ShowSelection();
   showing_ = false;
-  FitColumnsSoon(true);
+  view_->FitColumnsSoon();
   UpdateButtons();
 }
 
@@ -335,8 +266,6 @@ void TreeListBoxView::SelectAllShown() {
 
 bool TreeListBoxView::eventFilter(QObject* object, QEvent* event) {
   if (ModalView::eventFilter(object, event)) return true;
-  // Never narrower for that: a scroll bar that comes and goes with the width would do so for ever.
-  if (event->type() == QEvent::Resize && object == view_->viewport()) FitColumnsSoon(false);
   if (object != view_ || event->type() != QEvent::KeyPress) return false;
   auto* const key = static_cast<QKeyEvent*>(event);
   // With check boxes the marks are the choice, not where the user is.

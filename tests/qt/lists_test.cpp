@@ -28,8 +28,9 @@ class QtLists : public QtTest {
   }
 };
 
-TEST_F(QtLists, TheFirstArrowTakesTheFirstEntry) {
-  for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Right, Qt::Key_Up, Qt::Key_Left}) {
+TEST_F(QtLists, TheFirstKeyThatMovesTakesTheFirstEntry) {
+  for (const Qt::Key key :
+       {Qt::Key_Down, Qt::Key_Right, Qt::Key_Up, Qt::Key_Left, Qt::Key_Home, Qt::Key_PageUp}) {
     ui::ListBoxModel list(false);
     Fill(list, 3);
     Run(list, [key](QDialog& dialog) {

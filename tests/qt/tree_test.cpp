@@ -1,6 +1,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTreeView>
 
 #include "tavhost/ui/models/tree_list_box_model.h"
@@ -311,6 +312,21 @@ TEST_F(QtTree, TheFirstDownTakesTheFirstItem) {
   });
 }
 
+TEST_F(QtTree, RightAtFirstTakesTheFirstItemAndOpensIt) {
+  for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Home}) {
+    TreeListBoxModel tree{TreeListBoxModel::Options()};
+    Fill(tree);
+    Run(tree, [&tree, key](QDialog& dialog) {
+      QTest::keyClick(&View(dialog), key);
+      EXPECT_EQ(Selected(tree), (std::vector<int>{1}));
+      EXPECT_EQ(tree.IsExpanded(tree.Find(1)), key == Qt::Key_Right);
+      QTest::keyClick(&View(dialog), Qt::Key_Down);
+      EXPECT_EQ(Selected(tree), (std::vector<int>{key == Qt::Key_Right ? 11 : 2}));
+      dialog.reject();
+    });
+  }
+}
+
 TEST_F(QtTree, DownGoesFromTheSearchToWhatItHasFound) {
   TreeListBoxModel tree{Multiple()};
   Fill(tree);
@@ -361,6 +377,25 @@ TEST_F(QtTree, ColumnsFollowWhatIsOpenedAndFound) {
     EXPECT_EQ(view.header()->length(), view.viewport()->width()) << "the last takes what is left";
     dialog.reject();
   });
+}
+
+// At the first sight of it already, with a scroll bar for the rows beside it.
+TEST_F(QtTree, WhatFitsNeedsNoScrollBarBelow) {
+  for (const long columns : {1, 3}) {
+    TreeListBoxModel tree(Columns(columns));
+    for (int id = 1; id <= 100; ++id) tree.Add(id, -1, "Part\tsteel\t7 kg", false);
+    tree.size = SV::Size(300, 250);
+    Run(
+        tree,
+        [](QDialog& dialog) {
+          QTreeView& view = View(dialog);
+          EXPECT_TRUE(view.verticalScrollBar()->isVisible());
+          EXPECT_FALSE(view.horizontalScrollBar()->isVisible());
+          EXPECT_EQ(view.header()->length(), view.viewport()->width());
+          dialog.reject();
+        },
+        0);
+  }
 }
 
 TEST_F(QtTree, AColumnThatIsPulledStaysSoUntilADoubleClick) {
