@@ -359,6 +359,12 @@ class AnswerChecker {
       }
     }
     if (answer.select && command.window == "LIST_BOX") return SelectionMisfit(answer, use);
+    if (answer.element == "EDIT_BROWSER" && Given(element, "no-special-buttons")) {
+      for (const ui::Answer::Cell& cell : answer.cells) {
+        if (cell.kind == ui::Answer::Cell::Kind::kCell) continue;
+        return "has no command " + std::string(ui::NameOf(cell.kind));
+      }
+    }
     const bool oneFile = command.window == "FILE_DIALOG" && !Given(element, "multi-sel");
     if (oneFile && answer.path && answer.path->size() > 1) return "lets choose one file only";
     return {};
@@ -446,6 +452,12 @@ std::vector<base::Diagnostic> CheckAnswers(const script::Program& program,
   const base::Result<std::vector<ui::Answer>> read = ui::ParseAnswers(file.name, file.text);
   if (!read) return {FindingOf(source, read.error())};
   const std::vector<ui::Answer>& answers = *read;
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    const base::Result<void> fit = ui::CheckAnswer(answers[i]);
+    if (fit) continue;
+    return {FindingAt(source, OffsetOfAnswer(source, answers, i), answers[i].element.size(),
+                      "no window takes this answer: " + fit.error().message)};
+  }
   AnswerChecker checker(program, parsed, answers);
   if (checker.Run()) return {};
   const std::size_t at = checker.Furthest();

@@ -4,6 +4,7 @@
 #include <tl/expected.hpp>
 #include <vector>
 
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/headless/answer_session.h"
 #include "tavhost/headless/window_json.h"
@@ -22,7 +23,16 @@ class WindowQuestion final : public script::service::Question {
 
   std::string Json(const std::string& id) const override { return ui::WindowJson(window_, id); }
 
+  // The message begins with the place in the script.
   base::Result<void> Take(const std::string& text) override {
+    base::Result<void> fit = Apply(text);
+    if (fit) return fit;
+    const std::string place = plugin_call::PlaceText();
+    return base::Failure((place.empty() ? place : place + ": ") + fit.error().message);
+  }
+
+ private:
+  base::Result<void> Apply(const std::string& text) {
     const base::Result<std::vector<ui::Answer>> answers = ui::ParseAnswers(kAnswerName, text);
     if (!answers) {
       std::string mistake = answers.error().Text();
@@ -33,7 +43,6 @@ class WindowQuestion final : public script::service::Question {
     return ui::ApplyAnswer(answers->front(), window_);
   }
 
- private:
   ui::ModalModel& window_;
 };
 

@@ -49,6 +49,20 @@ class Line {
 
 void SetPlaceTeller(Place (*tell)() noexcept) noexcept { tellPlace = tell; }
 
+Place CurrentPlace() noexcept { return tellPlace ? tellPlace() : Place(); }
+
+std::string PlaceText() {
+  constexpr std::size_t kLongestEscape = 4;  // bytes
+  constexpr std::size_t kLineNumber = 12;    // with its colon
+  const Place place = CurrentPlace();
+  if (place.file.empty()) return {};
+  std::string room(place.file.size() * kLongestEscape + kLineNumber, '\0');
+  Line line(room.data(), room.size());
+  line.Name(place.file) << ":" << place.line;
+  room.resize(line.Text().size());
+  return room;
+}
+
 std::string_view Describe(char* room, std::size_t size) noexcept {
   const Scope* const call = Scope::Current();
   if (!call) return {};
@@ -56,7 +70,7 @@ std::string_view Describe(char* room, std::size_t size) noexcept {
   (line << "plug-in \"").Name(call->Plugin()) << "\"";
   if (!call->Command()) return line.Text();
   line << ", command " << call->Command();
-  const Place place = tellPlace ? tellPlace() : Place();
+  const Place place = CurrentPlace();
   if (!place.file.empty()) (line << " at ").Name(place.file) << ":" << place.line;
   return line.Text();
 }

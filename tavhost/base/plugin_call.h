@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 // The call into a plug-in that is going on, for those who tell of it when the program ends in the
@@ -43,6 +44,9 @@ struct Place {
 };
 // Who can tell; it must neither allocate nor lock, so that a signal handler can ask it.
 void SetPlaceTeller(Place (*tell)() noexcept) noexcept;
+Place CurrentPlace() noexcept;
+// The same for a message, `x.tav:3`; empty when no script runs.
+std::string PlaceText();
 
 // The innermost call in words, as much of it as fits: `plug-in "a/b.so", command FOO at x.tav:3`.
 // Empty when there is none. Neither allocates nor locks; on the user-interface thread, in a signal

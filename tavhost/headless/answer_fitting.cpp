@@ -37,6 +37,17 @@ std::string Choices(const ModalModel& window) {
   return names.empty() ? std::string(kCancelButton) : names;
 }
 
+std::string WithArticle(std::string_view element) {
+  constexpr std::string_view kVowels = "AEIOU";
+  const bool isVowel = kVowels.find(element.front()) != kVowels.npos;
+  return (isVowel ? "an " : "a ") + std::string(element);
+}
+
+bool IsEnabled(const ModalModel& window, std::string_view button) {
+  if (button == kCancelButton || window.Kind() != ModalKind::kTreeListBox) return true;
+  return As<TreeListBoxModel>(window).IsButtonEnabled(button);
+}
+
 // What each of these has done by the time that something does not fit, it undoes.
 
 base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
@@ -75,7 +86,8 @@ base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
   return fit;
 }
 
-// Ids that are to be selected come to the selection, the others leave it.
+// Ids that are to be selected come to the selection, the others leave it. With the selection that
+// this makes the button has to be one that can be pressed.
 base::Result<void> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
   const std::vector<TreeListBoxModel::Handle> before = tree.Selected();
   const auto set = [&tree](const std::optional<std::vector<std::string>>& ids,
@@ -97,6 +109,10 @@ base::Result<void> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
   }
   base::Result<void> fit = set(answer.deselect, false);
   if (fit) fit = set(answer.select, true);
+  const std::string button = answer.button.value_or(ImpliedButton(tree));
+  if (fit && !answer.result && !IsEnabled(tree, button)) {
+    fit = base::Failure("the button " + button + " cannot be pressed while nothing is selected");
+  }
   if (!fit) {
     tree.ClearSelection();
     for (const TreeListBoxModel::Handle item : before) tree.Select(item, true);
@@ -136,11 +152,31 @@ std::string Misfit(const Answer::Cell& cell, const TableModel& table) {
          std::to_string(table.Rows());
 }
 
-base::Result<void> ApplyToTable(const Answer& answer, TableModel& table) {
+// Whether the window has what it takes: a command that it does not show does not work by keys
+// either.
+bool IsOffered(Answer::Cell::Kind kind, const EditBrowserModel& browser) {
+  using Kind = Answer::Cell::Kind;
+  switch (kind) {
+    case Kind::kCell:
+      return true;
+    case Kind::kInsertRow:
+      return browser.showsSpecial[EditBrowserModel::kInsertRow];
+    case Kind::kDeleteRow:
+      return browser.showsSpecial[EditBrowserModel::kDeleteRow];
+    case Kind::kSortRows:
+      return browser.showsSpecial[EditBrowserModel::kSortRows];
+  }
+  return false;
+}
+
+base::Result<void> ApplyToTable(const Answer& answer, EditBrowserModel& browser) {
+  TableModel& table = browser.Table();
   const std::size_t before = table.ChangeCount();
   for (const Answer::Cell& cell : answer.cells) {
-    if (ApplyCell(cell, table)) continue;
-    std::string misfit = Misfit(cell, table);
+    const bool isOffered = IsOffered(cell.kind, browser);
+    if (isOffered && ApplyCell(cell, table)) continue;
+    std::string misfit = isOffered ? Misfit(cell, table)
+                                   : "the window has no command " + std::string(NameOf(cell.kind));
     while (table.ChangeCount() > before) table.Undo();
     return base::Failure(std::move(misfit));
   }
@@ -164,7 +200,7 @@ base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
     case ModalKind::kBrowser:
       return {};
     case ModalKind::kEditBrowser:
-      return ApplyToTable(answer, As<EditBrowserModel>(window).Table());
+      return ApplyToTable(answer, As<EditBrowserModel>(window));
     case ModalKind::kFileDialog: {
       auto& files = As<FileDialogModel>(window);
       if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
@@ -268,12 +304,13 @@ std::string ImpliedButton(const ModalModel& window) {
 
 base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window) {
   if (answer.element != ElementOf(window)) {
-    return base::Failure(answer.element + " does not answer a " + std::string(ElementOf(window)));
+    return base::Failure(answer.element + " does not answer " + WithArticle(ElementOf(window)));
   }
   if (answer.title && *answer.title != window.Title()) {
     return base::Failure("the window's title is " + base::Quoted(window.Title()) + ", not " +
                          base::Quoted(*answer.title));
   }
+  if (base::Result<void> fit = CheckAnswer(answer); !fit) return fit;
   const std::string button = answer.button.value_or(ImpliedButton(window));
   if (!answer.result) {
     bool found = button == kCancelButton;
@@ -331,11 +368,13 @@ Answer AnswerOf(const ModalModel& window) {
   }
   if (!window.HasEnded()) {
     answer.button = ImpliedButton(window);
+    if (!IsEnabled(window, *answer.button)) answer.button = kCancelButton;
   } else if (window.EndButton().empty()) {
     answer.result = static_cast<std::int32_t>(window.Result());
   } else {
     answer.button = window.EndButton();
   }
+  if (answer.button == kCancelButton) answer.path.reset();  // by which nothing is chosen
   return answer;
 }
 

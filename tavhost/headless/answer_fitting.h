@@ -20,7 +20,7 @@ base::Result<void> ApplyAnswer(const Answer& answer, ModalModel& window);
 std::string ImpliedButton(const ModalModel& window);
 
 // For a window that has ended: the answer that would do the same again. For one that has not: the
-// answer that confirms it as it stands.
+// answer that confirms it as it stands, or cancels it where that cannot be.
 Answer AnswerOf(const ModalModel& window);
 
 }  // namespace ui

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tavhost/base/file_text.h"
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/headless/answer_fitting.h"
@@ -115,15 +116,26 @@ void AnswerSession::AnswerFromFile(ModalModel& window) {
 void AnswerSession::AnswerWithoutParameters(ModalModel& window) {
   ui::Answer plain;
   plain.element = ElementOf(window);
-  ApplyAnswer(plain, window);
+  if (const base::Result<void> fit = ApplyAnswer(plain, window); !fit) {
+    Fail("tavhost", fit.error().message, window);
+  }
 }
 
 void AnswerSession::Fail(const std::string& place, const std::string& reason,
                          const ModalModel& window) {
-  const std::string answer = AnswerLine(AnswerOf(window));
-  report::Line(place + ": error: " + reason + "; this line answers it:\n" + answer);
+  Fail(place, reason, AnswerOf(window));
+}
+
+void AnswerSession::Fail(const std::string& place, const std::string& reason,
+                         const ui::Answer& fitting) {
+  const std::string answer = AnswerLine(fitting);
+  const std::string opened = plugin_call::PlaceText();
+  std::string message = place + ": error: " + reason + "; this line answers it:\n" + answer;
+  if (!opened.empty()) message += '\n' + opened + ": note: the window is opened here";
+  report::Line(message);
   stop::Request(stop::Reason::kNoAnswer);
-  throw Unanswered(reason + "; this line answers it: " + answer);
+  throw Unanswered((opened.empty() ? opened : opened + ": ") + reason +
+                   "; this line answers it: " + answer);
 }
 
 void AnswerSession::Record(const ModalModel& window) {
@@ -144,7 +156,14 @@ void AnswerSession::WriteRecord(const std::string& lines) {
 void AnswerSession::ProgressShown(PercentageWindowModel& window) {
   if (!window.HasCancelButton()) return;
   if (next_ < answers_.size() && answers_[next_].element == kCancelProgress) {
-    window.CancelFrom(answers_[next_++].after.value_or(0));
+    const ui::Answer& answer = answers_[next_];
+    if (const base::Result<void> fit = CheckAnswer(answer); !fit) {
+      ui::Answer first = answer;
+      first.after = 1;
+      Fail(AtLine(options_.file, answer.line), fit.error().message, first);
+    }
+    window.CancelFrom(answer.after.value_or(0));
+    ++next_;
   }
   if (record_) progress_ = &window;
 }

@@ -43,8 +43,8 @@ class Unanswered final : public stop::Stopped {
 };
 
 // The answers that the windows of one run of the program get, and the record of those they were
-// given. A window without an answer ends the script: what is missing is told on standard error, and
-// Unanswered thrown.
+// given. A window without an answer ends the script: what is missing is told on standard error,
+// with the place in the answers and that in the script, and Unanswered thrown.
 class AnswerSession final : public AnswerSource {
  public:
   // Fails when the answers cannot be read or the record cannot be written.
@@ -82,6 +82,8 @@ class AnswerSession final : public AnswerSource {
   void WriteRecord(const std::string& lines);
   [[noreturn]] void Fail(const std::string& place, const std::string& reason,
                          const ModalModel& window);
+  [[noreturn]] void Fail(const std::string& place, const std::string& reason,
+                         const ui::Answer& fitting);
 
   AnswerOptions options_;
   std::vector<ui::Answer> answers_;

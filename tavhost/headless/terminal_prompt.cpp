@@ -8,6 +8,7 @@
 #include <tl/expected.hpp>
 #include <vector>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/base/report.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/headless/terminal_input.h"
@@ -107,8 +108,9 @@ AskOutcome AskMessageBox(MessageBoxModel& box) {
   prompt += " [" + box.DefaultButton() + "]: ";
   return AskUntil(box, prompt, [&](const std::string& line, std::string& reason) {
     if (line.empty()) return box.End(box.DefaultButton());
+    const std::string name = ascii::ToLower(line);
     for (const ModalButton& button : box.Buttons()) {
-      if (button.name == line || (line.size() == 1 && button.name[0] == line[0])) {
+      if (button.name == name || (name.size() == 1 && button.name[0] == name[0])) {
         return box.End(button.name);
       }
     }
@@ -150,6 +152,28 @@ AskOutcome AskEditField(EditFieldModel& field) {
   });
 }
 
+std::string CheckBoxLine(const ListBoxModel::CheckBox& box, std::size_t number) {
+  return std::string(box.checked ? "[x]" : "[ ]") + " c" + std::to_string(number) + "  " + box.text;
+}
+
+// Turns check boxes over when the line is their numbers alone, "c1 c3", and says how they stand
+// then. An entry can still be chosen behind that: nothing ends the window.
+bool TurnCheckBoxes(ListBoxModel& list, const std::string& line, std::string& state) {
+  std::vector<std::size_t> numbers;
+  for (const std::string& word : Words(line)) {
+    if (word.size() < 2 || ascii::ToLower(word[0]) != 'c') return false;
+    const std::optional<std::uint32_t> number = Number(std::string_view(word).substr(1));
+    if (!number || *number < 1 || *number > list.CheckBoxes().size()) return false;
+    numbers.push_back(*number);
+  }
+  for (const std::size_t number : numbers) {
+    const ListBoxModel::CheckBox& box = list.CheckBoxes()[number - 1];
+    list.SetChecked(box.text, !list.IsChecked(box.text));  // of boxes of one text the first counts
+    state += (state.empty() ? "" : "\n  ") + CheckBoxLine(box, number);
+  }
+  return !numbers.empty();
+}
+
 // Reads "2 c1", or an entry's text, into the list. False with a reason; the list is then as it was.
 bool TakeListLine(ListBoxModel& list, const std::string& line, std::string& reason) {
   if (line.empty()) return true;
@@ -158,7 +182,7 @@ bool TakeListLine(ListBoxModel& list, const std::string& line, std::string& reas
   std::vector<std::uint32_t> numbers;
   bool isNumbers = true;
   for (const std::string& word : Words(line)) {
-    const bool isBox = word.size() > 1 && word[0] == 'c';
+    const bool isBox = word.size() > 1 && ascii::ToLower(word[0]) == 'c';
     const std::optional<std::uint32_t> number =
         Number(isBox ? std::string_view(word).substr(1) : std::string_view(word));
     const std::size_t limit = isBox ? list.CheckBoxes().size() : list.Count();
@@ -208,14 +232,13 @@ AskOutcome AskListBox(ListBoxModel& list) {
     PrintLine("  and " + std::to_string(list.Count() - kShownEntries) + " more");
   }
   for (std::size_t i = 0; i < list.CheckBoxes().size(); ++i) {
-    const ListBoxModel::CheckBox& box = list.CheckBoxes()[i];
-    PrintLine(std::string(box.checked ? "[x]" : "[ ]") + " c" + std::to_string(i + 1) + "  " +
-              box.text);
+    PrintLine(CheckBoxLine(list.CheckBoxes()[i], i + 1));
   }
   std::string prompt = list.IsMultiple() ? "numbers" : "a number";
   if (!list.CheckBoxes().empty()) prompt += ", c1 and so on for check boxes";
   prompt += ", /none; Enter takes it as it stands: ";
   return AskUntil(list, prompt, [&](const std::string& line, std::string& reason) {
+    if (TurnCheckBoxes(list, line, reason)) return false;
     return TakeListLine(list, line, reason) && list.End("ok");
   });
 }

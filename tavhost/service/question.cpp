@@ -10,6 +10,7 @@
 
 #include "host/notation/kel_parser.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/parser_access.h"
@@ -209,8 +210,10 @@ std::string Queue::WhyUnanswerable() const {
   if (stop::IsRequested()) return "the script was stopped before the window was answered";
   if (Clock::now() < questionEnd_) return "";
   if (questionLeft_) return "the client left before the window was answered";
+  const std::uint32_t line = plugin_call::CurrentPlace().line;
   return "the window was not answered within " +
-         std::to_string(running_->order.questionTime.count()) + " seconds; the script was stopped";
+         std::to_string(running_->order.questionTime.count()) + " seconds; the script was stopped" +
+         (line > 0 ? " at line " + std::to_string(line) : "");
 }
 
 void Queue::CloseQuestion(Reply refusal) {

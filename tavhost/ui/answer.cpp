@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <limits>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/scan.h"
+#include "tavhost/ui/models/modal_model.h"
 
 namespace ui {
 
@@ -310,19 +312,22 @@ void AppendList(std::string& line, const Answer& answer, const char* name,
   line += ')';
 }
 
+// What a window returns as its result when it has ended.
+using WindowResult = std::int16_t;
+
 std::string CellText(const Answer::Cell& cell) {
   using Kind = Answer::Cell::Kind;
   const std::string row = " row:" + std::to_string(cell.row);
   const std::string column = " column:" + std::to_string(cell.column);
+  const std::string name(NameOf(cell.kind));
   switch (cell.kind) {
     case Kind::kCell:
-      return "CELL" + row + column + " text:" + Literal(cell.text);
+      return name + row + column + " text:" + Literal(cell.text);
     case Kind::kInsertRow:
-      return "INSERT_ROW" + row;
     case Kind::kDeleteRow:
-      return "DELETE_ROW" + row;
+      return name + row;
     case Kind::kSortRows:
-      return "SORT_ROWS" + column + (cell.descending ? " descending" : "");
+      return name + column + (cell.descending ? " descending" : "");
   }
   return {};
 }
@@ -346,6 +351,27 @@ base::Result<std::vector<Answer>> ParseAnswers(const std::string& file, std::str
     answers.push_back(std::move(answer));
   }
   return answers;
+}
+
+base::Result<void> CheckAnswer(const Answer& answer) {
+  using Limits = std::numeric_limits<WindowResult>;
+  if (answer.result && (*answer.result < Limits::min() || *answer.result > Limits::max())) {
+    return base::Failure("a window's result lies between " + std::to_string(Limits::min()) +
+                         " and " + std::to_string(Limits::max()));
+  }
+  if (answer.after && *answer.after < 1) {
+    return base::Failure("after counts the times that the script asks, from 1 on");
+  }
+  if (answer.path && answer.button == kCancelButton) {
+    return base::Failure("nothing is chosen by cancel, so no path can stand beside it");
+  }
+  return {};
+}
+
+std::string_view NameOf(Answer::Cell::Kind kind) {
+  return std::find_if(std::begin(kCellElements), std::end(kCellElements),
+                      [kind](const CellElement& element) { return element.kind == kind; })
+      ->name;
 }
 
 std::string AnswerLine(const Answer& answer) {

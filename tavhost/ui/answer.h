@@ -44,6 +44,12 @@ inline constexpr std::string_view kCancelProgress = "CANCEL_PROGRESS";
 // or parameter that there is not.
 base::Result<std::vector<Answer>> ParseAnswers(const std::string& file, std::string_view text);
 
+// What is wrong with an answer whatever window it is given to: it says what nobody could do.
+base::Result<void> CheckAnswer(const Answer& answer);
+
+// The name of what is done to a table, as DELETE_ROW.
+std::string_view NameOf(Answer::Cell::Kind kind);
+
 // The line of an answers file for an answer.
 std::string AnswerLine(const Answer& answer);
 

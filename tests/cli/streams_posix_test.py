@@ -64,7 +64,8 @@ class OutputTest(ProgramTest):
         result = self.expect_order(
             ["run", "--answers", "none.kel", "-e", 'print "before"\nINFOBOX "hello"'], "before\n")
         self.assertEqual(result.out, "before\nnone.kel:1: error: no answer is left for the window; "
-                                     "this line answers it:\nMESSAGE_BOX button:ok\n")
+                                     "this line answers it:\nMESSAGE_BOX button:ok\n"
+                                     "<command line>:2: note: the window is opened here\n")
         self.assertEqual(result.code, 3)
         self.expect_order(["run", "-e", 'print "before"\nINFOBOX "hello"'],
                           "before\n", "tavhost: error: there is no display")

@@ -30,7 +30,7 @@ USUAL_VALUES = {"string": '"x"', "integer": "1", "real": "1.5", "body": "{ X }",
 # and nothing stays behind.
 BEFORE = {
     "FREAD": ['FWRITE file:"x" text:"x"'],
-    "TLB": ["TLB_CREATE", 'TLB_INSERT id:1 text:"x"'],
+    "TLB": ["TLB_CREATE okbutton-enabled:1", 'TLB_INSERT id:1 text:"x"'],
     "PERCWIN": ['PERCWIN_CREATE title:"x" with-second-bar with-cancel-button'],
     "OUT": ['CREATE_OUTPUT_WIN winid:"x" title:"x"'],
     "SET_OUTPUT_WIN_SUBTITLE": ['CREATE_OUTPUT_WIN winid:"x" title:"x"'],

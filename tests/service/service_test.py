@@ -822,6 +822,40 @@ class Dialogs(Case):
                 self.assertNotIn("cancel", refusal["error"])  # which was not offered
         self.assertEqual(self.finish(reply, "MESSAGE_BOX button:no")["output"], "no\n")
 
+    def test_an_answer_says_what_a_person_could_do(self):
+        tree = ('TLB_CREATE\nTLB_INSERT id:1 text:"a"\n'
+                'TLB_ADD_BUTTON text:"D" name:"d" disable_if_no_selection:1\nTLB_SHOW')
+        for script, wrong, message, right in [
+                (tree, "TREE_LIST_BOX",
+                 "request:4: the button ok cannot be pressed while nothing is selected",
+                 "TREE_LIST_BOX select:1"),
+                (tree, "TREE_LIST_BOX button:d",
+                 "request:4: the button d cannot be pressed while nothing is selected",
+                 "TREE_LIST_BOX button:cancel"),
+                (r'EDIT_BROWSER content:"a\n1" no-special-buttons',
+                 "EDIT_BROWSER cells:{ SORT_ROWS column:1 }",
+                 "request:1: the window has no command SORT_ROWS", "EDIT_BROWSER"),
+                ("\nFILE_DIALOG open", 'FILE_DIALOG path:"a" button:cancel',
+                 "request:2: nothing is chosen by cancel, so no path can stand beside it",
+                 "FILE_DIALOG button:cancel"),
+                ('INFOBOX "a"', "MESSAGE_BOX result:65538",
+                 "request:1: a window's result lies between -32768 and 32767",
+                 "MESSAGE_BOX result:-1"),
+                ("IMAGE_PREVIEW_DLG", "MESSAGE_BOX",
+                 "request:1: MESSAGE_BOX does not answer an IMAGE_DIALOG", "IMAGE_DIALOG")]:
+            with self.subTest(wrong):
+                reply = self.ask(script)
+                status, refusal = self.answer(reply, wrong)
+                self.assertEqual((status, refusal["error"]), (400, message))
+                self.assertIsNone(self.finish(reply, right)["error"])
+
+    def test_the_proposed_answer_fits(self):
+        reply = self.ask('TLB_CREATE\nTLB_INSERT id:1 text:"a"\nTLB_SHOW')
+        self.assertEqual(reply["question"]["answer"],
+                         'TREE_LIST_BOX title:"tavhost" button:cancel')
+        self.assertEqual(self.finish(reply, reply["question"]["answer"])["variables"]["endbutton"],
+                         "cancel")
+
     def test_who_may_answer(self):
         reply = self.ask('INFOBOX "?"')
         self.assertEqual(self.answer(reply, "MESSAGE_BOX", token="0" * 32)[0], 401)
@@ -855,6 +889,7 @@ class Dialogs(Case):
 
     def test_without_the_header_nothing_asks(self):
         reply = self.service.post("/script", 'INFOBOX "?"')[1]
+        self.assertTrue(reply["error"].startswith("request:1: "), reply)
         self.assertRegex(reply["error"], "for the window; this line answers it: MESSAGE_BOX button:ok$"
                          if not on_windows else "; this line answers it: MESSAGE_BOX button:ok$")
         self.assertEqual(reply["errorAt"]["line"], 1)
@@ -877,7 +912,7 @@ class Dialogs(Case):
         status, late = self.answer(reply, "MESSAGE_BOX")
         self.assertEqual(status, 410)
         self.assertEqual(late["error"], "the window was not answered within 1 seconds; "
-                                        "the script was stopped")
+                                        "the script was stopped at line 1")
 
     def test_a_client_that_leaves_after_its_answer_stops_the_script(self):
         here = mark(self)

@@ -40,6 +40,17 @@ TEST_F(PluginCall, NamesThePlace) {
   EXPECT_EQ(Text(), "plug-in \"a.so\", command FOO");
 }
 
+TEST_F(PluginCall, ThePlaceStandsByItself) {
+  EXPECT_EQ(plugin_call::PlaceText(), "");
+  plugin_call::SetPlaceTeller([]() noexcept {
+    return plugin_call::Place{"a\n\x01.tav", 4294967295};
+  });
+  EXPECT_EQ(plugin_call::PlaceText(), "a\\n\\x01.tav:4294967295");
+  EXPECT_EQ(plugin_call::CurrentPlace().line, 4294967295u);
+  plugin_call::SetPlaceTeller([]() noexcept { return plugin_call::Place(); });
+  EXPECT_EQ(plugin_call::PlaceText(), "");
+}
+
 TEST_F(PluginCall, WithoutACommandThereIsNoPlace) {
   const Scope call("a.so", nullptr);
   plugin_call::SetPlaceTeller([]() noexcept { return plugin_call::Place{"x.tav", 12}; });

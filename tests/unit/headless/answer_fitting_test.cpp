@@ -8,10 +8,12 @@
 #include "tavhost/ui/models/message_box_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/text_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 #include "tavhost/ui/table/table_model.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <tl/expected.hpp>
 
 namespace {
@@ -105,6 +107,98 @@ TEST(AnswerFitting, FilesAreTakenAsWritten) {
   EXPECT_EQ(images.selected, "a.png");
   EXPECT_EQ(Misfit("IMAGE_DIALOG", images), "");
   EXPECT_EQ(images.selected, "");
+}
+
+// One item, not selected, and a button that needs a selection.
+std::unique_ptr<ui::TreeListBoxModel> Tree(bool okStartsEnabled) {
+  ui::TreeListBoxModel::Options options;
+  options.multiple = true;
+  options.okStartsEnabled = okStartsEnabled;
+  auto tree = std::make_unique<ui::TreeListBoxModel>(options);
+  tree->Add(1, ui::TreeListBoxModel::kNoParent, "one", false);
+  tree->AddButton({"Details", "details", -1, true});
+  tree->AddButton({"New", "new", -1, false});
+  return tree;
+}
+
+TEST(AnswerFitting, AGreyedButtonCannotBePressed) {
+  const auto tree = Tree(false);
+  const char* const greyed = " cannot be pressed while nothing is selected";
+  EXPECT_EQ(Misfit("TREE_LIST_BOX", *tree), std::string("the button ok") + greyed);
+  EXPECT_EQ(Misfit("TREE_LIST_BOX button:details", *tree),
+            std::string("the button details") + greyed);
+  EXPECT_EQ(Misfit("TREE_LIST_BOX button:new", *tree), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX button:cancel", *tree), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX result:2", *tree), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX select:1 button:details", *tree), "") << "by what it selects";
+  EXPECT_EQ(Misfit("TREE_LIST_BOX", *tree), "") << "which stays";
+  EXPECT_EQ(Misfit("TREE_LIST_BOX deselect:1", *tree), std::string("the button ok") + greyed);
+  EXPECT_EQ(tree->SelectedCount(), 1u) << "as it was";
+  const auto enabled = Tree(true);
+  EXPECT_EQ(Misfit("TREE_LIST_BOX", *enabled), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX button:details", *enabled),
+            std::string("the button details") + greyed);
+}
+
+TEST(AnswerFitting, TheProposedLineFits) {
+  const auto tree = Tree(false);
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(*tree)), "TREE_LIST_BOX button:cancel");
+  EXPECT_EQ(Misfit(ui::AnswerLine(ui::AnswerOf(*tree)), *tree), "");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(*Tree(true))), "TREE_LIST_BOX button:ok");
+}
+
+TEST(AnswerFitting, NothingIsChosenByCancel) {
+  const char* const misfit = "nothing is chosen by cancel, so no path can stand beside it";
+  ui::FileDialogModel open(0x1020);
+  EXPECT_EQ(Misfit("FILE_DIALOG path:\"x\" button:cancel", open), misfit);
+  EXPECT_TRUE(open.chosen.empty());
+  ui::DirectoryDialogModel directory("start");
+  EXPECT_EQ(Misfit("DIRECTORY_DIALOG path:\"x\" button:cancel", directory), misfit);
+  EXPECT_EQ(Misfit("DIRECTORY_DIALOG button:cancel", directory), "");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(directory)), "DIRECTORY_DIALOG button:cancel");
+  ui::ImageDialogModel images;
+  EXPECT_EQ(Misfit("IMAGE_DIALOG path:\"x\" button:cancel", images), misfit);
+  // The user chose one and then thought better of it.
+  images.selected = "x";
+  images.Begin();
+  images.End("cancel");
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(images)), "IMAGE_DIALOG button:cancel");
+  EXPECT_EQ(Misfit("MESSAGE_BOX", images), "MESSAGE_BOX does not answer an IMAGE_DIALOG");
+}
+
+TEST(AnswerFitting, AResultHasSixteenBits) {
+  ui::MessageBoxModel box(ui::MessageKind::kQuery, 0x10, "Write?");
+  for (const char* line : {"MESSAGE_BOX result:-32768", "MESSAGE_BOX result:32767"}) {
+    EXPECT_EQ(Misfit(line, box), "");
+  }
+  for (const char* line :
+       {"MESSAGE_BOX result:-32769", "MESSAGE_BOX result:32768", "MESSAGE_BOX result:65538"}) {
+    EXPECT_EQ(Misfit(line, box), "a window's result lies between -32768 and 32767");
+  }
+}
+
+TEST(AnswerFitting, OnlyCommandsThatTheWindowShowsCanBeGiven) {
+  ui::TableModel table(false);
+  ASSERT_TRUE(table.Read("a;b\n3;2\n1;4", nullptr, ';', '\n'));
+  const std::string before = table.Write(';');
+  const std::pair<ui::EditBrowserModel::Special, const char*> commands[] = {
+      {ui::EditBrowserModel::kInsertRow, "INSERT_ROW row:1"},
+      {ui::EditBrowserModel::kDeleteRow, "DELETE_ROW row:1"},
+      {ui::EditBrowserModel::kSortRows, "SORT_ROWS column:1"}};
+  for (const auto& [special, command] : commands) {
+    ui::EditBrowserModel browser(table);
+    browser.showsSpecial[special] = false;
+    const std::string_view name = std::string_view(command).substr(0, 10);
+    const std::string line = "EDIT_BROWSER cells:{ CELL row:1 column:1 text:\"x\"; ";
+    EXPECT_EQ(Misfit(line + command + " }", browser),
+              "the window has no command " + std::string(name.substr(0, name.find(' '))));
+    EXPECT_EQ(table.Write(';'), before);
+    for (const auto& [other, shown] : commands) {
+      if (other == special) continue;
+      EXPECT_EQ(Misfit("EDIT_BROWSER cells:{ " + std::string(shown) + " }", browser), "");
+      table.Undo();
+    }
+  }
 }
 
 // What was done in a window, written down and given to an equal window, does it again.

@@ -7,11 +7,13 @@
 #include <sstream>
 #include <tl/expected.hpp>
 
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/ui/models/edit_field_model.h"
 #include "tavhost/ui/models/message_box_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/percentage_window_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 
 namespace {
 
@@ -113,6 +115,45 @@ TEST_F(AnswerSession, WithoutAnswersAWindowIsAnError) {
   EXPECT_EQ(ErrorOf(*none, box_),
             "tavhost: error: there is no display and no --answers for the window; "
             "this line answers it:\nMESSAGE_BOX button:yes\n");
+}
+
+TEST_F(AnswerSession, TellsWhereTheScriptOpensTheWindow) {
+  plugin_call::SetPlaceTeller([]() noexcept { return plugin_call::Place{"a\n.tav", 12}; });
+  auto session = FromText("MESSAGE_BOX button:retry");
+  EXPECT_TRUE(ErrorOf(*session, box_)
+                  .ends_with("this line answers it:\nMESSAGE_BOX button:yes\n"
+                             "a\\n.tav:12: note: the window is opened here\n"));
+  try {
+    session->Answer(box_);
+  } catch (const ui::Unanswered& missing) {
+    EXPECT_EQ(
+        std::string(missing.what()),
+        "a\\n.tav:12: there is no button retry; there are: yes, no, cancel; this line answers "
+        "it: MESSAGE_BOX button:yes");
+  }
+  plugin_call::SetPlaceTeller(nullptr);
+}
+
+TEST_F(AnswerSession, AcceptPressesNoGreyedButton) {
+  ui::TreeListBoxModel tree{ui::TreeListBoxModel::Options()};
+  EXPECT_EQ(ErrorOf(*Of(Mode::kAccept), tree),
+            "tavhost: error: the button ok cannot be pressed while nothing is selected; "
+            "this line answers it:\nTREE_LIST_BOX button:cancel\n");
+}
+
+TEST_F(AnswerSession, ProgressIsCancelledAtATimeThatThereIs) {
+  for (const char* line : {"CANCEL_PROGRESS after:0", "CANCEL_PROGRESS after:-1"}) {
+    auto session = FromText(line);
+    ui::PercentageWindowModel window("t", true, false);
+    stop::Clear();
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(session->ProgressShown(window), stop::Stopped);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              path_ +
+                  ":1: error: after counts the times that the script asks, from 1 on; this line "
+                  "answers it:\nCANCEL_PROGRESS after:1\n");
+    EXPECT_EQ(stop::Requested(), stop::Reason::kNoAnswer);
+  }
 }
 
 TEST_F(AnswerSession, CancelProgressIsTakenOnlyWhenItIsNext) {
