@@ -33,6 +33,7 @@
 #include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/models/workbench_model.h"
 #include "tavhost/ui/table/table_arrangement.h"
+#include "tests/qt/dark_palette.h"
 #include "tests/qt/framed.h"
 #include "tests/qt/sample_windows.h"
 
@@ -47,21 +48,6 @@ constexpr const char* kTools[] = {"result-tool", "drawing", "drawing-with-a-mist
 constexpr const char* kPrinted = "printed-table.pdf";
 constexpr Look kLooks[] = {
     {"light", "1", false}, {"dark", "1", true}, {"light-2", "2", false}, {"dark-2", "2", true}};
-
-QPalette DarkPalette() {
-  QPalette palette;
-  palette.setColor(QPalette::Window, QColor(45, 45, 48));
-  palette.setColor(QPalette::WindowText, Qt::white);
-  palette.setColor(QPalette::Base, QColor(30, 30, 30));
-  palette.setColor(QPalette::AlternateBase, QColor(45, 45, 48));
-  palette.setColor(QPalette::Text, Qt::white);
-  palette.setColor(QPalette::PlaceholderText, Qt::gray);
-  palette.setColor(QPalette::Button, QColor(60, 60, 64));
-  palette.setColor(QPalette::ButtonText, Qt::white);
-  palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
-  palette.setColor(QPalette::HighlightedText, Qt::white);
-  return palette;
-}
 
 void MakePictures(const QString& folder) {
   for (int i = 0; i < 8; ++i) {
