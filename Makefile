@@ -135,7 +135,7 @@ setup-windows:
 setup-package:
 	@scripts/setup --package
 setup-test:
-	@scripts/setup --lint $(if $(X86_64),--windows) --fuzz
+	@scripts/setup --test --lint $(if $(X86_64),--windows) --fuzz
 windows-build:
 	$(call configured,windows)
 	$(call build_preset,windows)

@@ -138,7 +138,7 @@ class BackEndsTest(ProgramTest):
         if program.sanitized:
             raise unittest.SkipTest("what the libraries of X keep to the end is not ours")
         if not shutil.which("Xvfb"):
-            raise unittest.SkipTest("there is no Xvfb; scripts/setup installs it")
+            raise unittest.SkipTest("there is no Xvfb; scripts/setup --test installs it")
         cls.server = subprocess.Popen(
             ["Xvfb", "-displayfd", "1", "-screen", "0", "1920x1080x24", "-nolisten", "tcp"],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
