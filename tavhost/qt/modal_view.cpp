@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFileDialog>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <algorithm>
@@ -12,6 +13,7 @@
 
 #include "tavhost/qt/accelerators.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_direction.h"
 
 namespace ui {
 
@@ -57,6 +59,9 @@ ModalView::~ModalView() { qApp->removeEventFilter(this); }
 void ModalView::Open(int guardMilliseconds) {
   // Qt's file dialog gives its own, and changes its labels while it is open.
   if (!qobject_cast<QFileDialog*>(dialog_.get())) GiveAccelerators(*dialog_);
+  for (QPlainTextEdit* const text : dialog_->findChildren<QPlainTextEdit*>()) {
+    StandInOwnDirection(*text);
+  }
   PlaceDialog();
   guardMilliseconds_ = guardMilliseconds;
   sinceOpen_.start();

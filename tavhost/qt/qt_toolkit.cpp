@@ -7,6 +7,7 @@
 #include <QEventLoop>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QLocale>
 #include <QPixmap>
 #include <QPrinterInfo>
 #include <QSaveFile>
@@ -17,9 +18,10 @@
 #include <limits>
 #include <new>
 
-#include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/style.h"
+#include "tavhost/qt/text_direction.h"
 #include "tavhost/qt/view_factory.h"
 #include "tavhost/ui/display.h"
 #include "tavhost/ui/models/browser_model.h"
@@ -81,6 +83,7 @@ std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   auto application = std::make_unique<Application>(argumentCount, arguments);
   application->setApplicationName(QStringLiteral("tavhost"));
   application->setQuitOnLastWindowClosed(false);
+  QApplication::setLayoutDirection(DirectionOfDesktop(QLocale::system().uiLanguages()));
   QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));
   return application;
 }

@@ -336,8 +336,11 @@ void TableView::contextMenuEvent(QContextMenuEvent* event) {
 // The title of the handles stands in the corner, where the grid itself has nothing.
 void TableView::PlaceCorner() {
   const int width = verticalHeader()->isVisible() ? verticalHeader()->width() : 0;
-  corner_->setGeometry(frameWidth(), frameWidth(), width,
-                       horizontalHeader()->isVisible() ? horizontalHeader()->height() : 0);
+  const int height = horizontalHeader()->isVisible() ? horizontalHeader()->height() : 0;
+  corner_->setGeometry(QStyle::visualRect(layoutDirection(), rect(),
+                                          QRect(frameWidth(), frameWidth(), width, height)));
+  corner_->setAlignment(QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft) |
+                        Qt::AlignVCenter);
   corner_->setVisible(width > 0 && !corner_->text().isEmpty());
   corner_->raise();
   auto* const button = findChild<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly);

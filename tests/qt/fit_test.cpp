@@ -11,9 +11,9 @@
 #include <set>
 #include <string>
 
-#include "tavhost/qt/fusion_style.h"
 #include "tavhost/qt/message_window_view.h"
 #include "tavhost/qt/percentage_window_view.h"
+#include "tavhost/qt/style.h"
 #include "tavhost/qt/view_factory.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/directory_dialog_model.h"

@@ -61,6 +61,7 @@ ScriptEditor::ScriptEditor(EditorHelp help, QWidget* parent)
   setAccessibleName(QStringLiteral("Script"));
   setLineWrapMode(QPlainTextEdit::NoWrap);
   setFrameShape(QFrame::NoFrame);
+  setLayoutDirection(Qt::LeftToRight);  // as scripts are, on every desktop
   connect(this, &QPlainTextEdit::blockCountChanged, this, [this] { UpdateMargin(); });
   connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect& area, int dy) {
     if (dy != 0) {

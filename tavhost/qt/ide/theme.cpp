@@ -4,7 +4,7 @@
 #include <QStyle>
 #include <optional>
 
-#include "tavhost/qt/fusion_style.h"
+#include "tavhost/qt/style.h"
 
 namespace ui::ide_view {
 
