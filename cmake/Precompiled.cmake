@@ -1,6 +1,6 @@
 # Headers that most sources of a target include are parsed once for all of them: those of the
 # standard library, Qt and the test framework, which never change here. Each source still names what
-# it uses: the presets `fuzz` and `asan` compile without, and would show one that does not.
+# it uses: the preset `asan` compiles without, and would show one that does not.
 option(TAVHOST_PRECOMPILED "Parse the headers of other libraries once a target" ON)
 
 # tav_precompile(target header...) or tav_precompile(target REUSE_FROM other)
@@ -17,6 +17,9 @@ function(tav_precompile target)
       # builds without precompiled headers have them.
       target_compile_options(${target} PRIVATE -fpch-preprocess
         -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow -Wno-restrict)
+    elseif(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      # What is parsed from the same text is the same, whenever: for the compiler cache.
+      target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
     endif()
   endif()
 endfunction()
