@@ -17,6 +17,7 @@
 #include "tavhost/reference/reference_text.h"
 #include "tavhost/script/engine.h"
 #include "tavhost/service/script_service.h"
+#include "tavhost/sv/main_frames.h"
 
 namespace app {
 
@@ -205,6 +206,8 @@ const reference::Catalogue& IdeServices::Reference() { return reference::Catalog
 std::string IdeServices::Usage(const reference::Command& command) {
   return reference::UsageText(command);
 }
+
+void IdeServices::SetTitle(const std::string& title) { main_frames::SetTitle(title); }
 
 void IdeServices::SetServiceLog(std::function<void(const std::string&)> show) {
   script::service::SetLogField(std::move(show));

@@ -34,6 +34,7 @@ class IdeServices final : public ide::IdeHost {
   std::vector<Variable> Variables() override;
   const reference::Catalogue& Reference() override;
   std::string Usage(const reference::Command& command) override;
+  void SetTitle(const std::string& title) override;
   void SetServiceLog(std::function<void(const std::string&)> show) override;
 
  private:

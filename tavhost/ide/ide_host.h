@@ -88,6 +88,9 @@ class IdeHost {
   // How a command is written, its optional parts in brackets.
   virtual std::string Usage(const reference::Command& command) = 0;
 
+  // What scripts are told of as the main window's title.
+  virtual void SetTitle(const std::string& title) = 0;
+
   // Where the script service's log for a text field goes; an empty function: nowhere.
   virtual void SetServiceLog(std::function<void(const std::string&)> show) = 0;
 };

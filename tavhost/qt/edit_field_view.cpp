@@ -1,28 +1,27 @@
 #include "tavhost/qt/edit_field_view.h"
 
-#include <QLabel>
-
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_block.h"
 
 namespace ui {
 
 namespace {
 constexpr int kFieldColumns = 44;
-}
+constexpr int kCaptionLines = 12;
+constexpr int kNameColumns = 200;  // what a screen reader says of the field
+}  // namespace
 
 EditFieldView::EditFieldView(EditFieldModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)), field_(model), edit_(new QLineEdit) {
-  const int column = Dialog().fontMetrics().averageCharWidth();
-  auto* const caption = new QLabel(Shown(model.caption));
-  caption->setTextFormat(Qt::PlainText);
-  caption->setWordWrap(true);
-  caption->setMinimumWidth(column * kFieldColumns);
-  caption->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  edit_->setAccessibleName(Shown(model.caption));
+  auto* const caption = new TextBlock(kFieldColumns, kCaptionLines, Qt::AlignLeading);
+  caption->SetText(Shown(model.caption));
+  edit_->setAccessibleName(ElidedText(*edit_, Shown(model.caption), kNameColumns));
   edit_->setObjectName(QStringLiteral("field"));
 
   auto* const layout = new QVBoxLayout(&Dialog());
-  layout->addWidget(caption);
+  layout->addStrut(Dialog().fontMetrics().averageCharWidth() * kFieldColumns);
+  layout->addWidget(caption, 1);
   layout->addWidget(edit_);
   layout->addStretch(1);
   layout->addWidget(MakeButtons());

@@ -1,6 +1,8 @@
 #include "tavhost/qt/file_dialog_view.h"
 
+#include <QComboBox>
 #include <QDir>
+#include <QFileSystemModel>
 #include <QRegularExpression>
 
 #include "tavhost/qt/shown_text.h"
@@ -18,14 +20,20 @@ QString WithSlashes(const std::string& path) {
 
 std::string Native(const QString& path) { return Bytes(QDir::toNativeSeparators(path)); }
 
+QStringList PatternsOf(const FileDialogModel::Filter& filter) {
+  static const QRegularExpression separators(QStringLiteral("[;,\\s]+"));
+  const QStringList patterns = Shown(filter.type).split(separators, Qt::SkipEmptyParts);
+  // "*.*" means every name, also one without a dot.
+  const bool isEvery =
+      patterns.isEmpty() || (patterns.size() == 1 && patterns[0] == QLatin1String("*.*"));
+  return isEvery ? QStringList(QStringLiteral("*")) : patterns;
+}
+
 // "Texts", "*.txt;*.md" is "Texts (*.txt *.md)" here.
 QString FilterLine(const FileDialogModel::Filter& filter) {
-  static const QRegularExpression separators(QStringLiteral("[;,\\s]+"));
-  QString patterns =
-      Shown(filter.type).split(separators, Qt::SkipEmptyParts).join(QLatin1Char(' '));
-  // "*.*" means every name, also one without a dot.
-  if (patterns.isEmpty() || patterns == QLatin1String("*.*")) patterns = QStringLiteral("*");
-  return Shown(filter.text) + QStringLiteral(" (") + patterns + QLatin1Char(')');
+  const QString patterns = PatternsOf(filter).join(QLatin1Char(' '));
+  // Blanks as the dialog writes them, which is asked for the filter by its text.
+  return QStringLiteral("%1 (%2)").arg(Shown(filter.text), patterns).simplified();
 }
 
 std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
@@ -51,6 +59,8 @@ FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent)
     dialog.setOption(QFileDialog::HideNameFilterDetails, false);
     dialog.setNameFilters(filters);
     dialog.selectNameFilter(filters[static_cast<qsizetype>(model.currentFilter)]);
+    FilterNames();
+    QObject::connect(&dialog, &QFileDialog::filterSelected, this, [this] { FilterNames(); });
   }
   // Added before the question whether an existing file is to be overwritten.
   dialog.setDefaultSuffix(Shown(model.defaultExtension));
@@ -59,6 +69,17 @@ FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent)
     accepted_ = true;
     End("ok");
   });
+}
+
+// The dialog reads patterns out of its own filters' texts, and only those of ASCII: the patterns
+// themselves are for what lists the files.
+void FileDialogView::FilterNames() {
+  auto* const names = Widget().findChild<QFileSystemModel*>();
+  const auto* const types = Widget().findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+  if (!names || !types) return;
+  const int chosen = types->currentIndex();
+  if (chosen < 0 || static_cast<std::size_t>(chosen) >= files_.filters.size()) return;
+  names->setNameFilters(PatternsOf(files_.filters[static_cast<std::size_t>(chosen)]));
 }
 
 void FileDialogView::ShowModel() {

@@ -17,6 +17,7 @@ class FileDialogView final : public ModalView {
 
  private:
   void ReadModel() override;
+  void FilterNames();
 
   QFileDialog& Widget() { return static_cast<QFileDialog&>(Dialog()); }
 

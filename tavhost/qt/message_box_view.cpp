@@ -1,104 +1,66 @@
 #include "tavhost/qt/message_box_view.h"
 
-#include <QApplication>
+#include <QClipboard>
+#include <QFontMetrics>
+#include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QLabel>
-#include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScreen>
-#include <QStyle>
+#include <QShortcut>
+#include <algorithm>
 
+#include "tavhost/qt/message_icon.h"
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_block.h"
 
 namespace ui {
 
 namespace {
 
-// From here on a text scrolls; shorter ones stand in full.
-constexpr int kMostLines = 18;
-constexpr qsizetype kMostCharacters = 1500;
+constexpr int kMostLines = 18;    // of more the rest is scrolled to
 constexpr int kTextColumns = 68;  // about what reads well in one line
-
-QStyle::StandardPixmap IconOf(MessageKind kind) {
-  switch (kind) {
-    case MessageKind::kInfo:
-      return QStyle::SP_MessageBoxInformation;
-    case MessageKind::kQuery:
-      return QStyle::SP_MessageBoxQuestion;
-    case MessageKind::kError:
-      return QStyle::SP_MessageBoxCritical;
-    case MessageKind::kWarning:
-      return QStyle::SP_MessageBoxWarning;
-  }
-  return QStyle::SP_MessageBoxInformation;
-}
-
-bool IsLong(const QString& text) {
-  return text.size() > kMostCharacters || text.count(QLatin1Char('\n')) >= kMostLines;
-}
-
-// Whether a word is so long that no line can hold it: a label would grow with it.
-bool HasLongWord(const QString& text) {
-  qsizetype length = 0;
-  for (const QChar c : text) {
-    length = c.isSpace() ? 0 : length + 1;
-    if (length > kTextColumns) return true;
-  }
-  return false;
-}
+constexpr int kTitleRoom = 8;     // in lines' heights: the frame's own buttons beside the title
 
 }  // namespace
 
 MessageBoxView::MessageBoxView(MessageBoxModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)) {
-  auto* const icon = new QLabel;
-  const int iconSize = Dialog().style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-  icon->setPixmap(Dialog().style()->standardIcon(IconOf(model.Message())).pixmap(iconSize));
+  auto* const icon = new MessageIcon(model.Message());
   icon->setAccessibleName(ShownTitle(model.Title()));
+  const int iconSize = icon->width();
 
+  auto* const text = new TextBlock(kTextColumns, kMostLines, Qt::AlignLeading | Qt::AlignVCenter);
+  text->SetText(Shown(model.Text()));
   auto* const row = new QHBoxLayout;
   row->setSpacing(iconSize / 2);
   row->addWidget(icon, 0, Qt::AlignTop);
-  row->addWidget(MakeText(model), 1);
+  row->addWidget(text, 1);
 
   QDialogButtonBox* const buttons = MakeButtons();
   auto* const column = new QVBoxLayout(&Dialog());
   column->setSpacing(iconSize / 2);
+  column->addStrut(TitleWidth());
   column->addLayout(row, 1);
   column->addWidget(buttons);
   if (auto* const button =
           buttons->findChild<QPushButton*>(QString::fromStdString(model.DefaultButton()))) {
     button->setFocus();
   }
+  // Where a part of the text is selected in a text that has the focus, that part is copied instead.
+  auto* const copy = new QShortcut(QKeySequence::Copy, &Dialog());
+  QObject::connect(copy, &QShortcut::activated, this,
+                   [&model] { QGuiApplication::clipboard()->setText(Shown(model.Text())); });
 }
 
-QWidget* MessageBoxView::MakeText(const MessageBoxModel& model) {
-  const QString text = Shown(model.Text());
-  const int column = Dialog().fontMetrics().averageCharWidth();
-  if (IsLong(text) || HasLongWord(text)) {
-    auto* const edit = new QPlainTextEdit;
-    if (HasHugeLine(text)) edit->setLineWrapMode(QPlainTextEdit::NoWrap);
-    edit->setPlainText(text);
-    edit->setReadOnly(true);
-    edit->setTabChangesFocus(true);
-    edit->setFrameShape(QFrame::NoFrame);
-    edit->viewport()->setAutoFillBackground(false);
-    edit->setAccessibleName(QStringLiteral("Message"));
-    edit->setMinimumWidth(column * kTextColumns);
-    edit->setMinimumHeight(Dialog().fontMetrics().lineSpacing() * (IsLong(text) ? kMostLines : 6));
-    return edit;
-  }
-  auto* const label = new QLabel(text);
-  label->setTextFormat(Qt::PlainText);
-  label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-  label->setWordWrap(true);
-  label->setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
-  // A label that wraps gives no width of its own: as wide as its longest line, up to a readable
-  // width.
-  const QRect bounds = label->fontMetrics().boundingRect(
-      QRect(0, 0, column * kTextColumns, 1 << 20), Qt::TextWordWrap, text);
-  label->setMinimumWidth(bounds.width() + 2);
-  return label;
+// Wide enough for a title that is not long beyond a line of text.
+int MessageBoxView::TitleWidth() {
+  QFont font = Dialog().font();
+  font.setBold(true);
+  const QFontMetrics metrics(font);
+  const int title = metrics.horizontalAdvance(Dialog().windowTitle());
+  const int most = Dialog().fontMetrics().averageCharWidth() * kTextColumns;
+  return std::min(
+      {title + kTitleRoom * metrics.lineSpacing(), most, MostOnScreen(Dialog()).width() / 2});
 }
 
 }  // namespace ui

@@ -5,7 +5,7 @@
 
 namespace ui {
 
-// A text with an icon; a long one scrolls.
+// A text with an icon; a long one scrolls, and Ctrl+C copies it.
 class MessageBoxView final : public ModalView {
  public:
   MessageBoxView(MessageBoxModel& model, QWidget* parent);
@@ -15,7 +15,7 @@ class MessageBoxView final : public ModalView {
  private:
   void ReadModel() override {}
 
-  QWidget* MakeText(const MessageBoxModel& model);
+  int TitleWidth();
 };
 
 }  // namespace ui

@@ -2,8 +2,8 @@
 
 #include <QScreen>
 #include <QVBoxLayout>
-#include <algorithm>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -12,25 +12,32 @@ namespace {
 
 constexpr int kLeastColumns = 36;
 constexpr int kMostColumns = 80;
-// No screen shows more.
-constexpr qsizetype kMostCharacters = 4000;
+constexpr int kMostLines = 30;
+// Nobody reads more in a window that does not wait.
+constexpr qsizetype kMostCharacters = 100'000;
 
 }  // namespace
 
 MessageWindowView::MessageWindowView(const MessageWindowModel& model, QWidget* parent)
-    : QWidget(parent, Qt::Tool | Qt::CustomizeWindowHint | Qt::WindowTitleHint),
+    : QWidget(parent,
+              Qt::Tool | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint),
       model_(model),
-      label_(new QLabel) {
+      text_(new TextBlock(kMostColumns, kMostLines, Qt::AlignCenter)) {
   setAttribute(Qt::WA_ShowWithoutActivating);
-  label_->setObjectName(QStringLiteral("message"));
-  label_->setTextFormat(Qt::PlainText);
-  label_->setWordWrap(true);
-  label_->setAlignment(Qt::AlignCenter);
+  text_->Label().setObjectName(QStringLiteral("message"));
   auto* const layout = new QVBoxLayout(this);
   const int margin = fontMetrics().lineSpacing();
   layout->setContentsMargins(margin, margin, margin, margin);
-  layout->addWidget(label_);
+  layout->addStrut(fontMetrics().averageCharWidth() * kLeastColumns);
+  layout->addWidget(text_);
   ShowModel();
+}
+
+void MessageWindowView::Open() {
+  const QRect around =
+      parentWidget() ? parentWidget()->frameGeometry() : screen()->availableGeometry();
+  MoveOnScreen(*this, around.center() - rect().center());
+  show();
 }
 
 void MessageWindowView::ShowModel() {
@@ -40,15 +47,9 @@ void MessageWindowView::ShowModel() {
     text.truncate(kMostCharacters);
     text += QChar(0x2026);
   }
-  label_->setText(text);
-  const int column = fontMetrics().averageCharWidth();
-  const QRect bounds = fontMetrics().boundingRect(QRect(0, 0, column * kMostColumns, 1 << 20),
-                                                  Qt::TextWordWrap, text);
-  label_->setMinimumWidth(std::max(column * kLeastColumns, bounds.width() + 2));
-  const QSize before = size();
-  const QSize wanted = sizeHint().boundedTo(screen()->availableSize());
+  text_->SetText(text);
   // It grows with its text and does not shrink under the user's eyes.
-  resize(isVisible() ? before.expandedTo(wanted) : wanted);
+  ResizeOnScreen(*this, isVisible() ? size().expandedTo(sizeHint()) : sizeHint());
 }
 
 }  // namespace ui

@@ -5,13 +5,13 @@
 #include <QFileDialog>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 #include <utility>
 
 #include "tavhost/qt/accelerators.h"
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/text_direction.h"
 
@@ -19,7 +19,8 @@ namespace ui {
 
 namespace {
 
-constexpr int kMostPoints = 400;  // larger than any screen shows
+constexpr int kMostPoints = 400;        // larger than any screen shows
+constexpr int kMostButtonColumns = 32;  // of a label; the rest is in a tip
 
 QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
   if (name == "yes") return QDialogButtonBox::YesRole;
@@ -28,13 +29,14 @@ QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
   return QDialogButtonBox::AcceptRole;
 }
 
-// The usual labels have their usual letters; the others get one of those that are left.
-QString LabelOf(const ModalButton& button) {
+// The usual labels have their usual letters; the others, of which is shown what a button holds, get
+// one of those that are left.
+QString LabelOf(const ModalButton& button, const QString& shown) {
   static constexpr std::string_view kUsual[] = {"OK",   "Yes",  "No",     "Retry", "Cancel",
                                                 "Open", "Save", "Choose", "Close"};
   const bool isUsual =
       std::find(std::begin(kUsual), std::end(kUsual), button.label) != std::end(kUsual);
-  return isUsual ? QLatin1Char('&') + Shown(button.label) : ShownLabel(button.label);
+  return isUsual ? QLatin1Char('&') + shown : ShownLabel(shown.toStdString());
 }
 
 bool IsKeyEvent(QEvent::Type type) {
@@ -72,15 +74,14 @@ void ModalView::Open(int guardMilliseconds) {
 
 // Never larger than the screen, so that the buttons stay in reach.
 void ModalView::PlaceDialog() {
-  const QRect screen = dialog_->screen()->availableGeometry();
   QSize size = dialog_->size().isValid() ? dialog_->sizeHint() : QSize();
   if (model_.size) {
     size = QSize(static_cast<int>(model_.size->Width()), static_cast<int>(model_.size->Height()));
   }
-  size = size.expandedTo(dialog_->minimumSizeHint()).boundedTo(screen.size());
-  dialog_->resize(size);
+  ResizeOnScreen(*dialog_, size.expandedTo(dialog_->minimumSizeHint()));
   if (model_.position) {
-    dialog_->move(static_cast<int>(model_.position->X()), static_cast<int>(model_.position->Y()));
+    MoveOnScreen(*dialog_, QPoint(static_cast<int>(model_.position->X()),
+                                  static_cast<int>(model_.position->Y())));
   }
 }
 
@@ -94,7 +95,10 @@ QDialogButtonBox* ModalView::MakeButtons() {
   auto* const box = new QDialogButtonBox;
   const std::string defaultButton = model_.DefaultButton();
   for (const ModalButton& button : model_.Buttons()) {
-    QPushButton* const widget = box->addButton(LabelOf(button), RoleOf(button.name));
+    const QString label = Shown(button.label);
+    const QString shown = ElidedText(*box, label, kMostButtonColumns);
+    QPushButton* const widget = box->addButton(LabelOf(button, shown), RoleOf(button.name));
+    widget->setToolTip(TipOf(label, shown));
     widget->setObjectName(QString::fromStdString(button.name));
     widget->setAutoDefault(true);
     if (button.name == defaultButton) widget->setDefault(true);

@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QVBoxLayout>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -27,6 +28,14 @@ void ShowElided(QLabel& label, const std::string& text) {
   label.setToolTip(label.text() == line ? QString() : line.toHtmlEscaped());
 }
 
+// A bar is called what its message says.
+void NameBar(QProgressBar& bar, const std::string& message, const char* otherwise) {
+  const QString name = message.empty()
+                           ? QString::fromLatin1(otherwise)
+                           : Shown(std::string_view(message).substr(0, kMostCharacters));
+  if (bar.accessibleName() != name) bar.setAccessibleName(name);
+}
+
 void ShowBar(QProgressBar& bar, double percentage) {
   bar.setValue(static_cast<int>(percentage / 100 * kBarSteps));
   bar.setFormat(QStringLiteral("%1 %").arg(static_cast<int>(percentage)));
@@ -36,8 +45,11 @@ void ShowBar(QProgressBar& bar, double percentage) {
 
 PercentageWindowView::PercentageWindowView(PercentageWindowModel& model, QWidget* parent)
     : QWidget(parent, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint), model_(model) {
-  setAttribute(Qt::WA_ShowWithoutActivating);
-  if (model_.HasCancelButton()) setWindowFlag(Qt::WindowCloseButtonHint);
+  setAttribute(Qt::WA_ShowWithoutActivating, !model_.HasCancelButton());
+  if (model_.HasCancelButton()) {
+    setWindowFlag(Qt::WindowCloseButtonHint);
+    setFocusPolicy(Qt::StrongFocus);
+  }
   auto* const layout = new QVBoxLayout(this);
   const int margin = fontMetrics().lineSpacing();
   layout->setContentsMargins(margin, margin, margin, margin);
@@ -69,7 +81,8 @@ PercentageWindowView::PercentageWindowView(PercentageWindowModel& model, QWidget
   layout->addLayout(bottom);
   message2_->setVisible(bar2_ || !model_.message2.empty());
   setMinimumWidth(fontMetrics().averageCharWidth() * kColumns / 2);
-  resize(fontMetrics().averageCharWidth() * kColumns + 2 * margin, sizeHint().height());
+  ResizeOnScreen(
+      *this, QSize(fontMetrics().averageCharWidth() * kColumns + 2 * margin, sizeHint().height()));
   QObject::connect(&clock_, &QTimer::timeout, this, [this] { ShowNow(); });
   clock_.start(kClockMilliseconds);
   ShowNow();
@@ -79,7 +92,6 @@ QProgressBar* PercentageWindowView::MakeBar(const char* name) {
   auto* const bar = new QProgressBar;
   bar->setObjectName(QLatin1String(name));
   bar->setRange(0, kBarSteps);
-  bar->setAccessibleName(QStringLiteral("Progress"));
   return bar;
 }
 
@@ -89,6 +101,14 @@ QLabel* PercentageWindowView::MakeMessage(const char* name) {
   label->setTextFormat(Qt::PlainText);
   label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   return label;
+}
+
+void PercentageWindowView::Open() {
+  show();
+  if (!cancel_) return;
+  raise();
+  activateWindow();
+  setFocus();
 }
 
 bool PercentageWindowView::ShowModel() {
@@ -108,7 +128,11 @@ void PercentageWindowView::ShowNow() {
   ShowBar(*bar_, model_.Percentage());
   ShowElided(*message2_, model_.message2);
   message2_->setVisible(bar2_ || !model_.message2.empty());
-  if (bar2_) ShowBar(*bar2_, model_.Percentage2());
+  NameBar(*bar_, model_.message, "Progress");
+  if (bar2_) {
+    ShowBar(*bar2_, model_.Percentage2());
+    NameBar(*bar2_, model_.message2, "Progress of the present part");
+  }
   const auto now = PercentageWindowModel::Clock::now();
   QString times = QString::fromStdString(TimeText(model_.Elapsed(now)));
   if (const auto remaining = model_.Remaining(now)) {

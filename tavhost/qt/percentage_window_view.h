@@ -16,6 +16,9 @@ class PercentageWindowView final : public QWidget {
  public:
   PercentageWindowView(PercentageWindowModel& model, QWidget* parent);
 
+  // A window that can be cancelled takes the keyboard: Escape and Alt+C are for it. The button has
+  // no focus, so that what somebody typed elsewhere presses it not.
+  void Open();
   // Brings the widgets up to date with the model, which may change far more often than anybody
   // sees. True when it is time for them to be painted.
   bool ShowModel();

@@ -155,9 +155,9 @@ QtToolkit::QtToolkit(const ModuleHost& host, const QtOptions& options)
 
 QtToolkit::~QtToolkit() {
   if (host_.isStopRequested()) tone_.Stop();
-  workView_.reset();
   progress_.clear();
   messages_.clear();
+  workView_.reset();
   wakeUp_.reset();
 }
 
@@ -244,6 +244,27 @@ QWidget* QtToolkit::ParentOf(const WindowModel& window) const {
   return open_.empty() ? mainWindow_ : &open_.back()->Dialog();
 }
 
+// Those of scripts stand above the main window, whatever dialog is open.
+QWidget* QtToolkit::ParentOfMessages() const {
+  if (mainWindow_) return mainWindow_;
+  return workView_ && workView_->isVisible() ? workView_.get() : nullptr;
+}
+
+// Before the window above which they stand goes, which would take them along.
+void QtToolkit::LeaveMessagesAlone() {
+  for (const auto& [model, view] : messages_) {
+    if (!view->parentWidget()) continue;
+    const bool isShown = view->isVisible();
+    view->setParent(nullptr, view->windowFlags());
+    if (isShown) view->show();
+  }
+}
+
+void QtToolkit::SetMainWindow(QWidget* window) {
+  LeaveMessagesAlone();
+  mainWindow_ = window;
+}
+
 void QtToolkit::RunModal(ModalModel& window) {
   const std::optional<SV::Size> size = window.size;
   const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window));
@@ -257,15 +278,17 @@ void QtToolkit::RunModal(ModalModel& window) {
     AnswerWithoutUser(*view);
   } else {
     const QString kind = SizeName(window);
-    // A size that the script gives comes before one that the user likes.
-    if (const auto remembered = remembered_sizes::Find(kind);
-        remembered && !size && !window.maximized) {
+    // Message boxes are as large as their texts. A size that the script gives comes before one that
+    // the user likes.
+    const bool remembers = window.Kind() != ModalKind::kMessageBox && !size;
+    if (const auto remembered = remembers ? remembered_sizes::Find(kind) : std::nullopt;
+        remembered && !window.maximized) {
       window.size = SV::Size(remembered->width(), remembered->height());
     }
     view->Open(kKeyGuardMilliseconds);
     const QSize opened = view->Dialog().size();
     LetUserAnswer(*view);
-    if (view->Dialog().size() != opened && !view->Dialog().isMaximized() && !size) {
+    if (remembers && view->Dialog().size() != opened && !view->Dialog().isMaximized()) {
       remembered_sizes::Keep(kind, view->Dialog().size());
     }
   }
@@ -320,8 +343,8 @@ void QtToolkit::Show(WindowModel& window) {
 
 void QtToolkit::ShowMessage(MessageWindowModel& window) {
   std::unique_ptr<MessageWindowView>& view = messages_[&window];
-  if (!view) view = std::make_unique<MessageWindowView>(window, nullptr);
-  view->show();
+  if (!view) view = std::make_unique<MessageWindowView>(window, ParentOfMessages());
+  view->Open();
   Paint();
 }
 
@@ -329,7 +352,7 @@ void QtToolkit::ShowProgress(PercentageWindowModel& window) {
   if (options_.answers) options_.answers->ProgressShown(window);
   std::unique_ptr<PercentageWindowView>& view = progress_[&window];
   if (!view) view = std::make_unique<PercentageWindowView>(window, ParentOf(window));
-  view->show();
+  view->Open();
   Paint();
 }
 
@@ -348,6 +371,7 @@ void QtToolkit::ShowWorkWindow(WorkWindowModel& window) {
 void QtToolkit::Update(WindowModel& window) {
   if (const auto found = messages_.find(&window); found != messages_.end()) {
     found->second->ShowModel();
+    if (!found->second->isVisible()) found->second->Open();  // its user had closed it
     Paint();
   } else if (const auto bars = progress_.find(&window); bars != progress_.end()) {
     if (bars->second->ShowModel()) Paint();
@@ -371,6 +395,7 @@ void QtToolkit::Close(WindowModel& window) {
 }
 
 void QtToolkit::SetWorkWindow(WorkWindowModel* window) {
+  LeaveMessagesAlone();
   workView_.reset();
   workWindow_ = window;
 }
@@ -394,8 +419,8 @@ void QtToolkit::TakePicture(QWidget& widget, const QString& name) {
 SV::Size QtToolkit::ScreenSizePixel() {
   if (options_.screen) return *options_.screen;
   if (!HasDisplay()) return kScreenWithoutDisplay;
-  const QSize size = QGuiApplication::primaryScreen()->size() *
-                     QGuiApplication::primaryScreen()->devicePixelRatio();
+  // In the pixels in which all sizes of windows are, of which a fine screen has several for one.
+  const QSize size = QGuiApplication::primaryScreen()->size();
   return {size.width(), size.height()};
 }
 

@@ -32,7 +32,7 @@ class QtToolkit final : public Toolkit {
   ~QtToolkit() override;
 
   // The window above which dialogs open; null: none. It stays the caller's.
-  void SetMainWindow(QWidget* window) { mainWindow_ = window; }
+  void SetMainWindow(QWidget* window);
 
   // Tells a person something, on standard error.
   void Report(std::string_view text) const { host_.reportLine(text); }
@@ -71,6 +71,8 @@ class QtToolkit final : public Toolkit {
   void AnswerWithoutUser(ModalView& view);
   void LetUserAnswer(ModalView& view);
   QWidget* ParentOf(const WindowModel& window) const;
+  QWidget* ParentOfMessages() const;
+  void LeaveMessagesAlone();
   void Paint();
   void ShowMessage(MessageWindowModel& window);
   void ShowProgress(PercentageWindowModel& window);

@@ -30,6 +30,12 @@ QString Editable(std::string_view text) {
   const char* const end = at + text.size();
   while (at != end) {
     const char* const invalid = utf8::find_invalid(at, end);
+    // The reading of UTF-8 takes a byte order mark away.
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    while (std::string_view(at, static_cast<std::size_t>(invalid - at)).starts_with(kMark)) {
+      editable += QChar(QChar::ByteOrderMark);
+      at += kMark.size();
+    }
     editable += QString::fromUtf8(at, static_cast<qsizetype>(invalid - at));
     if (invalid == end) break;
     editable += QChar(static_cast<char16_t>(kEscapedByte + static_cast<unsigned char>(*invalid)));

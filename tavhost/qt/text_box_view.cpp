@@ -1,12 +1,15 @@
 #include "tavhost/qt/text_box_view.h"
 
 #include <QHBoxLayout>
-#include <QPushButton>
+#include <QKeyEvent>
 #include <QShortcut>
 #include <QTextBlock>
 #include <QTextDocument>
-#include <QToolButton>
+#include <algorithm>
+#include <string>
+#include <utility>
 
+#include "tavhost/qt/ide/utf16.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -17,19 +20,40 @@ constexpr long kColumns = 80;
 constexpr long kLines = 24;
 constexpr int kTabColumns = 8;
 
+// Where Tab is a character of the text, Ctrl+Tab and Ctrl+Shift+Tab leave it.
+class TextEdit final : public QPlainTextEdit {
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    const bool leaves = (event->modifiers() & Qt::ControlModifier) != 0;
+    if (leaves && event->key() == Qt::Key_Tab) {
+      QWidget::focusNextPrevChild(true);  // not the edit's own, which keeps Tab
+    } else if (leaves && event->key() == Qt::Key_Backtab) {
+      QWidget::focusNextPrevChild(false);
+    } else {
+      QPlainTextEdit::keyPressEvent(event);
+    }
+  }
+};
+
+std::size_t Count(int number) { return static_cast<std::size_t>(std::max(number, 0)); }
+
 }  // namespace
 
 TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)),
       box_(model),
-      edit_(new QPlainTextEdit),
-      findRow_(MakeFindRow()) {
+      edit_(new TextEdit),
+      find_(new FindBar([this] { return edit_; }, &MarkFound)) {
   edit_->setFont(ChosenFont(edit_->font(), model));
   edit_->setReadOnly(!model.IsEditable());
   edit_->setTextInteractionFlags(edit_->textInteractionFlags() | Qt::TextSelectableByKeyboard);
   edit_->setTabChangesFocus(!model.IsFileEditor() || !model.IsEditable());
   edit_->setAccessibleName(QStringLiteral("Text"));
+  if (!edit_->tabChangesFocus()) {
+    edit_->setAccessibleDescription(QStringLiteral("Ctrl+Tab leaves the text"));
+  }
   edit_->setObjectName(QStringLiteral("text"));
+  find_->SetFindsWhileTyping(true);
   const QFontMetrics metrics(edit_->font());
   edit_->setTabStopDistance(metrics.horizontalAdvance(QLatin1Char(' ')) * kTabColumns);
 
@@ -46,7 +70,7 @@ TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
 
   auto* const layout = new QVBoxLayout(&Dialog());
   layout->addWidget(edit_, 1);
-  layout->addWidget(findRow_);
+  layout->addWidget(find_);
   layout->addLayout(bottom);
   const QFontMetrics own(Dialog().font());
   Dialog().setSizeGripEnabled(true);
@@ -54,74 +78,22 @@ TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
     model.size = SV::Size(own.averageCharWidth() * kColumns, own.lineSpacing() * kLines);
   }
 
-  auto* const find = new QShortcut(QKeySequence::Find, &Dialog());
-  QObject::connect(find, &QShortcut::activated, this, [this] { ShowFindRow(); });
+  AddShortcuts();
+  QObject::connect(edit_->document(), &QTextDocument::contentsChange, this,
+                   [this](int position, int, int added) { FollowEdit(position, added); });
+  QObject::connect(edit_, &QPlainTextEdit::textChanged, this, [this] { find_->Refresh(); });
   ShowModel();
   edit_->setFocus();
 }
 
-QWidget* TextBoxView::MakeFindRow() {
-  auto* const row = new QWidget;
-  auto* const layout = new QHBoxLayout(row);
-  layout->setContentsMargins(0, 0, 0, 0);
-  findText_ = new QLineEdit;
-  findText_->setObjectName(QStringLiteral("find"));
-  findText_->setAccessibleName(QStringLiteral("Find"));
-  findText_->setClearButtonEnabled(true);
-  auto* const label = new QLabel(QStringLiteral("&Find:"));
-  label->setBuddy(findText_);
-  auto* const previous = new QToolButton;
-  previous->setArrowType(Qt::UpArrow);
-  previous->setToolTip(QStringLiteral("Previous"));
-  auto* const next = new QToolButton;
-  next->setArrowType(Qt::DownArrow);
-  next->setToolTip(QStringLiteral("Next"));
-  findResult_ = new QLabel;
-  layout->addWidget(label);
-  layout->addWidget(findText_, 1);
-  layout->addWidget(previous);
-  layout->addWidget(next);
-  layout->addWidget(findResult_);
-  row->hide();
-  QObject::connect(findText_, &QLineEdit::textEdited, this, [this] {
-    QTextCursor cursor = edit_->textCursor();
-    cursor.setPosition(cursor.selectionStart());
-    edit_->setTextCursor(cursor);
-    Find(false);
-  });
-  QObject::connect(previous, &QToolButton::clicked, this, [this] { Find(true); });
-  QObject::connect(next, &QToolButton::clicked, this, [this] { Find(false); });
-  // Enter in the field looks further instead of pressing the dialog's default button.
-  auto* const enter = new QShortcut(QKeySequence(Qt::Key_Return), findText_);
-  enter->setContext(Qt::WidgetShortcut);
-  QObject::connect(enter, &QShortcut::activated, this, [this] { Find(false); });
-  auto* const hide = new QShortcut(QKeySequence(Qt::Key_Escape), findText_);
-  hide->setContext(Qt::WidgetShortcut);
-  QObject::connect(hide, &QShortcut::activated, this, [this] {
-    findRow_->hide();
-    edit_->setFocus();
-  });
-  return row;
-}
-
-void TextBoxView::ShowFindRow() {
-  findRow_->show();
-  findText_->setFocus();
-  findText_->selectAll();
-}
-
-// Goes on at the other end when nothing is found.
-void TextBoxView::Find(bool backwards) {
-  findResult_->clear();
-  if (findText_->text().isEmpty()) return;
-  const QTextDocument::FindFlags flags =
-      backwards ? QTextDocument::FindBackward : QTextDocument::FindFlags();
-  if (edit_->find(findText_->text(), flags)) return;
-  const QTextCursor before = edit_->textCursor();
-  edit_->moveCursor(backwards ? QTextCursor::End : QTextCursor::Start);
-  if (edit_->find(findText_->text(), flags)) return;
-  edit_->setTextCursor(before);
-  findResult_->setText(QStringLiteral("Not found"));
+void TextBoxView::AddShortcuts() {
+  const auto add = [this](const QKeySequence& keys, auto action) {
+    auto* const shortcut = new QShortcut(keys, &Dialog());
+    QObject::connect(shortcut, &QShortcut::activated, this, std::move(action));
+  };
+  add(QKeySequence::Find, [this] { find_->Open(false); });
+  add(QKeySequence(Qt::Key_F3), [this] { find_->FindNext(false); });
+  add(QKeySequence(Qt::SHIFT | Qt::Key_F3), [this] { find_->FindNext(true); });
 }
 
 void TextBoxView::ShowCursorPlace() {
@@ -135,20 +107,39 @@ void TextBoxView::ShowModel() {
   const QString text = Editable(box_.text);
   const bool wraps = !box_.IsFileEditor() && !HasHugeLine(text);
   edit_->setLineWrapMode(wraps ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
+  lineEnds_.reset();
   edit_->setPlainText(text);
   edit_->document()->setModified(false);
+  if (box_.IsEditable()) lineEnds_.emplace(ide_view::Utf16(text));
   if (place_) ShowCursorPlace();
 }
 
-// What was not touched stays byte for byte. A text that had CR LF line ends keeps them.
+// `added` characters have come at the position, in place of others that are told of by the number
+// of lines that there are now.
+void TextBoxView::FollowEdit(int position, int added) {
+  if (!lineEnds_) return;
+  const QTextDocument& document = *edit_->document();
+  const std::size_t count = Count(document.blockCount() - 1);
+  const std::size_t depth = Count(document.availableUndoSteps());
+  if (document.isRedoAvailable() && lineEnds_->GoTo(depth, count)) return;
+  const int last = document.characterCount() - 1;  // behind the text
+  const std::size_t first = Count(document.findBlock(std::min(position, last)).blockNumber());
+  const std::size_t end = Count(document.findBlock(std::min(position + added, last)).blockNumber());
+  const std::size_t before = lineEnds_->Count();
+  const std::size_t come = std::max(end - first, count - std::min(count, before));
+  const std::size_t gone = before + come - count;
+  lineEnds_->Edit(first, gone, come, depth);
+}
+
+// What was not touched stays byte for byte, line ends included.
 void TextBoxView::ReadModel() {
   if (!box_.IsEditable() || !edit_->document()->isModified()) return;
-  const bool hasReturns = box_.text.find("\r\n") != std::string::npos;
   // The raw text, as the plain one has no-break spaces replaced.
-  QString text = edit_->document()->toRawText();
-  const QString lineEnd = hasReturns ? QStringLiteral("\r\n") : QStringLiteral("\n");
-  text.replace(QChar::ParagraphSeparator, lineEnd);
-  box_.text = Bytes(text);
+  const QString text = edit_->document()->toRawText();
+  const std::u16string written = lineEnds_->Written(ide_view::Utf16(text));
+  // Not `fromUtf16`, which takes a byte order mark away.
+  box_.text = Bytes(QString(reinterpret_cast<const QChar*>(written.data()),
+                            static_cast<qsizetype>(written.size())));
 }
 
 }  // namespace ui

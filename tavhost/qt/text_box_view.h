@@ -1,15 +1,17 @@
 #pragma once
 
 #include <QLabel>
-#include <QLineEdit>
 #include <QPlainTextEdit>
+#include <optional>
 
+#include "tavhost/qt/find_bar.h"
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/ui/models/line_ends.h"
 #include "tavhost/ui/models/text_box_model.h"
 
 namespace ui {
 
-// A text of many lines to be read or changed, with a line to find words in it.
+// A text of many lines to be read or changed, with a bar to find words in it.
 class TextBoxView final : public ModalView {
  public:
   TextBoxView(TextBoxModel& model, QWidget* parent);
@@ -19,17 +21,15 @@ class TextBoxView final : public ModalView {
  private:
   void ReadModel() override;
 
-  QWidget* MakeFindRow();
-  void Find(bool backwards);
-  void ShowFindRow();
+  void AddShortcuts();
+  void FollowEdit(int position, int added);
   void ShowCursorPlace();
 
   TextBoxModel& box_;
   QPlainTextEdit* edit_;
-  QWidget* findRow_;
-  QLineEdit* findText_;
-  QLabel* findResult_;
+  FindBar* find_;
   QLabel* place_ = nullptr;
+  std::optional<LineEnds> lineEnds_;  // of the text in the edit
 };
 
 }  // namespace ui

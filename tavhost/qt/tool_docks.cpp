@@ -218,8 +218,13 @@ void ToolDocks::ApplySizes(const Tool& tool) {
   }
   const auto& preferred = vertical ? tool.verticalSize : tool.horizontalSize;
   if (!preferred || entry.dock->isFloating()) return;
-  window_.resizeDocks({entry.dock}, {Pixels(preferred->Width())}, Qt::Horizontal);
-  window_.resizeDocks({entry.dock}, {Pixels(preferred->Height())}, Qt::Vertical);
+  // No width and no height is none of the script's choice.
+  if (const int width = Pixels(preferred->Width()); width > 0) {
+    window_.resizeDocks({entry.dock}, {width}, Qt::Horizontal);
+  }
+  if (const int height = Pixels(preferred->Height()); height > 0) {
+    window_.resizeDocks({entry.dock}, {height}, Qt::Vertical);
+  }
 }
 
 bool ToolDocks::eventFilter(QObject* object, QEvent* event) {

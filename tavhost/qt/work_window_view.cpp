@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/remembered_sizes.h"
 
 namespace ui {
@@ -20,7 +21,7 @@ WorkWindowView::WorkWindowView(WorkWindowModel& model)
   setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
   // The docks are all there is to see; they share the whole window.
   setCentralWidget(nullptr);
-  resize(remembered_sizes::Find(SizeName()).value_or(kFirstSize));
+  ResizeOnScreen(*this, remembered_sizes::Find(SizeName()).value_or(kFirstSize));
 }
 
 // The next tool that a script makes visible opens it again.

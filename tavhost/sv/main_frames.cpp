@@ -64,6 +64,10 @@ void Destroy() {
   windows.font.reset();
 }
 
+void SetTitle(const std::string& title) {
+  if (windows.app) windows.app->Model().SetTitle(title);
+}
+
 SV::Window* App() { return windows.app.get(); }
 
 SV::Window* Work() { return windows.shownWork; }

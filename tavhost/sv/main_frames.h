@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "host/sv/forward.h"
 
 // The two windows that are there from start to end: the main window, titled `tavhost`, and the
@@ -12,7 +14,9 @@ void Create();
 // Before the toolkit goes.
 void Destroy();
 
-SV::Window* App();   // null when there is none
+SV::Window* App();  // null when there is none
+// Of the main window, where a user interface has one with another title than `tavhost`.
+void SetTitle(const std::string& title);
 SV::Window* Work();  // null when there is none
 // Puts another window in the work window's place; the caller keeps it. Null puts back the first.
 void SetWork(SV::Window* window);

@@ -10,10 +10,12 @@
 #include "tavhost/qt/output_view.h"
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/tool_docks.h"
+#include "tavhost/qt/work_window_view.h"
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/text_model.h"
 #include "tavhost/ui/models/work_window_model.h"
 #include "tavhost/ui/models/workbench_model.h"
+#include "tests/qt/events.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {
@@ -229,6 +231,56 @@ TEST_F(QtDocks, SizesAreThoseOfTheSide) {
   EXPECT_LT(docks.Dock("left")->widget()->minimumHeight(), 100);
 }
 
+int warnings = 0;
+void CountWarnings(QtMsgType, const QMessageLogContext&, const QString&) { ++warnings; }
+
+TEST_F(QtDocks, NoSizeIsAskedForByNought) {
+  ui::ToolDocks docks(window, bench);
+  window.resize(800, 600);
+  window.show();
+  warnings = 0;
+  const QtMessageHandler before = qInstallMessageHandler(&CountWarnings);
+  for (const SV::Size& size : {SV::Size(0, 0), SV::Size(0, 200), SV::Size(-5, 0)}) {
+    Tool& tool = Add("tool", ToolSide::kRight, 0, 0);
+    bench.SetSize(tool, &Tool::verticalSize, size);
+    bench.SetSize(tool, &Tool::leastVerticalSize, size);
+    bench.SetVisible(tool, true);
+    HandleEvents();
+    EXPECT_GT(docks.Dock("tool")->width(), 0);
+  }
+  qInstallMessageHandler(before);
+  EXPECT_EQ(warnings, 0);
+}
+
+// Where nothing else is, a tool of a side stands there in the size that the script gave it.
+TEST_F(QtDocks, AnOnlyToolStandsAtItsSide) {
+  for (const ToolSide side :
+       {ToolSide::kLeft, ToolSide::kTop, ToolSide::kRight, ToolSide::kBottom}) {
+    SCOPED_TRACE(static_cast<int>(side));
+    ui::WorkWindowModel model;
+    ui::WorkWindowView view(model);
+    Tool& tool = model.workbench.Add("tool", nullptr, 0);
+    model.workbench.SetLocation(tool, {side, 0, 0});
+    model.workbench.SetSize(tool, &Tool::verticalSize, SV::Size(300, 200));
+    model.workbench.SetSize(tool, &Tool::horizontalSize, SV::Size(300, 200));
+    model.workbench.SetVisible(tool, true);
+    view.resize(760, 460);
+    view.show();
+    HandleEvents();
+    const QRect dock = view.Docks().Dock("tool")->geometry();
+    const bool isVertical = tool.IsVertical();
+    EXPECT_EQ(isVertical ? dock.width() : dock.height(), isVertical ? 300 : 200);
+    EXPECT_EQ(isVertical ? dock.height() : dock.width(), isVertical ? view.height() : view.width());
+    if (side == ToolSide::kRight) {
+      EXPECT_EQ(dock.right(), view.rect().right());
+    } else if (side == ToolSide::kBottom) {
+      EXPECT_EQ(dock.bottom(), view.rect().bottom());
+    } else {
+      EXPECT_EQ(dock.topLeft(), QPoint(0, 0));
+    }
+  }
+}
+
 TEST_F(QtDocks, AReplacedToolIsAnotherDock) {
   Text one;
   Text other;
@@ -322,6 +374,54 @@ TEST_F(QtProgress, LongMessagesAndManyChangesAreNoBurden) {
   view.ShowNow();
   EXPECT_EQ(view.width(), width);
   EXPECT_LT(view.findChild<QLabel*>("message")->text().size(), 1000);
+}
+
+TEST_F(QtProgress, AWindowThatCanBeCancelledTakesTheKeyboard) {
+  for (const auto& [key, modifiers] : {std::pair{Qt::Key_Escape, Qt::KeyboardModifiers()},
+                                       {Qt::Key_C, Qt::KeyboardModifiers(Qt::AltModifier)}}) {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    ui::PercentageWindowModel model("Sorting", true, false);
+    Toolkit().Show(model);
+    QWidget* const window = QApplication::activeWindow();
+    ASSERT_TRUE(window && window != &other);
+    EXPECT_EQ(window->windowTitle(), "Sorting");
+    // What was meant for the other window presses no button.
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_FALSE(model.IsCancelled());
+    QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    EXPECT_TRUE(model.IsCancelled());
+    Toolkit().Close(model);
+  }
+}
+
+TEST_F(QtProgress, AWindowWithoutAButtonLeavesTheKeyboard) {
+  QWidget other;
+  other.show();
+  other.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+  ui::PercentageWindowModel model("Sorting", false, false);
+  Toolkit().Show(model);
+  EXPECT_EQ(QApplication::activeWindow(), &other);
+  Toolkit().Close(model);
+}
+
+TEST_F(QtProgress, BarsAreCalledWhatTheirMessagesSay) {
+  ui::PercentageWindowModel model("t", true, true);
+  ui::PercentageWindowView view(model, nullptr);
+  view.ShowNow();
+  auto& first = *view.findChild<QProgressBar*>("percentage");
+  auto& second = *view.findChild<QProgressBar*>("percentage2");
+  EXPECT_EQ(first.accessibleName(), "Progress");
+  EXPECT_NE(first.accessibleName(), second.accessibleName());
+  model.message = "Copying";
+  model.message2 = "a.txt";
+  view.ShowNow();
+  EXPECT_EQ(first.accessibleName(), "Copying");
+  EXPECT_EQ(second.accessibleName(), "a.txt");
 }
 
 // Through the toolkit, as a script has it: shown, brought up to date, closed.

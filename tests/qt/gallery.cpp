@@ -19,6 +19,7 @@
 #include "tavhost/base/report.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/qt/drawing_view.h"
+#include "tavhost/qt/message_window_view.h"
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/qt_toolkit.h"
 #include "tavhost/qt/result_tool_view.h"
@@ -27,6 +28,7 @@
 #include "tavhost/qt/table_print.h"
 #include "tavhost/qt/work_window_view.h"
 #include "tavhost/ui/models/drawing_model.h"
+#include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/result_tool_model.h"
 #include "tavhost/ui/models/text_model.h"
@@ -106,7 +108,7 @@ void Save(QWidget& widget, const QString& folder, const char* name, const Look& 
 }
 
 // Windows that stay while a script goes on.
-constexpr const char* kModeless[] = {"progress", "two-bars", "tools"};
+constexpr const char* kModeless[] = {"progress", "two-bars", "message-window", "tools"};
 
 void RenderModeless(const QString& folder, const Look& look) {
   ui::PercentageWindowModel one("Sorting", false, false);
@@ -119,6 +121,8 @@ void RenderModeless(const QString& folder, const Look& look) {
   two.SetPercentage2(75);
   two.message2 = "report.txt";
   Save(*std::make_unique<ui::PercentageWindowView>(two, nullptr), folder, kModeless[1], look);
+  const ui::MessageWindowModel message("Reading the parts of 12 catalogues,\nthis takes a minute.");
+  Save(*std::make_unique<ui::MessageWindowView>(message, nullptr), folder, kModeless[2], look);
 
   ui::WorkWindowModel work;
   ui::TextModel log;
@@ -140,7 +144,7 @@ void RenderModeless(const QString& folder, const Look& look) {
   ui::WorkWindowView window(work);
   window.show();
   QApplication::processEvents();
-  Save(window, folder, kModeless[2], look);
+  Save(window, folder, kModeless[3], look);
 }
 
 // The window as a script's user gets it.

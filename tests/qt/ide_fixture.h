@@ -17,10 +17,10 @@
 #include <memory>
 
 #include "tavhost/app/ide_services.h"
+#include "tavhost/qt/find_bar.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
-#include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
 #include "tavhost/qt/shown_text.h"
 #include "tests/qt/events.h"

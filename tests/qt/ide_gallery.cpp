@@ -11,10 +11,10 @@
 #include <cstdio>
 
 #include "tavhost/app/ide_services.h"
+#include "tavhost/qt/find_bar.h"
 #include "tavhost/qt/ide/command_browser.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
-#include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/ide_window.h"
 #include "tavhost/qt/ide/line_edits.h"
 #include "tavhost/qt/shown_text.h"

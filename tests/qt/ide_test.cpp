@@ -339,6 +339,27 @@ TEST_F(IdeTest, FindsAndReplaces) {
   EXPECT_FALSE(find.isVisible());
 }
 
+TEST_F(IdeTest, AnEditFieldWithoutATitleHasThatOfTheMainWindow) {
+  Start();
+  for (const bool hasOther : {false, true}) {
+    if (hasOther) window_->Tabs().New();
+    QString title;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+      auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      if (!dialog) return;
+      title = dialog->windowTitle();
+      timer.stop();
+      dialog->reject();
+    });
+    timer.start(10);
+    RunText(QStringLiteral("EDITFIELD caption:\"Name\""));
+    QString main = window_->windowTitle();
+    EXPECT_TRUE(main.contains(QStringLiteral("[*] - tavhost")));
+    EXPECT_EQ(title, main.remove(QStringLiteral("[*]")));
+  }
+}
+
 TEST_F(IdeTest, AllCommandsAreListedSearchedAndInserted) {
   Start();
   EXPECT_EQ(window_->Commands().ShownCount(), 76);

@@ -1,4 +1,6 @@
 #include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListView>
@@ -24,6 +26,12 @@ using ui::MessageBoxModel;
 using ui::MessageKind;
 
 class QtWindows : public QtTest {};
+
+std::string LongText() {
+  std::string text;
+  while (text.size() < 20000) text += "The quick brown fox jumps over the lazy dog. ";
+  return text;
+}
 
 QPushButton* Button(QDialog& dialog, const char* name) {
   auto* const button = dialog.findChild<QPushButton*>(QLatin1String(name));
@@ -156,6 +164,161 @@ TEST_F(QtWindows, EditBoxGivesItsTextAlsoWhenCancelled) {
   EXPECT_EQ(model.text, "one\r\ntwo\xC2\xA0\xFF\r\nx\r\n");
 }
 
+// A text with every line end there is, and one more line behind them.
+const char* const kMixedEnds =
+    "a\nb\r\nc\rd\xE2\x80\xA9"
+    "e\xEF\xB7\x90"
+    "f\xEF\xB7\x91"
+    "g\r\n\r\nend";
+
+TEST_F(QtWindows, EditBoxKeepsTheLineEndsOfLinesThatNobodyTouched) {
+  ui::TextBoxModel model(true, true);
+  model.text = kMixedEnds;
+  Run(model, [](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    EXPECT_EQ(text->document()->blockCount(), 9);
+    QTest::keyClick(text, Qt::Key_Down);
+    QTest::keyClick(text, Qt::Key_X);
+    QTest::keyClick(text, Qt::Key_Down);
+    QTest::keyClick(text, Qt::Key_End);
+    QTest::keyClick(text, Qt::Key_Return);
+    QTest::keyClick(text, Qt::Key_Y);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text,
+            "a\nxb\r\nc\ry\rd\xE2\x80\xA9"
+            "e\xEF\xB7\x90"
+            "f\xEF\xB7\x91"
+            "g\r\n\r\nend");
+}
+
+TEST_F(QtWindows, EditBoxKeepsTheLineEndsOfWhatIsTakenBack) {
+  ui::TextBoxModel model(true, false);
+  model.text = kMixedEnds;
+  Run(model, [](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    QTest::keyClick(text, Qt::Key_Z);
+    QTest::keyClick(text, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_Delete);
+    EXPECT_TRUE(text->toPlainText().isEmpty());
+    QTest::keyClick(text, Qt::Key_Return);
+    QTest::keyClick(text, Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text, std::string("z") + kMixedEnds);
+}
+
+TEST_F(QtWindows, EditBoxKeepsLineEndsWhenLinesAreJoinedAndPasted) {
+  ui::TextBoxModel model(true, false);
+  model.text = "a\rb\nc\r\nd";
+  Run(model, [](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    QTest::keyClick(text, Qt::Key_End);
+    QTest::keyClick(text, Qt::Key_Delete);  // joins a and b
+    QTest::keyClick(text, Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_Home, Qt::ShiftModifier);
+    QTest::keyClick(text, Qt::Key_X, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_V, Qt::ControlModifier);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text, "dab\nc\r\n");
+}
+
+TEST_F(QtWindows, EditBoxKeepsAByteOrderMark) {
+  ui::TextBoxModel model(true, false);
+  model.text =
+      "\xEF\xBB\xBF"
+      "a\r\n\xFF\xEF\xBB\xBF\xEF\xBB\xBF";
+  Run(model, [](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    QTest::keyClick(text, Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_B);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text,
+            "\xEF\xBB\xBF"
+            "a\r\n\xFF\xEF\xBB\xBF\xEF\xBB\xBF"
+            "b");
+}
+
+// Where Tab is a character, Ctrl+Tab leaves the text.
+TEST_F(QtWindows, TheButtonsOfAnEditBoxAreReachedByKeys) {
+  for (const bool isFileEditor : {false, true}) {
+    ui::TextBoxModel model(true, isFileEditor);
+    model.text = "text";
+    Run(model, [isFileEditor](QDialog& dialog) {
+      auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+      const auto out = isFileEditor ? Qt::ControlModifier : Qt::NoModifier;
+      EXPECT_TRUE(text->hasFocus());
+      QTest::keyClick(text, Qt::Key_Tab, out);
+      EXPECT_FALSE(text->hasFocus());
+      QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+      EXPECT_TRUE(text->hasFocus());
+      QTest::keyClick(text, Qt::Key_Backtab, out | Qt::ShiftModifier);
+      EXPECT_FALSE(text->hasFocus());
+      QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+      if (isFileEditor) QTest::keyClick(text, Qt::Key_Tab);
+      QTest::keyClick(text, Qt::Key_Tab, out);
+      for (int i = 0; i < 3 && !Button(dialog, "ok")->hasFocus(); ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+      }
+      ASSERT_TRUE(Button(dialog, "ok")->hasFocus());
+      QTest::keyClick(Button(dialog, "ok"), Qt::Key_Space);
+    });
+    EXPECT_EQ(model.EndButton(), "ok");
+    EXPECT_EQ(model.text, isFileEditor ? "\ttext" : "text");
+  }
+}
+
+TEST_F(QtWindows, FindCountsAndMarksAndGoesOnByKeys) {
+  for (const bool isEditable : {false, true}) {
+    ui::TextBoxModel model(isEditable, false);
+    model.text = "alpha beta\nAlpha gamma\nalphabet";
+    Run(model, [isEditable](QDialog& dialog) {
+      auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+      QTest::keyClick(text, Qt::Key_F3);  // nothing is looked for yet
+      auto* const field = dialog.findChild<QLineEdit*>(QStringLiteral("find"));
+      auto* const count = dialog.findChild<QLabel*>(QStringLiteral("findCount"));
+      ASSERT_TRUE(field->isVisible());
+      QTest::keyClicks(field, QStringLiteral("alpha"));
+      EXPECT_EQ(count->text(), QStringLiteral("1 of 3"));
+      EXPECT_EQ(text->extraSelections().size(), 3);
+      QTest::keyClick(field, Qt::Key_F3);
+      EXPECT_EQ(count->text(), QStringLiteral("2 of 3"));
+      QTest::keyClick(field, Qt::Key_Escape);
+      EXPECT_FALSE(field->isVisible());
+      EXPECT_TRUE(text->hasFocus());
+      EXPECT_TRUE(text->extraSelections().isEmpty());
+      QTest::keyClick(text, Qt::Key_F3);
+      EXPECT_EQ(text->textCursor().selectionStart(), 23);
+      QTest::keyClick(text, Qt::Key_F3);  // round the end
+      EXPECT_EQ(text->textCursor().selectionStart(), 0);
+      QTest::keyClick(text, Qt::Key_F3, Qt::ShiftModifier);
+      EXPECT_EQ(text->textCursor().selectionStart(), 23);
+      QTest::keyClick(text, Qt::Key_F, Qt::ControlModifier);
+      QTest::keyClicks(field, QStringLiteral("nowhere"));
+      EXPECT_EQ(count->text(), QStringLiteral("not found"));
+      EXPECT_EQ(text->textCursor().selectionStart(), 23);
+      field->selectAll();
+      QTest::keyClicks(field, QStringLiteral("gamma"));
+      QTest::keyClick(field, Qt::Key_M, Qt::AltModifier);
+      QTest::keyClick(field, Qt::Key_L, Qt::AltModifier);
+      EXPECT_FALSE(field->isVisible());
+      EXPECT_EQ(text->textCursor().selectedText(), QStringLiteral("gamma"));
+      if (isEditable) {
+        QTest::keyClick(text, Qt::Key_F, Qt::ControlModifier);
+        text->moveCursor(QTextCursor::End);
+        QTest::keyClicks(text, QStringLiteral(" gamma"));
+        EXPECT_EQ(count->text(), QStringLiteral("2 found"));
+      }
+      QTest::keyClick(Button(dialog, "ok"), Qt::Key_Space);
+    });
+    EXPECT_EQ(model.EndButton(), "ok");
+  }
+}
+
 TEST_F(QtWindows, FindLooksForTextAndStartsAgain) {
   ui::TextBoxModel model(false, false);
   model.text = "alpha beta alpha";
@@ -278,6 +441,64 @@ TEST_F(QtFiles, OpenGivesSeveralFiles) {
   EXPECT_EQ(model.chosen, (std::vector<std::string>{Path("a.txt"), Path("b.txt")}));
 }
 
+// Names are matched without case, letters outside ASCII included.
+TEST_F(QtFiles, FiltersHaveAnyLetters) {
+  for (const char* name : {"\xC3\x9C"
+                           "bung.txt",
+                           "\xC3\xBC"
+                           "ben.TXT",
+                           "\xD0\x96.txt"}) {
+    QFile file(folder_.filePath(QString::fromUtf8(name)));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  }
+  const std::pair<const char*, QStringList> kRows[] = {
+      {"\xC3\x9C*.txt",
+       {QString::fromUtf8("\xC3\x9C"
+                          "bung.txt"),
+        QString::fromUtf8("\xC3\xBC"
+                          "ben.TXT")}},
+      {"\xD0\xB6*;c.*", {QStringLiteral("c.md"), QString::fromUtf8("\xD0\x96.txt")}},
+      {"*.md", {QStringLiteral("c.md")}},
+      {"(*", {}},
+  };
+  for (const std::uint32_t style : {0x1020u, 0x2020u}) {
+    for (const auto& [pattern, names] : kRows) {
+      SCOPED_TRACE(pattern);
+      ui::FileDialogModel model(style);
+      model.startPath = folder_.path().toStdString();
+      model.filters = {{"All", "*.*"}, {"\xC3\x9C  (x)", pattern}};
+      model.currentFilter = 1;
+      Run(model, [&names = names](QDialog& dialog) {
+        auto* const view = dialog.findChild<QListView*>(QStringLiteral("listView"));
+        auto* const types = dialog.findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+        ASSERT_TRUE(view && types);
+        const auto shown = [view] {
+          QStringList found;
+          const QModelIndex root = view->rootIndex();
+          for (int row = 0; row < view->model()->rowCount(root); ++row) {
+            const QString name = view->model()->index(row, 0, root).data().toString();
+            if (name != QLatin1String("sub")) found << name;
+          }
+          found.sort();
+          return found;
+        };
+        EXPECT_EQ(types->currentIndex(), 1);
+        QStringList sorted = names;
+        sorted.sort();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shown() == sorted; }, kPatience))
+            << shown().join(' ').toStdString();
+        // The person goes to the other filter and back.
+        types->setFocus();
+        QTest::keyClick(types, Qt::Key_Up);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shown().size() == 6; }, kPatience));
+        QTest::keyClick(types, Qt::Key_Down);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shown() == sorted; }, kPatience));
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+      });
+    }
+  }
+}
+
 TEST_F(QtFiles, SaveAddsTheDefaultExtension) {
   ui::FileDialogModel model(0x2020);
   model.startPath = folder_.path().toStdString();
@@ -328,6 +549,181 @@ TEST_F(QtWindows, AMessageWindowShowsItsText) {
   Toolkit().Close(model);
   Toolkit().Close(model);
   for (QWidget* widget : QApplication::topLevelWidgets()) EXPECT_FALSE(widget->isVisible());
+}
+
+QWidget* VisibleWindow() {
+  for (QWidget* widget : QApplication::topLevelWidgets()) {
+    if (widget->isVisible()) return widget;
+  }
+  return nullptr;
+}
+
+TEST_F(QtWindows, AMessageWindowThatItsUserClosedComesBackWithTheNextText) {
+  ui::MessageWindowModel model("one");
+  Toolkit().Show(model);
+  QWidget* const window = VisibleWindow();
+  ASSERT_TRUE(window);
+  window->close();
+  EXPECT_FALSE(window->isVisible());
+  model.text = "two";
+  Toolkit().Update(model);
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(window->findChild<QLabel*>(QStringLiteral("message"))->text(), QStringLiteral("two"));
+  Toolkit().Close(model);
+  EXPECT_FALSE(VisibleWindow());
+}
+
+TEST_F(QtWindows, AMessageWindowStandsAboveTheMainWindow) {
+  ui::MessageWindowModel model("one");
+  Toolkit();
+  auto main = std::make_unique<QWidget>();
+  main->resize(500, 400);
+  main->show();
+  Toolkit().SetMainWindow(main.get());
+  Toolkit().Show(model);
+  QWidget* window = nullptr;
+  for (QWidget* child : main->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+    if (child->isWindow()) window = child;
+  }
+  ASSERT_TRUE(window);
+  EXPECT_TRUE(window->isVisible());
+  const QPoint off = window->frameGeometry().center() - main->frameGeometry().center();
+  EXPECT_LE(off.manhattanLength(), 40);
+  Toolkit().SetMainWindow(nullptr);
+  main.reset();
+  EXPECT_EQ(VisibleWindow(), window) << "it does not go with the main window";
+  Toolkit().Close(model);
+}
+
+// As high as what it says, and not remembered.
+TEST_F(QtWindows, MessageBoxesAreAsLargeAsTheirTexts) {
+  const auto sizeOf = [](const std::string& text, const char* title) {
+    MessageBoxModel model(MessageKind::kInfo, 0x10, text);
+    if (title) model.SetTitle(title);
+    QSize size;
+    Run(
+        model,
+        [&size](QDialog& dialog) {
+          size = dialog.size();
+          dialog.resize(700, 600);
+          dialog.close();
+        },
+        0);
+    return size;
+  };
+  const QSize small = sizeOf("text", nullptr);
+  EXPECT_EQ(sizeOf("text", nullptr), small) << "the size that the last one was pulled to";
+  const QSize path = sizeOf("/" + std::string(120, 'p') + "/file.txt", nullptr);
+  EXPECT_LT(path.height(), small.height() + 60);
+  const char* const title = "A title of some more words than the text";
+  EXPECT_GT(sizeOf("text", title).width(), small.width());
+  MessageBoxModel model(MessageKind::kInfo, 0x10, "text");
+  model.SetTitle(title);
+  Run(
+      model,
+      [title](QDialog& dialog) {
+        EXPECT_GT(dialog.width(),
+                  dialog.fontMetrics().horizontalAdvance(QString::fromLatin1(title)));
+        dialog.close();
+      },
+      0);
+}
+
+TEST_F(QtWindows, CtrlCCopiesTheTextOfAMessageBox) {
+  for (const std::string& text : {std::string("short & <b>plain</b>\nof two lines"), LongText()}) {
+    MessageBoxModel model(MessageKind::kError, 0x20, text);
+    QApplication::clipboard()->clear();
+    Run(model, [](QDialog& dialog) {
+      QTest::keyClick(Button(dialog, "ok"), Qt::Key_C, Qt::ControlModifier);
+      QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    EXPECT_EQ(QApplication::clipboard()->text().toStdString(), text);
+  }
+}
+
+// Whatever texts and sizes scripts give, windows are on the screen and nothing in them is cut.
+TEST_F(QtWindows, NothingIsPushedOffTheScreen) {
+  std::string lines;
+  for (int i = 1; i <= 100; ++i) lines += "line " + std::to_string(i) + "\n";
+  for (const std::string& text : {std::string(), std::string("short"), lines,
+                                  std::string(2000, 'w'), std::string(20000, 'w'), LongText()}) {
+    SCOPED_TRACE(text.substr(0, 20) + std::to_string(text.size()));
+    std::vector<std::unique_ptr<ui::ModalModel>> models;
+    models.push_back(std::make_unique<MessageBoxModel>(MessageKind::kWarning, 0x80, text));
+    models.back()->SetTitle(text);
+    models.push_back(std::make_unique<ui::EditFieldModel>(text));
+    models.push_back(std::make_unique<ui::TextBoxModel>(false, false));
+    static_cast<ui::TextBoxModel&>(*models.back()).text = text;
+    models.push_back(std::make_unique<ui::TextBoxModel>(true, true));
+    static_cast<ui::TextBoxModel&>(*models.back()).okText = text;
+    models.push_back(std::make_unique<ui::TextBoxModel>(true, false));
+    models.back()->size = SV::Size(100000, 100000);
+    models.back()->position = SV::Point(5000, -300);
+    for (const auto& model : models) {
+      SCOPED_TRACE(static_cast<int>(model->Kind()));
+      Run(
+          *model,
+          [](QDialog& dialog) {
+            EXPECT_TRUE(dialog.screen()->availableGeometry().contains(dialog.frameGeometry()))
+                << dialog.x() << ' ' << dialog.y() << ' ' << dialog.width() << ' '
+                << dialog.height();
+            for (const QPushButton* button : dialog.findChildren<QPushButton*>()) {
+              if (!button->isVisible()) continue;
+              EXPECT_TRUE(
+                  dialog.rect().contains(QRect(button->mapTo(&dialog, QPoint()), button->size())));
+              EXPECT_GE(button->width(), button->minimumSizeHint().width());
+            }
+            for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+              if (!label->isVisible()) continue;
+              EXPECT_GE(label->height(), label->heightForWidth(label->width()));
+            }
+            dialog.close();
+          },
+          0);
+    }
+    ui::MessageWindowModel message(text);
+    Toolkit().Show(message);
+    QWidget* const window = VisibleWindow();
+    ASSERT_TRUE(window);
+    EXPECT_TRUE(window->screen()->availableGeometry().contains(window->frameGeometry()));
+    message.text += "\n" + lines;
+    Toolkit().Update(message);
+    EXPECT_TRUE(window->screen()->availableGeometry().contains(window->frameGeometry()));
+    Toolkit().Close(message);
+  }
+}
+
+TEST_F(QtWindows, ALabelThatNoButtonHoldsIsInItsTip) {
+  ui::TextBoxModel model(true, false);
+  model.okText = "Take <all> of it & more of that, with everything that belongs to it";
+  Run(
+      model,
+      [](QDialog& dialog) {
+        QPushButton* const ok = Button(dialog, "ok");
+        EXPECT_TRUE(ok->text().endsWith(QChar(0x2026)));
+        EXPECT_TRUE(ok->toolTip().contains(QStringLiteral("belongs to it")));
+        EXPECT_TRUE(ok->toolTip().contains(QStringLiteral("&lt;all&gt;")));
+        EXPECT_TRUE(Button(dialog, "cancel")->toolTip().isEmpty());
+        dialog.close();
+      },
+      0);
+}
+
+// Windows, screens and what scripts are told of them have one unit; a run with scale 2 shows it.
+TEST_F(QtWindows, TheScreenIsMeasuredInThePixelsOfWindows) {
+  Toolkit();
+  const bool isSet = qEnvironmentVariableIsSet("DISPLAY");
+  const QByteArray before = qgetenv("DISPLAY");
+  qputenv("DISPLAY", ":0");  // as if the screen was one to look at
+  const SV::Size told = Toolkit().ScreenSizePixel();
+  if (isSet) {
+    qputenv("DISPLAY", before);
+  } else {
+    qunsetenv("DISPLAY");
+  }
+  QWidget window;
+  window.setGeometry(QGuiApplication::primaryScreen()->geometry());
+  EXPECT_EQ(told, SV::Size(window.width(), window.height()));
 }
 
 // No visible widget is cut off by its parent or smaller than it needs to be, and the dialog fits

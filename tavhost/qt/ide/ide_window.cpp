@@ -19,14 +19,15 @@
 
 #include "tavhost/ide/script_text.h"
 #include "tavhost/ide/script_tokens.h"
+#include "tavhost/qt/find_bar.h"
 #include "tavhost/qt/ide/command_page.h"
 #include "tavhost/qt/ide/console.h"
 #include "tavhost/qt/ide/editor_tabs.h"
-#include "tavhost/qt/ide/find_bar.h"
 #include "tavhost/qt/ide/line_edits.h"
 #include "tavhost/qt/ide/problems_pane.h"
 #include "tavhost/qt/ide/utf16.h"
 #include "tavhost/qt/ide/variables_pane.h"
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/tool_docks.h"
 #include "tavhost/reference/reference.h"
@@ -49,7 +50,7 @@ IdeWindow::IdeWindow(ide::IdeHost& host, const ide::IdeOptions& options)
   setWindowTitle(QStringLiteral("tavhost"));
   setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
   setUnifiedTitleAndToolBarOnMac(true);
-  resize(1180, 760);
+  ResizeOnScreen(*this, QSize(1180, 760));
   MakeEditors();
   MakeDocks();
   MakeStatusBar();
@@ -85,7 +86,10 @@ void IdeWindow::MakeEditors() {
   layout->setSpacing(0);
   tabs_ = new EditorTabs(std::move(help));
   find_ = new FindBar(
-      [this]() -> ScriptEditor* { return tabs_->Page() ? &tabs_->Page()->Editor() : nullptr; });
+      [this]() -> QPlainTextEdit* { return tabs_->Page() ? &tabs_->Page()->Editor() : nullptr; },
+      [](QPlainTextEdit& editor, const QList<QTextCursor>& found) {
+        static_cast<ScriptEditor&>(editor).SetFound(found);
+      });
   layout->addWidget(tabs_, 1);
   layout->addWidget(find_);
   setCentralWidget(centre);
@@ -191,7 +195,9 @@ void IdeWindow::ShowPosition() {
 void IdeWindow::ShowTitle() {
   EditorPage* const page = tabs_->Page();
   if (!page) return;
-  setWindowTitle(QStringLiteral("%1[*] - tavhost").arg(ShownTitle(Bytes(page->Title()))));
+  const std::string title = Bytes(page->Title());
+  setWindowTitle(QStringLiteral("%1[*] - tavhost").arg(ShownTitle(title)));
+  host_.SetTitle(title + " - tavhost");
   setWindowModified(page->IsModified());
 }
 

@@ -22,6 +22,7 @@ class QPlainTextEdit;
 class QProgressBar;
 
 namespace ui {
+class FindBar;
 class ToolDocks;
 class WorkbenchModel;
 }  // namespace ui
@@ -31,7 +32,6 @@ namespace ui::ide_view {
 class CommandBrowser;
 class Console;
 class EditorTabs;
-class FindBar;
 class ProblemsPane;
 class VariablesPane;
 

@@ -1,10 +1,11 @@
-#include "tavhost/qt/ide/find_bar.h"
+#include "tavhost/qt/find_bar.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextBlock>
@@ -12,9 +13,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "tavhost/qt/ide/script_editor.h"
+#include "tavhost/qt/ide/theme.h"
 
-namespace ui::ide_view {
+namespace ui {
 
 namespace {
 
@@ -23,12 +24,13 @@ constexpr int kMostFound = 5000;
 
 }  // namespace
 
-FindBar::FindBar(std::function<ScriptEditor*()> editor, QWidget* parent)
+FindBar::FindBar(Edit edit, Mark mark, QWidget* parent)
     : QFrame(parent),
-      editor_(std::move(editor)),
+      edit_(std::move(edit)),
+      mark_(std::move(mark)),
       find_(new QLineEdit),
       replace_(new QLineEdit),
-      matchCase_(new QCheckBox(QStringLiteral("Match &case"))),
+      matchCase_(new QCheckBox(QStringLiteral("&Match case"))),
       wholeWords_(new QCheckBox(QStringLiteral("&Whole words"))),
       expression_(new QCheckBox(QStringLiteral("Regular e&xpression"))),
       count_(new QLabel),
@@ -49,10 +51,15 @@ FindBar::FindBar(std::function<ScriptEditor*()> editor, QWidget* parent)
   findLabel->setMinimumWidth(labelWidth);
   replaceLabel->setMinimumWidth(labelWidth);
   auto* const next = new QPushButton(QStringLiteral("&Next"));
-  auto* const previous = new QPushButton(QStringLiteral("Pre&vious"));
+  auto* const previous = new QPushButton(QStringLiteral("Previo&us"));
   auto* const replaceOne = new QPushButton(QStringLiteral("Replace &One"));
   auto* const replaceAll = new QPushButton(QStringLiteral("Replace &All"));
   auto* const close = new QPushButton(QStringLiteral("C&lose"));
+  // In a dialog Enter is not to press one of them from elsewhere.
+  for (QPushButton* button : {next, previous, replaceOne, replaceAll, close}) {
+    button->setAutoDefault(false);
+  }
+  count_->setObjectName(QStringLiteral("findCount"));
   replaceOne->setObjectName(QStringLiteral("replaceOne"));
   replaceAll->setObjectName(QStringLiteral("replaceAll"));
 
@@ -82,6 +89,14 @@ FindBar::FindBar(std::function<ScriptEditor*()> editor, QWidget* parent)
   hide();
 
   connect(find_, &QLineEdit::textChanged, this, [this] { Refresh(); });
+  connect(find_, &QLineEdit::textEdited, this, [this] {
+    QPlainTextEdit* const edited = edit_();
+    if (!findsWhileTyping_ || !edited || find_->text().isEmpty()) return;
+    QTextCursor cursor = edited->textCursor();
+    cursor.setPosition(cursor.selectionStart());
+    edited->setTextCursor(cursor);
+    FindNext(false);
+  });
   for (QCheckBox* box : {matchCase_, wholeWords_, expression_}) {
     connect(box, &QCheckBox::toggled, this, [this] { Refresh(); });
   }
@@ -93,7 +108,7 @@ FindBar::FindBar(std::function<ScriptEditor*()> editor, QWidget* parent)
 }
 
 void FindBar::Open(bool withReplace) {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   if (!editor) return;
   const QString selected = editor->textCursor().selectedText();
   if (!selected.isEmpty() && !selected.contains(QChar(QChar::ParagraphSeparator))) {
@@ -108,8 +123,8 @@ void FindBar::Open(bool withReplace) {
 
 void FindBar::Close() {
   hide();
-  if (ScriptEditor* const editor = editor_()) {
-    editor->SetFound({});
+  if (QPlainTextEdit* const editor = edit_()) {
+    mark_(*editor, {});
     editor->setFocus();
   }
 }
@@ -126,7 +141,7 @@ QRegularExpression FindBar::Expression() const {
   return expression;
 }
 
-QList<QTextCursor> FindBar::FindAll(ScriptEditor& editor, qsizetype most) const {
+QList<QTextCursor> FindBar::FindAll(QPlainTextEdit& editor, qsizetype most) const {
   QList<QTextCursor> found;
   const QRegularExpression expression = Expression();
   if (find_->text().isEmpty() || !expression.isValid()) return found;
@@ -149,14 +164,14 @@ QList<QTextCursor> FindBar::FindAll(ScriptEditor& editor, qsizetype most) const 
 }
 
 void FindBar::Refresh() {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   if (!isVisible() || !editor) return;
-  editor->SetFound(FindAll(*editor, kMostFound));
+  mark_(*editor, FindAll(*editor, kMostFound));
   ShowCount();
 }
 
 void FindBar::ShowCount() {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   const QList<QTextCursor> found = FindAll(*editor, kMostFound);
   if (find_->text().isEmpty()) return count_->clear();
   const QRegularExpression expression = Expression();
@@ -175,30 +190,51 @@ void FindBar::ShowCount() {
   count_->setText(QStringLiteral("%1 found").arg(total));
 }
 
+QTextCursor FindBar::FindFrom(QPlainTextEdit& editor, bool backwards) const {
+  const QRegularExpression expression = Expression();
+  if (find_->text().isEmpty() || !expression.isValid()) return QTextCursor();
+  const QTextCursor present = editor.textCursor();
+  const QTextBlock begin =
+      editor.document()->findBlock(backwards ? present.selectionStart() : present.selectionEnd());
+  // Once around: the line of the cursor comes first and, for what lies on its other side, last.
+  QTextBlock block = begin;
+  for (bool around = false;;) {
+    const bool isLast = around && block == begin;
+    QTextCursor target;
+    QRegularExpressionMatchIterator matches = expression.globalMatch(block.text());
+    while (matches.hasNext()) {
+      const QRegularExpressionMatch match = matches.next();
+      if (match.capturedLength() == 0) continue;
+      const int from = block.position() + static_cast<int>(match.capturedStart());
+      const int to = block.position() + static_cast<int>(match.capturedEnd());
+      const bool isAhead =
+          backwards ? to <= present.selectionStart() : from >= present.selectionEnd();
+      if (block == begin && !isLast && !isAhead) continue;
+      target = QTextCursor(block);
+      target.setPosition(from);
+      target.setPosition(to, QTextCursor::KeepAnchor);
+      if (!backwards) break;
+    }
+    if (!target.isNull() || isLast) return target;
+    block = backwards ? block.previous() : block.next();
+    if (!block.isValid()) {
+      block = backwards ? editor.document()->lastBlock() : editor.document()->begin();
+    }
+    around = true;
+  }
+}
+
 bool FindBar::FindNext(bool backwards) {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   if (!editor) return false;
-  const QList<QTextCursor> found = FindAll(*editor, kMostFound);
-  if (found.isEmpty()) {
-    ShowCount();
+  if (find_->text().isEmpty() && !isVisible()) {
+    Open(false);
     return false;
   }
-  const QTextCursor present = editor->textCursor();
-  QTextCursor target = backwards ? found.last() : found.first();  // round the end
-  if (backwards) {
-    for (const QTextCursor& cursor : found) {
-      if (cursor.selectionEnd() > present.selectionStart()) break;
-      target = cursor;
-    }
-  } else {
-    for (auto cursor = found.rbegin(); cursor != found.rend(); ++cursor) {
-      if (cursor->selectionStart() < present.selectionEnd()) break;
-      target = *cursor;
-    }
-  }
-  editor->setTextCursor(target);
+  const QTextCursor target = FindFrom(*editor, backwards);
+  if (!target.isNull()) editor->setTextCursor(target);
   ShowCount();
-  return true;
+  return !target.isNull();
 }
 
 QString FindBar::Replacement(const QString& found) const {
@@ -207,7 +243,7 @@ QString FindBar::Replacement(const QString& found) const {
 }
 
 bool FindBar::Replace() {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   if (!editor || editor->isReadOnly()) return false;
   QTextCursor cursor = editor->textCursor();
   const QList<QTextCursor> found = FindAll(*editor, kMostFound);
@@ -224,7 +260,7 @@ bool FindBar::Replace() {
 }
 
 int FindBar::ReplaceAll() {
-  ScriptEditor* const editor = editor_();
+  QPlainTextEdit* const editor = edit_();
   if (!editor || editor->isReadOnly()) return 0;
   int count = 0;
   QTextCursor all(editor->document());
@@ -246,7 +282,9 @@ void FindBar::keyPressEvent(QKeyEvent* event) {
       return Close();
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      if (replace_->hasFocus()) {
+      if (auto* const button = qobject_cast<QPushButton*>(focusWidget())) {
+        button->click();
+      } else if (replace_->hasFocus()) {
         Replace();
       } else {
         FindNext((event->modifiers() & Qt::ShiftModifier) != 0);
@@ -257,4 +295,15 @@ void FindBar::keyPressEvent(QKeyEvent* event) {
   }
 }
 
-}  // namespace ui::ide_view
+void MarkFound(QPlainTextEdit& edit, const QList<QTextCursor>& found) {
+  QList<QTextEdit::ExtraSelection> selections;
+  for (const QTextCursor& one : found) {
+    QTextEdit::ExtraSelection selection;
+    selection.cursor = one;
+    selection.format.setBackground(ide_view::ColoursFor(edit.palette()).found);
+    selections.append(selection);
+  }
+  edit.setExtraSelections(selections);
+}
+
+}  // namespace ui

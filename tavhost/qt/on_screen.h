@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QPoint>
+#include <QSize>
+#include <QString>
+#include <QWidget>
+#include <optional>
+
+// What keeps windows on the screen, whatever texts and sizes scripts give them.
+namespace ui {
+
+// The largest size, without its frame, that the window can have for all of it to be seen.
+QSize MostOnScreen(const QWidget& window);
+
+// Gives the window that size, or as much of it as the screen has.
+void ResizeOnScreen(QWidget& window, const QSize& size);
+// Puts the frame there, or as near as the screen ends.
+void MoveOnScreen(QWidget& window, const QPoint& place);
+
+// A single line that is cut where it would be wider than so many mean characters. What was cut is
+// for a tip: `TipOf`.
+QString ElidedText(const QWidget& widget, const QString& text, int columns);
+// The whole text as a tip that shows it as it is; empty when `shown` is all of it.
+QString TipOf(const QString& text, const QString& shown);
+
+}  // namespace ui
