@@ -59,6 +59,7 @@ FindBar::FindBar(Edit edit, Mark mark, QWidget* parent)
   for (QPushButton* button : {next, previous, replaceOne, replaceAll, close}) {
     button->setAutoDefault(false);
   }
+  matchCase_->setObjectName(QStringLiteral("matchCase"));
   count_->setObjectName(QStringLiteral("findCount"));
   replaceOne->setObjectName(QStringLiteral("replaceOne"));
   replaceAll->setObjectName(QStringLiteral("replaceAll"));

@@ -49,7 +49,9 @@ void MessageWindowView::ShowModel() {
   }
   text_->SetText(text);
   // It grows with its text and does not shrink under the user's eyes.
-  ResizeOnScreen(*this, isVisible() ? size().expandedTo(sizeHint()) : sizeHint());
+  const QSize before = size();
+  ResizeOnScreen(*this, isVisible() ? before.expandedTo(sizeHint()) : sizeHint());
+  if (isVisible() && size() != before) MoveOnScreen(*this, pos());
 }
 
 }  // namespace ui

@@ -35,10 +35,15 @@ Qt::Orientation OrderOf(const Tool& tool) {
 
 int Pixels(long size) { return static_cast<int>(std::clamp(size, 0L, 16000L)); }
 
+bool TakesAllRoom(const Tool& tool) {
+  const WindowContent content = tool.content ? tool.content->Content() : WindowContent::kOther;
+  return content == WindowContent::kText || content == WindowContent::kResults;
+}
+
 }  // namespace
 
-ToolDocks::ToolDocks(QMainWindow& window, WorkbenchModel& workbench)
-    : window_(window), workbench_(workbench) {
+ToolDocks::ToolDocks(QMainWindow& window, WorkbenchModel& workbench, QWidget* middle)
+    : window_(window), workbench_(workbench), middle_(middle) {
   workbench_.AddObserver(*this);
   for (Tool* const tool : workbench_.InOrder()) {
     ToolAdded(*tool);
@@ -95,7 +100,8 @@ void ToolDocks::ToolAdded(Tool& tool) {
   dock->installEventFilter(this);
   QObject::connect(dock->toggleViewAction(), &QAction::triggered, this,
                    [this, &tool](bool visible) { workbench_.SetVisible(tool, visible); });
-  QObject::connect(dock, &QDockWidget::topLevelChanged, this, [dock, &tool](bool floating) {
+  QObject::connect(dock, &QDockWidget::topLevelChanged, this, [this, dock, &tool](bool floating) {
+    ShowMiddle();
     if (!floating || !tool.floatingSize) return;
     dock->resize(Pixels(tool.floatingSize->Width()), Pixels(tool.floatingSize->Height()));
   });
@@ -109,6 +115,7 @@ void ToolDocks::ToolRemoved(Tool& tool) {
   if (closing) closing(*found->second.dock);
   delete found->second.dock;
   entries_.erase(found);
+  ShowMiddle();
 }
 
 void ToolDocks::ToolChanged(Tool& tool, ToolChange change) {
@@ -197,9 +204,11 @@ void ToolDocks::ShowVisible(Tool& tool) {
   Entry& entry = entries_.at(&tool);
   if (!tool.visible) {
     entry.dock->hide();
+    ShowMiddle();
     return;
   }
   if (!entry.placed) Place(tool);
+  ShowMiddle();
   entry.dock->show();
   entry.dock->raise();
   ApplySizes(tool);
@@ -225,6 +234,13 @@ void ToolDocks::ApplySizes(const Tool& tool) {
   if (const int height = Pixels(preferred->Height()); height > 0) {
     window_.resizeDocks({entry.dock}, {height}, Qt::Vertical);
   }
+}
+
+void ToolDocks::ShowMiddle() {
+  if (!middle_) return;
+  middle_->setVisible(std::none_of(entries_.begin(), entries_.end(), [](const auto& entry) {
+    return entry.first->visible && !entry.second.dock->isFloating() && TakesAllRoom(*entry.first);
+  }));
 }
 
 bool ToolDocks::eventFilter(QObject* object, QEvent* event) {

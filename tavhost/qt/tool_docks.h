@@ -13,9 +13,11 @@ namespace ui {
 
 // The tools of a workbench as docks of a main window. Tools of one side and index are tabs of one
 // place; other indices stand beside it, in their order. What the user moves stays where it is put.
+// Texts and tables take all room there is; drawings and the like have the size that they are given.
 class ToolDocks final : public QObject, private WorkbenchObserver {
  public:
-  ToolDocks(QMainWindow& window, WorkbenchModel& workbench);
+  // `middle`, if any, is the window's central widget, shown where no tool takes the room.
+  ToolDocks(QMainWindow& window, WorkbenchModel& workbench, QWidget* middle = nullptr);
   ToolDocks(const ToolDocks&) = delete;
   ToolDocks& operator=(const ToolDocks&) = delete;
   ~ToolDocks() override;
@@ -50,10 +52,12 @@ class ToolDocks final : public QObject, private WorkbenchObserver {
   void Place(const Tool& tool);
   void ShowVisible(Tool& tool);
   void ApplySizes(const Tool& tool);
+  void ShowMiddle();
   std::vector<const Tool*> PlacedBeside(const Tool& tool) const;
 
   QMainWindow& window_;
   WorkbenchModel& workbench_;
+  QWidget* const middle_;
   std::map<const Tool*, Entry> entries_;
 };
 

@@ -11,16 +11,26 @@ namespace {
 
 constexpr QSize kFirstSize(760, 460);
 
+// What is left of the window where its tools do not take all of it.
+QWidget* MakeMiddle(QMainWindow& window) {
+  auto* const middle = new QWidget;
+  window.setCentralWidget(middle);
+  // Tools at the left and the right do not end where one of the bottom begins.
+  window.setCorner(Qt::TopLeftCorner, Qt::LeftDockWidgetArea);
+  window.setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+  window.setCorner(Qt::TopRightCorner, Qt::RightDockWidgetArea);
+  window.setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+  return middle;
+}
+
 QString SizeName() { return QStringLiteral("work-window"); }
 
 }  // namespace
 
 WorkWindowView::WorkWindowView(WorkWindowModel& model)
-    : model_(model), docks_(*this, model.workbench) {
+    : model_(model), docks_(*this, model.workbench, MakeMiddle(*this)) {
   setWindowTitle(QStringLiteral("tavhost"));
   setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
-  // The docks are all there is to see; they share the whole window.
-  setCentralWidget(nullptr);
   ResizeOnScreen(*this, remembered_sizes::Find(SizeName()).value_or(kFirstSize));
 }
 

@@ -231,15 +231,18 @@ TEST_F(QtDocks, SizesAreThoseOfTheSide) {
   EXPECT_LT(docks.Dock("left")->widget()->minimumHeight(), 100);
 }
 
-int warnings = 0;
-void CountWarnings(QtMsgType, const QMessageLogContext&, const QString&) { ++warnings; }
+QStringList warnings;
+void KeepWarning(QtMsgType, const QMessageLogContext&, const QString& text) {
+  // Not what the screen that nobody sees says of itself.
+  if (!text.contains(QLatin1String("plugin does not support"))) warnings << text;
+}
 
 TEST_F(QtDocks, NoSizeIsAskedForByNought) {
   ui::ToolDocks docks(window, bench);
   window.resize(800, 600);
   window.show();
-  warnings = 0;
-  const QtMessageHandler before = qInstallMessageHandler(&CountWarnings);
+  warnings.clear();
+  const QtMessageHandler before = qInstallMessageHandler(&KeepWarning);
   for (const SV::Size& size : {SV::Size(0, 0), SV::Size(0, 200), SV::Size(-5, 0)}) {
     Tool& tool = Add("tool", ToolSide::kRight, 0, 0);
     bench.SetSize(tool, &Tool::verticalSize, size);
@@ -249,7 +252,7 @@ TEST_F(QtDocks, NoSizeIsAskedForByNought) {
     EXPECT_GT(docks.Dock("tool")->width(), 0);
   }
   qInstallMessageHandler(before);
-  EXPECT_EQ(warnings, 0);
+  EXPECT_EQ(warnings.join('|').toStdString(), "");
 }
 
 // Where nothing else is, a tool of a side stands there in the size that the script gave it.
@@ -393,20 +396,22 @@ TEST_F(QtProgress, AWindowThatCanBeCancelledTakesTheKeyboard) {
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
     EXPECT_FALSE(model.IsCancelled());
     QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-    EXPECT_TRUE(model.IsCancelled());
+    // A button that is pressed by its letter is down for a moment.
+    EXPECT_TRUE(QTest::qWaitFor([&model] { return model.IsCancelled(); }, kPatience));
     Toolkit().Close(model);
   }
 }
 
 TEST_F(QtProgress, AWindowWithoutAButtonLeavesTheKeyboard) {
-  QWidget other;
-  other.show();
-  other.activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
-  ui::PercentageWindowModel model("Sorting", false, false);
-  Toolkit().Show(model);
-  EXPECT_EQ(QApplication::activeWindow(), &other);
-  Toolkit().Close(model);
+  // Offscreen every window that is shown becomes the active one: what asks for that is looked at.
+  for (const bool canCancel : {false, true}) {
+    ui::PercentageWindowModel model("Sorting", canCancel, false);
+    ui::PercentageWindowView view(model, nullptr);
+    EXPECT_EQ(view.testAttribute(Qt::WA_ShowWithoutActivating), !canCancel);
+    view.Open();
+    HandleEvents();
+    EXPECT_EQ(view.hasFocus(), canCancel);
+  }
 }
 
 TEST_F(QtProgress, BarsAreCalledWhatTheirMessagesSay) {
