@@ -21,9 +21,9 @@ EditFieldView::EditFieldView(EditFieldModel& model, QWidget* parent)
 
   auto* const layout = new QVBoxLayout(&Dialog());
   layout->addStrut(Dialog().fontMetrics().averageCharWidth() * kFieldColumns);
-  layout->addWidget(caption, 1);
+  layout->addWidget(caption);
   layout->addWidget(edit_);
-  layout->addStretch(1);
+  layout->addStretch();
   layout->addWidget(MakeButtons());
   ShowModel();
   edit_->setFocus();

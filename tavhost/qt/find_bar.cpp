@@ -73,7 +73,6 @@ FindBar::FindBar(Edit edit, Mark mark, QWidget* parent)
     findRow->addWidget(widget);
   }
   findRow->setStretchFactor(find_, 1);
-  findRow->addWidget(close);
   auto* const replaceLine = new QHBoxLayout(replaceRow_);
   replaceLine->setContentsMargins(0, 0, 0, 0);
   replaceLine->addWidget(replaceLabel);
@@ -84,6 +83,7 @@ FindBar::FindBar(Edit edit, Mark mark, QWidget* parent)
   choices->addSpacing(labelWidth + findRow->spacing());
   for (QCheckBox* box : {matchCase_, wholeWords_, expression_}) choices->addWidget(box);
   choices->addStretch(1);
+  choices->addWidget(close);
   layout->addLayout(findRow);
   layout->addWidget(replaceRow_);
   layout->addLayout(choices);

@@ -210,6 +210,10 @@ void FindUnreachable(QWidget& window, const std::vector<QWidget*>& parts, QStrin
   }
   for (int i = 0; i < kMostTabs && focus && reached.insert(focus).second; ++i) {
     QTest::keyClick(focus, Qt::Key_Tab);
+    // Where Tab is a character of a text, Ctrl+Tab goes on.
+    if (QApplication::focusWidget() == focus) {
+      QTest::keyClick(focus, Qt::Key_Tab, Qt::ControlModifier);
+    }
     focus = QApplication::focusWidget();
   }
   for (const QWidget* const part : parts) {
