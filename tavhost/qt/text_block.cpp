@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_direction.h"
 
 namespace ui {
 
@@ -39,6 +40,7 @@ class TextBlock::Scrolled final : public QPlainTextEdit {
     setFrameShape(QFrame::NoFrame);
     viewport()->setAutoFillBackground(false);
     setAccessibleName(QStringLiteral("Message"));
+    StandInOwnDirection(*this);
   }
 
   void Show(const QString& text, int width, int mostLines) {
