@@ -14,30 +14,17 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 
 # The rooms of the host, the folders of tavhost/, lowest floor first, and the rooms that each may
-# include beside itself. A room names what it needs and nothing more.
-ROOMS = {
-    "base": (),
-    "notation": ("base",),
-    "reference": ("base", "notation"),
-    "ui": ("base", "notation"),
-    "ide": ("base",),
-    "script": ("base", "notation"),
-    "sv": ("base", "ui"),
-    "windows": ("base", "sv"),
-    "system": ("base", "ui", "sv"),
-    "files": ("base", "script", "windows"),
-    "http": ("base", "files"),
-    "dialog": ("base", "ui", "sv"),
-    "browser": ("base", "ui"),
-    "tools": ("base", "notation", "ui", "files"),
-    "analysis": ("base", "notation", "reference", "ui", "script"),
-    "loader": ("base", "notation", "script"),
-    "service": ("base", "notation", "script"),
-    "lsp": ("base", "notation", "reference", "script", "analysis"),
-    "headless": ("base", "ui"),
-    "qt": ("base", "reference", "ui", "ide"),
-}
-ROOMS["app"] = tuple(room for room in ROOMS if room != "qt")  # the Qt module is loaded, never linked
+# include: no more than it uses, so that nobody comes to know a neighbour unseen.
+LIBRARY = re.compile(r"^ *tav_host_library\((\w+)(?:\s+USES((?:\s+[a-z]+)+))?[^)]*\)", re.MULTILINE)
+
+
+def rooms_of(cmake):
+    return {room: tuple(used.split()) for room, used in LIBRARY.findall(cmake)}
+
+
+ROOMS = rooms_of((ROOT / "cmake/HostLibrary.cmake").read_text())
+# The Qt module is loaded, never linked; tavhost/qt/CMakeLists.txt makes it.
+ROOMS["qt"] = ("base", "reference", "ui", "ide")
 FLOORS = list(ROOMS)
 
 STANDARD = set("""
@@ -123,7 +110,7 @@ def quoted_problem(path, included):
         return "the host never includes the plug-in"
     room = here.removeprefix("tavhost/")
     if room not in ROOMS:
-        return f"{here}/ is no room; ROOMS lists them"
+        return f"{here}/ is no room; cmake/HostLibrary.cmake lists them"
     if there == "host":
         return None
     other = there.removeprefix("tavhost/")
@@ -132,15 +119,15 @@ def quoted_problem(path, included):
     if other == "qt":
         return "the Qt module is loaded, never linked"
     if other not in ROOMS:
-        return f"{there}/ is no room; ROOMS lists them"
-    return f"{room} does not use {other}; ROOMS tells what each room needs"
+        return f"{there}/ is no room; cmake/HostLibrary.cmake lists them"
+    return f"{room} does not use {other}; cmake/HostLibrary.cmake tells what each room needs"
 
 
 def rooms_problems():
-    """What is wrong with ROOMS itself: a room that reaches up."""
-    return [f"tavhost/{path.name}/ is no room; ROOMS lists them"
+    """What is wrong with the rooms themselves: one that reaches up."""
+    return [f"tavhost/{path.name}/ is no room; cmake/HostLibrary.cmake lists them"
             for path in (ROOT / "tavhost").iterdir() if path.is_dir() and path.name not in ROOMS] + [
-            f"scripts/check_includes.py: {room} would reach up to {other}"
+            f"cmake/HostLibrary.cmake: {room} would reach up to {other}"
             for room, others in ROOMS.items() for other in others
             if other not in FLOORS or FLOORS.index(other) >= FLOORS.index(room)]
 
