@@ -1,12 +1,13 @@
 #include "tavhost/qt/list_box_view.h"
 
 #include <QItemSelection>
-#include <QLabel>
 #include <QScrollArea>
 #include <algorithm>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_block.h"
 
 namespace ui {
 
@@ -14,6 +15,9 @@ namespace {
 
 constexpr int kColumns = 48;
 constexpr int kLines = 14;
+constexpr int kCaptionLines = 6;
+constexpr int kCheckBoxColumns = 42;
+constexpr int kNameColumns = 200;  // what a screen reader says of the list
 constexpr std::size_t kMostShownCheckBoxes = 6;
 // A row of more bytes than any screen shows is cut there, so that drawing it stays fast.
 constexpr std::size_t kMostShownBytes = 4000;
@@ -54,16 +58,17 @@ ListBoxView::ListBoxView(ListBoxModel& model, QWidget* parent)
   view_->setSelectionMode(model.IsMultiple() ? QAbstractItemView::MultiSelection
                                              : QAbstractItemView::SingleSelection);
   view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-  view_->setAccessibleName(model.boxText.empty() ? Shown(model.Title()) : Shown(model.boxText));
+  view_->setAccessibleName(ElidedText(
+      *view_, Shown(model.boxText.empty() ? model.Title() : model.boxText), kNameColumns));
   if (!model.IsMultiple()) {
     QObject::connect(view_, &QListView::doubleClicked, this, [this] { End("ok"); });
   }
 
   auto* const layout = new QVBoxLayout(&Dialog());
   if (!model.boxText.empty()) {
-    auto* const text = new QLabel(Shown(model.boxText));
-    text->setTextFormat(Qt::PlainText);
-    text->setWordWrap(true);
+    auto* const text =
+        new TextBlock(kColumns, kCaptionLines, Qt::AlignLeading, TextBlock::Width::kOfWindow);
+    text->SetText(Shown(model.boxText));
     layout->addWidget(text);
   }
   if (model.Count() > kMostUnsearched) {
@@ -92,7 +97,8 @@ QWidget* ListBoxView::MakeCheckBoxes() {
   auto* const layout = new QVBoxLayout(boxes);
   layout->setContentsMargins(0, 0, 0, 0);
   for (const ListBoxModel::CheckBox& box : list_.CheckBoxes()) {
-    auto* const widget = new QCheckBox(ShownLabel(box.text));
+    auto* const widget = new QCheckBox;
+    ShowLabel(*widget, Shown(box.text), kCheckBoxColumns);
     layout->addWidget(widget);
     checkBoxes_.push_back(widget);
   }

@@ -19,8 +19,7 @@ namespace ui {
 
 namespace {
 
-constexpr int kMostPoints = 400;        // larger than any screen shows
-constexpr int kMostButtonColumns = 32;  // of a label; the rest is in a tip
+constexpr int kMostPoints = 400;  // larger than any screen shows
 
 QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
   if (name == "yes") return QDialogButtonBox::YesRole;
@@ -29,14 +28,11 @@ QDialogButtonBox::ButtonRole RoleOf(const std::string& name) {
   return QDialogButtonBox::AcceptRole;
 }
 
-// The usual labels have their usual letters; the others, of which is shown what a button holds, get
-// one of those that are left.
-QString LabelOf(const ModalButton& button, const QString& shown) {
+// The usual labels have their usual letters; the others get one of those that are left.
+bool IsUsual(const std::string& label) {
   static constexpr std::string_view kUsual[] = {"OK",   "Yes",  "No",     "Retry", "Cancel",
                                                 "Open", "Save", "Choose", "Close"};
-  const bool isUsual =
-      std::find(std::begin(kUsual), std::end(kUsual), button.label) != std::end(kUsual);
-  return isUsual ? QLatin1Char('&') + shown : ShownLabel(shown.toStdString());
+  return std::find(std::begin(kUsual), std::end(kUsual), label) != std::end(kUsual);
 }
 
 bool IsKeyEvent(QEvent::Type type) {
@@ -95,10 +91,9 @@ QDialogButtonBox* ModalView::MakeButtons() {
   auto* const box = new QDialogButtonBox;
   const std::string defaultButton = model_.DefaultButton();
   for (const ModalButton& button : model_.Buttons()) {
-    const QString label = Shown(button.label);
-    const QString shown = ElidedText(*box, label, kMostButtonColumns);
-    QPushButton* const widget = box->addButton(LabelOf(button, shown), RoleOf(button.name));
-    widget->setToolTip(TipOf(label, shown));
+    QPushButton* const widget =
+        box->addButton(QLatin1Char('&') + Shown(button.label), RoleOf(button.name));
+    if (!IsUsual(button.label)) ShowLabel(*widget, Shown(button.label), kMostLabelColumns);
     widget->setObjectName(QString::fromStdString(button.name));
     widget->setAutoDefault(true);
     if (button.name == defaultButton) widget->setDefault(true);

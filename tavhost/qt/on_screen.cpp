@@ -1,14 +1,19 @@
 #include "tavhost/qt/on_screen.h"
 
+#include <QAbstractButton>
 #include <QFontMetrics>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QStyle>
 #include <algorithm>
 
+#include "tavhost/qt/shown_text.h"
+
 namespace ui {
 
 namespace {
+
+constexpr int kMostSpoken = 200;  // columns of a label, by a screen reader
 
 constexpr qsizetype kMostTip = 2000;   // characters; a tip is to be smaller than the screen
 constexpr qsizetype kMostLine = 1000;  // no screen shows more in a line
@@ -39,6 +44,13 @@ void MoveOnScreen(QWidget& window, const QPoint& place) {
   };
   window.move(bounded(place.x(), screen.left(), screen.width(), size.width()),
               bounded(place.y(), screen.top(), screen.height(), size.height()));
+}
+
+void ShowLabel(QAbstractButton& button, const QString& text, int columns) {
+  const QString shown = ElidedText(button, text, columns);
+  button.setText(ShownLabel(shown.toStdString()));
+  button.setToolTip(TipOf(text, shown));
+  if (shown != text) button.setAccessibleName(ElidedText(button, text, kMostSpoken));
 }
 
 QString ElidedText(const QWidget& widget, const QString& text, int columns) {

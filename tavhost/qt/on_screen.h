@@ -6,6 +6,8 @@
 #include <QWidget>
 #include <optional>
 
+class QAbstractButton;
+
 // What keeps windows on the screen, whatever texts and sizes scripts give them.
 namespace ui {
 
@@ -16,6 +18,12 @@ QSize MostOnScreen(const QWidget& window);
 void ResizeOnScreen(QWidget& window, const QSize& size);
 // Puts the frame there, or as near as the screen ends.
 void MoveOnScreen(QWidget& window, const QPoint& place);
+
+// The text as the label of a button or check box, cut where it would be wider than so many mean
+// characters; the whole is then in its tip, and as much as a person listens to in what it is
+// called.
+inline constexpr int kMostLabelColumns = 32;  // of a dialog's own buttons
+void ShowLabel(QAbstractButton& button, const QString& text, int columns);
 
 // A single line that is cut where it would be wider than so many mean characters. What was cut is
 // for a tip: `TipOf`.

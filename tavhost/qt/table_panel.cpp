@@ -24,13 +24,14 @@ namespace ui {
 
 namespace {
 
-QLabel* MakeLabel(const char* name) {
-  auto* const label = new QLabel;
-  label->setObjectName(QLatin1String(name));
-  label->setTextFormat(Qt::PlainText);
-  label->setWordWrap(true);
-  label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  return label;
+constexpr int kTitleColumns = 60;
+constexpr int kTitleLines = 3;
+
+TextBlock* MakeTitle(const char* name) {
+  auto* const title =
+      new TextBlock(kTitleColumns, kTitleLines, Qt::AlignLeading, TextBlock::Width::kOfWindow);
+  title->Label().setObjectName(QLatin1String(name));
+  return title;
 }
 
 QString Count(std::uint32_t number, const char* one, const char* many) {
@@ -42,8 +43,8 @@ QString Count(std::uint32_t number, const char* one, const char* many) {
 TablePanel::TablePanel(TableModel& table, bool editable)
     : items_(table, editable),
       editable_(editable),
-      header_(MakeLabel("header")),
-      subtitle_(MakeLabel("subtitle")),
+      header_(MakeTitle("header")),
+      subtitle_(MakeTitle("subtitle")),
       searchBar_(MakeSearchBar()),
       view_(new TableView(items_, editable)),
       status_(new QLabel) {
@@ -161,9 +162,9 @@ void TablePanel::SetTable(TableModel& table) {
 
 void TablePanel::ShowTable() {
   const TableModel& table = items_.Table();
-  header_->setText(Shown(table.header));
+  header_->SetText(Shown(table.header));
   header_->setVisible(!table.header.empty());
-  subtitle_->setText(Shown(table.subtitle));
+  subtitle_->SetText(Shown(table.subtitle));
   subtitle_->setVisible(!table.subtitle.empty());
   view_->setAccessibleName(table.header.empty() ? QStringLiteral("Table") : Shown(table.header));
   view_->ShowTable();

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "tavhost/qt/table_view.h"
+#include "tavhost/qt/text_block.h"
 
 namespace ui {
 
@@ -42,8 +43,8 @@ class TablePanel final : public QWidget {
 
   TableItems items_;
   bool editable_;
-  QLabel* header_;
-  QLabel* subtitle_;
+  TextBlock* header_;
+  TextBlock* subtitle_;
   QLineEdit* searchText_ = nullptr;
   QCheckBox* filters_ = nullptr;
   QLabel* matches_ = nullptr;

@@ -15,7 +15,8 @@ namespace {
 
 // A text of more characters scrolls without being measured.
 constexpr qsizetype kMostMeasured = 4000;
-constexpr int kLeastLines = 3;  // of what scrolls
+constexpr int kLeastLines = 3;    // of what scrolls
+constexpr int kLeastColumns = 8;  // of what scrolls in a window with a width of its own
 
 bool HasWordWiderThan(const QFontMetrics& metrics, const QString& text, int width) {
   qsizetype begin = 0;
@@ -43,7 +44,7 @@ class TextBlock::Scrolled final : public QPlainTextEdit {
     StandInOwnDirection(*this);
   }
 
-  void Show(const QString& text, int width, int mostLines) {
+  void Show(const QString& text, int width, int leastWidth, int mostLines) {
     setLineWrapMode(HasHugeLine(text) ? QPlainTextEdit::NoWrap : QPlainTextEdit::WidgetWidth);
     if (toPlainText() != text) setPlainText(text);
     const int line = fontMetrics().lineSpacing();
@@ -54,7 +55,7 @@ class TextBlock::Scrolled final : public QPlainTextEdit {
     const int lines = std::clamp((bounds.height() + line - 1) / line, 1, mostLines);
     const int bar = verticalScrollBar()->sizeHint().width();
     hint_ = QSize(width + margins + bar, lines * line + margins);
-    least_ = QSize(width / 2, std::min(lines, kLeastLines) * line + margins);
+    least_ = QSize(leastWidth, std::min(lines, kLeastLines) * line + margins);
     updateGeometry();
   }
 
@@ -66,8 +67,8 @@ class TextBlock::Scrolled final : public QPlainTextEdit {
   QSize least_;
 };
 
-TextBlock::TextBlock(int columns, int lines, Qt::Alignment alignment, QWidget* parent)
-    : QWidget(parent), columns_(columns), lines_(lines), label_(new QLabel) {
+TextBlock::TextBlock(int columns, int lines, Qt::Alignment alignment, Width width, QWidget* parent)
+    : QWidget(parent), columns_(columns), lines_(lines), width_(width), label_(new QLabel) {
   label_->setTextFormat(Qt::PlainText);
   label_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   label_->setWordWrap(true);
@@ -96,7 +97,7 @@ void TextBlock::SetText(const QString& text) {
 // A label that wraps gives no width of its own: as wide as its longest line.
 void TextBlock::ShowInFull(const QRect& bounds) {
   label_->setText(text_);
-  label_->setMinimumWidth(bounds.width() + 2);
+  if (width_ == Width::kOfText) label_->setMinimumWidth(bounds.width() + 2);
   label_->show();
   if (scrolled_) scrolled_->hide();
 }
@@ -108,7 +109,9 @@ void TextBlock::ShowScrolled() {
   }
   label_->clear();
   label_->hide();
-  scrolled_->Show(text_, fontMetrics().averageCharWidth() * columns_, MostLines());
+  const int column = fontMetrics().averageCharWidth();
+  const int least = width_ == Width::kOfText ? column * columns_ / 2 : column * kLeastColumns;
+  scrolled_->Show(text_, column * columns_, least, MostLines());
   scrolled_->show();
 }
 

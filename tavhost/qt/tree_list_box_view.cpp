@@ -3,13 +3,14 @@
 #include <QHeaderView>
 #include <QItemSelection>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QWhatsThis>
 #include <algorithm>
 #include <utility>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/text_block.h"
 
 namespace ui {
 
@@ -17,7 +18,10 @@ namespace {
 
 using Handle = TreeListBoxModel::Handle;
 
-constexpr long kColumns = 56;
+constexpr int kColumns = 56;
+constexpr int kHeadlineLines = 6;
+constexpr int kNameColumns = 200;  // what a screen reader says of the tree
+constexpr int kMostButtonWidth = 2000;
 constexpr long kLines = 20;
 
 constexpr char kHelp[] =
@@ -34,9 +38,9 @@ TreeListBoxView::TreeListBoxView(TreeListBoxModel& model, QWidget* parent)
       view_(new FittingTreeView) {
   auto* const layout = new QVBoxLayout(&Dialog());
   if (!model.headline.empty()) {
-    auto* const headline = new QLabel(Shown(model.headline));
-    headline->setTextFormat(Qt::PlainText);
-    headline->setWordWrap(true);
+    auto* const headline =
+        new TextBlock(kColumns, kHeadlineLines, Qt::AlignLeading, TextBlock::Width::kOfWindow);
+    headline->SetText(Shown(model.headline));
     layout->addWidget(headline);
   }
   if (model.Rules().searchable) {
@@ -76,7 +80,8 @@ void TreeListBoxView::SetUpTree() {
   view_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   view_->setSelectionMode(rules.multiple && !rules.checkBoxes ? QAbstractItemView::ExtendedSelection
                                                               : QAbstractItemView::SingleSelection);
-  view_->setAccessibleName(Shown(tree_.headline.empty() ? tree_.Title() : tree_.headline));
+  view_->setAccessibleName(ElidedText(
+      *view_, Shown(tree_.headline.empty() ? tree_.Title() : tree_.headline), kNameColumns));
   view_->setRootIsDecorated(!rules.flat);
   view_->setItemsExpandable(!rules.flat);
   if (rules.flat) view_->setIndentation(0);
@@ -102,6 +107,14 @@ void TreeListBoxView::SetUpTree() {
   });
 }
 
+// What buttons of the width that the script gives hold beside their frames.
+int TreeListBoxView::ButtonColumns() {
+  if (tree_.buttonWidth <= 0) return kMostLabelColumns;
+  const long column = Dialog().fontMetrics().averageCharWidth();
+  const long columns = std::min<long>(tree_.buttonWidth, kMostButtonWidth) / column - 3;
+  return static_cast<int>(std::max(columns, 1L));
+}
+
 // In the order of the model, which is the script's; not in that of the desktop.
 QWidget* TreeListBoxView::MakeButtonRow() {
   auto* const row = new QWidget(&Dialog());
@@ -118,13 +131,14 @@ QWidget* TreeListBoxView::MakeButtonRow() {
   }
   layout->addStretch(1);
   for (const ModalButton& button : tree_.Buttons()) {
-    auto* const widget = new QPushButton(ShownLabel(button.label));
+    auto* const widget = new QPushButton;
+    ShowLabel(*widget, Shown(button.label), ButtonColumns());
     widget->setObjectName(QString::fromStdString(button.name));
     layout->addWidget(widget);
     // The dialog hears of its default button only from one that stands in it.
     widget->setDefault(button.name == tree_.DefaultButton());
     if (tree_.buttonWidth > 0) {
-      widget->setFixedWidth(static_cast<int>(std::min<long>(tree_.buttonWidth, 2000)));
+      widget->setFixedWidth(static_cast<int>(std::min<long>(tree_.buttonWidth, kMostButtonWidth)));
     }
     QObject::connect(widget, &QPushButton::clicked, this,
                      [this, name = button.name] { End(name); });

@@ -17,6 +17,7 @@
 #include "tavhost/ui/models/message_window_model.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/text_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 #include "tests/qt/qt_fixture.h"
 #include "tests/qt/sample_windows.h"
 
@@ -709,6 +710,33 @@ TEST_F(QtWindows, ALabelThatNoButtonHoldsIsInItsTip) {
         EXPECT_TRUE(ok->toolTip().contains(QStringLiteral("belongs to it")));
         EXPECT_TRUE(ok->toolTip().contains(QStringLiteral("&lt;all&gt;")));
         EXPECT_TRUE(Button(dialog, "cancel")->toolTip().isEmpty());
+        dialog.close();
+      },
+      0);
+  ui::ListBoxModel list(true);
+  list.AddCheckBox(model.okText, true);
+  list.AddCheckBox("Short & so on", true);
+  Run(
+      list,
+      [](QDialog& dialog) {
+        const auto boxes = dialog.findChildren<QCheckBox*>();
+        ASSERT_EQ(boxes.size(), 2);
+        EXPECT_TRUE(boxes[0]->toolTip().contains(QStringLiteral("belongs to it")));
+        EXPECT_TRUE(boxes[0]->accessibleName().endsWith(QStringLiteral("belongs to it")));
+        EXPECT_TRUE(boxes[1]->toolTip().isEmpty());
+        dialog.close();
+      },
+      0);
+  ui::TreeListBoxModel tree({});
+  tree.okText = model.okText;
+  tree.buttonWidth = 90;
+  Run(
+      tree,
+      [](QDialog& dialog) {
+        QPushButton* const ok = Button(dialog, "ok");
+        EXPECT_EQ(ok->width(), 90);
+        EXPECT_LT(ok->minimumSizeHint().width(), 100);
+        EXPECT_TRUE(ok->toolTip().contains(QStringLiteral("belongs to it")));
         dialog.close();
       },
       0);
