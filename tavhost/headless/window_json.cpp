@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 
+#include "tavhost/base/json_writer.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/models/browser_model.h"
@@ -21,7 +21,7 @@ namespace ui {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = base::JsonWriter;
 
 // More rows of a table than somebody looks through. `row-count` tells how many there are in all,
 // and an answer can change every one of them.
@@ -47,83 +47,106 @@ const char* KindName(MessageKind kind) {
 }
 
 void Describe(const MessageBoxModel& box, Json& json) {
-  json["kind"] = KindName(box.Message());
-  json["text"] = box.Text();
+  json.Key("kind").String(KindName(box.Message()));
+  json.Key("text").String(box.Text());
 }
 
 void Describe(const EditFieldModel& field, Json& json) {
-  json["caption"] = field.caption;
-  json["text"] = field.text;
+  json.Key("caption").String(field.caption);
+  json.Key("text").String(field.text);
 }
 
 void Describe(const ListBoxModel& list, Json& json) {
-  json["caption"] = list.boxText;
-  json["multiple"] = list.IsMultiple();
-  json["entries"] = Json::array();
-  for (std::uint32_t i = 0; i < list.Count(); ++i) json["entries"].push_back(list.Entry(i));
-  json["selected"] = Json::array();
-  for (const std::uint32_t index : list.Selected()) json["selected"].push_back(list.Entry(index));
-  json["check-boxes"] = Json::array();
+  json.Key("caption").String(list.boxText);
+  json.Key("multiple").Bool(list.IsMultiple());
+  json.Key("entries").BeginArray();
+  for (std::uint32_t i = 0; i < list.Count(); ++i) json.String(list.Entry(i));
+  json.EndArray();
+  json.Key("selected").BeginArray();
+  for (const std::uint32_t index : list.Selected()) json.String(list.Entry(index));
+  json.EndArray();
+  json.Key("check-boxes").BeginArray();
   for (const ListBoxModel::CheckBox& box : list.CheckBoxes()) {
-    json["check-boxes"].push_back({{"text", box.text}, {"checked", box.checked}});
+    json.BeginObject();
+    json.Key("text").String(box.text);
+    json.Key("checked").Bool(box.checked);
+    json.EndObject();
   }
+  json.EndArray();
 }
 
 void Describe(const FileDialogModel& files, Json& json) {
-  json["save"] = files.IsSave();
-  json["multiple"] = files.AllowsMultiple();
-  json["folder"] = files.startPath;
-  json["file"] = files.fileName;
-  json["extension"] = files.defaultExtension;
-  json["filters"] = Json::array();
+  json.Key("save").Bool(files.IsSave());
+  json.Key("multiple").Bool(files.AllowsMultiple());
+  json.Key("folder").String(files.startPath);
+  json.Key("file").String(files.fileName);
+  json.Key("extension").String(files.defaultExtension);
+  json.Key("filters").BeginArray();
   for (const FileDialogModel::Filter& filter : files.filters) {
-    json["filters"].push_back({{"text", filter.text}, {"type", filter.type}});
+    json.BeginObject();
+    json.Key("text").String(filter.text);
+    json.Key("type").String(filter.type);
+    json.EndObject();
   }
-  json["current-filter"] = files.currentFilter < files.filters.size()
-                               ? Json(files.filters[files.currentFilter].text)
-                               : Json(nullptr);
+  json.EndArray();
+  json.Key("current-filter");
+  if (files.currentFilter < files.filters.size()) {
+    json.String(files.filters[files.currentFilter].text);
+  } else {
+    json.Null();
+  }
 }
 
 void Describe(const ImageDialogModel& images, Json& json) {
-  json["images"] = Json::array();
-  for (const ImageDialogModel::Entry& entry : images.entries) json["images"].push_back(entry.name);
-  json["path"] = images.selected;
+  json.Key("images").BeginArray();
+  for (const ImageDialogModel::Entry& entry : images.entries) json.String(entry.name);
+  json.EndArray();
+  json.Key("path").String(images.selected);
 }
 
 // A flat list of the items from top to bottom, each with its parent's id, however deep the tree is.
 void Describe(const TreeListBoxModel& tree, Json& json) {
-  json["caption"] = tree.headline;
-  json["multiple"] = tree.Rules().multiple;
-  json["items"] = Json::array();
+  json.Key("caption").String(tree.headline);
+  json.Key("multiple").Bool(tree.Rules().multiple);
+  json.Key("items").BeginArray();
   for (auto item = tree.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;
        item = tree.Next(item)) {
     const TreeListBoxModel::Handle above = tree.Parent(item);
-    json["items"].push_back(
-        {{"id", tree.Id(item)},
-         {"parent", above == TreeListBoxModel::kRoot ? Json(nullptr) : Json(tree.Id(above))},
-         {"text", tree.Text(item)},
-         {"selectable", tree.IsSelectable(item)},
-         {"selected", tree.IsSelected(item)}});
+    json.BeginObject();
+    json.Key("id").Integer(tree.Id(item));
+    json.Key("parent");
+    if (above == TreeListBoxModel::kRoot) {
+      json.Null();
+    } else {
+      json.Integer(tree.Id(above));
+    }
+    json.Key("text").String(tree.Text(item));
+    json.Key("selectable").Bool(tree.IsSelectable(item));
+    json.Key("selected").Bool(tree.IsSelected(item));
+    json.EndObject();
   }
+  json.EndArray();
 }
 
 // Without the column of handles, which answers do not count either.
 void Describe(const TableModel& table, Json& json) {
-  json["caption"] = table.header;
-  json["columns"] = Json::array();
+  json.Key("caption").String(table.header);
+  json.Key("columns").BeginArray();
   std::string scratch;
   for (std::uint32_t column = table.FirstColumn(); column < table.Columns(); ++column) {
-    json["columns"].push_back(table.Title(column, scratch));
+    json.String(table.Title(column, scratch));
   }
-  json["row-count"] = table.Rows();
-  json["rows"] = Json::array();
+  json.EndArray();
+  json.Key("row-count").Integer(table.Rows());
+  json.Key("rows").BeginArray();
   for (std::uint32_t row = 0; row < std::min(table.Rows(), kShownRows); ++row) {
-    Json cells = Json::array();
+    json.BeginArray();
     for (std::uint32_t column = table.FirstColumn(); column < table.Columns(); ++column) {
-      cells.push_back(table.Cell(row, column, scratch));
+      json.String(table.Cell(row, column, scratch));
     }
-    json["rows"].push_back(std::move(cells));
+    json.EndArray();
   }
+  json.EndArray();
 }
 
 void DescribeContents(const ModalModel& window, Json& json) {
@@ -131,7 +154,7 @@ void DescribeContents(const ModalModel& window, Json& json) {
     case ModalKind::kMessageBox:
       return Describe(As<MessageBoxModel>(window), json);
     case ModalKind::kTextBox:
-      json["text"] = As<TextBoxModel>(window).text;
+      json.Key("text").String(As<TextBoxModel>(window).text);
       return;
     case ModalKind::kEditField:
       return Describe(As<EditFieldModel>(window), json);
@@ -140,7 +163,7 @@ void DescribeContents(const ModalModel& window, Json& json) {
     case ModalKind::kFileDialog:
       return Describe(As<FileDialogModel>(window), json);
     case ModalKind::kDirectoryDialog:
-      json["path"] = As<DirectoryDialogModel>(window).path;
+      json.Key("path").String(As<DirectoryDialogModel>(window).path);
       return;
     case ModalKind::kImageDialog:
       return Describe(As<ImageDialogModel>(window), json);
@@ -156,18 +179,24 @@ void DescribeContents(const ModalModel& window, Json& json) {
 }  // namespace
 
 std::string WindowJson(const ModalModel& window, const std::string& id) {
-  Json json = Json::object();  // one that becomes it later does not bear want of memory
-  json["id"] = id;
-  json["window"] = ElementOf(window);
-  json["title"] = window.Title();
+  Json json;
+  json.BeginObject();
+  json.Key("id").String(id);
+  json.Key("window").String(ElementOf(window));
+  json.Key("title").String(window.Title());
   DescribeContents(window, json);
-  json["buttons"] = Json::array();
+  json.Key("buttons").BeginArray();
   for (const ModalButton& button : window.Buttons()) {
-    json["buttons"].push_back({{"name", button.name}, {"label", button.label}});
+    json.BeginObject();
+    json.Key("name").String(button.name);
+    json.Key("label").String(button.label);
+    json.EndObject();
   }
-  json["default"] = window.DefaultButton();
-  json["answer"] = AnswerLine(AnswerOf(window));
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  json.EndArray();
+  json.Key("default").String(window.DefaultButton());
+  json.Key("answer").String(AnswerLine(AnswerOf(window)));
+  json.EndObject();
+  return *json.Take();
 }
 
 }  // namespace ui

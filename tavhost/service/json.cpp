@@ -1,163 +1,124 @@
 #include "tavhost/service/json.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "tavhost/base/utf16.h"
-#include "tavhost/base/utf8.h"
+#include "tavhost/base/json_writer.h"
 #include "tavhost/notation/kel_text.h"
 
 namespace script::service {
 
 namespace {
 
-// A reply as it grows, up to its limit. What goes beyond is dropped, and the reply is none.
-class JsonReply {
- public:
-  explicit JsonReply(std::size_t limit) : limit_(limit) {}
+using base::JsonWriter;
 
-  bool Fits() const { return fits_; }
-
-  void Put(std::string_view text) {
-    fits_ = fits_ && text.size() <= limit_ - json_.size();
-    if (fits_) json_ += text;
-  }
-
-  // A JSON string. Long texts are taken piece by piece: each is copied several times on its way.
-  void PutString(std::string_view text) {
-    constexpr std::size_t kPiece = std::size_t{64} << 10;
-    Put("\"");
-    while (!text.empty() && fits_) {
-      const std::string_view piece = utf8::PieceOf(text, kPiece);
-      PutPiece(piece);
-      text.remove_prefix(piece.size());
-    }
-    Put("\"");
-  }
-
-  std::optional<std::string> Take() {
-    if (!fits_) return std::nullopt;
-    return std::move(json_);
-  }
-
- private:
-  void PutPiece(std::string_view text) {
-    std::string room;
-    text = utf16::WellFormed(text, room);
-    const std::string literal = nlohmann::json(text).dump();
-    const std::string_view inside(literal.data() + 1, literal.size() - 2);
-    // Backspace and form feed have always been written by their numbers.
-    if (text.find('\b') == text.npos && text.find('\f') == text.npos) return Put(inside);
-    std::size_t begin = 0;
-    for (std::size_t at = inside.find('\\'); at != inside.npos; at = inside.find('\\', at + 2)) {
-      const char escape = inside[at + 1];
-      if (escape != 'b' && escape != 'f') continue;
-      Put(inside.substr(begin, at - begin));
-      Put(escape == 'b' ? "\\u0008" : "\\u000c");
-      begin = at + 2;
-    }
-    Put(inside.substr(begin));
-  }
-
-  const std::size_t limit_;
-  std::string json_;
-  bool fits_ = true;
-};
-
-void PutPlain(JsonReply& out, const kel::Value& value) {
+void PutPlain(JsonWriter& out, const kel::Value& value) {
   switch (value.Kind()) {
     case TavKelInteger:
-      out.Put(std::to_string(value.Integer()));
+      out.Integer(value.Integer());
       break;
     case TavKelReal:
       if (std::isfinite(value.Real())) {
         // The shortest digits, and no `.0` behind a whole number.
         char digits[32];
         const auto end = std::to_chars(digits, digits + sizeof digits, value.Real()).ptr;
-        out.Put({digits, static_cast<std::size_t>(end - digits)});
+        out.Raw({digits, static_cast<std::size_t>(end - digits)});
       } else {
-        out.Put("null");
+        out.Null();
       }
       break;
     case TavKelString:
     case TavKelWord:
-      out.PutString(value.Text().View());
+      out.String(value.Text().View());
       break;
     case TavKelBody: {
       SV::String text;
       kel::AppendText(text, value, false);
-      out.PutString(text.View());
+      out.String(text.View());
       break;
     }
     default:
-      out.Put("null");
+      out.Null();
   }
 }
 
 // Lists and records in lists and records are taken one after the other, so that their depth costs
 // no stack.
-void PutValue(JsonReply& out, const kel::Value& root) {
+void PutValue(JsonWriter& out, const kel::Value& root) {
   struct Level {
     const kel::Value* value;
     std::size_t next;
   };
   std::vector<Level> levels;
   const auto begin = [&](const kel::Value& value) {
-    if (value.Kind() == TavKelList || value.Kind() == TavKelRecord) {
-      out.Put(value.Kind() == TavKelList ? "[" : "{");
-      levels.push_back({&value, 0});
+    if (value.Kind() == TavKelList) {
+      out.BeginArray();
+    } else if (value.Kind() == TavKelRecord) {
+      out.BeginObject();
     } else {
-      PutPlain(out, value);
+      return PutPlain(out, value);
     }
+    levels.push_back({&value, 0});
   };
   begin(root);
-  while (!levels.empty() && out.Fits()) {
+  while (!levels.empty() && !out.IsGivenUp()) {
     Level& level = levels.back();
-    const bool isList = level.value->Kind() == TavKelList;
-    const std::size_t count =
-        isList ? level.value->AsList().items.size() : level.value->AsRecord().fields.size();
-    if (level.next == count) {
-      out.Put(isList ? "]" : "}");
-      levels.pop_back();
-      continue;
-    }
-    if (level.next > 0) out.Put(",");
-    const std::size_t index = level.next++;
-    if (isList) {
-      begin(level.value->AsList().items[index]);
+    if (level.value->Kind() == TavKelList) {
+      const auto& items = level.value->AsList().items;
+      if (level.next < items.size()) {
+        begin(items[level.next++]);
+        continue;
+      }
+      out.EndArray();
     } else {
-      const kel::Field& field = level.value->AsRecord().fields[index];
-      out.PutString(field.name.View());
-      out.Put(":");
-      begin(field.value);
+      const auto& fields = level.value->AsRecord().fields;
+      if (level.next < fields.size()) {
+        const kel::Field& field = fields[level.next++];
+        out.Key(field.name.View());
+        begin(field.value);
+        continue;
+      }
+      out.EndObject();
     }
+    levels.pop_back();
   }
 }
 
-// The rest behind the variables, but for the brace that ends the reply.
-void PutRest(JsonReply& out, std::string_view output, const Ending& ending) {
-  out.Put(",\"output\":");
-  out.PutString(output);
-  out.Put(",\"error\":");
-  if (ending.error) {
-    out.PutString(*ending.error);
+void PutOrNull(JsonWriter& out, const std::optional<std::string>& text) {
+  if (text) {
+    out.String(*text);
   } else {
-    out.Put("null");
+    out.Null();
   }
-  out.Put(",\"exit\":");
-  out.Put(ending.exit ? std::to_string(*ending.exit) : "null");
-  out.Put(",\"errorAt\":");
-  if (!ending.at) return out.Put("null");
-  out.Put("{\"file\":");
-  out.PutString(ending.at->file);
-  out.Put(",\"line\":" + std::to_string(ending.at->line) +
-          ",\"column\":" + std::to_string(ending.at->column) + ",\"command\":");
-  out.PutString(ending.at->command);
-  out.Put("}");
+}
+
+void PutPlace(JsonWriter& out, const Ending::Place& place) {
+  out.BeginObject();
+  out.Key("file").String(place.file);
+  out.Key("line").Integer(place.line);
+  out.Key("column").Integer(place.column);
+  out.Key("command").String(place.command);
+  out.EndObject();
+}
+
+// The rest behind the variables, but for the brace that ends the reply.
+void PutRest(JsonWriter& out, std::string_view output, const Ending& ending) {
+  out.Key("output").String(output);
+  PutOrNull(out.Key("error"), ending.error);
+  out.Key("exit");
+  if (ending.exit) {
+    out.Integer(*ending.exit);
+  } else {
+    out.Null();
+  }
+  out.Key("errorAt");
+  if (ending.at) {
+    PutPlace(out, *ending.at);
+  } else {
+    out.Null();
+  }
 }
 
 // To the millisecond.
@@ -169,105 +130,118 @@ std::string Seconds(double seconds) {
 }
 
 // A request of the status, but for the brace that ends it.
-void PutRequest(JsonReply& out, const Status::Request& request) {
-  out.Put("{\"id\":");
-  out.PutString(request.id);
-  out.Put(",\"path\":");
-  out.PutString(request.path);
-  out.Put(",\"seconds\":" + Seconds(request.seconds));
+void PutRequest(JsonWriter& out, const Status::Request& request) {
+  out.BeginObject();
+  out.Key("id").String(request.id);
+  out.Key("path").String(request.path);
+  out.Key("seconds").Raw(Seconds(request.seconds));
 }
 
-constexpr char kNoVariables[] = "{\"variables\":{}";
+// A reply without variables, but for the brace that ends it.
+void BeginWithoutVariables(JsonWriter& out, std::string_view output, const Ending& ending) {
+  out.BeginObject();
+  out.Key("variables").Raw("{}");
+  PutRest(out, output, ending);
+}
+
+// A reply whose variables `put` writes.
+template <typename Put>
+std::optional<std::string> Reply(const Put& put, std::string_view output, const Ending& ending,
+                                 const Bounds& bounds) {
+  JsonWriter reply(bounds.bytes, bounds.mustEnd);
+  reply.BeginObject();
+  put(reply.Key("variables"));
+  PutRest(reply, output, ending);
+  reply.EndObject();
+  return reply.Take();
+}
 
 }  // namespace
 
 std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
-                                     const Ending& ending, std::size_t limit) {
-  JsonReply reply(limit);
-  reply.Put("{\"variables\":");
-  PutValue(reply, record);
-  PutRest(reply, output, ending);
-  reply.Put("}");
-  return reply.Take();
+                                     const Ending& ending, const Bounds& bounds) {
+  return Reply([&](JsonWriter& out) { PutValue(out, record); }, output, ending, bounds);
 }
 
 std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
-                                     const Ending& ending, std::size_t limit) {
-  JsonReply reply(limit);
-  reply.Put("{\"variables\":{");
-  bool first = true;
-  variables.ForEach([&](std::string_view name, const kel::Value& value) {
-    if (!reply.Fits()) return;
-    if (!first) reply.Put(",");
-    first = false;
-    reply.PutString(name);
-    reply.Put(":");
-    PutValue(reply, value);
-  });
-  reply.Put("}");
-  PutRest(reply, output, ending);
-  reply.Put("}");
-  return reply.Take();
+                                     const Ending& ending, const Bounds& bounds) {
+  const auto put = [&](JsonWriter& out) {
+    out.BeginObject();
+    variables.ForEach([&](std::string_view name, const kel::Value& value) {
+      if (!out.IsGivenUp()) PutValue(out.Key(name), value);
+    });
+    out.EndObject();
+  };
+  return Reply(put, output, ending, bounds);
+}
+
+std::string ReplyWithoutVariables(std::string_view output, const Ending& ending,
+                                  std::size_t limit) {
+  JsonWriter reply(limit);
+  BeginWithoutVariables(reply, output, ending);
+  reply.Key("leftOut").Raw(R"(["variables"])");
+  reply.EndObject();
+  if (std::optional<std::string> json = reply.Take()) return *std::move(json);
+  JsonWriter shorter;
+  BeginWithoutVariables(shorter, "", ending);
+  shorter.Key("leftOut").Raw(R"(["variables","output"])");
+  shorter.EndObject();
+  return *shorter.Take();
 }
 
 std::string ErrorJson(const std::string& error, const std::optional<Ending::Place>& at) {
-  JsonReply reply(std::string::npos);
-  reply.Put(kNoVariables);
   Ending ending;
   ending.error = error;
   ending.at = at;
-  PutRest(reply, "", ending);
-  reply.Put("}");
+  JsonWriter reply;
+  BeginWithoutVariables(reply, "", ending);
+  reply.EndObject();
   return *reply.Take();
 }
 
 std::string DoneJson() {
-  JsonReply reply(std::string::npos);
-  reply.Put(kNoVariables);
-  PutRest(reply, "", {});
-  reply.Put("}");
+  JsonWriter reply;
+  BeginWithoutVariables(reply, "", {});
+  reply.EndObject();
   return *reply.Take();
 }
 
 std::string StatusJson(const Status& status) {
-  JsonReply reply(std::string::npos);
-  reply.Put(kNoVariables);
-  PutRest(reply, "", {});
-  reply.Put(",\"running\":");
+  JsonWriter reply;
+  BeginWithoutVariables(reply, "", {});
+  reply.Key("running");
   if (status.running) {
     PutRequest(reply, *status.running);
-    reply.Put(",\"since\":");
-    reply.PutString(status.since);
-    reply.Put(",\"question\":");
+    reply.Key("since").String(status.since);
+    reply.Key("question");
     if (status.question) {
-      reply.Put("{\"id\":");
-      reply.PutString(status.question->id);
-      reply.Put(",\"secondsLeft\":" + Seconds(status.question->secondsLeft) + "}");
+      reply.BeginObject();
+      reply.Key("id").String(status.question->id);
+      reply.Key("secondsLeft").Raw(Seconds(status.question->secondsLeft));
+      reply.EndObject();
     } else {
-      reply.Put("null");
+      reply.Null();
     }
-    reply.Put("}");
+    reply.EndObject();
   } else {
-    reply.Put("null");
+    reply.Null();
   }
-  reply.Put(",\"waiting\":[");
-  for (std::size_t i = 0; i < status.waiting.size(); ++i) {
-    if (i > 0) reply.Put(",");
-    PutRequest(reply, status.waiting[i]);
-    reply.Put("}");
+  reply.Key("waiting").BeginArray();
+  for (const Status::Request& request : status.waiting) {
+    PutRequest(reply, request);
+    reply.EndObject();
   }
-  reply.Put("]}");
+  reply.EndArray();
+  reply.EndObject();
   return *reply.Take();
 }
 
 std::optional<std::string> QuestionJson(std::string_view output, const std::string& question,
                                         std::size_t limit) {
-  JsonReply reply(limit);
-  reply.Put(kNoVariables);
-  PutRest(reply, output, {});
-  reply.Put(",\"question\":");
-  reply.Put(question);
-  reply.Put("}");
+  JsonWriter reply(limit);
+  BeginWithoutVariables(reply, output, {});
+  reply.Key("question").Raw(question);
+  reply.EndObject();
   return reply.Take();
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,15 +47,23 @@ struct Status {
   std::vector<Request> waiting{};
 };
 
+// What the writing of a reply may take.
+struct Bounds {
+  std::size_t bytes;
+  std::function<bool()> mustEnd{};  // asked now and then: whether there is no time left
+};
+
 // `variables` are the fields of a record, or the variables of a scope without those of outer ones.
 // Bytes that are no UTF-8 become U+FFFD, bodies are told as their text, and reals that JSON has no
-// number for (infinities, NaN) as null. Nothing is returned when the reply
-// would be longer than `limit` bytes; it is not made any further then, so that memory and time are
-// bounded by the limit, whatever the variables hold how often.
+// number for (infinities, NaN) as null. Nothing is returned when the reply would go beyond its
+// bounds; it is not made any further then, whatever the variables hold how often.
 std::optional<std::string> ReplyJson(const kel::Value& record, std::string_view output,
-                                     const Ending& ending, std::size_t limit);
+                                     const Ending& ending, const Bounds& bounds);
 std::optional<std::string> ReplyJson(const kel::Scope& variables, std::string_view output,
-                                     const Ending& ending, std::size_t limit);
+                                     const Ending& ending, const Bounds& bounds);
+// The reply where that is so: it says that the variables are left out, and the output with them
+// where it does not fit into `limit` bytes either.
+std::string ReplyWithoutVariables(std::string_view output, const Ending& ending, std::size_t limit);
 std::string ErrorJson(const std::string& error, const std::optional<Ending::Place>& at = {});
 std::string DoneJson();
 std::string StatusJson(const Status& status);

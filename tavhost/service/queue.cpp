@@ -46,7 +46,7 @@ std::string_view PathOf(const Order& order) {
 }
 
 // The folder in which every request begins: the one in which the service was started. Restored
-// behind a request that has left it.
+// behind each, without a look where it has led, for which there may be no memory.
 class WorkFolder {
  public:
   explicit WorkFolder(const std::filesystem::path& folder) : folder_(folder) {}
@@ -54,9 +54,7 @@ class WorkFolder {
   WorkFolder& operator=(const WorkFolder&) = delete;
   ~WorkFolder() {
     std::error_code error;  // of a folder that is gone nothing can be said
-    if (std::filesystem::current_path(error) != folder_) {
-      std::filesystem::current_path(folder_, error);
-    }
+    std::filesystem::current_path(folder_, error);
   }
 
  private:
@@ -198,7 +196,7 @@ bool Queue::Cancel(const std::string& id) {
 
 void Queue::CheckTime() {
   const std::lock_guard lock(mutex_);
-  if (!running_ || !running_->order.timeLimit) return;
+  if (!running_ || !running_->order.timeLimit || cut_ != Cut::kNone) return;
   if (Clock::now() - begin_ >= *running_->order.timeLimit) CutShort(Cut::kTime);
 }
 
@@ -379,15 +377,37 @@ std::string Queue::RunScript(stop::Reason& reason) {
   if (!outcome.parsed) return ErrorJson(*ending.error, ending.at);
   if (outcome.exitType == TavScriptExitStop) reason = outcome.stopReason;
   Release(ending.error.has_value(), ending);
-  if (isTooLong_) return ErrorJson(ending.error ? *ending.error : TooLongText(), ending.at);
+  if (isTooLong_) {
+    if (!ending.error) ending.error = TooLongText();
+    return ReplyWithoutVariables("", ending, 0);
+  }
+  return BuildReply(kel::Scope::Of(*TavScript::GlobalVars()), output_, ending, reason);
+}
+
+// A stop that comes meanwhile is heeded, and stays for RunJob. Nobody reads what a client that has
+// left would get; one whose script was stopped waits for the reason, not for the variables.
+template <typename Variables>
+std::string Queue::BuildReply(const Variables& variables, std::string_view output, Ending& ending,
+                              stop::Reason reason) const {
+  constexpr auto kTimeBehindStop = std::chrono::seconds(1);
+  const std::size_t limit = GetHostOptions().replyLimit;
+  auto end = Clock::time_point::max();
+  if (reason != stop::Reason::kNone) {
+    const std::lock_guard lock(mutex_);
+    end = Clock::now();
+    if (cut_ != Cut::kClientLeft) end += kTimeBehindStop;
+  }
+  const auto mustEnd = [&] { return stop::IsRequested() || Clock::now() >= end; };
   try {
-    std::optional<std::string> reply = ReplyJson(kel::Scope::Of(*TavScript::GlobalVars()), output_,
-                                                 ending, GetHostOptions().replyLimit);
-    return reply ? std::move(*reply) : ErrorJson(TooLongText());
+    auto reply = ReplyJson(variables, output, ending, {limit, mustEnd});
+    if (reply) return *std::move(reply);
+    if (!ending.error && stop::IsRequested()) ending.error = StoppedText(stop::Requested(), 0);
+    if (!ending.error) ending.error = TooLongText();
+    return ReplyWithoutVariables(output, ending, limit);
   } catch (const std::bad_alloc&) {  // the variables have taken it all
-    if (!ending.error) throw;
     const memory_reserve::Use reserve;
-    return ErrorJson(*ending.error, ending.at);
+    if (!ending.error) ending.error = kErrorNoMemory;
+    return ReplyWithoutVariables("", ending, 0);
   }
 }
 
@@ -430,9 +450,7 @@ std::string Queue::RunCommand(const Job& job, stop::Reason& reason) {
   const bool wasRefused = kel::TakeAllocationRefused();
   if (&job == running_.get()) Release(ending.error.has_value() || wasRefused, ending);
   if (wasRefused) throw std::bad_alloc();
-  std::optional<std::string> reply =
-      ReplyJson(kel::Value::Of(variables), "", ending, GetHostOptions().replyLimit);
-  return reply ? std::move(*reply) : ErrorJson(TooLongText());
+  return BuildReply(kel::Value::Of(variables), "", ending, reason);
 }
 
 }  // namespace script::service

@@ -110,6 +110,10 @@ class Queue {
   // Each returns the reply's JSON.
   std::string RunScript(stop::Reason& reason);
   std::string RunCommand(const Job& job, stop::Reason& reason);
+  // The reply of what has ended like that, which a stop for this reason may have ended.
+  template <typename Variables>
+  std::string BuildReply(const Variables& variables, std::string_view output, Ending& ending,
+                         stop::Reason reason) const;
   void Print(std::string_view text);
   // `line` is that of the script; 0: it is not known.
   std::string StoppedText(stop::Reason reason, std::uint32_t line) const;

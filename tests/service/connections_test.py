@@ -554,6 +554,67 @@ class Reasons(Case):
                              "the script was stopped at line 2: the service was interrupted")
 
 
+class LargeVariables(Case):
+    """What ends a request while its variables, the same list over and over, are written; and what
+    its client is told where they have no room.."""
+    options = ("--reply-limit", "1024")
+    MANY = 'a = (1, "x")\nfor i from 1 to 60 { a = (a, a) }\n'
+    NONE = {"variables": {}, "leftOut": ["variables"]}
+
+    def setUp(self):
+        super().setUp()
+        self.here = mark(self)
+
+    def written(self, script=MANY, extra=()):
+        """The connection of a request whose variables are being written."""
+        connection = self.service.sent(script + self.here.command, extra=extra)
+        self.addCleanup(connection.close)
+        self.here.wait()
+        return connection
+
+    def reply_within(self, seconds, connection):
+        begin = time.monotonic()
+        reply = read_reply(connection)[2]
+        self.assertLess(time.monotonic() - begin, seconds)
+        self.assertEqual({**reply, **self.NONE}, reply)
+        return reply
+
+    def test_a_time_limit(self):
+        reply = self.reply_within(3, self.written(extra=["X-Tavhost-Timeout: 0.5"]))
+        self.assertEqual(reply["error"], "the script was stopped: its time limit of 0.5 s is over")
+
+    def test_a_client_that_leaves(self):
+        self.written().close()
+        self.served_within(2)
+
+    def test_cancel(self):
+        connection = self.written('print "so far"\n' + self.MANY)
+        self.assertEqual(self.service.post("/cancel", self.running()["id"])[0], 200)
+        reply = self.reply_within(2, connection)
+        self.assertEqual((reply["error"], reply["output"]),
+                         ("the request was cancelled", "so far\n"))
+        self.served_within(2)
+
+    @unittest.skipIf(os.name == "nt", "there are no such signals")
+    def test_sigterm(self):
+        connection = self.written()
+        self.service.process.send_signal(signal.SIGTERM)
+        reply = self.reply_within(2, connection)
+        self.assertEqual(reply["error"], "the script was stopped: the service was told to end")
+        self.assertEqual(self.service.process.wait(timeout=5), 143)
+
+    def test_what_had_ended_the_script_is_told_all_the_same(self):
+        for end, limit, error in [
+                ("while 1 { }", "0.5",
+                 "the script was stopped at line 4: its time limit of 0.5 s is over"),
+                ('INFOBOX "?"', "20", "this line answers it")]:
+            with self.service.sent(self.MANY + "\n" + end,
+                                   extra=[f"X-Tavhost-Timeout: {limit}"]) as connection:
+                reply = self.reply_within(4, connection)
+            self.assertIn(error, reply["error"])
+            self.assertEqual(reply["errorAt"]["line"], 4)
+
+
 class TimeLimit(Reasons):
     """The limit that the service itself sets."""
     options = ("--request-timeout", "0.5")

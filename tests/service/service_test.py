@@ -591,6 +591,30 @@ class Limits(unittest.TestCase):
         self.assertLess(time.monotonic() - begin, 5)
         self.goes_on()
 
+    def test_why_a_script_ended_is_told_without_its_variables(self):
+        grow = 'print "so far"\nt = "x"\nfor i from 1 to 21 { t = t + t }\n'
+        for end, error, code, line in [
+                ("", self.TEXT, None, None),
+                ("exit 7", self.TEXT, 7, None),
+                ("throw 2", "request:4:1: error: 2", None, 4),
+                ("SLEEP", "request:4:1: error: SLEEP: ", None, 4),
+                ('INFOBOX "?"', "request:4: ", None, 4)]:
+            reply = self.run_script(grow + end)
+            self.assertEqual((reply["error"] or "")[:len(error)], error, end)
+            self.assertEqual((reply["exit"], (reply["errorAt"] or {}).get("line")), (code, line), end)
+            self.assertEqual((reply["variables"], reply["leftOut"], reply["output"]),
+                             ({}, ["variables"], "so far\n"), end)
+        self.goes_on()
+
+    def test_output_that_does_not_fit_is_left_out_too(self):
+        for script in ('t = "\\x01"\nfor i from 1 to 19 { t = t + t }\nprint t\nexit 7',
+                       't = "x"\nfor i from 1 to 21 { t = t + t }\nprint t\nexit 7'):
+            reply = self.run_script(script)
+            self.assertEqual((reply["variables"], reply["output"], reply["leftOut"]),
+                             ({}, "", ["variables", "output"]))
+            self.assertIn(self.TEXT, reply["error"])
+        self.goes_on()
+
     def test_a_command(self):
         here = mark(self)
         self.run_script('t = "x"\nfor i from 1 to 21 { t = t + t }\n'

@@ -57,7 +57,7 @@ TEST(ServiceJson, FieldsKeepTheirOrderAndNumbersTheirDigits) {
   list.MutableList().items.emplace_back(SV::String("x"));
   list.MutableList().items.emplace_back();
   set("l", std::move(list));
-  EXPECT_EQ(ReplyJson(record, "out\n", {}, kNoLimit),
+  EXPECT_EQ(ReplyJson(record, "out\n", {}, {kNoLimit}),
             R"({"variables":{"z":1,"a":0.1,"m":1e+300,"n":null,"i":-7,"l":["x",null]},)"
             R"("output":"out\n","error":null,"exit":null,"errorAt":null})");
 }
@@ -79,18 +79,18 @@ TEST(ServiceJson, PiecesOfLongTextsFit) {
 TEST(ServiceJson, RepliesEndAtTheirLimit) {
   Value record = Value::Record();
   record.MutableRecord().At(SV::String("a")) = Value(std::int32_t{1});
-  const std::optional<std::string> whole = ReplyJson(record, "out", {}, kNoLimit);
+  const std::optional<std::string> whole = ReplyJson(record, "out", {}, {kNoLimit});
   ASSERT_TRUE(whole);
-  EXPECT_EQ(ReplyJson(record, "out", {}, whole->size()), whole);
-  EXPECT_EQ(ReplyJson(record, "out", {}, whole->size() - 1), std::nullopt);
-  EXPECT_EQ(ReplyJson(record, "out", {}, 0), std::nullopt);
+  EXPECT_EQ(ReplyJson(record, "out", {}, {whole->size()}), whole);
+  EXPECT_EQ(ReplyJson(record, "out", {}, {whole->size() - 1}), std::nullopt);
+  EXPECT_EQ(ReplyJson(record, "out", {}, {0}), std::nullopt);
   Value nested = Value::List();
   for (int i = 0; i < 100; ++i) {
     Value outer = Value::List();
     outer.MutableList().items = {nested, nested};
     nested = outer;
   }
-  EXPECT_EQ(ReplyJson(nested, "", {}, 100'000), std::nullopt);
+  EXPECT_EQ(ReplyJson(nested, "", {}, {100'000}), std::nullopt);
   EXPECT_EQ(script::service::QuestionJson("out", "{}", 40), std::nullopt);
   EXPECT_EQ(
       script::service::QuestionJson("out", "{}", kNoLimit),
@@ -102,7 +102,7 @@ TEST(ServiceJson, TellsHowAScriptEnded) {
   ending.exit = 300;
   ending.error = "wrong";
   ending.at = {"a\"b.tav", 2, 7, "SLEEP"};
-  EXPECT_EQ(ReplyJson(Value::Record(), "", ending, kNoLimit),
+  EXPECT_EQ(ReplyJson(Value::Record(), "", ending, {kNoLimit}),
             R"({"variables":{},"output":"","error":"wrong","exit":300,"errorAt":)"
             R"({"file":"a\"b.tav","line":2,"column":7,"command":"SLEEP"}})");
 }
