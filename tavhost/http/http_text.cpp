@@ -17,7 +17,8 @@ namespace http {
 
 namespace {
 
-// Looked for only in what is said to be UTF-32: the first begins like that of UTF-16.
+// The first begins like that of UTF-16, which has no use for a NUL as first character: it is looked
+// for first, but not in what is said to be UTF-16.
 constexpr std::string_view kUtf32LittleMark("\xFF\xFE\0\0", 4);
 constexpr std::string_view kUtf32BigMark("\0\0\xFE\xFF", 4);
 constexpr std::size_t kTextLimit = SV::String::kMaxLength;
@@ -60,10 +61,11 @@ struct Writing {
 Writing WritingOf(const std::string& said, std::string_view body) {
   if (body.starts_with("\xEF\xBB\xBF")) return {"utf-8", 3};
   if (IsUtf8Name(said)) return {"utf-8"};
-  if (said == "utf-32") {
+  if (said != "utf-16") {
     if (body.starts_with(kUtf32LittleMark)) return {"utf-32le", 4};
-    return {"utf-32be", body.starts_with(kUtf32BigMark) ? std::size_t{4} : 0};
+    if (body.starts_with(kUtf32BigMark)) return {"utf-32be", 4};
   }
+  if (said == "utf-32") return {"utf-32be"};
   if (body.starts_with("\xFF\xFE")) return {"utf-16le", 2};
   if (body.starts_with("\xFE\xFF")) return {"utf-16be", 2};
   if (said == "utf-16") return {"utf-16be"};  // RFC 2781, 4.3

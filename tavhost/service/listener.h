@@ -35,19 +35,18 @@ class ListenerOf final : public Listener {
   void Accept() override {
     if (accepting_) return;
     acceptor_.async_accept(
-        [self = this->shared_from_this(), this](const auto& error,
-                                                boost::asio::basic_stream_socket<Protocol> socket) {
-          accepting_ = false;
-          if (error) return OnError(error);
+        [accepting = Accepting(std::static_pointer_cast<ListenerOf>(this->shared_from_this()))](
+            const auto& error, boost::asio::basic_stream_socket<Protocol> socket) mutable {
+          const std::shared_ptr<ListenerOf> self = accepting.End();
+          if (error) return self->OnError(error);
           const memory_reserve::Use reserve;
           try {
-            Begin(std::move(socket));
+            self->Begin(std::move(socket));
           } catch (const std::bad_alloc&) {
             report::Line("script service: out of memory");  // the connection closes
           }
-          Resume();
+          self->Resume();
         });
-    accepting_ = true;
   }
 
   // Whoever comes while all connections are in use by those who may use them waits.
@@ -66,6 +65,25 @@ class ListenerOf final : public Listener {
   std::uint16_t Port() const override { return PortOf(acceptor_); }
 
  private:
+  // Goes with the handler of what is under way, which is dropped without a call where there is no
+  // memory to hand a connection over: then too the listener accepts no more.
+  class Accepting {
+   public:
+    explicit Accepting(std::shared_ptr<ListenerOf> listener) : listener_(std::move(listener)) {
+      listener_->accepting_ = true;
+    }
+    Accepting(Accepting&&) noexcept = default;
+    ~Accepting() { End(); }
+
+    std::shared_ptr<ListenerOf> End() noexcept {
+      if (listener_) listener_->accepting_ = false;
+      return std::move(listener_);
+    }
+
+   private:
+    std::shared_ptr<ListenerOf> listener_;
+  };
+
   static constexpr auto kRetry = std::chrono::milliseconds(100);
 
   static std::uint16_t PortOf(const boost::asio::ip::tcp::acceptor& acceptor) {

@@ -94,7 +94,8 @@ class Answers(Case):
     def test_charsets(self):
         texts = {"latin1": "grüße", "quoted": "grüße", "sjis": "日本", "utf16bom": "grüße",
                  "utf8bom": "grüße", "plain": "grüße", "1252": "“grüße” €", "unknown": "grüße",
-                 "badutf8": "a\ufffdb", "utf32": "grüße", "utf32bom": "grüße", "utf32le": "grüße"}
+                 "badutf8": "a\ufffdb", "utf32": "grüße", "utf32bom": "grüße",
+                 "utf32le": "grüße", "utf32mark": "grüße", "utf32bigmark": "grüße"}
         for path, reply in self.replies(["/encoded/" + name for name in texts]):
             self.assertResponse(reply, texts[path.rpartition("/")[2]])
 

@@ -207,6 +207,8 @@ class Server(Listener):
             "badutf8": (b"a\xffb", "text/plain; charset=utf-8"),
             "utf32": ("grüße".encode("utf-32-be"), "text/plain; charset=utf-32"),
             "utf32bom": ("\ufeffgrüße".encode("utf-32-le"), "text/plain; charset=UTF-32"),
+            "utf32mark": ("\ufeffgrüße".encode("utf-32-le"), "text/plain"),
+            "utf32bigmark": ("\ufeffgrüße".encode("utf-32-be"), "text/plain"),
             "utf32le": ("grüße".encode("utf-32-le"), "text/plain; charset=utf-32le"),
         }
         body, content_type = bodies[rest]

@@ -59,6 +59,11 @@ TEST(BodyText, Utf32) {
   ExpectText("utf-32", big, expected);  // big-endian without a mark
   ExpectText("utf-32", std::string("\0\0\xFE\xFF", 4).append(big), expected);
   ExpectText("utf-32", std::string("\xFF\xFE\0\0", 4).append(little), expected);
+  for (const char* const said : {"", "x-unknown"}) {  // a mark alone tells it too
+    ExpectText(said, std::string("\0\0\xFE\xFF", 4).append(big), expected);
+    ExpectText(said, std::string("\xFF\xFE\0\0", 4).append(little), expected);
+  }
+  ExpectText("utf-16", std::string_view("\xFF\xFE\0\0a\0", 6), std::string("\0a", 2));
   ExpectText("utf-32", "", "");
   ExpectText("utf-32", std::string_view("\0\0\0", 3), Unknown(1));
   ExpectText("utf-32be", std::string_view("\0\0\xD8\0\0\x11\0\0\xFF\xFF\xFF\xFF\0\0\0a\0", 17),
