@@ -3,7 +3,9 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileSystemModel>
+#include <QLabel>
 #include <QRegularExpression>
+#include <utility>
 
 #include "tavhost/qt/shown_text.h"
 
@@ -36,9 +38,20 @@ QString FilterLine(const FileDialogModel::Filter& filter) {
   return QStringLiteral("%1 (%2)").arg(Shown(filter.text), patterns).simplified();
 }
 
+// Screen readers tell what a box is for by its label.
+void JoinLabels(const QFileDialog& dialog) {
+  constexpr std::pair<const char*, const char*> kJoined[] = {{"lookInLabel", "lookInCombo"},
+                                                             {"fileTypeLabel", "fileTypeCombo"}};
+  for (const auto& [label, box] : kJoined) {
+    auto* const named = dialog.findChild<QLabel*>(QLatin1String(label));
+    if (named) named->setBuddy(dialog.findChild<QComboBox*>(QLatin1String(box)));
+  }
+}
+
 std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
   auto dialog = std::make_unique<QFileDialog>(parent);
   dialog->setOption(QFileDialog::DontUseNativeDialog);
+  JoinLabels(*dialog);
   if (!start.isEmpty()) dialog->setDirectory(start);
   return dialog;
 }

@@ -26,7 +26,6 @@ constexpr int kTitleRoom = 8;     // in lines' heights: the frame's own buttons 
 MessageBoxView::MessageBoxView(MessageBoxModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)) {
   auto* const icon = new MessageIcon(model.Message());
-  icon->setAccessibleName(ShownTitle(model.Title()));
   const int iconSize = icon->width();
 
   auto* const text = new TextBlock(kTextColumns, kMostLines, Qt::AlignLeading | Qt::AlignVCenter);

@@ -10,6 +10,20 @@ namespace {
 
 constexpr qreal kSide = 100;  // of the square in which signs are drawn
 
+const char* NameOf(MessageKind kind) {
+  switch (kind) {
+    case MessageKind::kError:
+      return "Error";
+    case MessageKind::kWarning:
+      return "Warning";
+    case MessageKind::kQuery:
+      return "Question";
+    case MessageKind::kInfo:
+      break;
+  }
+  return "Information";
+}
+
 QColor ColourOf(MessageKind kind) {
   switch (kind) {
     case MessageKind::kError:
@@ -51,6 +65,7 @@ void DrawQuestionMark(QPainter& painter) {
 MessageIcon::MessageIcon(MessageKind kind, QWidget* parent) : QWidget(parent), kind_(kind) {
   const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
   setFixedSize(side, side);
+  setAccessibleName(QString::fromLatin1(NameOf(kind)));
 }
 
 void MessageIcon::paintEvent(QPaintEvent*) {

@@ -54,6 +54,7 @@ QString ShownLines(std::string_view text) {
 }  // namespace
 
 OutputView::OutputView(TextModel& model) : model_(model) {
+  setAccessibleName(QStringLiteral("Output"));
   setReadOnly(true);
   setUndoRedoEnabled(false);
   setLineWrapMode(QPlainTextEdit::NoWrap);

@@ -18,6 +18,7 @@
 #include <limits>
 #include <new>
 
+#include "tavhost/qt/accessible_roles.h"
 #include "tavhost/qt/remembered_sizes.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/style.h"
@@ -49,11 +50,12 @@ char* arguments[] = {programName, nullptr};
 void (*reportLine)(std::string_view text) = nullptr;  // for what Qt says, which knows no toolkit
 
 // What Qt has to say is of use in a terminal, except that a platform without a display cannot do
-// what displays do.
+// what displays do, and that a screen reader asks for rows that have gone.
 void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
   if (type == QtDebugMsg || type == QtInfoMsg) return;
   if (message.startsWith(QLatin1String("This plugin does not support")) ||
-      message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"))) {
+      message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")) ||
+      message.startsWith(QLatin1String("QAccessibleTable::child: Invalid index"))) {
     return;
   }
   reportLine("tavhost: " + message.toStdString());
@@ -83,6 +85,7 @@ std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   auto application = std::make_unique<Application>(argumentCount, arguments);
   application->setApplicationName(QStringLiteral("tavhost"));
   application->setQuitOnLastWindowClosed(false);
+  InstallAccessibleRoles();
   QApplication::setLayoutDirection(DirectionOfDesktop(QLocale::system().uiLanguages()));
   QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));
   return application;
