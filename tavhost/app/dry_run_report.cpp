@@ -33,9 +33,9 @@ constexpr ActRow kActs[] = {
     {Act::kAppend, "append", "append", "path"},
     {Act::kSend, "send", "send", "url"},
     {Act::kCopyToClipboard, "copy-to-clipboard", "copy to the clipboard", "text"},
-    {Act::kStartService, "start-service", "start the script service on port", "port"},
+    {Act::kStartService, "start-service", "start the script service", "port"},
     {Act::kStopService, "stop-service", "stop the script service", "port"},
-    {Act::kSetPrinter, "set-printer", "make the printer", "name"},
+    {Act::kSetPrinter, "set-printer", "choose the printer", "name"},
     {Act::kBeep, "beep", "beep", "sound"},
     {Act::kCrash, "crash", "crash", ""},
     {Act::kFail, "fail", "fail", "path"},
@@ -70,6 +70,8 @@ std::string TextOf(const Step& step) {
       return words + ' ' + step.detail + " to " + object;
     case Act::kCopyToClipboard:
       return words + ": " + bytes;
+    case Act::kStartService:
+      return words + " on port " + object;
     case Act::kStopService:
     case Act::kCrash:
       return words;

@@ -520,7 +520,7 @@ class DryRunTest(ProgramTest):
                     "would fail at 8124: the service runs already\n1\n1\n"
                     "would stop the script service\n0\n"
                     "in all, would send (1), copy to the clipboard (1), "
-                    "start the script service on port (1), stop the script service (1); "
+                    "start the script service (1), stop the script service (1); "
                     "failures: 1\n")
 
     def test_a_temporary_file_is_not_made(self):
@@ -581,8 +581,8 @@ class DryRunTest(ProgramTest):
         self.file("a.tav", 'BEEP freq:440 ms:20\nSET_PRINTER name:"P"\nprint ecode\n'
                            'GET_PRINTER_INFO\nprint name\nCRASH\nprint "goes on"\n')
         self.expect(["run", "--dry-run", "a.tav"],
-                    "would beep 440 Hz for 20 ms\nwould make the printer P\n0\nP\nwould crash\n"
-                    "goes on\nin all, would make the printer (1), beep (1), crash (1); "
+                    "would beep 440 Hz for 20 ms\nwould choose the printer P\n0\nP\nwould crash\n"
+                    "goes on\nin all, would choose the printer (1), beep (1), crash (1); "
                     "failures: 0\n")
 
     def lines_of(self, *arguments):
