@@ -25,10 +25,10 @@ class TextEdit final : public QPlainTextEdit {
  protected:
   void keyPressEvent(QKeyEvent* event) override {
     const bool leaves = (event->modifiers() & Qt::ControlModifier) != 0;
-    if (leaves && event->key() == Qt::Key_Tab) {
-      QWidget::focusNextPrevChild(true);  // not the edit's own, which keeps Tab
-    } else if (leaves && event->key() == Qt::Key_Backtab) {
-      QWidget::focusNextPrevChild(false);
+    const bool isBack = event->key() == Qt::Key_Backtab;
+    if (leaves && (event->key() == Qt::Key_Tab || isBack)) {
+      // Not the edit's own, which keeps Tab.
+      QWidget::focusNextPrevChild(!isBack);  // NOLINT(bugprone-parent-virtual-call)
     } else {
       QPlainTextEdit::keyPressEvent(event);
     }

@@ -55,7 +55,8 @@ TreeListBoxView::TreeListBoxView(TreeListBoxModel& model, QWidget* parent)
   Dialog().setSizeGripEnabled(model.Rules().sizeable);
   const QFontMetrics metrics(Dialog().font());
   if (!model.size) {
-    model.size = SV::Size(metrics.averageCharWidth() * kColumns, metrics.lineSpacing() * kLines);
+    model.size =
+        SV::Size(metrics.averageCharWidth() * long{kColumns}, metrics.lineSpacing() * kLines);
   }
   LimitSize();
   ShowModel();

@@ -15,9 +15,9 @@ namespace script::service {
 
 // What a request may take. Generous for any client that means well; together with the number of
 // connections they bound the memory that others can make the program spend.
-inline constexpr std::size_t kHeaderLimit = 16 * 1024;      // bytes, the empty line included
-inline constexpr std::size_t kFieldLimit = 100;             // of the header
-inline constexpr std::size_t kBodyLimit = 8 * 1024 * 1024;  // bytes
+inline constexpr std::size_t kHeaderLimit = 0x4000;  // bytes, the empty line included: 16 KiB
+inline constexpr std::size_t kFieldLimit = 100;      // of the header
+inline constexpr std::size_t kBodyLimit = 0x800000;  // bytes: 8 MiB
 
 // Requests out of the bytes of one connection, one after the other. Knows no socket.
 class RequestReader {
