@@ -74,7 +74,13 @@ void ReportCrashes() {
   stack.ss_sp = handlerStack;
   stack.ss_size = sizeof handlerStack;
   sigaltstack(&stack, nullptr);
-  for (const int signal : kFaults) Handle(signal);
+  sigset_t faults;
+  sigemptyset(&faults);
+  for (const int signal : kFaults) {
+    Handle(signal);
+    sigaddset(&faults, signal);
+  }
+  pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);  // the caller may have blocked them
 }
 
 }  // namespace app

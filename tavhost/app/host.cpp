@@ -28,6 +28,7 @@
 #include "tavhost/files/open_output_files.h"
 #include "tavhost/files/planned_functions.h"
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/loader/command_signals.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/ports.h"
 #include "tavhost/script/runner.h"
@@ -154,7 +155,7 @@ base::Result<void> Host::StartUserInterface(const Options& options) {
 }
 
 base::Result<void> Host::LoadPlugins(const Options& options) {
-  plugins_.emplace();
+  plugins_.emplace(WatchFromAside);
   return options.pluginPath.empty() ? plugins_->LoadFound() : plugins_->Load(options.pluginPath);
 }
 
@@ -190,6 +191,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   }
   StartWatchdog();
   HandleInterrupts();
+  loader::KeepSignals();
   CareForRequests(options);
   host->hasStarted_ = true;
   return host;

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <csignal>
 #include <ctime>
+#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -86,10 +87,19 @@ void HandleUnlessIgnored(int signal, void (*handler)(int)) {
   if (before.sa_handler != SIG_IGN) Handle(signal, handler);
 }
 
+// A caller may leave signals blocked, and a plug-in that is loaded: they would never come.
+void Unblock(std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals) sigaddset(&set, signal);
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+}
+
 }  // namespace
 
 void EndAtInterrupts() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) HandleUnlessIgnored(signal, EndBySignal);
+  Unblock({SIGINT, SIGTERM, SIGHUP});
 }
 
 void HandleInterrupts() {
@@ -97,11 +107,13 @@ void HandleInterrupts() {
   HandleUnlessIgnored(SIGTERM, Interrupt);
   HandleUnlessIgnored(SIGHUP, HangUp);
   if (!LineAtEndOfTime().empty()) Handle(SIGALRM, TimeIsOver);
+  Unblock({SIGINT, SIGTERM, SIGHUP, SIGALRM});
 }
 
 void LimitTime(double seconds, std::string line) {
   LineAtEndOfTime() = std::move(line);
   Handle(SIGALRM, EndByTime);
+  Unblock({SIGALRM});
   itimerval timer{};
   timer.it_value.tv_sec = static_cast<std::time_t>(seconds);
   const double rest = seconds - static_cast<double>(timer.it_value.tv_sec);

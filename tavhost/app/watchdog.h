@@ -12,6 +12,11 @@ namespace app {
 // after those five seconds. Belongs to the thread that calls it, the user-interface thread.
 void StartWatchdog();
 
+// From now on that holds for code that takes no signals, too, and so do the stops by signals: they
+// come on a thread of its own then. To be called before plug-ins are loaded whose code that might
+// be; where it is not, no time goes for the thread.
+void WatchFromAside();
+
 // Seconds from a request to the end; and between two looks when no plug-in is at work by then.
 inline constexpr int kWatchdogPatience = 5;
 inline constexpr int kWatchdogAgain = 1;

@@ -1,7 +1,12 @@
+#include <semaphore.h>
+
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <ctime>
+#include <system_error>
+#include <thread>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,7 +20,9 @@
 #include "tavhost/base/uncut_work.h"
 
 // A timer whose signal comes to the user-interface thread alone: its handler runs in the middle of
-// the code that does not return, so that nothing it looks at can change meanwhile.
+// the code that does not return, so that nothing it looks at can change meanwhile. Where that
+// thread takes no signals, a thread of its own looks instead, a little later; then nothing changes
+// because that thread is in a plug-in's code since seconds.
 namespace app {
 
 namespace {
@@ -23,41 +30,63 @@ namespace {
 enum class Phase : std::uint8_t { kWatching, kFlushing, kTelling };
 
 timer_t timer;
+bool hasTimer = false;
 volatile Phase phase = Phase::kWatching;
+
+std::atomic<unsigned> round{0};  // another number for each request; odd while it is watched
+std::atomic<unsigned> looks{0};  // of the timer's
+std::atomic<bool> isEnding{false};
+sem_t roundChanged;
+bool isWatchedFromAside = false;
 
 void SetTimer(int seconds) noexcept {
   itimerspec time{};
   time.it_value.tv_sec = seconds;
-  timer_settime(timer, 0, &time, nullptr);
+  if (hasTimer) timer_settime(timer, 0, &time, nullptr);
 }
 
 volatile bool hasToldOfFile = false;
 
+void SetRound(unsigned number) noexcept {
+  round = number;
+  if (isWatchedFromAside) sem_post(&roundChanged);
+}
+
 void Begin() noexcept {
   hasToldOfFile = false;
   SetTimer(kWatchdogPatience);
+  SetRound((round + 1) | 1U);
 }
-void End() noexcept { SetTimer(0); }
+void End() noexcept {
+  SetTimer(0);
+  SetRound((round + 1) & ~1U);
+}
+
+char room[4096];
+
+// The line with which the program ends; empty when it does not, now.
+std::string_view LastLine() noexcept {
+  if (const char* const file = base::UncutWork::Current()) {
+    if (!hasToldOfFile) {
+      hasToldOfFile = true;
+      report::LineAtCrash(UncutLine(file, room, sizeof room));
+    }
+    return {};
+  }
+  return WatchdogLine(room, sizeof room);
+}
 
 // Each phase but the first can be held by a pipe that nobody reads; the timer then comes into the
 // middle of it and goes on with the next.
 void Look(int) {
   const int kept = errno;
-  static char room[4096];
-  const std::string_view line = WatchdogLine(room, sizeof room);
+  static std::string_view line;
+  ++looks;
   const stop::Reason reason = stop::Watched();
   if (phase == Phase::kWatching) {
-    if (const char* const file = base::UncutWork::Current()) {
-      SetTimer(kWatchdogAgain);
-      if (!hasToldOfFile) {
-        hasToldOfFile = true;
-        report::LineAtCrash(UncutLine(file, room, sizeof room));
-      }
-      errno = kept;
-      return;
-    }
-    if (line.empty() || reason == stop::Reason::kNone) {
-      if (reason != stop::Reason::kNone) SetTimer(kWatchdogAgain);
+    if (reason != stop::Reason::kNone) SetTimer(kWatchdogAgain);
+    line = reason == stop::Reason::kNone ? std::string_view() : LastLine();
+    if (line.empty() || isEnding.exchange(true)) {
       errno = kept;
       return;
     }
@@ -74,6 +103,60 @@ void Look(int) {
   _exit(ExitCodeOfStop(reason));
 }
 
+void LookFromAside() noexcept {
+  const stop::Reason reason = stop::Watched();
+  if (reason == stop::Reason::kNone) return;
+  const std::string_view line = LastLine();
+  if (line.empty() || isEnding.exchange(true)) return;
+  LeftoverFile::RemoveAll();
+  standard_write::FlushOutputIfFree();  // readers are waited for a little while only
+  report::LineAtCrash(line);
+  _exit(ExitCodeOfStop(reason));
+}
+
+// False when the watched request is done with first.
+bool WaitForEndOf(unsigned watched, timespec time) noexcept {
+  while (round == watched) {
+    if (sem_clockwait(&roundChanged, CLOCK_MONOTONIC, &time) != 0 && errno == ETIMEDOUT) {
+      return true;
+    }
+  }
+  return false;
+}
+
+timespec InMilliseconds(long milliseconds) noexcept {
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  const long nanoseconds = time.tv_nsec + milliseconds % 1000 * 1'000'000;
+  time.tv_sec += milliseconds / 1000 + nanoseconds / 1'000'000'000;
+  time.tv_nsec = nanoseconds % 1'000'000'000;
+  return time;
+}
+
+// A thread that takes the signals that stop a run, should no other do so, and ends with the
+// program.
+void Watch() noexcept {
+  sigset_t others;
+  sigfillset(&others);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM}) sigdelset(&others, signal);
+  pthread_sigmask(SIG_SETMASK, &others, nullptr);
+  constexpr long kLater = 500;  // milliseconds behind the timer, which comes first where it can
+  for (;;) {
+    const unsigned watched = round;
+    if (watched % 2 == 0) {
+      sem_wait(&roundChanged);
+      continue;
+    }
+    unsigned seen = looks;
+    long wait = kWatchdogPatience * 1000L + kLater;
+    while (WaitForEndOf(watched, InMilliseconds(wait))) {
+      if (looks == seen) LookFromAside();
+      seen = looks;
+      wait = kWatchdogAgain * 1000L + kLater;
+    }
+  }
+}
+
 }  // namespace
 
 void StartWatchdog() {
@@ -82,12 +165,25 @@ void StartWatchdog() {
   event.sigev_notify = SIGEV_THREAD_ID;
   event.sigev_signo = signal;
   event._sigev_un._tid = static_cast<pid_t>(syscall(SYS_gettid));
-  if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0) return;  // then nothing is watched
   struct sigaction action {};
   action.sa_handler = Look;
   action.sa_flags = static_cast<int>(SA_RESTART | SA_NODEFER);
   sigaction(signal, &action, nullptr);
-  stop::SetWatch({Begin, End});
+  sigset_t taken;
+  sigemptyset(&taken);
+  sigaddset(&taken, signal);
+  pthread_sigmask(SIG_UNBLOCK, &taken, nullptr);  // the caller may have blocked it
+  hasTimer = timer_create(CLOCK_MONOTONIC, &event, &timer) == 0;
+  if (hasTimer || isWatchedFromAside) stop::SetWatch({Begin, End});
+}
+
+void WatchFromAside() {
+  if (sem_init(&roundChanged, 0, 0) != 0) return;
+  try {
+    std::thread(Watch).detach();
+    isWatchedFromAside = true;
+  } catch (const std::system_error&) {  // then the timer alone watches
+  }
 }
 
 }  // namespace app

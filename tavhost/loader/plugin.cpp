@@ -17,6 +17,7 @@
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/loader/command_signals.h"
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/loader/refusal_texts.h"
@@ -54,14 +55,15 @@ void SetError(TavScriptResult& result, const char* command, const char* text,
 // Calls into the plug-in. What the plug-in throws becomes the error of the result, and the command
 // counts as carried out; a stop passes through to the interpreter.
 template <typename CallPlugin>
-bool Guarded(const std::string& plugin, const char* command, TavScriptResult& result,
+bool Guarded(const Plugin& plugin, const char* command, TavScriptResult& result,
              CallPlugin callPlugin) {
   try {
     command_end::Scope end;
     bool isCommand;
     {
       const trace::PluginScope scope;
-      const plugin_call::Scope call(plugin.c_str(), command);
+      const plugin_call::Scope call(plugin.Path().c_str(), command);
+      const CommandSignals signals(plugin.IsOwn());
       isCommand = callPlugin();
     }
     end.Returned();
@@ -119,6 +121,10 @@ base::Result<void> Require(bool holds, const std::string& otherwise) {
 
 }  // namespace
 
+bool IsOwnPlugin(const std::string& path) {
+  return ToText(ToPath(path).stem()).ends_with("tavscript_commands");
+}
+
 base::Result<void> BindFunctions(const Module& module, PluginFunctions& functions) {
   std::string missing;
   Bind(module, kFunctionNames[0], functions.getVersion, missing);
@@ -172,7 +178,7 @@ base::Result<std::unique_ptr<Plugin>> Plugin::Load(const std::string& name) {
 }
 
 Plugin::Plugin(const std::string& path, Module module, const PluginFunctions& functions)
-    : path_(path), module_(std::move(module)), functions_(functions) {}
+    : path_(path), isOwn_(IsOwnPlugin(path)), module_(std::move(module)), functions_(functions) {}
 
 Plugin::~Plugin() {
   {
@@ -184,12 +190,12 @@ Plugin::~Plugin() {
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavScriptResult& result) {
-  return Guarded(path_, command, result,
+  return Guarded(*this, command, result,
                  [&] { return functions_.handleRequestDirect(command, params, result); });
 }
 
 bool Plugin::Handle(const char* command, TavKelParser& params, TavMessage& message) {
-  return Guarded(path_, command, message.Result(),
+  return Guarded(*this, command, message.Result(),
                  [&] { return functions_.handleRequestMsg(command, params, &message); });
 }
 

@@ -36,6 +36,9 @@ inline constexpr const char* kFunctionNames[] = {
     "TavPluginFctTavScriptGetAllCommands",
 };
 
+// Whether a library is, by its name, the one with the program's own commands.
+bool IsOwnPlugin(const std::string& path);
+
 // A loaded plug-in, found to fit this host. What it throws, a stop apart, becomes the command's
 // error. Everything belongs to the user-interface thread.
 class Plugin : public script::CommandProvider {
@@ -46,6 +49,7 @@ class Plugin : public script::CommandProvider {
   ~Plugin() override;  // unloads it
 
   const std::string& Path() const { return path_; }
+  bool IsOwn() const { return isOwn_; }  // the program's
 
   bool Handle(const char* command, TavKelParser& params, TavScriptResult& result) override;
   bool Handle(const char* command, TavKelParser& params, TavMessage& message) override;
@@ -55,6 +59,7 @@ class Plugin : public script::CommandProvider {
   Plugin(const std::string& path, Module module, const PluginFunctions& functions);
 
   std::string path_;
+  bool isOwn_;
   Module module_;
   PluginFunctions functions_;
 };

@@ -19,13 +19,18 @@ std::string PluginFolder() {
                     .make_preferred());
 }
 
-std::vector<std::string> FindPlugins() {
+base::Result<std::vector<std::string>> FindPlugins() {
   std::vector<std::string> found;
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(ToPath(PluginFolder()), error)) {
-    if (entry.path().extension() == kLibraryExtension) found.push_back(ToText(entry.path()));
+  const std::string folder = PluginFolder();
+  std::filesystem::directory_iterator entry(ToPath(folder), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (entry->path().extension() == kLibraryExtension) found.push_back(ToText(entry->path()));
   }
   if (error == std::errc::not_enough_memory) throw std::bad_alloc();
+  if (error && error != std::errc::no_such_file_or_directory) {
+    return base::Failure("the plug-ins in \"" + folder + "\" cannot be found: " + error.message());
+  }
   std::sort(found.begin(), found.end());
   return found;
 }
@@ -37,6 +42,7 @@ Plugins::~Plugins() {
 }
 
 base::Result<void> Plugins::Load(const std::string& path) {
+  if (beforeOthers_ && !IsOwnPlugin(path)) std::exchange(beforeOthers_, nullptr)();
   base::Result<std::unique_ptr<Plugin>> plugin = Plugin::Load(path);
   if (!plugin) return tl::unexpected<base::Error>(plugin.error());
   script::ScriptPort::TavScript().AddProvider(**plugin);
@@ -45,9 +51,10 @@ base::Result<void> Plugins::Load(const std::string& path) {
 }
 
 base::Result<void> Plugins::LoadFound() {
-  const std::vector<std::string> found = FindPlugins();
-  if (found.empty()) return base::Failure("there is no plug-in in \"" + PluginFolder() + "\"");
-  for (const std::string& path : found) {
+  const base::Result<std::vector<std::string>> found = FindPlugins();
+  if (!found) return tl::unexpected<base::Error>(found.error());
+  if (found->empty()) return base::Failure("there is no plug-in in \"" + PluginFolder() + "\"");
+  for (const std::string& path : *found) {
     if (base::Result<void> loaded = Load(path); !loaded) return loaded;
   }
   return {};

@@ -9,15 +9,18 @@
 
 namespace loader {
 
-// The folder beside the program in which its plug-ins lie, and those in it, by name.
+// The folder beside the program in which its plug-ins lie, and those in it, by name. Fails when it
+// cannot be read to its end.
 std::string PluginFolder();
-std::vector<std::string> FindPlugins();
+base::Result<std::vector<std::string>> FindPlugins();
 
 // The plug-ins of this host, in the order in which they were loaded. Each serves the script port
 // as long as this lives.
 class Plugins {
  public:
-  Plugins() = default;
+  // `beforeOthers` is called once, before the first plug-in is loaded that is not the program's
+  // own.
+  explicit Plugins(void (*beforeOthers)() = nullptr) : beforeOthers_(beforeOthers) {}
   Plugins(const Plugins&) = delete;
   Plugins& operator=(const Plugins&) = delete;
   ~Plugins();
@@ -30,6 +33,7 @@ class Plugins {
   std::vector<std::string> Paths() const;
 
  private:
+  void (*beforeOthers_)();
   std::vector<std::unique_ptr<Plugin>> plugins_;
 };
 

@@ -26,6 +26,7 @@ import wine  # noqa: E402
 PATIENCE = 5  # seconds that the program waits
 SLACK = 2  # that it may take beyond them, on a machine that has other things to do
 SCRIPT = "print 1\nfunc f() {\n  TEST_FIRST\n}\nf()\nprint 2\n"  # TEST_FIRST does not return
+BLOCKING = SCRIPT.replace("TEST_FIRST", "BLOCK_AND_SPIN")
 
 options = None
 
@@ -142,6 +143,9 @@ CASES_HERE = {
     "is terminated": lambda: Run("spins").stop(signal.SIGTERM),
     "hangs when it is unloaded":
         lambda: Run("hangs-at-unload", script="print 1").stop(signal.SIGTERM),
+    "blocks signals": lambda: Run("signals", script=BLOCKING).stop(signal.SIGTERM),
+    "blocks signals, time limit":
+        lambda: Run("signals", "--timeout", "1.5", script=BLOCKING).end(),
     "full pipe": with_a_full_pipe,
     "client": with_a_client_that_leaves,
     "second signal": with_a_second_signal,
@@ -200,6 +204,25 @@ class WatchdogTest(unittest.TestCase):
         out, err, code, seconds = self.result("returns in time")
         self.assertEqual((out, err, code), ("1\n", "", 130))
         self.assertLess(seconds, PATIENCE)
+
+    def test_one_that_takes_no_signals(self):
+        what = ", command BLOCK_AND_SPIN at a.tav:3"
+        self.check("blocks signals", "signals", 143, what)
+        self.check("blocks signals, time limit", "signals", 124, what, more=1.5)
+
+    def test_signals_that_a_command_has_left(self):
+        """They stop the script that goes on behind it."""
+        if options.wine:
+            self.skipTest("not under Wine")
+        for command in ("BLOCK", "try { BLOCK_AND_THROW } catch e { }", "IGNORE"):
+            script = f"{command}\nMARK\nwhile 1 {{ }}\n"
+            with self.subTest(script):
+                out, err, code, seconds = Run("signals", script=script).stop(signal.SIGTERM)
+                self.assertEqual((out, err, code), ("", "", 143))
+                self.assertLess(seconds, 1)
+                out, err, code, seconds = Run("signals", "--timeout", "1", script=script).end()
+                self.assertEqual((out, code), ("", 124), err)
+                self.assertLess(seconds, 2)
 
     def test_a_full_pipe(self):
         self.check("full pipe", "sleeps-forever", 143, out="", more=0.3)
