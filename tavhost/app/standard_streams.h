@@ -11,7 +11,7 @@
 namespace app {
 
 // To be called before anything is written. From then on bytes go out unchanged on every platform, a
-// closed pipe is a write error rather than a signal.
+// closed pipe or a file that has reached its limit is a write error rather than a signal.
 void PrepareStandardStreams();
 
 // Writes to standard output.

@@ -10,7 +10,14 @@
 
 namespace app {
 
-void PreparePlatformStreams() { std::signal(SIGPIPE, SIG_IGN); }
+void PreparePlatformStreams() {
+  std::signal(SIGPIPE, SIG_IGN);
+  // A file that may not grow any more (ulimit -f) is a write error as well. Handled rather than
+  // ignored, so that programs started from here meet the limit as the system has it.
+  struct sigaction limit {};
+  sigaction(SIGXFSZ, nullptr, &limit);
+  if (limit.sa_handler != SIG_IGN) std::signal(SIGXFSZ, [](int) {});
+}
 
 base::Result<std::string> ReadStandardInput() {
   std::string text;

@@ -207,7 +207,12 @@ base::Result<void> ServerState::ListenOnPorts() {
 Server::Server(std::unique_ptr<ServerState> state) : state_(std::move(state)) {}
 
 base::Result<std::unique_ptr<Server>> Server::Start(ServerOptions options) {
-  auto state = std::make_unique<ServerState>();
+  std::unique_ptr<ServerState> state;
+  try {
+    state = std::make_unique<ServerState>();
+  } catch (const boost::system::system_error& failure) {  // its event loop needs descriptors
+    return base::Failure(failure.code().message());
+  }
   state->options = std::move(options);
   if (state->options.listensOnPort) {
     if (auto listens = state->ListenOnPorts(); !listens) {

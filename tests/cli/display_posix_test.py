@@ -84,7 +84,6 @@ class UnreachableDisplayTest(ProgramTest):
         before = picture.read_bytes()
 
         def no_file_may_grow():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
 
         self.expect(arguments, "1\n", "tavhost: the picture shots/001-message-box.png cannot be "
