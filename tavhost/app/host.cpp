@@ -28,6 +28,7 @@
 #include "tavhost/files/open_output_files.h"
 #include "tavhost/files/planned_functions.h"
 #include "tavhost/headless/headless_toolkit.h"
+#include "tavhost/headless/record_file.h"
 #include "tavhost/loader/command_signals.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/script/ports/ports.h"
@@ -117,7 +118,7 @@ base::Result<void> Host::StartUserInterface(const Options& options) {
   const bool hasUser = hasWindows && ui::HasDisplay();
   ui::AnswerOptions answers = ui::ReadAnswerOption(options.answers ? &*options.answers : nullptr,
                                                    hasUser, IsInputTerminal());
-  answers.recordPath = options.recordFile;
+  if (ui::RecordFile::IsPipeOrDevice(options.recordFile)) answers.recordPath = options.recordFile;
   hasUser_ = hasUser && !options.answers;
   base::Result<std::shared_ptr<ui::AnswerSession>> session = ui::AnswerSession::Create(answers);
   if (!session) return tl::unexpected<base::Error>(session.error());
@@ -192,9 +193,19 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
   StartWatchdog();
   HandleInterrupts();
   loader::KeepSignals();
+  if (const base::Result<void> begun = host->BeginRecord(); !begun) {
+    return Refusal(kExitUsage, begun.error());
+  }
   CareForRequests(options);
   host->hasStarted_ = true;
   return host;
+}
+
+// Not before interrupts end a run by its own way out, which leaves nothing of a record under way. A
+// pipe is waited for earlier, where they end the program at once.
+base::Result<void> Host::BeginRecord() {
+  if (recordFile_.empty() || ui::RecordFile::IsPipeOrDevice(recordFile_)) return {};
+  return answers_->RecordTo(recordFile_);
 }
 
 void Host::StartDryRun(bool asJson) {

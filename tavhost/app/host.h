@@ -42,6 +42,7 @@ class Host {
   Host() = default;
   base::Result<void> StartUserInterface(const Options& options);
   base::Result<void> LoadPlugins(const Options& options);
+  base::Result<void> BeginRecord();
   void StartDryRun(bool asJson);
   void FinishDryRun();
   void TellWhatIsNotWritten();

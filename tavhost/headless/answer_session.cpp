@@ -55,14 +55,19 @@ base::Result<std::shared_ptr<AnswerSession>> AnswerSession::Create(const AnswerO
     if (!text->empty() && text->back() != '\n') ++session->endLine_;
   }
   if (!options.recordPath.empty()) {
-    base::Result<std::unique_ptr<RecordFile>> record = RecordFile::Open(options.recordPath);
-    if (!record) {
-      return base::Failure("the record cannot be written: " + record.error().message,
-                           options.recordPath);
-    }
-    session->record_ = std::move(*record);
+    const base::Result<void> recorded = session->RecordTo(options.recordPath);
+    if (!recorded) return tl::unexpected<base::Error>(recorded.error());
   }
   return session;
+}
+
+base::Result<void> AnswerSession::RecordTo(const std::string& path) {
+  base::Result<std::unique_ptr<RecordFile>> record = RecordFile::Open(path);
+  if (!record) {
+    return base::Failure("the record cannot be written: " + record.error().message, path);
+  }
+  record_ = std::move(*record);
+  return {};
 }
 
 AnswerSession::~AnswerSession() = default;

@@ -65,6 +65,9 @@ class AnswerSession final : public AnswerSource {
   // terminal where standard input is one, as without a display.
   void GoOnWithoutDisplay(bool stdinIsTerminal);
 
+  // What is answered from now on is recorded there, instead of at the path of the options.
+  base::Result<void> RecordTo(const std::string& path);
+
   // Puts the record in its place, when all windows have been answered; without this it is dropped.
   // Fails, with the system's word for why not, when it could not be stored: what stood there before
   // is still there.

@@ -17,13 +17,6 @@ tl::unexpected<base::Error> Fault() {
   return base::Failure(std::strerror(errno != 0 ? errno : EIO));
 }
 
-bool IsPipeOrDevice(const std::string& path) {
-  const std::u8string text(path.begin(), path.end());
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(text, error);
-  return std::filesystem::is_other(status);
-}
-
 }  // namespace
 
 base::Result<std::unique_ptr<RecordFile>> RecordFile::Open(const std::string& path) {
@@ -40,6 +33,13 @@ base::Result<std::unique_ptr<RecordFile>> RecordFile::Open(const std::string& pa
   if (!whole) return tl::unexpected<base::Error>(whole.error());
   record->whole_ = std::move(*whole);
   return record;
+}
+
+bool RecordFile::IsPipeOrDevice(const std::string& path) {
+  const std::u8string text(path.begin(), path.end());
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(text, error);
+  return std::filesystem::is_other(status);
 }
 
 RecordFile::~RecordFile() {

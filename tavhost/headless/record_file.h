@@ -17,6 +17,8 @@ namespace ui {
 class RecordFile {
  public:
   static base::Result<std::unique_ptr<RecordFile>> Open(const std::string& path);
+  // Such a file is opened when somebody reads it, as late as that may be.
+  static bool IsPipeOrDevice(const std::string& path);
   RecordFile(const RecordFile&) = delete;
   RecordFile& operator=(const RecordFile&) = delete;
   ~RecordFile();  // a record that was not kept is gone

@@ -80,6 +80,10 @@ TavMessagePort port;
 struct AtLoad {
   AtLoad() {
     if (Is("crashes-at-load")) Crash();
+    if (Is("hangs-at-load")) {
+      Mark();
+      Hang();
+    }
     if (Is("enters-a-port")) TavMessagePortManager::Instance().m_ports["Broken"] = &port;
     if (Is("noisy")) std::puts("loading\nverdict\n");
   }

@@ -131,6 +131,28 @@ def with_a_second_signal():
         return code, os.path.exists(token_file)
 
 
+def while_it_is_loaded(number):
+    """The exit code, and what is left beside the record that stood there before."""
+    with tempfile.TemporaryDirectory() as folder:
+        mark = Path(folder) / "mark"
+        record = Path(folder) / "r.kel"
+        record.write_text("MESSAGE_BOX\n")
+        process = subprocess.Popen(
+            [*options.program, "--plugin", library("hangs-at-load"), "--record", "r.kel", "run",
+             "-e", ""], cwd=folder, env={**os.environ, "TEST_MARK": str(mark)},
+            stdin=subprocess.DEVNULL)
+        try:
+            waiting.until(mark.exists, "the plug-in is being loaded")
+            process.send_signal(number)
+            code = process.wait(timeout=2)
+        finally:
+            process.kill()
+            process.wait()
+        mark.unlink()
+        left = [path.name for path in Path(folder).iterdir()]
+        return code, left, record.read_text()
+
+
 CASES = {
     "sleeps": lambda: Run("sleeps-forever").stop(signal.SIGINT),
     "computes": lambda: Run("spins", "--timeout", "1.5").end(),
@@ -148,6 +170,7 @@ CASES_HERE = {
         lambda: Run("signals", "--timeout", "1.5", script=BLOCKING).end(),
     "full pipe": with_a_full_pipe,
     "client": with_a_client_that_leaves,
+    "loading": lambda: while_it_is_loaded(signal.SIGINT),
     "second signal": with_a_second_signal,
     "second signal to a run": with_a_second_signal_to_a_run,
 }
@@ -232,6 +255,10 @@ class WatchdogTest(unittest.TestCase):
         self.check_line(err, "sleeps-forever", ", command TEST_FIRST at request:3")
         self.assertEqual((code, has_token), (130, False))
         self.check_time(seconds)
+
+    def test_one_that_is_being_loaded(self):
+        """Nothing has begun, so that nothing is waited for, and nothing is left."""
+        self.assertEqual(self.result("loading"), (130, ["r.kel"], "MESSAGE_BOX\n"))
 
     def test_a_second_signal(self):
         self.assertEqual(self.result("second signal"), (143, False))
