@@ -9,7 +9,6 @@
 #include "host/system/version.h"
 #include "tavhost/app/command_line_tables.h"
 #include "tavhost/app/exit_codes.h"
-#include "tavhost/app/standard_streams.h"
 #include "tavhost/base/nearest_name.h"
 #include "tavhost/base/report.h"
 
@@ -239,8 +238,8 @@ std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& 
   }
   if (!parsed) return Complain(parsed.error().message, *row);
   if (line.help || line.version) {
-    Print(line.help ? HelpText(*row) : "tavhost " + VersionText() + "\n");
-    return kExitSuccess;
+    line.about = line.help ? HelpText(*row) : "tavhost " + VersionText() + "\n";
+    return line;
   }
   if (const base::Result<void> checked = CheckOperands(line); !checked) {
     return Complain(checked.error().message, *row);

@@ -59,10 +59,11 @@ struct CommandLine {
   double requestSeconds = 0;                       // serve --request-timeout; 0: none
   bool help = false;
   bool version = false;
+  std::string about;  // help or the version: to be printed, and nothing else done
 };
 
-// The program's arguments, its own name left out, as UTF-8. Help, the version and mistakes are
-// written right away; the answer is then the exit code.
+// The program's arguments, its own name left out, as UTF-8. Mistakes are written right away; the
+// answer is then the exit code.
 std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace app

@@ -1,8 +1,10 @@
 #include <signal.h>
+#include <sys/time.h>
 
 #include <cstddef>
 
 #include "tavhost/app/crash.h"
+#include "tavhost/app/watchdog.h"
 #include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
@@ -39,6 +41,21 @@ void EndBy(int signal) {
   raise(signal);
 }
 
+volatile sig_atomic_t fault = 0;
+
+void HandleFault(int signal);
+
+// A reader of what was printed that takes nothing is waited for as long as a plug-in would be.
+void GoOnInTime(int signal) {
+  fault = signal;
+  struct sigaction action {};
+  action.sa_handler = [](int) { HandleFault(fault); };
+  sigaction(SIGALRM, &action, nullptr);
+  itimerval timer{};
+  timer.it_value.tv_sec = kWatchdogPatience;
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
 // After a fault nothing is certain. Should a step meet a fault itself, the handler comes here
 // again, and the next step is the first that is taken.
 void HandleFault(int signal) {
@@ -47,6 +64,7 @@ void HandleFault(int signal) {
   if (next <= kPrinted) {
     next = kDetails;
     LeftoverFile::RemoveAll();
+    GoOnInTime(signal);
     standard_write::FlushOutputIfFree();
   }
   if (next <= kBare) {

@@ -62,7 +62,9 @@ int RunWithinMemory(const std::vector<std::string>& arguments) {
     if (line.options.timeoutSeconds > 0) {
       LimitTime(line.options.timeoutSeconds, TimeLimitText(line.options) + '\n');
     }
-    return RunSubcommand(line);
+    if (line.about.empty()) return RunSubcommand(line);
+    Print(line.about);
+    return kExitSuccess;
   } catch (const std::bad_alloc&) {
     report::Line("tavhost: out of memory");
     return kExitScriptError;

@@ -71,6 +71,13 @@ class UnreadTest(ProgramTest):
                                      'while 1 { EXECUTE "print 1; throw 1" }', **{stream: pipe})
                 self.assertLess(self.end(process, None, 124), 0.5 + LIMIT)
 
+    def test_the_time_limit_of_what_runs_nothing(self):
+        for arguments in (["--help"], ["--version"], ["run", "--help"], ["commands", "--help"],
+                          ["commands", "--json"], ["check", "none.tav"]):
+            with self.subTest(arguments), children.unread_pipe() as pipe:
+                process = self.start("--timeout", "0.5", *arguments, stdout=pipe, stderr=pipe)
+                self.assertLess(self.end(process, None, 124), 0.5 + LIMIT)
+
     def test_what_a_reader_takes_in_time_is_not_lost(self):
         process = self.start("run", "-e", 'for i from 1 to 20000 { print "line", i }\n'
                              'while 1 { SLEEP ms:10 }')

@@ -10,11 +10,13 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
+import children  # noqa: E402
 import sanitizers  # noqa: E402
 import waiting  # noqa: E402
 import wine  # noqa: E402
@@ -94,6 +96,19 @@ class CrashTest(unittest.TestCase):
         cause, code = dict(self.faults())["WRITE_NOWHERE"]
         self.assertEqual(self.run_program("send", "WRITE_NOWHERE"),
                          (code, "", self.line(", command WRITE_NOWHERE", cause)))
+
+    def test_streams_that_nobody_reads(self):
+        """What was printed is held for a while, and the line; then the program ends all the same."""
+        if machine:
+            self.skipTest("there every write waits for its reader")
+        with children.unread_pipe() as pipe:
+            begin = time.monotonic()
+            process = subprocess.Popen(
+                [options.tavhost, "--plugin", self.plugin_name(), "run", "-e", "print 1\nABORT"],
+                stdin=subprocess.DEVNULL, stdout=pipe, stderr=pipe,
+                env=sanitizers.environment_for_faults())
+            self.assertEqual(process.wait(timeout=30), -signal.SIGABRT)
+            self.assertLess(time.monotonic() - begin, 9)  # 5 s, 1 s, and what a busy machine takes
 
     def test_at_a_prompt(self):
         cause, code = dict(self.faults())["WRITE_NOWHERE"]
