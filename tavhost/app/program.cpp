@@ -1,6 +1,7 @@
 #include "tavhost/app/program.h"
 
 #include <new>
+#include <tl/expected.hpp>
 #include <variant>
 
 #include "tavhost/app/command_line.h"
@@ -11,6 +12,7 @@
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/out_of_memory.h"
 #include "tavhost/app/outcome.h"
+#include "tavhost/app/stack_room.h"
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/app/subcommands.h"
 #include "tavhost/app/window_module.h"
@@ -56,6 +58,10 @@ int RunSubcommand(const CommandLine& line) {
 
 int RunWithinMemory(const std::vector<std::string>& arguments) {
   try {
+    if (const base::Result<void> stack = TakeStackRoom(); !stack) {
+      report::Line("tavhost: " + stack.error().message);
+      return kExitScriptError;
+    }
     const auto parsed = ParseCommandLine(arguments);
     if (const int* const done = std::get_if<int>(&parsed)) return *done;
     const CommandLine& line = std::get<CommandLine>(parsed);

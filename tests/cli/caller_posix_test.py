@@ -6,6 +6,7 @@ import signal
 import subprocess
 import sys
 import time
+import unittest
 from pathlib import Path
 
 import program
@@ -107,6 +108,28 @@ class BlockedSignalsTest(ProgramTest):
                                   env=sanitizers.environment_for_faults(self.environment))
         self.assertEqual((result.out, result.code), ("1\n", -signal.SIGSEGV))
         self.assertIn("command CRASH at <command line>:2 crashed: ", result.err)
+
+
+@unittest.skipIf(program.sanitized, "a sanitizer takes more stack")
+class StackTest(ProgramTest):
+    DEEP = (("(1,", "1", ")"), ("(a:", "1", ")"), ("(1 and ", "1", ")"), ("- ", "1", ""))
+
+    def test_a_small_one(self):
+        """It is made larger: the deepest nesting fits."""
+        for begin, middle, end in self.DEEP:
+            name = self.file("a.tav", f"x = {begin * 990}{middle}{end * 990}\nprint 1\n")
+            for arguments in (["run", name], ["check", name]):
+                for kib in (128, 256, 1024):
+                    with self.subTest(begin, kib=kib):
+                        result = self.run_program(*arguments, preexec_fn=lambda: resource.setrlimit(
+                            resource.RLIMIT_STACK, (kib << 10, resource.RLIM_INFINITY)))
+                        self.assertEqual((result.err, result.code), ("", 0))
+
+    def test_one_that_stays_small(self):
+        for arguments in (["run", "-e", "print 1"], ["serve"], ["--version"]):
+            self.expect(arguments, "", "tavhost: the stack is limited to 256 KiB (ulimit -s); 2048 KiB "
+                        "are needed\n", 1, preexec_fn=lambda: resource.setrlimit(
+                            resource.RLIMIT_STACK, (256 << 10, 256 << 10)))
 
 
 class DescriptorsTest(ProgramTest):
