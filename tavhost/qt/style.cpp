@@ -5,6 +5,7 @@
 #include <QStyleFactory>
 #include <QStyleOption>
 
+#include "tavhost/qt/readable_palette.h"
 #include "tavhost/qt/text_direction.h"
 
 namespace ui {
@@ -19,6 +20,13 @@ class Style : public QProxyStyle {
  public:
   explicit Style(const QString& name) : QProxyStyle(QStyleFactory::create(name)) {
     setObjectName(name);
+  }
+
+  using QProxyStyle::polish;
+  // Colours of the desktop, or those that a style brings along: selections too pale for their text.
+  void polish(QPalette& palette) override {
+    QProxyStyle::polish(palette);
+    MakeReadable(palette);
   }
 
   void drawItemText(QPainter* painter, const QRect& area, int flags, const QPalette& palette,

@@ -10,6 +10,7 @@ import unittest
 from pathlib import Path
 
 import program
+import x_server
 from program import TIME_LIMIT, ProgramTest
 
 # The families of commands that open windows; each of their commands has a row, its own example.
@@ -137,22 +138,9 @@ class BackEndsTest(ProgramTest):
             raise unittest.SkipTest("there is no module for windows")
         if program.sanitized:
             raise unittest.SkipTest("what the libraries of X keep to the end is not ours")
-        if not shutil.which("Xvfb"):
-            raise unittest.SkipTest("there is no Xvfb; scripts/setup --test installs it")
-        cls.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", "1", "-screen", "0", "1920x1080x24", "-nolisten", "tcp"],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        cls.addClassCleanup(cls.stop_server)
-        number = cls.server.stdout.readline().decode().strip()  # comes when it serves
-        if not number:
-            raise AssertionError("Xvfb did not start")
-        cls.display = ":" + number
-
-    @classmethod
-    def stop_server(cls):
-        cls.server.terminate()
-        cls.server.wait(timeout=TIME_LIMIT)
-        cls.server.stdout.close()
+        server = x_server.XServer()
+        cls.addClassCleanup(server.stop)
+        cls.display = server.display
 
     def environments(self):
         self.environment.pop("QT_QPA_PLATFORM", None)

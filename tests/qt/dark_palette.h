@@ -3,7 +3,9 @@
 #include <QColor>
 #include <QPalette>
 
-// A dark look, as desktops set it.
+#include "tavhost/qt/readable_palette.h"
+
+// A dark look, as it comes from a desktop through our style.
 inline QPalette DarkPalette() {
   QPalette palette;
   palette.setColor(QPalette::Window, QColor(45, 45, 48));
@@ -16,5 +18,6 @@ inline QPalette DarkPalette() {
   palette.setColor(QPalette::ButtonText, Qt::white);
   palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
   palette.setColor(QPalette::HighlightedText, Qt::white);
+  ui::MakeReadable(palette);
   return palette;
 }

@@ -4,6 +4,7 @@
 #include <QStyle>
 #include <optional>
 
+#include "tavhost/qt/readable_palette.h"
 #include "tavhost/qt/style.h"
 
 namespace ui::ide_view {
@@ -33,6 +34,7 @@ QPalette Palette(bool dark) {
        {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
     palette.setColor(QPalette::Disabled, role, faint);
   }
+  MakeReadable(palette);
   return palette;
 }
 
