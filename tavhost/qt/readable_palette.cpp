@@ -8,8 +8,8 @@ namespace ui {
 
 namespace {
 
-// More than the guidelines ask: thin strokes are drawn paler than their colour.
-constexpr double kLeastContrast = 5.5;
+// What the guidelines ask where they are strict: thin strokes are drawn paler than their colour.
+constexpr double kLeastContrast = 7;
 constexpr int kSteps = 20;  // from one colour to another
 
 double Luminance(const QColor& colour) {

@@ -44,12 +44,13 @@ ResultToolView::ResultToolView(ResultToolModel& model)
   whole->setContentsMargins(4, 4, 4, 4);
   whole->addWidget(bar_);
   whole->addWidget(panel_, 1);
-  setFocusProxy(&panel_->View());
   model_.AddObserver(*this);
   UpdateButtons();
 }
 
 ResultToolView::~ResultToolView() { model_.RemoveObserver(*this); }
+
+void ResultToolView::focusInEvent(QFocusEvent* event) { panel_->View().setFocus(event->reason()); }
 
 QToolButton* ResultToolView::MakeButton(ResultToolModel::Button which, const QString& label,
                                         const char* name) {

@@ -17,6 +17,9 @@ class ResultToolView final : public QWidget, private ResultToolObserver {
   explicit ResultToolView(ResultToolModel& model);
   ~ResultToolView() override;
 
+ protected:
+  void focusInEvent(QFocusEvent* event) override;  // the table takes it
+
  private:
   void ResultsChanged(ResultToolModel&) override;
   void ButtonsChanged(ResultToolModel&) override;

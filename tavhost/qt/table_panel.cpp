@@ -62,7 +62,6 @@ TablePanel::TablePanel(TableModel& table, bool editable)
   layout->addWidget(searchBar_);
   layout->addWidget(view_, 1);
   layout->addWidget(status_);
-  setFocusProxy(view_);
   ShowSearchBar(false);
 
   auto* const find = new QShortcut(QKeySequence::Find, this);
@@ -220,6 +219,10 @@ void TablePanel::Search(bool backwards) {
     view_->GoTo(items_.IndexOf(*place));
   }
 }
+
+// No focus proxy: Tab takes such a widget for the one it stands for, and would go round before it
+// has been everywhere.
+void TablePanel::focusInEvent(QFocusEvent* event) { view_->setFocus(event->reason()); }
 
 void TablePanel::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape && IsSearchBarShown()) {

@@ -33,6 +33,7 @@ class TablePanel final : public QWidget {
   void Print(const QString& title);
 
  protected:
+  void focusInEvent(QFocusEvent* event) override;  // the table takes it
   void keyPressEvent(QKeyEvent* event) override;
 
  private:

@@ -106,6 +106,7 @@ void TextBlock::ShowScrolled() {
   if (!scrolled_) {
     scrolled_ = new Scrolled;
     layout()->addWidget(scrolled_);
+    setTabOrder(label_, scrolled_);  // where the text stands, not behind all else
   }
   label_->clear();
   label_->hide();

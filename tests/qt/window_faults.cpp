@@ -73,7 +73,7 @@ void FindCut(const QWidget& part, QStringList& faults) {
     needed = QSize(part.fontMetrics().averageCharWidth() * 8, part.minimumSizeHint().height());
   } else if (qobject_cast<const QAbstractScrollArea*>(&part)) {
     needed =
-        QSize(part.fontMetrics().averageCharWidth() * 12, part.fontMetrics().lineSpacing() * 2);
+        QSize(part.fontMetrics().averageCharWidth() * 10, part.fontMetrics().lineSpacing() * 2);
   }
   if (part.width() < needed.width() || part.height() < needed.height()) {
     faults << NameOf(part) + QStringLiteral(" has %1x%2 and needs %3x%4")
