@@ -75,6 +75,19 @@ double TextStart(const DrawingShape& shape, double width) {
   return 0;
 }
 
+// What can be read in it, for screen readers, in the order in which it is drawn.
+QString TextsOf(const Drawing& drawing) {
+  constexpr qsizetype kMostCharacters = 2000;
+  QStringList texts;
+  qsizetype characters = 0;
+  for (const DrawingShape& shape : drawing.shapes) {
+    if (shape.kind != DrawingShape::Kind::kText || characters > kMostCharacters) continue;
+    texts << Shown(shape.text).simplified();
+    characters += texts.back().size();
+  }
+  return texts.join(QLatin1String(", "));
+}
+
 }  // namespace
 
 const QPixmap& DrawingPainter::PictureOf(const std::string& file) {
@@ -196,7 +209,8 @@ void DrawingView::DrawingChanged() {
     constexpr long kShortest = 10;  // milliseconds; what is drawn more often nobody sees
     timer_.start(static_cast<int>(std::max(interval, kShortest)));
   }
-  setAccessibleDescription(Shown(model_.Error()));
+  setAccessibleDescription(model_.Error().empty() ? TextsOf(model_.Shown())
+                                                  : Shown(model_.Error()));
   UpdateScrollBars();
   viewport()->update();
 }

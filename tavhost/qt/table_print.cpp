@@ -5,6 +5,7 @@
 #include <QPdfWriter>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QStyle>
 #include <algorithm>
 #include <functional>
 #include <numeric>
@@ -12,6 +13,7 @@
 
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/table_items.h"
+#include "tavhost/qt/text_direction.h"
 
 namespace ui {
 
@@ -109,6 +111,19 @@ class Pages {
     for (const std::size_t at : wide) widths_[at] = left / static_cast<double>(wide.size());
   }
 
+  // On the side of the page where it stands: from right to left the first column is the right one.
+  QRectF Placed(QRectF area) const {
+    if (direction_ == Qt::RightToLeft) area.moveLeft(paper_.width() - area.right());
+    return area;
+  }
+
+  void DrawText(const QRectF& area, int flags, const QString& text) const {
+    constexpr int kPlace = Qt::AlignHorizontal_Mask;
+    const auto place = QStyle::visualAlignment(direction_, Qt::Alignment(flags & kPlace));
+    painter_->setLayoutDirection(DirectionOf(text).value_or(direction_));
+    painter_->drawText(area, (flags & ~kPlace) | static_cast<int>(place), text);
+  }
+
   static int Flags(TableAlignment alignment) {
     return static_cast<int>(AlignmentOf(alignment) | Qt::AlignTop) | Qt::TextWrapAnywhere;
   }
@@ -134,9 +149,10 @@ class Pages {
     if (!draws) return height;
     double x = Margin();
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-      const QRectF field(x + Pad(), y + dots_, widths_[i] - 2 * Pad(), height - 2 * dots_);
+      const QRectF field =
+          Placed({x + Pad(), y + dots_, widths_[i] - 2 * Pad(), height - 2 * dots_});
       painter_->setClipRect(field.adjusted(-dots_, -dots_, dots_, dots_));
-      painter_->drawText(field, Flags(table_.Alignment(columns_[i])), text(columns_[i]));
+      DrawText(field, Flags(table_.Alignment(columns_[i])), text(columns_[i]));
       x += widths_[i];
     }
     painter_->setClipping(false);
@@ -148,7 +164,8 @@ class Pages {
   void Rule(double y, double weight) const {
     const double total = std::accumulate(widths_.begin(), widths_.end(), 0.0);
     painter_->setPen(QPen(Qt::black, weight * dots_));
-    painter_->drawLine(QPointF(Margin(), y), QPointF(Margin() + total, y));
+    const QRectF line = Placed({Margin(), y, total, 0});
+    painter_->drawLine(line.topLeft(), line.topRight());
     painter_->setPen(Qt::black);
   }
 
@@ -157,11 +174,11 @@ class Pages {
     double y = Margin();
     if (draws) {
       painter_->setFont(headerFont_);
-      painter_->drawText(QRectF(Margin(), y, Width(), HeaderHeight()),
-                         Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, header_);
+      DrawText(QRectF(Margin(), y, Width(), HeaderHeight()),
+               Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, header_);
       painter_->setFont(font_);
-      painter_->drawText(QRectF(Margin(), Bottom() + 4 * dots_, Width(), LineHeight()),
-                         Qt::AlignRight, QStringLiteral("Page %1 of %2").arg(page).arg(count));
+      DrawText(QRectF(Margin(), Bottom() + 4 * dots_, Width(), LineHeight()), Qt::AlignRight,
+               QStringLiteral("Page %1 of %2").arg(page).arg(count));
     }
     y += HeaderHeight();
     if (columns_.empty()) return y;
@@ -202,6 +219,7 @@ class Pages {
 
   const TableArrangement& seen_;
   const TableModel& table_;
+  const Qt::LayoutDirection direction_ = QGuiApplication::layoutDirection();
   QSizeF paper_;
   double dots_;  // of a point
   QFont font_;
@@ -214,10 +232,11 @@ class Pages {
 
 }  // namespace
 
-int PrintTable(const TableArrangement& seen, const QString& title, QPagedPaintDevice& device) {
+int PrintTable(const TableArrangement& seen, const QString& title, QPaintDevice& device,
+               const std::function<void()>& newPage) {
   QPainter painter(&device);
   if (!painter.isActive()) return 0;
-  return Pages(seen, title, device).Run(painter, [&device] { device.newPage(); });
+  return Pages(seen, title, device).Run(painter, newPage);
 }
 
 void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QWidget* parent) {
@@ -226,7 +245,7 @@ void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QW
   QPrintDialog dialog(&printer, parent);
   if (dialog.exec() != QDialog::Accepted) return;
   QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-  PrintTable(seen, title, printer);
+  PrintTable(seen, title, printer, [&printer] { printer.newPage(); });
   QGuiApplication::restoreOverrideCursor();
 }
 
@@ -235,7 +254,7 @@ bool WriteTablePdf(const TableArrangement& seen, const QString& title, const QSt
   writer.setTitle(title);
   writer.setPageSize(QPageSize(QPageSize::A4));
   writer.setPageMargins(QMarginsF());
-  return PrintTable(seen, title, writer) > 0;
+  return PrintTable(seen, title, writer, [&writer] { writer.newPage(); }) > 0;
 }
 
 }  // namespace ui

@@ -1,15 +1,18 @@
 #pragma once
 
-#include <QPagedPaintDevice>
+#include <QPaintDevice>
 #include <QString>
+#include <functional>
 
 #include "tavhost/ui/table/table_arrangement.h"
 
 namespace ui {
 
 // Draws the rows that are seen, in their order, on pages: a header, the titles, page numbers.
-// Columns share the width of the page; texts that do not fit wrap. Returns the number of pages.
-int PrintTable(const TableArrangement& seen, const QString& title, QPagedPaintDevice& device);
+// Columns share the width of the page; texts that do not fit wrap. `newPage` begins a page of the
+// device but the first. Returns the number of pages.
+int PrintTable(const TableArrangement& seen, const QString& title, QPaintDevice& device,
+               const std::function<void()>& newPage);
 
 // Asks for a printer, then prints.
 void PrintTableWithDialog(const TableArrangement& seen, const QString& title, QWidget* parent);

@@ -232,6 +232,14 @@ TOOLS = {
                 ...
         """),
     "graphrep tool": (
+        r'''GRAPHREP_TOOL title:"Pump" graphrep:"LINE x1:0 y1:0 x2:9 y2:9; TEXT \"Tank 12\" x:0 y:9;
+        TEXT \"Valve\" x:9 y:9"''', """
+            frame "tavhost"
+              frame "Pump"
+                image "Drawing": Tank 12, Valve
+                ...
+        """),
+    "graphrep tool with a mistake": (
         'GRAPHREP_TOOL title:"Pump" graphrep:"OVAL{}"', """
             frame "tavhost"
               frame "Pump"

@@ -422,6 +422,41 @@ TEST_F(IdeTest, EverythingIsReachedByKeyboardAndNamed) {
   EXPECT_TRUE(Editor().hasFocus());
 }
 
+// Menus, the find bar and the panes beside the editor are there together.
+TEST_F(IdeTest, NoLetterWithAltStandsForTwoThings) {
+  Start();
+  QMap<QString, QString> letters;
+  const auto take = [&letters](const QString& text) {
+    const QString letter = QKeySequence::mnemonic(text).toString();
+    if (letter.isEmpty()) return;
+    EXPECT_FALSE(letters.contains(letter))
+        << letter.toStdString() << ": " << letters[letter].toStdString() << ", "
+        << text.toStdString();
+    letters[letter] = text;
+  };
+  for (const QAction* const menu : window_->menuBar()->actions()) take(menu->text());
+  for (const QPushButton* const button : window_->findChildren<QPushButton*>()) {
+    take(button->text());
+  }
+  for (const QCheckBox* const box : window_->findChildren<QCheckBox*>()) take(box->text());
+  for (const QLabel* const label : window_->findChildren<QLabel*>()) {
+    if (label->buddy()) take(label->text());
+  }
+}
+
+TEST_F(IdeTest, ScriptsAreFromLeftToRightOnEveryDesktop) {
+  Start();
+  Editor().setPlainText(QStringLiteral("print 1  # שלום.\n# abc.\nנכון = 2\n"));
+  HandleEvents();
+  const QImage picture = Editor().grab().toImage();
+  QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+  HandleEvents();
+  const QImage turned = Editor().grab().toImage();
+  QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+  EXPECT_EQ(turned.size(), picture.size());
+  EXPECT_EQ(turned, picture);
+}
+
 TEST_F(IdeTest, LightAndDarkAreToldApart) {
   Start();
   window_->SetTheme(Theme::kDark);

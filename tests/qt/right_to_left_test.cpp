@@ -10,6 +10,7 @@
 
 #include "tavhost/qt/message_window_view.h"
 #include "tavhost/qt/percentage_window_view.h"
+#include "tavhost/qt/table_print.h"
 #include "tavhost/qt/text_direction.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/edit_field_model.h"
@@ -20,6 +21,7 @@
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/text_box_model.h"
 #include "tavhost/ui/models/tree_list_box_model.h"
+#include "tavhost/ui/table/table_arrangement.h"
 #include "tavhost/ui/table/table_model.h"
 #include "tests/qt/qt_fixture.h"
 
@@ -250,6 +252,39 @@ TEST_F(QtRightToLeft, TheNumberOnABarCanBeReadWherever) {
   EXPECT_GT(read, 10);
   const Laid laid(Qt::RightToLeft);
   EXPECT_EQ(darkPixels(20), read);
+}
+
+TEST_F(QtRightToLeft, TablesArePrintedAsTheDesktopReads) {
+  const auto printed = [](const std::string& text) {
+    const auto owner =
+        std::make_shared<std::string>(text + ";b\n" + text + ";2\n" + text + "\n3;4");
+    ui::TableModel table(false);
+    EXPECT_TRUE(table.Read(*owner, owner, ';', '\n'));
+    table.header = text;
+    QImage paper(500, 700, QImage::Format_RGB32);
+    paper.fill(Qt::white);
+    EXPECT_EQ(ui::PrintTable(ui::TableArrangement(table), QString(), paper, [] {}), 1);
+    return paper;
+  };
+  const auto inkAt = [](const QImage& image, int left, int width) {
+    int ink = 0;
+    for (int x = left; x < left + width; ++x) {
+      for (int y = 0; y < image.height() / 2; ++y) ink += image.pixelColor(x, y).lightness() < 128;
+    }
+    return ink;
+  };
+  constexpr int kEdge = 150;
+  for (const auto layout : {Qt::LeftToRight, Qt::RightToLeft}) {
+    const Laid laid(layout);
+    for (const char* const text : {kHebrew, kEnglish}) {
+      const auto direction = text == kHebrew ? Qt::RightToLeft : Qt::LeftToRight;
+      const QImage image = printed(text);
+      EXPECT_EQ(image, printed(Marked(text, direction))) << text << layout;
+      const int left = inkAt(image, 0, kEdge);
+      const int right = inkAt(image, image.width() - kEdge, kEdge);
+      EXPECT_EQ(right > left, layout == Qt::RightToLeft) << text;
+    }
+  }
 }
 
 }  // namespace

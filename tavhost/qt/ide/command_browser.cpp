@@ -33,7 +33,7 @@ CommandBrowser::CommandBrowser(Help help, QWidget* parent)
       search_(new QLineEdit),
       list_(new QTreeWidget),
       page_(new QTextBrowser),
-      insert_(new QPushButton(QStringLiteral("&Insert into Script"))) {
+      insert_(new QPushButton(QStringLiteral("In&sert into Script"))) {
   search_->setObjectName(QStringLiteral("commandSearch"));
   search_->setPlaceholderText(QStringLiteral("Search commands"));
   search_->setAccessibleName(QStringLiteral("Search commands"));

@@ -45,7 +45,7 @@ EditorPage::EditorPage(EditorHelp help, int untitledNumber, QWidget* parent)
       editor_(new ScriptEditor(std::move(help))),
       notice_(new QFrame),
       noticeText_(new QLabel),
-      reload_(new QPushButton(QStringLiteral("&Reload"))) {
+      reload_(new QPushButton(QStringLiteral("Reloa&d"))) {
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);

@@ -197,7 +197,7 @@ void ScriptEditor::PaintMargin(QPaintEvent* event) {
     painter.setPen(wrong                            ? colours.error
                    : block.blockNumber() == current ? palette().color(QPalette::Text)
                                                     : colours.lineNumber);
-    painter.drawText(0, top, margin_->width() - digit, height, Qt::AlignRight,
+    painter.drawText(0, top, margin_->width() - digit, height, Qt::AlignRight | Qt::AlignAbsolute,
                      QString::number(number));
     const QRectF sign(digit * 0.4, top + height * 0.25, height * 0.5, height * 0.5);
     if (mark) {
