@@ -71,6 +71,7 @@ bool SendCommand(const kel::Element& element) {
     const std::string text = script::UnknownCommandText(TavMessagePort::TavScript(), command);
     message.Result().SetError(base::StringOf(text));
   }
+  stop::ThrowIfRequested();  // what it waited for may have ended it without a word
   PrintLine(message.Reply().View());
   return message.HasError();
 }

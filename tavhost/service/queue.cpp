@@ -431,6 +431,7 @@ std::string Queue::RunCommand(const Job& job, stop::Reason& reason) {
     } else if (result.HasError()) {
       ending.error = std::string(result.GetError().View());
     }
+    stop::ThrowIfRequested();  // what it waited for may have ended it without a word
   } catch (const stop::Stopped&) {
     ending.error = StoppedText(stop::Requested(), 0);
   } catch (const std::bad_alloc&) {

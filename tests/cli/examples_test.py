@@ -153,16 +153,18 @@ class ExamplesTest(ProgramTest):
         return (self.folder / name).read_text()
 
     def test_release_wizard(self):
-        for name in ("guide.txt", "program.txt", "scratch.log"):
-            self.file(f"parts/{name}", name)
-        self.assertEqual(self.answered("release_wizard", "parts"), "released 2 files as 2.0.0\n")
-        released = self.folder / "parts/release-2.0.0"
-        self.assertEqual(sorted(path.name for path in released.iterdir()),
-                         ["NOTES.txt", "guide.txt", "program.txt"])
-        self.assertEqual((released / "NOTES.txt").read_text(),
-                         "Version 2.0.0\n\n- everything is new\n")
+        for base in ("", str(self.folder) + "/"):
+            for name in ("guide.txt", "program.txt", "scratch.log"):
+                self.file(f"parts{len(base)}/{name}", name)
+            self.assertEqual(self.answered("release_wizard", f"{base}parts{len(base)}"),
+                             "released 2 files as 2.0.0\n")
+            released = self.folder / f"parts{len(base)}/release-2.0.0"
+            self.assertEqual(sorted(path.name for path in released.iterdir()),
+                             ["NOTES.txt", "guide.txt", "program.txt"])
+            self.assertEqual((released / "NOTES.txt").read_text(),
+                             "Version 2.0.0\n\n- everything is new\n")
         # Cancelled at once, and without anything to release.
-        self.assertEqual(self.answered("release_wizard", "parts", code=1,
+        self.assertEqual(self.answered("release_wizard", "parts0", code=1,
                                        answers=self.file("no.kel", "EDIT_FIELD button:cancel\n"
                                                                    "MESSAGE_BOX\n")), "")
         self.answered("release_wizard", "absent", code=1, answers=self.file(
@@ -236,7 +238,7 @@ class ExamplesTest(ProgramTest):
         self.assertEqual(self.answered("nightly_report", "data", "r.txt"), first)
         self.assertEqual(self.read("r.txt"), first + "files:\na.txt\nb.TXT\n")
         self.file("data/c", "")
-        out = self.answered("nightly_report", "data", "r.txt")
+        out = self.answered("nightly_report", "data", str(self.folder / "r.txt"))
         self.assertIn("  none         1\n  txt          2\nnew since the last report: c\n", out)
         kept = self.answered("nightly_report", "data", "r.txt", answers=self.file(
             "no.kel", "MESSAGE_BOX button:no\n"))

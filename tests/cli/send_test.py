@@ -1,5 +1,6 @@
 """tavhost send: commands as messages, replies as text."""
 
+import socket
 import unittest
 
 from program import ProgramTest
@@ -58,6 +59,21 @@ class SendTest(ProgramTest):
                     ' endbutton:"cancel"\n')
         result = self.run_program("send", "SLEEP ms:0", 'INFOBOX "x"', "GET_DISPLAY_SIZE")
         self.assertEqual((result.out, result.code), ("\n", 3), result)
+
+    def test_a_stop_that_the_last_command_answers_to(self):
+        """What a command waits for may end it by its own results, and the stop be lost with them."""
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            url = f"http://127.0.0.1:{silent.getsockname()[1]}/"
+            for command, name in (('EXECUTE "while 1 {}"', "EXECUTE"),
+                                  ('EXECUTE "SLEEP ms:9000"', "EXECUTE"),
+                                  (f'HTTP_REQUEST "{url}"', "HTTP_REQUEST")):
+                with self.subTest(command):
+                    result = self.run_program("--timeout", "0.3", "send", "SLEEP ms:0", command)
+                    self.assertEqual((result.code, result.out, result.err), (
+                        124, "\n",
+                        f"tavhost: stopped after 0.3 s (--timeout) at command 2 ({name})\n"))
+        result = self.run_program("send", 'EXECUTE "INFOBOX \\"a\\""')
+        self.assertEqual((result.out, result.code), ("", 3), result)
 
     def test_no_end_of_script_between_the_commands(self):
         result = self.run_program("send", "--trace", "-", "SLEEP ms:0", "SLEEP ms:0")

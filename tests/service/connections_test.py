@@ -526,12 +526,18 @@ class Reasons(Case):
     def test_a_command_without_an_answer(self):
         self.assertIn("this line answers it: MESSAGE_BOX button:ok",
                       self.run_script('INFOBOX "?"', "/command")["error"])
+        self.assertIn("this line answers it: MESSAGE_BOX button:ok",
+                      self.run_script('EXECUTE "INFOBOX \\"?\\""', "/command")["error"])
 
     def test_a_time_limit_of_a_request(self):
         for path, text, reason in [
                 ("/script", "x = 1\nwhile 1 { }",
                  "the script was stopped at line 2: its time limit of 0.3 s is over"),
                 ("/command", "SLEEP ms:20000",
+                 "the script was stopped: its time limit of 0.3 s is over"),
+                ("/command", 'EXECUTE "while 1 { }"',
+                 "the script was stopped: its time limit of 0.3 s is over"),
+                ("/command", 'EXECUTE "SLEEP ms:20000"',
                  "the script was stopped: its time limit of 0.3 s is over")]:
             begin = time.monotonic()
             reply = self.run_script(text, path, **{"X-Tavhost-Timeout": "0.3"})
