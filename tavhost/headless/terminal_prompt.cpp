@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,9 +49,15 @@ void PrintLine(std::string_view text) { report::Text(Printable(text) + '\n'); }
 // Asks for lines until `take` accepts one by ending the window. It returns false for one that does
 // not fit, or does not end the window yet, and puts what is to be said of it into its second
 // argument.
-// `/cancel` cancels every window.
+// `/cancel` cancels every window; `own` is a word of this one.
+struct OwnWord {
+  std::string_view name;
+  std::function<bool(std::string& reason)> take;
+};
+
 template <typename Take>
-AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take) {
+AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take,
+                    const OwnWord& own = {}) {
   for (;;) {
     report::Text(prompt);
     std::string line;
@@ -68,10 +75,16 @@ AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take) {
       window.End(kCancelButton);
       return AskOutcome::kAnswered;
     }
-    // `//` stands for a slash at the start of a text.
-    if (line.starts_with("//")) line.erase(0, 1);
     std::string reason;
-    if (take(line, reason)) return AskOutcome::kAnswered;
+    bool isTaken = false;
+    if (own.take && line == own.name) {
+      isTaken = own.take(reason);
+    } else {
+      // `//` stands for a slash at the start of a text.
+      if (line.starts_with("//")) line.erase(0, 1);
+      isTaken = take(line, reason);
+    }
+    if (isTaken) return AskOutcome::kAnswered;
     PrintLine("  " + reason);
   }
 }
@@ -142,14 +155,15 @@ AskOutcome AskTextBox(TextBoxModel& box) {
 AskOutcome AskEditField(EditFieldModel& field) {
   const std::string prompt = Printable(field.caption) +
                              (field.text.empty() ? "" : " [" + Printable(field.text) + "]") + ": ";
-  return AskUntil(field, prompt, [&](const std::string& line, std::string&) {
-    if (line == "/empty") {
-      field.text.clear();
-    } else if (!line.empty()) {
-      field.text = line;
-    }
+  const auto takeNoText = [&field](std::string&) {
+    field.text.clear();
     return field.End("ok");
-  });
+  };
+  const auto take = [&field](const std::string& line, std::string&) {
+    if (!line.empty()) field.text = line;
+    return field.End("ok");
+  };
+  return AskUntil(field, prompt, take, {"/empty", takeNoText});
 }
 
 std::string CheckBoxLine(const ListBoxModel::CheckBox& box, std::size_t number) {
@@ -199,9 +213,7 @@ bool TakeListLine(ListBoxModel& list, const std::string& line, std::string& reas
       numbers.push_back(*number - 1);
     }
   }
-  if (line == "/none") {
-    answer.select.emplace();
-  } else if (!isNumbers) {
+  if (!isNumbers) {
     answer.check.reset();
     answer.uncheck.reset();
     answer.select = {{line}};
@@ -215,7 +227,7 @@ bool TakeListLine(ListBoxModel& list, const std::string& line, std::string& reas
     reason = fit.error().message;
     return false;
   }
-  if (isNumbers && line != "/none" && !numbers.empty()) {
+  if (isNumbers && !numbers.empty()) {
     list.ClearSelection();
     for (const std::uint32_t index : numbers) list.SetSelected(index, true);
   }
@@ -237,10 +249,15 @@ AskOutcome AskListBox(ListBoxModel& list) {
   std::string prompt = list.IsMultiple() ? "numbers" : "a number";
   if (!list.CheckBoxes().empty()) prompt += ", c1 and so on for check boxes";
   prompt += ", /none; Enter takes it as it stands: ";
-  return AskUntil(list, prompt, [&](const std::string& line, std::string& reason) {
+  const auto takeNone = [&list](std::string&) {
+    list.ClearSelection();
+    return list.End("ok");
+  };
+  const auto take = [&list](const std::string& line, std::string& reason) {
     if (TurnCheckBoxes(list, line, reason)) return false;
     return TakeListLine(list, line, reason) && list.End("ok");
-  });
+  };
+  return AskUntil(list, prompt, take, {"/none", takeNone});
 }
 
 AskOutcome AskFileDialog(FileDialogModel& files) {
