@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/kept_memory.h"
 
 namespace buffer_memory {
 
@@ -111,7 +112,11 @@ void FreeHuge(void* block, std::size_t bytes) noexcept {
   Unmap(Exchange({block, whole}));
 }
 
+void GiveBackKept() noexcept { Unmap(Exchange({})); }
+
 #else
+
+void GiveBackKept() noexcept {}
 
 void* AllocateHuge(std::size_t bytes) noexcept {
   void* const block = std::aligned_alloc(kHugePage, WholePages(bytes));

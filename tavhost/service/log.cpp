@@ -33,15 +33,44 @@ std::string PathOf(const std::string& target) {
   return end == target.npos ? target : target.substr(0, end + 1) + "***";
 }
 
-std::string Without(std::string_view secret, std::string_view text) {
-  std::string shown(text);
-  const auto same = [](char a, char b) { return ascii::ToLower(a) == ascii::ToLower(b); };
-  while (!secret.empty()) {
-    const auto at = std::search(shown.begin(), shown.end(), secret.begin(), secret.end(), same);
-    if (at == shown.end()) break;
-    shown.replace(at, at + static_cast<std::ptrdiff_t>(secret.size()), "***");
+int HexDigit(char c) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const std::size_t at = kDigits.find(ascii::ToLower(c));
+  return at == kDigits.npos ? -1 : static_cast<int>(at);
+}
+
+std::string PercentDecoded(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isLong = text[i] == '%' && text.size() - i > 2;
+    const int high = isLong ? HexDigit(text[i + 1]) : -1;
+    const int low = isLong ? HexDigit(text[i + 2]) : -1;
+    const bool isCode = high >= 0 && low >= 0;
+    decoded += isCode ? static_cast<char>(high << 4 | low) : text[i];
+    if (isCode) i += 2;
   }
-  return shown;
+  return decoded;
+}
+
+// Of a text in which the secret is written with percent signs, also of these once more, what they
+// mean is shown.
+std::string Without(std::string_view secret, std::string_view text) {
+  constexpr int kMostEncodings = 3;
+  const auto same = [](char a, char b) { return ascii::ToLower(a) == ascii::ToLower(b); };
+  std::string shown(text);
+  for (int i = 0; i <= kMostEncodings && !secret.empty(); ++i) {
+    bool isThere = false;
+    while (true) {
+      const auto at = std::search(shown.begin(), shown.end(), secret.begin(), secret.end(), same);
+      if (at == shown.end()) break;
+      shown.replace(at, at + static_cast<std::ptrdiff_t>(secret.size()), "***");
+      isThere = true;
+    }
+    if (isThere) return shown;
+    if (shown.find('%') == shown.npos) break;
+    shown = PercentDecoded(shown);
+  }
+  return std::string(text);
 }
 
 }  // namespace
@@ -60,7 +89,9 @@ std::string DateText(std::chrono::system_clock::time_point when) {
 }
 
 std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_view secret) {
-  const auto shown = [secret](std::string_view text) { return Escaped(Without(secret, text)); };
+  const auto shown = [secret](std::string_view text) {
+    return text.empty() ? "-" : Escaped(Without(secret, text));  // it never came, or made no sense
+  };
   char time[32];
   std::snprintf(time, sizeof time, "%.1f ms", static_cast<double>(entry.time.count()) / 1000.0);
   std::string line = DateText(std::chrono::system_clock::now());
@@ -69,6 +100,10 @@ std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_vi
           std::to_string(entry.status) + ' ' + time;
   if (format == TavWSLogLong) {
     line += ' ' + std::to_string(entry.bytes) + " bytes \"" + shown(entry.agent) + '"';
+  }
+  if (entry.cut) {
+    line += " cut off at " + std::to_string(entry.cut->at) + " of " +
+            std::to_string(entry.cut->length) + " bytes";
   }
   return line;
 }

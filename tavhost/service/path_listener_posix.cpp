@@ -3,13 +3,17 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <tl/expected.hpp>
 
 #include "tavhost/base/leftover_file.h"
@@ -29,14 +33,41 @@ tl::unexpected<base::Error> SystemFailure() {
   return base::Failure(std::generic_category().message(errno));
 }
 
+// While one lives, no other service looks at the sockets of a folder: one that has its name already
+// and does not listen yet would be taken for what a killed one has left. Somebody else who holds
+// the folder is not waited for long; where it cannot be held at all, its owner looks after that.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::string& path)
+      : folder_(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    constexpr int kTries = 200;
+    for (int i = 0; i < kTries && folder_ >= 0 && flock(folder_, LOCK_EX | LOCK_NB) != 0; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  ~FolderLock() {
+    if (folder_ >= 0) close(folder_);
+  }
+
+ private:
+  static std::string FolderOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == path.npos ? "." : path.substr(0, slash + 1);
+  }
+
+  const int folder_;
+};
+
 // The file of a socket goes with it.
 class PathListener final : public Listener {
  public:
-  PathListener(std::shared_ptr<Listener> listener, std::string path)
-      : listener_(std::move(listener)), path_(std::move(path)), leftover_(path_) {}
+  PathListener(std::shared_ptr<Listener> listener, const std::string& path)
+      : listener_(std::move(listener)), file_(path) {}
   PathListener(const PathListener&) = delete;
   PathListener& operator=(const PathListener&) = delete;
-  ~PathListener() override { unlink(path_.c_str()); }
+  ~PathListener() override { file_.Remove(); }
 
   void Accept() override { listener_->Accept(); }
   void Resume() override { listener_->Resume(); }
@@ -44,8 +75,7 @@ class PathListener final : public Listener {
 
  private:
   const std::shared_ptr<Listener> listener_;
-  const std::string path_;
-  LeftoverFile leftover_;
+  LeftoverFile file_;
 };
 
 // A socket that a service which was killed has left behind. One that somebody listens on is not
@@ -63,6 +93,7 @@ bool IsLeftBehind(const std::string& path) {
 }  // namespace
 
 base::Result<std::shared_ptr<Listener>> ListenOnPath(ServerState& state, const std::string& path) {
+  const FolderLock lock(path);
   if (IsLeftBehind(path)) unlink(path.c_str());
   try {
     local::acceptor acceptor(state.context);

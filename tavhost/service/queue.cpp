@@ -25,6 +25,7 @@
 #include "tavhost/service/json.h"
 #include "tavhost/service/log.h"
 #include "tavhost/service/script_service.h"
+#include "tavhost/service/spare_memory.h"
 
 namespace script::service {
 
@@ -283,6 +284,9 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     kel::Scope::Of(*TavScript::GlobalVars()).Clear();
     output_ = {};
     reply.request = job->id;
+    // Memory cannot have grown much in less time, in which many a request is done.
+    constexpr auto kShort = std::chrono::milliseconds(5);
+    if (Clock::now() - begin_ > kShort) GiveBackIfGrown();
   }
   SetServingRequest(false);
   runningQueue = nullptr;

@@ -113,10 +113,14 @@ std::variant<Order, Refusal> RequestCheck::Look(const RequestReader::Request& re
   // One length, told in one way, or a front end and this server could see different requests.
   const auto encodings = request.count(http::field::transfer_encoding);
   if (request.count(http::field::content_length) + encodings > 1 ||
+      View(request[http::field::content_length]).find(',') != std::string_view::npos ||
       (encodings == 1 && !beast::iequals(request[http::field::transfer_encoding], "chunked"))) {
     return Refusal{400, "the length of the body is ambiguous"};
   }
-  if (request.count(http::field::host) != 1 || !IsOwnHost(View(request[http::field::host]))) {
+  const auto hosts = request.count(http::field::host);
+  if (hosts == 0) return Refusal{400, "the request does not name its host"};
+  if (hosts > 1) return Refusal{400, "the request names more than one host"};
+  if (!IsOwnHost(View(request[http::field::host]))) {
     return Refusal{403, "the request is meant for another host"};
   }
   const auto origins = request.count(http::field::origin);

@@ -125,9 +125,12 @@ bool StartService(int port, int backlog, TavWSLogFormat format, TavWSLogType typ
   service->server = std::move(*server);
   // Where it listens nobody else does: what stands in the place of its token belongs to nobody.
   if (!service->file) {
-    base::Result<TokenFile> file = hostOptions.socket.empty()
-                                       ? TokenFile::Write(service->token, service->server->Port())
-                                       : TokenFile::WriteBeside(service->token, hostOptions.socket);
+    const auto& addresses = hostOptions.addresses;
+    const std::string address = addresses.empty() ? std::string() : addresses.front();
+    base::Result<TokenFile> file =
+        hostOptions.socket.empty()
+            ? TokenFile::Write(service->token, address, service->server->Port())
+            : TokenFile::WriteBeside(service->token, hostOptions.socket);
     if (!file) return Refused(file.error().message);
     service->file = std::move(*file);
   }
@@ -229,7 +232,7 @@ void SetServingRequest(bool serving) {
 
 void Shutdown() {
   StopService();
-  constexpr std::chrono::milliseconds kPatience{700};  // with clients that take no reply
+  constexpr std::chrono::seconds kPatience{5};  // with clients that take their replies
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (true) {
     ForgetEnded();

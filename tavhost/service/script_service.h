@@ -86,7 +86,8 @@ void AskClient(Question& question);
 // While a request is carried out, commands it may not give are refused.
 void SetServingRequest(bool serving);
 
-// Ends the service and waits, at most two seconds, until its last replies are sent.
+// Ends the service and waits until its last replies are sent, as long as their clients take them
+// and at most five seconds.
 void Shutdown();
 
 }  // namespace script::service

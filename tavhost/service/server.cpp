@@ -47,6 +47,7 @@ void ServerState::Run() {
     try {
       context.restart();
       TakeCalls();
+      if (mustAbort) ForEach([](Session& session) { session.Abort(); });
       if (mustAbort || (stopping && sessions.empty())) break;
       if (std::exchange(mustResume, false)) Resume();
       context.run();

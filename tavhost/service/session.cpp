@@ -31,8 +31,9 @@ constexpr auto kTimeToSpeak = std::chrono::milliseconds(200);
 constexpr auto kRequestTime = std::chrono::seconds(30);
 // How long a client may keep a connection on which nothing goes on.
 constexpr auto kIdleTime = std::chrono::seconds(60);
-// How long a client that reads nothing of its reply is waited for.
+// How long a client that takes nothing of its reply is waited for.
 constexpr auto kSendTime = std::chrono::seconds(30);
+constexpr auto kLastSendTime = std::chrono::milliseconds(700);  // when the service ends
 // As long as any question may be open; each has an end of its own.
 constexpr auto kQuestionIdleTime = std::chrono::hours(1) + kIdleTime;
 constexpr auto kLingerTime = std::chrono::milliseconds(1000);
@@ -84,8 +85,15 @@ bool Session::HasUnread() const {
 
 void Session::End() {
   ending_ = true;
+  if (writing_) deadline_ = std::min(deadline_, Clock::now() + SendTime());
   if (!job_ && !writing_) Close();
 }
+
+void Session::Abort() {
+  if (open_ && writing_) CutOff();
+}
+
+Session::Clock::duration Session::SendTime() const { return ending_ ? kLastSendTime : kSendTime; }
 
 void Session::Close() {
   if (!open_) return;
@@ -98,9 +106,11 @@ void Session::Close() {
 
 void Session::Tick(Clock::time_point now) {
   if (!open_) return;
+  if (writing_) LookForProgress(now);
   if (!job_) {
-    if (now >= deadline_) Close();
-    return;
+    if (now < deadline_) return;
+    if (writing_) return CutOff();
+    return Close();
   }
   if (hasEnded_ || !reading_) LookForClient(now);
 }
@@ -278,10 +288,31 @@ void Session::Refuse(const Refusal& refusal, bool keep) {
   Answer({refusal.status, ErrorJson(refusal.text)}, keep);
 }
 
+// The system takes far more of a reply than its client has read, and takes no more for a long time
+// where that reads slowly: what has arrived there counts.
+void Session::LookForProgress(Clock::time_point now) {
+  const auto left = UnreadBytes(static_cast<std::uintptr_t>(socket_.native_handle()));
+  if (!left) return;
+  const std::int64_t taken = static_cast<std::int64_t>(written_) - static_cast<std::int64_t>(*left);
+  if (taken <= taken_) return;
+  taken_ = taken;
+  deadline_ = now + SendTime();
+}
+
+void Session::CutOff() {
+  LogEntry::Cut cut;
+  cut.length = head_.size() + body_.size();
+  const auto left = UnreadBytes(static_cast<std::uintptr_t>(socket_.native_handle())).value_or(0);
+  cut.at = written_ - std::min(written_, left);
+  Log(status_, cut);
+  Close();
+}
+
 void Session::Answer(Reply reply, bool keep) {
   if (!open_) return;
   if (id_.empty()) id_ = std::to_string(++state_.lastRequest);
-  Log(reply.status);
+  status_ = reply.status;
+  Log(status_);
   keeps_ = keep && !ending_ && reader_.Get().keep_alive();
   body_ = reply.json.empty() ? ErrorJson(kErrorNoMemory) : std::move(reply.json);
   BuildHead(reply.status, keeps_, body_.size(), reply.request.empty() ? id_ : reply.request);
@@ -291,8 +322,9 @@ void Session::Answer(Reply reply, bool keep) {
     asked_ = keeps_ && !hasEnded_ ? reply.question : std::string();
   }
   written_ = 0;
+  taken_ = 0;
   writing_ = true;
-  deadline_ = Clock::now() + kSendTime;
+  deadline_ = Clock::now() + SendTime();
   WriteMore();
 }
 
@@ -325,7 +357,7 @@ void Session::WriteMore() {
     written_ += socket_.write_some(rest, error);
     if (error == net::error::would_block) break;
     if (error) return OnLost();
-    deadline_ = Clock::now() + kSendTime;
+    deadline_ = Clock::now() + SendTime();
   }
   socket_.async_wait(Socket::wait_write, [self = shared_from_this()](const auto& error) {
     if (error || !self->open_) return self->Close();
@@ -365,7 +397,7 @@ void Session::Linger() {
   deadline_ = Clock::now() + (ending_ ? kLastLingerTime : kLingerTime);
 }
 
-void Session::Log(unsigned status) {
+void Session::Log(unsigned status, const std::optional<LogEntry::Cut>& cut) {
   if (!state_.options.log) return;
   const auto& request = reader_.Get();
   LogEntry entry;
@@ -374,6 +406,7 @@ void Session::Log(unsigned status) {
   entry.target = std::string(request.target());
   entry.agent = std::string(request[http::field::user_agent]);
   entry.status = status;
+  entry.cut = cut;
   entry.bytes = bodyBytes_;
   if (begin_ != Clock::time_point()) {
     entry.time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin_);

@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "tavhost/service/log.h"
 #include "tavhost/service/queue.h"
 #include "tavhost/service/request_reader.h"
 #include "tavhost/service/server_state.h"
@@ -42,6 +44,8 @@ class Session : public std::enable_shared_from_this<Session> {
   bool HasUnread() const;
   // The service ends: closes the connection at once, or after the reply that is under way.
   void End();
+  // No reply has time to come to its end any more.
+  void Abort();
   void Close();
 
  private:
@@ -67,7 +71,12 @@ class Session : public std::enable_shared_from_this<Session> {
   void OnWritten();
   void DropReply();
   void Linger();
-  void Log(unsigned status);
+  // Ends the connection in the middle of a reply, and says so in the log.
+  void CutOff();
+  // Lets a client that takes its reply go on; as long as it does, however slowly.
+  void LookForProgress(Clock::time_point now);
+  Clock::duration SendTime() const;
+  void Log(unsigned status, const std::optional<LogEntry::Cut>& cut = {});
   bool IsHttp10() { return reader_.Get().version() < 11; }
 
   ServerState& state_;
@@ -82,6 +91,8 @@ class Session : public std::enable_shared_from_this<Session> {
   std::string head_;          // of the reply, then its body
   std::string body_;
   std::size_t written_ = 0;  // of the two
+  std::int64_t taken_ = 0;   // of these, by the client, at the last look
+  unsigned status_ = 0;      // of the reply
   std::string id_;           // of the request
   const Clock::time_point start_ = Clock::now();
   Clock::time_point begin_;  // of the request

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -21,6 +22,11 @@ void FindOutWhoIsGone(std::uintptr_t socket);
 // Whether the system knows that nothing sent on the connection arrives any more. Where it does not
 // tell, the next attempt to send will.
 bool HasFailed(std::uintptr_t socket);
+
+// How many bytes that were sent on the connection its other side has not taken yet: those that have
+// not arrived, or, on a socket in the file system, that it has not read. Nothing where the system
+// does not tell: there it takes little more than the other side does.
+std::optional<std::size_t> UnreadBytes(std::uintptr_t socket);
 
 // Who holds the other ends of connections within this machine, by the system's list of connections.
 // The list grows with what others do: it is read once for all who ask in one sweep, is given up

@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -125,6 +126,12 @@ void FindOutWhoIsGone(std::uintptr_t socket) {
 bool HasFailed(std::uintptr_t socket) {
   pollfd look{static_cast<int>(socket), 0, 0};
   return poll(&look, 1, 0) == 1 && (look.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+}
+
+std::optional<std::size_t> UnreadBytes(std::uintptr_t socket) {
+  int bytes = 0;
+  if (ioctl(static_cast<int>(socket), TIOCOUTQ, &bytes) != 0 || bytes < 0) return std::nullopt;
+  return static_cast<std::size_t>(bytes);
 }
 
 void OtherEnds::BeginSweep() {

@@ -19,6 +19,8 @@ void FindOutWhoIsGone(std::uintptr_t socket) {
 
 bool HasFailed(std::uintptr_t) { return false; }
 
+std::optional<std::size_t> UnreadBytes(std::uintptr_t) { return std::nullopt; }
+
 void OtherEnds::BeginSweep() {}
 
 OtherEnds::Holder OtherEnds::Look(std::uintptr_t) { return Holder::kUnknown; }

@@ -80,9 +80,12 @@ TokenFile::TokenFile(std::string path, bool isOurs) : path_(std::move(path)) {
   if (isOurs) leftover_.emplace(path_);
 }
 
-base::Result<TokenFile> TokenFile::Write(const std::string& token, int port) {
+base::Result<TokenFile> TokenFile::Write(const std::string& token, const std::string& address,
+                                         int port) {
   const std::string folder = PrivateFolder();
-  const std::string path = folder + "/token-" + std::to_string(port);
+  std::string name = address.empty() ? "token-" : "token-" + address + '-';
+  std::replace(name.begin(), name.end(), ':', '.');  // which no name of a file holds on Windows
+  const std::string path = folder + '/' + name + std::to_string(port);
   if (folder.empty()) return base::Failure("the token file cannot be written");
   std::remove(path.c_str());  // left behind by a service that was killed
   if (!WritePrivateFile(path, token + '\n')) {
@@ -125,7 +128,7 @@ base::Result<TokenFile> TokenFile::WriteBeside(const std::string& token,
 }
 
 TokenFile::~TokenFile() {
-  if (leftover_ && !path_.empty()) std::remove(path_.c_str());
+  if (leftover_) leftover_->Remove();
 }
 
 }  // namespace script::service

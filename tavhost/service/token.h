@@ -20,8 +20,9 @@ bool IsEqualInConstantTime(std::string_view a, std::string_view b);
 // with the object, and when the program ends without that.
 class TokenFile {
  public:
-  // In the user's own folder, named by the port.
-  static base::Result<TokenFile> Write(const std::string& token, int port);
+  // In the user's own folder, named by the port, and by an address where there is one.
+  static base::Result<TokenFile> Write(const std::string& token, const std::string& address,
+                                       int port);
   // Beside a socket in the file system. A token that stands there is replaced, another file is not.
   static base::Result<TokenFile> WriteBeside(const std::string& token, const std::string& socket);
   // At a path that somebody has chosen, which may have been there before: then its token counts,

@@ -782,7 +782,8 @@ class Log(unittest.TestCase):
         service = Service()
         token = service.token
         for path in (f"/script?token={token}", f"/{token}", "/" + "x" * 190 + token,
-                     f"/%41{token.upper()}"):
+                     f"/%41{token.upper()}", "/" + "".join(f"%{ord(c):02x}" for c in token),
+                     "/" + "".join(f"%25{ord(c):02X}" for c in token)):
             service.raw(service.head(path, extra=["Content-Length: 0", f"User-Agent: {token}"]) +
                         b"\r\n")
         service.stop()
@@ -790,6 +791,73 @@ class Log(unittest.TestCase):
         self.assertIn(b"POST /script?*** 404", log)
         self.assertIn(b"POST /*** 404", log)
         self.assertNotIn(token[:10].encode(), log.lower())
+        self.assertNotIn(b"%3", log)  # of a digit
+
+    def test_what_never_came_is_a_dash(self):
+        service = Service()
+        self.assertEqual(service.raw(b"\x01\r\n\r\n"), 400)
+        service.stop()
+        self.assertRegex(b"".join(service.errors), rb"Z - - 400 ")
+
+
+@unittest.skipIf(os.name == "nt", "sockets in the file system")
+class SlowReaders(unittest.TestCase):
+    """Time is what is tested: whoever takes something now and then goes on for longer than one who
+    takes nothing, and that one does not."""
+
+    def test_only_those_that_take_nothing_are_cut_off(self):
+        if service_test.on_windows:
+            self.skipTest("the system does not tell what a client has taken")
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        path = os.path.join(folder.name, "s")
+        service = Service("--socket", path, "--port", "0")
+        self.addCleanup(service.stop)
+        script = 'x = "abcdefgh"\nwhile len(x) < 16000000 { x = x + x }'
+        ended = {}
+
+        def read(name, client, rate, seconds):
+            body = script.encode()
+            with client:
+                client.settimeout(60)
+                client.sendall(service.head("/script", extra=[f"Content-Length: {len(body)}"])
+                               + b"\r\n" + body)
+                received = client.recv(1000)
+                begin = time.monotonic()
+                length = int(re.search(rb"Content-Length: (\d+)", received)[1])
+                count = len(received) - received.index(b"\r\n\r\n") - 4
+                while time.monotonic() - begin < seconds:
+                    if rate:
+                        count += len(client.recv(rate))
+                    time.sleep(1)
+                while piece := client.recv(1 << 20):
+                    count += len(piece)
+                    if count >= length:
+                        break
+                ended[name] = count == length
+
+        def over_tcp():
+            client = socket.socket()
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 16)
+            client.connect(("127.0.0.1", service.port))
+            return client
+
+        def over_path():
+            client = socket.socket(socket.AF_UNIX)
+            client.connect(path)
+            return client
+
+        readers = [threading.Thread(target=read, args=arguments, daemon=True) for arguments in [
+            ("slow", over_tcp(), 20_000, 36), ("slow on a path", over_path(), 20_000, 36),
+            ("silent", over_tcp(), 0, 36), ("silent on a path", over_path(), 0, 36)]]
+        for reader in readers:
+            reader.start()
+        for reader in readers:
+            reader.join(timeout=120)
+        self.assertEqual(ended, {"slow": True, "slow on a path": True,
+                                 "silent": False, "silent on a path": False})
+        cut = [line for line in service.errors if b" cut off at " in line]
+        self.assertEqual(len(cut), 2, service.errors)
 
 
 @unittest.skipIf(os.name == "nt", "sockets in the file system")
@@ -870,6 +938,31 @@ class Sockets(unittest.TestCase):
         process.terminate()
         self.assertEqual(process.wait(timeout=10), 143)
         self.assertEqual(os.listdir(self.folder), [])
+
+    def test_what_has_replaced_its_own_is_left_alone(self):
+        first, _ = self.start("--socket", self.path)
+        os.unlink(self.path)
+        os.unlink(self.path + ".token")
+        self.start("--socket", self.path)
+        first.terminate()
+        first.wait(timeout=10)
+        self.assertEqual(self.post("/script", "x = 1", self.token())[0], 200)
+
+    def test_of_many_that_begin_at_once_one_has_the_path(self):
+        for _ in range(3):
+            with socket.socket(socket.AF_UNIX) as left:  # as a killed service leaves it
+                left.bind(self.path)
+            with concurrent.futures.ThreadPoolExecutor(6) as pool:
+                started = list(pool.map(lambda _: self.start("--socket", self.path), range(6)))
+            up = [process for process, lines in started if lines[0]]
+            self.assertEqual(len(up), 1, started)
+            for process, lines in started:
+                if not lines[0]:
+                    self.assertEqual(process.wait(timeout=10), 1)
+            self.assertEqual(self.post("/script", "x = 1", self.token())[0], 200)
+            up[0].terminate()
+            up[0].wait(timeout=10)
+            self.assertEqual(os.listdir(self.folder), [])
 
     def test_what_may_stand_where_the_token_goes(self):
         """What a service that was killed can have left there, and nothing else, is replaced."""

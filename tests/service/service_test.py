@@ -54,9 +54,11 @@ class Service:
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                         stdin=subprocess.DEVNULL, env=environment, **more)
         self.hosts = []  # as they stand in URLs
-        while match := re.fullmatch(r"listening on http://(.+):(\d+)", self.next_line()):
-            self.hosts.append(match.group(1))
-            self.port = int(match.group(2))
+        while match := re.fullmatch(r"listening on (?:http://(.+):(\d+)|unix:.+)",
+                                    self.next_line()):
+            if match.group(1):
+                self.hosts.append(match.group(1))
+                self.port = int(match.group(2))
         self.token_file = re.fullmatch(r"token file: (.+)", self.last_line).group(1)
         self.errors = []
         self.reader = threading.Thread(target=lambda: self.errors.extend(self.process.stderr),
@@ -321,7 +323,17 @@ class Protection(Case):
         for bad in ["example.com", f"example.com:{port}", "127.0.0.1:1", "127.0.0.1.example.com", ""]:
             request = self.request(host=bad or " ")
             self.assertEqual(self.status(request), 403, bad)
-        self.assertEqual(self.status(self.request(extra=["Host: localhost"])), 403)
+
+    def test_a_request_has_one_host(self):
+        for request, reason in [
+                (self.request(extra=["Host: localhost"]), b"the request names more than one host"),
+                (self.request().replace(b"Host: ", b"X-Host: "),
+                 b"the request does not name its host")]:
+            with socket.create_connection(("127.0.0.1", self.service.port), timeout=5) as client:
+                client.sendall(request)
+                reply = client.recv(65536)
+            self.assertTrue(reply.startswith(b"HTTP/1.1 400 "), reply)
+            self.assertIn(reason, reply)
 
     def test_origin(self):
         for bad in ["https://example.com", "null", "http://localhost", "http://127.0.0.1:1"]:
@@ -378,7 +390,7 @@ class Protection(Case):
         body = b"GET_DISPLAY_SIZE"
         length = f"Content-Length: {len(body)}"
         for extra in [["Transfer-Encoding: chunked", length], [length, "Content-Length: 5"],
-                      [length, length], ["Transfer-Encoding: identity"],
+                      [length, length], [f"{length}, {len(body)}"], ["Transfer-Encoding: identity"],
                       ["Transfer-Encoding: chunked, identity"], ["Transfer-Encoding: xchunked"],
                       ["Transfer-Encoding: chunked", "Transfer-Encoding: chunked"],
                       ["Content-Length: -1"], ["Content-Length: 1x"], ["Content-Length: +16"],
@@ -496,6 +508,19 @@ class Addresses(unittest.TestCase):
         _, failure = self.failure("--address", "192.0.2.1")
         self.assertRegex(failure, "^script service: port 0: 192.0.2.1: .")
 
+    def test_services_on_the_same_port_have_a_token_each(self):
+        if on_windows:
+            self.skipTest("the tests listen at other loopback addresses on Linux only")
+        first = Service("--quiet")
+        self.addCleanup(first.stop)
+        second = Service("--quiet", "--address", "127.0.0.2", "--port", str(first.port))
+        self.addCleanup(second.stop)
+        self.assertTrue(first.token_file.endswith(f"/token-{first.port}"), first.token_file)
+        self.assertTrue(second.token_file.endswith(f"/token-127.0.0.2-{first.port}"))
+        self.assertEqual(first.post("/script", "print 1")[0], 200)
+        second.stop()
+        self.assertEqual(first.post("/script", "print 1", token=first.token)[0], 200)
+
     def test_an_ipv4_address_in_the_form_of_ipv6(self):
         service = Service("--address", "::ffff:127.0.0.2")
         self.addCleanup(service.stop)
@@ -532,6 +557,42 @@ class Crashes(unittest.TestCase):
             times.append(time.monotonic() - begin)
         # Time is what is tested: clients that take no reply would be waited for 0.7 s.
         self.assertLess(min(times), 0.4)
+
+    def test_replies_under_way_are_sent_to_their_end(self):
+        for how in ("SIGTERM", "SERVICE stop"):
+            service = Service("--quiet")
+            self.addCleanup(service.stop)
+            with service.sent('x = "abcdefgh"\nwhile len(x) < 30000000 { x = x + x }') as client:
+                received = client.recv(1 << 16)
+                begin = time.monotonic()
+                if how == "SERVICE stop":
+                    self.assertEqual(service.post("/command", how)[1]["error"], None)
+                elif on_windows:
+                    continue  # there are no such signals
+                else:
+                    service.process.send_signal(signal.SIGTERM)
+                length = int(re.search(rb"Content-Length: (\d+)", received)[1])
+                head = received.index(b"\r\n\r\n") + 4
+                count = len(received) - head
+                while piece := client.recv(1 << 18):
+                    count += len(piece)
+                    time.sleep(0.01)  # as fast as a network of 25 MB a second
+            self.assertEqual(count, length, how)
+            self.assertLess(time.monotonic() - begin, 10)
+            self.assertEqual(service.process.wait(timeout=5), 143 if how == "SIGTERM" else 0)
+
+    def test_a_reply_that_is_not_read_holds_no_end_and_is_in_the_log(self):
+        service = Service()
+        self.addCleanup(service.stop)
+        with service.sent('x = "abcdefgh"\nwhile len(x) < 30000000 { x = x + x }') as client:
+            client.recv(1)
+            begin = time.monotonic()
+            service.process.send_signal(signal.SIGINT)
+            self.assertEqual(service.process.wait(timeout=10), 130)
+            self.assertLess(time.monotonic() - begin, 3)
+        service.stop()
+        self.assertRegex(b"".join(service.errors),
+                         rb"POST /script 200 [0-9.]+ ms cut off at \d+ of 335\d{5} bytes")
 
     def test_waiting_clients_hold_no_end(self):
         service = Service()
@@ -639,7 +700,25 @@ class Limits(unittest.TestCase):
 
 
 class Memory(unittest.TestCase):
-    """A script that asks for more memory than there is."""
+    """A script that asks for much memory, or more than there is."""
+
+    def test_what_a_request_took_goes_back(self):
+        if on_windows or sanitizers.are_in_use():
+            self.skipTest("the system tells the memory of its own programs")
+        service = Service("--quiet")
+        self.addCleanup(service.stop)
+
+        def resident():
+            with open(f"/proc/{service.process.pid}/status") as file:
+                return int(re.search(r"VmRSS:\s*(\d+) kB", file.read())[1]) >> 10
+
+        service.post("/script", "print 1")
+        before = resident()
+        for script in ('x = "abcdefgh"\nwhile len(x) < 250000000 { x = x + x }',
+                       'x = ()\nfor i from 1 to 1000000 { push(x, "text " + i) }\nx = 0'):
+            self.assertEqual(service.post("/script", script)[0], 200)
+            self.assertEqual(service.post("/script", "print 1")[1]["output"], "1\n")
+            waiting.until(lambda: resident() < before + 40, "the memory has gone back", 5)
 
     def test_the_service_goes_on(self):
         if on_windows or sanitizers.are_in_use():

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +30,20 @@ TEST_F(LeftoverFiles, AreRemovedAllAtOnce) {
   EXPECT_FALSE(Exists(second));
   EXPECT_TRUE(Exists(other));
   LeftoverFile::RemoveAll();  // what is gone is no error
+}
+
+TEST_F(LeftoverFiles, WhatHasTakenTheirPlaceStays) {
+  const std::string path = Made("file");
+  const std::string other = Made("other");
+  LeftoverFile file(path);
+  std::filesystem::rename(other, path);
+  LeftoverFile::RemoveAll();
+  EXPECT_TRUE(Exists(path));
+  file.Remove();
+  EXPECT_TRUE(Exists(path));
+  LeftoverFile again(path);
+  again.Remove();
+  EXPECT_FALSE(Exists(path));
 }
 
 TEST_F(LeftoverFiles, BelongToTheirObject) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -37,10 +38,36 @@ TEST(ServiceLog, BothForms) {
             "1970-01-01T00:00:00Z");
 }
 
+TEST(ServiceLog, WhatNeverCameIsADash) {
+  LogEntry entry;
+  entry.status = 400;
+  EXPECT_EQ(Line(entry), "- - 400 0.0 ms");
+}
+
+TEST(ServiceLog, AReplyThatWasCutOff) {
+  LogEntry entry = Entry("/script");
+  entry.cut = {4096, 30000};
+  EXPECT_EQ(Line(entry), "POST /script 200 1.5 ms cut off at 4096 of 30000 bytes");
+}
+
 TEST(ServiceLog, NothingDrivesATerminal) {
   EXPECT_EQ(Line(Entry("/\x1B[31m\n\x7F\xC3\xBC")),
             "POST /\\x1B[31m\\x0A\\x7F\\xC3\\xBC 200 1.5 ms");
   EXPECT_EQ(Line(Entry(std::string(300, 'x'))), "POST " + std::string(200, 'x') + "... 200 1.5 ms");
+}
+
+TEST(ServiceLog, NoSecretsWithPercentSigns) {
+  std::string once = "/";
+  std::string twice = "/";
+  for (const char c : kSecret) {
+    char code[8];
+    std::snprintf(code, sizeof code, "%02x", static_cast<unsigned>(c));
+    (once += '%') += code;
+    (twice += "%25") += code;
+  }
+  EXPECT_EQ(Line(Entry(once)), "POST /*** 200 1.5 ms");
+  EXPECT_EQ(Line(Entry(twice)), "POST /*** 200 1.5 ms");
+  EXPECT_EQ(Line(Entry("/a%20b%")), "POST /a%20b% 200 1.5 ms") << "else it stays as it came";
 }
 
 TEST(ServiceLog, NoSecrets) {
