@@ -173,7 +173,8 @@ void Queue::Abandon(Job& job) {
 void Queue::CutShort(Cut why) {
   if (stop::IsRequested()) return;
   cut_ = why;
-  stop::Request(stop::Reason::kUser);
+  // Where the plug-in heeds no stop, the program ends with the exit code of that.
+  stop::Request(why == Cut::kTime ? stop::Reason::kTimeout : stop::Reason::kTerminate);
 }
 
 bool Queue::Cancel(const std::string& id) {

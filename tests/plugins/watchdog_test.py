@@ -84,20 +84,23 @@ def with_a_full_pipe():
         os.close(writer)
 
 
-def with_a_client_that_leaves():
-    """As the others, and whether the token file is gone."""
+def with_a_request(leaves=True, limit=1000):
+    """As the others, and whether the token file is gone; of a request that is stopped because its
+    client leaves, or after so many seconds."""
     with tempfile.TemporaryDirectory() as folder:
         mark = Path(folder) / "mark"
         service = service_test.Service(
             "--plugin", library("sleeps-forever"),
             environment={**os.environ, "TEST_MARK": str(mark), "XDG_RUNTIME_DIR": folder})
         token_file = service.token_path
-        connection = service.sent(SCRIPT)
+        connection = service.sent(SCRIPT, extra=[f"X-Tavhost-Timeout: {limit}"])
         waiting.until(mark.exists, "the plug-in is at work")
         begin = time.monotonic()
-        connection.close()
+        if leaves:
+            connection.close()
         code = service.process.wait(timeout=30)
         seconds = time.monotonic() - begin
+        connection.close()
         service.stop()
         return b"".join(service.errors).decode(), code, seconds, os.path.exists(token_file)
 
@@ -169,7 +172,8 @@ CASES_HERE = {
     "blocks signals, time limit":
         lambda: Run("signals", "--timeout", "1.5", script=BLOCKING).end(),
     "full pipe": with_a_full_pipe,
-    "client": with_a_client_that_leaves,
+    "client": with_a_request,
+    "request's time limit": lambda: with_a_request(leaves=False, limit=1),
     "loading": lambda: while_it_is_loaded(signal.SIGINT),
     "second signal": with_a_second_signal,
     "second signal to a run": with_a_second_signal_to_a_run,
@@ -250,11 +254,12 @@ class WatchdogTest(unittest.TestCase):
     def test_a_full_pipe(self):
         self.check("full pipe", "sleeps-forever", 143, out="", more=0.3)
 
-    def test_a_client_that_leaves(self):
-        err, code, seconds, has_token = self.result("client")
-        self.check_line(err, "sleeps-forever", ", command TEST_FIRST at request:3")
-        self.assertEqual((code, has_token), (130, False))
-        self.check_time(seconds)
+    def test_requests(self):
+        for name, wanted, more in [("client", 143, 0), ("request's time limit", 124, 1)]:
+            err, code, seconds, has_token = self.result(name)
+            self.check_line(err, "sleeps-forever", ", command TEST_FIRST at request:3")
+            self.assertEqual((code, has_token), (wanted, False), name)
+            self.check_time(seconds, more)
 
     def test_one_that_is_being_loaded(self):
         """Nothing has begun, so that nothing is waited for, and nothing is left."""
