@@ -19,6 +19,7 @@ MOST_ITEMS = 9  # of a list, a tree or a table that are read
 # What only arranges or decorates other things, unless it has a name.
 QUIET_ROLES = {"filler", "panel", "unknown", "scroll bar", "viewport", "separator", "split pane",
                "layered pane", "scroll pane", "frame"}
+ITEMS = ("list item", "table cell", "tree item")
 TOLD_STATES = ("checked", "selected", "focused", "is-default", "read-only", "editable", "expanded",
                "collapsed", "multi-line")
 TAB = 0xFF09  # as keys are numbered for X
@@ -146,12 +147,15 @@ class Reader:
         self.window = wait(found, f"a window named {title!r}")
 
     def read(self, title, active=True):
-        """The window's lines, when it has the keyboard."""
+        """The window's lines, when it has the keyboard and nothing changes any more."""
         self.find(title)
-        if active:
-            wait(lambda: any("focused" in states(part) for part in all_in(self.window)),
-                 "the focus")
-        return lines_of(self.window)
+        if active:  # an item of a view counts as focused there whether the view is or not
+            wait(lambda: any("focused" in states(part) and part.get_role_name() not in ITEMS
+                             for part in all_in(self.window)), "the focus")
+        before = None
+        while before != (lines := lines_of(self.window)):
+            before = lines
+        return lines
 
     def go_round(self, stops):
         """What gets the focus, by Tab, one after the other."""
@@ -182,14 +186,13 @@ class Reader:
         try:
             wait(lambda: any(re.fullmatch(change, one) for one in self.changes), change)
         except Failure as failure:
-            raise Failure(f"{failure}, only {self.changes}") from None
+            raise Failure(f"{failure}, at last {self.changes[-9:]}") from None
 
     def unnamed(self):
         """What can have the focus and has no name, not being an item of a view."""
-        items = ("list item", "table cell", "tree item")
         return [described(part) for part in all_in(self.window)
                 if {"focusable", "showing"} <= states(part) and not part.get_name()
-                and part.get_role_name() not in items]
+                and part.get_role_name() not in ITEMS]
 
 
 def main():
