@@ -1,5 +1,5 @@
-"""An X server of a test's own, with no screen but in memory; and one with a window manager, keys and
-a mouse, as a person has it."""
+"""An X server of a test's own, with no screen but in memory; and one with a window manager, keys
+and a mouse, as a person has it."""
 
 import os
 import shutil
@@ -19,10 +19,9 @@ SETTINGS = """<?xml version="1.0" encoding="UTF-8"?>
   <keyboard><keybind key="A-F4"><action name="Close"/></keybind></keyboard>
   <mouse>
     <context name="Client">
-      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
-    </context>
-    <context name="Close">
-      <mousebind button="Left" action="Click"><action name="Close"/></mousebind>
+      <mousebind button="Left" action="Press">
+        <action name="Raise"/><action name="Focus"/>
+      </mousebind>
     </context>
   </mouse>
 </openbox_config>
@@ -38,9 +37,10 @@ class XServer:
         missing = [name for name in self.NEEDS if not shutil.which(name)]
         if missing:
             raise unittest.SkipTest(f"there is no {missing[0]}; scripts/setup --test installs it")
-        # Without -noreset it begins anew, and drops who comes meanwhile, whenever its last client goes.
+        # It would begin anew, and drop who comes meanwhile, whenever its last client goes.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", "1", "-screen", "0", f"{size}x24", "-nolisten", "tcp", "-noreset"],
+            ["Xvfb", "-displayfd", "1", "-screen", "0", f"{size}x24", "-nolisten", "tcp",
+             "-noreset"],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         number = self.server.stdout.readline().decode().strip()  # comes when it serves
         if not number:
