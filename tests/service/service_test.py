@@ -657,6 +657,7 @@ class Limits(unittest.TestCase):
         for end, error, code, line in [
                 ("", self.TEXT, None, None),
                 ("exit 7", self.TEXT, 7, None),
+                ("exit 256", self.TEXT, 256, None),  # it ends no program
                 ("throw 2", "request:4:1: error: 2", None, 4),
                 ("SLEEP", "request:4:1: error: SLEEP: ", None, 4),
                 ('INFOBOX "?"', "request:4: ", None, 4)]:
