@@ -297,13 +297,15 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
     running_.reset();
     waiter.swap(waiter_);
     // A stop that was meant for this request alone ends with it. Any other one is for the whole
-    // program and is asked for again, since running the script has used it up.
-    if (std::exchange(cut_, Cut::kNone) != Cut::kNone) {
-      stop::Clear();
-      const auto& interruption = GetHostOptions().interruption;
-      const stop::Reason ofAll = interruption ? interruption() : stop::Reason::kNone;
-      if (ofAll != stop::Reason::kNone) stop::Request(ofAll);
-    } else if (reason != stop::Reason::kNone && reason != stop::Reason::kNoAnswer) {
+    // program and is asked for again, since running the script has used it up; where there was no
+    // memory to tell of it, only the program knows of it.
+    const bool isCut = std::exchange(cut_, Cut::kNone) != Cut::kNone;
+    if (isCut) stop::Clear();
+    const auto& interruption = GetHostOptions().interruption;
+    const stop::Reason ofAll = interruption ? interruption() : stop::Reason::kNone;
+    if (ofAll != stop::Reason::kNone) {
+      stop::Request(ofAll);
+    } else if (!isCut && reason != stop::Reason::kNone && reason != stop::Reason::kNoAnswer) {
       stop::Request(reason);
     }
   }

@@ -55,6 +55,7 @@ options = None
 class Program:
     in_row = os.environ.get("TAVHOST_SWEEP", "1")  # requests that are refused
     step = STEP
+    dense = DENSE
 
     def __init__(self, name, *arguments, stdin=b""):
         self.name, self.arguments, self.stdin = name, arguments, stdin
@@ -130,6 +131,14 @@ class OneQuestion(OneRequest):
         return connection.getresponse().read()
 
 
+class OneQuestionLongWithoutMemory(OneQuestion):
+    """Not even why the script ended can be told; a request to end the program is kept all the same."""
+
+    in_row = "5"
+    step = 2
+    dense = 0
+
+
 class OneQuestionOnceWithoutMemory(OneQuestion):
     """What was refused once is there again at once: the service goes on, whatever that has hit."""
 
@@ -162,6 +171,7 @@ PROGRAMS = [
     OneRequest("serve"),
     OneRequestLongWithoutMemory("serve, three in a row"),
     OneQuestion("serve, a question, three in a row"),
+    OneQuestionLongWithoutMemory("serve, a question, five in a row"),
     OneQuestionOnceWithoutMemory("serve, a question, once"),
 ]
 
@@ -219,7 +229,7 @@ def requests(program):
     at = options.first
     while at < MOST:
         yield at
-        at += 1 if options.long or at < DENSE else program.step
+        at += 1 if options.long or at < program.dense else program.step
 
 
 def sweep(program):
