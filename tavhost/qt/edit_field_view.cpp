@@ -1,5 +1,6 @@
 #include "tavhost/qt/edit_field_view.h"
 
+#include "tavhost/qt/dropped_files.h"
 #include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/text_block.h"
@@ -27,6 +28,13 @@ EditFieldView::EditFieldView(EditFieldModel& model, QWidget* parent)
   layout->addWidget(MakeButtons());
   ShowModel();
   edit_->setFocus();
+  new DroppedFiles(Dialog(), [this](const QStringList& paths, QWidget& onto, const QPoint& place) {
+    if (&onto == edit_ && !edit_->hasSelectedText()) {
+      edit_->setCursorPosition(edit_->cursorPositionAt(place));
+    }
+    edit_->insert(paths.join(QLatin1Char(' ')));
+    edit_->setFocus();
+  });
 }
 
 void EditFieldView::ShowModel() {

@@ -2,11 +2,19 @@
 
 #include <QComboBox>
 #include <QDir>
+#include <QFileInfo>
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QRegularExpression>
+#include <QTreeView>
+#include <algorithm>
 #include <utility>
 
+#include "tavhost/qt/dropped_files.h"
+#include "tavhost/qt/places.h"
+#include "tavhost/qt/remembered_folders.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -48,18 +56,98 @@ void JoinLabels(const QFileDialog& dialog) {
   }
 }
 
+QString KindOf(FolderView::Purpose purpose) {
+  switch (purpose) {
+    case FolderView::Purpose::kOpen:
+      return QStringLiteral("open");
+    case FolderView::Purpose::kSave:
+      return QStringLiteral("save");
+    case FolderView::Purpose::kDirectory:
+      break;
+  }
+  return QStringLiteral("directory");
+}
+
 std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
   auto dialog = std::make_unique<QFileDialog>(parent);
   dialog->setOption(QFileDialog::DontUseNativeDialog);
   JoinLabels(*dialog);
-  if (!start.isEmpty()) dialog->setDirectory(start);
+  dialog->setDirectory(start);
   return dialog;
+}
+
+QString StartOf(const std::string& start, FolderView::Purpose purpose, bool isForUser) {
+  if (!start.empty()) return WithSlashes(start);
+  const QString last = isForUser ? remembered_folders::Find(KindOf(purpose)) : QString();
+  // Not where Qt's dialogs of this run were last, whatever they were for.
+  return last.isEmpty() ? QDir::currentPath() : last;
 }
 
 }  // namespace
 
-FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent)
-    : ModalView(model, MakeDialog(parent, WithSlashes(model.startPath))), files_(model) {
+FolderView::FolderView(ModalModel& model, QWidget* parent, const std::string& start,
+                       Purpose purpose, bool isForUser)
+    : ModalView(model, MakeDialog(parent, StartOf(start, purpose, isForUser))),
+      purpose_(purpose),
+      isForUser_(isForUser) {
+  QFileDialog& dialog = Widget();
+  dialog.setSidebarUrls(PlacesOfDesktop());
+  SetUpColumns();
+  new DroppedFiles(dialog,
+                   [this](const QStringList& paths, QWidget&, const QPoint&) { GoTo(paths); });
+  QObject::connect(&dialog, &QDialog::accepted, this, [this] { Accept(); });
+}
+
+void FolderView::Accept() {
+  accepted_ = true;
+  const QStringList chosen = Widget().selectedFiles();
+  if (isForUser_ && !chosen.isEmpty()) {
+    const QFileInfo first(chosen.front());
+    const bool isFolder = purpose_ == Purpose::kDirectory;
+    remembered_folders::Keep(KindOf(purpose_),
+                             isFolder ? first.absoluteFilePath() : first.absolutePath());
+  }
+  End("ok");
+}
+
+// All of what is said of a file can be seen; the names have the rest.
+void FolderView::SetUpColumns() {
+  auto* const files = Widget().findChild<QTreeView*>(QStringLiteral("treeView"));
+  auto* const names = Widget().findChild<QFileSystemModel*>();
+  if (!files || !names) return;
+  files->header()->setStretchLastSection(false);
+  files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+  QObject::connect(names, &QFileSystemModel::directoryLoaded, this, [files] {
+    for (int column = 1; column < files->header()->count(); ++column) {
+      files->resizeColumnToContents(column);
+    }
+  });
+}
+
+// To the folder of what was dropped, with that as what is to be chosen.
+void FolderView::GoTo(const QStringList& paths) {
+  const QFileInfo first(paths.front());
+  if (first.isDir()) return Widget().setDirectory(first.absoluteFilePath());
+  const QString folder = first.absolutePath();
+  Widget().setDirectory(folder);
+  auto* const name = Widget().findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+  if (!name || purpose_ == Purpose::kDirectory) return;
+  QStringList chosen;
+  for (const QString& path : paths) {
+    const QFileInfo file(path);
+    if (file.isDir()) continue;
+    chosen << (file.absolutePath() == folder ? file.fileName() : file.absoluteFilePath());
+  }
+  const bool isOne = chosen.size() == 1 || Widget().fileMode() != QFileDialog::ExistingFiles;
+  name->setText(isOne ? chosen.front()
+                      : QLatin1Char('"') + chosen.join(QStringLiteral("\" \"")) + QLatin1Char('"'));
+  name->setFocus();
+}
+
+FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent, bool isForUser)
+    : FolderView(model, parent, model.startPath, model.IsSave() ? Purpose::kSave : Purpose::kOpen,
+                 isForUser),
+      files_(model) {
   QFileDialog& dialog = Widget();
   dialog.setAcceptMode(model.IsSave() ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   dialog.setFileMode(model.IsSave()           ? QFileDialog::AnyFile
@@ -78,10 +166,6 @@ FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent)
   // Added before the question whether an existing file is to be overwritten.
   dialog.setDefaultSuffix(Shown(model.defaultExtension));
   if (!model.fileName.empty()) dialog.selectFile(WithSlashes(model.fileName));
-  QObject::connect(&dialog, &QDialog::accepted, this, [this] {
-    accepted_ = true;
-    End("ok");
-  });
 }
 
 // The dialog reads patterns out of its own filters' texts, and only those of ASCII: the patterns
@@ -101,20 +185,17 @@ void FileDialogView::ShowModel() {
 
 void FileDialogView::ReadModel() {
   files_.chosen.clear();
-  if (!accepted_) return;
+  if (!IsAccepted()) return;
   for (const QString& path : Widget().selectedFiles()) files_.chosen.push_back(Native(path));
 }
 
-DirectoryDialogView::DirectoryDialogView(DirectoryDialogModel& model, QWidget* parent)
-    : ModalView(model, MakeDialog(parent, WithSlashes(model.path))), directory_(model) {
+DirectoryDialogView::DirectoryDialogView(DirectoryDialogModel& model, QWidget* parent,
+                                         bool isForUser)
+    : FolderView(model, parent, model.path, Purpose::kDirectory, isForUser), directory_(model) {
   QFileDialog& dialog = Widget();
   dialog.setFileMode(QFileDialog::Directory);
   dialog.setOption(QFileDialog::ShowDirsOnly);
   dialog.setLabelText(QFileDialog::Accept, QStringLiteral("&Choose"));
-  QObject::connect(&dialog, &QDialog::accepted, this, [this] {
-    accepted_ = true;
-    End("ok");
-  });
 }
 
 void DirectoryDialogView::ShowModel() {
@@ -122,7 +203,7 @@ void DirectoryDialogView::ShowModel() {
 }
 
 void DirectoryDialogView::ReadModel() {
-  if (!accepted_ || Widget().selectedFiles().isEmpty()) return;
+  if (!IsAccepted() || Widget().selectedFiles().isEmpty()) return;
   directory_.path = Native(Widget().selectedFiles().front());
 }
 

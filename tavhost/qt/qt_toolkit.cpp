@@ -270,7 +270,8 @@ void QtToolkit::SetMainWindow(QWidget* window) {
 
 void QtToolkit::RunModal(ModalModel& window) {
   const std::optional<SV::Size> size = window.size;
-  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window));
+  const bool isForUser = !options_.answers && options_.screenshots.empty();
+  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window), isForUser);
   struct Open {
     std::vector<ModalView*>& stack;
     Open(std::vector<ModalView*>& views, ModalView* top) : stack(views) { stack.push_back(top); }

@@ -2,16 +2,12 @@
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QSettings>
+
+#include "tavhost/qt/window_settings.h"
 
 namespace ui::remembered_sizes {
 
 namespace {
-
-QSettings Settings() {
-  return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("tavhost"),
-                   QStringLiteral("windows"));
-}
 
 QString Key(const QString& kind) { return QStringLiteral("sizes/") + kind; }
 
@@ -25,11 +21,11 @@ QSize LargestSize() {
 }  // namespace
 
 std::optional<QSize> Find(const QString& kind) {
-  const QSize size = Settings().value(Key(kind)).toSize();
+  const QSize size = WindowSettings().value(Key(kind)).toSize();
   const bool isSize = !size.isEmpty() && size.boundedTo(LargestSize()) == size;
   return isSize ? std::optional(size) : std::nullopt;
 }
 
-void Keep(const QString& kind, const QSize& size) { Settings().setValue(Key(kind), size); }
+void Keep(const QString& kind, const QSize& size) { WindowSettings().setValue(Key(kind), size); }
 
 }  // namespace ui::remembered_sizes

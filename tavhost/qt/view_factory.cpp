@@ -14,7 +14,7 @@
 namespace ui {
 
 // No default: the compiler names the kind that has no view yet.
-std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent) {
+std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent, bool isForUser) {
   switch (model.Kind()) {
     case ModalKind::kMessageBox:
       return std::make_unique<MessageBoxView>(static_cast<MessageBoxModel&>(model), parent);
@@ -25,10 +25,11 @@ std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent) {
     case ModalKind::kListBox:
       return std::make_unique<ListBoxView>(static_cast<ListBoxModel&>(model), parent);
     case ModalKind::kFileDialog:
-      return std::make_unique<FileDialogView>(static_cast<FileDialogModel&>(model), parent);
+      return std::make_unique<FileDialogView>(static_cast<FileDialogModel&>(model), parent,
+                                              isForUser);
     case ModalKind::kDirectoryDialog:
       return std::make_unique<DirectoryDialogView>(static_cast<DirectoryDialogModel&>(model),
-                                                   parent);
+                                                   parent, isForUser);
     case ModalKind::kImageDialog:
       return std::make_unique<ImageDialogView>(static_cast<ImageDialogModel&>(model), parent);
     case ModalKind::kTreeListBox:

@@ -8,6 +8,9 @@ namespace ui {
 
 // The view of a modal model, chosen by its kind. Its dialog stands above `parent`, which may be
 // null. The model must outlive the view.
-std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent);
+// `isForUser`: nobody answers in the user's place and no pictures are taken. Then file dialogs
+// begin where the user was last.
+std::unique_ptr<ModalView> MakeModalView(ModalModel& model, QWidget* parent,
+                                         bool isForUser = false);
 
 }  // namespace ui
