@@ -7,6 +7,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListView>
 #include <QRegularExpression>
 #include <QTreeView>
 #include <algorithm>
@@ -20,6 +21,9 @@
 namespace ui {
 
 namespace {
+
+constexpr int kPlaceColumns = 28;  // of the names of places; longer ones are cut
+constexpr int kPlaceMargin = 4;
 
 // Scripts write paths with either separator.
 QString WithSlashes(const std::string& path) {
@@ -91,7 +95,7 @@ FolderView::FolderView(ModalModel& model, QWidget* parent, const std::string& st
       purpose_(purpose),
       isForUser_(isForUser) {
   QFileDialog& dialog = Widget();
-  dialog.setSidebarUrls(PlacesOfDesktop());
+  SetUpPlaces();
   SetUpColumns();
   new DroppedFiles(dialog,
                    [this](const QStringList& paths, QWidget&, const QPoint&) { GoTo(paths); });
@@ -110,11 +114,24 @@ void FolderView::Accept() {
   End("ok");
 }
 
+// Wide enough for their names, whatever the width was that the user's last dialog had.
+void FolderView::SetUpPlaces() {
+  Widget().setSidebarUrls(PlacesOfDesktop());
+  auto* const places = Widget().findChild<QListView*>(QStringLiteral("sidebar"));
+  if (!places) return;
+  const auto& items = static_cast<const QAbstractItemView&>(*places);
+  const int most = places->fontMetrics().averageCharWidth() * kPlaceColumns;
+  places->setMinimumWidth(std::min(items.sizeHintForColumn(0), most) + 2 * places->frameWidth() +
+                          kPlaceMargin);
+}
+
 // All of what is said of a file can be seen; the names have the rest.
 void FolderView::SetUpColumns() {
   auto* const files = Widget().findChild<QTreeView*>(QStringLiteral("treeView"));
   auto* const names = Widget().findChild<QFileSystemModel*>();
   if (!files || !names) return;
+  // Elsewhere in the order that the user's last dialog had.
+  if (!isForUser_) files->sortByColumn(0, Qt::AscendingOrder);
   files->header()->setStretchLastSection(false);
   files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
   QObject::connect(names, &QFileSystemModel::directoryLoaded, this, [files] {

@@ -27,6 +27,7 @@ class FolderView : public ModalView {
  private:
   void Accept();
   void SetUpColumns();
+  void SetUpPlaces();
   void GoTo(const QStringList& paths);
 
   const Purpose purpose_;

@@ -29,5 +29,7 @@ int main(int count, char** arguments) {
   qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screen.fileName().toUtf8());
   qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
   QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+  // Where Qt keeps how its file dialogs were left.
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
   return RUN_ALL_TESTS();
 }

@@ -342,6 +342,9 @@ TEST_F(QtPlaces, AreBesideTheFilesOfADialog) {
   Run(model, [this](QDialog& dialog) {
     EXPECT_TRUE(static_cast<QFileDialog&>(dialog).sidebarUrls().contains(
         QUrl::fromLocalFile(Path("Desktop"))));
+    const auto& places = *dialog.findChild<QListView*>(QStringLiteral("sidebar"));
+    EXPECT_GT(places.viewport()->width(),
+              places.iconSize().width() + places.fontMetrics().horizontalAdvance("Computer"));
     QTest::keyClick(&dialog, Qt::Key_Escape);
   });
 }
