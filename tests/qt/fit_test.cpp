@@ -399,7 +399,7 @@ TEST_F(Fit, FaultsAreFound) {
   EXPECT_NE(faultsOf([&](QDialog& dialog) {
               QLabel* const tall = label(dialog, {10, 10, 100, 40}, "tall");
               tall->setFixedHeight(tall->sizeHint().height());
-              tall->setContentsMargins(0, 6, 0, 0);  // pushes the text out at the bottom
+              tall->setContentsMargins(0, 12, 0, 0);  // pushes the text out at the bottom
             }).find(" pixels of its strokes"),
             std::string::npos);
   EXPECT_NE(faultsOf([&](QDialog& dialog) {
