@@ -39,7 +39,7 @@ string_view strstream syncstream system_error thread tuple type_traits typeindex
 unordered_map unordered_set utility valarray variant vector version
 """.split())
 COMPILER = {"immintrin.h", "emmintrin.h", "cpuid.h", "cxxabi.h", "x86intrin.h"}
-POSIX = re.compile(r"^(sys/.*|net/.*|netinet/.*|arpa/.*|linux/.*|unistd\.h|fcntl\.h|dirent\.h|"
+POSIX = re.compile(r"^(sys/.*|net/.*|netinet/.*|arpa/.*|linux/.*|unistd\.h|endian\.h|fcntl\.h|dirent\.h|"
                    r"pthread\.h|semaphore\.h|signal\.h|stdio_ext\.h|poll\.h|spawn\.h|dlfcn\.h|termios\.h|pwd\.h|grp\.h|"
                    r"fnmatch\.h|glob\.h|netdb\.h|sched\.h|elf\.h|iconv\.h|time\.h|errno\.h|locale\.h|langinfo\.h|"
                    r"limits\.h|wordexp\.h|ftw\.h|strings\.h|execinfo\.h|link\.h|malloc\.h)$")

@@ -20,6 +20,7 @@ class Descriptor {
   ~Descriptor() { Close(); }
 
   int Get() const { return descriptor_; }
+  int Release() { return std::exchange(descriptor_, -1); }  // whoever takes it closes it
   bool IsOpen() const { return descriptor_ >= 0; }
   // False when closing reported an error; it is closed all the same. An interrupted close has
   // closed it too, and is no error: a second try would close somebody else's descriptor.

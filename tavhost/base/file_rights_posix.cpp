@@ -1,12 +1,15 @@
 #include "tavhost/base/file_rights_posix.h"
 
-#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "tavhost/base/access_list_posix.h"
+#include "tavhost/base/extended_attributes_posix.h"
 #include "tavhost/base/uninterrupted_posix.h"
 
 namespace base {
@@ -14,11 +17,14 @@ namespace base {
 namespace {
 
 constexpr mode_t kModeBits = 07777;
-constexpr mode_t kGroupBits = S_IRWXG | S_ISGID;
-constexpr mode_t kSpecialBits = S_ISUID | S_ISGID;
+constexpr mode_t kSetIdBits = S_ISUID | S_ISGID;
+// What is made in a folder gets this list of the folder's.
+constexpr const char* kListForNewFiles = "system.posix_acl_default";
 
-// The system gives a new file these by itself.
-bool IsGivenBySystem(std::string_view attribute) { return attribute.starts_with("security."); }
+// The system gives a new file these by itself; an access list is no text like others.
+bool IsGivenOtherwise(std::string_view attribute) {
+  return attribute.starts_with("security.") || attribute == "system.posix_acl_access";
+}
 
 bool SetMode(int file, mode_t mode) {
   return Uninterrupted([&] { return fchmod(file, mode); }) == 0;
@@ -28,47 +34,66 @@ bool SetOwner(int file, uid_t user, gid_t group) {
   return Uninterrupted([&] { return fchown(file, user, group); }) == 0;
 }
 
-}  // namespace
-
-bool TakeExtendedAttributes(int file, int model) {
-  char names[4096];
-  const ssize_t length = flistxattr(model, names, sizeof names);
-  if (length < 0) return errno == ENOTSUP || errno == ENOSYS;
-  for (const char* name = names; name < names + length; name += std::strlen(name) + 1) {
-    if (IsGivenBySystem(name)) continue;
-    char value[4096];
-    const ssize_t size = fgetxattr(model, name, value, sizeof value);
-    if (size < 0 || fsetxattr(file, name, value, static_cast<std::size_t>(size), 0) != 0) {
-      return false;
-    }
+// Whether all could be taken.
+bool TakeAttributes(int file, int model, bool isFolder) {
+  const auto names = AttributesOf(model);
+  if (!names) return errno == ENOTSUP || errno == ENOSYS;
+  bool areTaken = true;
+  for (const std::string& name : *names) {
+    if (IsGivenOtherwise(name)) continue;
+    const auto value = ReadAttribute(model, name.c_str());
+    areTaken &= value && WriteAttribute(file, name.c_str(), *value);
   }
-  return true;
+  if (isFolder && std::find(names->begin(), names->end(), kListForNewFiles) == names->end()) {
+    areTaken &= RemoveAttribute(file, kListForNewFiles);
+  }
+  return areTaken;
 }
+
+}  // namespace
 
 bool TakeRights(int file, int model, const struct stat& status) {
   struct stat now;
-  if (fstat(file, &now) != 0) return false;
+  AccessList list;
+  if (fstat(file, &now) != 0 || !list.Read(model)) return false;
   const bool hasOwner = now.st_uid == status.st_uid && now.st_gid == status.st_gid;
   if (!hasOwner && !SetOwner(file, status.st_uid, status.st_gid)) return false;
-  if (!TakeExtendedAttributes(file, model)) {
+  if (!TakeAttributes(file, model, S_ISDIR(status.st_mode)) || !list.Give(file)) {
     errno = EPERM;
     return false;
   }
   return SetMode(file, status.st_mode & kModeBits);
 }
 
-bool TakeOwnerAndMode(int file, const struct stat& status) {
+bool TakeRightsAsFarAsAllowed(int file, int model, const struct stat& status) {
   struct stat now;
-  if (fstat(file, &now) != 0) return false;
-  mode_t mode = status.st_mode & kModeBits;
-  const bool hasOwner = now.st_uid == status.st_uid && now.st_gid == status.st_gid;
-  if (!hasOwner && !SetOwner(file, status.st_uid, status.st_gid)) {
-    const bool hasGroup =
-        now.st_gid == status.st_gid || SetOwner(file, static_cast<uid_t>(-1), status.st_gid);
-    mode &= ~kSpecialBits;
-    if (!hasGroup) mode &= ~kGroupBits;
+  AccessList list;
+  if (fstat(file, &now) != 0 || !list.Read(model)) return false;
+  bool hasOwner = now.st_uid == status.st_uid;
+  bool hasGroup = now.st_gid == status.st_gid;
+  if (!hasOwner || !hasGroup) {
+    const bool areGiven = SetOwner(file, status.st_uid, status.st_gid);
+    hasOwner |= areGiven;
+    hasGroup = areGiven || hasGroup || SetOwner(file, static_cast<uid_t>(-1), status.st_gid);
   }
-  return SetMode(file, mode);
+  TakeAttributes(file, model, S_ISDIR(status.st_mode));
+  mode_t mode = status.st_mode & kModeBits;
+  // A folder's only say what group its files get.
+  const bool runsAsOther = !S_ISDIR(status.st_mode) && !hasOwner;
+  if (runsAsOther || !hasGroup) mode &= ~kSetIdBits;
+  if (!hasGroup) {
+    mode = list.IsEmpty() ? WithoutGroup(mode) : mode;
+    list.GiveUpGroup();
+  }
+  const bool isGiven = list.Give(file);
+  if (!isGiven && list.IsEmpty()) return false;
+  if (list.IsEmpty()) return SetMode(file, mode);
+  if (!isGiven) return SetMode(file, list.ModeWithout(mode));
+  // The list has set the other bits.
+  struct stat given;
+  return fstat(file, &given) == 0 &&
+         SetMode(file, (mode & ~(S_IRWXU | S_IRWXG | S_IRWXO)) |
+                           (given.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
 }
 
 }  // namespace base

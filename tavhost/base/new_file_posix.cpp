@@ -29,27 +29,35 @@ bool MoveBySecondName(int fromDirectory, const char* from, int toDirectory, cons
   // The old name may have become another file's meanwhile, which must not be removed.
   struct stat linked;
   struct stat old;
-  const bool same = fstatat(toDirectory, to, &linked, AT_SYMLINK_NOFOLLOW) == 0 &&
-                    fstatat(fromDirectory, from, &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+  const bool same = StatusAt(toDirectory, to, linked, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    StatusAt(fromDirectory, from, old, AT_SYMLINK_NOFOLLOW) == 0 &&
                     linked.st_dev == old.st_dev && linked.st_ino == old.st_ino;
-  if (same && Uninterrupted([&] { return unlinkat(fromDirectory, from, 0); }) == 0) return true;
+  if (same && UnlinkAt(fromDirectory, from, 0) == 0) return true;
   const int error = same ? errno : EBUSY;
-  unlinkat(toDirectory, to, 0);
+  UnlinkAt(toDirectory, to, 0);
   errno = error;
   return false;
 }
 
+bool FolderSync::Open(int directory, const char* path) {
+  folder_ = Descriptor(OpenAt(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return folder_.IsOpen() || errno == EACCES || errno == EPERM;
+}
+
+bool FolderSync::Sync() const {
+  return !folder_.IsOpen() || Uninterrupted([this] { return fsync(folder_.Get()); }) == 0 ||
+         errno == EINVAL || errno == ENOTSUP;
+}
+
 bool SyncFolder(int directory, const char* path) {
-  const Descriptor folder(openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.IsOpen()) return errno == EACCES || errno == EPERM;
-  return Uninterrupted([&] { return fsync(folder.Get()); }) == 0 || errno == EINVAL ||
-         errno == ENOTSUP;
+  FolderSync folder;
+  return folder.Open(directory, path) && folder.Sync();
 }
 
 NewFile::~NewFile() {
   const int error = errno;
   file_.Close();
-  if (exists_) unlinkat(directory_, name_.c_str(), 0);
+  if (exists_) UnlinkAt(directory_, name_.c_str(), 0);
   errno = error;
 }
 
@@ -77,7 +85,7 @@ bool NewFile::CreateLink(const char* text) {
   int made;
   do {
     MakeName();
-    made = symlinkat(text, directory_, name_.c_str());
+    made = Uninterrupted([&] { return symlinkat(text, directory_, name_.c_str()); });
   } while (made != 0 && errno == EEXIST);
   return exists_ = made == 0;
 }

@@ -15,8 +15,19 @@ bool RenameWithoutReplacing(int fromDirectory, const char* from, int toDirectory
 // leaves both. Unlike a rename it takes no longer in deep folders.
 bool MoveBySecondName(int fromDirectory, const char* from, int toDirectory, const char* to);
 
-// The system has been told to keep the names in a folder, after a rename in it. Where a folder
-// cannot be read, or its file system has no such order, there is nothing to be done.
+// Puts the names in a folder on the disk. Where a folder cannot be read, or its file system has no
+// such order, there is nothing to be done.
+class FolderSync {
+ public:
+  // Before the names change: what can fail here has changed nothing yet.
+  bool Open(int directory, const char* path);
+  bool Sync() const;
+
+ private:
+  Descriptor folder_;
+};
+
+// Both at once.
 bool SyncFolder(int directory, const char* path);
 
 // A file, or a link, under a temporary name (`.tavhost-NUMBER-NUMBER.tmp`) in the folder in which

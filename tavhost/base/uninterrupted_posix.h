@@ -1,5 +1,9 @@
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 
 namespace base {
@@ -10,6 +14,27 @@ auto Uninterrupted(Call call) {
   auto result = call();
   while (result < 0 && errno == EINTR) result = call();
   return result;
+}
+
+// What a slow file system, as one of another machine, may interrupt.
+inline int OpenAt(int directory, const char* name, int flags, mode_t mode = 0) {
+  return Uninterrupted([=] { return openat(directory, name, flags, mode); });
+}
+
+inline int MakeDirectoryAt(int directory, const char* name, mode_t mode) {
+  return Uninterrupted([=] { return mkdirat(directory, name, mode); });
+}
+
+inline int UnlinkAt(int directory, const char* name, int flags) {
+  return Uninterrupted([=] { return unlinkat(directory, name, flags); });
+}
+
+inline int StatusAt(int directory, const char* name, struct stat& status, int flags) {
+  return Uninterrupted([&] { return fstatat(directory, name, &status, flags); });
+}
+
+inline ssize_t ReadLinkAt(int directory, const char* name, char* out, size_t room) {
+  return Uninterrupted([=] { return readlinkat(directory, name, out, room); });
 }
 
 }  // namespace base

@@ -145,8 +145,8 @@ class ReplacingFile final : public WholeFile {
  private:
   Result<void> WriteOver() {
     const Descriptor from(
-        openat(target_.folder.Get(), file_.TemporaryName(), O_RDONLY | O_CLOEXEC));
-    Descriptor to(openat(target_.folder.Get(), target_.name.c_str(), O_RDWR | O_CLOEXEC));
+        OpenAt(target_.folder.Get(), file_.TemporaryName(), O_RDONLY | O_CLOEXEC));
+    Descriptor to(OpenAt(target_.folder.Get(), target_.name.c_str(), O_RDWR | O_CLOEXEC));
     struct stat size;
     struct stat status;
     if (!from.IsOpen() || !to.IsOpen() || fstat(from.Get(), &size) != 0 ||
@@ -201,11 +201,9 @@ struct Found {
 // Opened for writing, so that a file without that right is refused although its folder would take
 // another one in its place.
 Descriptor OpenOld(int directory, const char* name, const WholeFile::Options& options, int flags) {
-  return Descriptor(Uninterrupted([&] {
-    return openat(
-        directory, name,
-        (options.keepsContents ? O_RDWR : O_WRONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | flags);
-  }));
+  return Descriptor(OpenAt(
+      directory, name,
+      (options.keepsContents ? O_RDWR : O_WRONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | flags));
 }
 
 // Follows the links at the end of a path; false with errno set.
@@ -220,7 +218,7 @@ bool FindTarget(int directory, std::string_view path, const WholeFile::Options& 
                                : slash == 0               ? "/"
                                                           : rest.substr(0, slash);
     const int from = target.folder.IsOpen() ? target.folder.Get() : directory;
-    Descriptor opened(openat(from, folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    Descriptor opened(OpenAt(from, folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!opened.IsOpen()) return false;
     target.folder = std::move(opened);
     target.name = slash == std::string::npos ? rest : rest.substr(slash + 1);
@@ -234,7 +232,7 @@ bool FindTarget(int directory, std::string_view path, const WholeFile::Options& 
     if (errno != ELOOP || !options.followsLink) return false;
     char text[PATH_MAX];
     const ssize_t length =
-        readlinkat(target.folder.Get(), target.name.c_str(), text, sizeof text - 1);
+        ReadLinkAt(target.folder.Get(), target.name.c_str(), text, sizeof text - 1);
     if (length < 0) return false;
     rest.assign(text, static_cast<std::size_t>(length));
     found.isLinked = true;
@@ -247,7 +245,7 @@ bool FindTarget(int directory, std::string_view path, const WholeFile::Options& 
 bool FindNameless(int directory, const std::string& path, const WholeFile::Options& options,
                   Found& found) {
   struct stat reached;
-  if (fstatat(directory, path.c_str(), &reached, 0) != 0) return errno == ENOENT;
+  if (StatusAt(directory, path.c_str(), reached, 0) != 0) return errno == ENOENT;
   if (found.old.IsOpen() && reached.st_dev == found.status.st_dev &&
       reached.st_ino == found.status.st_ino) {
     return true;

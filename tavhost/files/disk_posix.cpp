@@ -53,8 +53,8 @@ class Location {
 Descriptor Open(const Location& location, int flags) {
   if (!location.IsFilePath()) return Descriptor();
   // A pipe without another end must not be waited for.
-  return Descriptor(openat(location.GetPlace().Directory(), location.GetPlace().Name(),
-                           flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666));
+  return Descriptor(base::OpenAt(location.GetPlace().Directory(), location.GetPlace().Name(),
+                                 flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666));
 }
 
 // A pipe or device, or a file that the host holds open already: another one under its name would
@@ -293,7 +293,8 @@ bool IsFile(Name name) {
   const Location location(name);
   struct stat status;
   return location.IsFilePath() &&
-         fstatat(location.GetPlace().Directory(), location.GetPlace().Name(), &status, 0) == 0 &&
+         base::StatusAt(location.GetPlace().Directory(), location.GetPlace().Name(), status, 0) ==
+             0 &&
          !S_ISDIR(status.st_mode);
 }
 
@@ -309,7 +310,7 @@ bool IsStandardStream(Name name) { return StandardStreamOf(Location(name).GetPat
 
 bool Delete(Name name) { return windows::DeleteFile(Location(name).GetPath()); }
 
-void RemoveLeftover(const std::string& path) { unlink(path.c_str()); }
+void RemoveLeftover(const std::string& path) { base::UnlinkAt(AT_FDCWD, path.c_str(), 0); }
 
 bool Copy(Name from, Name to, const CopyOptions& wanted) {
   windows::CopyOptions options;
@@ -380,7 +381,7 @@ std::unique_ptr<OutputFile> OpenForReplacing(Name name) {
   if (!location.IsFilePath()) return nullptr;
   struct stat status;
   const Place& place = location.GetPlace();
-  if (fstatat(place.Directory(), place.Name(), &status, 0) != 0) {
+  if (base::StatusAt(place.Directory(), place.Name(), status, 0) != 0) {
     // What stands there and cannot be told is not taken for nothing.
     return errno == ENOENT ? ReplacingOutputFile::Open(name) : nullptr;
   }
@@ -455,7 +456,7 @@ std::string UserDataFolder() {
 bool MakeFolders(const std::string& path) {
   std::vector<std::string> missing = {path};  // the innermost first
   struct stat status;
-  while (stat(missing.back().c_str(), &status) != 0) {
+  while (base::StatusAt(AT_FDCWD, missing.back().c_str(), status, 0) != 0) {
     const std::string& folder = missing.back();
     const auto end = folder.find_last_not_of('/');
     const auto slash = end == std::string::npos ? end : folder.rfind('/', end);
@@ -468,7 +469,7 @@ bool MakeFolders(const std::string& path) {
   if (!missing.back().empty() && !S_ISDIR(status.st_mode)) return false;
   missing.pop_back();
   return std::all_of(missing.rbegin(), missing.rend(), [](const std::string& folder) {
-    return mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST;
+    return base::MakeDirectoryAt(AT_FDCWD, folder.c_str(), 0777) == 0 || errno == EEXIST;
   });
 }
 
@@ -490,15 +491,29 @@ bool IsOneFileSystem(const std::string& path, const std::string& folder) {
 
 FolderContents FilesOf(const std::string& folder) {
   FolderContents contents;
-  DIR* directory = opendir(folder.c_str());
-  contents.readable = directory || errno == ENOENT;
-  if (!directory) return contents;
+  Descriptor opened(
+      base::OpenAt(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+  contents.readable = opened.IsOpen() || errno == ENOENT;
+  DIR* const directory = opened.IsOpen() ? fdopendir(opened.Get()) : nullptr;
+  if (!directory) {
+    contents.readable &= !opened.IsOpen();
+    return contents;
+  }
+  opened.Release();
   // Only errno tells the end from a failure.
-  while (const struct dirent* entry = (errno = 0, readdir(directory))) {
+  const auto next = [directory] {
+    const struct dirent* entry;
+    do {
+      errno = 0;
+      entry = readdir(directory);
+    } while (!entry && errno == EINTR);
+    return entry;
+  };
+  while (const struct dirent* entry = next()) {
     bool isPlain = entry->d_type == DT_REG;
     if (entry->d_type == DT_UNKNOWN) {
       struct stat status;
-      if (fstatat(dirfd(directory), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0) {
+      if (base::StatusAt(dirfd(directory), entry->d_name, status, AT_SYMLINK_NOFOLLOW) == 0) {
         isPlain = S_ISREG(status.st_mode);
       } else if (errno != ENOENT) {
         break;

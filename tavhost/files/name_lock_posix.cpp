@@ -43,7 +43,7 @@ bool IsOfThisMachine(int file) {
       RAMFS_MAGIC,       TMPFS_MAGIC,      XFS_SUPER_MAGIC,  0x2fc12fc1 /* ZFS */,
   };
   struct statfs status;
-  if (fstatfs(file, &status) != 0) return false;
+  if (base::Uninterrupted([&] { return fstatfs(file, &status); }) != 0) return false;
   return std::find(std::begin(kKinds), std::end(kKinds),
                    static_cast<std::uint32_t>(status.f_type)) != std::end(kKinds);
 }
@@ -80,7 +80,9 @@ class PosixLock final : public Lock {
     if (LockByte(offset_) || HasNoLocks(errno)) return Outcome::kTaken;
     if (errno != EAGAIN && errno != EACCES) return Outcome::kRefused;
     struct flock kept = ByteAt(offset_ + 1);
-    const bool isKept = fcntl(file_.Get(), F_OFD_GETLK, &kept) == 0 && kept.l_type != F_UNLCK;
+    const bool isKept =
+        base::Uninterrupted([&] { return fcntl(file_.Get(), F_OFD_GETLK, &kept); }) == 0 &&
+        kept.l_type != F_UNLCK;
     return isKept ? Outcome::kRefused : Outcome::kBusy;
   }
 
@@ -105,10 +107,9 @@ class PosixLock final : public Lock {
 // All who may write into the folder may lock, whoever made the file.
 base::Descriptor OpenLockFile(const std::string& path) {
   constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY;
-  base::Descriptor file(base::Uninterrupted([&] { return open(path.c_str(), kFlags); }));
+  base::Descriptor file(base::OpenAt(AT_FDCWD, path.c_str(), kFlags));
   if (file.IsOpen() || errno != ENOENT) return file;
-  file = base::Descriptor(
-      base::Uninterrupted([&] { return open(path.c_str(), kFlags | O_CREAT, 0666); }));
+  file = base::Descriptor(base::OpenAt(AT_FDCWD, path.c_str(), kFlags | O_CREAT, 0666));
   struct stat folder;
   const std::string parent = path.substr(0, path.rfind('/'));
   if (file.IsOpen() && stat(parent.c_str(), &folder) == 0) {

@@ -9,6 +9,7 @@
 
 #include "host/windows/files.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/walk.h"
 
@@ -28,9 +29,9 @@ bool MakeDirectory(const char* text) {
     return false;
   }
   const std::optional<DirectoryLook> look = LookOfCopy(path);
-  // Never wider than the original, but for its owner, who fills it.
-  const mode_t mode = look ? (look->mode & 0777) | S_IRWXU : 0777;
-  const bool made = mkdirat(place.Directory(), place.Name(), mode) == 0;
+  // Whoever the original is open to, its copy is its owner's alone until all is in it.
+  const mode_t mode = look ? S_IRWXU : 0777;
+  const bool made = base::MakeDirectoryAt(place.Directory(), place.Name(), mode) == 0;
   const int error = errno;
   DirectoryMade(path, place, made ? look : std::nullopt);
   errno = error;
@@ -40,7 +41,7 @@ bool MakeDirectory(const char* text) {
 // True as well when that cannot be told.
 bool IsCurrentDirectory(const struct stat& status) {
   struct stat current;
-  return fstatat(AT_FDCWD, "", &current, AT_EMPTY_PATH) != 0 || IdOf(current) == IdOf(status);
+  return base::StatusAt(AT_FDCWD, "", current, AT_EMPTY_PATH) != 0 || IdOf(current) == IdOf(status);
 }
 
 bool RemoveDirectory(const char* text) {
@@ -51,18 +52,19 @@ bool RemoveDirectory(const char* text) {
   if (S_ISLNK(status.st_mode)) {
     // Whoever removes a tree may have removed first what the link leads to.
     struct stat reached;
-    const bool leadsNowhere = fstatat(place.Directory(), place.Name(), &reached, 0) != 0;
+    const bool leadsNowhere = base::StatusAt(place.Directory(), place.Name(), reached, 0) != 0;
     if (leadsNowhere ? errno != ENOENT : !S_ISDIR(reached.st_mode)) {
       errno = ENOTDIR;
       return false;
     }
-    return unlinkat(place.Directory(), place.Name(), 0) == 0;
+    return base::UnlinkAt(place.Directory(), place.Name(), 0) == 0;
   }
   if (IsCurrentDirectory(status)) {
     errno = EBUSY;
     return false;
   }
-  return unlinkat(place.Directory(), place.Name(), AT_REMOVEDIR) == 0;
+  return CompleteMoved(place, status) &&
+         base::UnlinkAt(place.Directory(), place.Name(), AT_REMOVEDIR) == 0;
 }
 
 bool ChangeDirectory(const char* text) {

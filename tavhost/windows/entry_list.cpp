@@ -16,6 +16,7 @@
 #include "tavhost/base/file_names.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/uninterrupted_posix.h"
 
 namespace windows {
 
@@ -35,7 +36,7 @@ std::optional<EntryType> TypeOf(int directory, const dirent64& entry) {
       return EntryType::kLink;
     case DT_UNKNOWN: {
       struct stat status;
-      if (fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      if (base::StatusAt(directory, entry.d_name, status, AT_SYMLINK_NOFOLLOW) != 0) {
         if (errno != ENOENT) return std::nullopt;
         return EntryType::kOther;  // gone meanwhile
       }
@@ -66,7 +67,8 @@ bool EntryList::Read(int directory, std::string_view pattern) {
   const std::size_t dotCount = Count();
   base::LongWork work("Reading a folder", "", base::LongWork::Unit::kThings);
   while (true) {
-    const auto bytes = getdents64(directory, buffer.get(), kReadAtOnce);
+    const auto bytes =
+        base::Uninterrupted([&] { return getdents64(directory, buffer.get(), kReadAtOnce); });
     if (bytes < 0) return false;
     if (bytes == 0) break;
     work.At(Count());

@@ -9,6 +9,7 @@
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/new_file_posix.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/open_files.h"
@@ -39,7 +40,8 @@ DWORD AttributesOf(int directory, const char* name, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY;
   if (S_ISLNK(status.st_mode)) {
     struct stat reached;
-    const bool toDirectory = fstatat(directory, name, &reached, 0) == 0 && S_ISDIR(reached.st_mode);
+    const bool toDirectory =
+        base::StatusAt(directory, name, reached, 0) == 0 && S_ISDIR(reached.st_mode);
     return FILE_ATTRIBUTE_REPARSE_POINT | (toDirectory ? FILE_ATTRIBUTE_DIRECTORY : 0);
   }
   return IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
@@ -53,7 +55,7 @@ bool DeleteFile(const Path& path) {
   if (S_ISDIR(status.st_mode)) return Refuse(EISDIR);
   if (IsReadOnly(status)) return Refuse(EACCES);
   if (IsOpenFile(IdOf(status))) return Refuse(EBUSY);
-  return unlinkat(place.Directory(), place.Name(), 0) == 0;
+  return base::UnlinkAt(place.Directory(), place.Name(), 0) == 0;
 }
 
 bool CopyFile(const Path& fromPath, const Path& toPath, const CopyOptions& options) {
@@ -100,6 +102,10 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   options.keepAttributes = true;
   options.move = true;
   options.synced = true;
+  if (to.IsInMade()) {
+    const Descriptor folder = to.OpenFolder(O_PATH);
+    if (!folder.IsOpen() || !SyncNamesOfMade(folder.Get())) return false;
+  }
   if (!CopyFile(from, to, options)) return false;
   int error = SyncFolderOf(to) ? 0 : errno;
   // What somebody has written meanwhile is not in the copy. Nothing stands between this look and
@@ -108,9 +114,9 @@ bool MoveToOtherFileSystem(const Place& from, const Place& to, const struct stat
   const bool same = from.Status(now) && IdOf(now) == IdOf(source) &&
                     now.st_size == source.st_size && now.st_mtim.tv_sec == source.st_mtim.tv_sec &&
                     now.st_mtim.tv_nsec == source.st_mtim.tv_nsec;
-  if (error == 0 && same && unlinkat(from.Directory(), from.Name(), 0) == 0) return true;
+  if (error == 0 && same && base::UnlinkAt(from.Directory(), from.Name(), 0) == 0) return true;
   if (error == 0) error = same ? errno : EBUSY;
-  unlinkat(to.Directory(), to.Name(), 0);
+  base::UnlinkAt(to.Directory(), to.Name(), 0);
   return Refuse(error);
 }
 
@@ -137,6 +143,7 @@ bool MoveFile(const Path& fromPath, const Path& toPath) {
     if (namesDirectory && !S_ISDIR(source.st_mode)) return Refuse(ENOTDIR);
     if (IsOpenFile(IdOf(source))) return Refuse(EBUSY);
   }
+  if (to.IsInMade()) MoveBegins();
   if (Rename(from, to)) return true;
   const int error = errno;
   if ((error != EXDEV && error != EEXIST) || !from.Status(source)) return Refuse(error);
@@ -146,7 +153,9 @@ bool MoveFile(const Path& fromPath, const Path& toPath) {
       !IsSameName(fromPath, from, toPath, to)) {
     return Refuse(EEXIST);
   }
-  return renameat(from.Directory(), from.Name(), to.Directory(), to.Name()) == 0;
+  return base::Uninterrupted([&] {
+           return renameat(from.Directory(), from.Name(), to.Directory(), to.Name());
+         }) == 0;
 }
 
 }  // namespace windows

@@ -14,6 +14,7 @@
 #include "host/windows/files.h"
 #include "tavhost/base/file_names.h"
 #include "tavhost/base/trace.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/windows/file_functions.h"
 #include "tavhost/windows/file_operations.h"
 #include "tavhost/windows/find_types.h"
@@ -64,7 +65,8 @@ DWORD AttributesOfType(EntryType type) {
 std::optional<struct stat> StatusOf(Search& search, const Entry& entry) {
   if (search.itself) return search.itself;
   struct stat status;
-  if (fstatat(DirectoryOf(search), entry.name.data(), &status, AT_SYMLINK_NOFOLLOW) != 0) return {};
+  if (base::StatusAt(DirectoryOf(search), entry.name.data(), status, AT_SYMLINK_NOFOLLOW) != 0)
+    return {};
   return status;
 }
 

@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <optional>
 #include <string>
 
+#include "tavhost/base/access_list_posix.h"
 #include "tavhost/base/file_contents_posix.h"
 #include "tavhost/base/file_rights_posix.h"
 #include "tavhost/base/new_file_posix.h"
@@ -33,11 +35,15 @@ bool MayReplace(const Place& to, const struct stat& target, FileId source) {
     errno = EISDIR;
     return false;
   }
+  if (IdOf(target) == source || IsOpenFile(IdOf(target))) {
+    errno = EBUSY;
+    return false;
+  }
   struct stat reached = target;
-  if (S_ISLNK(target.st_mode) && fstatat(to.Directory(), to.Name(), &reached, 0) != 0) {
+  if (S_ISLNK(target.st_mode) && base::StatusAt(to.Directory(), to.Name(), reached, 0) != 0) {
     return LeadsNowhere(errno);
   }
-  if (IdOf(target) == source || IdOf(reached) == source || IsOpenFile(IdOf(target))) {
+  if (IdOf(reached) == source) {
     errno = EBUSY;
     return false;
   }
@@ -55,7 +61,7 @@ bool MayReplace(const Place& to, const struct stat& target, FileId source) {
 // A target that is not there is fine. Should something appear there meanwhile, the rename sees it.
 bool CheckTarget(const Place& to, FileId source, bool replace) {
   struct stat target;
-  if (fstatat(to.Directory(), to.Name(), &target, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (base::StatusAt(to.Directory(), to.Name(), target, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT;
   }
   if (!replace) {
@@ -76,7 +82,7 @@ bool CopyLink(const Place& from, const Place& to, const CopyOptions& options) {
   struct stat link;
   char text[PATH_MAX];
   if (!from.Status(link)) return false;
-  const ssize_t length = readlinkat(from.Directory(), from.Name(), text, sizeof text - 1);
+  const ssize_t length = base::ReadLinkAt(from.Directory(), from.Name(), text, sizeof text - 1);
   if (length < 0) return false;
   text[length] = '\0';
   base::NewFile copy(to.Directory(), to.Name());
@@ -94,26 +100,48 @@ bool CopyLink(const Place& from, const Place& to, const CopyOptions& options) {
   return Publish(copy, to, options.replace, IdOf(link));
 }
 
-// What the copy is besides its contents. A file that it replaces keeps its owner and its mode, but
-// for the read-only attribute where the copy takes that over. `replaced` is null without one.
-bool GiveRights(int copy, int from, const struct stat& source, const struct stat* replaced,
-                const CopyOptions& options) {
-  if (options.move) {
-    base::TakeExtendedAttributes(copy, from);  // as far as both file systems have them
-    return base::TakeOwnerAndMode(copy, source);
+// The plain file that a copy replaces.
+struct Replaced {
+  Descriptor file;  // not open: there is none
+  struct stat status = {};
+};
+
+// False when something is there of which nothing can be told: it would lose its mode and its owner.
+bool OpenReplaced(const Place& to, Replaced& replaced) {
+  constexpr int kFlags = O_NOFOLLOW | O_CLOEXEC;
+  for (const int way : {O_RDONLY | O_NONBLOCK | O_NOCTTY, O_PATH}) {
+    replaced.file = Descriptor(base::OpenAt(to.Directory(), to.Name(), kFlags | way));
+    if (replaced.file.IsOpen() || errno != EACCES) break;
   }
-  if (!replaced) return true;
-  struct stat rights = *replaced;
-  if (options.keepAttributes && IsReadOnly(source)) rights.st_mode &= ~kAllWriteBits;
-  return base::TakeOwnerAndMode(copy, rights);
+  // A link, or a device without a driver or a pipe's other end: no plain file.
+  if (!replaced.file.IsOpen()) return errno == ENOENT || errno == ELOOP || errno == ENXIO;
+  if (fstat(replaced.file.Get(), &replaced.status) != 0) return false;
+  if (!S_ISREG(replaced.status.st_mode)) replaced.file.Close();
+  return true;
+}
+
+// What the copy is besides its contents. A file that it replaces keeps what it is, but for the
+// read-only attribute where the copy takes that over.
+bool GiveRights(int copy, int from, const struct stat& source, const Replaced& replaced,
+                const CopyOptions& options) {
+  if (options.move) return base::TakeRightsAsFarAsAllowed(copy, from, source);
+  if (!replaced.file.IsOpen()) return true;
+  if (!base::TakeRightsAsFarAsAllowed(copy, replaced.file.Get(), replaced.status)) return false;
+  if (!options.keepAttributes || !IsReadOnly(source)) return true;
+  struct stat given;
+  return fstat(copy, &given) == 0 && base::Uninterrupted([&] {
+                                       return fchmod(copy, given.st_mode & 07777 & ~kAllWriteBits);
+                                     }) == 0;
 }
 
 // Before anything is written: nobody may read from the copy, while it has its temporary name, what
-// they may not read afterwards.
-mode_t FirstMode(const struct stat& source, const struct stat* replaced,
-                 const CopyOptions& options) {
-  if (options.move || replaced) return S_IRUSR | S_IWUSR;
-  const mode_t mode = source.st_mode & 0777;
+// they may not read afterwards. Nothing when it cannot be told.
+std::optional<mode_t> FirstMode(int from, const struct stat& source, const Replaced& replaced,
+                                const CopyOptions& options) {
+  if (options.move || replaced.file.IsOpen()) return S_IRUSR | S_IWUSR;
+  base::AccessList list;
+  if (!list.Read(from)) return std::nullopt;
+  const mode_t mode = list.ModeWithout(source.st_mode) & 0777;
   return options.keepAttributes ? mode : mode | S_IWUSR;
 }
 
@@ -128,8 +156,8 @@ bool KeepTimes(int copy, const struct stat& source, const CopyOptions& options) 
 bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
   // A pipe or device must not be waited for.
   const int follow = options.followLink ? 0 : O_NOFOLLOW;
-  Descriptor source(
-      openat(from.Directory(), from.Name(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | follow));
+  Descriptor source(base::OpenAt(from.Directory(), from.Name(),
+                                 O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | follow));
   if (!source.IsOpen()) return errno == ELOOP && follow && CopyLink(from, to, options);
   struct stat status;
   if (fstat(source.Get(), &status) != 0) return false;
@@ -137,18 +165,15 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
     errno = EINVAL;
     return false;
   }
-  struct stat target;
-  const bool isThere =
-      options.replace && fstatat(to.Directory(), to.Name(), &target, AT_SYMLINK_NOFOLLOW) == 0;
-  // A target of which nothing can be told would lose its mode and its owner.
-  if (options.replace && !isThere && errno != ENOENT) return false;
-  const struct stat* const replaced = isThere && S_ISREG(target.st_mode) ? &target : nullptr;
+  Replaced replaced;
+  if (options.replace && !OpenReplaced(to, replaced)) return false;
   // Publishing looks at the target anyway. A long copy looks before, too, so as not to work in
   // vain.
   const bool isLong = status.st_size > kLong;
   if (isLong && !CheckTarget(to, IdOf(status), options.replace)) return false;
   base::NewFile copy(to.Directory(), to.Name());
-  if (!copy.Create(FirstMode(status, replaced, options))) return false;
+  const std::optional<mode_t> mode = FirstMode(source.Get(), status, replaced, options);
+  if (!mode || !copy.Create(*mode)) return false;
   const int file = copy.Descriptor();
   base::LongWork work("Copying", from.Name());
   base::CopyWay way;

@@ -9,8 +9,12 @@
 #include <deque>
 #include <optional>
 
+#include "tavhost/base/access_list_posix.h"
+#include "tavhost/base/file_rights_posix.h"
 #include "tavhost/base/long_work.h"
+#include "tavhost/base/new_file_posix.h"
 #include "tavhost/base/stop.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/windows/standing.h"
 
 namespace windows {
@@ -178,15 +182,15 @@ Descriptor OpenDirectoryAt(int directory, std::string_view path, int flags) {
     }
     std::memcpy(chunk, path.data(), slash);
     chunk[slash] = '\0';
-    reached = Descriptor(openat(reached.IsOpen() ? reached.Get() : directory, chunk,
-                                O_PATH | O_DIRECTORY | O_CLOEXEC));
+    reached = Descriptor(base::OpenAt(reached.IsOpen() ? reached.Get() : directory, chunk,
+                                      O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!reached.IsOpen()) return Descriptor();
     path.remove_prefix(slash + 1);
   }
   std::memcpy(chunk, path.data(), path.size());
   chunk[path.size()] = '\0';
-  return Descriptor(
-      openat(reached.IsOpen() ? reached.Get() : directory, chunk, O_DIRECTORY | O_CLOEXEC | flags));
+  return Descriptor(base::OpenAt(reached.IsOpen() ? reached.Get() : directory, chunk,
+                                 O_DIRECTORY | O_CLOEXEC | flags));
 }
 
 Place::Place(const Path& path) : valid_(path.IsValid()), directory_(AT_FDCWD), name_(path.Text()) {
@@ -224,8 +228,8 @@ bool Place::ResolveThroughEntry(const Search& search, std::string_view rest) {
     known_ = &search.entryId;
     return ResolveInside(rest);
   }
-  owned_ =
-      Descriptor(openat(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  owned_ = Descriptor(
+      base::OpenAt(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
   if (!owned_.IsOpen() || fstat(owned_.Get(), &status) != 0) return false;
   if (IdOf(status) != search.entryId) {
@@ -332,12 +336,12 @@ bool Place::Confirms(const struct stat& status) const {
 }
 
 bool Place::Status(struct stat& status) const {
-  return fstatat(directory_, name_, &status, AT_SYMLINK_NOFOLLOW) == 0 && Confirms(status);
+  return base::StatusAt(directory_, name_, status, AT_SYMLINK_NOFOLLOW) == 0 && Confirms(status);
 }
 
 Descriptor Place::OpenDirectory() const {
   const int follow = known_ ? O_NOFOLLOW : 0;
-  Descriptor opened(openat(directory_, name_, O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
+  Descriptor opened(base::OpenAt(directory_, name_, O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
   if (opened.IsOpen() && known_) {
     struct stat status;
     if (fstat(opened.Get(), &status) != 0 || !Confirms(status)) return Descriptor();
@@ -389,7 +393,7 @@ namespace {
 // Gives a copy what it is to have in the end. Where that fails, on file systems without
 // permissions, the copy stays narrower than it could be.
 void Complete(MadeDirectory& made) {
-  if (!made.wanted) return;
+  if (!made.wanted || made.isMoved) return;
   const int directory = DescriptorOf(made);
   if (directory < 0) return;
   const struct timespec times[2] = {{0, UTIME_OMIT}, made.wanted->modified};
@@ -443,7 +447,7 @@ void EntryReturned(Search& search, std::string_view name, const struct stat* sta
   if (!name.empty()) search.entryPath = SharedPath::In(search.directory.path, name);
   search.entryNameAt = search.entryPath.View().size() - name.size();
   search.entryId = status ? IdOf(*status) : kNothing;
-  if (status) search.entryLook = {status->st_mode, status->st_mtim};
+  if (status) search.entryModified = status->st_mtim;
 }
 
 void EntryMisread(Search& search, std::string_view misread) {
@@ -493,6 +497,20 @@ bool MayMakeDirectory(const Place& place) {
 
 namespace {
 
+// That of the entry returned last. Of one that this user cannot read nothing is copied.
+DirectoryLook LookOfEntry(Search& search) {
+  DirectoryLook look = {S_IRWXU, search.entryModified};
+  const Descriptor entry(base::OpenAt(DirectoryOf(search), std::string(EntryNameOf(search)).c_str(),
+                                      O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  struct stat status;
+  base::AccessList list;
+  if (entry.IsOpen() && fstat(entry.Get(), &status) == 0 && IdOf(status) == search.entryId &&
+      list.Read(entry.Get())) {
+    look.mode = list.ModeWithout(status.st_mode);
+  }
+  return look;
+}
+
 MadeDirectory& AddMade(const Path& path, FileId id) {
   Search& search = *searches.back();
   const MadeDirectory* above = search.made.empty() ? MadeAbove(search) : search.made.back().get();
@@ -513,21 +531,73 @@ MadeDirectory& AddMade(const Path& path, FileId id) {
 
 std::optional<DirectoryLook> LookOfCopy(const Path& path) {
   if (searches.empty()) return std::nullopt;
-  const Search& search = *searches.back();
+  Search& search = *searches.back();
   const std::string_view entry = search.entryPath.View();
   const bool isFirst = search.made.empty() && !entry.empty() && search.entryId != kNothing;
   if (!isFirst || entry.substr(entry.rfind('/') + 1) != path.Name()) return std::nullopt;
-  return search.entryLook;
+  return LookOfEntry(search);
 }
 
 void DirectoryMade(const Path& path, const Place& place, std::optional<DirectoryLook> wanted) {
   if (searches.empty()) return;
   struct stat status;
-  const bool found = fstatat(place.Directory(), place.Name(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+  const bool found =
+      base::StatusAt(place.Directory(), place.Name(), status, AT_SYMLINK_NOFOLLOW) == 0;
   MadeDirectory& made = AddMade(path, found && S_ISDIR(status.st_mode) ? IdOf(status) : kNothing);
   if (made.id == kNothing) return;
   made.mode = status.st_mode;
   made.wanted = wanted;
+}
+
+MadeDirectory* Place::CopyMade() const {
+  const auto found = std::find_if(searches.rbegin(), searches.rend(), [this](const auto& search) {
+    return known_ == &search->entryId;
+  });
+  if (!known_ || found == searches.rend() || (*found)->made.empty()) return nullptr;
+  MadeDirectory* const first = (*found)->made.front().get();
+  return first->wanted ? first : nullptr;
+}
+
+void MoveBegins() {
+  // Innermost first, up to those into which something has been moved before.
+  for (auto search = searches.rbegin(); search != searches.rend(); ++search) {
+    if ((*search)->made.empty()) continue;
+    MadeDirectory& made = *(*search)->made.front();
+    if (made.isMoved) return;
+    made.isMoved = true;
+  }
+}
+
+bool SyncNamesOfMade(int folder) {
+  Descriptor above;
+  for (auto search = searches.rbegin(); search != searches.rend(); ++search) {
+    if ((*search)->made.empty()) continue;
+    MadeDirectory& made = *(*search)->made.front();
+    if (made.isSynced) return true;
+    stop::ThrowIfRequested();
+    above = OpenDirectoryAt(above.IsOpen() ? above.Get() : folder, "..", O_PATH);
+    if (!above.IsOpen() || !base::SyncFolder(above.Get(), ".")) return false;
+    made.isSynced = true;
+  }
+  return true;
+}
+
+bool CompleteMoved(const Place& place, const struct stat& status) {
+  MadeDirectory* const made = place.CopyMade();
+  if (!made) return true;
+  const Descriptor original = place.OpenDirectory();
+  if (!original.IsOpen()) return false;
+  const int directory = DescriptorOf(*made);
+  const Descriptor copy = directory < 0 ? Descriptor() : OpenDirectoryAt(directory, ".", O_RDONLY);
+  if (!copy.IsOpen()) return false;
+  const struct timespec times[2] = {{0, UTIME_OMIT}, made->wanted->modified};
+  // Some file systems have no permissions, which the directory then has from elsewhere.
+  const bool isGiven = futimens(copy.Get(), times) == 0 &&
+                       base::TakeRightsAsFarAsAllowed(copy.Get(), original.Get(), status);
+  if (!isGiven && errno != EPERM && errno != ENOTSUP) return false;
+  made->wanted.reset();
+  const bool isNear = made->id.device == IdOf(status).device;
+  return isNear || (base::SyncFolder(copy.Get(), ".") && SyncNamesOfMade(copy.Get()));
 }
 
 void CloseTheWay(const Path& path) {

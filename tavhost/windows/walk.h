@@ -33,7 +33,7 @@ struct Anchor {
 
 // What a copy of a directory takes over from it.
 struct DirectoryLook {
-  mode_t mode;
+  mode_t mode;  // without an access list, so that it lets nobody do more
   struct timespec modified;
 };
 
@@ -43,6 +43,8 @@ struct MadeDirectory : Anchor {
   const Anchor* above = nullptr;
   mode_t mode = 0;                      // as it is now
   std::optional<DirectoryLook> wanted;  // once all is in it
+  bool isMoved = false;                 // something has been moved into it
+  bool isSynced = false;                // its own name is on the disk
 };
 
 struct Search {
@@ -57,7 +59,7 @@ struct Search {
   SharedPath entryPath;
   std::size_t entryNameAt = 0;  // where in it begins what calls from the directory searched say
   FileId entryId;
-  DirectoryLook entryLook = {};
+  struct timespec entryModified = {};
 
   // Directories made, or found where one was to be made, since that entry was returned.
   std::vector<std::unique_ptr<MadeDirectory>> made;
@@ -82,6 +84,9 @@ class Place {
   bool IsKnown() const { return known_ != nullptr; }
   // It is, or lies inside, a directory made during the walk.
   bool IsInMade() const { return inMade_; }
+  // The copy made of the directory that stands here since the search returned that; null when there
+  // is none.
+  MadeDirectory* CopyMade() const;
 
   // Status of what stands here, links not followed. Fails when it is not what the walk knows.
   bool Status(struct stat& status) const;
@@ -139,6 +144,15 @@ bool MayMakeDirectory(const Place& place);
 // What a directory made at `path` is to look like in the end: nothing in particular unless it is
 // the copy of the directory at which the innermost search stands, made under the same name.
 std::optional<DirectoryLook> LookOfCopy(const Path& path);
+// Something moves into a directory made by the walk. Until all is moved that directory stays its
+// owner's alone: it is to belong to somebody else in the end.
+void MoveBegins();
+// The names of the directories made on the way to `folder`, the one made last, are on the disk when
+// this returns. False with errno set.
+bool SyncNamesOfMade(int folder);
+// A directory of this status goes from its place: when all in it went into a copy of it, that has
+// moved, and becomes all that it was, on the disk if that is another one. False with errno set.
+bool CompleteMoved(const Place& place, const struct stat& status);
 // What stands at `path` now is where the walk goes on; all but a directory closes the way.
 void DirectoryMade(const Path& path, const Place& place, std::optional<DirectoryLook> wanted);
 void CloseTheWay(const Path& path);

@@ -232,6 +232,12 @@ WRAP(int, fchown, (int file, uid_t user, gid_t group), (file, user, group))
 WRAP(int, fchownat, (int folder, const char* name, uid_t user, gid_t group, int flags),
      (folder, name, user, group, flags))
 WRAP(ssize_t, flistxattr, (int file, char* names, size_t room), (file, names, room))
+WRAP(ssize_t, listxattr, (const char* name, char* names, size_t room), (name, names, room))
+WRAP(ssize_t, fgetxattr, (int file, const char* name, void* out, size_t room),
+     (file, name, out, room))
+WRAP(ssize_t, getxattr, (const char* path, const char* name, void* out, size_t room),
+     (path, name, out, room))
+WRAP(int, fremovexattr, (int file, const char* name), (file, name))
 WRAP(int, fsetxattr, (int file, const char* name, const void* value, size_t length, int flags),
      (file, name, value, length, flags))
 WRAP(int, fallocate, (int file, int mode, off_t at, off_t length), (file, mode, at, length))

@@ -31,6 +31,7 @@ import ground  # noqa: E402
 import kills  # noqa: E402
 import leftovers  # noqa: E402
 import promises  # noqa: E402
+import rights  # noqa: E402
 import scenarios  # noqa: E402
 import waiting  # noqa: E402
 import writers  # noqa: E402
@@ -466,7 +467,7 @@ def stopped_dry_run(runner, command):
 
 # Calls for each level of a chain of folders with a file in each. What is done for a level must not
 # depend on how deep it lies.
-CALLS_A_LEVEL = {'COPY_FILES "deep" to:"copy"': 36, 'MOVE_FILES "deep" to:"moved"': 36,
+CALLS_A_LEVEL = {'COPY_FILES "deep" to:"copy"': 40, 'MOVE_FILES "deep" to:"moved"': 45,
                  'DELETE_FILES "copy/*"': 20, 'DELETE_FILES "moved/deep"': 20}
 
 
@@ -1007,6 +1008,7 @@ def all_cases(runner, options):
     yield from wanted(writers.cases(runner, options.long, Disk if can_mount() else None))
     yield from wanted(leftovers.cases(runner, options.long))
     yield from wanted(promises.cases(runner, options.long, Disk if can_mount() else None))
+    yield from wanted(rights.cases(runner))
     if can_mount():
         yield from wanted(full_disk_cases(runner, options.long))
     else:
@@ -1044,6 +1046,8 @@ def main():
     scratch = tempfile.mkdtemp(prefix="tavhost-faults-", dir=options.scratch or memory)
     os.chmod(scratch, 0o755)
     far = second_file_system(scratch)
+    if far:
+        os.chmod(far, 0o755)
     runner = Runner(os.path.abspath(options.tavhost), scratch, far)
     with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
         list(pool.map(lambda item: judge(*item), all_cases(runner, options)))
