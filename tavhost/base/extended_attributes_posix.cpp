@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+
+#include "tavhost/base/uninterrupted_posix.h"
 
 namespace base {
 
@@ -23,7 +24,7 @@ std::optional<std::string> ReadAll(std::size_t most, Get get) {
   ssize_t length = -1;
   for (const std::size_t room : {std::min(kUsual, most), most}) {
     text.resize(room);
-    length = get(text.data(), room);
+    length = Uninterrupted([&] { return get(text.data(), room); });
     if (length >= 0 || errno != ERANGE) break;
   }
   if (length < 0) return std::nullopt;
@@ -54,11 +55,12 @@ std::optional<std::string> ReadAttribute(int file, const char* name) {
 }
 
 bool WriteAttribute(int file, const char* name, const std::string& value) {
-  return fsetxattr(file, name, value.data(), value.size(), 0) == 0;
+  return Uninterrupted([&] { return fsetxattr(file, name, value.data(), value.size(), 0); }) == 0;
 }
 
 bool RemoveAttribute(int file, const char* name) {
-  return fremovexattr(file, name) == 0 || errno == ENODATA || errno == ENOTSUP || errno == ENOSYS;
+  return Uninterrupted([&] { return fremovexattr(file, name); }) == 0 || errno == ENODATA ||
+         errno == ENOTSUP || errno == ENOSYS;
 }
 
 }  // namespace base

@@ -1,4 +1,5 @@
 #include "tavhost/base/file_contents_posix.h"
+#include "tavhost/base/uninterrupted_posix.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -122,7 +123,7 @@ class ContentsCopy {
 bool HasHoles(int file, std::uint64_t size) {
   struct stat status;
   constexpr std::uint64_t kBlock = 512;
-  return size > kSmall && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+  return size > kSmall && StatusOf(file, status) == 0 && S_ISREG(status.st_mode) &&
          static_cast<std::uint64_t>(status.st_blocks) * kBlock < size &&
          lseek(file, 0, SEEK_HOLE) >= 0 && lseek(file, 0, SEEK_SET) == 0;
 }

@@ -55,7 +55,7 @@ bool TakeAttributes(int file, int model, bool isFolder) {
 bool TakeRights(int file, int model, const struct stat& status) {
   struct stat now;
   AccessList list;
-  if (fstat(file, &now) != 0 || !list.Read(model)) return false;
+  if (StatusOf(file, now) != 0 || !list.Read(model)) return false;
   const bool hasOwner = now.st_uid == status.st_uid && now.st_gid == status.st_gid;
   if (!hasOwner && !SetOwner(file, status.st_uid, status.st_gid)) return false;
   if (!TakeAttributes(file, model, S_ISDIR(status.st_mode)) || !list.Give(file)) {
@@ -68,7 +68,7 @@ bool TakeRights(int file, int model, const struct stat& status) {
 bool TakeRightsAsFarAsAllowed(int file, int model, const struct stat& status) {
   struct stat now;
   AccessList list;
-  if (fstat(file, &now) != 0 || !list.Read(model)) return false;
+  if (StatusOf(file, now) != 0 || !list.Read(model)) return false;
   bool hasOwner = now.st_uid == status.st_uid;
   bool hasGroup = now.st_gid == status.st_gid;
   if (!hasOwner || !hasGroup) {
@@ -91,7 +91,7 @@ bool TakeRightsAsFarAsAllowed(int file, int model, const struct stat& status) {
   if (!isGiven) return SetMode(file, list.ModeWithout(mode));
   // The list has set the other bits.
   struct stat given;
-  return fstat(file, &given) == 0 &&
+  return StatusOf(file, given) == 0 &&
          SetMode(file, (mode & ~(S_IRWXU | S_IRWXG | S_IRWXO)) |
                            (given.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
 }

@@ -33,6 +33,10 @@ inline int StatusAt(int directory, const char* name, struct stat& status, int fl
   return Uninterrupted([&] { return fstatat(directory, name, &status, flags); });
 }
 
+inline int StatusOf(int file, struct stat& status) {
+  return Uninterrupted([&] { return fstat(file, &status); });
+}
+
 inline ssize_t ReadLinkAt(int directory, const char* name, char* out, size_t room) {
   return Uninterrupted([=] { return readlinkat(directory, name, out, room); });
 }

@@ -40,6 +40,11 @@ class WholeFile {
   virtual Result<void> Write(std::string_view bytes) = 0;
   // Once, at the end.
   virtual Result<void> Store() = 0;
+
+  // What the file holds when Write or Store has failed: what it held before; all of the new text,
+  // which may not survive a loss of power; or anything of both, where it is written in place.
+  enum class Left { kOld, kNew, kAny };
+  virtual Left WhatIsLeft() const = 0;
 };
 
 // All at once.

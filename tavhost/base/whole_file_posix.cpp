@@ -64,6 +64,7 @@ class InPlaceFile final : public WholeFile {
     if (!Reserve(file_.Get(), end_, static_cast<off_t>(bytes.size()), oldSize_))
       return Failed(target_, errno);
     if (lseek(file_.Get(), end_, SEEK_SET) < 0) return Failed(target_, errno);
+    isTouched_ = true;
     const std::size_t written = WriteBytes(file_.Get(), bytes.data(), bytes.size(), nullptr);
     end_ += static_cast<off_t>(written);
     if (written != bytes.size()) return Failed(target_, errno);
@@ -72,6 +73,7 @@ class InPlaceFile final : public WholeFile {
 
   Result<void> Store() override {
     const UncutWork uncut(target_.path.c_str());
+    isTouched_ |= end_ < oldSize_;
     const bool stored =
         (end_ >= oldSize_ || Uninterrupted([this] { return ftruncate(file_.Get(), end_); }) == 0) &&
         (!synced_ || Uninterrupted([this] { return fsync(file_.Get()); }) == 0);
@@ -81,9 +83,12 @@ class InPlaceFile final : public WholeFile {
     return {};
   }
 
+  Left WhatIsLeft() const override { return isTouched_ ? Left::kAny : Left::kOld; }
+
  private:
   Target target_;
   Descriptor file_;
+  bool isTouched_ = false;
   off_t oldSize_;
   bool synced_;
   off_t end_;  // of what is written
@@ -133,14 +138,19 @@ class ReplacingFile final : public WholeFile {
       return Failed(target_, errno);
     }
     if (!file_.Close()) return Failed(target_, errno);
+    FolderSync folder;
+    if (options_.synced && !folder.Open(target_.folder.Get(), ".")) return Failed(target_, errno);
     if (!file_.ReplaceName()) {
       // Something is mounted on that name, which a rename cannot take away.
       if (errno == EBUSY && isReplacing_) return WriteOver();
       return Failed(target_, errno);
     }
-    if (options_.synced && !SyncFolder(target_.folder.Get(), ".")) return Failed(target_, errno);
+    left_ = Left::kNew;
+    if (options_.synced && !folder.Sync()) return Failed(target_, errno);
     return {};
   }
+
+  Left WhatIsLeft() const override { return left_; }
 
  private:
   Result<void> WriteOver() {
@@ -149,14 +159,15 @@ class ReplacingFile final : public WholeFile {
     Descriptor to(OpenAt(target_.folder.Get(), target_.name.c_str(), O_RDWR | O_CLOEXEC));
     struct stat size;
     struct stat status;
-    if (!from.IsOpen() || !to.IsOpen() || fstat(from.Get(), &size) != 0 ||
-        fstat(to.Get(), &status) != 0) {
+    if (!from.IsOpen() || !to.IsOpen() || StatusOf(from.Get(), size) != 0 ||
+        StatusOf(to.Get(), status) != 0) {
       return Failed(target_, errno);
     }
-    if (!Reserve(to.Get(), 0, size.st_size, status.st_size) ||
-        !CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), {}) ||
-        ftruncate(to.Get(), size.st_size) != 0 || (options_.synced && fsync(to.Get()) != 0) ||
-        !to.Close()) {
+    if (!Reserve(to.Get(), 0, size.st_size, status.st_size)) return Failed(target_, errno);
+    left_ = Left::kAny;
+    if (!CopyContents(from.Get(), to.Get(), static_cast<std::uint64_t>(size.st_size), {}) ||
+        Uninterrupted([&] { return ftruncate(to.Get(), size.st_size); }) != 0 ||
+        (options_.synced && Uninterrupted([&] { return fsync(to.Get()); }) != 0) || !to.Close()) {
       return Failed(target_, errno);
     }
     return {};
@@ -166,6 +177,7 @@ class ReplacingFile final : public WholeFile {
   Options options_;
   NewFile file_;
   bool isReplacing_ = false;
+  Left left_ = Left::kOld;
   int error_ = 0;  // why not all is there; it cannot be stored then
 };
 
@@ -174,7 +186,7 @@ class ReplacingFile final : public WholeFile {
 bool IsStandardStream(const struct stat& file) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     struct stat status;
-    if (fstat(stream, &status) != 0) {
+    if (StatusOf(stream, status) != 0) {
       if (errno != EBADF) return true;
     } else if (status.st_dev == file.st_dev && status.st_ino == file.st_ino) {
       return true;
@@ -227,7 +239,7 @@ bool FindTarget(int directory, std::string_view path, const WholeFile::Options& 
       return false;
     }
     found.old = OpenOld(target.folder.Get(), target.name.c_str(), options, O_NOFOLLOW);
-    if (found.old.IsOpen()) return fstat(found.old.Get(), &found.status) == 0;
+    if (found.old.IsOpen()) return StatusOf(found.old.Get(), found.status) == 0;
     if (errno == ENOENT) return true;
     if (errno != ELOOP || !options.followsLink) return false;
     char text[PATH_MAX];
@@ -252,7 +264,7 @@ bool FindNameless(int directory, const std::string& path, const WholeFile::Optio
   }
   found.isNameless = true;
   found.old = OpenOld(directory, path.c_str(), options, 0);
-  return found.old.IsOpen() && fstat(found.old.Get(), &found.status) == 0;
+  return found.old.IsOpen() && StatusOf(found.old.Get(), found.status) == 0;
 }
 
 // Why a file cannot get other contents, as errno; 0: it can.

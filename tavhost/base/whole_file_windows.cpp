@@ -67,7 +67,7 @@ class InPlaceFile final : public WholeFile {
   Result<void> Write(std::string_view bytes) override {
     const UncutWork uncut(path_.c_str());
     if (!isBegun_ && !Begin(bytes.size())) return Failed(path_);
-    isBegun_ = true;
+    isBegun_ = isTouched_ = true;
     if (!WriteBytes(file_.Get(), bytes, nullptr)) return Failed(path_);
     return {};
   }
@@ -75,6 +75,7 @@ class InPlaceFile final : public WholeFile {
   Result<void> Store() override {
     const UncutWork uncut(path_.c_str());
     if (!isBegun_ && !Begin(0)) return Failed(path_);
+    isTouched_ |= !options_.keepsContents;
     const bool stored = (options_.keepsContents || SetEndOfFile(file_.Get())) &&
                         (!options_.synced || FlushFileBuffers(file_.Get()));
     const DWORD error = GetLastError();
@@ -82,6 +83,8 @@ class InPlaceFile final : public WholeFile {
     if (!stored) return Failed(path_, error);
     return {};
   }
+
+  Left WhatIsLeft() const override { return isTouched_ ? Left::kAny : Left::kOld; }
 
  private:
   // To where the text goes. A file that becomes longer does so before its first byte changes, so
@@ -102,6 +105,7 @@ class InPlaceFile final : public WholeFile {
   FileHandle file_;
   Options options_;
   bool isBegun_ = false;
+  bool isTouched_ = false;
 };
 
 HANDLE OpenOld(const std::wstring& target, DWORD access) {
@@ -150,6 +154,8 @@ class ReplacingFile final : public WholeFile {
     return WriteOver(error);
   }
 
+  Left WhatIsLeft() const override { return left_; }
+
  private:
   Result<void> WriteOver(DWORD error) {
     const FileHandle from(OpenOld(file_.TemporaryName(), GENERIC_READ));
@@ -164,7 +170,9 @@ class ReplacingFile final : public WholeFile {
         GetFileSizeEx(to.Get(), &old) &&
         (size.QuadPart <= old.QuadPart ||
          (SetFilePointerEx(to.Get(), size, nullptr, FILE_BEGIN) && SetEndOfFile(to.Get())));
-    const bool written = fits && SetFilePointerEx(to.Get(), {}, nullptr, FILE_BEGIN) &&
+    if (!fits) return Failed(path_);
+    left_ = Left::kAny;
+    const bool written = SetFilePointerEx(to.Get(), {}, nullptr, FILE_BEGIN) &&
                          CopyContents(from.Get(), to.Get(), nullptr) && SetEndOfFile(to.Get()) &&
                          (!options_.synced || FlushFileBuffers(to.Get())) && to.Close();
     if (!written) return Failed(path_);
@@ -176,6 +184,7 @@ class ReplacingFile final : public WholeFile {
   Options options_;
   NewFile file_;
   bool isReplacing_ = false;
+  Left left_ = Left::kOld;
   DWORD error_ = 0;  // why not all is there; it cannot be stored then
 };
 

@@ -63,6 +63,17 @@ std::string_view WithoutPrefix(std::string_view path) {
   return path;
 }
 
+const char* TextOf(base::WholeFile::Left left) {
+  switch (left) {
+    case base::WholeFile::Left::kNew:
+      return "; the new text is there, but may not survive a power cut";
+    case base::WholeFile::Left::kAny:
+      return "; it may hold the old text, the new one, or parts of both";
+    default:
+      return "; it stays as it was";
+  }
+}
+
 // Takes the place of the stored file when it is closed. Keeps every other writer away until then.
 class AreaFile : public disk::OutputFile {
  public:
@@ -88,7 +99,7 @@ class AreaFile : public disk::OutputFile {
         refusal_ ? tl::unexpected<base::Error>(*refusal_) : file_->Store();
     if (stored) return true;
     base::Error error = stored.error();
-    error.message += "; it stays as it was";
+    error.message += TextOf(file_->WhatIsLeft());
     return tl::unexpected<base::Error>(std::move(error));
   }
 

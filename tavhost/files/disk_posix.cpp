@@ -72,7 +72,7 @@ struct PrintedIds {
 
   static windows::FileId Of(int stream) {
     struct stat status;
-    const bool isFile = fstat(stream, &status) == 0 && S_ISREG(status.st_mode);
+    const bool isFile = base::StatusOf(stream, status) == 0 && S_ISREG(status.st_mode);
     return isFile ? IdOf(status) : windows::FileId();
   }
 };
@@ -334,7 +334,7 @@ ReadCode Read(Name name, SV::String& contents) {
     return isMissing ? kNotFound : kUnreadable;
   }
   struct stat status;
-  if (fstat(file.Get(), &status) != 0) return kUnreadable;
+  if (base::StatusOf(file.Get(), status) != 0) return kUnreadable;
   if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) return kUnreadable;
   if (status.st_size > SV::String::kMaxLength) return kTooLarge;
   base::LongWork work("Reading", name.text);
@@ -359,7 +359,7 @@ std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   }
   Descriptor file = Open(location, O_WRONLY | O_CREAT | (append ? O_APPEND : 0));
   struct stat status;
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return nullptr;
+  if (!file.IsOpen() || base::StatusOf(file.Get(), status) != 0) return nullptr;
   const bool isPrintedTo = IsPrintedTo(IdOf(status));
   if (isPrintedTo) PrintedFile::Begin();
   // Permissions do not hold back every user; the read-only attribute does.
@@ -494,7 +494,10 @@ FolderContents FilesOf(const std::string& folder) {
   Descriptor opened(
       base::OpenAt(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
   contents.readable = opened.IsOpen() || errno == ENOENT;
-  DIR* const directory = opened.IsOpen() ? fdopendir(opened.Get()) : nullptr;
+  DIR* directory;
+  do {
+    directory = opened.IsOpen() ? fdopendir(opened.Get()) : nullptr;
+  } while (opened.IsOpen() && !directory && errno == EINTR);
   if (!directory) {
     contents.readable &= !opened.IsOpen();
     return contents;

@@ -72,7 +72,8 @@ bool ChangeDirectory(const char* text) {
   const Place place(path);
   if (!place.IsValid()) return false;
   const Descriptor directory = OpenDirectoryAt(place.Directory(), place.Name(), O_PATH);
-  if (!directory.IsOpen() || fchdir(directory.Get()) != 0) return false;
+  if (!directory.IsOpen() || base::Uninterrupted([&] { return fchdir(directory.Get()); }) != 0)
+    return false;
   CurrentDirectoryChanged();
   return true;
 }

@@ -91,8 +91,9 @@ bool IsSameName(const Path& fromPath, const Place& from, const Path& toPath, con
   const Descriptor toFolder = to.OpenFolder(O_PATH);
   struct stat fromStatus;
   struct stat toStatus;
-  return fromFolder.IsOpen() && toFolder.IsOpen() && fstat(fromFolder.Get(), &fromStatus) == 0 &&
-         fstat(toFolder.Get(), &toStatus) == 0 && IdOf(fromStatus) == IdOf(toStatus) &&
+  return fromFolder.IsOpen() && toFolder.IsOpen() &&
+         base::StatusOf(fromFolder.Get(), fromStatus) == 0 &&
+         base::StatusOf(toFolder.Get(), toStatus) == 0 && IdOf(fromStatus) == IdOf(toStatus) &&
          (fromName == toName || !ListsBoth(fromFolder.Get(), fromName, toName));
 }
 

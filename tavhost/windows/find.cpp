@@ -109,7 +109,7 @@ std::unique_ptr<Search> SearchIn(const Path& directory) {
   search->directory.directory = place.OpenDirectory();
   struct stat status;
   if (!search->directory.directory.IsOpen() ||
-      fstat(search->directory.directory.Get(), &status) != 0) {
+      base::StatusOf(search->directory.directory.Get(), status) != 0) {
     return nullptr;
   }
   search->directory.id = IdOf(status);

@@ -91,11 +91,15 @@ bool CopyLink(const Place& from, const Place& to, const CopyOptions& options) {
     // As far as this user may; a link has no rights of its own that could be opened by that.
     const struct timespec times[2] = {link.st_atim, link.st_mtim};
     const char* const name = copy.TemporaryName();
-    if (fchownat(to.Directory(), name, link.st_uid, link.st_gid, AT_SYMLINK_NOFOLLOW) != 0 &&
-        errno != EPERM) {
+    const int owned = base::Uninterrupted([&] {
+      return fchownat(to.Directory(), name, link.st_uid, link.st_gid, AT_SYMLINK_NOFOLLOW);
+    });
+    if (owned != 0 && errno != EPERM) {
       return false;
     }
-    if (utimensat(to.Directory(), name, times, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    const int timed = base::Uninterrupted(
+        [&] { return utimensat(to.Directory(), name, times, AT_SYMLINK_NOFOLLOW); });
+    if (timed != 0) return false;
   }
   return Publish(copy, to, options.replace, IdOf(link));
 }
@@ -115,7 +119,7 @@ bool OpenReplaced(const Place& to, Replaced& replaced) {
   }
   // A link, or a device without a driver or a pipe's other end: no plain file.
   if (!replaced.file.IsOpen()) return errno == ENOENT || errno == ELOOP || errno == ENXIO;
-  if (fstat(replaced.file.Get(), &replaced.status) != 0) return false;
+  if (base::StatusOf(replaced.file.Get(), replaced.status) != 0) return false;
   if (!S_ISREG(replaced.status.st_mode)) replaced.file.Close();
   return true;
 }
@@ -129,9 +133,9 @@ bool GiveRights(int copy, int from, const struct stat& source, const Replaced& r
   if (!base::TakeRightsAsFarAsAllowed(copy, replaced.file.Get(), replaced.status)) return false;
   if (!options.keepAttributes || !IsReadOnly(source)) return true;
   struct stat given;
-  return fstat(copy, &given) == 0 && base::Uninterrupted([&] {
-                                       return fchmod(copy, given.st_mode & 07777 & ~kAllWriteBits);
-                                     }) == 0;
+  return base::StatusOf(copy, given) == 0 &&
+         base::Uninterrupted(
+             [&] { return fchmod(copy, given.st_mode & 07777 & ~kAllWriteBits); }) == 0;
 }
 
 // Before anything is written: nobody may read from the copy, while it has its temporary name, what
@@ -160,7 +164,7 @@ bool CopyFile(const Place& from, const Place& to, const CopyOptions& options) {
                                  O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | follow));
   if (!source.IsOpen()) return errno == ELOOP && follow && CopyLink(from, to, options);
   struct stat status;
-  if (fstat(source.Get(), &status) != 0) return false;
+  if (base::StatusOf(source.Get(), status) != 0) return false;
   if (!S_ISREG(status.st_mode)) {
     errno = EINVAL;
     return false;

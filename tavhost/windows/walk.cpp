@@ -82,7 +82,7 @@ const Anchor* NearestOpenAbove(std::string_view path) {
 // Takes a descriptor for the anchor's when it is the same directory's.
 bool Accept(Anchor& anchor, Descriptor opened) {
   struct stat status;
-  if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return false;
+  if (!opened.IsOpen() || base::StatusOf(opened.Get(), status) != 0) return false;
   if (IdOf(status) != anchor.id) {
     errno = ESTALE;
     return false;
@@ -231,7 +231,7 @@ bool Place::ResolveThroughEntry(const Search& search, std::string_view rest) {
   owned_ = Descriptor(
       base::OpenAt(directory_, entry.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
-  if (!owned_.IsOpen() || fstat(owned_.Get(), &status) != 0) return false;
+  if (!owned_.IsOpen() || base::StatusOf(owned_.Get(), status) != 0) return false;
   if (IdOf(status) != search.entryId) {
     errno = ESTALE;
     return false;
@@ -303,7 +303,7 @@ bool Place::ResolveOutside(const Path& path, int base, std::string_view rest) {
     Descriptor opened =
         OpenDirectoryAt(base, rest.substr(0, std::max<std::size_t>(slash, 1)), O_PATH);
     struct stat status;
-    if (!opened.IsOpen() || fstat(opened.Get(), &status) != 0) return false;
+    if (!opened.IsOpen() || base::StatusOf(opened.Get(), status) != 0) return false;
     directory_ = opened.Get();
     passed.push_back(std::make_unique<Anchor>());
     *passed.back() = {SharedPath(folder, {}), IdOf(status), std::move(opened)};
@@ -344,7 +344,7 @@ Descriptor Place::OpenDirectory() const {
   Descriptor opened(base::OpenAt(directory_, name_, O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
   if (opened.IsOpen() && known_) {
     struct stat status;
-    if (fstat(opened.Get(), &status) != 0 || !Confirms(status)) return Descriptor();
+    if (base::StatusOf(opened.Get(), status) != 0 || !Confirms(status)) return Descriptor();
   }
   return opened;
 }
@@ -397,10 +397,11 @@ void Complete(MadeDirectory& made) {
   const int directory = DescriptorOf(made);
   if (directory < 0) return;
   const struct timespec times[2] = {{0, UTIME_OMIT}, made.wanted->modified};
-  utimensat(directory, ".", times, 0);
+  base::Uninterrupted([&] { return utimensat(directory, ".", times, 0); });
   constexpr mode_t kTaken = 01777;
   const mode_t mode = (made.mode & ~kTaken) | (made.wanted->mode & kTaken);
-  if (mode != made.mode) fchmodat(directory, ".", mode & 07777, 0);
+  if (mode == made.mode) return;
+  base::Uninterrupted([&] { return fchmodat(directory, ".", mode & 07777, 0); });
 }
 
 // The walk goes on from the entry for which these were made. `above` is where it stands then. After
@@ -475,12 +476,12 @@ bool MayMakeDirectory(const Place& place) {
   if (searches.empty() || place.IsInMade()) return true;
   Descriptor parent = place.OpenFolder(O_PATH);
   struct stat status;
-  if (!parent.IsOpen() || fstat(parent.Get(), &status) != 0) return false;
+  if (!parent.IsOpen() || base::StatusOf(parent.Get(), status) != 0) return false;
   if (ancestors.ids.empty() || ancestors.of != IdOf(status)) {
     ancestors = {IdOf(status), {IdOf(status)}};
     while (true) {
       parent = OpenDirectoryAt(parent.Get(), "..", O_PATH);
-      if (!parent.IsOpen() || fstat(parent.Get(), &status) != 0) {
+      if (!parent.IsOpen() || base::StatusOf(parent.Get(), status) != 0) {
         ancestors = {};
         return false;
       }
@@ -504,8 +505,8 @@ DirectoryLook LookOfEntry(Search& search) {
                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status;
   base::AccessList list;
-  if (entry.IsOpen() && fstat(entry.Get(), &status) == 0 && IdOf(status) == search.entryId &&
-      list.Read(entry.Get())) {
+  if (entry.IsOpen() && base::StatusOf(entry.Get(), status) == 0 &&
+      IdOf(status) == search.entryId && list.Read(entry.Get())) {
     look.mode = list.ModeWithout(status.st_mode);
   }
   return look;
@@ -592,7 +593,7 @@ bool CompleteMoved(const Place& place, const struct stat& status) {
   if (!copy.IsOpen()) return false;
   const struct timespec times[2] = {{0, UTIME_OMIT}, made->wanted->modified};
   // Some file systems have no permissions, which the directory then has from elsewhere.
-  const bool isGiven = futimens(copy.Get(), times) == 0 &&
+  const bool isGiven = base::Uninterrupted([&] { return futimens(copy.Get(), times); }) == 0 &&
                        base::TakeRightsAsFarAsAllowed(copy.Get(), original.Get(), status);
   if (!isGiven && errno != EPERM && errno != ENOTSUP) return false;
   made->wanted.reset();

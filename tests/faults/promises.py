@@ -1,5 +1,7 @@
 """What docs/files.md promises that a script alone cannot bring about: pipes, links, second names,
 other folders, full disks, programs that end in the middle."""
+import errno
+import itertools
 import os
 import pathlib
 import select
@@ -341,6 +343,48 @@ def mounted_on(runner, folder, disk):
         expect_no_strays(folder)
 
 
+LEFT = {"; it stays as it was": "old", "; the new text is there, but may not survive a power cut": "new",
+        "; it may hold the old text, the new one, or parts of both": None}
+
+
+def what_an_error_says_is_left(runner, folder, command, names):
+    """Whichever call fails: whoever catches the error and tries again knows what is there. With a
+    second name a file is written in place."""
+    said_of = set()
+    for number in (errno.EIO, errno.ENOSPC, errno.EMFILE, errno.EINTR):
+        for at in itertools.count(1):
+            shutil.rmtree(folder)
+            write(folder / "area/0/k", "old")
+            if names == 2:
+                os.link(folder / "area/0/k", folder / "second")
+            write(folder / "script.tav", f'''FILE_EXISTS file:"FAULT-BEGIN"
+                try {{ {command}; print ecode }} catch e {{ print e.message }}
+                FILE_EXISTS file:"FAULT-END"\n''')
+            done = subprocess.run(
+                [runner.tavhost, "--db", "area", "run", "script.tav"], cwd=folder, text=True,
+                stdout=subprocess.PIPE, timeout=PATIENCE, check=True,
+                env=dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_AT=str(at),
+                         FAULT_DO=f"error:{number}", FAULT_COUNT="count")).stdout.strip()
+            _, acted_at, *_ = (folder / "count").read_text().split()
+            new = "oldnew" if "append" in command else "new"
+            found = (folder / "area/0/k").read_text()
+            where = f"{command}, {number} at call {at}, {acted_at} (left in {folder})"
+            left = [text for text in LEFT if done.endswith(text)]
+            wanted = new if done == "0" else "old" if done.isdigit() else None
+            if left:
+                said_of.add(left[0])
+                wanted = {"old": "old", "new": new, None: found}[LEFT[left[0]]]
+            if found != wanted:
+                raise Broken(f"it said {done!r}, and there is {found!r}: {where}")
+            if number == errno.EINTR and done != "0":
+                raise Broken(f"an interruption was told, {done!r}: {where}")
+            if acted_at == "none":
+                break
+    expect("what was said", said_of,
+           {text for text, left in LEFT.items() if (left == "new") == (names == 1) or left == "old"}
+           - ({"; it stays as it was"} if names == 2 else set()))
+
+
 def cases(runner, long, disk):
     def in_a_folder(case, *more):
         folder = pathlib.Path(runner.folder())
@@ -354,6 +398,10 @@ def cases(runner, long, disk):
              area_of_the_user]
     if long:
         plain.append(writer_who_never_ends)
+    for command, names in itertools.product(
+            ('FWRITE file:"db:/k" text:"new"', 'FWRITE file:"db:/k" text:"new" append'), (1, 2)):
+        yield "promised: what_an_error_says_is_left", lambda c=command, n=names: in_a_folder(
+            what_an_error_says_is_left, c, n)
     for case in plain:
         yield "promised: " + case.__name__, lambda c=case: in_a_folder(c)
     for case in (end_on_a_full_disk, mounted_on) if disk else ():

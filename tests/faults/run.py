@@ -149,8 +149,9 @@ class Runner:
         cannot_remove = place.fault.startswith("error:") and place.acted_at == "unlinkat"
         if place.fault != "kill" and not place.fault.startswith("errors:") and not cannot_remove:
             place.check_no_strays()
-        if place.fault in ("none", "short") and not place.success:
-            raise Broken("it fails without a fault")
+        # What a signal interrupts is done again.
+        if place.fault in ("none", "short", error("EINTR")) and not place.success:
+            raise Broken(f"it fails without a fault, {place.acted_at}")
 
     def count(self, scenario):
         place = self.run(scenario, "none")
@@ -235,9 +236,9 @@ def error(name):
 
 def kinds_of_fault(scenario, long):
     """Each with the file or folder with which it is done, if any."""
-    errors = ["EIO"]
+    errors = ["EIO", "EINTR"]
     if long:
-        errors += ["ENOSPC", "EACCES", "EINTR", "ENOENT", "EEXIST", "EXDEV", "ELOOP", "EINVAL",
+        errors += ["ENOSPC", "EACCES", "ENOENT", "EEXIST", "EXDEV", "ELOOP", "EINVAL",
                    "EMFILE", "ENOSYS"]
     for name in errors if not scenario.only_swaps else []:
         if name != scenario.believed:

@@ -5,7 +5,10 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <string>
+#include <vector>
 
 #include "host/files/file_manager.h"
 #include "host/windows/files.h"
@@ -18,6 +21,8 @@ namespace {
 bool closingFails = false;  // of files open for writing
 bool syncingFails = false;
 int synced = 0;
+// What was put on the disk, by its path, and what was removed, by its name.
+std::vector<std::string> events;
 bool canRename = true;  // without replacing, in one call
 std::string kept;       // a name that cannot be removed
 
@@ -38,8 +43,12 @@ extern "C" int close(int file) {
 }
 
 // No test needs what it writes to survive a loss of power.
-extern "C" int fsync(int) {
+extern "C" int fsync(int file) {
   ++synced;
+  std::error_code none;
+  events.push_back(
+      "keep " +
+      std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), none).string());
   if (!syncingFails) return 0;
   errno = EIO;
   return -1;
@@ -55,6 +64,7 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
 
 extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
   static auto* const next = Next<int(int, const char*, int)>("unlinkat");
+  events.push_back(std::string("remove ") + name);
   if (kept.empty() || kept != name) return next(folder, name, flags);
   errno = EIO;
   return -1;
@@ -138,6 +148,54 @@ TEST_F(SafeCopy, AMoveToAnotherFileSystemIsOnTheDiskBeforeTheSourceGoes) {
   EXPECT_NE(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(synced, 3) << "the file, and the folder that has its name";
   EXPECT_EQ(Read(to), "contents");
+  std::filesystem::remove_all(other);
+}
+
+TEST_F(SafeCopy, TheFoldersOfATreeThatMovesAreOnTheDiskBeforeWhatWasInThemGoes) {
+  char other[] = "/dev/shm/tavhost-test-XXXXXX";
+  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
+  struct stat here;
+  struct stat there;
+  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
+  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
+  Write("tree/sub/a", "1");
+  Write("tree/sub/b", "2");
+  std::filesystem::create_directory("tree/sub/empty");
+  const std::string to = other;
+  const auto indexOf = [](const std::string& event) {
+    return std::find(events.begin(), events.end(), event) - events.begin();
+  };
+  events.clear();
+  WIN32_FIND_DATAA data;
+  HANDLE outer = FindFirstFileA("tree", &data);
+  ASSERT_NE(CreateDirectoryA((to + "/tree").c_str(), nullptr), 0);
+  HANDLE middle = FindFirstFileA("tree\\sub*", &data);
+  ASSERT_NE(CreateDirectoryA((to + "/tree/sub").c_str(), nullptr), 0);
+  HANDLE inner = FindFirstFileA("tree\\sub\\a", &data);
+  ASSERT_NE(MoveFileA("tree\\sub\\a", (to + "/tree/sub/a").c_str()), 0);
+  for (const char* folder : {"", "/tree", "/tree/sub"}) {
+    EXPECT_LT(indexOf("keep " + to + folder), indexOf("remove tree/sub/a")) << folder;
+  }
+  FindClose(inner);
+  events.clear();
+  inner = FindFirstFileA("tree\\sub\\*", &data);
+  ASSERT_NE(MoveFileA("tree\\sub\\b", (to + "/tree/sub/b").c_str()), 0);
+  EXPECT_EQ(events.size(), 3u) << "the folders are there already, but for the file's own";
+  while (std::string(data.cFileName) != "empty") ASSERT_NE(FindNextFileA(inner, &data), 0);
+  ASSERT_NE(CreateDirectoryA((to + "/tree/sub/empty").c_str(), nullptr), 0);
+  events.clear();
+  ASSERT_NE(RemoveDirectoryA("tree\\sub\\empty"), 0);
+  EXPECT_EQ(events.size(), 3u);
+  EXPECT_LT(indexOf("keep " + to + "/tree/sub/empty"), 2);
+  EXPECT_LT(indexOf("keep " + to + "/tree/sub"), 2);
+  FindClose(inner);
+  events.clear();
+  syncingFails = true;
+  EXPECT_EQ(RemoveDirectoryA("tree\\sub"), 0);
+  EXPECT_TRUE(Exists("tree/sub"));
+  syncingFails = false;
+  FindClose(middle);
+  FindClose(outer);
   std::filesystem::remove_all(other);
 }
 
