@@ -7,6 +7,7 @@
 #include "commands/files_copy.h"
 #include "commands/files_directory_times.h"
 #include "commands/files_final_path.h"
+#include "commands/files_same_directory.h"
 #include "commands/files_search.h"
 #include "commands/files_standing.h"
 #include "commands/support/long_command.h"
@@ -272,9 +273,14 @@ bool IsLink(const SV::String& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-// Whether the target lies in a directory that the pattern finds, so that a tree would go into
-// itself. Asked before the first write: what is written there could be found and taken again.
-bool GoesIntoItself(const SV::String& pattern, const SV::String& target) {
+// Of a pattern, in lower case; empty when it has no wildcards.
+SV::String MaskOf(const SV::String& pattern) {
+  const std::string_view text = pattern.View();
+  const std::string_view mask = text.substr(text.find_last_of("\\/") + 1);
+  return mask.find_first_of("*?") == std::string_view::npos ? SV::String() : InLowerCase(mask);
+}
+
+bool GoesIntoItselfByPath(const SV::String& pattern, const SV::String& target) {
   const SV::String folderPath = SV::DirEntry(pattern).GetPath().GetFull();
   SV::String folder = FinalPath(folderPath);
   SV::String end = FinalPath(target);
@@ -286,19 +292,33 @@ bool GoesIntoItself(const SV::String& pattern, const SV::String& target) {
   std::string_view name = RestInside(end.View(), folder.View());
   if (name.empty()) return false;
   name = name.substr(0, name.find_first_of("\\/"));
-  const std::string_view text = pattern.View();
-  const std::string_view mask = text.substr(text.find_last_of("\\/") + 1);
-  if (mask.find_first_of("*?") != std::string_view::npos) {
-    return Finds(InLowerCase(mask).View(), InLowerCase(name).View());
-  }
+  const SV::String mask = MaskOf(pattern);
+  if (mask.Len() > 0) return Finds(mask.View(), InLowerCase(name).View());
   // No wildcards: then the pattern is a path, in whatever case the file system knows it by.
   const SV::String found = areFinal ? FinalPath(pattern) : PlainPath(pattern);
   return RestInside(found.View(), folder.View()) == name && !IsLink(pattern);
 }
 
+// By what the directories are: the same one can be mounted under several names.
+bool GoesIntoItselfByIdentity(Steps& steps, const SV::String& pattern, const SV::String& target) {
+  const SV::String mask = MaskOf(pattern);
+  if (mask.Len() == 0) return LiesInDirectory(target, pattern);
+  const SV::String folder = SV::DirEntry(pattern).GetPath().GetFull();
+  return LiesInDirectoryOf(target, folder, [&](std::string_view name) {
+    steps.Command().BetweenSteps();
+    return Finds(mask.View(), InLowerCase(name).View());
+  });
+}
+
+// Whether the target lies in a directory that the pattern finds, so that a tree would go into
+// itself. Asked before the first write: what is written there could be found and taken again.
+bool GoesIntoItself(Steps& steps, const SV::String& pattern, const SV::String& target) {
+  return GoesIntoItselfByPath(pattern, target) || GoesIntoItselfByIdentity(steps, pattern, target);
+}
+
 bool DoInto(Steps& steps, const SV::String& pattern, const SV::String& target) {
   if (!paths::IsPath(pattern) || !paths::IsPath(target)) return false;
-  if (!IsDirectory(target.GetStr()) || GoesIntoItself(pattern, target)) return false;
+  if (!IsDirectory(target.GetStr()) || GoesIntoItself(steps, pattern, target)) return false;
   return Walk(pattern, target).Do(steps);
 }
 

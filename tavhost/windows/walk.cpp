@@ -471,9 +471,21 @@ void CurrentDirectoryChanged() {
   }
 }
 
+namespace {
+
+// Whether the search stands at a directory in which the target lies, or at that itself.
+bool IsAboveTarget(const Search& search) {
+  return !search.entryPath.IsEmpty() && search.entryId != kNothing &&
+         std::find(ancestors.ids.begin(), ancestors.ids.end(), search.entryId) !=
+             ancestors.ids.end();
+}
+
+}  // namespace
+
 bool MayMakeDirectory(const Place& place) {
-  // Inside a directory that the walk has made, all has been asked for already.
-  if (searches.empty() || place.IsInMade()) return true;
+  if (searches.empty()) return true;
+  // Inside a directory that the walk has made, all further out has been asked for already.
+  if (place.IsInMade()) return !IsAboveTarget(*searches.back());
   Descriptor parent = place.OpenFolder(O_PATH);
   struct stat status;
   if (!parent.IsOpen() || base::StatusOf(parent.Get(), status) != 0) return false;
@@ -489,11 +501,8 @@ bool MayMakeDirectory(const Place& place) {
       ancestors.ids.push_back(IdOf(status));
     }
   }
-  return std::none_of(searches.begin(), searches.end(), [](const auto& search) {
-    return !search->entryPath.IsEmpty() && search->entryId != kNothing &&
-           std::find(ancestors.ids.begin(), ancestors.ids.end(), search->entryId) !=
-               ancestors.ids.end();
-  });
+  return std::none_of(searches.begin(), searches.end(),
+                      [](const auto& search) { return IsAboveTarget(*search); });
 }
 
 namespace {

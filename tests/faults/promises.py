@@ -4,6 +4,7 @@ import errno
 import itertools
 import os
 import pathlib
+import re
 import select
 import shutil
 import signal
@@ -11,7 +12,7 @@ import stat
 import subprocess
 import time
 
-from ground import Broken, write
+from ground import Broken, snapshot, write
 from writers import (OPEN, PATIENCE, expect_no_strays, expect_text, finish, start, start_slowly,
                      wait)
 
@@ -147,6 +148,42 @@ def tree_into_itself_through_a_link(runner, folder):
         'MOVE_FILES "s" to:"way"', 'MOVE_FILES "s/*" to:"way"')), "1 1 1 1")
     expect("in the tree", (sorted(os.listdir(folder / "s")), os.listdir(folder / "s/in")),
            (["file", "in"], []))
+
+
+def tree_into_itself_through_a_mount(runner, folder, _):
+    """One directory under two names, without a link, each item of a wildcard, too; in a dry run as in
+    earnest nothing is written."""
+    for name in ("s/a/in", "s/b", "m", "to/inner", "s/here", "x"):
+        (folder / name).mkdir(parents=True)
+    write(folder / "s/file", "kept")
+    subprocess.run(["mount", "--bind", folder / "s", folder / "m"], check=True)
+    subprocess.run(["mount", "--bind", folder / "to", folder / "s/here"], check=True)
+    try:
+        before = snapshot(folder)
+        for option in ([], ["--dry-run"]):
+            for command in ('COPY_FILES "s" to:"m/a"', 'COPY_FILES "s/*" to:"m/a/in"',
+                            'COPY_FILES "s/*" to:"m/a" overwrite-existing-dir',
+                            'MOVE_FILES "s/?" to:"m/b"', 'MOVE_FILES "s" to:"m"',
+                            'COPY_FILES "m/A*" to:"s/a"', 'COPY_FILES "s/*" to:"to/inner"',
+                            'MOVE_FILES "s/here" to:"to"'):
+                done = subprocess.run(
+                    [runner.tavhost, "run", *option, "-e", f"{command}\nprint ecode"], cwd=folder,
+                    stdout=subprocess.PIPE, text=True, check=True, timeout=PATIENCE).stdout
+                if "1" not in done.splitlines() or re.search("^would (?!fail)", done, re.M):
+                    raise Broken(f"{command} {option} said {done!r} (left in {folder})")
+                if snapshot(folder) != before:
+                    raise Broken(f"{command} {option} changed something (left in {folder})")
+        said(runner, folder, 'COPY_FILES "s/*" to:"to" no-overwrite\nprint ecode\n'
+                             'COPY_FILES "s/f*" to:"m/a"\nprint ecode\n', "1 0")
+        expect_text(folder / "s/a/file", "kept")
+        subprocess.run(["mount", "--bind", folder / "s/a/in", folder / "x"], check=True)
+        said(runner, folder, 'COPY_FILES "s" to:"x"\nprint ecode\n', "1")
+        found = sorted(str(path.relative_to(folder / "x")) for path in (folder / "x").rglob("*"))
+        expect("in a directory further inside", found, ["s", "s/a", "s/a/file"])
+    finally:
+        subprocess.run(["umount", "--lazy", folder / "x"], check=False, stderr=subprocess.DEVNULL)
+        for name in ("m", "s/here"):
+            subprocess.run(["umount", "--lazy", folder / name], check=True)
 
 
 def names_with_a_star(runner, folder):
@@ -404,5 +441,5 @@ def cases(runner, long, disk):
             what_an_error_says_is_left, c, n)
     for case in plain:
         yield "promised: " + case.__name__, lambda c=case: in_a_folder(c)
-    for case in (end_on_a_full_disk, mounted_on) if disk else ():
+    for case in (end_on_a_full_disk, mounted_on, tree_into_itself_through_a_mount) if disk else ():
         yield "promised: " + case.__name__, lambda c=case: in_a_folder(c, disk)
