@@ -158,17 +158,20 @@ bool IsUnmovable(disk::Name name, const std::string& path) {
          (isDots && !disk::IsAbsolute(name.text) && IsWithin(Full("."), path));
 }
 
-bool IsLeadingToFile(const std::string& path) {
-  std::error_code error;
-  const auto status = std::filesystem::status(ToPath(disk::ShortPath(path)), error);
-  return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+bool IsLink(PlannedFiles::Kind kind) {
+  return kind == PlannedFiles::Kind::kLink || kind == PlannedFiles::Kind::kDirectoryLink;
 }
 
-bool IsLeadingNowhere(const std::string& link) {
-  std::error_code error;
-  const auto status = std::filesystem::status(ToPath(disk::ShortPath(link)), error);
-  return status.type() == std::filesystem::file_type::not_found &&
-         error != std::errc::not_a_directory;
+// How far two paths are alike, up to a separator or an end of both.
+std::size_t AlikeUpTo(const std::string& a, const std::string& b) {
+  std::size_t same = static_cast<std::size_t>(
+      std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin());
+  const auto ends = [same](const std::string& path) {
+    return path.size() == same || IsSeparator(path[same]);
+  };
+  if (ends(a) && ends(b)) return same;
+  same = same == 0 ? std::string::npos : a.find_last_of("/\\", same - 1);
+  return same == std::string::npos ? 0 : same;
 }
 
 }  // namespace
@@ -190,7 +193,9 @@ PlannedFiles::Node* PlannedFiles::MakeNode(Node node) {
 
 std::optional<std::string> PlannedFiles::Reach(disk::Name name) {
   if (name.isScripts && !dir_entry::CanBePath(name.text)) return std::nullopt;
-  std::string path = Full(name.text);
+  const std::string whole = Full(name.text);
+  // In a circle of links the disk knows what fails.
+  std::string path = Final(whole, false).value_or(whole);
   const bool isRefused = std::any_of(searches_.begin(), searches_.end(), [&](const auto& search) {
     return !search->itself.empty() && IsWithin(path, search->entryPath);
   });
@@ -238,7 +243,83 @@ PlannedFiles::Way& PlannedFiles::WayTo(const std::string& path) {
   return *way;
 }
 
+std::optional<std::string> PlannedFiles::Final(const std::string& path, bool follow) {
+  if (dir_entry::kSeparator != '/') return path;  // the disk is not asked for links there
+  constexpr int kLongestChain = 40;               // of links, as the system takes it
+  std::size_t known = 0;
+  for (const std::string& plain : plainPaths_) known = std::max(known, AlikeUpTo(plain, path));
+  std::string final = path.substr(0, known);
+  std::string rest = path.substr(known);
+  int links = 0;
+  for (std::size_t at = 0; at < rest.size();) {
+    const std::size_t begin = std::min(rest.find_first_not_of('/', at), rest.size());
+    const std::size_t end = std::min(rest.find('/', begin), rest.size());
+    const std::string_view name = std::string_view(rest).substr(begin, end - begin);
+    at = end;
+    if (name.empty() || name == ".") continue;
+    if (name == "..") {
+      final.erase(std::min(final.rfind('/'), final.size()));
+      continue;
+    }
+    const std::size_t above = final.size();
+    (final += '/') += name;
+    const bool isLast = rest.find_first_not_of('/', end) == std::string::npos;
+    if (isLast && !follow) break;
+    const Found found = FindItself(final);
+    if (!IsLink(found.kind) || found.real.empty()) continue;
+    std::error_code error;
+    const auto leads = std::filesystem::read_symlink(ToPath(disk::ShortPath(found.real)), error);
+    if (error || ++links > kLongestChain) return std::nullopt;
+    const std::string text = ToText(leads);
+    final.resize(text.starts_with('/') ? 0 : above);
+    rest = text + rest.substr(end);
+    at = 0;
+  }
+  if (final.empty()) final = "/";
+  const std::string folder = Parted(final).first;
+  if (links == 0 && known >= folder.size()) return final;
+  const bool isKnown = std::any_of(plainPaths_.begin(), plainPaths_.end(), [&](const auto& plain) {
+    return AlikeUpTo(plain, folder) == folder.size();
+  });
+  if (!isKnown) {
+    // One that goes on where another ends takes its place.
+    auto place = std::find_if(plainPaths_.begin(), plainPaths_.end(), [&](const auto& plain) {
+      return AlikeUpTo(plain, folder) * 2 > plain.size();
+    });
+    if (place == plainPaths_.end())
+      place =
+          plainPaths_.begin() + static_cast<std::ptrdiff_t>(nextPlainPath_++ % plainPaths_.size());
+    *place = folder;
+  }
+  return final;
+}
+
+std::string PlannedFiles::Followed(const std::string& path) {
+  return Final(path, true).value_or(path);
+}
+
+bool PlannedFiles::LeadsToFile(const std::string& link) {
+  const Kind kind = FindItself(Followed(link)).kind;
+  return kind == Kind::kFile || kind == Kind::kOther;
+}
+
+bool PlannedFiles::LeadsNowhere(const std::string& link) {
+  const auto final = Final(link, true);
+  if (!final || FindItself(*final).kind != Kind::kNone) return false;
+  const Kind above = FindItself(Parted(*final).first).kind;
+  return above == Kind::kDirectory || above == Kind::kNone;
+}
+
 PlannedFiles::Found PlannedFiles::Find(const std::string& path) {
+  Found found = FindItself(path);
+  if (IsLink(found.kind)) {
+    const bool isDirectory = FindItself(Followed(path)).kind == Kind::kDirectory;
+    found.kind = isDirectory ? Kind::kDirectoryLink : Kind::kLink;
+  }
+  return found;
+}
+
+PlannedFiles::Found PlannedFiles::FindItself(const std::string& path) {
   const Way& way = WayTo(path);
   Found found;
   std::string_view rest = path;
@@ -302,6 +383,9 @@ PlannedFiles::Node& PlannedFiles::Put(const std::string& path, Node node) {
   for (Way& way : ways_) {
     while (!way.stops.empty() && way.stops.back().end > folder.size()) way.stops.pop_back();
   }
+  for (std::string& plain : plainPaths_) {
+    if (IsWithin(plain, path)) plain = folder;
+  }
   return *entry;
 }
 
@@ -351,17 +435,17 @@ bool PlannedFiles::IsFile(disk::Name name) {
   const auto path = Reach(name);
   if (!path || (name.isScripts && EndsInSeparator(name.text))) return false;
   const Found found = Find(*path);
-  if (found.kind == Kind::kLink) return IsLeadingToFile(found.real);
+  if (found.kind == Kind::kLink) return LeadsToFile(*path);
   return found.kind == Kind::kFile || found.kind == Kind::kOther;
 }
 
 disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
   const auto path = Reach(name);
   if (!path) return disk::kNotFound;
-  const Found found = Find(*path);
+  const Found found = FindItself(Followed(*path));
   if (found.kind == Kind::kNone) return disk::kNotFound;
   if (name.isScripts && EndsInSeparator(name.text)) {
-    return found.kind == Kind::kFile ? disk::kNotFound : disk::kUnreadable;
+    return FindItself(*path).kind == Kind::kFile ? disk::kNotFound : disk::kUnreadable;
   }
   if (found.node && found.real.empty() && found.kind == Kind::kFile) {
     if (!found.node->isKnown) return disk::kTooLarge;
@@ -372,10 +456,12 @@ disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
 }
 
 std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const std::string& folder) {
-  return EntriesOf(Find(Full(folder)));
+  const std::string path = Followed(Full(folder));
+  return EntriesOf(path, Find(path));
 }
 
-std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const Found& folder) {
+std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const std::string& path,
+                                                                        const Found& folder) {
   std::vector<Entry> entries;
   const auto isChanged = [&folder](const std::string& name) {
     return folder.node && folder.node->entries.count(name) != 0;
@@ -393,13 +479,16 @@ std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const Fo
         if (!told) return std::nullopt;
         kind = *told;
       }
+      if (IsLink(kind)) kind = Find(Join(path, name)).kind;
       entries.push_back({name, kind, isReadOnly});
     }
     if (error) return std::nullopt;
   }
   if (folder.node) {
     for (const auto& [name, node] : folder.node->entries) {
-      if (node->kind != Kind::kNone) entries.push_back({name, node->kind, node->isReadOnly});
+      if (node->kind == Kind::kNone) continue;
+      const Kind kind = IsLink(node->kind) ? Find(Join(path, name)).kind : node->kind;
+      entries.push_back({name, kind, node->isReadOnly});
     }
   }
   std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
@@ -412,16 +501,17 @@ std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const Fo
 PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
   if (!dir_entry::CanBePattern(pattern) || EndsInSeparator(pattern)) return nullptr;
   const std::string_view text = pattern;
-  const auto [folder, mask] = Parted(Full(text));
+  const auto [written, mask] = Parted(Full(text));
+  const std::string folder = Followed(written);
   auto search = std::make_unique<Search>();
   if (HidesItsName(text)) {
-    if (mask.empty() || !IsDirectory(Full(text))) return nullptr;
+    if (mask.empty() || !IsDirectory(Followed(Full(text)))) return nullptr;
     const std::size_t separator = text.find_last_of("/\\");
     search->folder =
-        Full(separator == std::string_view::npos ? "." : text.substr(0, separator + 1));
+        Followed(Full(separator == std::string_view::npos ? "." : text.substr(0, separator + 1)));
     if (!IsDirectory(search->folder)) return nullptr;
     search->entries.push_back({mask, Kind::kDirectory, false});
-    search->itself = Full(text);
+    search->itself = Followed(Full(text));
   } else {
     if (!Reach({folder.c_str(), false})) return nullptr;
     const Found in = Find(folder);
@@ -437,7 +527,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
           search->entries.push_back({dots, Kind::kDirectory, false});
         }
       }
-      std::optional<std::vector<Entry>> entries = EntriesOf(in);
+      std::optional<std::vector<Entry>> entries = EntriesOf(folder, in);
       if (!entries) return nullptr;
       for (Entry& entry : *entries) {
         if (file_names::MatchesWildcard(entry.name, mask)) {
@@ -488,13 +578,14 @@ bool PlannedFiles::Refuse(disk::Name name, const char* reason) {
 }
 
 bool PlannedFiles::GoesIntoItself(const char* pattern, const char* target) {
-  const auto path = Reach({target});
-  Search* search = path && IsDirectory(*path) ? OpenSearch(pattern) : nullptr;
+  const auto reached = Reach({target});
+  Search* search = reached && IsDirectory(*reached) ? OpenSearch(pattern) : nullptr;
   if (!search) return false;
+  const std::string path = Followed(*reached);
   bool isInside = false;
   while (const Entry* entry = Next(*search)) {
     const std::string& own = search->itself.empty() ? search->entryPath : search->itself;
-    if (entry->kind == Kind::kDirectory && !own.empty() && IsWithin(*path, own)) isInside = true;
+    if (entry->kind == Kind::kDirectory && !own.empty() && IsWithin(path, own)) isInside = true;
   }
   Close(search);
   return isInside;
@@ -524,8 +615,7 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
   const auto path = Reach(name);
   if (!path) return Refuse(name, kNoPath);
   const Found found = Find(*path);
-  if (found.kind == Kind::kDirectoryLink ||
-      (found.kind == Kind::kLink && IsLeadingNowhere(found.real))) {
+  if (found.kind == Kind::kDirectoryLink || (found.kind == Kind::kLink && LeadsNowhere(*path))) {
     dry_run::Tell({Act::kDelete, *path});
     Put(*path, {});
     return true;
@@ -533,7 +623,7 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
   if (found.kind == Kind::kUnknown) return Fail(*path, kUntold);
   if (found.kind != Kind::kDirectory) return Fail(*path, kNoDirectory);
   if (*path == Full(".")) return Fail(*path, kIsCurrent);
-  const std::optional<std::vector<Entry>> entries = EntriesOf(found);
+  const std::optional<std::vector<Entry>> entries = EntriesOf(*path, found);
   if (!entries) return Fail(*path, kUnreadable);
   if (!entries->empty()) return Fail(*path, "it is not empty");
   dry_run::Tell({Act::kDeleteDirectory, *path});
@@ -560,22 +650,23 @@ bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   const auto target = Reach(to);
   if (!source || (from.isScripts && EndsInSeparator(from.text))) return Refuse(from, kNoPath);
   if (!target || (to.isScripts && EndsInSeparator(to.text))) return Refuse(to, kNoPath);
-  const Found copied = Find(*source);
+  const bool isFollowed = options.followLink && IsLink(FindItself(*source).kind);
+  const std::string original = isFollowed ? Followed(*source) : *source;
+  const Found copied = Find(original);
   const Found present = Find(*target);
-  const bool isLink = copied.kind == Kind::kLink || copied.kind == Kind::kDirectoryLink;
-  const bool leadsToFile = isLink && options.followLink && IsLeadingToFile(copied.real);
   if (copied.kind == Kind::kNone) return Fail(*source, kNoFile);
   if (copied.kind == Kind::kUnknown) return Fail(*source, kUntold);
   if (copied.kind == Kind::kDirectory) return Fail(*source, kIsDirectory);
-  if (copied.kind == Kind::kOther || (isLink && options.followLink && !leadsToFile)) {
+  // A link that is followed and still one leads in a circle.
+  if (copied.kind == Kind::kOther || (options.followLink && IsLink(copied.kind))) {
     return Fail(*source, "it is no plain file");
   }
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
   if (present.kind == Kind::kDirectory) return Fail(*target, kIsDirectory);
   if (present.kind == Kind::kUnknown) return Fail(*target, kUntold);
   if (present.kind != Kind::kNone) {
-    if (IsEqual(*source, *target) ||
-        (!(isLink && !options.followLink) && IsOneFile(copied, present)))
+    const bool isItself = IsEqual(original, *target) || IsEqual(original, Followed(*target));
+    if (isItself || (!IsLink(copied.kind) && IsOneFile(copied, present)))
       return Fail(*target, kIsItself);
     if (!options.replace) return Fail(*target, kExists);
     if (present.kind == Kind::kOther) return Fail(*target, "it is no plain file");
@@ -584,8 +675,7 @@ bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
   if (IsNameTooLong(*target)) return Fail(*target, kIsTooLong);
   dry_run::Tell({Act::kCopy, *source, *target, -1, present.kind != Kind::kNone});
-  Node copy{leadsToFile ? Kind::kFile : copied.kind, copied.isReadOnly && options.keepAttributes,
-            copied.real};
+  Node copy{copied.kind, copied.isReadOnly && options.keepAttributes, copied.real};
   copy.isCopy = true;
   if (copied.node) {
     copy.bytes = copied.node->bytes;
@@ -635,9 +725,10 @@ bool PlannedFiles::Move(disk::Name from, disk::Name to) {
 bool PlannedFiles::ChangeDirectory(disk::Name name) {
   const auto path = Reach(name);
   if (!path || !IsDirectory(*path)) return false;
-  dir_entry::SetCurrentDirectory(*path);
+  const std::string final = Followed(*path);
+  dir_entry::SetCurrentDirectory(final);
   // Where that can be, the process goes there too: not all paths come by here.
-  const Found found = Find(*path);
+  const Found found = Find(final);
   std::error_code ignored;
   if (!found.real.empty())
     std::filesystem::current_path(ToPath(disk::ShortPath(found.real)), ignored);
@@ -742,55 +833,53 @@ std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, 
   if (disk::IsStandardStream(name)) {
     return std::make_unique<PlannedOutput>(*this, *path, Kind::kOther, append, when);
   }
-  const Found present = Find(*path);
+  // What is written behind a link goes into the file to which it leads.
+  const std::string written = Followed(*path);
+  const Found present = Find(written);
   const char* reason = nullptr;
-  if (!IsDirectory(Parted(*path).first)) reason = kNoDirectory;
+  if (!IsDirectory(Parted(written).first)) reason = kNoDirectory;
+  if (IsLink(present.kind)) reason = "its links lead in a circle";
   if (present.kind == Kind::kDirectory || present.kind == Kind::kDirectoryLink) {
     reason = kIsDirectory;
   }
   if (present.kind == Kind::kUnknown) reason = kUntold;
   if (present.isReadOnly) reason = kIsReadOnly;
-  if (when == Appears::kAtClose && IsUnderWay(*path)) reason = kIsOpen;
-  if (!reason && IsNameTooLong(*path)) reason = kIsTooLong;
+  if (when == Appears::kAtClose && IsUnderWay(written)) reason = kIsOpen;
+  if (!reason && IsNameTooLong(written)) reason = kIsTooLong;
   if (reason) {
     Fail(*path, reason);
     return nullptr;
   }
-  // What is written behind a link goes into the file to which it leads.
-  std::string written = *path;
-  if (present.kind == Kind::kLink && !present.real.empty()) {
-    std::error_code error;
-    const auto leads = std::filesystem::weakly_canonical(ToPath(present.real), error);
-    if (!error) written = ToText(leads);
-  }
-  return std::make_unique<PlannedOutput>(*this, written, Find(written).kind, append, when);
+  return std::make_unique<PlannedOutput>(*this, written, present.kind, append, when);
 }
 
 std::string PlannedFiles::NewTemporaryFile(const std::string& prefix) {
   const std::string folder = disk::TemporaryFolder();
-  if (!IsDirectory(Full(folder))) {
+  if (!IsDirectory(Followed(Full(folder)))) {
     Fail(Full(folder), kNoDirectory);
     return "";
   }
   std::string path;
   Kind present;
+  std::string place;
   do {
     const std::string number = std::to_string(++temporaryFiles_);
     path = Full(disk::Join(folder, prefix + "dry" + number));
-    present = Find(path).kind;
+    place = Followed(path);
+    present = Find(place).kind;
   } while (present != Kind::kNone && present != Kind::kUnknown);
   if (present == Kind::kUnknown) {
     Fail(path, kUntold);
     return "";
   }
   dry_run::Tell({Act::kCreate, path});
-  Put(path, {Kind::kFile});
+  Put(place, {Kind::kFile});
   return path;
 }
 
 void PlannedFiles::EnsureFolder(const std::string& folder) {
   std::vector<std::string> missing;  // the innermost first
-  for (std::string path = Full(folder); !IsDirectory(path); path = Parted(path).first) {
+  for (std::string path = Followed(Full(folder)); !IsDirectory(path); path = Parted(path).first) {
     missing.push_back(path);
     if (Parted(path).second.empty()) break;
   }

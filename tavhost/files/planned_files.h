@@ -19,7 +19,8 @@ class PlannedOutput;
 // a file told to be written is found and can be read, one told to be deleted is gone. Each step is
 // told when it would be done, or why it would fail, by the rules of the functions that do it in
 // earnest; nothing on the disk changes. It cannot foresee a disk that is full, a right that is
-// missing, and that two paths reach one file through a link.
+// missing, and that two names are one file's. What is reached through a link to a folder has one
+// path here, that without the link.
 class PlannedFiles {
  public:
   // kUnknown: the disk does not tell what stands there, or whether anything does.
@@ -127,6 +128,15 @@ class PlannedFiles {
   std::optional<std::string> Reach(disk::Name name);
   Way& WayTo(const std::string& path);
   Found Find(const std::string& path);
+  // The same, but a link is a link wherever it leads.
+  Found FindItself(const std::string& path);
+  // The path of what a path leads to, links on its way followed, at its end only if `follow` says
+  // so. Nothing when they lead in a circle.
+  std::optional<std::string> Final(const std::string& path, bool follow);
+  // Where it leads in the end; the path itself when that is nowhere.
+  std::string Followed(const std::string& path);
+  bool LeadsNowhere(const std::string& link);
+  bool LeadsToFile(const std::string& link);
   // The node of the directory in which `path` ends, made when there is none.
   Node& NodeOfFolder(const std::string& path);
   // From now on this stands at the path.
@@ -135,7 +145,7 @@ class PlannedFiles {
   bool IsDirectory(const std::string& path);
   // The nearest directory of the disk in which the path ends, that of the path itself included.
   std::string RealFolderOf(std::string path);
-  std::optional<std::vector<Entry>> EntriesOf(const Found& folder);
+  std::optional<std::vector<Entry>> EntriesOf(const std::string& path, const Found& folder);
   // Whether the file system refuses a name of this length there.
   bool IsNameTooLong(const std::string& path);
   // Whether the disk has one file at both places, under two names or through a link.
@@ -149,6 +159,9 @@ class PlannedFiles {
   Node* root_;
   std::array<Way, 4> ways_;
   std::size_t nextWay_ = 0;
+  // Paths of folders without a link on their way, among those asked for last.
+  std::array<std::string, 4> plainPaths_;
+  std::size_t nextPlainPath_ = 0;
   std::vector<std::unique_ptr<Search>> searches_;
   std::vector<PlannedOutput*> outputs_;  // open, owned by whoever opened them
   std::string closedWay_;                // a link stands where a tree was to go on

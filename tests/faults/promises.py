@@ -186,6 +186,69 @@ def tree_into_itself_through_a_mount(runner, folder, _):
             subprocess.run(["umount", "--lazy", folder / name], check=True)
 
 
+# Scripts that reach files through links; those lead where the steps before have left it.
+THROUGH_LINKS = (
+    'FWRITE file:"loop" text:"x"; print ecode',
+    'FWRITE file:"loop" text:"x" append; print ecode',
+    'FWRITE open file:"loop"; print ecode',
+    'FWRITE file:"dang" text:"x"; print ecode; FREAD file:"none"; print text',
+    'FWRITE file:"far" text:"x"; print ecode',
+    'FWRITE file:"bad" text:"x"; print ecode',
+    'FWRITE file:"far" text:"x" append; print ecode',
+    'FWRITE file:"lx" text:"y"; print ecode; FREAD file:"x"; print text',
+    'FDELETE file:"la/f"; print ecode; FILE_EXISTS file:"a/f"; print exists; '
+    'FREAD file:"la/f"; print ecode',
+    'FWRITE file:"la/n" text:"y"; FREAD file:"a/n"; print text; DIR_LIST path:"a"; '
+    'print files; DIR_LIST path:"la"; print files',
+    'FWRITE file:"a/n" text:"y"; FREAD file:"la/n"; print text; DIR_LIST path:"la"; '
+    'print files',
+    'DIR_CREATE path:"la/d"; DIR_EXIST path:"a/d"; print exist; DIR_REMOVE path:"la/b"; '
+    'print ecode; IS_DIR_EMPTY path:"a"; print isempty',
+    'FDELETE file:"a/f"; print ecode; FILE_EXISTS file:"la/f"; print exists',
+    'SET_CWD path:"la"; print ecode; GET_CWD; print cwd; FREAD file:"f"; print text',
+    'COPY_FILES "dang" to:"."; print ecode',
+    'COPY_FILES "loop" to:"."; print ecode',
+    'COPY_FILES "la/*" to:"c"; print ecode; DIR_LIST path:"c"; print files, dirs',
+    'MOVE_FILES "la/f" to:"c"; print ecode; FILE_EXISTS file:"a/f"; print exists',
+    'COPY_FILES "x" to:"la"; print ecode; FREAD file:"a/x"; print text',
+    'COPY_FILES "a" to:"la"; print ecode',
+    'DELETE_FILES "la"; print ecode; DIR_EXIST path:"la"; print exist; '
+    'FILE_EXISTS file:"a/f"; print exists',
+    'DIR_REMOVE path:"la"; print ecode; DIR_EXIST path:"la"; print exist; '
+    'FILE_EXISTS file:"la/f"; print exists; DIR_CREATE path:"la"; print ecode; '
+    'FILE_EXISTS file:"la/f"; print exists',
+    'MOVE_FILES "la" to:"c"; print ecode; FILE_EXISTS file:"la/f"; print exists; '
+    'FILE_EXISTS file:"c/la/f"; print exists',
+    'FCOPY from:"la/f" to:"a/f"; print ecode; FILE_RENAME from:"la/f" to:"a/g"; '
+    'print ecode; FILE_EXISTS file:"la/g"; print exists',
+    'DELETE_FILES "a"; print ecode; DIR_EXIST path:"la"; print exist; '
+    'DIR_REMOVE path:"la"; print ecode',
+    'FILE_RENAME from:"a" to:"q"; print ecode; FILE_EXISTS file:"la/f"; print exists; '
+    'FILE_EXISTS file:"q/f"; print exists',
+)
+
+
+def dry_run_through_links(runner, folder):
+    """What a dry run prints is what the script then prints."""
+    for text in THROUGH_LINKS:
+        shutil.rmtree(folder)
+        (folder / "a/b").mkdir(parents=True)
+        (folder / "c").mkdir()
+        write(folder / "a/f", "f")
+        write(folder / "x", "x")
+        for name, leads in (("la", "a"), ("loop", "loop"), ("dang", "none"), ("lx", "x"),
+                            ("far", "missing/none"), ("bad", "x/y")):
+            os.symlink(leads, folder / name)
+        write(folder / "script.tav", text)
+        told, done = (subprocess.run([runner.tavhost, "run", *options, "script.tav"], cwd=folder,
+                                     stdout=subprocess.PIPE, text=True, check=True,
+                                     timeout=PATIENCE).stdout.splitlines()
+                      for options in (["--dry-run"], []))
+        printed = [line for line in told if not re.match("would |in all", line)]
+        if printed != done or "print" not in text:
+            raise Broken(f"{text}: {done}, but in a dry run {told} (left in {folder})")
+
+
 def names_with_a_star(runner, folder):
     """A list of them cannot be split; the counts tell."""
     for name in ("a*b", "plain"):
@@ -432,7 +495,7 @@ def cases(runner, long, disk):
              links_of_single_files, names_of_one_file, tree_into_itself_through_a_link,
              names_with_a_star, script_in_an_odd_folder, no_look_at_what_is_there,
              stop_drops_what_is_open, plain_appends_at_once, files_that_are_left,
-             area_of_the_user]
+             area_of_the_user, dry_run_through_links]
     if long:
         plain.append(writer_who_never_ends)
     for command, names in itertools.product(
