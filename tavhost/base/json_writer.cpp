@@ -1,7 +1,7 @@
 #include "tavhost/base/json_writer.h"
 
 #include <charconv>
-#include <cstdio>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "tavhost/base/utf16.h"
@@ -13,28 +13,6 @@ namespace {
 
 // What is written between two looks whether it must end, and of long texts at once.
 constexpr std::size_t kPiece = std::size_t{64} << 10;
-
-bool NeedsJsonEscape(char byte) {
-  return static_cast<unsigned char>(byte) < 0x20 || byte == '"' || byte == '\\';
-}
-
-std::string_view JsonEscapeOf(char byte, char (&room)[8]) {
-  switch (byte) {
-    case '"':
-      return "\\\"";
-    case '\\':
-      return "\\\\";
-    case '\n':
-      return "\\n";
-    case '\r':
-      return "\\r";
-    case '\t':
-      return "\\t";
-    default:
-      std::snprintf(room, sizeof room, "\\u%04x", static_cast<unsigned>(byte));
-      return room;
-  }
-}
 
 }  // namespace
 
@@ -109,15 +87,19 @@ void JsonWriter::PutQuoted(std::string_view text) {
 }
 
 void JsonWriter::PutEscaped(std::string_view text) {
-  std::size_t plain = 0;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (!NeedsJsonEscape(text[at])) continue;
-    char room[8];
-    Put(text.substr(plain, at - plain));
-    Put(JsonEscapeOf(text[at], room));
-    plain = at + 1;
+  const std::string literal = nlohmann::json(text).dump();
+  const std::string_view inside(literal.data() + 1, literal.size() - 2);
+  // Backspace and form feed have always been written by their numbers.
+  if (text.find('\b') == text.npos && text.find('\f') == text.npos) return Put(inside);
+  std::size_t begin = 0;
+  for (std::size_t at = inside.find('\\'); at != inside.npos; at = inside.find('\\', at + 2)) {
+    const char escape = inside[at + 1];
+    if (escape != 'b' && escape != 'f') continue;
+    Put(inside.substr(begin, at - begin));
+    Put(escape == 'b' ? "\\u0008" : "\\u000c");
+    begin = at + 2;
   }
-  Put(text.substr(plain));
+  Put(inside.substr(begin));
 }
 
 }  // namespace base

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tavhost/base/ascii.h"
+#include "tavhost/base/percent.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/scan.h"
 
@@ -24,17 +24,7 @@ bool IsWordByte(char c) { return kel::IsNameByte(c) || c == '-'; }
 
 std::string PathOfUri(std::string_view uri) {
   if (!uri.starts_with(kFile)) return std::string(uri);
-  std::string path;
-  for (std::size_t i = kFile.size(); i < uri.size(); ++i) {
-    const int high = uri[i] == '%' && i + 2 < uri.size() ? ascii::HexDigit(uri[i + 1]) : -1;
-    const int low = high >= 0 ? ascii::HexDigit(uri[i + 2]) : -1;
-    if (low >= 0) {
-      path += static_cast<char>(high * 16 + low);
-      i += 2;
-    } else {
-      path += uri[i];
-    }
-  }
+  std::string path = base::PercentDecoded(uri.substr(kFile.size()));
   // The slash before a drive (`/c:/folder`) belongs to the address, not to the path.
   if (path.size() > 2 && path[0] == '/' && path[2] == ':') path.erase(0, 1);
   return path;

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "tavhost/base/ascii.h"
+#include "tavhost/base/percent.h"
 
 namespace script::service {
 
@@ -33,25 +34,6 @@ std::string PathOf(const std::string& target) {
   return end == target.npos ? target : target.substr(0, end + 1) + "***";
 }
 
-int HexDigit(char c) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  const std::size_t at = kDigits.find(ascii::ToLower(c));
-  return at == kDigits.npos ? -1 : static_cast<int>(at);
-}
-
-std::string PercentDecoded(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool isLong = text[i] == '%' && text.size() - i > 2;
-    const int high = isLong ? HexDigit(text[i + 1]) : -1;
-    const int low = isLong ? HexDigit(text[i + 2]) : -1;
-    const bool isCode = high >= 0 && low >= 0;
-    decoded += isCode ? static_cast<char>(high << 4 | low) : text[i];
-    if (isCode) i += 2;
-  }
-  return decoded;
-}
-
 // Of a text in which the secret is written with percent signs, also of these once more, what they
 // mean is shown.
 std::string Without(std::string_view secret, std::string_view text) {
@@ -68,7 +50,7 @@ std::string Without(std::string_view secret, std::string_view text) {
     }
     if (isThere) return shown;
     if (shown.find('%') == shown.npos) break;
-    shown = PercentDecoded(shown);
+    shown = base::PercentDecoded(shown);
   }
   return std::string(text);
 }
