@@ -214,9 +214,18 @@ def sample(calls, most):
     return sorted({calls[round(i * (len(calls) - 1) / (most - 1))] for i in range(most)})
 
 
+def arrival(functions, mark):
+    """The number of the call that a mark of `Scenario.named` means."""
+    behind, number = mark
+    begin = functions.index(behind) + 1 if behind else 0
+    opens = [at for at in range(begin, len(functions)) if functions[at] == "openat"]
+    return 1 + opens[number - 1]
+
+
 def calls_to_try(scenario, functions, fault, path, long):
     """The numbers of the calls at which a fault is tried."""
-    calls = range(1 + scenario.named.get(path, 0), len(functions) + 1)
+    first = arrival(functions, scenario.named[path]) if path in scenario.named else 0
+    calls = range(1 + first, len(functions) + 1)
     if path:
         return sample(calls, scenario.most if long or scenario.is_short else 6)
     if fault == "short":

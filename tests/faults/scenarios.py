@@ -20,8 +20,9 @@ class Scenario:
     check: object
     # What others do meanwhile, each with the files or folders with which they do it.
     acts: dict = field(default_factory=dict)
-    # Those that the command's own text leads through, with the number of calls that it takes until
-    # the walk stands there: a link before that is one which the script's author has named.
+    # Those that the command's own text leads through, with the call by which the walk comes to stand
+    # there: the n-th `openat` behind the first call of a function, if any. A link before that is one
+    # which the script's author has named.
     named: dict = field(default_factory=dict)
     far: bool = False  # the target lies on another file system
     refuse: str = ""  # what the file system cannot do
@@ -404,14 +405,14 @@ ALL = [
     Scenario("copy a tree and keep what is there", COPY + " no-overwrite", trees(),
              check_copy(keeps=True), {"appear": COPIED["appear"]}),
     Scenario("copy all of a tree", 'COPY_FILES "src\\\\*" to:"{to}"', trees(),
-             check_copy(inside=""), FILLED, {"src": 6, "to": 10}),
+             check_copy(inside=""), FILLED, {"src": ("closedir", 1), "to": ("closedir", 2)}),
     Scenario("copy a tree where the system cannot help", COPY, trees(), check_copy(), COPIED,
              refuse="renameat2,copy_file_range,d_type"),
     Scenario("copy a tree to another file system", COPY, trees(), check_copy(), FAR, far=True,
              again=COPY + " overwrite-existing-dir"),
     Scenario("move a tree", 'MOVE_FILES "src" to:"{to}"', trees(), check_move(), MOVED),
     Scenario("move all of a tree", 'MOVE_FILES "src\\\\*" to:"{to}"', trees(), check_move(""),
-             FILLED, {"src": 6, "to": 10}),
+             FILLED, {"src": ("closedir", 1), "to": ("closedir", 2)}),
     Scenario("move a tree where the system cannot help", 'MOVE_FILES "src" to:"{to}"', trees(),
              check_move(), MOVED, refuse="renameat2,copy_file_range,d_type"),
     Scenario("move a tree to another file system", 'MOVE_FILES "src" to:"{to}"', trees(),
@@ -443,7 +444,7 @@ ALL = [
              {"swap": ["src", "src/sub", "src/sub/deep"], "vanish": ["src/sub/b.txt"],
               "replace": ["src/sub/b.txt"], "appear": ["src/sub/new"]}),
     Scenario("delete all of a tree", 'DELETE_FILES "src\\\\*"', trees(), check_delete({"src"}),
-             {"swap": ["src", "src/sub", "src/sub/deep"]}, {"src": 1}),
+             {"swap": ["src", "src/sub", "src/sub/deep"]}, {"src": ("", 1)}),
     Scenario("delete a tree without types", 'DELETE_FILES "src"', trees(), check_delete(),
              {"swap": ["src/sub"]}, refuse="d_type"),
     Scenario("delete a deep tree", 'DELETE_FILES "src"', prepare_deep, check_deep,
