@@ -108,6 +108,7 @@ void ServerState::ForEach(const Act& act) {
 }
 
 void ServerState::Begin(Socket socket, std::string client) {
+  if (stopping) return;  // it was accepted before the listener closed; now it closes
   std::make_shared<Session>(*this, std::move(socket), std::move(client))->Start();
   if (!beats) Beat();
 }
