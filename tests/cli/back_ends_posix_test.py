@@ -3,13 +3,10 @@ drawn and with windows on an X server: what it prints, what it says, how it ends
 recorded, byte for byte."""
 
 import json
-import os
 import shutil
 import subprocess
 import unittest
-from pathlib import Path
 
-import program
 import x_server
 from program import TIME_LIMIT, ProgramTest
 
@@ -133,11 +130,7 @@ MISFITS = {
 class BackEndsTest(ProgramTest):
     @classmethod
     def setUpClass(cls):
-        module = Path(os.environ["TAVHOST"]).resolve().parent.parent / "lib/tavhost/modules"
-        if not (module / "libtavhost_qt.so").exists():
-            raise unittest.SkipTest("there is no module for windows")
-        if program.sanitized:
-            raise unittest.SkipTest("what the libraries of X keep to the end is not ours")
+        x_server.skip_without_windows()
         server = x_server.XServer()
         cls.addClassCleanup(server.stop)
         cls.display = server.display

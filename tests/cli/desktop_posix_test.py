@@ -4,14 +4,11 @@ manager's closing do to a script."""
 
 import base64
 import itertools
-import os
 import subprocess
 import threading
 import time
 import unittest
-from pathlib import Path
 
-import program
 import waiting
 import x_server
 from program import TIME_LIMIT, ProgramTest
@@ -106,11 +103,7 @@ PICTURE = base64.b64decode("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAQAAAC1HAwCAAAAC0lE
 class DesktopTest(ProgramTest):
     @classmethod
     def setUpClass(cls):
-        module = Path(os.environ["TAVHOST"]).resolve().parent.parent / "lib/tavhost/modules"
-        if not (module / "libtavhost_qt.so").exists():
-            raise unittest.SkipTest("there is no module for windows")
-        if program.sanitized:
-            raise unittest.SkipTest("what the libraries of X keep to the end is not ours")
+        x_server.skip_without_windows()
 
     def desktop(self):
         desktop = x_server.Desktop()
