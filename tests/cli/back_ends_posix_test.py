@@ -5,7 +5,6 @@ recorded, byte for byte."""
 import json
 import shutil
 import subprocess
-import unittest
 
 import x_server
 from program import TIME_LIMIT, ProgramTest

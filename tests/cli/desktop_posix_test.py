@@ -4,10 +4,8 @@ manager's closing do to a script."""
 
 import base64
 import itertools
-import subprocess
 import threading
 import time
-import unittest
 
 import waiting
 import x_server
