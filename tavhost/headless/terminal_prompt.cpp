@@ -46,15 +46,15 @@ std::string Printable(std::string_view text) {
 
 void PrintLine(std::string_view text) { report::Text(Printable(text) + '\n'); }
 
-// Asks for lines until `take` accepts one by ending the window. It returns false for one that does
-// not fit, or does not end the window yet, and puts what is to be said of it into its second
-// argument.
-// `/cancel` cancels every window; `own` is a word of this one.
+// A word that answers a window of one kind, as `/cancel` does every window.
 struct OwnWord {
   std::string_view name;
   std::function<bool(std::string& reason)> take;
 };
 
+// Asks for lines until `take` accepts one by ending the window. It returns false for one that does
+// not fit, or does not end the window yet, and puts what is to be said of it into its second
+// argument.
 template <typename Take>
 AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take,
                     const OwnWord& own = {}) {

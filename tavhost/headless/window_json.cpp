@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "tavhost/base/json_writer.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/ui/answer.h"
 #include "tavhost/ui/models/browser_model.h"
@@ -60,10 +64,13 @@ void Describe(const ListBoxModel& list, Json& json) {
   json.Key("caption").String(list.boxText);
   json.Key("multiple").Bool(list.IsMultiple());
   json.Key("entries").BeginArray();
-  for (std::uint32_t i = 0; i < list.Count(); ++i) json.String(list.Entry(i));
+  for (std::uint32_t i = 0; i < list.Count() && !json.IsGivenUp(); ++i) json.String(list.Entry(i));
   json.EndArray();
   json.Key("selected").BeginArray();
-  for (const std::uint32_t index : list.Selected()) json.String(list.Entry(index));
+  for (const std::uint32_t index : list.Selected()) {
+    if (json.IsGivenUp()) break;
+    json.String(list.Entry(index));
+  }
   json.EndArray();
   json.Key("check-boxes").BeginArray();
   for (const ListBoxModel::CheckBox& box : list.CheckBoxes()) {
@@ -109,8 +116,8 @@ void Describe(const TreeListBoxModel& tree, Json& json) {
   json.Key("caption").String(tree.headline);
   json.Key("multiple").Bool(tree.Rules().multiple);
   json.Key("items").BeginArray();
-  for (auto item = tree.Next(TreeListBoxModel::kRoot); item != TreeListBoxModel::kNone;
-       item = tree.Next(item)) {
+  for (auto item = tree.Next(TreeListBoxModel::kRoot);
+       item != TreeListBoxModel::kNone && !json.IsGivenUp(); item = tree.Next(item)) {
     const TreeListBoxModel::Handle above = tree.Parent(item);
     json.BeginObject();
     json.Key("id").Integer(tree.Id(item));
@@ -179,7 +186,7 @@ void DescribeContents(const ModalModel& window, Json& json) {
 }  // namespace
 
 std::string WindowJson(const ModalModel& window, const std::string& id) {
-  Json json;
+  Json json(std::string::npos, stop::IsRequested);
   json.BeginObject();
   json.Key("id").String(id);
   json.Key("window").String(ElementOf(window));
@@ -196,7 +203,9 @@ std::string WindowJson(const ModalModel& window, const std::string& id) {
   json.Key("default").String(window.DefaultButton());
   json.Key("answer").String(AnswerLine(AnswerOf(window)));
   json.EndObject();
-  return *json.Take();
+  std::optional<std::string> text = json.Take();
+  if (!text) throw stop::Stopped();
+  return *std::move(text);
 }
 
 }  // namespace ui

@@ -7,7 +7,8 @@
 namespace ui {
 
 // The window as a JSON object, for a program that answers it: what a user would see of it, and the
-// answer that confirms it as it stands. Bytes that are no UTF-8 become U+FFFD.
+// answer that confirms it as it stands. Bytes that are no UTF-8 become U+FFFD. A stop leaves it as
+// stop::Stopped.
 std::string WindowJson(const ModalModel& window, const std::string& id);
 
 }  // namespace ui
