@@ -81,6 +81,7 @@ void SetValue(TavScriptResult& result, names::Literal name, TavKelValue* value) 
   SV::String text = value->GetText(false);
   if (IsContainer(*value)) {
     SV::String wrapped("(");
+    if (value->GetType() == TavKelRecord && text.Len() == 0) wrapped += ':';
     wrapped += text;
     wrapped += ')';
     text = wrapped;

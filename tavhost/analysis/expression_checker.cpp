@@ -356,6 +356,8 @@ Kind ScriptChecker::KindOfChain(const Expr* expr) const {
       kind = Kind::kInteger;
     } else if (item->op == Operator::kAdd && (kind == Kind::kString || right == Kind::kString)) {
       kind = Kind::kString;
+    } else if (item->op == Operator::kAdd && kind == Kind::kList && right == Kind::kList) {
+      kind = Kind::kList;
     } else if (!IsNumber(kind) || !IsNumber(right)) {
       kind = Kind::kUnknown;
     } else if (item->op == Operator::kDivide || kind != right) {

@@ -246,6 +246,7 @@ void ScriptChecker::WalkAssignment(const Statement* statement) {
   if (statement->count > 0) {
     // Changes a value that has to be there.
     ReadVariable(statement->slot, NameAt(statement->slotOffset));
+    CheckChanged(statement);
     Set(statement->slot, state_.variables[statement->slot].kind);
     return;
   }
@@ -255,6 +256,16 @@ void ScriptChecker::WalkAssignment(const Statement* statement) {
     return;
   }
   Set(statement->slot, KindOfExpr(expr));
+}
+
+// `list.name = x`, where the list was likely meant to be an empty record.
+void ScriptChecker::CheckChanged(const Statement* statement) {
+  const Variable& variable = state_.variables[statement->slot];
+  const kel::Value* const key = ConstantOf(statement->items->expr);
+  if (state_.isDead || state_.isOpen || !key || !key->IsText()) return;
+  if (!variable.maySet || variable.kind != Kind::kList) return;
+  findings_.Error(statement->items->offset, 1,
+                  "the index of a list must be an integer, not a string; the empty record is (:)");
 }
 
 void ScriptChecker::SetSlot(State& state, std::uint32_t slot, const Variable& value) const {
@@ -380,6 +391,12 @@ void ScriptChecker::JoinAssigned(const Statement* statement, State& state) {
         Variable record;
         record.SetSource({found->second.get(), nullptr, true}, Kind::kRecord);
         join(statement->slot, record);
+      } else if (statement->kind == StatementKind::kAssign && statement->count > 0) {
+        Variable changed;  // in part: its kind stays
+        if (statement->slot < state.variables.size()) {
+          changed.SetOther(state.variables[statement->slot].kind);
+        }
+        join(statement->slot, changed);
       } else {
         join(statement->slot, something);
       }

@@ -42,6 +42,7 @@ class ScriptChecker {
   void WalkLoop(const script::Statement* statement);
   void WalkTry(const script::Statement* statement);
   void WalkAssignment(const script::Statement* statement);
+  void CheckChanged(const script::Statement* statement);
   void WalkCommand(const script::Statement* statement);
   void WalkValue(const script::CommandValue& value);
   void WalkElement(const script::CommandElement* element);

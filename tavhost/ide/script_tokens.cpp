@@ -131,6 +131,15 @@ class Tokenizer {
     afterArrow_ = false;
   }
 
+  // Whether `=`, `+=` or its kin stands there.
+  bool IsAssignment(std::size_t ahead) const {
+    if (Peek(ahead) == u'/' && Peek(ahead + 1) == u'/') ++ahead;
+    if (std::u16string_view(u"+-*/%").find(Peek(ahead)) != std::u16string_view::npos) {
+      return Peek(ahead + 1) == u'=';
+    }
+    return Peek(ahead) == u'=' && Peek(ahead + 1) != u'=';
+  }
+
   void BeginStatement(std::u16string_view name, std::size_t begin) {
     if (Peek(0) == u':') {  // a command goes on behind its body
       state_.mode = Mode::kCommand;
@@ -153,7 +162,7 @@ class Tokenizer {
     std::size_t next = 0;
     while (Peek(next) == u' ' || Peek(next) == u'\t') ++next;
     const char16_t sign = Peek(next);
-    if ((sign == u'=' && Peek(next + 1) != u'=') || sign == u'[' || sign == u'.') {
+    if (IsAssignment(next) || sign == u'[' || sign == u'.') {
       state_.mode = Mode::kExpression;
       return Add(TokenKind::kVariable, begin);
     }

@@ -166,7 +166,9 @@ class Writer {
   void Open(What what, const void* first, std::uint32_t count, Form form) {
     const bool braces = what == What::kElements;
     const bool parentheses = !braces && form == Form::kKel;
+    const bool isRecord = what == What::kFieldValues || what == What::kFields;
     Put(out_, braces ? "{" : parentheses ? "(" : "");
+    if (parentheses && isRecord && count == 0) Put(out_, ":");
     rests_.push_back({what, first, count, braces ? "}" : parentheses ? ")" : ""});
   }
 

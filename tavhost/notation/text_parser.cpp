@@ -170,6 +170,14 @@ TextParser::Step TextParser::ContinueParentheses(bool inside) {
         return Step::kFailed;
       }
       if (*at == ',') at = SkipSpace(at + 1);
+    } else if (kind == Kind::kUndecided && *at == ':') {
+      frames_.Last().kind = Kind::kRecord;
+      frames_.Last().base = attributes_.Count();
+      at = SkipSpace(at + 1);
+      if (*at != ')') {
+        FailExpected(at, "\")\" of the empty record");
+        return Step::kFailed;
+      }
     }
     if (*at == ')') {
       at_ = at + 1;

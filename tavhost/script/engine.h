@@ -115,6 +115,12 @@ class Engine final : public base::WorkMeter {
   kel::Value& Changeable(Frame& frame, std::uint32_t slot);
   void AddTo(Frame& frame, std::uint32_t slot, const kel::Value* added, std::uint32_t count);
   void SetPath(Frame& frame, Instruction i);
+  kel::Value& UpdatedPlace(Frame& frame, Instruction i, std::uint32_t count,
+                           const kel::Value& added);
+  void ReadPath(Frame& frame, Instruction i);
+  void UpdatePath(Frame& frame, Instruction i);
+  // How an update of what is not there might begin: text for the end of an error's message.
+  std::string BeginningOf(const Frame& frame, const kel::Value& added) const;
   void Push(Frame& frame, Instruction i);
   bool CountStart(Frame& frame, Instruction i);
   bool CountStep(Frame& frame, Instruction i);

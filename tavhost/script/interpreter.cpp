@@ -451,6 +451,16 @@ void Engine::Interpret(std::uint32_t base) {
     SetPath(*frame, i);
     NEXT;
   }
+  CASE(kReadPath) {
+    SAVE;
+    ReadPath(*frame, i);
+    NEXT;
+  }
+  CASE(kUpdatePath) {
+    SAVE;
+    UpdatePath(*frame, i);
+    NEXT;
+  }
   CASE(kPush) {
     SAVE;
     Push(*frame, i);

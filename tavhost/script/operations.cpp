@@ -8,6 +8,7 @@
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/kind_word.h"
 #include "tavhost/script/code_points.h"
+#include "tavhost/script/quoted.h"
 #include "tavhost/script/script_error.h"
 
 namespace script {
@@ -133,6 +134,11 @@ std::size_t ListPlace(const std::vector<Value>& items, std::int32_t index) {
 }
 
 [[noreturn]] void FailIndexKind(const Value& whole, const Value& index) {
+  if (whole.Kind() == TavKelList && whole.AsList().items.empty() && index.IsText()) {
+    throw ScriptError(
+        "the index of a list must be an integer, not a string; the empty record is (:)",
+        Part::kRight);
+  }
   if (whole.Kind() == TavKelList || whole.IsText() || whole.Kind() == TavKelRecord) {
     throw ScriptError(std::string("the index of ") + KindWord(whole) + " must be " +
                           (whole.Kind() == TavKelRecord ? "a string" : "an integer") + ", not " +
@@ -180,6 +186,24 @@ Value RealValue(double number) {
   return Value(number);
 }
 
+namespace {
+
+// A list may be added to itself.
+void AppendItems(Value& list, const Value& added, base::WorkMeter& meter) {
+  if (added.AsList().items.empty()) return;
+  if (list.AsList().sharers > 1) meter.Charge(list.AsList().items.size());
+  const std::size_t count = added.AsList().items.size();
+  auto& items = list.MutableList().items;
+  if (items.size() + count > kMostItems) throw ScriptError("the list is too long");
+  if (items.capacity() < items.size() + count) {
+    items.reserve(std::max(items.size() + count, items.size() * 2));
+  }
+  for (std::size_t i = 0; i < count; ++i) items.push_back(added.AsList().items[i]);
+  meter.Did(count);
+}
+
+}  // namespace
+
 Value Arithmetic(Operator op, const Value& left, const Value& right, base::WorkMeter& meter) {
   if (left.Kind() == TavKelInteger && right.Kind() == TavKelInteger) {
     return IntegerArithmetic(op, left.Integer(), right.Integer());
@@ -191,7 +215,25 @@ Value Arithmetic(Operator op, const Value& left, const Value& right, base::WorkM
     AppendShown(text, right, meter);
     return Value(std::move(text));
   }
+  if (op == Operator::kAdd && left.Kind() == TavKelList && right.Kind() == TavKelList) {
+    Value list = left;
+    AppendItems(list, right, meter);
+    return list;
+  }
   FailKinds(op, left, right);
+}
+
+void Update(Value& place, Operator op, const Value& operand, base::WorkMeter& meter) {
+  if (op == Operator::kAdd && place.IsText()) {
+    // Put together first, so that an error meanwhile leaves the text as it was.
+    const SV::String text = Shown(operand, meter);
+    place.MutableText().Append(text.GetStr(), text.Len());
+    meter.ChargeBytes(text.View().size());
+  } else if (op == Operator::kAdd && place.Kind() == TavKelList && operand.Kind() == TavKelList) {
+    AppendItems(place, operand, meter);
+  } else {
+    place = Arithmetic(op, place, operand, meter);
+  }
 }
 
 Value Negated(const Value& value) {
@@ -314,7 +356,7 @@ Value FieldOf(const Value& whole, const SV::String& name) {
     throw ScriptError(std::string(KindWord(whole)) + " has no fields", Part::kLeft);
   }
   if (const Value* field = whole.AsRecord().Find(name.View())) return *field;
-  throw ScriptError("the record has no field \"" + std::string(name.View()) + '"');
+  throw ScriptError("the record has no field " + Quoted(name.View()));
 }
 
 // A list or record that others share is copied.
@@ -330,6 +372,13 @@ Value& PlaceIn(Value& whole, const Value& key, base::WorkMeter& meter) {
   }
   if (whole.IsText()) throw ScriptError("the characters of a string cannot be changed");
   FailIndexKind(whole, key);
+}
+
+Value& KnownPlaceIn(Value& whole, const Value& key, base::WorkMeter& meter) {
+  if (whole.Kind() == TavKelRecord && key.IsText() && !whole.AsRecord().Find(key.Text().View())) {
+    throw ScriptError("the record has no field " + Quoted(key.Text().View()));
+  }
+  return PlaceIn(whole, key, meter);
 }
 
 }  // namespace script

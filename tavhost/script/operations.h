@@ -13,6 +13,9 @@
 // meaning. Their work is told to the meter.
 namespace script {
 
+// In a list; indices are integers.
+inline constexpr std::size_t kMostItems = 0x7FFFFFFF;
+
 // "an integer", "a list" and so on.
 const char* KindWord(const kel::Value& value);
 
@@ -24,7 +27,7 @@ inline double AsReal(const kel::Value& value) {
 // What conditions take for true: numbers other than 0, texts, lists and records that are not empty.
 bool IsTrue(const kel::Value& value);
 
-// `+ - * / // %`. Numbers; `+` also joins texts, and anything with a text.
+// `+ - * / // %`. Numbers; `+` also joins lists, texts, and anything with a text.
 kel::Value Arithmetic(Operator op, const kel::Value& left, const kel::Value& right,
                       base::WorkMeter& meter);
 kel::Value Negated(const kel::Value& value);
@@ -44,6 +47,12 @@ kel::Value Index(const kel::Value& whole, const kel::Value& index, base::WorkMet
 kel::Value FieldOf(const kel::Value& whole, const SV::String& name);
 // The place of an element or field for writing; a record gets the field when it has none.
 kel::Value& PlaceIn(kel::Value& whole, const kel::Value& key, base::WorkMeter& meter);
+// The same for what has to be there.
+kel::Value& KnownPlaceIn(kel::Value& whole, const kel::Value& key, base::WorkMeter& meter);
+
+// What lies at a place becomes that `op` the operand. Texts and lists that nobody shares grow where
+// they are. An error leaves everything as it was.
+void Update(kel::Value& place, Operator op, const kel::Value& operand, base::WorkMeter& meter);
 
 // An integer result; out of the 32-bit range is an error.
 kel::Value IntegerValue(std::int64_t number);

@@ -53,6 +53,7 @@ OPERATIONS = {
     "less": (LONG + 't = s + "x"\n', LOOP % "x = s < t"),
     "change what is shared": ("l = range(3000000)\n", LOOP % "m = l; m[0] = 1"),
     "push to what is shared": ("l = range(3000000)\n", LOOP % "m = l; push(m, 1)"),
+    "add lists": ("l = range(3000000)\n", LOOP % "m = l + l; m += l"),
     "min": ("l = range(3000000)\n", LOOP % "x = min(l)"),
     "keys": ("r = (first: 0)\nfor i from 1 to 100000 { r[\"k\" + i] = i }\n", LOOP % "x = keys(r)"),
     "trim": ('s = " "\nfor i from 1 to 24 { s = s + s }\n', LOOP % "x = trim(s)"),

@@ -277,6 +277,10 @@ const std::map<std::string, Script> kScripts = {
     {"variables",
      {"a = \"x\"\nb = (a, a)\nb[0] = \"y\"\nc = (k: b)\nc.k[1] = 2\nc[\"new field\"] = c\n"
       "s = \"\"\nfor i from 1 to 100 { s = s + i + \", \" }\nprint a, b, c, len(s)"}},
+    {"updates",
+     {"func f() { return \"x\" }\nr = (:)\nr.l = (1, 2)\nr.l += r.l\nr.l[0] += f()\n"
+      "r.s = \"a\"\nr.s += f()\nm = r.l + (3,)\nm += m\n"
+      "try { r.none += 1 } catch e { print e.message }\nprint r, m"}},
     {"loops",
      {"for k in (a: 1, b: 2) { for c in \"äö\" { print k + c } }\n"
       "n = 0\nwhile n < 3 { n = n + 1 }\nfor x from 0 to 1 step 0.5 { print x }"}},

@@ -308,6 +308,7 @@ void Compiler::CompileReturn(const Statement* statement) {
 
 void Compiler::CompileAssignment(const Statement* statement) {
   const std::uint32_t slot = statement->slot;
+  if (CompileUpdate(statement)) return;
   if (statement->count > 0) {
     const std::uint32_t base = NewTemporaries(statement->count + 1);
     std::uint32_t place = base;
@@ -327,6 +328,37 @@ void Compiler::CompileAssignment(const Statement* statement) {
     return;
   }
   CompileInto(statement->expr, slot);
+}
+
+// `x[i] += a`, whose place is worked out once, and `x = x + f()`: what is added to is read before
+// `f` runs, and still grows in its place when `f` has left it alone. False, and nothing emitted,
+// for other assignments.
+bool Compiler::CompileUpdate(const Statement* statement) {
+  const Expr* right = statement->expr;
+  Operator op = statement->op;
+  std::uint32_t offset = statement->opOffset;
+  if (!statement->isUpdate) {
+    const Expr* const sum = statement->expr;
+    const bool isOfItself = statement->count == 0 && sum->kind == ExprKind::kChain &&
+                            sum->first->kind == ExprKind::kName &&
+                            sum->first->index == statement->slot;
+    if (!isOfItself || !sum->calls || sum->count > 1) return false;
+    if (sum->items->op != Operator::kAdd) return false;
+    right = sum->items->expr;
+    op = Operator::kAdd;
+    offset = sum->items->offset;
+  }
+  const std::uint32_t base = NewTemporaries(statement->count + 2);
+  std::uint32_t place = base;
+  for (const Item* key = statement->items; key; key = key->next) CompileInto(key->expr, place++);
+  const CodePlace where{offset, statement->slotOffset, right->offset};
+  const auto keys = static_cast<std::int32_t>(statement->count);
+  if (right->calls) Emit(Code::kReadPath, statement->slot, base, keys, where);
+  CompileInto(right, place);
+  const std::int32_t shifted = static_cast<std::int32_t>(op) << kUpdateOperatorShift;
+  Emit(Code::kUpdatePath, statement->slot, base,
+       keys | shifted | (right->calls ? kUpdateIsRead : 0), where);
+  return true;
 }
 
 // `x = x + a`, and `x = x + a + b ...`, which let a text grow in its place instead of copying it.

@@ -60,6 +60,7 @@ class Compiler {
   void CompileReturn(const Statement* statement);
   void CompileAssignment(const Statement* statement);
   bool CompileAddTo(const Statement* statement);
+  bool CompileUpdate(const Statement* statement);
   void CompilePrint(const Statement* statement);
   // The register for a loop's variable; a global one is stored from it each round.
   std::uint32_t LoopVariable(const Statement* statement);

@@ -82,12 +82,15 @@ using Instruction = std::uint64_t;
   X(kIndex)    /* R[A] = R[B][R[C]] */                                                            \
   X(kField)    /* R[A] = R[B].K[C] */                                                             \
   X(kSetPath)  /* in the variable of slot A: the path R[B], ... C keys = R[B+C] */                \
-  X(kPush)     /* as kSetPath, but R[B+C] goes to the end of the list there; R[B] = its length */ \
-  X(kCommand)  /* command C */                                                                    \
-  X(kPrint)    /* R[A], ... B values */                                                           \
-  X(kThrow)    /* R[A] */                                                                         \
-  X(kStep)     /* a statement begins, in line C; only in texts that are stepped through */        \
-  X(kExit)     /* with R[A] */                                                                    \
+  X(kReadPath) /* in the variable of slot A: R[B+C+1] = what lies at the path R[B], ... C keys */ \
+  X(kUpdatePath) /* there: likewise what lies at the path becomes that with R[B+C] added or so; C \
+                    is the keys, an operator, and whether R[B+C+1] holds what is added to */      \
+  X(kPush)    /* as kSetPath, but R[B+C] goes to the end of the list there; R[B] = its length */  \
+  X(kCommand) /* command C */                                                                     \
+  X(kPrint)   /* R[A], ... B values */                                                            \
+  X(kThrow)   /* R[A] */                                                                          \
+  X(kStep)    /* a statement begins, in line C; only in texts that are stepped through */         \
+  X(kExit)    /* with R[A] */                                                                     \
   X(kExitPlain)
 
 enum class Code : std::uint8_t {
@@ -105,6 +108,11 @@ constexpr Instruction Encode(Code code, std::uint32_t a, std::uint32_t b, std::i
          static_cast<Instruction>(static_cast<std::uint32_t>(c)) << 40;
 }
 constexpr Code CodeOf(Instruction i) { return static_cast<Code>(i & 0xFF); }
+// C of kUpdatePath.
+constexpr std::int32_t kUpdateKeys = 0xFFFF;
+constexpr int kUpdateOperatorShift = 16;
+constexpr std::int32_t kUpdateIsRead = 1 << 20;
+
 constexpr std::uint32_t AOf(Instruction i) { return static_cast<std::uint16_t>(i >> 8); }
 constexpr std::uint32_t BOf(Instruction i) { return static_cast<std::uint16_t>(i >> 24); }
 constexpr std::int32_t SignedBOf(Instruction i) { return static_cast<std::int16_t>(i >> 24); }

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <limits>
 
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/script/built_in/built_in.h"
@@ -11,6 +10,24 @@
 namespace script {
 
 using kel::Value;
+
+namespace {
+
+// `+=` and its kin.
+bool IsUpdateSign(std::string_view text) {
+  const std::size_t signs = text.starts_with("//") ? 2 : 1;
+  return text.size() > signs && text[signs] == '=' &&
+         std::string_view("+-*/%").find(text[0]) != std::string_view::npos;
+}
+
+// Whether two values are one: what is shared has not been changed since it was copied.
+bool IsSame(const Value& a, const Value& b) {
+  if (a.Kind() != b.Kind()) return false;
+  if (a.IsText()) return a.Text().GetStr() == b.Text().GetStr() && a.Text().Len() == b.Text().Len();
+  return a.Kind() == TavKelList && &a.AsList() == &b.AsList();
+}
+
+}  // namespace
 
 const Value& Engine::ReadOuter(const Frame& frame, std::uint32_t reg, Part part) {
   const Function& function = *frame.function;
@@ -26,8 +43,29 @@ const Value& Engine::ReadOuter(const Frame& frame, std::uint32_t reg, Part part)
       return *found;
     }
   }
-  throw ScriptError(
-      "the variable \"" + std::string(function.layout.Name(reg).View()) + "\" has no value", part);
+  std::string message =
+      "the variable \"" + std::string(function.layout.Name(reg).View()) + "\" has no value";
+  if (part == Part::kLeft && IsUpdateSign(frame.program->source.TextFrom(PlaceOf(frame).at))) {
+    message += BeginningOf(frame, Value());
+  }
+  throw ScriptError(message, part);
+}
+
+// What is updated is quoted as it stands in the text, unless it goes on for too long to help.
+std::string Engine::BeginningOf(const Frame& frame, const Value& added) const {
+  constexpr std::size_t kLongest = 60;
+  const CodePlace& place = PlaceOf(frame);
+  const std::string_view whole = frame.program->source.TextFrom(place.left);
+  const std::string_view sign = frame.program->source.TextFrom(place.at);
+  std::string_view path = whole.substr(0, whole.size() - sign.size());
+  while (path.ends_with(' ') || path.ends_with('\t')) path.remove_suffix(1);
+  if (path.empty() || path.size() > kLongest || path.find('\n') != std::string_view::npos)
+    return {};
+  std::string text = "; begin with " + std::string(path) + " = ";
+  if (added.IsText()) return text + "\"\"";
+  if (added.Kind() == TavKelList) return text + "()";
+  if (added.IsNone() && sign.starts_with('+')) return text + "0, \"\" or ()";
+  return text + (sign.starts_with('+') || sign.starts_with('-') ? "0" : "1");
 }
 
 void Engine::Store(Frame& frame, std::uint32_t slot, Value value) {
@@ -72,6 +110,7 @@ void Engine::AddTo(Frame& frame, std::uint32_t slot, const Value* added, std::ui
     ChargeBytes(text->View().size());
     return;
   }
+  if (place && !place->IsNone() && count == 1) return Update(*place, Operator::kAdd, *added, *this);
   Value sum = Read(frame, slot, Part::kLeft);
   for (std::uint32_t i = 0; i < count; ++i) sum = Arithmetic(Operator::kAdd, sum, added[i], *this);
   Store(frame, slot, std::move(sum));
@@ -82,26 +121,64 @@ void Engine::SetPath(Frame& frame, Instruction i) {
   const auto count = static_cast<std::uint32_t>(COf(i));
   Value* place = &Changeable(frame, AOf(i));
   for (std::uint32_t k = 0; k < count; ++k) {
-    if (place->IsNone()) throw ScriptError("this has no value", Part::kLeft);
-    place = &PlaceIn(*place, keys[k], *this);
+    place =
+        k + 1 < count ? &KnownPlaceIn(*place, keys[k], *this) : &PlaceIn(*place, keys[k], *this);
   }
   *place = std::move(keys[count]);
   for (std::uint32_t k = 0; k < count; ++k) keys[k] = Value();
+}
+
+// The place that is updated, which has to have a value.
+Value& Engine::UpdatedPlace(Frame& frame, Instruction i, std::uint32_t count, const Value& added) {
+  const Value* const keys = &frame.registers[BOf(i)];
+  Value* place = &Changeable(frame, AOf(i));
+  for (std::uint32_t k = 0; k < count; ++k) {
+    const bool isField = place->Kind() == TavKelRecord && keys[k].IsText();
+    const bool isItem = place->Kind() == TavKelList && keys[k].Kind() == TavKelInteger;
+    try {
+      place = &KnownPlaceIn(*place, keys[k], *this);
+    } catch (ScriptError& missing) {
+      if (k + 1 == count && isField) missing.message += BeginningOf(frame, added);
+      if (missing.part == Part::kWhole) missing.part = Part::kLeft;
+      if (k + 1 == count && isItem) missing.message += "; \"push\" adds an item";
+      throw;
+    }
+  }
+  return *place;
+}
+
+void Engine::ReadPath(Frame& frame, Instruction i) {
+  const auto count = static_cast<std::uint32_t>(COf(i));
+  frame.registers[BOf(i) + count + 1] = UpdatedPlace(frame, i, count, Value());
+}
+
+void Engine::UpdatePath(Frame& frame, Instruction i) {
+  Value* const keys = &frame.registers[BOf(i)];
+  const auto count = static_cast<std::uint32_t>(COf(i) & kUpdateKeys);
+  const auto op = static_cast<Operator>((COf(i) & (kUpdateIsRead - 1)) >> kUpdateOperatorShift);
+  const Value& operand = keys[count];
+  Value& read = keys[count + 1];
+  Value& place = UpdatedPlace(frame, i, count, operand);
+  if ((COf(i) & kUpdateIsRead) != 0 && !IsSame(read, place)) {
+    place = Arithmetic(op, read, operand, *this);
+  } else {
+    read = Value();  // it shares what is to grow
+    Update(place, op, operand, *this);
+  }
+  for (std::uint32_t k = 0; k < count + 2; ++k) keys[k] = Value();
 }
 
 void Engine::Push(Frame& frame, Instruction i) {
   Value* const keys = &frame.registers[BOf(i)];
   const auto count = static_cast<std::uint32_t>(COf(i));
   Value* place = &Changeable(frame, AOf(i));
-  for (std::uint32_t k = 0; k < count; ++k) place = &PlaceIn(*place, keys[k], *this);
+  for (std::uint32_t k = 0; k < count; ++k) place = &KnownPlaceIn(*place, keys[k], *this);
   if (place->Kind() != TavKelList) {
     throw ScriptError(std::string("\"push\" needs a list, not ") + KindWord(*place), Part::kLeft);
   }
   if (place->AsList().sharers > 1) Charge(place->AsList().items.size());
   auto& items = place->MutableList().items;
-  if (items.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    throw ScriptError("the list is too long");
-  }
+  if (items.size() >= kMostItems) throw ScriptError("the list is too long");
   items.push_back(std::move(keys[count]));
   const auto length = static_cast<std::int32_t>(items.size());
   for (std::uint32_t k = 0; k <= count; ++k) keys[k] = Value();

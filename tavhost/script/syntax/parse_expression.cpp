@@ -70,6 +70,13 @@ FoundOperator OperatorAt(const char* at, const char* end, std::string_view word)
 
 }  // namespace
 
+Parser::Update Parser::PeekUpdate() const {
+  const FoundOperator found = OperatorAt(at_, end_, {});
+  const bool isArithmetic = found.level == kAddLevel || found.level == kMultiplyLevel;
+  if (!isArithmetic || Peek(found.length) != '=') return {};
+  return {found.op, found.length + 1};
+}
+
 Expr* Parser::NewExpr(ExprKind kind, std::uint32_t offset) {
   Expr* expr = NewNode<Expr>(arena_);
   expr->kind = kind;
@@ -216,7 +223,8 @@ Expr* Parser::ParseNumber() {
   return constant;
 }
 
-// `(x)` is x itself, `(a, b)` and `(a,)` are lists, `()` is the empty list, `(x: 1)` a record.
+// `(x)` is x itself, `(a, b)` and `(a,)` are lists, `()` is the empty list, `(x: 1)` a record,
+// `(:)` the empty one.
 Expr* Parser::ParseParentheses() {
   const Nesting nesting(*this);
   const std::uint32_t offset = Offset();
@@ -230,6 +238,12 @@ Expr* Parser::ParseParentheses() {
   SkipBlanks();
   const bool isRecord = PeekRecordKey();
   if (isRecord) list->kind = ExprKind::kRecord;
+  if (Peek() == ':') {
+    list->kind = ExprKind::kRecord;
+    ++at_;
+    SkipBlanks();
+    if (Peek() != ')') FailExpected("\")\" of the empty record");
+  }
   while (true) {
     SkipBlanks();
     if (mayEnd && Peek() == ')') break;

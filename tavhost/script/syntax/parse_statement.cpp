@@ -9,8 +9,8 @@
 #include "tavhost/script/syntax/included_file.h"
 #include "tavhost/script/syntax/parser.h"
 
-// Statements. A statement begins with a keyword, or with a name that `=`, `[`, `.` or, without a
-// blank, `(` follows; all else is a command.
+// Statements. A statement begins with a keyword, or with a name that `=`, `+=` or its kin, `[`, `.`
+// or, without a blank, `(` follows; all else is a command.
 namespace script {
 
 namespace {
@@ -106,7 +106,7 @@ Statement* Parser::ParseStatement() {
       if (statement->expr->kind != ExprKind::kCall) Fail(offset, "this value is not used");
     } else {
       SkipBlanks();
-      if (Peek() == '=' || Peek() == '[' || Peek() == '.') {
+      if (Peek() == '=' || Peek() == '[' || Peek() == '.' || PeekUpdate().length > 0) {
         statement = ParseAssignment(name);
       } else if ((name == "else" || name == "catch") && (Peek() == '{' || PeekWord() == "if")) {
         Fail(offset, name == "else" ? "this \"else\" follows no \"if\""
@@ -250,7 +250,7 @@ Statement* Parser::ParsePrint(std::uint32_t offset) {
   }
 }
 
-// `name = x`, `name[i].field = x` and so on; stands behind the name.
+// `name = x`, `name[i].field += x` and so on; stands behind the name.
 Statement* Parser::ParseAssignment(std::string_view name) {
   RequireVariable(name);
   Statement* statement = NewStatement(StatementKind::kAssign, OffsetOf(name));
@@ -277,9 +277,34 @@ Statement* Parser::ParseAssignment(std::string_view name) {
     next = &key->next;
     ++statement->count;
   }
+  const Update update = PeekUpdate();
+  if (update.length > 0) {
+    ParseUpdate(statement, update);
+    return statement;
+  }
   Require('=', "\"=\"");
   statement->expr = ParseExpression();
   return statement;
+}
+
+// `x += y` is `x = x + y`. Of an item or field the statement keeps the operator, so that its place
+// is worked out once.
+void Parser::ParseUpdate(Statement* statement, const Update& update) {
+  statement->op = update.op;
+  statement->opOffset = Offset();
+  at_ += update.length;
+  Expr* const right = ParseExpression();
+  if (statement->count > 0) {
+    statement->isUpdate = true;
+    statement->expr = right;
+    return;
+  }
+  Expr* const left = NewExpr(ExprKind::kName, statement->slotOffset);
+  left->index = statement->slot;
+  Expr* const sum = NewExpr(ExprKind::kChain, statement->opOffset);
+  sum->first = left;
+  AppendItem(sum, nullptr, right, statement->opOffset)->op = update.op;
+  statement->expr = sum;
 }
 
 void Parser::ParseFunction(std::uint32_t offset) {

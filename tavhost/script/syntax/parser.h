@@ -65,6 +65,12 @@ class Parser {
   Expr* ParseParentheses();
   Expr* ParseCall(std::string_view name);
   Expr* NewExpr(ExprKind kind, std::uint32_t offset);
+  // At `+=` and its kin: the operator, and how long the sign is. No length: something else.
+  struct Update {
+    Operator op = Operator::kAdd;
+    std::ptrdiff_t length = 0;
+  };
+  Update PeekUpdate() const;
   bool PeekRecordKey();
   void AddRecordItem(Expr* record, Item*& last, std::unordered_set<std::string>& keys);
   Item* AppendItem(Expr* to, Item* last, Expr* expr, std::uint32_t offset);
@@ -79,6 +85,7 @@ class Parser {
   Statement* ParseTry(std::uint32_t offset);
   Statement* ParsePrint(std::uint32_t offset);
   Statement* ParseAssignment(std::string_view name);
+  void ParseUpdate(Statement* statement, const Update& update);
   void ParseFunction(std::uint32_t offset);
   void ParseGlobal();
   Statement* ParseInclude(std::uint32_t offset);

@@ -129,7 +129,7 @@ struct CommandElement {
 
 // What a statement is; beside each, the members of Statement that it uses.
 enum class StatementKind : std::uint8_t {
-  kAssign,   // slot, path, expr
+  kAssign,   // slot, path, expr; with `isUpdate` also op, opOffset
   kCall,     // expr
   kCommand,  // port, element, slot of `->`
   kIf,       // expr, body, otherwise
@@ -150,10 +150,13 @@ constexpr std::uint32_t kNoSlot = ~std::uint32_t{0};
 struct Statement {
   Statement* next = nullptr;
   StatementKind kind = StatementKind::kCall;
+  bool isUpdate = false;  // what the path leads to becomes that `op` expr
+  Operator op = Operator::kAdd;
   std::uint32_t offset = 0;
   std::uint32_t slot = kNoSlot;
   std::uint32_t slotOffset = 0;  // of the variable's name
-  std::uint32_t count = 0;       // path or items
+  std::uint32_t opOffset = 0;
+  std::uint32_t count = 0;  // path or items
   Expr* expr = nullptr;
   Expr* second = nullptr;
   Expr* third = nullptr;

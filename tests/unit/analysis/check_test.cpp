@@ -33,6 +33,24 @@ TEST(Check, WalksWhatNoRunComesTo) {
   EXPECT_NE(Findings("if 1 { exit } else { }\nprint t"), "");
 }
 
+TEST(Check, TakesParenthesesForAList) {
+  const std::string wrong =
+      "the index of a list must be an integer, not a string; the empty record is (:)\n";
+  EXPECT_EQ(Findings("r = ()\nr.x = 1"), wrong);
+  EXPECT_EQ(Findings("r = ()\nfor w in args { r[\"x\"] = 1 }"), wrong);
+  EXPECT_EQ(Findings("r = ()\nr[\"x\"] += 1"), wrong);
+  EXPECT_EQ(Findings("r = (:)\nr.x = 1\nr[\"y\"] += 1"), "");
+  EXPECT_EQ(Findings("r = ()\nif len(args) { r = (:) }\nr.x = 1"), "");
+  EXPECT_EQ(Findings("FILE_EXISTS file:\"a\" -> r\nfor w in args { r.x = 1 }\nprint r.x"), "");
+}
+
+TEST(Check, KnowsUpdates) {
+  EXPECT_EQ(Findings("n += 1"), "the variable \"n\" has no value\n");
+  EXPECT_EQ(Findings("n = 1\nn += m"), "the variable \"m\" has no value\n");
+  EXPECT_EQ(Findings("n = \"a\"\nn += 1\nprint n == 1"), "a string never equals an integer\n");
+  EXPECT_EQ(Findings("l = () + (1,)\nprint l == 1"), "a list never equals an integer\n");
+}
+
 TEST(Check, TakesLongPathsWithoutStack) {
   for (const char* link : {"[0]", ".a"}) {
     const std::string path = Repeated(link, 120'000);

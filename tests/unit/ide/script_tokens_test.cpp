@@ -45,6 +45,10 @@ TEST(ScriptTokensTest, StatementsAndExpressions) {
             "k=func f=greet v=who k=return v=who v=to");
   EXPECT_EQ(Tokens(u"send \"P\" ASK to:\"x\""), "k=send s=\"P\" C=ASK p=to: s=\"x\"");
   EXPECT_EQ(Tokens(u"r.name = 1.5e-3; greet(r)"), "v=r v=name n=1.5e-3 f=greet v=r");
+  EXPECT_EQ(Tokens(u"n += m; n -= -1; n *=m; n/=m; n //= m; n %= m"),
+            "v=n v=m v=n n=1 v=n v=m v=n v=m v=n v=m v=n v=m");
+  EXPECT_EQ(Tokens(u"r = (:); r.a += b"), "v=r v=r v=a v=b");
+  EXPECT_EQ(Tokens(u"GO -5; GO == x"), "C=GO n=5 C=GO m=x");
   EXPECT_EQ(Tokens(u"if:1"), "p=if: n=1");
 }
 

@@ -157,6 +157,12 @@ TEST(Document, ListsAndRecords) {
   EXPECT_EQ(Reparsed("A (\"a\":1, \"b c\": \"x\")"), "A (a: 1, \"b c\": \"x\")");
   EXPECT_EQ(Reparsed("A (word, \"s\")"), "A (word, \"s\")");
   EXPECT_EQ(Reparsed("A ((), (a: ()), {})"), "A ((), (a: ()), {})");
+  EXPECT_EQ(Reparsed("A (:) b:( :\n )"), "A (:) b:(:)");
+  EXPECT_EQ(Reparsed("A ((:), (a: (:)))"), "A ((:), (a: (:)))");
+  EXPECT_EQ(ErrorOf("A (:"), "1:5: expected \")\" of the empty record, found the end of the text");
+  EXPECT_EQ(ErrorOf("A (:1)"), "1:5: expected \")\" of the empty record, found a number");
+  EXPECT_EQ(ErrorOf("A (1, :)"), "1:7: expected a value, found \":\"");
+  EXPECT_EQ(ErrorOf("A (:,)"), "1:5: expected \")\" of the empty record, found \",\"");
   EXPECT_EQ(ErrorOf("A (,)"), "1:4: expected a value, found \",\"");
   EXPECT_EQ(ErrorOf("A (1,,2)"), "1:6: expected a value, found \",\"");
   EXPECT_EQ(ErrorOf("A (1 2)"), "1:6: expected \",\" or \")\" in the list, found a number");

@@ -178,6 +178,8 @@ TEST(Text, OfListsAndRecordsIsTheirInside) {
   EXPECT_EQ(Kel(record), "(a: (1, \"x\"), \"b c\": 2.5)");
   EXPECT_EQ(Text(kel::Value::List(), false), "");
   EXPECT_EQ(Kel(kel::Value::List()), "()");
+  EXPECT_EQ(Text(kel::Value::Record(), false), "");
+  EXPECT_EQ(Kel(kel::Value::Record()), "(:)");
 }
 
 TEST(Text, RandomValuesReadBack) {

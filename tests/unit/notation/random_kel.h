@@ -77,7 +77,7 @@ class Maker {
       }
       default: {
         kel::Value record = kel::Value::Record();
-        for (std::uint32_t n = 1 + Below(4); n > 0; --n) {
+        for (std::uint32_t n = Below(5); n > 0; --n) {
           record.MutableRecord().At(Text(Below(2) ? Name() : Bytes())) = Value(depth - 1);
         }
         return record;

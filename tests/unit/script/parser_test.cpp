@@ -81,6 +81,17 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"x = range(1, 2, 3, 4)", "1:5: \"range\" takes 1 to 3 arguments, not 4"},
         Case{"x = format()", "1:5: \"format\" takes at least 1 argument, not 0"},
         Case{"push(1, 2)", "1:6: what \"push\" changes must be a variable"},
+        Case{"x = (:1)", "1:7: expected \")\" of the empty record, found \"1\""},
+        Case{"x += 1; x -= 1; x[0] *= 2; x.a /= 2; x //=\\\n3; x%=4", ""},
+        Case{"x += ", "1:6: expected an expression, found the end of the text"},
+        Case{"x + = 1",
+             "1:3: expected a value, a parameter, a modifier or the end of the command, found "
+             "\"+\""},
+        Case{"true += 1", "1:1: \"true\" cannot be the name of a variable"},
+        Case{"x[0] + 1", "1:6: expected \"=\", found \"+\""},
+        Case{"x <= 1",
+             "1:3: expected a value, a parameter, a modifier or the end of the command, found "
+             "\"<\""},
         Case{"x = a = b", "1:7: expected the end of the statement, found \"=\""},
         Case{"x = a ! b", "1:7: expected the end of the statement, found \"!\""}));
 
