@@ -7,6 +7,7 @@
 #include "host/windows/directories.h"
 #include "tavhost/windows/open_files.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/second_file_system_posix.h"
 
 namespace {
 
@@ -376,15 +377,14 @@ TEST_F(Files, AReadOnlyFileMovesAHeldOneDoesNot) {
 }
 
 TEST_F(Files, MoveGoesToAnotherFileSystemByCopying) {
-  char other[] = "/dev/shm/tavhost-test-XXXXXX";
-  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
-  const std::string to = std::string(other) + "/to";
+  const SecondFileSystem other;
+  if (!other.IsThere()) GTEST_SKIP() << "no second file system here";
+  const std::string to = other.Folder() + "/to";
   Write("a", "contents");
   symlink("a", "link");
   chmod("a", 0440);
   const struct timespec times[2] = {{1000, 0}, {2000, 0}};
   utimensat(AT_FDCWD, "a", times, 0);
-  if (IdOfFile(".").device == IdOfFile(other).device) GTEST_SKIP() << "the same file system";
   EXPECT_NE(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(Read(to), "contents");
   EXPECT_FALSE(Exists("a"));
@@ -401,8 +401,7 @@ TEST_F(Files, MoveGoesToAnotherFileSystemByCopying) {
   EXPECT_EQ(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(Read("a"), "more");
   EXPECT_EQ(Read(to), "contents");
-  EXPECT_EQ(CountEntries(other), 2);
-  std::filesystem::remove_all(other);
+  EXPECT_EQ(CountEntries(other.Folder()), 2);
 }
 
 }  // namespace

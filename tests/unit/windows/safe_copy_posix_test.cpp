@@ -15,6 +15,7 @@
 #include "tavhost/base/command_end.h"
 #include "tavhost/files/database_area.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/second_file_system_posix.h"
 
 namespace {
 
@@ -130,38 +131,29 @@ TEST_F(SafeCopy, AFileOfTheDatabaseAreaIsOnTheDiskBeforeItIsToldToBeStored) {
 }
 
 TEST_F(SafeCopy, AMoveToAnotherFileSystemIsOnTheDiskBeforeTheSourceGoes) {
-  char other[] = "/dev/shm/tavhost-test-XXXXXX";
-  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
-  struct stat here;
-  struct stat there;
-  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
-  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
-  const std::string to = std::string(other) + "/to";
+  const SecondFileSystem other;
+  if (!other.IsThere()) GTEST_SKIP() << "no second file system here";
+  const std::string to = other.Folder() + "/to";
   Write("a", "contents");
   synced = 0;
   syncingFails = true;
   EXPECT_EQ(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(synced, 1);
   EXPECT_EQ(Read("a"), "contents");
-  EXPECT_EQ(CountEntries(other), 0);
+  EXPECT_EQ(CountEntries(other.Folder()), 0);
   syncingFails = false;
   EXPECT_NE(MoveFileA("a", to.c_str()), 0);
   EXPECT_EQ(synced, 3) << "the file, and the folder that has its name";
   EXPECT_EQ(Read(to), "contents");
-  std::filesystem::remove_all(other);
 }
 
 TEST_F(SafeCopy, TheFoldersOfATreeThatMovesAreOnTheDiskBeforeWhatWasInThemGoes) {
-  char other[] = "/dev/shm/tavhost-test-XXXXXX";
-  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
-  struct stat here;
-  struct stat there;
-  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
-  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
+  const SecondFileSystem other;
+  if (!other.IsThere()) GTEST_SKIP() << "no second file system here";
   Write("tree/sub/a", "1");
   Write("tree/sub/b", "2");
   std::filesystem::create_directory("tree/sub/empty");
-  const std::string to = other;
+  const std::string& to = other.Folder();
   const auto indexOf = [](const std::string& event) {
     return std::find(events.begin(), events.end(), event) - events.begin();
   };
@@ -196,19 +188,14 @@ TEST_F(SafeCopy, TheFoldersOfATreeThatMovesAreOnTheDiskBeforeWhatWasInThemGoes) 
   syncingFails = false;
   FindClose(middle);
   FindClose(outer);
-  std::filesystem::remove_all(other);
 }
 
 TEST_F(SafeCopy, AMoveToAnotherFileSystemKeepsWhatTheFileIs) {
-  char other[] = "/dev/shm/tavhost-test-XXXXXX";
-  if (!mkdtemp(other)) GTEST_SKIP() << "no second file system here";
-  struct stat here;
-  struct stat there;
-  ASSERT_TRUE(stat(".", &here) == 0 && stat(other, &there) == 0);
-  if (here.st_dev == there.st_dev) GTEST_SKIP() << "the same file system";
+  const SecondFileSystem other;
+  if (!other.IsThere()) GTEST_SKIP() << "no second file system here";
   const bool isRoot = geteuid() == 0;
-  const std::string to = std::string(other) + "/to";
-  const std::string toLink = std::string(other) + "/link";
+  const std::string to = other.Folder() + "/to";
+  const std::string toLink = other.Folder() + "/link";
   Write("a", "contents");
   ASSERT_EQ(symlink("a", "link"), 0);
   const struct timespec times[2] = {{1000, 5}, {2000, 7}};
@@ -236,7 +223,6 @@ TEST_F(SafeCopy, AMoveToAnotherFileSystemKeepsWhatTheFileIs) {
   EXPECT_EQ(stat(to.c_str(), &moved), 0);
   EXPECT_EQ(moved.st_mode & 07777, 0464u);
   EXPECT_FALSE(Exists("a"));
-  std::filesystem::remove_all(other);
 }
 
 TEST_F(SafeCopy, WhatIsReplacedKeepsItsModeAndOwner) {
