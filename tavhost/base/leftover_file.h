@@ -24,11 +24,13 @@ class LeftoverFile {
   // Removes the file now; the object then has none.
   void Remove() noexcept;
   // Removes all such files. For the end of a program that cannot clean up any more: in a signal
-  // handler, or while the other threads are held. Neither allocates nor locks.
+  // handler, or while the other threads are held. Takes no memory of the program's and no lock of
+  // its own; on Windows the system's calls may take some to translate a path, so that a thread
+  // held in the middle of taking memory can hold the removal as well.
   static void RemoveAll() noexcept;
 
  private:
-  // Platform part. Neither allocates nor locks.
+  // Platform part.
   static Identity IdentityOf(const char* path) noexcept;
   static void RemoveIfSame(const char* path, const Identity& identity) noexcept;
   void Forget() noexcept;

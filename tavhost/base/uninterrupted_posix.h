@@ -5,15 +5,27 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <type_traits>
 
 namespace base {
 
-// Makes a call of the system again as long as a signal interrupts it. Not for close.
+// Makes a call of the system again as long as a signal interrupts it. Not for close. Of a call that
+// returns a pointer errno then tells why that is null: 0 where the call says so of an end.
 template <typename Call>
 auto Uninterrupted(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
+  if constexpr (std::is_pointer_v<decltype(call())>) {
+    errno = 0;
+    auto result = call();
+    while (!result && errno == EINTR) {
+      errno = 0;
+      result = call();
+    }
+    return result;
+  } else {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+  }
 }
 
 // What a slow file system, as one of another machine, may interrupt.

@@ -493,24 +493,13 @@ FolderContents FilesOf(const std::string& folder) {
   FolderContents contents;
   Descriptor opened(
       base::OpenAt(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
-  contents.readable = opened.IsOpen() || errno == ENOENT;
-  DIR* directory;
-  do {
-    directory = opened.IsOpen() ? fdopendir(opened.Get()) : nullptr;
-  } while (opened.IsOpen() && !directory && errno == EINTR);
-  if (!directory) {
-    contents.readable &= !opened.IsOpen();
-    return contents;
-  }
+  contents.readable = !opened.IsOpen() && errno == ENOENT;
+  if (!opened.IsOpen()) return contents;
+  DIR* const directory = base::Uninterrupted([&] { return fdopendir(opened.Get()); });
+  if (!directory) return contents;
   opened.Release();
-  // Only errno tells the end from a failure.
   const auto next = [directory] {
-    const struct dirent* entry;
-    do {
-      errno = 0;
-      entry = readdir(directory);
-    } while (!entry && errno == EINTR);
-    return entry;
+    return base::Uninterrupted([directory] { return readdir(directory); });
   };
   while (const struct dirent* entry = next()) {
     bool isPlain = entry->d_type == DT_REG;
