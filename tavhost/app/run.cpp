@@ -1,7 +1,11 @@
+#include <algorithm>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
 
+#include "tavhost/app/command_line_tables.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/hang_up.h"
 #include "tavhost/app/host.h"
@@ -31,6 +35,24 @@ void SetProgramPath(const CommandLine& line) {
   program_path::SetFolderOf(script);
 }
 
+// What stands behind a script is the script's, whatever it reads like. Said where the script never
+// asks for its arguments: then somebody meant the program.
+void TellOptionsBehind(const CommandLine& line, const script::RunOptions& options,
+                       std::string_view text) {
+  const auto asks = [text](const char* word) { return text.find(word) != std::string_view::npos; };
+  if (line.options.quiet || asks("args") || asks("include")) return;
+  const auto isOption = [](const std::string& argument) {
+    const std::string name = argument.substr(0, argument.find('='));
+    return std::any_of(kOptions.begin(), kOptions.end(), [&name](const OptionRow& row) {
+      return row.name == name && IsOptionOf(row, Subcommand::kRun);
+    });
+  };
+  const auto found = std::find_if(options.args.begin(), options.args.end(), isOption);
+  if (found == options.args.end()) return;
+  report::Line("tavhost: note: " + *found +
+               " stands behind the script and is its argument, not an option of tavhost");
+}
+
 }  // namespace
 
 int RunScript(const CommandLine& line) {
@@ -46,6 +68,7 @@ int RunScript(const CommandLine& line) {
   script::RunOptions options;
   options.name = source->name;
   options.args.assign(line.operands.begin() + (line.scriptText ? 0 : 1), line.operands.end());
+  TellOptionsBehind(line, options, source->text.View());
   options.sinks.print = Print;
   options.sinks.error = report::Line;
   options.sinks.readLine = ReadInputLine;

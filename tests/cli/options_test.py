@@ -218,6 +218,20 @@ class PlacementTest(ProgramTest):
         self.expect(["--screen", "800x600", "run", "--screen", "100x50", "a.tav"], "100 50 ()\n")
         self.expect(["run", "--screen", "800x600", "--screen", "10x5", "a.tav"], "10 5 ()\n")
 
+    def test_an_option_behind_a_script_without_arguments_is_noted(self):
+        self.file("a.tav", 'FWRITE file:"x" text:"done"\n')
+        self.file("args.tav", "print args\n")
+        self.file("more.tav", 'include "args.tav"\n')
+        for option in ("--dry-run", "--dry-run=json", "--timeout", "--version"):
+            self.expect(["run", "a.tav", "x", option], err=(
+                f"tavhost: note: {option} stands behind the script and is its argument, not an "
+                "option of tavhost\n"))
+        for arguments in (["a.tav", "--dry-runs"], ["a.tav", "--port=1"], ["--quiet", "a.tav",
+                          "--dry-run"], ["a.tav", "dry-run"]):
+            self.expect(["run", *arguments])
+        for script in ("args.tav", "more.tav"):
+            self.expect(["run", script, "--dry-run"], '("--dry-run")\n')
+
     def test_everything_behind_the_script_is_the_scripts(self):
         self.file("a.tav", self.SIZE)
         self.expect(["run", "a.tav", "--screen", "800x600", "-e", "--", "-", ""],
