@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <string>
+#include <tl/expected.hpp>
 
 #include "host/notation/kel_parser.h"
 #include "host/script/script_result.h"
@@ -34,9 +35,8 @@ std::string Release(bool cutShort) {
   if (!open_output_files::HasSince(newestBefore)) return {};
   if (cutShort) open_output_files::DropSince(newestBefore);
   std::string mistake = CloseWriteFile();
-  const bool areStored = open_output_files::CloseSince(newestBefore);
-  if (!mistake.empty() || areStored) return mistake;
-  return "a file that was left open could not be stored";
+  const base::Result<void> areStored = open_output_files::CloseSince(newestBefore);
+  return mistake.empty() && !areStored ? areStored.error().message : mistake;
 }
 
 }  // namespace

@@ -177,15 +177,17 @@ bool open_output_files::HasSince(TavFileHandle mark) {
   return openFiles.upper_bound(mark) != openFiles.end();
 }
 
-bool open_output_files::CloseSince(TavFileHandle mark) {
-  bool areStored = true;
+base::Result<void> open_output_files::CloseSince(TavFileHandle mark) {
+  base::Result<void> areStored;
   for (auto file = openFiles.upper_bound(mark); file != openFiles.end();
        file = openFiles.upper_bound(mark)) {
     const std::unique_ptr<disk::OutputFile> closing = std::move(file->second);
     openFiles.erase(file);
     const base::Result<bool> stored = closing->Close();
-    if (!stored) report::Line("tavhost: " + NotStoredText(stored.error()));
-    areStored &= stored.has_value();
+    if (stored) continue;
+    const std::string text = NotStoredText(stored.error());
+    report::Line("tavhost: " + text);
+    if (areStored) areStored = base::Failure(text);
   }
   return areStored;
 }
@@ -194,7 +196,7 @@ void open_output_files::DropSince(TavFileHandle mark) {
   openFiles.erase(openFiles.upper_bound(mark), openFiles.end());
 }
 
-bool open_output_files::CloseAll() { return CloseSince(0); }
+bool open_output_files::CloseAll() { return CloseSince(0).has_value(); }
 void open_output_files::DropAll() { DropSince(0); }
 
 TavFileHandle TavFileManager::fileOpenWrite(const char* path, int mode, long libraryId) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/files/file_manager.h"
+#include "tavhost/base/result.h"
 
 // Files that plug-ins have opened for writing and forgotten.
 namespace open_output_files {
@@ -9,8 +10,9 @@ namespace open_output_files {
 TavFileHandle Newest();
 // Whether one that was opened behind `mark` is open.
 bool HasSince(TavFileHandle mark);
-// As the functions for all, for those that were opened behind `mark`.
-bool CloseSince(TavFileHandle mark);
+// As the functions for all, for those that were opened behind `mark`. The failure is that of the
+// first file.
+base::Result<void> CloseSince(TavFileHandle mark);
 void DropSince(TavFileHandle mark);
 
 // At the end of the host, while all that they need is there: closes what is open, and so stores

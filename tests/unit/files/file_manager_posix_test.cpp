@@ -5,12 +5,15 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <tl/expected.hpp>
+
 #include "host/files/core_variables.h"
 #include "host/files/database_names.h"
 #include "host/files/system_file_manager.h"
 #include "host/windows/files.h"
 #include "tavhost/base/command_end.h"
 #include "tavhost/files/database_area.h"
+#include "tavhost/files/open_output_files.h"
 #include "tavhost/files/program_path.h"
 #include "tests/support/scratch_folder.h"
 
@@ -411,28 +414,32 @@ TEST_F(DatabaseArea, AFileAppearsWholeWhenItIsClosed) {
 
 TEST_F(DatabaseArea, AFileThatDoesNotFitLeavesTheOldOne) {
   EXPECT_TRUE(WriteWhole("db:\\x", "old"));
-  struct rlimit before;
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  struct rlimit small = before;
-  small.rlim_cur = 5;
-  const auto ignored = signal(SIGXFSZ, SIG_IGN);
-  TavFileHandle handle = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  const long written = TavFileManager::fileWrite(handle, "new and long", 12);
-  setrlimit(RLIMIT_FSIZE, &before);
-  signal(SIGXFSZ, ignored);
-  EXPECT_EQ(written, 0);
-  std::string told;
-  try {
-    TavFileManager::fileClose(handle);
-  } catch (const command_end::Failure& failure) {
-    told = failure.what();
+  for (const bool isForgotten : {false, true}) {
+    const TavFileHandle mark = open_output_files::Newest();
+    struct rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    struct rlimit small = before;
+    small.rlim_cur = 5;
+    const auto ignored = signal(SIGXFSZ, SIG_IGN);
+    TavFileHandle handle = TavFileManager::fileOpenWrite("db:\\x", 2, -1);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const long written = TavFileManager::fileWrite(handle, "new and long", 12);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, ignored);
+    EXPECT_EQ(written, 0);
+    std::string told;
+    try {
+      if (isForgotten) told = open_output_files::CloseSince(mark).error().message;
+      TavFileManager::fileClose(handle);
+    } catch (const command_end::Failure& failure) {
+      told = failure.what();
+    }
+    EXPECT_EQ(told, std::filesystem::current_path().string() + "/../area/0/x" +
+                        " could not be stored: File too large; it stays as it was");
+    EXPECT_EQ(handle, 0);
+    EXPECT_EQ(ReadBack("db:\\x"), "old");
+    EXPECT_EQ(CountEntries("../area/0"), 1) << "nothing is left beside it";
   }
-  EXPECT_EQ(told, std::filesystem::current_path().string() + "/../area/0/x" +
-                      " could not be stored: File too large; it stays as it was");
-  EXPECT_EQ(handle, 0);
-  EXPECT_EQ(ReadBack("db:\\x"), "old");
-  EXPECT_EQ(CountEntries("../area/0"), 1) << "nothing is left beside it";
 }
 
 TEST_F(DatabaseArea, EveryFileUnderWayIsHeld) {
