@@ -236,6 +236,37 @@ def copied(runner, folder, is_far):
             raise Broken(f"the copy of {name} has the mode {found:o} instead of {mode:o}")
 
 
+def special_bits(runner, folder, is_far):
+    """A copy takes none of the bits that let somebody act for another, a move all of them."""
+    place = pathlib.Path(runner.far) / folder.name if is_far else folder
+    bits = {"file": 0o6755, "stuck": 0o1755, "folder": 0o7775, "group": 0o2770}
+    for target, above, copies in (("plain", 0o755, (0o755, 0o755, 0o1775, 0o770)),
+                                  ("of-a-group", 0o2755, (0o755, 0o755, 0o3775, 0o2770))):
+        for name, mode in bits.items():
+            make(folder / "src" / name, (0, 0), mode, is_folder=name in ("folder", "group"))
+        make(place / target, (0, 0), above, is_folder=True)
+        run(runner, folder, f'COPY_FILES "src" to:"{place}/{target}"\nprint ecode\n', "0")
+        for name, mode in zip(bits, copies):
+            expect_owner(place / target / "src" / name, (0, 0), mode)
+        shutil.rmtree(place / target / "src")
+        run(runner, folder, f'MOVE_FILES "src" to:"{place}/{target}"\nprint ecode\n', "0")
+        for name, mode in bits.items():
+            expect_owner(place / target / "src" / name, (0, 0), mode)
+
+
+def moved_in_vain(runner, folder, _):
+    """From a folder of which nothing may be taken away: all stays there, and what the first move has
+    made is in the way of the second."""
+    make(folder, (ANN, ANN), 0o755, is_folder=True)
+    make(folder / "to", (ANN, ANN), 0o755, is_folder=True)
+    make(folder / "src/file", (ANN, ANN), 0o644)
+    make(folder / "src", (ANN, ANN), 0o555, is_folder=True)
+    run(runner, folder, 'MOVE_FILES "src" to:"to"\nprint ecode\nIS_DIR_EMPTY path:"to/src"\n'
+                        'print isempty\nMOVE_FILES "src" to:"to"\nprint ecode\n'
+                        'DIR_REMOVE path:"to/src"\nprint ecode\nFREAD file:"src/file"\n'
+                        'print text\n', "1 1 1 0 text", ANN)
+
+
 def replaced(runner, folder, _):
     """A file that a copy or a text replaces keeps what it was, whoever that is."""
     for kind, command in (("copy", 'FCOPY from:"new" to:"{}"'),
@@ -319,10 +350,11 @@ def cases(runner):
         if is_far:
             shutil.rmtree(pathlib.Path(runner.far) / folder.name)
 
-    for case, is_far in itertools.product((moved, moved_by_a_user, copied), (False, True)):
+    for case, is_far in itertools.product((moved, moved_by_a_user, copied, special_bits),
+                                          (False, True)):
         if runner.far or not is_far:
             yield f"rights: {case.__name__}", lambda c=case, f=is_far: in_a_folder(c, f)
-    for case in (replaced, replaced_by_a_user):
+    for case in (replaced, replaced_by_a_user, moved_in_vain):
         yield f"rights: {case.__name__}", lambda c=case: in_a_folder(c, False)
     for command, is_far in itertools.product(('MOVE_FILES "src" to:"{to}"',
                                               'COPY_FILES "src" to:"{to}"'), (False, True)):
