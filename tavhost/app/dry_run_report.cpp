@@ -5,6 +5,7 @@
 
 #include "tavhost/app/standard_streams.h"
 #include "tavhost/base/literal.h"
+#include "tavhost/base/plugin_call.h"
 
 namespace app {
 
@@ -54,6 +55,12 @@ std::string NameText(const std::string& name) {
   return literal;
 }
 
+// Behind a failure: where the script is.
+std::string InScript() {
+  const std::string place = plugin_call::PlaceText();
+  return place.empty() ? place : " (" + place + ")";
+}
+
 std::string TextOf(const Step& step) {
   const std::string object = NameText(step.object);
   std::string words = RowOf(step.act).words;
@@ -76,7 +83,7 @@ std::string TextOf(const Step& step) {
     case Act::kCrash:
       return words;
     case Act::kFail:
-      return words + (object.empty() ? "" : " at " + object) + ": " + step.detail;
+      return words + (object.empty() ? "" : " at " + object) + ": " + step.detail + InScript();
     default:
       return words + replacing + ' ' + object;
   }
@@ -92,7 +99,14 @@ json JsonOf(const Step& step, const std::string& command) {
   const bool mayReplace =
       step.act == Act::kCopy || step.act == Act::kWrite || step.act == Act::kOpen;
   if (mayReplace) object["replaces"] = step.replaces;
-  if (step.act == Act::kFail) object["reason"] = step.detail;
+  if (step.act == Act::kFail) {
+    object["reason"] = step.detail;
+    const plugin_call::Place place = plugin_call::CurrentPlace();
+    if (!place.file.empty()) {
+      object["script"] = std::string(place.file);
+      object["line"] = place.line;
+    }
+  }
   if (step.act == Act::kSend) object["verb"] = step.detail;
   return object;
 }

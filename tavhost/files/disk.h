@@ -43,6 +43,8 @@ enum ReadCode : long { kRead = 0, kNotFound = 1, kUnreadable = 2, kTooLarge = 4 
 
 // Unless all has been read, the contents are empty.
 ReadCode Read(Name name, SV::String& contents);
+// Whether this user may read a plain file at a path of the system.
+bool MayRead(const std::string& path);
 
 // A file open for writing. Others can read it meanwhile, but neither remove nor move it.
 class OutputFile {

@@ -351,6 +351,12 @@ ReadCode Read(Name name, SV::String& contents) {
   return kRead;
 }
 
+bool MayRead(const std::string& path) {
+  return Descriptor(
+             base::OpenAt(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK))
+      .IsOpen();
+}
+
 std::unique_ptr<OutputFile> OpenForWriting(Name name, bool append) {
   const Location location(name);
   if (const int stream = StandardStreamOf(location.GetPath()); stream >= 0) {

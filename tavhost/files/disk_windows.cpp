@@ -177,6 +177,13 @@ bool Copy(Name from, Name to, const CopyOptions& options) {
 
 bool Rename(Name from, Name to) { return MoveFileA(from.text, to.text) != 0; }
 
+bool MayRead(const std::string& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return base::FileHandle(CreateFileA(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr))
+      .IsOpen();
+}
+
 ReadCode Read(Name name, SV::String& contents) {
   // A longer text is no path; the system might look at one, cut somewhere.
   constexpr std::size_t kLongestPath = std::size_t{4} << 20;

@@ -21,13 +21,23 @@ namespace {
 struct ToldCommand {
   std::string_view name;
   int success;  // its ecode then
+  const char*
+      object;  // the parameter that names what it is about; empty: the main value, null: none
 };
 constexpr ToldCommand kToldCommands[] = {
-    {"FWRITE", 0},      {"FDELETE", 1},      {"FILE_DELETE", 0}, {"DELETE_FILES", 0},
-    {"FCOPY", 1},       {"FILE_COPY", 0},    {"COPY_FILES", 0},  {"MOVE_FILES", 0},
-    {"FILE_RENAME", 0}, {"DIR_CREATE", 0},   {"DIR_REMOVE", 0},  {"COPY_TO_CLIPBOARD", 0},
-    {"SERVICE", 0},     {"HTTP_REQUEST", 0},
+    {"FWRITE", 0, "file"},     {"FDELETE", 1, "file"},       {"FILE_DELETE", 0, "file"},
+    {"DELETE_FILES", 0, ""},   {"FCOPY", 1, "from"},         {"FILE_COPY", 0, "from"},
+    {"COPY_FILES", 0, ""},     {"MOVE_FILES", 0, ""},        {"FILE_RENAME", 0, "from"},
+    {"DIR_CREATE", 0, "path"}, {"DIR_REMOVE", 0, "path"},    {"COPY_TO_CLIPBOARD", 0, nullptr},
+    {"SERVICE", 0, nullptr},   {"HTTP_REQUEST", 0, nullptr},
 };
+
+// As the script writes it: the host was not asked what it means.
+std::string ObjectOf(const ToldCommand& told, TavKelParser& params) {
+  if (!told.object) return {};
+  return std::string(
+      (*told.object ? params.GetStrValue(told.object) : params.GetStrValue()).View());
+}
 
 }  // namespace
 
@@ -74,7 +84,7 @@ bool DryRun::Run(const char* command, TavKelParser& params, Reply& reply, TavScr
   const std::optional<int> code = script::CodeOf(result, textBefore);
   if (code && *code != told->success) {
     const std::string reason = command_ + " has ecode " + std::to_string(*code);
-    dry_run::Tell({dry_run::Act::kFail, {}, {}, -1, false, reason});
+    dry_run::Tell({dry_run::Act::kFail, ObjectOf(*told, params), {}, -1, false, reason});
   }
   return true;
 }

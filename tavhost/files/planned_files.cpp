@@ -19,6 +19,8 @@ using file_names::IsSeparator;
 namespace {
 
 constexpr const char* kNoPath = "no path leads to what has this name";
+constexpr const char* kMeansDirectory = "a path that ends so means a directory";
+constexpr const char* kNoMatch = "nothing matches";
 constexpr const char* kNoFile = "there is no such file";
 constexpr const char* kNoDirectory = "there is no such directory";
 constexpr const char* kExists = "it exists";
@@ -90,6 +92,16 @@ bool IsWithin(std::string_view path, std::string_view folder) {
 }
 
 bool EndsInSeparator(std::string_view text) { return !text.empty() && IsSeparator(text.back()); }
+
+bool MeansDirectory(disk::Name name) { return name.isScripts && EndsInSeparator(name.text); }
+
+// A path as a failure tells it: with the separator at its end, which makes it a directory's.
+std::string Told(disk::Name name) {
+  if (!name.isScripts) return name.text;
+  std::string path = Full(name.text);
+  if (EndsInSeparator(name.text) && !EndsInSeparator(path)) path += dir_entry::kSeparator;
+  return path;
+}
 
 std::string Join(const std::string& folder, const std::string& name) {
   return EndsInSeparator(folder) ? folder + name : folder + dir_entry::kSeparator + name;
@@ -422,18 +434,24 @@ bool PlannedFiles::IsOneFile(const Found& first, const Found& second) {
          std::filesystem::equivalent(ToPath(first.real), ToPath(second.real), error);
 }
 
+// What is no file is not asked.
+bool PlannedFiles::IsReadableFile(const Found& found) {
+  return found.kind != Kind::kFile || found.real.empty() ||
+         disk::MayRead(disk::ShortPath(found.real));
+}
+
 PlannedFiles::Entry PlannedFiles::At(disk::Name name) {
   const auto path = Reach(name);
   if (!path) return {};
   const Found found = Find(*path);
   const bool isDirectory = found.kind == Kind::kDirectory || found.kind == Kind::kDirectoryLink;
-  if (name.isScripts && EndsInSeparator(name.text) && !isDirectory) return {};
+  if (MeansDirectory(name) && !isDirectory) return {};
   return {Parted(*path).second, found.kind, found.isReadOnly};
 }
 
 bool PlannedFiles::IsFile(disk::Name name) {
   const auto path = Reach(name);
-  if (!path || (name.isScripts && EndsInSeparator(name.text))) return false;
+  if (!path || MeansDirectory(name)) return false;
   const Found found = Find(*path);
   if (found.kind == Kind::kLink) return LeadsToFile(*path);
   return found.kind == Kind::kFile || found.kind == Kind::kOther;
@@ -444,7 +462,7 @@ disk::ReadCode PlannedFiles::Read(disk::Name name, SV::String& contents) {
   if (!path) return disk::kNotFound;
   const Found found = FindItself(Followed(*path));
   if (found.kind == Kind::kNone) return disk::kNotFound;
-  if (name.isScripts && EndsInSeparator(name.text)) {
+  if (MeansDirectory(name)) {
     return FindItself(*path).kind == Kind::kFile ? disk::kNotFound : disk::kUnreadable;
   }
   if (found.node && found.real.empty() && found.kind == Kind::kFile) {
@@ -498,28 +516,31 @@ std::optional<std::vector<PlannedFiles::Entry>> PlannedFiles::EntriesOf(const st
   return entries;
 }
 
-PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
-  if (!dir_entry::CanBePattern(pattern) || EndsInSeparator(pattern)) return nullptr;
+base::Result<PlannedFiles::Search*> PlannedFiles::OpenSearch(const char* pattern) {
+  const auto nothing = base::Failure(kNoMatch, Told({pattern}));
+  if (!dir_entry::CanBePattern(pattern) || EndsInSeparator(pattern)) return nothing;
   const std::string_view text = pattern;
   const auto [written, mask] = Parted(Full(text));
   const std::string folder = Followed(written);
   auto search = std::make_unique<Search>();
   if (HidesItsName(text)) {
-    if (mask.empty() || !IsDirectory(Followed(Full(text)))) return nullptr;
+    if (mask.empty() || !IsDirectory(Followed(Full(text)))) return nothing;
     const std::size_t separator = text.find_last_of("/\\");
     search->folder =
         Followed(Full(separator == std::string_view::npos ? "." : text.substr(0, separator + 1)));
-    if (!IsDirectory(search->folder)) return nullptr;
+    if (!IsDirectory(search->folder)) return nothing;
     search->entries.push_back({mask, Kind::kDirectory, false});
     search->itself = Followed(Full(text));
   } else {
-    if (!Reach({folder.c_str(), false})) return nullptr;
+    if (!Reach({folder.c_str(), false})) return nothing;
     const Found in = Find(folder);
-    if (in.kind != Kind::kDirectory && in.kind != Kind::kDirectoryLink) return nullptr;
+    if (in.kind == Kind::kUnknown) return base::Failure(kUntold, folder);
+    if (in.kind != Kind::kDirectory && in.kind != Kind::kDirectoryLink) return nothing;
     search->folder = folder;
     if (!file_names::HasWildcard(mask)) {
       Entry entry = At({pattern});
-      if (!IsReadable(in.real) || entry.kind == Kind::kUnknown) return nullptr;
+      if (!IsReadable(in.real)) return base::Failure(kUnreadable, folder);
+      if (entry.kind == Kind::kUnknown) return base::Failure(kUntold, Told({pattern}));
       if (entry.kind != Kind::kNone) search->entries.push_back(std::move(entry));
     } else {
       for (const char* dots : {".", ".."}) {
@@ -528,7 +549,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
         }
       }
       std::optional<std::vector<Entry>> entries = EntriesOf(folder, in);
-      if (!entries) return nullptr;
+      if (!entries) return base::Failure(kUnreadable, folder);
       for (Entry& entry : *entries) {
         if (file_names::MatchesWildcard(entry.name, mask)) {
           search->entries.push_back(std::move(entry));
@@ -536,7 +557,7 @@ PlannedFiles::Search* PlannedFiles::OpenSearch(const char* pattern) {
       }
     }
   }
-  if (search->entries.empty()) return nullptr;
+  if (search->entries.empty()) return nothing;
   searches_.push_back(std::move(search));
   return searches_.back().get();
 }
@@ -568,19 +589,27 @@ bool PlannedFiles::IsInSearched(const std::string& folder) const {
   });
 }
 
-bool PlannedFiles::Fail(const std::string& path, const char* reason) {
+bool PlannedFiles::Fail(const std::string& path, const std::string& reason) {
   dry_run::Tell({Act::kFail, path, {}, -1, false, reason});
   return false;
 }
 
-bool PlannedFiles::Refuse(disk::Name name, const char* reason) {
-  return Fail(name.isScripts ? Full(name.text) : name.text, reason);
+bool PlannedFiles::Refuse(disk::Name name, const std::string& reason) {
+  return Fail(Told(name), reason);
+}
+
+bool PlannedFiles::RefuseAttributes(disk::Name name) {
+  const auto path = Reach(name);
+  const bool isUntold = path && Find(*path).kind == Kind::kUnknown;
+  return Refuse(name, isUntold ? kUntold : kNoDirectory);
 }
 
 bool PlannedFiles::GoesIntoItself(const char* pattern, const char* target) {
   const auto reached = Reach({target});
-  Search* search = reached && IsDirectory(*reached) ? OpenSearch(pattern) : nullptr;
-  if (!search) return false;
+  if (!reached || !IsDirectory(*reached)) return false;
+  const base::Result<Search*> opened = OpenSearch(pattern);
+  if (!opened) return false;
+  Search* const search = *opened;
   const std::string path = Followed(*reached);
   bool isInside = false;
   while (const Entry* entry = Next(*search)) {
@@ -595,17 +624,17 @@ bool PlannedFiles::MakeDirectory(disk::Name name, bool mayBeThere) {
   const auto path = Reach(name);
   if (!path) return Refuse(name, kNoPath);
   const std::string folder = Parted(*path).first;
-  if (IsInSearched(folder)) return Fail(*path, kIsInside);
+  if (IsInSearched(folder)) return Refuse(name, kIsInside);
   const Kind kind = Find(*path).kind;
   // What cannot be told now is asked again by whoever is to fill it.
   if ((kind == Kind::kDirectory || kind == Kind::kUnknown) && mayBeThere) return false;
   if (kind == Kind::kDirectoryLink && !searches_.empty()) {
     closedWay_ = *path;
-    return Fail(*path, "it is a link");
+    return Refuse(name, "it is a link");
   }
-  if (kind != Kind::kNone) return Fail(*path, kind == Kind::kUnknown ? kUntold : kExists);
-  if (!IsDirectory(folder)) return Fail(*path, kNoDirectory);
-  if (IsNameTooLong(*path)) return Fail(*path, kIsTooLong);
+  if (kind != Kind::kNone) return Refuse(name, kind == Kind::kUnknown ? kUntold : kExists);
+  if (!IsDirectory(folder)) return Refuse(name, kNoDirectory);
+  if (IsNameTooLong(*path)) return Refuse(name, kIsTooLong);
   dry_run::Tell({Act::kCreateDirectory, *path});
   Put(*path, {Kind::kDirectory});
   return true;
@@ -620,12 +649,12 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
     Put(*path, {});
     return true;
   }
-  if (found.kind == Kind::kUnknown) return Fail(*path, kUntold);
-  if (found.kind != Kind::kDirectory) return Fail(*path, kNoDirectory);
-  if (*path == Full(".")) return Fail(*path, kIsCurrent);
+  if (found.kind == Kind::kUnknown) return Refuse(name, kUntold);
+  if (found.kind != Kind::kDirectory) return Refuse(name, kNoDirectory);
+  if (*path == Full(".")) return Refuse(name, kIsCurrent);
   const std::optional<std::vector<Entry>> entries = EntriesOf(*path, found);
-  if (!entries) return Fail(*path, kUnreadable);
-  if (!entries->empty()) return Fail(*path, "it is not empty");
+  if (!entries) return Refuse(name, kUnreadable);
+  if (!entries->empty()) return Refuse(name, "it is not empty");
   dry_run::Tell({Act::kDeleteDirectory, *path});
   Put(*path, {});
   return true;
@@ -633,7 +662,8 @@ bool PlannedFiles::RemoveFolder(disk::Name name) {
 
 bool PlannedFiles::Delete(disk::Name name) {
   const auto path = Reach(name);
-  if (!path || (name.isScripts && EndsInSeparator(name.text))) return Refuse(name, kNoPath);
+  if (!path) return Refuse(name, kNoPath);
+  if (MeansDirectory(name)) return Refuse(name, kMeansDirectory);
   const Found found = Find(*path);
   if (found.kind == Kind::kNone) return Fail(*path, kNoFile);
   if (found.kind == Kind::kUnknown) return Fail(*path, kUntold);
@@ -648,8 +678,10 @@ bool PlannedFiles::Delete(disk::Name name) {
 bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   const auto source = Reach(from);
   const auto target = Reach(to);
-  if (!source || (from.isScripts && EndsInSeparator(from.text))) return Refuse(from, kNoPath);
-  if (!target || (to.isScripts && EndsInSeparator(to.text))) return Refuse(to, kNoPath);
+  if (!source) return Refuse(from, kNoPath);
+  if (!target) return Refuse(to, kNoPath);
+  if (MeansDirectory(from)) return Refuse(from, kMeansDirectory);
+  if (MeansDirectory(to)) return Refuse(to, kMeansDirectory);
   const bool isFollowed = options.followLink && IsLink(FindItself(*source).kind);
   const std::string original = isFollowed ? Followed(*source) : *source;
   const Found copied = Find(original);
@@ -661,9 +693,10 @@ bool PlannedFiles::Copy(disk::Name from, disk::Name to, CopyOptions options) {
   if (copied.kind == Kind::kOther || (options.followLink && IsLink(copied.kind))) {
     return Fail(*source, "it is no plain file");
   }
+  if (!IsReadableFile(copied)) return Fail(*source, kUnreadable);
+  if (present.kind == Kind::kUnknown) return Fail(*target, kUntold);
   if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
   if (present.kind == Kind::kDirectory) return Fail(*target, kIsDirectory);
-  if (present.kind == Kind::kUnknown) return Fail(*target, kUntold);
   if (present.kind != Kind::kNone) {
     const bool isItself = IsEqual(original, *target) || IsEqual(original, Followed(*target));
     if (isItself || (!IsLink(copied.kind) && IsOneFile(copied, present)))
@@ -691,29 +724,31 @@ bool PlannedFiles::Move(disk::Name from, disk::Name to) {
   if (!source) return Refuse(from, kNoPath);
   if (!target) return Refuse(to, kNoPath);
   const Found moved = Find(*source);
-  const bool namesDirectory =
-      (from.isScripts && EndsInSeparator(from.text)) || (to.isScripts && EndsInSeparator(to.text));
-  if (moved.kind == Kind::kNone) return Fail(*source, kNoFile);
-  if (moved.kind == Kind::kUnknown) return Fail(*source, kUntold);
-  if (namesDirectory && moved.kind != Kind::kDirectory) return Fail(*source, kNoDirectory);
-  if (IsUnderWay(*source)) return Fail(*source, kIsOpen);
-  if (IsUnderWay(*target)) return Fail(*target, kIsOpen);
-  if (IsUnmovable(from, *source)) return Fail(*source, kIsCurrent);
+  const bool namesDirectory = MeansDirectory(from) || MeansDirectory(to);
+  if (moved.kind == Kind::kNone) return Refuse(from, kNoFile);
+  if (moved.kind == Kind::kUnknown) return Refuse(from, kUntold);
+  if (namesDirectory && moved.kind != Kind::kDirectory) return Refuse(from, kNoDirectory);
+  if (IsUnderWay(*source)) return Refuse(from, kIsOpen);
+  if (IsUnderWay(*target)) return Refuse(to, kIsOpen);
+  if (IsUnmovable(from, *source)) return Refuse(from, kIsCurrent);
   const bool isItself = *source == *target;
   if (!isItself && !IsEqual(*source, *target)) {
     const Kind present = Find(*target).kind;
-    if (present == Kind::kUnknown) return Fail(*target, kUntold);
-    if (present != Kind::kNone) return Fail(*target, kExists);
+    if (present == Kind::kUnknown) return Refuse(to, kUntold);
+    if (present != Kind::kNone) return Refuse(to, kExists);
   }
-  if (!IsDirectory(Parted(*target).first)) return Fail(*target, kNoDirectory);
-  if (IsNameTooLong(*target)) return Fail(*target, kIsTooLong);
+  if (!IsDirectory(Parted(*target).first)) return Refuse(to, kNoDirectory);
+  if (IsNameTooLong(*target)) return Refuse(to, kIsTooLong);
   if (moved.kind == Kind::kDirectory && !isItself && IsWithin(*target, *source)) {
-    return Fail(*target, kIsInside);
+    return Refuse(to, kIsInside);
   }
-  if (moved.kind == Kind::kDirectory && !isItself &&
-      !disk::IsOneFileSystem(RealFolderOf(*source), RealFolderOf(Parted(*target).first))) {
-    return Fail(*source, kIsFar);
-  }
+  const auto isFar = [&] {
+    return !isItself &&
+           !disk::IsOneFileSystem(RealFolderOf(*source), RealFolderOf(Parted(*target).first));
+  };
+  if (moved.kind == Kind::kDirectory && isFar()) return Refuse(from, kIsFar);
+  // There it is copied.
+  if (!IsReadableFile(moved) && isFar()) return Refuse(from, kUnreadable);
   dry_run::Tell({Act::kMove, *source, *target});
   if (isItself) return true;
   Node node = moved.node ? *moved.node : Node{moved.kind, moved.isReadOnly, moved.real};
@@ -826,8 +861,8 @@ bool PlannedFiles::IsUnderWay(const std::string& path) const {
 std::unique_ptr<disk::OutputFile> PlannedFiles::OpenForWriting(disk::Name name, bool append,
                                                                Appears when) {
   const auto path = Reach(name);
-  if (!path || (name.isScripts && EndsInSeparator(name.text))) {
-    Refuse(name, kNoPath);
+  if (!path || MeansDirectory(name)) {
+    Refuse(name, path ? kMeansDirectory : kNoPath);
     return nullptr;
   }
   if (disk::IsStandardStream(name)) {

@@ -11,6 +11,7 @@
 
 #include "host/base/string.h"
 #include "tavhost/base/dry_run.h"
+#include "tavhost/base/result.h"
 #include "tavhost/files/disk.h"
 
 class PlannedOutput;
@@ -54,8 +55,8 @@ class PlannedFiles {
   // read.
   std::optional<std::vector<Entry>> EntriesOf(const std::string& folder);
 
-  // Null when the pattern finds nothing.
-  Search* OpenSearch(const char* pattern);
+  // Fails when the pattern finds nothing, or that cannot be told.
+  base::Result<Search*> OpenSearch(const char* pattern);
   // Whether `target` lies in a directory that the pattern finds.
   bool GoesIntoItself(const char* pattern, const char* target);
   // The next entry; null behind the last.
@@ -88,7 +89,9 @@ class PlannedFiles {
   void EnsureFolder(const std::string& folder);
 
   // Says why a step would fail, and returns false.
-  bool Refuse(disk::Name name, const char* reason);
+  bool Refuse(disk::Name name, const std::string& reason);
+  // The same of what is no directory as far as can be told.
+  bool RefuseAttributes(disk::Name name);
 
  private:
   friend class PlannedOutput;
@@ -150,10 +153,11 @@ class PlannedFiles {
   bool IsNameTooLong(const std::string& path);
   // Whether the disk has one file at both places, under two names or through a link.
   static bool IsOneFile(const Found& first, const Found& second);
+  static bool IsReadableFile(const Found& found);
   bool IsUnderWay(const std::string& path) const;
   bool IsInSearched(const std::string& folder) const;
 
-  bool Fail(const std::string& path, const char* reason);
+  bool Fail(const std::string& path, const std::string& reason);
 
   std::vector<std::unique_ptr<Node>> nodes_;  // flat, so that no depth matters when they go
   Node* root_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tl/expected.hpp>
 
 #include "tavhost/base/stop.h"
 #include "tavhost/files/planned_functions_platform.h"
@@ -47,9 +48,13 @@ bool ReturnNext(PlannedFiles::Search& search, WIN32_FIND_DATAA* data) {
 }
 
 HANDLE FindFirst(LPCSTR pattern, WIN32_FIND_DATAA* data) {
-  PlannedFiles::Search* search = files->OpenSearch(pattern);
-  if (search && ReturnNext(*search, data)) return search;
-  if (command.isOfTrees) files->Refuse({pattern}, "nothing matches");
+  const base::Result<PlannedFiles::Search*> search = files->OpenSearch(pattern);
+  if (search) {
+    ReturnNext(**search, data);
+    return *search;
+  }
+  const base::Error& why = search.error();
+  if (command.isOfTrees) files->Refuse({why.file->c_str(), false}, why.message);
   return INVALID_HANDLE_VALUE;
 }
 
@@ -72,8 +77,7 @@ DWORD Attributes(LPCSTR path) {
   const DWORD attributes = AttributesOf(files->At({path}));
   const bool isDirectory =
       attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  if (command.isOfTrees && !isDirectory && !files->IsWayClosed())
-    files->Refuse({path}, "there is no such directory");
+  if (command.isOfTrees && !isDirectory && !files->IsWayClosed()) files->RefuseAttributes({path});
   return attributes;
 }
 

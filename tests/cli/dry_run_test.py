@@ -459,7 +459,7 @@ class DryRunTest(ProgramTest):
         os.symlink("other", self.folder / "to/src/sub")
         self.file("a.tav", 'COPY_FILES "src" to:"to" overwrite-existing-dir\nprint ecode\n')
         result = self.run_program("run", "--dry-run", "a.tav")
-        self.assertEqual(result.out, f"would fail at {self.folder}/to/src/sub: it is a link\n1\n"
+        self.assertEqual(result.out, f"would fail at {self.folder}/to/src/sub: it is a link (a.tav:1)\n1\n"
                                      "in all, would do nothing; failures: 1\n")
 
     def test_a_name_cannot_forge_a_line(self):
@@ -471,15 +471,32 @@ class DryRunTest(ProgramTest):
         folder = self.folder
         self.assertEqual(result.out, (
             f'would move {folder}/a to "{folder}/b\\nin all, would do nothing; failures: 0"\n'
-            f'would fail at "{folder}/no\\x1B[2Jne": there is no such file\n'
+            f'would fail at "{folder}/no\\x1B[2Jne": there is no such file (a.tav:2)\n'
             "in all, would move (1); failures: 1\n"))
+
+    def test_a_path_that_means_a_directory_is_told_as_one(self):
+        self.file("a", "a")
+        (self.folder / "d").mkdir()
+        means = "a path that ends so means a directory"
+        rows = (('FDELETE file:"a/"', "a/", means), ('FCOPY from:"a/" to:"b"', "a/", means),
+                ('FCOPY from:"a" to:"b/"', "b/", means), ('FWRITE file:"a/" text:"x"', "a/", means),
+                ('FILE_RENAME from:"a/" to:"b"', "a/", "there is no such directory"),
+                ('DIR_REMOVE path:"a/"', "a/", "there is no such directory"),
+                ('DIR_CREATE path:"d/./"', "d/", "it exists"),
+                ('DELETE_FILES "d/"', "d/", "nothing matches"),
+                ('COPY_FILES "a" to:"a/"', "a/", "there is no such directory"))
+        told = [line for line in self.run_program(
+            "run", "--dry-run", *(part for row in rows for part in ("-e", row[0]))
+        ).out.splitlines() if line.startswith("would ")]
+        self.assertEqual(told, [f"would fail at {self.folder}/{path}: {why} (<command line>:{line})"
+                                for line, (_, path, why) in enumerate(rows, 1)])
 
     def test_a_temporary_file_without_a_folder_is_counted(self):
         self.file("a.tav", 'DELETE_FILES "tmp"\nfilename = ""\nGET_TEMP_FILENAME\nprint filename\n')
         (self.folder / "tmp").mkdir()
         result = self.run_program("run", "--dry-run", "a.tav",
                                   env={"TMPDIR": str(self.folder / "tmp")})
-        self.assertIn(f"would fail at {self.folder}/tmp: there is no such directory\n", result.out)
+        self.assertIn(f"would fail at {self.folder}/tmp: there is no such directory (a.tav:3)\n", result.out)
         self.assertIn("failures: 1\n", result.out)
 
     def test_the_report_for_programs(self):
@@ -497,7 +514,7 @@ class DryRunTest(ProgramTest):
              "replaces": True},
             {"output": "two lines\n"},
             {"step": "fail", "command": "FDELETE", "path": f"{here}/none",
-             "reason": "there is no such file"},
+             "reason": "there is no such file", "script": "a.tav", "line": 4},
             {"step": "create-directory", "command": "DIR_CREATE", "path": f"{here}/d"}])
         counts = {name: count for name, count in lines[-1]["counts"].items() if count}
         self.assertEqual((counts, lines[-1]["failures"]),
@@ -517,7 +534,7 @@ class DryRunTest(ProgramTest):
                     "would send POST to http://127.0.0.1:9/x\n0 ||\n"
                     "would copy to the clipboard: 3 bytes\n0\n"
                     "would start the script service on port 8123\n0\n"
-                    "would fail at 8124: the service runs already\n1\n1\n"
+                    "would fail at 8124: the service runs already (a.tav:7)\n1\n1\n"
                     "would stop the script service\n0\n"
                     "in all, would send (1), copy to the clipboard (1), "
                     "start the script service (1), stop the script service (1); "
@@ -552,7 +569,7 @@ class DryRunTest(ProgramTest):
         self.expect(["run", "--dry-run", "--db", "area", "a.tav"],
                     f"would open, replacing what is there, {here}/old\n"
                     f"would append 3 bytes to {here}/old\n"
-                    f"would fail at {here}/b: there is no such file\n"
+                    f"would fail at {here}/b: there is no such file (a.tav:3)\n"
                     f"would append 3 bytes to {here}/old\nwould open {here}/old\n"
                     f"would create the directory {here}/d\n"
                     f"would write 3 bytes to {here}/area/0/k\n"
@@ -567,10 +584,14 @@ class DryRunTest(ProgramTest):
                            'EXECUTE "FWRITE text:1"\n')
         result = self.run_program("run", "--dry-run", "a.tav")
         self.assertEqual(result.out,
-                         "would fail: FWRITE has ecode 4\nwould fail: FWRITE has ecode 3\n"
-                         f"would fail: FWRITE has ecode 1\nwould open {self.folder}/o\n"
-                         "would fail: FWRITE has ecode 3\nwould fail: DELETE_FILES has ecode 1\n"
-                         "would fail: FWRITE has ecode 1\nwould fail: SERVICE has ecode 1\n3\n"
+                         "would fail: FWRITE has ecode 4 (a.tav:1)\n"
+                         "would fail at x: FWRITE has ecode 3 (a.tav:2)\n"
+                         "would fail: FWRITE has ecode 1 (a.tav:3)\n"
+                         f"would open {self.folder}/o\n"
+                         "would fail at x: FWRITE has ecode 3 (a.tav:5)\n"
+                         'would fail at "a\\0": DELETE_FILES has ecode 1 (a.tav:7)\n'
+                         'would fail at "x\\0": FWRITE has ecode 1 (a.tav:8)\n'
+                         "would fail: SERVICE has ecode 1 (a.tav:9)\n3\n"
                          "in all, would open (1); failures: 7\n", result)
         self.expect(["send", "--dry-run", 'FWRITE text:"x"', 'FWRITE close'],
                     "would fail: FWRITE has ecode 4\n ecode:4 written:0\n"
@@ -618,9 +639,9 @@ class DryRunTest(ProgramTest):
                            f'FILE_RENAME from:"e" to:"{target}"\nprint ecode\n')
         why = "a directory cannot be moved to another file system"
         self.expect(["run", "--dry-run", "a.tav"],
-                    f"would fail at {self.folder}/d: {why}\n1\n"
+                    f"would fail at {self.folder}/d: {why} (a.tav:1)\n1\n"
                     f"would create the directory {self.folder}/e\n"
-                    f"would fail at {self.folder}/e: {why}\n1\n"
+                    f"would fail at {self.folder}/e: {why} (a.tav:4)\n1\n"
                     "in all, would create the directory (1); failures: 2\n")
         self.assertEqual(self.run_program("run", "a.tav").out, "1\n1\n")
 

@@ -841,7 +841,9 @@ def without_permission(runner, mode, readable):
         write(folder / "look.tav", "\n".join(f"{command}\nprint ecode" for command in (
             'DIR_LIST path:"src/locked"', 'DIR_LIST path:"src/locked" filemask:"file"',
             'IS_DIR_EMPTY path:"src/locked"', 'DIR_REMOVE path:"src/locked"',
-            'COPY_FILES "src/locked" to:"looked"', 'COPY_FILES "src/locked/file" to:"looked"')))
+            'COPY_FILES "src/locked" to:"looked"', 'COPY_FILES "src/locked/file" to:"looked"',
+            'FCOPY from:"src/locked/file" to:"looked/f"', 'FREAD file:"src/locked/file"',
+            'FILE_COPY from:"src/locked/file" to:"looked/g"')))
         done = subprocess.run([program, "run", *options, "look.tav"], cwd=folder, check=True,
                               stdout=subprocess.PIPE, text=True, timeout=60, **user_only)
         return [line for line in done.stdout.splitlines() if line.isdigit()]
@@ -873,6 +875,52 @@ def without_permission(runner, mode, readable):
         if path.is_file() and path.read_bytes() != before[name][1]:
             raise Broken(f"{path} is half written")
     shutil.rmtree(folder)
+
+
+def dry_run_of_what_cannot_be_read(runner):
+    """A dry run says of a source that this user may not read what the command then says, and names
+    what cannot be read."""
+    folder = runner.folder()
+    far = pathlib.Path(tempfile.mkdtemp(dir=runner.far)) if runner.far else folder / "far"
+    for name in ("file", "tree/file", "tree/shut/inner", "shut/inner", "to/x", "locked/deep/inner"):
+        write(folder / name, name)
+    for path in (folder, *folder.rglob("*"), *([far] if runner.far else [])):
+        os.chown(path, NOBODY, NOBODY)
+    # The inner ones first: behind the outer ones nothing is found any more.
+    for name, mode in (("file", 0), ("tree/file", 0), ("tree/shut", 0o300), ("shut", 0o300),
+                       ("locked", 0)):
+        (folder / name).chmod(mode)
+    cannot, untold = "what is in it cannot be read", "it cannot be told what is there"
+    rows = (('FCOPY from:"file" to:"to/f"', "file", cannot),
+            ('FILE_COPY from:"file" to:"to/f"', "file", cannot),
+            ('FILE_COPY from:"file" to:"db:/f"', "file", cannot),
+            ('COPY_FILES "file" to:"to"', "file", cannot),
+            ('COPY_FILES "tree/*" to:"to"', "tree/file", cannot),
+            ('COPY_FILES "tree/s*" to:"to" overwrite-existing-dir', "tree/shut", cannot),
+            ('COPY_FILES "shut/*" to:"to"', "shut", cannot),
+            ('COPY_FILES "shut/inner" to:"to"', "shut", cannot),
+            ('DELETE_FILES "shut/*"', "shut", cannot),
+            ('COPY_FILES "locked/deep" to:"to"', "locked", cannot),
+            ('COPY_FILES "locked/deep/*" to:"to"', "locked/deep", untold),
+            ('COPY_FILES "to/x" to:"locked/deep"', "locked/deep", untold),
+            ('FCOPY from:"to/x" to:"locked/deep/x"', "locked/deep/x", untold),
+            *([(f'MOVE_FILES "file" to:"{far}"', "file", cannot)] if runner.far else []))
+    program = runner.for_anybody() if os.geteuid() == 0 else runner.tavhost
+    user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+
+    def said(command, *options):
+        return subprocess.run(
+            [program, "--db", "area", "run", *options, "-e", f"{command}\nprint ecode"],
+            cwd=folder, check=True, stdout=subprocess.PIPE, text=True, timeout=60,
+            **user).stdout.splitlines()
+
+    for command, at, why in rows:
+        told, done = said(command, "--dry-run"), said(command)
+        if [line for line in told if line.isdigit()] != done:
+            raise Broken(f"{command}: {done}, but the dry run told {told} (left in {folder})")
+        if f"would fail at {folder / at}: {why} (<command line>:1)" not in told:
+            raise Broken(f"{command}: told {told}, not {at}: {why} (left in {folder})")
+    remove(folder)
 
 
 # Each with what it answers when it failed.
@@ -984,6 +1032,7 @@ def other_cases(runner, long):
     for mode, readable in ((0o000, False), (0o444, True), (0o555, True), (0o311, False)):
         yield f"a folder of mode {mode:03o}", (
             lambda m=mode, r=readable: without_permission(runner, m, r))
+    yield "a dry run of what cannot be read", lambda: dry_run_of_what_cannot_be_read(runner)
     for command in BAD_LOOKS:
         yield "a dry run on a bad disk", lambda c=command: dry_run_on_bad_disk(runner, c)
     looks = 5000 if long else 100
