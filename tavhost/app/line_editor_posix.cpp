@@ -117,17 +117,17 @@ std::string HistoryFile() {
   if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state == '/') {
     folder = state;
   } else if (const char* home = std::getenv("HOME"); home && *home == '/') {
-    folder = home;
-    for (const char* part : {"/.local", "/state"}) {
-      folder += part;
-      mkdir(folder.c_str(), 0700);
-    }
+    folder = std::string(home) + "/.local/state";
   } else {
     return {};
   }
-  folder += "/tavhost";
-  mkdir(folder.c_str(), 0700);
-  return folder + "/history";
+  folder += "/tavhost/";
+  // Nobody else has to know what is typed; what is there already stays as it is.
+  for (auto slash = folder.find('/', 1); slash != std::string::npos;
+       slash = folder.find('/', slash + 1)) {
+    mkdir(folder.substr(0, slash).c_str(), 0700);
+  }
+  return folder + "history";
 }
 
 class TerminalEditor final : public LineEditor {

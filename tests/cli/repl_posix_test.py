@@ -163,6 +163,20 @@ class TerminalTest(ProgramTest):
             self.assertEqual(terminal.exit_code(), 0)
         self.assertTrue((self.folder / ".local/state/tavhost/history").exists())
 
+    def test_the_folder_of_the_history_is_made(self):
+        """With all above it, and for nobody else."""
+        state = self.folder / "not/there"
+        self.environment["XDG_STATE_HOME"] = str(state)
+        terminal = Terminal(self, "repl")
+        terminal.wait_for("tav> ")
+        terminal.type("print 40 + 2\n")
+        terminal.wait_for("42")
+        terminal.end_input()
+        self.assertEqual(terminal.exit_code(), 0)
+        self.assertIn("40", (state / "tavhost/history").read_text())
+        for folder in (state.parent, state, state / "tavhost"):
+            self.assertEqual(folder.stat().st_mode & 0o777, 0o700)
+
     def test_completion(self):
         terminal = Terminal(self, "repl")
         terminal.wait_for("tav> ")
