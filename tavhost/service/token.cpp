@@ -101,6 +101,11 @@ base::Result<TokenFile> TokenFile::WriteOrRead(std::string& token, const std::st
     return base::Failure("the token file " + path + " is not a regular file");
   }
   std::optional<std::string> text = ReadBeginning(path);
+  if (text && text->empty() && IsPrivateFile(path)) {
+    // Nobody writes a token by and by: whoever has made this file has not lived to fill it.
+    std::remove(path.c_str());
+    text.reset();
+  }
   if (!text) {
     if (WritePrivateFile(path, token + '\n')) return TokenFile(path, true);
     return CannotBeWritten(path);

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "tavhost/base/new_file_posix.h"
+#include "tavhost/base/uninterrupted_posix.h"
 #include "tavhost/service/token.h"
 
 namespace script::service {
@@ -28,20 +30,17 @@ std::string PrivateFolder() {
   return IsPrivate(folder) ? folder : std::string();
 }
 
+// Whole at once: a program that is killed meanwhile leaves nothing of that name.
 bool WritePrivateFile(const std::string& path, std::string_view contents) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (file < 0) return false;
-  const ssize_t count = write(file, contents.data(), contents.size());
-  const bool written = count == static_cast<ssize_t>(contents.size());
-  int reason = count < 0 ? errno : ENOSPC;
-  if (close(file) == 0) {
-    if (written) return true;
-  } else if (written) {
-    reason = errno;
+  base::NewFile file(AT_FDCWD, path.c_str());
+  if (!file.Create(0600)) return false;
+  const ssize_t count = base::Uninterrupted(
+      [&] { return write(file.Descriptor(), contents.data(), contents.size()); });
+  if (count != static_cast<ssize_t>(contents.size())) {
+    if (count >= 0) errno = ENOSPC;
+    return false;
   }
-  unlink(path.c_str());  // or it would stand in the way of the next start
-  errno = reason;
-  return false;
+  return file.Close() && file.TakeFreeName();
 }
 
 bool IsPrivateFile(const std::string& path) {

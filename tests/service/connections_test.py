@@ -1038,6 +1038,13 @@ class Sockets(unittest.TestCase):
         process.terminate()
         process.wait()
         self.assertTrue(os.path.exists(path))
+        # One that was made and never filled is nobody's.
+        open(path, "w").close()
+        process, _ = self.start("--socket", self.path, "--token-file", path)
+        self.assertEqual(self.post("/script", "x = 1", self.token(path))[0], 200)
+        process.terminate()
+        process.wait()
+        self.assertFalse(os.path.exists(path))
         for contents, mode, reason in [("0123456789abcdefABCDEF0123456789xyz", 0o644, b"others"),
                                        ("short", 0o600, b"32 to 256"), ("a b" * 20, 0o600, b"32")]:
             with open(path, "w") as file:
