@@ -10,6 +10,10 @@ namespace app {
 // the fault, as it would have without.
 void ReportCrashes();
 
+// From now on a plug-in whose command calls `exit` is told likewise, and the exit code is that of
+// an error, whatever it wanted: the script has not come to its end.
+void ReportExits();
+
 // The line about the code that runs now, in memory of its own; `cause` is the system's word for the
 // fault. Without `details` what runs is left out: it is in no good order. Neither locks nor
 // allocates.

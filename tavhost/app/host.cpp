@@ -10,6 +10,7 @@
 
 #include "host/dialog/app_work_window.h"
 #include "tavhost/app/client_answers.h"
+#include "tavhost/app/crash.h"
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/app/interrupts.h"
 #include "tavhost/app/request_care.h"
@@ -191,6 +192,7 @@ base::Result<std::unique_ptr<Host>, int> Host::Start(const Options& options) {
     for (const std::string& path : host->plugins_->Paths()) planned_functions::ReplaceIn(path);
   }
   StartWatchdog();
+  ReportExits();
   HandleInterrupts();
   loader::KeepSignals();
   if (const base::Result<void> begun = host->BeginRecord(); !begun) {

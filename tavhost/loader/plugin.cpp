@@ -1,5 +1,8 @@
 #include "tavhost/loader/plugin.h"
 
+#include <cxxabi.h>
+
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -64,7 +67,12 @@ bool Guarded(const Plugin& plugin, const char* command, TavScriptResult& result,
       const trace::PluginScope scope;
       const plugin_call::Scope call(plugin.Path().c_str(), command);
       const CommandSignals signals(plugin.IsOwn());
-      isCommand = callPlugin();
+      try {
+        isCommand = callPlugin();
+      } catch (const abi::__forced_unwind&) {
+        // It ends the thread on which everything runs: nothing could go on behind it.
+        std::abort();
+      }
     }
     end.Returned();
     if (kel::TakeAllocationRefused()) throw std::bad_alloc();

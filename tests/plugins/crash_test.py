@@ -122,6 +122,27 @@ class CrashTest(unittest.TestCase):
             self.assertEqual(self.run_program("run", "-e", text),
                              (0, f"{command}: {message}\n2\n", ""))
 
+    def test_exit(self):
+        """Whatever code it wants, in the middle of a command it is an error."""
+        (self.folder / "demo.tav").write_text('print "before"\nEXIT\nprint "late"\n')
+        for arguments, where, said in ((("run", "demo.tav"), " at demo.tav:2", "before\n"),
+                                       (("send", "EXIT"), "", "")):
+            self.assertEqual(self.run_program(*arguments), (
+                1, said, f'tavhost: plug-in "{self.plugin_name()}", command EXIT{where} did not '
+                         "return: exit was called; the program ends\n"))
+
+    def test_the_end_of_the_thread(self):
+        if machine:
+            self.skipTest("there it cannot be seen")
+        plugin = options.plugin.with_name("signals.so")
+        done = subprocess.run([options.tavhost, "--plugin", plugin, "run", "-e",
+                               "try { END_THREAD } catch e { }\nprint 2"],
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60,
+                              env=sanitizers.environment_for_faults())
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (
+            -signal.SIGABRT, "", f'tavhost: plug-in "{plugin}", command END_THREAD at '
+                                 "<command line>:1 crashed: signal 6 (SIGABRT)\n"))
+
     def test_a_command_before_does_not_count(self):
         """The line names what runs, not what ran."""
         cause, code = dict(self.faults())["ABORT"]

@@ -32,14 +32,12 @@ void OverflowStack(const char*, TavKelParser&, TavScriptResult&) { recurse(0); }
 void Throw(const char*, TavKelParser&, TavScriptResult&) { throw std::runtime_error("no good"); }
 void ThrowNumber(const char*, TavKelParser&, TavScriptResult&) { throw 3; }
 
+void Exit(const char*, TavKelParser&, TavScriptResult&) { std::exit(0); }
+
 }  // namespace
 
 const TavMessagePortCommand kTable[] = {
-    {"WRITE_NOWHERE", WriteNowhere},
-    {"ABORT", Abort},
-    {"DIVIDE", Divide},
-    {"OVERFLOW_STACK", OverflowStack},
-    {"THROW", Throw},
-    {"THROW_NUMBER", ThrowNumber},
-    {nullptr, nullptr},
+    {"WRITE_NOWHERE", WriteNowhere},   {"ABORT", Abort},   {"DIVIDE", Divide},
+    {"OVERFLOW_STACK", OverflowStack}, {"EXIT", Exit},     {"THROW", Throw},
+    {"THROW_NUMBER", ThrowNumber},     {nullptr, nullptr},
 };

@@ -1,4 +1,5 @@
-// A plug-in whose commands take signals away from the host: blocked or handled by others.
+// A plug-in whose commands take signals away from the host, blocked or handled by others, or end
+// its thread.
 #include <signal.h>
 
 #include <atomic>
@@ -26,6 +27,8 @@ void Ignore(const char*, TavKelParser&, TavScriptResult&) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGALRM}) signal(number, SIG_IGN);
 }
 
+void EndThread(const char*, TavKelParser&, TavScriptResult&) { pthread_exit(nullptr); }
+
 // Tells a test that what it waits for has begun.
 void Mark(const char*, TavKelParser&, TavScriptResult&) {
   if (const char* const name = std::getenv("TEST_MARK")) {
@@ -48,5 +51,6 @@ const TavMessagePortCommand kTable[] = {
     {"BLOCK_AND_SPIN", BlockAndSpin},
     {"IGNORE", Ignore},
     {"MARK", Mark},
+    {"END_THREAD", EndThread},
     {nullptr, nullptr},
 };
