@@ -2,8 +2,15 @@
 
 #include <functional>
 #include <memory>
+#include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
+
+#include "tavhost/base/coarse_clock.h"
+#include "tavhost/base/event_loop.h"
+#include "tavhost/base/stop.h"
+#include "tavhost/notation/freeing.h"
 
 namespace kel {
 
@@ -14,32 +21,123 @@ namespace {
 // to them. Each leads to the next; a record's address has its lowest bit set, and 0 ends them.
 constexpr std::uintptr_t kIsRecord = 1;
 
+constexpr std::uint32_t kBetweenLooks = 4096;  // at the clock, in values
+constexpr std::uint32_t kPatience = 100;       // milliseconds behind a stop
+constexpr std::uint32_t kBrief = 50;
+constexpr std::uint32_t kPiece = 5;
+
+struct Chain {
+  std::uintptr_t first = 0;
+  std::uintptr_t last = 0;  // while there is a first
+};
+
 thread_local bool isReleasing = false;
-thread_local std::uintptr_t firstDoomed = 0;
+thread_local Chain doomed;
+thread_local Chain left;  // for later: see freeing.h
+thread_local bool mayLeave = false;
+thread_local bool isLaterPosted = false;
+thread_local std::uint32_t freed = 0;  // values, ever
+// Until when freeing may take, behind a stop and otherwise; nothing: as long as it takes.
+thread_local std::optional<std::uint32_t> stopLimit;
+thread_local std::optional<std::uint32_t> limit;
 
 std::uintptr_t AddressOf(ListData* list) { return reinterpret_cast<std::uintptr_t>(list); }
 std::uintptr_t AddressOf(RecordData* record) {
   return reinterpret_cast<std::uintptr_t>(record) | kIsRecord;
 }
 
+bool IsRecord(std::uintptr_t address) { return (address & kIsRecord) != 0; }
+ListData* ListAt(std::uintptr_t address) { return reinterpret_cast<ListData*>(address); }
+RecordData* RecordAt(std::uintptr_t address) {
+  return reinterpret_cast<RecordData*>(address & ~kIsRecord);
+}
+
+std::uintptr_t& NextOf(std::uintptr_t address) {
+  return IsRecord(address) ? RecordAt(address)->next : ListAt(address)->next;
+}
+
+void Push(std::uintptr_t address) {
+  if (doomed.first == 0) doomed.last = address;
+  NextOf(address) = std::exchange(doomed.first, address);
+}
+
+// The clock starts anew now and then: what is over is told by the difference.
+bool IsOver(std::uint32_t until) {
+  return static_cast<std::int32_t>(base::CoarseMilliseconds() - until) >= 0;
+}
+
+bool TakesTooLong() {
+  if (!mayLeave) return false;
+  if (limit && IsOver(*limit)) return true;
+  if (!stop::IsRequested()) {
+    stopLimit.reset();
+    return false;
+  }
+  if (!stopLimit) stopLimit = base::CoarseMilliseconds() + kPatience;
+  return IsOver(*stopLimit);
+}
+
+// False when something is left of them.
+template <typename Item>
+bool Free(std::vector<Item>& items) {
+  std::uint32_t count = freed;
+  bool goesOn = true;
+  while (goesOn && !items.empty()) {
+    items.pop_back();
+    goesOn = ++count % kBetweenLooks != 0 || !TakesTooLong();
+  }
+  freed = count + 1;
+  return items.empty();
+}
+
+void FreeLeft() noexcept;
+
+// All that is doomed is for later.
+void Leave() noexcept {
+  if (left.first == 0) left.last = doomed.last;
+  NextOf(doomed.last) = left.first;
+  left.first = std::exchange(doomed.first, 0);
+  if (isLaterPosted) return;
+  try {
+    event_loop::Post(FreeLeft);
+    isLaterPosted = true;
+  } catch (const std::bad_alloc&) {
+    // The next that is left posts it.
+  }
+}
+
 void DestroyDoomed() noexcept {
-  while (firstDoomed != 0) {
-    const std::uintptr_t doomed = firstDoomed;
-    if ((doomed & kIsRecord) != 0) {
-      auto* const record = reinterpret_cast<RecordData*>(doomed & ~kIsRecord);
-      firstDoomed = record->next;
-      delete record;
+  while (doomed.first != 0) {
+    const std::uintptr_t address = doomed.first;
+    doomed.first = NextOf(address);
+    const bool isEmpty =
+        IsRecord(address) ? Free(RecordAt(address)->fields) : Free(ListAt(address)->items);
+    if (!isEmpty) {
+      Push(address);
+      return Leave();
+    }
+    if (IsRecord(address)) {
+      delete RecordAt(address);
     } else {
-      auto* const list = reinterpret_cast<ListData*>(doomed);
-      firstDoomed = list->next;
-      delete list;
+      delete ListAt(address);
     }
   }
 }
 
+void FreeLeft() noexcept {
+  isLaterPosted = false;
+  if (isReleasing || left.first == 0) return;
+  isReleasing = true;
+  doomed = std::exchange(left, {});
+  const auto before = std::exchange(limit, base::CoarseMilliseconds() + kPiece);
+  DestroyDoomed();
+  limit = before;
+  isReleasing = false;
+}
+
 template <typename Data>
-void TakeApart(Data* doomed) noexcept {
-  doomed->next = std::exchange(firstDoomed, AddressOf(doomed));
+void TakeApart(Data* data) noexcept {
+  Push(AddressOf(data));
   if (isReleasing) return;
   isReleasing = true;
   DestroyDoomed();
@@ -47,6 +145,12 @@ void TakeApart(Data* doomed) noexcept {
 }
 
 }  // namespace
+
+void LetFreeingWait() noexcept { mayLeave = true; }
+
+BriefFreeing::BriefFreeing() noexcept { limit = base::CoarseMilliseconds() + kBrief; }
+
+BriefFreeing::~BriefFreeing() { limit.reset(); }
 
 Value Value::List() {
   Value value;

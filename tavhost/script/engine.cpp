@@ -11,6 +11,7 @@
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
 #include "tavhost/notation/allocation_hook.h"
+#include "tavhost/notation/freeing.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/code_points.h"
 #include "tavhost/script/operations.h"
@@ -86,8 +87,9 @@ void AddField(kel::Value& record, const char* name, kel::Value value) {
 
 }  // namespace
 
+// Never destroyed: to free what is in them would only hold up the end of the program.
 TavKelValueSet& GlobalVariables() {
-  static TavKelValueSet globals;
+  static auto& globals = *new TavKelValueSet;
   return globals;
 }
 
@@ -98,6 +100,7 @@ Engine& Engine::Current() {
 }
 
 Engine::Engine() : frames_(new Frame[kMaxDepth + 1]), scriptPort_(ScriptPort::TavScript()) {
+  kel::LetFreeingWait();
   plugin_call::SetPlaceTeller([]() noexcept { return Current().Here(); });
 }
 
@@ -110,7 +113,10 @@ bool Engine::Begin(const RunOptions& options) {
     args.MutableList().items.push_back(TextValue(argument));
   }
   kel::Scope& globals = kel::Scope::Of(GlobalVariables());
-  globals.Clear();
+  {
+    const kel::BriefFreeing brief;  // of what the script before has left
+    globals.Clear();
+  }
   globals.Set("args", std::move(args));
   kel::TakeAllocationRefused();  // what was refused before is nothing of this script's
   sinks_ = std::move(sinks);

@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "host/notation/kel_value.h"
+#include "tavhost/base/event_loop.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/notation/allocation_hook.h"
+#include "tavhost/notation/freeing.h"
 #include "tests/unit/notation/parsing.h"
 
 using kel::Value;
@@ -28,6 +33,31 @@ TEST(Value, CopiesShareAndWritersGetTheirOwn) {
   other.MutableRecord().At("a") = Value(2);
   EXPECT_EQ(record.AsRecord().Find("a")->Integer(), 1);
   EXPECT_EQ(other.AsRecord().Find("a")->Integer(), 2);
+}
+
+// A stop is not held up by what takes long to free; that is freed as events are handled.
+TEST(Value, WhatTakesLongToFreeBehindAStopIsLeftForLater) {
+  constexpr int kMoreThanALook = 10000;
+  const Value inner = Value::List();
+  const auto freeMany = [&inner] {
+    Value list = Value::List();
+    list.MutableList().items.assign(kMoreThanALook, inner);
+  };
+  kel::LetFreeingWait();
+  freeMany();
+  EXPECT_EQ(inner.AsList().sharers, 1u);
+  stop::Request(stop::Reason::kUser);
+  freeMany();
+  EXPECT_EQ(inner.AsList().sharers, 1u) << "a little while is nothing";
+  // The clock's own steps make the while a little longer.
+  std::this_thread::sleep_for(std::chrono::milliseconds(150));
+  freeMany();
+  EXPECT_GT(inner.AsList().sharers, 1u);
+  stop::Clear();
+  for (int round = 0; event_loop::HasPostedWork() && round < 1000; ++round) {
+    event_loop::RunPostedWork();
+  }
+  EXPECT_EQ(inner.AsList().sharers, 1u);
 }
 
 TEST(Value, MovingLeavesNone) {
