@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/export.h"
 #include "tavhost/base/result.h"
 
 namespace base {
@@ -48,7 +49,7 @@ class WholeFile {
 };
 
 // All at once.
-Result<void> WriteWholeFile(const std::string& path, std::string_view bytes,
-                            const WholeFile::Options& options);
+TAV_HOST_API Result<void> WriteWholeFile(const std::string& path, std::string_view bytes,
+                                         const WholeFile::Options& options);
 
 }  // namespace base

@@ -5,10 +5,12 @@
 #include <string_view>
 #include <vector>
 
+#include "host/export.h"
+
 namespace ide {
 
 // What was entered at a console, oldest first, and the way back through it.
-class History {
+class TAV_HOST_API History {
  public:
   // More than anyone leafs through; the file stays small.
   static constexpr std::size_t kMostEntries = 2000;

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/export.h"
+
 // A script's text as an editor sees it: a line at a time, in UTF-16, as it is typed. It never
 // fails; what is wrong is coloured as what it looks like.
 namespace ide {
@@ -33,14 +35,16 @@ struct Token {
 using LineState = int;
 
 // Appends the line's tokens, in order, and returns what it leaves open.
-LineState TokenizeLine(std::u16string_view line, LineState before, std::vector<Token>& tokens);
+TAV_HOST_API LineState TokenizeLine(std::u16string_view line, LineState before,
+                                    std::vector<Token>& tokens);
 
 // The partner of the bracket at `offset`; none when there is no bracket there or it has none.
 // Brackets in strings and comments do not count.
-std::optional<std::size_t> MatchingBracket(std::u16string_view text, std::size_t offset);
+TAV_HOST_API std::optional<std::size_t> MatchingBracket(std::u16string_view text,
+                                                        std::size_t offset);
 
 // The variables that a script names, sorted: assigned to, loop variables, arguments of functions,
 // the functions themselves.
-std::vector<std::u16string_view> NamesIn(std::u16string_view text);
+TAV_HOST_API std::vector<std::u16string_view> NamesIn(std::u16string_view text);
 
 }  // namespace ide

@@ -2,13 +2,14 @@
 
 #include <string_view>
 
+#include "host/export.h"
 #include "tavhost/base/result.h"
 
 namespace ui {
 
 // Whether the environment names a display. That need not answer, and the module with windows may be
 // absent.
-bool HasDisplay();
+TAV_HOST_API bool HasDisplay();
 
 // Whether windows can be made where they would be: the display answers, or none is needed since
 // they are only drawn. Fails with what is wrong. Takes as long as connecting does; what makes

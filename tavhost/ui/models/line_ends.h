@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/export.h"
+
 namespace ui {
 
 // What ends a line. Text edits show all of them alike and give every line the same end back.
@@ -21,7 +23,7 @@ enum class LineEnd : std::uint8_t {
 
 // Which line ends stand where in a text that is edited, so that those which nobody touched keep
 // their bytes. Texts are UTF-16; line ends are counted from 0.
-class LineEnds {
+class TAV_HOST_API LineEnds {
  public:
   explicit LineEnds(std::u16string_view text);
 

@@ -4,12 +4,13 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "host/export.h"
 #include "tavhost/ui/models/modal_model.h"
 
 namespace ui {
 
 // A list of which one entry, or any number, is chosen, and check boxes below it.
-class ListBoxModel final : public ModalModel {
+class TAV_HOST_API ListBoxModel final : public ModalModel {
  public:
   struct CheckBox {
     std::string text;

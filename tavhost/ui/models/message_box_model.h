@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "host/export.h"
 #include "tavhost/ui/models/modal_model.h"
 
 namespace ui {
@@ -9,7 +10,7 @@ namespace ui {
 enum class MessageKind { kInfo, kQuery, kError, kWarning };
 
 // A text and a row of buttons, chosen by a style word (host/sv/mess_box.h).
-class MessageBoxModel final : public ModalModel {
+class TAV_HOST_API MessageBoxModel final : public ModalModel {
  public:
   MessageBoxModel(MessageKind kind, std::uint32_t style, std::string text);
 

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/export.h"
 #include "tavhost/ui/models/window_model.h"
 
 namespace ui {
@@ -31,7 +32,7 @@ struct ModalButton {
 inline constexpr std::string_view kCancelButton = "cancel";
 
 // A window that is answered before anything else goes on.
-class ModalModel : public WindowModel {
+class TAV_HOST_API ModalModel : public WindowModel {
  public:
   ModalModel(ModalKind kind, std::string defaultTitle)
       : WindowModel(std::move(defaultTitle)), kind_(kind) {}

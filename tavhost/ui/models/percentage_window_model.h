@@ -4,13 +4,14 @@
 #include <optional>
 #include <string>
 
+#include "host/export.h"
 #include "tavhost/ui/models/window_model.h"
 
 namespace ui {
 
 // How far some work has come: one or two bars, a message line for each, and whether the user wants
 // it to end.
-class PercentageWindowModel final : public WindowModel {
+class TAV_HOST_API PercentageWindowModel final : public WindowModel {
  public:
   using Clock = std::chrono::steady_clock;
 
@@ -57,6 +58,6 @@ class PercentageWindowModel final : public WindowModel {
 };
 
 // A time as a user reads it: "0:07", "12:34", "1:02:03".
-std::string TimeText(std::chrono::seconds time);
+TAV_HOST_API std::string TimeText(std::chrono::seconds time);
 
 }  // namespace ui

@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "host/export.h"
 #include "tavhost/ui/models/window_model.h"
 #include "tavhost/ui/table/table_model.h"
 
@@ -24,7 +25,7 @@ class ResultToolObserver {
 
 // Several tables of which one is shown, to be leafed through. The tables are their owner's; each
 // must stay until it is removed.
-class ResultToolModel final : public WindowModel {
+class TAV_HOST_API ResultToolModel final : public WindowModel {
  public:
   enum Button { kPrevious, kNext, kClose, kSave, kPrint, kSearch, kButtonCount };
 

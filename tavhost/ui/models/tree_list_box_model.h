@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/export.h"
 #include "tavhost/ui/image_source.h"
 #include "tavhost/ui/models/modal_model.h"
 
@@ -15,7 +16,7 @@ namespace ui {
 
 // A tree of items with ids, its selection, and buttons beside OK and Cancel. Adding, finding and
 // selecting cost the same however many items there are; nothing recurses into the tree's depth.
-class TreeListBoxModel final : public ModalModel {
+class TAV_HOST_API TreeListBoxModel final : public ModalModel {
  public:
   struct Options {
     bool sizeable = true;

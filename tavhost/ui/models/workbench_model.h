@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/base/size.h"
+#include "host/export.h"
 #include "tavhost/ui/models/window_model.h"
 
 namespace ui {
@@ -80,7 +81,7 @@ class WorkbenchObserver {
 };
 
 // The tools of a work window: which there are, where they stand and which of them show.
-class WorkbenchModel {
+class TAV_HOST_API WorkbenchModel {
  public:
   WorkbenchModel();
   WorkbenchModel(const WorkbenchModel&) = delete;

@@ -5,13 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "host/export.h"
 #include "tavhost/ui/table/table_model.h"
 
 namespace ui {
 
 // Which rows of a table a user sees, and in which order: sorted by a column, narrowed by a filter.
 // The table itself stays as it is. A place is a row as the user sees it.
-class TableArrangement {
+class TAV_HOST_API TableArrangement {
  public:
   struct Place {
     std::uint32_t row;

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "host/export.h"
 #include "tavhost/ui/table/reference_format.h"
 #include "tavhost/ui/table/table_text.h"
 
@@ -30,7 +31,7 @@ struct TableChange {
 // A table: titles, rows, how its columns look, and changes with undo. The text that it is read from
 // stays as it is; what a user changes is kept beside it. Columns count from 0 as they stand in the
 // text, whether or not the first holds the rows' handles.
-class TableModel {
+class TAV_HOST_API TableModel {
  public:
   explicit TableModel(bool withHandleColumn) : hasHandles_(withHandleColumn) {}
   TableModel(const TableModel&) = delete;

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "host/export.h"
+
 namespace ui {
 
 // A table as delimited text: lines of fields, the first of which holds the column titles. The text
@@ -20,7 +22,7 @@ namespace ui {
 // the very end does not count. Where lines end at line feeds, a CR before one is dropped. One
 // character that separates both fields and rows separates rows. Where `"` is itself a separator
 // nothing is quoted.
-class TableText {
+class TAV_HOST_API TableText {
  public:
   // False, and nothing changed, when a quoted field is not closed, text follows a closing quote, or
   // a line has more fields than the first. `owner` keeps the text in place; texts are shorter than

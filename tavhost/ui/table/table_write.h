@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/export.h"
+
 namespace ui {
 
 class TableModel;
@@ -14,12 +16,14 @@ namespace table_write {
 // The rows and columns asked for, with a line of titles above them if wanted: fields parted by the
 // separator, lines joined by line feeds. A field that holds the separator, a quote, a line feed or
 // a CR is quoted; so is an empty one that is a last line by itself, which would not be read again.
-std::string Delimited(const TableModel& table, const std::vector<std::uint32_t>& rows,
-                      const std::vector<std::uint32_t>& columns, bool titles, char separator);
+TAV_HOST_API std::string Delimited(const TableModel& table, const std::vector<std::uint32_t>& rows,
+                                   const std::vector<std::uint32_t>& columns, bool titles,
+                                   char separator);
 
 // A page that holds the table: heading, subtitle, titles, rows.
-std::string Html(const TableModel& table, const std::vector<std::uint32_t>& rows,
-                 const std::vector<std::uint32_t>& columns, std::string_view pageTitle);
+TAV_HOST_API std::string Html(const TableModel& table, const std::vector<std::uint32_t>& rows,
+                              const std::vector<std::uint32_t>& columns,
+                              std::string_view pageTitle);
 
 }  // namespace table_write
 
