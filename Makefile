@@ -74,6 +74,12 @@ bench:  ## measurements beside what one would take instead
 .PHONY: windows
 windows: setup-windows windows-build  ## the Windows build, in build-windows/
 
+.PHONY: windows-qt
+windows-qt: setup-windows  ## Qt for Windows, built once (25 minutes of processor time), and the build with windows
+	@scripts/windows_libraries qt6-base
+	@cmake --preset windows > /dev/null
+	$(call build_preset,windows)
+
 .PHONY: windows-test
 windows-test: windows  ## the tests of the Windows build, under Wine
 	@scripts/run_tests.py windows

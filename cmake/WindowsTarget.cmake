@@ -22,6 +22,20 @@ function(tav_copy_runtime folder)
 endfunction()
 tav_copy_runtime("${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
 
+# tav_copy_qt(modules program): Qt's libraries and plug-ins beside the module that uses them, and
+# the file beside the program by which they find each other.
+function(tav_copy_qt modules program)
+  foreach(library Core Gui Widgets PrintSupport)
+    file(COPY "${TAVHOST_WINDOWS_LIBRARIES}/bin/Qt6${library}.dll" DESTINATION "${modules}")
+  endforeach()
+  foreach(kind platforms styles imageformats)
+    file(COPY "${TAVHOST_WINDOWS_LIBRARIES}/plugins/${kind}" DESTINATION "${modules}"
+      FILES_MATCHING PATTERN "*.dll")
+  endforeach()
+  file(RELATIVE_PATH folder "${program}" "${modules}")
+  file(WRITE "${program}/qt.conf" "[Paths]\nPrefix = .\nPlugins = ${folder}\n")
+endfunction()
+
 # tav_windows_resource(target description filename): version and manifest.
 function(tav_windows_resource target TAV_DESCRIPTION TAV_FILENAME)
   set(TAV_MANIFEST "${PROJECT_SOURCE_DIR}/cmake/tavhost.manifest")

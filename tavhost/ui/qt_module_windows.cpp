@@ -9,7 +9,11 @@ namespace ui {
 namespace {
 
 std::wstring ModulePath(const std::string& folder) {
-  return base::Wide(folder + "\\tavhost_qt.dll");
+  const std::wstring path = base::Wide(folder + "\\tavhost_qt.dll");
+  std::wstring whole(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+  whole.resize(
+      GetFullPathNameW(path.c_str(), static_cast<DWORD>(whole.size()), whole.data(), nullptr));
+  return whole;
 }
 
 }  // namespace
@@ -23,7 +27,9 @@ namespace {
 // A function of the module.
 template <typename Function>
 base::Result<Function*> Find(const std::string& moduleFolder, const char* name) {
-  const HMODULE module = LoadLibraryW(ModulePath(moduleFolder).c_str());
+  // Qt lies beside the module, not beside the program.
+  const HMODULE module =
+      LoadLibraryExW(ModulePath(moduleFolder).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   const FARPROC function = module ? GetProcAddress(module, name) : nullptr;
   if (!function) {
     return base::Failure("the module for windows cannot be loaded (error " +
