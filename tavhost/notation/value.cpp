@@ -21,8 +21,8 @@ namespace {
 // to them. Each leads to the next; a record's address has its lowest bit set, and 0 ends them.
 constexpr std::uintptr_t kIsRecord = 1;
 
-constexpr std::uint32_t kBetweenLooks = 4096;  // at the clock, in values
-constexpr std::uint32_t kPatience = 100;       // milliseconds behind a stop
+constexpr int kBetweenLooks = 4096;       // at the clock, in values
+constexpr std::uint32_t kPatience = 100;  // milliseconds behind a stop
 constexpr std::uint32_t kBrief = 50;
 constexpr std::uint32_t kPiece = 5;
 
@@ -36,7 +36,6 @@ thread_local Chain doomed;
 thread_local Chain left;  // for later: see freeing.h
 thread_local bool mayLeave = false;
 thread_local bool isLaterPosted = false;
-thread_local std::uint32_t freed = 0;  // values, ever
 // Until when freeing may take, behind a stop and otherwise; nothing: as long as it takes.
 thread_local std::optional<std::uint32_t> stopLimit;
 thread_local std::optional<std::uint32_t> limit;
@@ -77,17 +76,15 @@ bool TakesTooLong() {
   return IsOver(*stopLimit);
 }
 
-// False when something is left of them.
-template <typename Item>
-bool Free(std::vector<Item>& items) {
-  std::uint32_t count = freed;
-  bool goesOn = true;
-  while (goesOn && !items.empty()) {
-    items.pop_back();
-    goesOn = ++count % kBetweenLooks != 0 || !TakesTooLong();
+// False when something of it is left.
+template <typename Data, typename Item>
+bool Free(Data* data, std::vector<Item>& items) {
+  while (items.size() > kBetweenLooks) {
+    items.erase(items.end() - kBetweenLooks, items.end());
+    if (TakesTooLong()) return false;
   }
-  freed = count + 1;
-  return items.empty();
+  delete data;
+  return true;
 }
 
 void FreeLeft() noexcept;
@@ -107,20 +104,19 @@ void Leave() noexcept {
 }
 
 void DestroyDoomed() noexcept {
+  int untilLook = kBetweenLooks;
   while (doomed.first != 0) {
+    if (untilLook-- == 0) {
+      if (TakesTooLong()) return Leave();
+      untilLook = kBetweenLooks;
+    }
     const std::uintptr_t address = doomed.first;
     doomed.first = NextOf(address);
-    const bool isEmpty =
-        IsRecord(address) ? Free(RecordAt(address)->fields) : Free(ListAt(address)->items);
-    if (!isEmpty) {
-      Push(address);
-      return Leave();
-    }
-    if (IsRecord(address)) {
-      delete RecordAt(address);
-    } else {
-      delete ListAt(address);
-    }
+    const bool isFreed = IsRecord(address) ? Free(RecordAt(address), RecordAt(address)->fields)
+                                           : Free(ListAt(address), ListAt(address)->items);
+    if (isFreed) continue;
+    Push(address);
+    return Leave();
   }
 }
 

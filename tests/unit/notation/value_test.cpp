@@ -35,24 +35,37 @@ TEST(Value, CopiesShareAndWritersGetTheirOwn) {
   EXPECT_EQ(other.AsRecord().Find("a")->Integer(), 2);
 }
 
-// A stop is not held up by what takes long to free; that is freed as events are handled.
+// A stop is not held up by what takes long to free, wide or nested; that is freed as events are
+// handled.
 TEST(Value, WhatTakesLongToFreeBehindAStopIsLeftForLater) {
   constexpr int kMoreThanALook = 10000;
   const Value inner = Value::List();
-  const auto freeMany = [&inner] {
+  const auto freeWide = [&inner] {
     Value list = Value::List();
     list.MutableList().items.assign(kMoreThanALook, inner);
   };
+  const auto freeNested = [&inner] {
+    Value nested = inner;
+    for (int level = 0; level < kMoreThanALook; ++level) {
+      Value record = Value::Record();
+      record.MutableRecord().At("a") = std::move(nested);
+      nested = Value::List();
+      nested.MutableList().items.push_back(std::move(record));
+    }
+  };
   kel::LetFreeingWait();
-  freeMany();
+  freeWide();
+  freeNested();
   EXPECT_EQ(inner.AsList().sharers, 1u);
   stop::Request(stop::Reason::kUser);
-  freeMany();
+  freeWide();
   EXPECT_EQ(inner.AsList().sharers, 1u) << "a little while is nothing";
   // The clock's own steps make the while a little longer.
   std::this_thread::sleep_for(std::chrono::milliseconds(150));
-  freeMany();
-  EXPECT_GT(inner.AsList().sharers, 1u);
+  freeNested();
+  EXPECT_EQ(inner.AsList().sharers, 2u);
+  freeWide();
+  EXPECT_GT(inner.AsList().sharers, 2u);
   stop::Clear();
   for (int round = 0; event_loop::HasPostedWork() && round < 1000; ++round) {
     event_loop::RunPostedWork();
