@@ -18,18 +18,26 @@ def until(condition, what, seconds=LIMIT_SECONDS):
     return value
 
 
+def state_and_ticks(process):
+    """The state of the main thread of a process of this system, and the processor time of it all."""
+    with open(f"/proc/{process.pid}/stat") as file:
+        fields = file.read().rpartition(")")[2].split()
+    return fields[0], int(fields[11]) + int(fields[12])
+
+
+def until_computed(process, ticks):
+    """Until a process of this system has computed for so long, however busy the machine is."""
+    end = state_and_ticks(process)[1] + ticks
+    until(lambda: state_and_ticks(process)[1] >= end, "the program computes")
+
+
 def until_at_work(process):
     """Until the main thread of a process of this system waits for something or has computed for a
     while: it is then in the middle of what it was seen to begin."""
-    def state_and_ticks():
-        with open(f"/proc/{process.pid}/stat") as file:
-            fields = file.read().rpartition(")")[2].split()
-        return fields[0], int(fields[11]) + int(fields[12])
-
-    begin = state_and_ticks()[1]
+    begin = state_and_ticks(process)[1]
 
     def is_at_work():
-        state, ticks = state_and_ticks()
+        state, ticks = state_and_ticks(process)
         return state == "S" or ticks - begin >= COMPUTED_TICKS
 
     until(is_at_work, "the program waits or computes")

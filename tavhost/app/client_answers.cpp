@@ -1,5 +1,7 @@
 #include "tavhost/app/client_answers.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <tl/expected.hpp>
 #include <vector>
@@ -21,7 +23,9 @@ class WindowQuestion final : public script::service::Question {
  public:
   explicit WindowQuestion(ui::ModalModel& window) : window_(window) {}
 
-  std::string Json(const std::string& id) const override { return ui::WindowJson(window_, id); }
+  std::optional<std::string> Json(const std::string& id, std::size_t limit) const override {
+    return ui::WindowJson(window_, id, limit);
+  }
 
   // The message begins with the place in the script.
   base::Result<void> Take(const std::string& text) override {

@@ -185,8 +185,9 @@ void DescribeContents(const ModalModel& window, Json& json) {
 
 }  // namespace
 
-std::string WindowJson(const ModalModel& window, const std::string& id) {
-  Json json(std::string::npos, stop::IsRequested);
+std::optional<std::string> WindowJson(const ModalModel& window, const std::string& id,
+                                      std::size_t limit) {
+  Json json(limit, stop::IsRequested);
   json.BeginObject();
   json.Key("id").String(id);
   json.Key("window").String(ElementOf(window));
@@ -204,8 +205,8 @@ std::string WindowJson(const ModalModel& window, const std::string& id) {
   json.Key("answer").String(AnswerLine(AnswerOf(window)));
   json.EndObject();
   std::optional<std::string> text = json.Take();
-  if (!text) throw stop::Stopped();
-  return *std::move(text);
+  if (!text) stop::ThrowIfRequested();
+  return text;
 }
 
 }  // namespace ui

@@ -12,6 +12,7 @@
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/plugin_call.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/service/json.h"
@@ -65,8 +66,10 @@ std::optional<Reply> Queue::Answer(const std::shared_ptr<Job>& job) {
 // lock is never held while the window or the event loop is at work.
 void Queue::Ask(Question& question) {
   const std::string id = NewToken();
-  std::optional<std::string> json =
-      QuestionJson(output_, question.Json(id), GetHostOptions().replyLimit);
+  const std::size_t limit = GetHostOptions().replyLimit;
+  const std::optional<std::string> window = question.Json(id, limit);
+  std::optional<std::string> json;
+  if (window) json = QuestionJson(output_, *window, limit);
   if (!json) {
     isTooLong_ = true;
     notAnswered_ = TooLongText();
@@ -78,6 +81,7 @@ void Queue::Ask(Question& question) {
   std::shared_ptr<Job> asked;
   {
     const std::lock_guard lock(mutex_);
+    stop::ThrowIfRequested();  // who still waits is told why, in place of the question
     openQuestion_ = id;
     questionEnd_ = begin + running_->order.questionTime;
     questionLeft_ = false;
@@ -207,10 +211,10 @@ bool Queue::Accept(Question& question, Clock::time_point begin,
 std::string Queue::WhyUnanswerable() const {
   if (closed_) return "the service ended before the window was answered";
   if (cut_ == Cut::kCancelled) return "the request was cancelled before the window was answered";
-  if (stop::IsRequested()) return "the script was stopped before the window was answered";
+  const std::uint32_t line = plugin_call::CurrentPlace().line;
+  if (stop::IsRequested()) return WhyStopped(stop::Requested(), line);
   if (Clock::now() < questionEnd_) return "";
   if (questionLeft_) return "the client left before the window was answered";
-  const std::uint32_t line = plugin_call::CurrentPlace().line;
   return "the window was not answered within " +
          std::to_string(running_->order.questionTime.count()) + " seconds; the script was stopped" +
          (line > 0 ? " at line " + std::to_string(line) : "");

@@ -313,22 +313,24 @@ void Queue::RunJob(const std::shared_ptr<Job>& job) {
 }
 
 std::string Queue::StoppedText(stop::Reason reason, std::uint32_t line) const {
+  const std::lock_guard lock(mutex_);
+  return WhyStopped(reason, line);
+}
+
+std::string Queue::WhyStopped(stop::Reason reason, std::uint32_t line) const {
   const std::string stopped =
       "the script was stopped" + (line > 0 ? " at line " + std::to_string(line) : std::string());
-  {
-    const std::lock_guard lock(mutex_);
-    switch (cut_) {
-      case Cut::kClientLeft:
-        return notAnswered_.empty() ? kErrorClientLeft : notAnswered_;
-      case Cut::kCancelled:
-        return kCancelled;
-      case Cut::kTime: {
-        const std::chrono::duration<double> limit = *running_->order.timeLimit;
-        return stopped + ": its time limit of " + ShortNumber(limit.count()) + " s is over";
-      }
-      case Cut::kNone:
-        break;
+  switch (cut_) {
+    case Cut::kClientLeft:
+      return notAnswered_.empty() ? kErrorClientLeft : notAnswered_;
+    case Cut::kCancelled:
+      return kCancelled;
+    case Cut::kTime: {
+      const std::chrono::duration<double> limit = *running_->order.timeLimit;
+      return stopped + ": its time limit of " + ShortNumber(limit.count()) + " s is over";
     }
+    case Cut::kNone:
+      break;
   }
   switch (reason) {
     case stop::Reason::kTimeout:
@@ -396,7 +398,7 @@ std::string Queue::RunScript(stop::Reason& reason) {
 template <typename Variables>
 std::string Queue::BuildReply(const Variables& variables, std::string_view output, Ending& ending,
                               stop::Reason reason) const {
-  constexpr auto kTimeBehindStop = std::chrono::seconds(1);
+  constexpr auto kTimeBehindStop = std::chrono::milliseconds(500);
   const std::size_t limit = GetHostOptions().replyLimit;
   auto end = Clock::time_point::max();
   if (reason != stop::Reason::kNone) {

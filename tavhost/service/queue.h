@@ -117,6 +117,7 @@ class Queue {
   void Print(std::string_view text);
   // `line` is that of the script; 0: it is not known.
   std::string StoppedText(stop::Reason reason, std::uint32_t line) const;
+  std::string WhyStopped(stop::Reason reason, std::uint32_t line) const;  // with the lock held
   void Describe(const Outcome& outcome, Ending& ending) const;
   static void Release(bool cutShort, Ending& ending);
   void CutShort(Cut why);  // with the lock held

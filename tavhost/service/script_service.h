@@ -65,8 +65,9 @@ class Question {
  public:
   virtual ~Question() = default;
 
-  // The window as a JSON object with the id.
-  virtual std::string Json(const std::string& id) const = 0;
+  // The window as a JSON object with the id; nothing where that takes more than `limit` bytes.
+  // Throws stop::Stopped when a stop comes meanwhile.
+  virtual std::optional<std::string> Json(const std::string& id, std::size_t limit) const = 0;
   // Ends the window by an element of an answers file. When it fails because something does not
   // fit, the window is as it was.
   virtual base::Result<void> Take(const std::string& answer) = 0;
