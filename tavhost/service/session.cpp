@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
+#include <boost/beast/core/buffers_prefix.hpp>
 #include <boost/beast/core/string.hpp>
 #include <boost/beast/http/field.hpp>
 #include <boost/beast/http/status.hpp>
@@ -56,6 +57,7 @@ Session::Session(ServerState& state, Socket socket, std::string client)
     : state_(state), socket_(std::move(socket)), client_(std::move(client)) {
   boost::system::error_code ignored;
   socket_.non_blocking(true, ignored);
+  mostAtOnce_ = MostAtOnce(static_cast<std::uintptr_t>(socket_.native_handle()));
   place_ = state_.sessions.insert(state_.sessions.end(), this);
 }
 
@@ -266,7 +268,7 @@ void Session::LookForClient(Clock::time_point now) {
   const auto handle = static_cast<std::uintptr_t>(socket_.native_handle());
   if (HasFailed(handle)) return OnLost();
   if (now < nextProbe_) return;
-  const OtherEnds::Holder holder = state_.otherEnds.Look(handle);
+  const OtherEnds::Holder holder = state_.otherEnds.Look(handle).holder;
   if (holder == OtherEnds::Holder::kNotNow) return;
   if (holder != OtherEnds::Holder::kUnknown) {
     // A list that changes while it is read may lack a line, but hardly twice.
@@ -289,14 +291,23 @@ void Session::Refuse(const Refusal& refusal, bool keep) {
 }
 
 // The system takes far more of a reply than its client has read, and takes no more for a long time
-// where that reads slowly: what has arrived there counts.
+// where that reads slowly: what has arrived there counts. Of one that reads very slowly nothing
+// arrives for a long time either, but on this machine shows how much less waits for it. What is
+// added meanwhile hides none of that: it could be added because the client has taken something.
 void Session::LookForProgress(Clock::time_point now) {
-  const auto left = UnreadBytes(static_cast<std::uintptr_t>(socket_.native_handle()));
+  const auto handle = static_cast<std::uintptr_t>(socket_.native_handle());
+  const auto left = UnreadBytes(handle);
   if (!left) return;
-  const std::int64_t taken = static_cast<std::int64_t>(written_) - static_cast<std::int64_t>(*left);
-  if (taken <= taken_) return;
-  taken_ = taken;
-  deadline_ = now + SendTime();
+  bool hasTaken = *left < std::exchange(left_, *left);
+  if (!hasTaken && now >= nextProbe_) {
+    const OtherEnds::End end = state_.otherEnds.Look(handle);
+    if (end.holder == OtherEnds::Holder::kNotNow) return;
+    nextProbe_ = now + kNextProbes;
+    if (end.holder == OtherEnds::Holder::kSomebody) {
+      hasTaken = end.unread < std::exchange(unread_, end.unread);
+    }
+  }
+  if (hasTaken) deadline_ = now + SendTime();
 }
 
 void Session::CutOff() {
@@ -322,8 +333,10 @@ void Session::Answer(Reply reply, bool keep) {
     asked_ = keeps_ && !hasEnded_ ? reply.question : std::string();
   }
   written_ = 0;
-  taken_ = 0;
+  left_ = 0;
+  unread_ = 0;
   writing_ = true;
+  nextProbe_ = Clock::now() + kNextProbes;
   deadline_ = Clock::now() + SendTime();
   WriteMore();
 }
@@ -354,7 +367,7 @@ void Session::WriteMore() {
                                                 net::buffer(body_) + (written_ - fromHead)};
     if (net::buffer_size(rest) == 0) return OnWritten();
     boost::system::error_code error;
-    written_ += socket_.write_some(rest, error);
+    written_ += socket_.write_some(beast::buffers_prefix(mostAtOnce_, rest), error);
     if (error == net::error::would_block) break;
     if (error) return OnLost();
     deadline_ = Clock::now() + SendTime();

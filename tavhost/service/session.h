@@ -88,10 +88,12 @@ class Session : public std::enable_shared_from_this<Session> {
   Order order_;
   std::shared_ptr<Job> job_;  // while it is carried out
   std::string asked_;         // the id of the question that was sent last
+  std::size_t mostAtOnce_;    // that the system is given of a reply
   std::string head_;          // of the reply, then its body
   std::string body_;
   std::size_t written_ = 0;  // of the two
-  std::int64_t taken_ = 0;   // of these, by the client, at the last look
+  std::size_t left_ = 0;     // of these, on their way, at the last look
+  std::size_t unread_ = 0;   // likewise: what has arrived and waits for the client there
   unsigned status_ = 0;      // of the reply
   std::string id_;           // of the request
   const Clock::time_point start_ = Clock::now();

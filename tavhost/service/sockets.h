@@ -28,9 +28,14 @@ bool HasFailed(std::uintptr_t socket);
 // does not tell: there it takes little more than the other side does.
 std::optional<std::size_t> UnreadBytes(std::uintptr_t socket);
 
-// Who holds the other ends of connections within this machine, by the system's list of connections.
-// The list grows with what others do: it is read once for all who ask in one sweep, is given up
-// beyond a length, and rests ten times the processor time that reading it took.
+// How much the system is to be given at once, so that UnreadBytes tells of small amounts too: of
+// what it gets at once on a socket in the file system it tells when all of it has been read.
+std::size_t MostAtOnce(std::uintptr_t socket);
+
+// Who holds the other ends of connections within this machine and what has come there, by the
+// system's list of connections. The list grows with what others do: it is read once for all who ask
+// in one sweep, is given up beyond a length, and rests ten times the processor time that reading it
+// took.
 class OtherEnds {
  public:
   enum class Holder : std::uint8_t {
@@ -41,9 +46,14 @@ class OtherEnds {
     kNotNow,     // the list rests: to be asked again at the next sweep
   };
 
+  struct End {
+    Holder holder = Holder::kUnknown;
+    std::size_t unread = 0;  // bytes that have come there and that its program has not read
+  };
+
   void BeginSweep();
   // Of a connection that there was before the sweep began.
-  Holder Look(std::uintptr_t socket);
+  End Look(std::uintptr_t socket);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -52,8 +62,8 @@ class OtherEnds {
 
   bool isRead_ = false;
   bool isKnown_ = false;
-  Clock::time_point rests_;                       // until then
-  std::unordered_map<std::string, bool> isHeld_;  // by the two ends of each
+  Clock::time_point rests_;                    // until then
+  std::unordered_map<std::string, End> ends_;  // by the two ends of each
 };
 
 // Lets the program have so many descriptors, if it may; returns how many it can have.

@@ -68,7 +68,7 @@ std::string ListedName(int (*name)(int, sockaddr*, socklen_t*), int socket) {
 
 // Adds what one list has: an end without an inode belongs to no program. False when it cannot be
 // read or is longer than is looked through.
-bool ReadList(const char* path, std::unordered_map<std::string, bool>& isHeld) {
+bool ReadList(const char* path, std::unordered_map<std::string, OtherEnds::End>& ends) {
   constexpr int kMostLines = 20000;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> list(base::OpenForReading(path), std::fclose);
   char line[512];
@@ -77,12 +77,14 @@ bool ReadList(const char* path, std::unordered_map<std::string, bool>& isHeld) {
     if (lines == kMostLines) return false;
     char local[64];
     char remote[64];
+    unsigned long unread = 0;
     unsigned long inode = 0;
-    constexpr char kFields[] = "%*s %63s %63s %*s %*s %*s %*s %*s %*s %lu";
-    if (std::sscanf(line, kFields, local, remote, &inode) != 3) continue;
-    std::string ends(WithoutMapping(local));
-    (ends += ' ') += WithoutMapping(remote);
-    isHeld[std::move(ends)] = inode != 0;
+    constexpr char kFields[] = "%*s %63s %63s %*s %*[0-9A-F]:%lx %*s %*s %*s %*s %lu";
+    if (std::sscanf(line, kFields, local, remote, &unread, &inode) != 4) continue;
+    std::string name(WithoutMapping(local));
+    (name += ' ') += WithoutMapping(remote);
+    using Holder = OtherEnds::Holder;
+    ends[std::move(name)] = {inode != 0 ? Holder::kSomebody : Holder::kNobody, unread};
   }
   return true;
 }
@@ -134,26 +136,34 @@ std::optional<std::size_t> UnreadBytes(std::uintptr_t socket) {
   return static_cast<std::size_t>(bytes);
 }
 
-void OtherEnds::BeginSweep() {
-  isRead_ = false;
-  isHeld_.clear();
+std::size_t MostAtOnce(std::uintptr_t socket) {
+  constexpr std::size_t kOnPath = 4096;
+  sockaddr_storage address{};
+  socklen_t length = sizeof address;
+  const bool isKnown =
+      getsockname(static_cast<int>(socket), reinterpret_cast<sockaddr*>(&address), &length) == 0;
+  return isKnown && address.ss_family == AF_UNIX ? kOnPath : std::string::npos;
 }
 
-OtherEnds::Holder OtherEnds::Look(std::uintptr_t socket) {
+void OtherEnds::BeginSweep() {
+  isRead_ = false;
+  ends_.clear();
+}
+
+OtherEnds::End OtherEnds::Look(std::uintptr_t socket) {
   const std::string own = ListedName(getsockname, static_cast<int>(socket));
   const std::string other = ListedName(getpeername, static_cast<int>(socket));
-  if (own.empty() || other.empty()) return Holder::kUnknown;
+  if (own.empty() || other.empty()) return {Holder::kUnknown};
   const bool isLocal =
       IsLoopback(other) || own.substr(0, own.find(':')) == other.substr(0, other.find(':'));
-  if (!isLocal) return Holder::kUnknown;
+  if (!isLocal) return {Holder::kUnknown};
   if (!isRead_) {
-    if (Clock::now() < rests_) return Holder::kNotNow;
+    if (Clock::now() < rests_) return {Holder::kNotNow};
     Read();
   }
-  if (!isKnown_) return Holder::kUnknown;
-  const auto found = isHeld_.find(other + ' ' + own);
-  if (found == isHeld_.end()) return Holder::kNotListed;
-  return found->second ? Holder::kSomebody : Holder::kNobody;
+  if (!isKnown_) return {Holder::kUnknown};
+  const auto found = ends_.find(other + ' ' + own);
+  return found == ends_.end() ? End{Holder::kNotListed} : found->second;
 }
 
 // A client whose socket is for both kinds of addresses is in the second list, whichever it uses.
@@ -161,10 +171,10 @@ void OtherEnds::Read() {
   constexpr int kRest = 10;
   const auto begin = ProcessorTime();
   isRead_ = true;
-  isKnown_ = ReadList("/proc/net/tcp", isHeld_);
+  isKnown_ = ReadList("/proc/net/tcp", ends_);
   // Without the second kind of addresses there is no second list.
   if (isKnown_ && access("/proc/net/tcp6", F_OK) == 0) {
-    isKnown_ = ReadList("/proc/net/tcp6", isHeld_);
+    isKnown_ = ReadList("/proc/net/tcp6", ends_);
   }
   rests_ = Clock::now() + kRest * (ProcessorTime() - begin);
 }

@@ -21,9 +21,11 @@ bool HasFailed(std::uintptr_t) { return false; }
 
 std::optional<std::size_t> UnreadBytes(std::uintptr_t) { return std::nullopt; }
 
+std::size_t MostAtOnce(std::uintptr_t) { return static_cast<std::size_t>(-1); }
+
 void OtherEnds::BeginSweep() {}
 
-OtherEnds::Holder OtherEnds::Look(std::uintptr_t) { return Holder::kUnknown; }
+OtherEnds::End OtherEnds::Look(std::uintptr_t) { return {}; }
 
 std::size_t AllowDescriptors(std::size_t count) { return count; }  // there is no such limit
 

@@ -882,7 +882,7 @@ class SlowReaders(unittest.TestCase):
             return client
 
         readers = [threading.Thread(target=read, args=arguments, daemon=True) for arguments in [
-            ("slow", over_tcp(), 20_000, 36), ("slow on a path", over_path(), 20_000, 36),
+            ("slow", over_tcp(), 500, 36), ("slow on a path", over_path(), 500, 36),
             ("silent", over_tcp(), 0, 36), ("silent on a path", over_path(), 0, 36)]]
         for reader in readers:
             reader.start()
