@@ -18,11 +18,21 @@ def until(condition, what, seconds=LIMIT_SECONDS):
     return value
 
 
-def state_and_ticks(process):
-    """The state of the main thread of a process of this system, and the processor time of it all."""
-    with open(f"/proc/{process.pid}/stat") as file:
+def read_stat(path):
+    with open(path) as file:
         fields = file.read().rpartition(")")[2].split()
     return fields[0], int(fields[11]) + int(fields[12])
+
+
+def state_and_ticks(process):
+    """The state of the main thread of a process of this system, and the processor time of it all."""
+    return read_stat(f"/proc/{process.pid}/stat")
+
+
+def ticks_beside_the_main_thread(process):
+    """The processor time of a process of this system but for its main thread's."""
+    main = read_stat(f"/proc/{process.pid}/task/{process.pid}/stat")
+    return state_and_ticks(process)[1] - main[1]
 
 
 def until_computed(process, ticks):
