@@ -93,10 +93,14 @@ def windows_network():
     """Requests and the script service, over real sockets on loopback."""
     return python_tests([ROOT / "tests/http/http_test.py", "--wine"],
                         [ROOT / "tests/service/service_test.py", "--wine", "--seconds", "8"],
-                        # Not Many: behind a thousand connections Wine now and then takes longer
-                        # than 20 s to end the service.
-                        [ROOT / "tests/service/connections_test.py", "--wine", "Holder", "Leaving",
-                         "Log", "Questions", "Reasons", "Replies", "Starting", "TimeLimit"])
+                        # Of Many not those with a thousand connections and not the flood: on a busy
+                        # machine Wine takes longer to bring these up than the 30 s in which a request
+                        # has to come or its reply is waited for. Sockets and SlowReaders are about
+                        # what the service does not have on Windows.
+                        [ROOT / "tests/service/connections_test.py", "--wine", "Holder",
+                         "Leaving", "Log", "Many.test_200_at_once",
+                         "Many.test_a_full_queue_answers_503_and_loses_nobody", "Questions",
+                         "Reasons", "Replies", "Starting", "TimeLimit"])
 
 
 def check(*command):
