@@ -3,7 +3,8 @@
 
 Requests: the processor time of whole programs, less that of the same program without requests.
 Texts: the time from the start to the end of whole programs, likewise, and the most memory they took.
-The service: requests a second under wrk, and the latency under which 99 % of them stay."""
+The service: requests a second under wrk, which sends the next one behind each reply, and the latency
+under which 99 % of them stay; the latency at fixed rates."""
 import argparse
 import os
 import pathlib
@@ -18,6 +19,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 PEERS = ROOT / "build-bench/bin"
+RATES = (2000, 10000, 20000)  # that two processors can bear, the one that asks included
 sys.dont_write_bytecode = True
 
 PYTHON = """
@@ -129,6 +131,15 @@ def wrk(url, folder, connections, seconds, token=None):
     return float(re.search(r"Requests/sec:\s+([\d.]+)", out)[1]), float(latency[1]) * scale
 
 
+def steady(url, connections, rate, seconds, token=None):
+    """Replies a second, at a fixed rate of requests, and the milliseconds under which 50 and 99 % of
+    them stayed."""
+    port, path = re.fullmatch(r"http://127\.0\.0\.1:(\d+)(/.*)", url).groups()
+    out = subprocess.run([PEERS / "steady_client", port, path, token or "none", str(connections),
+                          str(rate), str(seconds)], check=True, capture_output=True, text=True).stdout
+    return [float(part) for part in out.split()]
+
+
 def resident(process):
     return int(pathlib.Path(f"/proc/{process.pid}/statm").read_text().split()[1]) * 4096
 
@@ -163,6 +174,16 @@ server {{ listen 127.0.0.1:18999; location / {{ return 200 "{'x' * 60}"; }} }} }
                 print(f"  {name:<24}{rate:12.0f} requests/s   p99 {late:6.2f} ms   ours {ours / rate:.2f} x")
             print(f"  memory                  {before / 2**20:9.1f} MiB, behind some "
                   f"{ours * rounds * seconds:.0f} requests {resident(process) / 2**20:.1f} MiB")
+        for rate in RATES:
+            results = {name: [] for name in ways}
+            for _ in range(rounds):
+                for name, (target, key) in ways.items():
+                    results[name].append(steady(target, 64, rate, seconds, key))
+            print(f"service, 64 connections, {rate} requests a second  (goal p99 under 5 ms)")
+            for name, measured in results.items():
+                replies, middle, late = (statistics.median(part) for part in zip(*measured))
+                print(f"  {name:<24}{replies:12.0f} requests/s   p50 {middle:6.2f} ms   "
+                      f"p99 {late:6.2f} ms")
     finally:
         process.terminate()
         process.wait()
