@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QPalette>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 
 namespace ui {
@@ -13,6 +14,17 @@ namespace {
 
 constexpr std::size_t kMostShown = 2000;  // bytes of a field that a table cell paints
 const QChar kMore(0x2026);
+
+// Of a title, so that rows are seen below it.
+QString FirstLines(const QString& title) {
+  constexpr int kMostTitleLines = 3;
+  qsizetype end = -1;
+  for (int i = 0; i < kMostTitleLines; ++i) {
+    end = title.indexOf(QLatin1Char('\n'), end + 1);
+    if (end < 0) return title;
+  }
+  return title.left(end) + QLatin1Char(' ') + kMore;
+}
 
 // One line, or all of them; cut where no cell shows more.
 QString CellText(std::string_view text, bool allLines) {
@@ -190,7 +202,7 @@ QVariant TableItems::data(const QModelIndex& index, int role) const {
       if (const auto link = table_->LinkAt(row, column)) return Described(*link);
       const std::string_view cell = table_->Cell(row, column, scratch);
       if (cell.find('\n') == std::string_view::npos && cell.size() < 40) return QVariant();
-      return CellText(cell, true).toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
+      return TipOf(CellText(cell, true), QString());
     }
     case Qt::ForegroundRole:
       if (!table_->LinkAt(row, column)) break;
@@ -211,7 +223,13 @@ QVariant TableItems::headerData(int section, Qt::Orientation orientation, int ro
   std::string scratch;
   if (orientation == Qt::Horizontal) {
     const std::uint32_t column = static_cast<std::uint32_t>(section) + table_->FirstColumn();
-    if (role == Qt::DisplayRole) return CellText(table_->Title(column, scratch), true);
+    if (role == Qt::DisplayRole || role == Qt::ToolTipRole || role == Qt::AccessibleTextRole) {
+      const QString title = CellText(table_->Title(column, scratch), true);
+      const QString shown = FirstLines(title);
+      if (role == Qt::DisplayRole) return shown;
+      if (role == Qt::AccessibleTextRole) return title;
+      return TipOf(title, shown);
+    }
     if (role == Qt::TextAlignmentRole) {
       return static_cast<int>(AlignmentOf(table_->Alignment(column)) | Qt::AlignVCenter);
     }

@@ -2,11 +2,15 @@
 
 #include <QAction>
 #include <QEvent>
+#include <QHelpEvent>
+#include <QStyleOptionDockWidget>
+#include <QToolTip>
 #include <algorithm>
 #include <string>
 #include <tuple>
 #include <utility>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/tool_content.h"
 
@@ -34,6 +38,17 @@ Qt::Orientation OrderOf(const Tool& tool) {
 }
 
 int Pixels(long size) { return static_cast<int>(std::clamp(size, 0L, 16000L)); }
+
+// The bar cuts a title that it does not hold, and shows one line.
+bool IsTitleCut(const QDockWidget& dock) {
+  QStyleOptionDockWidget bar;
+  bar.initFrom(&dock);
+  bar.rect = QRect(0, 0, dock.width(), dock.widget()->y());
+  bar.closable = dock.features() & QDockWidget::DockWidgetClosable;
+  bar.floatable = dock.features() & QDockWidget::DockWidgetFloatable;
+  const QRect room = dock.style()->subElementRect(QStyle::SE_DockWidgetTitleBarText, &bar, &dock);
+  return dock.fontMetrics().horizontalAdvance(dock.windowTitle()) > room.width();
+}
 
 bool TakesAllRoom(const Tool& tool) {
   const WindowContent content = tool.content ? tool.content->Content() : WindowContent::kOther;
@@ -143,6 +158,7 @@ void ToolDocks::ShowTitle(const Tool& tool) {
   QString title = ShownTitle(tool.title);
   if (!tool.subtitle.empty()) title += QStringLiteral(" \u2013 ") + ShownTitle(tool.subtitle);
   QDockWidget* const dock = entries_.at(&tool).dock;
+  title.replace(QLatin1Char('\n'), QLatin1Char(' '));
   dock->setWindowTitle(title);
   dock->setAccessibleName(title);
   dock->toggleViewAction()->setText(ShownLabel(tool.title));
@@ -243,7 +259,17 @@ void ToolDocks::ShowMiddle() {
   }));
 }
 
+// The whole title where it does not fit in the bar; the rest of the dock has tips of its own.
+bool ToolDocks::ShowTip(QDockWidget& dock, const QHelpEvent& event) {
+  if (event.pos().y() >= dock.widget()->y() || !IsTitleCut(dock)) return false;
+  QToolTip::showText(event.globalPos(), TipOf(dock.windowTitle(), QString()), &dock);
+  return true;
+}
+
 bool ToolDocks::eventFilter(QObject* object, QEvent* event) {
+  if (event->type() == QEvent::ToolTip) {
+    return ShowTip(static_cast<QDockWidget&>(*object), static_cast<QHelpEvent&>(*event));
+  }
   if (event->type() != QEvent::Close) return false;
   for (const auto& [tool, entry] : entries_) {
     if (entry.dock != object) continue;

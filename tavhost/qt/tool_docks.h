@@ -47,6 +47,7 @@ class ToolDocks final : public QObject, private WorkbenchObserver {
   void ToolChanged(Tool& tool, ToolChange change) override;
   void FocusWanted(Tool& tool) override;
   bool eventFilter(QObject* object, QEvent* event) override;
+  static bool ShowTip(QDockWidget& dock, const QHelpEvent& event);
 
   void ShowTitle(const Tool& tool);
   void Place(const Tool& tool);

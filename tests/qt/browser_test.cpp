@@ -85,6 +85,26 @@ TEST_F(QtBrowser, AClickOnATitleSortsByItsNumbers) {
   });
 }
 
+TEST_F(QtBrowser, ATitleOfManyLinesLeavesRoomForRows) {
+  Toolkit();
+  std::string title;
+  for (int i = 1; i <= 120; ++i) title += "line " + std::to_string(i) + '\n';
+  const auto table = Table('"' + title + "\";b\n1;2\n3;4");
+  ui::TablePanel panel(*table, false);
+  panel.resize(600, 300);
+  panel.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&panel));
+  ui::TableView& view = View(panel);
+  EXPECT_LT(view.horizontalHeader()->height(), 6 * view.fontMetrics().lineSpacing());
+  EXPECT_TRUE(view.viewport()->rect().contains(view.visualRect(view.model()->index(1, 1))));
+  const auto told = [&view](int column, int role) {
+    return view.model()->headerData(column, Qt::Horizontal, role).toString();
+  };
+  EXPECT_TRUE(told(0, Qt::ToolTipRole).contains(QStringLiteral("line 120")));
+  EXPECT_TRUE(told(0, Qt::AccessibleTextRole).contains(QStringLiteral("line 120")));
+  EXPECT_EQ(told(1, Qt::ToolTipRole), QString());
+}
+
 TEST_F(QtBrowser, FilteringShowsMatchingRows) {
   const auto table = Table("n;v\nalpha;1\nbeta;2\nALPHABET;3");
   BrowserModel model(*table, false);

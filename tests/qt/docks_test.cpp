@@ -1,10 +1,12 @@
 #include <QAction>
 #include <QDockWidget>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QMainWindow>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QScrollBar>
+#include <QToolTip>
 #include <random>
 
 #include "tavhost/qt/output_view.h"
@@ -297,6 +299,31 @@ TEST_F(QtDocks, AReplacedToolIsAnotherDock) {
   docks.Flush();
   EXPECT_EQ(closed, 1);
   EXPECT_EQ(dynamic_cast<QPlainTextEdit&>(*docks.Dock("log")->widget()).toPlainText(), "other");
+}
+
+TEST_F(QtDocks, ATitleThatItsBarCutsIsWholeInItsTip) {
+  window.resize(900, 700);
+  window.show();
+  ui::ToolDocks docks(window, bench);
+  Tool& tool = Add("one", ToolSide::kLeft, 0, 0);
+  bench.SetVisible(tool, true);
+  QApplication::processEvents();
+  QDockWidget& dock = *docks.Dock("one");
+  const std::string word(300, 'W');
+  for (const auto& [title, tip] : {std::pair<std::string, std::string>("short", ""),
+                                   {word, word},
+                                   {"a\n" + word, "a " + word}}) {
+    bench.SetTitle(tool, title);
+    EXPECT_FALSE(dock.windowTitle().contains(QLatin1Char('\n')));
+    const QPoint inBar(10, dock.widget()->y() / 2);
+    QHelpEvent event(QEvent::ToolTip, inBar, dock.mapToGlobal(inBar));
+    QApplication::sendEvent(&dock, &event);
+    EXPECT_EQ(QToolTip::isVisible(), !tip.empty());
+    if (!tip.empty()) {
+      EXPECT_TRUE(QToolTip::text().contains(QString::fromStdString(tip)));
+    }
+    QToolTip::hideText();
+  }
 }
 
 TEST_F(QtDocks, FocusBringsATabToTheFront) {

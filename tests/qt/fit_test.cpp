@@ -1,15 +1,12 @@
 // Every window with every kind of text, on small and dense screens, light and dark: nothing is cut,
 // off the screen, unreadable or out of the keyboard's reach.
 #include <QDialog>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTextEdit>
-#include <QTextStream>
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "tavhost/qt/message_window_view.h"
@@ -296,20 +293,6 @@ const std::vector<WindowKind>& WindowKinds() {
   return kinds;
 }
 
-// The cells of a screen that are known to fail, one in a line; each is to be mended and taken off.
-// Another list can be given, as an empty one to be told of all faults.
-std::set<QString> KnownFailures(const QString& screen) {
-  std::set<QString> known;
-  QFile file(qEnvironmentVariable("TAVHOST_KNOWN_FAULTS", QStringLiteral(TAVHOST_KNOWN_FAULTS)));
-  EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(file.fileName());
-  QTextStream lines(&file);
-  for (QString line = lines.readLine(); !line.isNull(); line = lines.readLine()) {
-    if (line.isEmpty() || line.startsWith(QLatin1Char('#'))) continue;
-    if (line.contains(QStringLiteral(" | %1 | ").arg(screen))) known.insert(line);
-  }
-  return known;
-}
-
 class Fit : public QtTest {
  protected:
   static QStringList FaultsIn(const WindowKind& window, const TextKind& text) {
@@ -331,7 +314,6 @@ TEST_F(Fit, EveryWindowShowsEveryText) {
   Toolkit();
   QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
   const QString screen = qEnvironmentVariable("TAVHOST_SCREEN");
-  std::set<QString> known = KnownFailures(screen);
   const QPalette light = QApplication::palette();
   for (const auto& [look, palette] :
        {std::pair("light", light), std::pair("dark", DarkPalette())}) {
@@ -342,14 +324,10 @@ TEST_F(Fit, EveryWindowShowsEveryText) {
                                  .arg(QLatin1String(window.name), QLatin1String(text.name), screen,
                                       QLatin1String(look));
         const QStringList faults = FaultsIn(window, text);
-        if (faults.isEmpty() || known.erase(cell) > 0) continue;
-        ADD_FAILURE() << qPrintable(cell) << ": " << qPrintable(faults.join(QStringLiteral("; ")));
+        EXPECT_TRUE(faults.isEmpty())
+            << qPrintable(cell) << ": " << qPrintable(faults.join(QStringLiteral("; ")));
       }
     }
-  }
-  // The list only shrinks: what is left has no fault, or is no cell.
-  for (const QString& cell : known) {
-    ADD_FAILURE() << "take it off known_faults.txt: " << qPrintable(cell);
   }
 }
 
