@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "tavhost/qt/dropped_files.h"
 #include "tavhost/qt/ide/utf16.h"
 #include "tavhost/qt/shown_text.h"
 
@@ -84,6 +85,16 @@ TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
   QObject::connect(edit_, &QPlainTextEdit::textChanged, this, [this] { find_->Refresh(); });
   ShowModel();
   edit_->setFocus();
+  if (model.IsEditable()) TakeDroppedFiles();
+}
+
+// As their paths, a line each.
+void TextBoxView::TakeDroppedFiles() {
+  new DroppedFiles(*edit_, [this](const QStringList& paths, QWidget& onto, const QPoint& place) {
+    if (&onto == edit_->viewport()) edit_->setTextCursor(edit_->cursorForPosition(place));
+    edit_->insertPlainText(paths.join(QLatin1Char('\n')));
+    edit_->setFocus();
+  });
 }
 
 void TextBoxView::AddShortcuts() {

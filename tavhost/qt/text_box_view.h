@@ -22,6 +22,7 @@ class TextBoxView final : public ModalView {
   void ReadModel() override;
 
   void AddShortcuts();
+  void TakeDroppedFiles();
   void FollowEdit(int position, int added);
   void ShowCursorPlace();
 

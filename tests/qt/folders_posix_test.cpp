@@ -16,6 +16,7 @@
 #include "tavhost/ui/models/directory_dialog_model.h"
 #include "tavhost/ui/models/edit_field_model.h"
 #include "tavhost/ui/models/file_dialog_model.h"
+#include "tavhost/ui/models/text_box_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {
@@ -254,6 +255,31 @@ TEST_F(QtFolders, AFolderThatIsDroppedIsGoneTo) {
     if (!dialog.isHidden()) dialog.reject();
   });
   EXPECT_EQ(directory.path, Path("sub").toStdString());
+}
+
+TEST_F(QtFolders, FilesThatAreDroppedOnAnEditBoxAreLinesOfItsText) {
+  ui::TextBoxModel model(true, false);
+  model.text = "one\r\ntwo";
+  Run(model, [this](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    EXPECT_TRUE(DropFiles(*text->viewport(), {Path("a b.txt"), Path("c.md")}));
+    QMimeData words;
+    words.setText(QStringLiteral("words "));
+    EXPECT_TRUE(Drop(*text->viewport(), words)) << "text stays what it was";
+    QTest::keyClick(text, Qt::Key_Escape);
+  });
+  const std::string paths = (Path("a b.txt") + QLatin1Char('\n') + Path("c.md")).toStdString();
+  EXPECT_EQ(model.text.find("words"), 0U) << model.text;
+  EXPECT_NE(model.text.find(paths.substr(0, paths.find('\n'))), std::string::npos) << model.text;
+  EXPECT_NE(model.text.find(Path("c.md").toStdString()), std::string::npos) << model.text;
+  EXPECT_EQ(model.text.find("file:"), std::string::npos) << model.text;
+  ui::TextBoxModel shown(false, false);
+  shown.text = "kept";
+  Run(shown, [this](QDialog& dialog) {
+    auto* const text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    EXPECT_FALSE(DropFiles(*text->viewport(), {Path("c.md")}));
+    QTest::keyClick(text, Qt::Key_Escape);
+  });
 }
 
 TEST_F(QtFolders, FilesThatAreDroppedOnAnEditFieldAreItsText) {
