@@ -1,11 +1,14 @@
 #include "tavhost/app/window_module.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <tl/expected.hpp>
 
 #include "tavhost/app/exit_codes.h"
 #include "tavhost/base/event_loop.h"
+#include "tavhost/base/leftover_file.h"
 #include "tavhost/base/report.h"
+#include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/plugins.h"
@@ -18,10 +21,19 @@ namespace {
 // It takes a tenth of a second.
 constexpr std::chrono::seconds kTimeToStart{10};
 
+// Like a hang-up. What shows windows is in the middle of something and cannot be left in order.
+[[noreturn]] void EndWithoutDisplay() {
+  LeftoverFile::RemoveAll();
+  standard_write::FlushOutputIfFree();
+  report::LineAtCrash("tavhost: the display has gone\n");
+  std::_Exit(kExitTerminated);
+}
+
 base::Result<std::unique_ptr<ui::Toolkit>> Load(const ui::QtOptions& options) {
-  const ui::ModuleHost host{&event_loop::RunPostedWork,     &event_loop::HasPostedWork,
-                            &event_loop::ClearWakeUp,       &stop::IsRequested,
-                            event_loop::WakeUpDescriptor(), &report::Line};
+  const ui::ModuleHost host{
+      &event_loop::RunPostedWork, &event_loop::HasPostedWork,     &event_loop::ClearWakeUp,
+      &stop::IsRequested,         event_loop::WakeUpDescriptor(), &report::Line,
+      &EndWithoutDisplay};
   return ui::LoadQtToolkit(WindowsModuleFolder(), host, options);
 }
 

@@ -47,7 +47,9 @@ int argumentCount = 1;
 char programName[] = "tavhost";
 char* arguments[] = {programName, nullptr};
 
-void (*reportLine)(std::string_view text) = nullptr;  // for what Qt says, which knows no toolkit
+// For what Qt says, which knows no toolkit.
+void (*reportLine)(std::string_view text) = nullptr;
+void (*endWithoutDisplay)() = nullptr;
 
 // What Qt has to say is of use in a terminal, except that a platform without a display cannot do
 // what displays do, and that a screen reader asks for rows that have gone.
@@ -55,6 +57,11 @@ void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
   if (type == QtDebugMsg || type == QtInfoMsg) return;
   if (message.startsWith(QLatin1String("This plugin does not support")) ||
       message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")) ||
+  // Qt would end the program next, with whatever is under way.
+  if (message.startsWith(QLatin1String("The X11 connection broke")) ||
+      message.startsWith(QLatin1String("The Wayland connection broke"))) {
+    if (endWithoutDisplay) endWithoutDisplay();
+  }
       message.startsWith(QLatin1String("QAccessibleTable::child: Invalid index"))) {
     return;
   }
@@ -80,6 +87,7 @@ std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   reportLine = host.reportLine;
   qInstallMessageHandler(TakeQtMessage);
   if (!HasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+  endWithoutDisplay = host.endWithoutDisplay;
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   auto application = std::make_unique<Application>(argumentCount, arguments);

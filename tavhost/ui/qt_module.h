@@ -36,6 +36,7 @@ struct ModuleHost {
   bool (*isStopRequested)();
   int wakeUpDescriptor;
   void (*reportLine)(std::string_view text);  // the program's report::Line; not the module's copy
+  void (*endWithoutDisplay)() = nullptr;      // the display has gone; does not return
 };
 
 // The names under which the module shows its functions.

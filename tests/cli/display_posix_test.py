@@ -8,6 +8,7 @@ import unittest
 from pathlib import Path
 
 import waiting
+import x_server
 from program import TIME_LIMIT, ProgramTest
 
 # Nobody serves displays of these names.
@@ -96,6 +97,37 @@ class UnreachableDisplayTest(ProgramTest):
         for folder, message in (("file", "file is no folder"), ("no/such", "there is no folder no")):
             self.expect(["--ui", "qt", "--screenshots", folder, "run", "-e", "print 1"], "",
                         f"tavhost: --screenshots: {message}\n", 2)
+
+
+class LostDisplayTest(ProgramTest):
+    """A display that goes while there are windows on it."""
+
+    @classmethod
+    def setUpClass(cls):
+        x_server.skip_without_windows()
+
+    def lost(self, *arguments):
+        server = x_server.XServer()
+        try:
+            process = self.start(*arguments, env={**self.environment, "DISPLAY": server.display,
+                                                  "QT_QPA_PLATFORM": "xcb"})
+            self.addCleanup(process.communicate)
+            self.addCleanup(process.kill)
+            waiting.until((self.folder / "begun").exists, "the script has begun")
+            waiting.until_at_work(process)
+        finally:
+            server.server.kill()
+            server.stop()
+        return (*process.communicate(timeout=TIME_LIMIT), process.returncode)
+
+    def test_it_is_like_a_hang_up(self):
+        begun = 'print "before"\nGET_DISPLAY_SIZE\nFWRITE file:"begun" text:"x"\n'
+        for script in ('QUERYBOX "Go on?"', "while 1 { SLEEP ms:10 }",
+                       'MSGWIN "Reading"\nwhile 1 { SLEEP ms:10 }'):
+            with self.subTest(script):
+                (self.folder / "begun").unlink(missing_ok=True)
+                self.assertEqual(self.lost("--ui", "qt", "run", "-e", begun + script), (
+                    b"before\n", b"tavhost: the display has gone\n", 143))
 
 
 # Of the windows' platforms, one that there is not, and one whose screen there is not.
