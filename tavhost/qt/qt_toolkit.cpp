@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QLocale>
@@ -24,6 +25,7 @@
 #include "tavhost/qt/style.h"
 #include "tavhost/qt/text_direction.h"
 #include "tavhost/qt/view_factory.h"
+#include "tavhost/qt/window_settings.h"
 #include "tavhost/ui/display.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/message_window_model.h"
@@ -93,6 +95,10 @@ std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   auto application = std::make_unique<Application>(argumentCount, arguments);
   application->setApplicationName(QStringLiteral("tavhost"));
   application->setQuitOnLastWindowClosed(false);
+  // Beside our own settings, what Qt keeps of its file dialogs; it would go to those of all
+  // programs.
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                     QFileInfo(WindowSettings().fileName()).path());
   InstallAccessibleRoles();
   QApplication::setLayoutDirection(DirectionOfDesktop(QLocale::system().uiLanguages()));
   QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));
