@@ -14,6 +14,7 @@ class ClientAnswers final : public ui::AnswerSource {
   explicit ClientAnswers(std::shared_ptr<ui::AnswerSource> others) : others_(std::move(others)) {}
 
   bool AnswersWindows() const override;
+  bool IsRecording() const override { return others_->IsRecording(); }
   void Answer(ui::ModalModel& window) override;
   void Record(const ui::ModalModel& window) override { others_->Record(window); }
   void ProgressShown(ui::PercentageWindowModel& window) override { others_->ProgressShown(window); }

@@ -55,6 +55,7 @@ class AnswerSession final : public AnswerSource {
   ~AnswerSession() override;
 
   bool AnswersWindows() const override;
+  bool IsRecording() const override { return record_ != nullptr; }
   void Answer(ModalModel& window) override;
   void Record(const ModalModel& window) override;
 

@@ -57,13 +57,13 @@ void (*endWithoutDisplay)() = nullptr;
 // what displays do, and that a screen reader asks for rows that have gone.
 void TakeQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
   if (type == QtDebugMsg || type == QtInfoMsg) return;
-  if (message.startsWith(QLatin1String("This plugin does not support")) ||
-      message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")) ||
   // Qt would end the program next, with whatever is under way.
   if (message.startsWith(QLatin1String("The X11 connection broke")) ||
       message.startsWith(QLatin1String("The Wayland connection broke"))) {
     if (endWithoutDisplay) endWithoutDisplay();
   }
+  if (message.startsWith(QLatin1String("This plugin does not support")) ||
+      message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")) ||
       message.startsWith(QLatin1String("QAccessibleTable::child: Invalid index"))) {
     return;
   }
@@ -87,9 +87,9 @@ class Application final : public QApplication {
 
 std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   reportLine = host.reportLine;
+  endWithoutDisplay = host.endWithoutDisplay;
   qInstallMessageHandler(TakeQtMessage);
   if (!HasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-  endWithoutDisplay = host.endWithoutDisplay;
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   auto application = std::make_unique<Application>(argumentCount, arguments);
@@ -282,10 +282,16 @@ void QtToolkit::SetMainWindow(QWidget* window) {
   mainWindow_ = window;
 }
 
+// Not to be answered by others, nor pictured or recorded for them.
+bool QtToolkit::IsForUser() const {
+  const bool isForOthers =
+      options_.answers && (options_.answers->AnswersWindows() || options_.answers->IsRecording());
+  return !isForOthers && options_.screenshots.empty();
+}
+
 void QtToolkit::RunModal(ModalModel& window) {
   const std::optional<SV::Size> size = window.size;
-  const bool isForUser = !options_.answers && options_.screenshots.empty();
-  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window), isForUser);
+  const std::unique_ptr<ModalView> view = MakeModalView(window, ParentOf(window), IsForUser());
   struct Open {
     std::vector<ModalView*>& stack;
     Open(std::vector<ModalView*>& views, ModalView* top) : stack(views) { stack.push_back(top); }

@@ -68,6 +68,7 @@ class QtToolkit final : public Toolkit {
   void CloseWhatStandsOnTop();
   bool HasSomethingOnTop() const;
   bool IsOwn(const QWidget& window) const;
+  bool IsForUser() const;
   void AnswerWithoutUser(ModalView& view);
   void LetUserAnswer(ModalView& view);
   QWidget* ParentOf(const WindowModel& window) const;

@@ -13,6 +13,8 @@ class AnswerSource {
 
   // Whether windows are answered here; otherwise a user does.
   virtual bool AnswersWindows() const = 0;
+  // Whether what a user answers is written down, for others to answer alike.
+  virtual bool IsRecording() const { return false; }
   // Puts the answer into the model and ends it. Throws stop::Stopped, the request made and the
   // reason told on standard error, when there is no answer or it does not fit.
   virtual void Answer(ModalModel& window) = 0;

@@ -219,6 +219,8 @@ TEST_F(AnswerSession, WritesProgressThatStillShowsAtTheEnd) {
 TEST_F(AnswerSession, WithoutItsDisplayWindowsAreAskedInTheTerminalOrAnError) {
   auto user = Of(Mode::kUser);
   EXPECT_FALSE(user->AnswersWindows());
+  EXPECT_FALSE(user->IsRecording());
+  EXPECT_TRUE(Recording()->IsRecording());
   user->GoOnWithoutDisplay(false);
   EXPECT_TRUE(user->AnswersWindows());
   EXPECT_NE(ErrorOf(*user, box_).find("there is no display"), std::string::npos);
