@@ -1,5 +1,6 @@
 #include "tavhost/qt/file_dialog_view.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -8,9 +9,12 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMessageBox>
 #include <QRegularExpression>
 #include <QTreeView>
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "tavhost/qt/dropped_files.h"
@@ -93,18 +97,18 @@ FolderView::FolderView(ModalModel& model, QWidget* parent, const std::string& st
                        Purpose purpose, bool isForUser)
     : ModalView(model, MakeDialog(parent, StartOf(start, purpose, isForUser))),
       purpose_(purpose),
-      isForUser_(isForUser) {
+      isForUser_(isForUser),
+      isFolderGiven_(!start.empty()) {
   QFileDialog& dialog = Widget();
   SetUpPlaces();
   SetUpColumns();
   new DroppedFiles(dialog,
                    [this](const QStringList& paths, QWidget&, const QPoint&) { GoTo(paths); });
-  QObject::connect(&dialog, &QDialog::accepted, this, [this] { Accept(); });
+  QObject::connect(&dialog, &QDialog::accepted, this, [this] { Accept(Widget().selectedFiles()); });
 }
 
-void FolderView::Accept() {
-  accepted_ = true;
-  const QStringList chosen = Widget().selectedFiles();
+void FolderView::Accept(const QStringList& chosen) {
+  chosen_ = chosen;
   if (isForUser_ && !chosen.isEmpty()) {
     const QFileInfo first(chosen.front());
     const bool isFolder = purpose_ == Purpose::kDirectory;
@@ -112,6 +116,76 @@ void FolderView::Accept() {
                              isFolder ? first.absoluteFilePath() : first.absolutePath());
   }
   End("ok");
+}
+
+FileQuestion FolderView::Question() {
+  FileQuestion question;
+  question.purpose = purpose_;
+  question.title = Widget().windowTitle();
+  question.folder = Widget().directory().absolutePath();
+  question.isFolderGiven = isFolderGiven_;
+  return question;
+}
+
+// Unseen it keeps what is typed and clicked from the windows below, as the desktop's dialog does
+// not.
+void FolderView::Appear() {
+  if (isForUser_) native_ = MakeNativeFileDialog(Widget().parentWidget());
+  if (!native_) return ModalView::Appear();
+  native_->answered = [this](const QStringList& paths) { TakeAnswer(paths); };
+  native_->failed = [this] {
+    Widget().hide();
+    Widget().setAttribute(Qt::WA_DontShowOnScreen, false);
+    ModalView::Appear();
+  };
+  Widget().setAttribute(Qt::WA_DontShowOnScreen);
+  Widget().show();
+  native_->Ask(Question());
+}
+
+// What the desktop's dialog let pass is asked for again, beginning there.
+void FolderView::TakeAnswer(QStringList paths) {
+  if (paths.isEmpty()) return Widget().reject();
+  if (IsRight(paths)) return Accept(paths);
+  if (Model().HasEnded()) return;  // stopped meanwhile
+  FileQuestion question = Question();
+  const QFileInfo first(paths.front());
+  if (first.isAbsolute()) {
+    question.folder = first.absolutePath();
+    if (purpose_ == Purpose::kSave) question.name = first.fileName();
+  }
+  native_->Ask(question);
+}
+
+// Tells the user what is not. Completes a name to be saved by its suffix, whose file the desktop's
+// dialog did not ask about.
+bool FolderView::IsRight(QStringList& paths) {
+  const QString title = Widget().windowTitle();
+  for (QString& path : paths) {
+    std::error_code error;
+    const auto isThere = [&error](const QString& name) {
+      return std::filesystem::exists(Bytes(name), error);
+    };
+    const bool isHere = QDir::isAbsolutePath(path);
+    if (!isHere || (purpose_ != Purpose::kSave && !isThere(path))) {
+      QMessageBox::warning(Widget().parentWidget(), title,
+                           isHere ? QStringLiteral("%1\nFile not found.").arg(path)
+                                  : QStringLiteral("%1\nis not on this machine.").arg(path));
+      return false;
+    }
+    const QString suffix = Widget().defaultSuffix();
+    const bool isWhole = suffix.isEmpty() || QFileInfo(path).fileName().contains(QLatin1Char('.'));
+    if (purpose_ != Purpose::kSave || isWhole) continue;
+    path += QLatin1Char('.') + suffix;
+    if (isThere(path) &&
+        QMessageBox::warning(
+            Widget().parentWidget(), title,
+            QStringLiteral("%1 already exists.\nDo you want to replace it?").arg(path),
+            QMessageBox::Yes | QMessageBox::No, QMessageBox::No) != QMessageBox::Yes) {
+      return false;
+    }
+  }
+  return true;
 }
 
 // Wide enough for their names, whatever the width was that the user's last dialog had.
@@ -196,14 +270,40 @@ void FileDialogView::FilterNames() {
   names->setNameFilters(PatternsOf(files_.filters[static_cast<std::size_t>(chosen)]));
 }
 
+FileQuestion FileDialogView::Question() {
+  FileQuestion question = FolderView::Question();
+  question.multiple = files_.AllowsMultiple();
+  question.name = QFileInfo(WithSlashes(files_.fileName)).fileName();
+  question.suffix = Widget().defaultSuffix();
+  // As it will be called, so that the desktop's dialog asks about that file.
+  if (!question.name.isEmpty() && !question.suffix.isEmpty() &&
+      !question.name.contains(QLatin1Char('.'))) {
+    question.name += QLatin1Char('.') + question.suffix;
+  }
+  for (const FileDialogModel::Filter& filter : files_.filters) {
+    question.filters << FileQuestion::Filter{Shown(filter.text), PatternsOf(filter)};
+  }
+  question.filter = static_cast<qsizetype>(files_.currentFilter);
+  return question;
+}
+
 void FileDialogView::ShowModel() {
   if (!files_.chosen.empty()) Widget().selectFile(WithSlashes(files_.chosen.front()));
 }
 
 void FileDialogView::ReadModel() {
   files_.chosen.clear();
-  if (!IsAccepted()) return;
-  for (const QString& path : Widget().selectedFiles()) files_.chosen.push_back(Native(path));
+  for (const QString& path : Chosen()) files_.chosen.push_back(Native(path));
+}
+
+std::vector<std::string> AskForFiles(FileDialogModel& model, QWidget& above) {
+  model.Begin();
+  FileDialogView view(model, &above, true);
+  view.AllowOtherStart();
+  view.Open(0);
+  while (!model.HasEnded()) QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  view.Dialog().hide();
+  return model.chosen;
 }
 
 DirectoryDialogView::DirectoryDialogView(DirectoryDialogModel& model, QWidget* parent,
@@ -220,8 +320,7 @@ void DirectoryDialogView::ShowModel() {
 }
 
 void DirectoryDialogView::ReadModel() {
-  if (!IsAccepted() || Widget().selectedFiles().isEmpty()) return;
-  directory_.path = Native(Widget().selectedFiles().front());
+  if (!Chosen().isEmpty()) directory_.path = Native(Chosen().front());
 }
 
 }  // namespace ui

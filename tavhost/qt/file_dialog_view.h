@@ -2,19 +2,29 @@
 
 #include <QFileDialog>
 #include <QString>
+#include <QStringList>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "tavhost/qt/modal_view.h"
+#include "tavhost/qt/native_file_dialog.h"
 #include "tavhost/ui/models/directory_dialog_model.h"
 #include "tavhost/ui/models/file_dialog_model.h"
 
 namespace ui {
 
 // Qt's own file dialog, the same on every platform; it never changes the current directory. It has
-// the places of the desktop, and takes files that are dropped on it.
+// the places of the desktop, and takes files that are dropped on it. A dialog for its user asks in
+// the desktop's where there is one: this one then stands behind it, unseen, and comes up in its
+// place when that one cannot ask.
 class FolderView : public ModalView {
  public:
-  // What a user may like another folder for.
-  enum class Purpose { kOpen, kSave, kDirectory };
+  // A user may like another folder for each.
+  using Purpose = FileQuestion::Purpose;
+
+  // Where it begins is a wish: the desktop's dialog may know no other place than its own.
+  void AllowOtherStart() { isFolderGiven_ = false; }
 
  protected:
   // Begins in `start`; when that is empty and the dialog is for its user, where the user was last.
@@ -22,17 +32,25 @@ class FolderView : public ModalView {
              bool isForUser);
 
   QFileDialog& Widget() { return static_cast<QFileDialog&>(Dialog()); }
-  bool IsAccepted() const { return accepted_; }
+  const QStringList& Chosen() const { return chosen_; }  // empty: cancelled
+
+  void Appear() override;
+  // What it is set up to ask.
+  virtual FileQuestion Question();
 
  private:
-  void Accept();
+  void Accept(const QStringList& chosen);
+  void TakeAnswer(QStringList paths);
+  bool IsRight(QStringList& paths);
   void SetUpColumns();
   void SetUpPlaces();
   void GoTo(const QStringList& paths);
 
   const Purpose purpose_;
   const bool isForUser_;
-  bool accepted_ = false;
+  bool isFolderGiven_;
+  QStringList chosen_;
+  std::unique_ptr<NativeFileDialog> native_;  // null: the dialog is seen
 };
 
 class FileDialogView final : public FolderView {
@@ -43,10 +61,14 @@ class FileDialogView final : public FolderView {
 
  private:
   void ReadModel() override;
+  FileQuestion Question() override;
   void FilterNames();
 
   FileDialogModel& files_;
 };
+
+// Asks the user outside of scripts. Whole paths; none: cancelled, also by a stop.
+std::vector<std::string> AskForFiles(FileDialogModel& model, QWidget& above);
 
 // The same for choosing a directory.
 class DirectoryDialogView final : public FolderView {

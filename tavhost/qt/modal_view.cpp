@@ -63,6 +63,10 @@ void ModalView::Open(int guardMilliseconds) {
   PlaceDialog();
   guardMilliseconds_ = guardMilliseconds;
   sinceOpen_.start();
+  Appear();
+}
+
+void ModalView::Appear() {
   dialog_->show();
   dialog_->raise();
   dialog_->activateWindow();

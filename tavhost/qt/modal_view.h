@@ -35,6 +35,9 @@ class ModalView : public QObject {
   // Reads the model and ends it by that button.
   void End(const std::string& button);
 
+  // What Open does last: the dialog comes up.
+  virtual void Appear();
+
   // The row of the model's buttons; the default one is pressed by Enter.
   QDialogButtonBox* MakeButtons();
 

@@ -25,7 +25,9 @@ class ProgramTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = Path(folder.name)
-        self.environment = {**os.environ, "HOME": folder.name, "LC_ALL": "C.UTF-8"}
+        # Not the dialogs of the desktop on which the tests run.
+        self.environment = {**os.environ, "HOME": folder.name, "LC_ALL": "C.UTF-8",
+                            "TAVHOST_FILE_DIALOGS": "own"}
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "XDG_STATE_HOME", "XDG_DATA_HOME"):
             self.environment.pop(name, None)
 

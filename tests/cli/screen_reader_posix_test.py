@@ -2,22 +2,17 @@
 Tab, and what is announced while a script works. `screen_reader.py` reads, over AT-SPI."""
 
 import contextlib
-import json
 import os
 import re
-import shutil
-import subprocess
 import tempfile
 import textwrap
 import threading
-import unittest
 from pathlib import Path
 
+import session_bus
 import x_server
 from program import TIME_LIMIT, ProgramTest
 
-# The Python of the system, for which Debian builds the binding to AT-SPI.
-SYSTEM_PYTHON = "/usr/bin/python3"
 READER = Path(__file__).resolve().parent / "screen_reader.py"
 
 # For each window: the script, the window's title, what is told of it, the way of Tab from what has the
@@ -256,53 +251,22 @@ def pattern_of(told):
                    for line in lines)
 
 
-class Bus:
-    """A message bus of the test's own, on which screen readers and programs meet."""
-
-    def __init__(self, environment):
-        self.process = subprocess.Popen(
-            ["dbus-daemon", "--session", "--nofork", "--print-address=1"], env=environment,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        self.address = self.process.stdout.readline().decode().strip()
-        if not self.address:
-            raise AssertionError("dbus-daemon did not start")
-
-    def stop(self):
-        self.process.terminate()
-        self.process.wait(timeout=TIME_LIMIT)
-        self.process.stdout.close()
-
-
-class Reader:
-    def __init__(self, environment):
-        self.process = subprocess.Popen(
-            [SYSTEM_PYTHON, READER], env=environment, stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-
+class Reader(session_bus.Helper):
     def __getattr__(self, request):
         def ask(*arguments):
-            self.process.stdin.write(json.dumps([request, arguments]).encode() + b"\n")
-            self.process.stdin.flush()
-            answer = json.loads(self.process.stdout.readline() or '{"error": "the reader has ended"}')
+            self.tell([request, arguments])
+            answer = self.hear() or {"error": "the reader has ended"}
             if "error" in answer:
                 raise AssertionError(f"{request}{arguments}: {answer['error']}")
             return answer["result"]
         return ask
-
-    def stop(self):
-        self.process.stdin.close()
-        self.process.wait(timeout=TIME_LIMIT)
-        self.process.stdout.close()
 
 
 class ScreenReaderTest(ProgramTest):
     @classmethod
     def setUpClass(cls):
         x_server.skip_without_windows()
-        binding = [SYSTEM_PYTHON, "-c", "import gi; gi.require_version('Atspi', '2.0')"]
-        if (not shutil.which("dbus-daemon") or not os.path.exists(SYSTEM_PYTHON) or
-                subprocess.run(binding, capture_output=True).returncode != 0):
-            raise unittest.SkipTest("nothing reads screens here; scripts/setup --test installs it")
+        session_bus.skip_without("import gi", "gi.require_version('Atspi', '2.0')")
         home = tempfile.TemporaryDirectory()
         cls.addClassCleanup(home.cleanup)
         # Without a window manager, a program itself gives the keyboard to its window.
@@ -310,10 +274,10 @@ class ScreenReaderTest(ProgramTest):
         cls.addClassCleanup(server.stop)
         cls.shown = {"DISPLAY": server.display, "QT_QPA_PLATFORM": "xcb",
                      "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "XDG_RUNTIME_DIR": home.name}
-        bus = Bus({**os.environ, **cls.shown, "HOME": home.name})
+        bus = session_bus.Bus({**os.environ, **cls.shown, "HOME": home.name})
         cls.addClassCleanup(bus.stop)
         cls.shown["DBUS_SESSION_BUS_ADDRESS"] = bus.address
-        cls.reader = Reader({**os.environ, **cls.shown, "HOME": home.name})
+        cls.reader = Reader(READER, [], {**os.environ, **cls.shown, "HOME": home.name})
         cls.addClassCleanup(cls.reader.stop)
 
     def setUp(self):

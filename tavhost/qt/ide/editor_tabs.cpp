@@ -1,7 +1,6 @@
 #include "tavhost/qt/ide/editor_tabs.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QMessageBox>
@@ -11,13 +10,20 @@
 #include <tl/expected.hpp>
 #include <utility>
 
+#include "tavhost/qt/file_dialog_view.h"
+#include "tavhost/qt/shown_text.h"
+
 namespace ui::ide_view {
 
 namespace {
 
-constexpr char kFilter[] = "TavScript (*.tav);;All files (*)";
 // A program that writes a file may take some steps; looked at when it has finished.
 constexpr int kSettleMilliseconds = 150;
+
+void AskForScripts(FileDialogModel& asked, const QString& folder) {
+  asked.startPath = Bytes(folder);
+  asked.filters = {{"TavScript", "*.tav"}, {"All files", "*"}};
+}
 
 }  // namespace
 
@@ -102,10 +108,12 @@ base::Result<EditorPage*, QString> EditorTabs::Open(const QString& path) {
 }
 
 void EditorTabs::OpenWithDialog() {
-  const QStringList paths = QFileDialog::getOpenFileNames(this, QStringLiteral("Open Scripts"),
-                                                          lastFolder_, QLatin1String(kFilter));
-  for (const QString& path : paths) {
-    if (const auto opened = Open(path); !opened) failed(opened.error());
+  FileDialogModel asked(FileDialogModel::kOpen);
+  AskForScripts(asked, lastFolder_);
+  asked.SetTitle("Open Scripts");
+  asked.multiple = true;
+  for (const std::string& path : AskForFiles(asked, *this)) {
+    if (const auto opened = Open(Editable(path)); !opened) failed(opened.error());
   }
 }
 
@@ -132,17 +140,17 @@ bool EditorTabs::Save(EditorPage& page) {
 }
 
 bool EditorTabs::SaveAs(EditorPage& page) {
-  const QString proposed = page.Path().isEmpty()
+  const QFileInfo proposed(page.Path().isEmpty()
                                ? QDir(lastFolder_).filePath(page.Title() + QStringLiteral(".tav"))
-                               : page.Path();
-  QFileDialog dialog(this, QStringLiteral("Save %1 As").arg(page.Title()), proposed,
-                     QLatin1String(kFilter));
-  dialog.setAcceptMode(QFileDialog::AcceptSave);
-  dialog.setDefaultSuffix(QStringLiteral("tav"));
-  dialog.selectFile(proposed);
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
-  const QString path = dialog.selectedFiles().constFirst();
-  if (const auto saved = page.Save(path); !saved) {
+                               : page.Path());
+  FileDialogModel asked(FileDialogModel::kSaveAs);
+  AskForScripts(asked, proposed.path());
+  asked.SetTitle(Bytes(QStringLiteral("Save %1 As").arg(page.Title())));
+  asked.fileName = Bytes(proposed.fileName());
+  asked.defaultExtension = "tav";
+  const std::vector<std::string> chosen = AskForFiles(asked, *this);
+  if (chosen.empty()) return false;
+  if (const auto saved = page.Save(Editable(chosen.front())); !saved) {
     failed(saved.error());
     return false;
   }
