@@ -15,6 +15,10 @@ from program import TIME_LIMIT, ProgramTest
 
 READER = Path(__file__).resolve().parent / "screen_reader.py"
 
+# The way of Tab through what stands above the name in a file dialog.
+FILES_WAY = ("{folder}/area, Back, Parent Directory, Create New Folder, List View, Detail View, "
+             "Sidebar, Files")
+
 # For each window: the script, the window's title, what is told of it, the way of Tab from what has the
 # focus at first, and the button that ends it. A line that is only "..." stands for any others.
 ROWS = {
@@ -106,7 +110,7 @@ ROWS = {
               ...
               push button "Cancel"
               ...
-        """, '', "Cancel", "cancel\n"),
+        """, f"All Files, Cancel, {FILES_WAY}, File name:", "Cancel", "cancel\n"),
     "save dialog": (
         'FILE_DIALOG saveas path:"area" filename:"new.txt"\nprint endbutton', "Save As", """
             dialog "Save As"
@@ -116,7 +120,7 @@ ROWS = {
               push button "Cancel"
               label "Files of type:"
               combo box "All Files" by label "Files of type:"
-        """, '', "Cancel", "cancel\n"),
+        """, f"All Files, Save, Cancel, {FILES_WAY}, File name:", "Cancel", "cancel\n"),
     "directory dialog": (
         'DIRECTORY_DIALOG path:"area"\nprint endbutton', "Choose Directory", """
             dialog "Choose Directory"
@@ -125,7 +129,7 @@ ROWS = {
               push button "Choose" (is-default)
               push button "Cancel"
               ...
-        """, '', "Cancel", "cancel\n"),
+        """, f"Directories, Choose, Cancel, {FILES_WAY}, Directory:", "Cancel", "cancel\n"),
     "image dialog": (
         'IMAGE_PREVIEW_DLG title:"Logo"\nprint ecode', "Logo", """
             dialog "Logo"
@@ -316,6 +320,7 @@ class ScreenReaderTest(ProgramTest):
         for name, (script, title, told, way, button, output) in ROWS.items():
             with self.subTest(name), self.script(script) as process:
                 self.expect_told(told, title)
+                way = way.replace("{folder}", str(self.folder))
                 stops = way.split(", ") if way else []
                 names = [stop.partition('"')[2].rstrip('"') for stop in
                          self.reader.go_round(len(stops))]
