@@ -65,6 +65,6 @@ class TAV_HOST_API ModalModel : public WindowModel {
 };
 
 // The two buttons of most dialogs.
-std::vector<ModalButton> OkAndCancel(std::string okLabel);
+TAV_HOST_API std::vector<ModalButton> OkAndCancel(std::string okLabel);
 
 }  // namespace ui
