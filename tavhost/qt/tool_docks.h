@@ -9,6 +9,8 @@
 
 #include "tavhost/ui/models/workbench_model.h"
 
+class QHelpEvent;
+
 namespace ui {
 
 // The tools of a workbench as docks of a main window. Tools of one side and index are tabs of one
