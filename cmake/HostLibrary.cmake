@@ -62,6 +62,6 @@ tav_host_library(analysis USES base notation reference ui script)
 tav_host_library(loader USES base notation script)
 tav_host_library(service USES base notation script)
 tav_host_library(lsp USES base notation reference script analysis)
-tav_host_library(headless USES base ui)
+tav_host_library(headless USES base ui files)
 tav_host_library(app USES base notation reference ui ide script sv windows system files http dialog
   browser tools analysis loader service lsp headless EXCLUDE main.cpp)

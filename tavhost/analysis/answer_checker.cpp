@@ -354,7 +354,8 @@ class AnswerChecker {
         buttons.insert(command.window == "BROWSER" ? "close" : "ok");
       }
       const bool isOpen = command.window == "TREE_LIST_BOX" && !treeButtonsKnown_;
-      if (!isOpen && buttons.count(*answer.button) == 0) {
+      const bool isKnown = buttons.count(*answer.button) > 0 || IsOneOfSeveral(*answer.button);
+      if (!isOpen && !isKnown) {
         return "has no button " + base::Quoted(*answer.button);
       }
     }
@@ -368,6 +369,15 @@ class AnswerChecker {
     const bool oneFile = command.window == "FILE_DIALOG" && !Given(element, "multi-sel");
     if (oneFile && answer.path && answer.path->size() > 1) return "lets choose one file only";
     return {};
+  }
+
+  // "name#2" and so on: a button of a tree list box whose name another has already.
+  bool IsOneOfSeveral(std::string_view button) const {
+    const std::size_t mark = button.rfind('#');
+    if (mark == button.npos || mark + 1 == button.size()) return false;
+    const std::string_view digits = button.substr(mark + 1);
+    return digits.find_first_not_of("0123456789") == digits.npos &&
+           treeButtons_.count(button.substr(0, mark)) > 0;
   }
 
   std::string SelectionMisfit(const ui::Answer& answer, const CommandUse& use) const {

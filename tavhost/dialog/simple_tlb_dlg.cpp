@@ -171,5 +171,5 @@ long TavSimpleTLBDlg::Execute() {
 
 SV::String TavSimpleTLBDlg::GetEndButton() {
   trace::Call call(this, "GetEndButton");
-  return call.Result(SV::String(Tree().EndButton().c_str()));
+  return call.Result(SV::String(Tree().EndName().c_str()));
 }

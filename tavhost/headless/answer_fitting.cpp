@@ -1,5 +1,6 @@
 #include "tavhost/headless/answer_fitting.h"
 #include "tavhost/base/quoted.h"
+#include "tavhost/headless/offered_path.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/directory_dialog_model.h"
 #include "tavhost/ui/models/edit_field_model.h"
@@ -43,9 +44,25 @@ std::string WithArticle(std::string_view element) {
   return (isVowel ? "an " : "a ") + std::string(element);
 }
 
-bool IsEnabled(const ModalModel& window, std::string_view button) {
-  if (button == kCancelButton || window.Kind() != ModalKind::kTreeListBox) return true;
-  return As<TreeListBoxModel>(window).IsButtonEnabled(button);
+// Whether the answer presses what nobody could: a greyed button, by its name or by its result. The
+// button's name; empty when it does not. Results that no button gives are free.
+std::string GreyedButton(const Answer& answer, const ModalModel& window) {
+  if (!answer.result) {
+    const std::string button = answer.button.value_or(ImpliedButton(window));
+    return window.IsButtonEnabled(button) ? "" : button;
+  }
+  std::string greyed;
+  for (const ModalButton& button : window.Buttons()) {
+    if (button.result != *answer.result) continue;
+    if (window.IsButtonEnabled(button.name)) return "";
+    if (greyed.empty()) greyed = button.name;
+  }
+  return greyed;
+}
+
+bool Confirms(const Answer& answer, const ModalModel& window) {
+  if (answer.result) return *answer.result == window.Buttons().front().result;
+  return answer.button.value_or(ImpliedButton(window)) != kCancelButton;
 }
 
 // What each of these has done by the time that something does not fit, it undoes.
@@ -109,9 +126,8 @@ base::Result<void> ApplyToTree(const Answer& answer, TreeListBoxModel& tree) {
   }
   base::Result<void> fit = set(answer.deselect, false);
   if (fit) fit = set(answer.select, true);
-  const std::string button = answer.button.value_or(ImpliedButton(tree));
-  if (fit && !answer.result && !IsEnabled(tree, button)) {
-    fit = base::Failure("the button " + button + " cannot be pressed while nothing is selected");
+  if (const std::string greyed = GreyedButton(answer, tree); fit && !greyed.empty()) {
+    fit = base::Failure("the button " + greyed + " cannot be pressed while nothing is selected");
   }
   if (!fit) {
     tree.ClearSelection();
@@ -183,6 +199,16 @@ base::Result<void> ApplyToTable(const Answer& answer, EditBrowserModel& browser)
   return {};
 }
 
+// The script's own text fits as it is.
+base::Result<void> ApplyToField(const Answer& answer, EditFieldModel& field) {
+  if (!answer.text || *answer.text == field.text) return {};
+  if (WithoutLineBreaks(*answer.text) != *answer.text) {
+    return base::Failure("the field holds one line, and the text has a line break");
+  }
+  field.text = *answer.text;
+  return {};
+}
+
 base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
   switch (window.Kind()) {
     case ModalKind::kMessageBox:
@@ -191,8 +217,7 @@ base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
       if (answer.text) As<TextBoxModel>(window).text = *answer.text;
       return {};
     case ModalKind::kEditField:
-      if (answer.text) As<EditFieldModel>(window).text = *answer.text;
-      return {};
+      return ApplyToField(answer, As<EditFieldModel>(window));
     case ModalKind::kListBox:
       return ApplyToList(answer, As<ListBoxModel>(window));
     case ModalKind::kTreeListBox:
@@ -206,7 +231,12 @@ base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
       if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
         return base::Failure("only one file can be chosen");
       }
-      files.chosen = answer.path.value_or(std::vector<std::string>());
+      files.chosen.clear();
+      if (answer.path) {
+        files.chosen = *answer.path;
+      } else if (Confirms(answer, files)) {
+        files.chosen = OfferedPaths(files);
+      }
       return {};
     }
     case ModalKind::kDirectoryDialog:
@@ -266,6 +296,11 @@ void DescribeTable(const TableModel& table, Answer& answer) {
     cell.descending = change.descending;
     answer.cells.push_back(std::move(cell));
   }
+}
+
+void DescribeFiles(const FileDialogModel& files, Answer& answer) {
+  std::vector<std::string> paths = files.HasEnded() ? files.chosen : OfferedPaths(files);
+  if (!paths.empty()) answer.path = std::move(paths);
 }
 
 }  // namespace
@@ -353,9 +388,7 @@ Answer AnswerOf(const ModalModel& window) {
       DescribeTable(As<EditBrowserModel>(window).Table(), answer);
       break;
     case ModalKind::kFileDialog:
-      if (!As<FileDialogModel>(window).chosen.empty()) {
-        answer.path = As<FileDialogModel>(window).chosen;
-      }
+      DescribeFiles(As<FileDialogModel>(window), answer);
       break;
     case ModalKind::kDirectoryDialog:
       answer.path = {{As<DirectoryDialogModel>(window).path}};
@@ -368,13 +401,14 @@ Answer AnswerOf(const ModalModel& window) {
   }
   if (!window.HasEnded()) {
     answer.button = ImpliedButton(window);
-    if (!IsEnabled(window, *answer.button)) answer.button = kCancelButton;
+    if (!window.IsButtonEnabled(*answer.button)) answer.button = kCancelButton;
   } else if (window.EndButton().empty()) {
     answer.result = static_cast<std::int32_t>(window.Result());
   } else {
     answer.button = window.EndButton();
   }
-  if (answer.button == kCancelButton) answer.path.reset();  // by which nothing is chosen
+  // By which nothing is chosen.
+  if (answer.button == kCancelButton || !CheckAnswer(answer)) answer.path.reset();
   return answer;
 }
 

@@ -12,6 +12,7 @@
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/report.h"
 #include "tavhost/headless/answer_fitting.h"
+#include "tavhost/headless/offered_path.h"
 #include "tavhost/headless/terminal_input.h"
 #include "tavhost/ui/models/browser_model.h"
 #include "tavhost/ui/models/directory_dialog_model.h"
@@ -89,11 +90,17 @@ AskOutcome AskUntil(ModalModel& window, const std::string& prompt, Take take,
   }
 }
 
+// The words of a line. Behind `!"` blanks are part of the word, up to the next quote.
 std::vector<std::string> Words(std::string_view line) {
   std::vector<std::string> words;
   std::string word;
+  bool isQuoted = false;
+  bool isEscaped = false;
   for (const char byte : line) {
-    if (byte != ' ' && byte != ',' && byte != '\t') {
+    const bool isQuote = byte == '"' && !isEscaped && (isQuoted || word == "!");
+    isEscaped = isQuoted && byte == '\\' && !isEscaped;
+    if (isQuote) isQuoted = !isQuoted;
+    if (isQuoted || (byte != ' ' && byte != ',' && byte != '\t')) {
       word += byte;
     } else if (!word.empty()) {
       words.push_back(std::move(word));
@@ -265,25 +272,22 @@ AskOutcome AskFileDialog(FileDialogModel& files) {
   for (const FileDialogModel::Filter& filter : files.filters) {
     PrintLine("  " + filter.text + " (" + filter.type + ")");
   }
-  if (files.AllowsMultiple()) {
-    return AskUntil(files, "a file's path, Enter behind the last: ",
-                    [&](const std::string& line, std::string& reason) {
-                      if (line.empty()) return files.End("ok");
-                      files.chosen.push_back(line);
-                      reason = std::to_string(files.chosen.size()) + " chosen";
-                      return false;
-                    });
-  }
-  const std::string offered = files.fileName.empty() ? "" : " [" + Printable(files.fileName) + "]";
-  return AskUntil(files, "a file's path" + offered + ": ",
-                  [&](const std::string& line, std::string& reason) {
-                    if (line.empty() && files.fileName.empty()) {
-                      reason = "a path, or /cancel";
-                      return false;
-                    }
-                    files.chosen = {line.empty() ? files.fileName : line};
-                    return files.End("ok");
-                  });
+  const std::vector<std::string> offered = OfferedPaths(files);
+  std::string prompt = "a file's path";
+  if (files.AllowsMultiple()) prompt += ", Enter behind the last";
+  if (!offered.empty()) prompt += " [" + Printable(offered.front()) + "]";
+  std::vector<std::string> chosen;
+  return AskUntil(files, prompt + ": ", [&](const std::string& line, std::string& reason) {
+    if (!line.empty()) chosen.push_back(WrittenPath(files, line));
+    if (!line.empty() && files.AllowsMultiple()) {
+      reason = std::to_string(chosen.size()) + " chosen";
+      return false;
+    }
+    files.chosen = chosen.empty() ? offered : chosen;
+    if (!files.chosen.empty()) return files.End("ok");
+    reason = "a path, or /cancel";
+    return false;
+  });
 }
 
 AskOutcome AskDirectoryDialog(DirectoryDialogModel& directory) {
@@ -342,6 +346,24 @@ void PrintTree(const TreeListBoxModel& tree) {
   if (tree.Count() > shown) PrintLine("  and " + std::to_string(tree.Count() - shown) + " more");
 }
 
+constexpr std::string_view kTreeButton = "TREE_LIST_BOX button:";
+
+// A button's name as answers files write it: in quotes when it is more than a word.
+std::string ButtonText(const std::string& name) {
+  Answer answer;
+  answer.element = "TREE_LIST_BOX";
+  answer.button = name;
+  return AnswerLine(answer).substr(kTreeButton.size());
+}
+
+// The name that such a text stands for. Without quotes it is taken as it is.
+std::optional<std::string> ButtonOf(const std::string& text) {
+  if (!text.starts_with('"')) return text;
+  const auto answers = ParseAnswers("", std::string(kTreeButton) + text);
+  if (!answers || answers->size() != 1) return std::nullopt;
+  return answers->front().button;
+}
+
 // Ids to select, `~` in front of an id to deselect it, `!` in front of an added button's name.
 bool TakeTreeLine(TreeListBoxModel& tree, const std::string& line, std::string& reason) {
   Answer answer;
@@ -349,8 +371,10 @@ bool TakeTreeLine(TreeListBoxModel& tree, const std::string& line, std::string& 
   answer.button = "ok";
   for (const std::string& word : Words(line)) {
     if (word.starts_with('!')) {
-      answer.button = word.substr(1);
-      continue;
+      answer.button = ButtonOf(word.substr(1));
+      if (answer.button) continue;
+      reason = "a button's name is !name or !\"a name\"";
+      return false;
     }
     const bool leaves = word.starts_with('~');
     auto& ids = leaves ? answer.deselect : answer.select;
@@ -371,7 +395,8 @@ AskOutcome AskTree(TreeListBoxModel& tree) {
   if (!tree.ExtraButtons().empty()) {
     prompt += ", !button for one of";
     for (const TreeListBoxModel::ExtraButton& extra : tree.ExtraButtons()) {
-      prompt += ' ' + Printable(extra.name);
+      prompt +=
+          (&extra == &tree.ExtraButtons().front() ? " " : ", ") + ButtonText(extra.answerName);
     }
   }
   prompt += "; Enter takes it as it stands: ";

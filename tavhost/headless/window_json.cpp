@@ -198,10 +198,16 @@ std::optional<std::string> WindowJson(const ModalModel& window, const std::strin
     json.BeginObject();
     json.Key("name").String(button.name);
     json.Key("label").String(button.label);
+    if (!window.IsButtonEnabled(button.name)) json.Key("enabled").Bool(false);
     json.EndObject();
   }
   json.EndArray();
-  json.Key("default").String(window.DefaultButton());
+  json.Key("default");
+  if (window.IsButtonEnabled(window.DefaultButton())) {
+    json.String(window.DefaultButton());
+  } else {
+    json.Null();
+  }
   json.Key("answer").String(AnswerLine(AnswerOf(window)));
   json.EndObject();
   std::optional<std::string> text = json.Take();

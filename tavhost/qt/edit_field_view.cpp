@@ -43,9 +43,10 @@ void EditFieldView::ShowModel() {
   edit_->selectAll();
 }
 
-// A text that nobody changed stays byte for byte: widgets cannot hold every byte.
+// A text that nobody changed stays byte for byte: widgets cannot hold every byte. One that was is
+// the line that its user saw, pasted line breaks included.
 void EditFieldView::ReadModel() {
-  if (edit_->isModified()) field_.text = Bytes(edit_->text());
+  if (edit_->isModified()) field_.text = WithoutLineBreaks(Bytes(edit_->text()));
 }
 
 }  // namespace ui

@@ -314,6 +314,8 @@ void AppendList(std::string& line, const Answer& answer, const char* name,
 
 // What a window returns as its result when it has ended.
 using WindowResult = std::int16_t;
+// What those in which paths are chosen return by OK. Every other result cancels them.
+constexpr std::int32_t kConfirmed = 1;
 
 std::string CellText(const Answer::Cell& cell) {
   using Kind = Answer::Cell::Kind;
@@ -364,6 +366,10 @@ base::Result<void> CheckAnswer(const Answer& answer) {
   }
   if (answer.path && answer.button == kCancelButton) {
     return base::Failure("nothing is chosen by cancel, so no path can stand beside it");
+  }
+  if (answer.path && answer.result && *answer.result != kConfirmed) {
+    return base::Failure("nothing is chosen by a result other than " + std::to_string(kConfirmed) +
+                         ", so no path can stand beside it");
   }
   return {};
 }

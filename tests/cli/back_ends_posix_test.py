@@ -14,6 +14,7 @@ FAMILIES = ("dialogs", "tree_list_box", "progress_output", "browsers")
 
 # Texts that widgets do not hold as they are, or would show as something else.
 HOSTILE = r"a\r\nb\rc\td<b>&amp;\xE2\x80\xA9e\xC2\xA0f\xFFg שלום 漢字"
+LINE = r"c\td<b>&amp;e\xC2\xA0f\xFFg שלום 漢字"  # without what breaks it
 FIELD = rf'\"{HOSTILE}\"'  # of a table, quoted for what parts fields and rows
 
 # Rows beside the examples: the script, its answers, what it prints.
@@ -34,8 +35,8 @@ ROWS = {
         "EDIT_BOX\nEDIT_FIELD\nVIEW_BOX", "1 1\n"),
     "texts that an answer gives": (
         'EDITBOX text:"x" fileeditor -> a\nEDITFIELD caption:"c" -> b\n'
-        f'print a.text == "{HOSTILE}", b.text == "{HOSTILE}"\nprint kel_text(a.text)',
-        f'EDIT_BOX text:"{HOSTILE}"\nEDIT_FIELD text:"{HOSTILE}" button:ok', None),
+        f'print a.text == "{HOSTILE}", b.text == "{LINE}"\nprint kel_text(a.text)',
+        f'EDIT_BOX text:"{HOSTILE}"\nEDIT_FIELD text:"{LINE}" button:ok', None),
     "text and cancel": (
         'EDITBOX text:"x" -> a\nprint a.text, a.endbutton',
         'EDIT_BOX text:"y" button:cancel', "y cancel\n"),
@@ -60,6 +61,12 @@ ROWS = {
         'for r in (a, b, c, d, e) { print kel_text(r) }',
         r'FILE_DIALOG path:"C:\\x\\ä.txt"' '\nFILE_DIALOG path:"report"\nFILE_DIALOG\n'
         r'DIRECTORY_DIALOG path:"\xFFto"' '\nIMAGE_DIALOG path:"none.png"', None),
+    "a name that is offered": (
+        'FILE_DIALOG saveas path:"/none" filename:"report" default-ext:"txt" -> a\n'
+        'FILE_DIALOG open path:"/none" filename:"b.txt" multi-sel -> b\n'
+        'for r in (a, b) { print kel_text(r) }',
+        "FILE_DIALOG\nFILE_DIALOG button:ok",
+        'endbutton: "ok", path: "/none/report.txt"\nendbutton: "ok", path: ("/none/b.txt")\n'),
     "files that nobody chooses": (
         'FILE_DIALOG open filename:"a.txt" -> a\nDIRECTORY_DIALOG path:"from" -> b\n'
         'IMAGE_PREVIEW_DLG -> c\nIMAGE_PREVIEW_DLG -> d\n'
@@ -73,6 +80,13 @@ ROWS = {
         'TLB_SHOW -> a\nTLB_SHOW -> b\nTLB_SHOW -> c\nfor r in (a, b, c) { print kel_text(r) }',
         "TREE_LIST_BOX select:(1, -2)\nTREE_LIST_BOX deselect:3 button:more\n"
         "TREE_LIST_BOX button:cancel", None),
+    "buttons of one name": (
+        'TLB_CREATE\nTLB_ADD_BUTTON text:"Xadd" name:"cancel"\n'
+        'TLB_ADD_BUTTON text:"One" name:"d e" disable_if_no_selection:1\n'
+        'TLB_ADD_BUTTON text:"Two" name:"d e"\n'
+        'TLB_SHOW -> a\nTLB_SHOW -> b\nTLB_SHOW -> c\nfor r in (a, b, c) { print kel_text(r) }',
+        'TREE_LIST_BOX button:"cancel#2"\nTREE_LIST_BOX button:"d e#2"\n'
+        'TREE_LIST_BOX button:cancel', None),
     "one of a tree": (
         'TLB_CREATE flat:1 no-cancel:1 no-help:1 sizeable:0\nTLB_INSERT id:1 text:"one"\n'
         'TLB_INSERT id:2 text:"two"\nTLB_SELECT id:1\nTLB_SHOW -> a\nprint kel_text(a)',
@@ -111,6 +125,16 @@ MISFITS = {
     "a path beside cancel": (
         "FILE_DIALOG open", 'FILE_DIALOG path:"a" button:cancel',
         "answers.kel:1: error: nothing is chosen by cancel, so no path can stand beside it; "),
+    "a path beside a result that cancels": (
+        "FILE_DIALOG open", 'FILE_DIALOG path:"a" result:0',
+        "answers.kel:1: error: nothing is chosen by a result other than 1, so no path can stand "
+        "beside it; "),
+    "the result of a greyed button": (
+        'TLB_CREATE\nTLB_INSERT id:1 text:"a"\nTLB_SHOW', "TREE_LIST_BOX result:1",
+        "answers.kel:1: error: the button ok cannot be pressed while nothing is selected; "),
+    "a text of two lines in a field": (
+        'EDITFIELD caption:"Name"', r'EDIT_FIELD text:"a\nb"',
+        "answers.kel:1: error: the field holds one line, and the text has a line break; "),
     "a result of more than 16 bits": (
         'QUERYBOX "a" yes-no', "MESSAGE_BOX result:65538",
         "answers.kel:1: error: a window's result lies between -32768 and 32767; "),

@@ -942,6 +942,12 @@ class Dialogs(Case):
                 ("\nFILE_DIALOG open", 'FILE_DIALOG path:"a" button:cancel',
                  "request:2: nothing is chosen by cancel, so no path can stand beside it",
                  "FILE_DIALOG button:cancel"),
+                ("FILE_DIALOG open", 'FILE_DIALOG path:"a" result:2',
+                 "request:1: nothing is chosen by a result other than 1, so no path can stand "
+                 "beside it", "FILE_DIALOG"),
+                ("TLB_CREATE\nTLB_SHOW", "TREE_LIST_BOX result:1",
+                 "request:2: the button ok cannot be pressed while nothing is selected",
+                 "TREE_LIST_BOX result:0"),
                 ('INFOBOX "a"', "MESSAGE_BOX result:65538",
                  "request:1: a window's result lies between -32768 and 32767",
                  "MESSAGE_BOX result:-1"),
@@ -959,6 +965,26 @@ class Dialogs(Case):
                          'TREE_LIST_BOX title:"tavhost" button:cancel')
         self.assertEqual(self.finish(reply, reply["question"]["answer"])["variables"]["endbutton"],
                          "cancel")
+
+    def test_the_proposed_answer_is_what_enter_confirms(self):
+        reply = self.ask('FILE_DIALOG saveas path:"/x" filename:"report" default-ext:"txt"')
+        proposed = reply["question"]["answer"]
+        self.assertEqual(proposed.replace(r"\\", "/"),
+                         'FILE_DIALOG path:"/x/report.txt" button:ok')
+        variables = self.finish(reply, proposed)["variables"]
+        self.assertEqual(variables["path"].replace("\\", "/"), "/x/report.txt")
+
+    def test_greyed_buttons(self):
+        reply = self.ask('TLB_CREATE\nTLB_INSERT id:1 text:"a"\n'
+                         'TLB_ADD_BUTTON text:"D" name:"d" disable_if_no_selection:1\n'
+                         'TLB_ADD_BUTTON text:"E" name:"d"\nTLB_SHOW')
+        question = reply["question"]
+        self.assertEqual(question["buttons"], [
+            {"name": "ok", "label": "OK", "enabled": False}, {"name": "cancel", "label": "Cancel"},
+            {"name": "d", "label": "D", "enabled": False}, {"name": "d#2", "label": "E"}])
+        self.assertIsNone(question["default"])  # Enter presses nothing
+        variables = self.finish(reply, 'TREE_LIST_BOX button:"d#2"')["variables"]
+        self.assertEqual((variables["ecode"], variables["endbutton"]), (0, "d"))
 
     def test_who_may_answer(self):
         reply = self.ask('INFOBOX "?"')

@@ -43,6 +43,8 @@ class TAV_HOST_API ModalModel : public WindowModel {
   virtual std::vector<ModalButton> Buttons() const = 0;
   // The name of the button that Enter presses.
   virtual std::string DefaultButton() const { return Buttons().front().name; }
+  // Whether a button can be pressed as the window stands, or is greyed.
+  virtual bool IsButtonEnabled(std::string_view) const { return true; }
 
   // Before a run: nothing has ended the window yet.
   void Begin();

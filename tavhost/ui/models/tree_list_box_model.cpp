@@ -282,6 +282,27 @@ std::vector<TreeListBoxModel::Handle> TreeListBoxModel::Selected() const {
   return selected;
 }
 
+// Answers know buttons by their names alone, and "cancel" is what closes the dialog.
+void TreeListBoxModel::AddButton(ExtraButton button) {
+  const auto isTaken = [this](const std::string& name) {
+    return name == "ok" || name == kCancelButton ||
+           std::any_of(extraButtons_.begin(), extraButtons_.end(),
+                       [&name](const ExtraButton& other) { return other.answerName == name; });
+  };
+  button.answerName = button.name;
+  for (int number = 2; isTaken(button.answerName); ++number) {
+    button.answerName = button.name + '#' + std::to_string(number);
+  }
+  extraButtons_.push_back(std::move(button));
+}
+
+std::string TreeListBoxModel::EndName() const {
+  for (const ExtraButton& extra : extraButtons_) {
+    if (extra.answerName == EndButton()) return extra.name;
+  }
+  return EndButton();
+}
+
 std::vector<ModalButton> TreeListBoxModel::Buttons() const {
   std::vector<ModalButton> buttons{{"ok", okText, 1}};
   if (options_.hasCancel) buttons.push_back({std::string(kCancelButton), cancelText, 0});
@@ -290,7 +311,8 @@ std::vector<ModalButton> TreeListBoxModel::Buttons() const {
         extra.index < 1
             ? buttons.size()
             : std::min<std::size_t>(static_cast<std::size_t>(extra.index) - 1, buttons.size());
-    buttons.insert(buttons.begin() + static_cast<std::ptrdiff_t>(at), {extra.name, extra.text, 1});
+    buttons.insert(buttons.begin() + static_cast<std::ptrdiff_t>(at),
+                   {extra.answerName, extra.text, 1});
   }
   return buttons;
 }
@@ -299,7 +321,7 @@ bool TreeListBoxModel::IsButtonEnabled(std::string_view name) const {
   if (selectedCount_ > 0) return true;
   if (name == "ok") return options_.okStartsEnabled;
   return std::none_of(extraButtons_.begin(), extraButtons_.end(), [name](const ExtraButton& extra) {
-    return extra.name == name && extra.disableIfNoSelection;
+    return extra.answerName == name && extra.disableIfNoSelection;
   });
 }
 

@@ -39,6 +39,9 @@ class TAV_HOST_API TreeListBoxModel final : public ModalModel {
     std::string name;
     int index;  // from 1, -1 behind all others
     bool disableIfNoSelection;
+    // How answers call it: its name, with "#2" and so on behind it where another button has that
+    // name already. AddButton gives it.
+    std::string answerName = {};
   };
 
   // An item. Handles stay good until the item is removed; kRoot is the parent of all items.
@@ -99,9 +102,11 @@ class TAV_HOST_API TreeListBoxModel final : public ModalModel {
   std::vector<ModalButton> Buttons() const override;
   // Not the first of them: added buttons may stand in front of OK.
   std::string DefaultButton() const override { return "ok"; }
-  bool IsButtonEnabled(std::string_view name) const;
-  void AddButton(ExtraButton button) { extraButtons_.push_back(std::move(button)); }
+  bool IsButtonEnabled(std::string_view name) const override;
+  void AddButton(ExtraButton button);
   const std::vector<ExtraButton>& ExtraButtons() const { return extraButtons_; }
+  // The button that ended the dialog by the name that the script gave it, whoever else has it.
+  std::string EndName() const;
 
   std::string headline;
   std::string okText = "OK";

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <tl/expected.hpp>
 
@@ -109,6 +110,23 @@ TEST(AnswerFitting, FilesAreTakenAsWritten) {
   EXPECT_EQ(images.selected, "");
 }
 
+TEST(AnswerFitting, AFieldHoldsOneLine) {
+  ui::EditFieldModel field("Name");
+  const char* const misfit = "the field holds one line, and the text has a line break";
+  for (const char* text : {"a\\nb", "a\\r", "\\xE2\\x80\\xA8", "x\xE2\x80\xA9"}) {
+    EXPECT_EQ(Misfit("EDIT_FIELD text:\"" + std::string(text) + '"', field), misfit) << text;
+    EXPECT_EQ(field.text, "");
+  }
+  EXPECT_EQ(Misfit("EDIT_FIELD text:\"a\\tb\xE2\x80\xA7\"", field), "");
+  EXPECT_EQ(field.text, "a\tb\xE2\x80\xA7");
+  field.text = "a\r\nb";
+  const std::string line = ui::AnswerLine(ui::AnswerOf(field));
+  EXPECT_EQ(Misfit("EDIT_FIELD", field), "");
+  EXPECT_EQ(Misfit(line, field), "") << "the script's own text stays";
+  EXPECT_EQ(field.text, "a\r\nb");
+  EXPECT_EQ(Misfit("EDIT_FIELD text:\"a\\nb\"", field), misfit);
+}
+
 // One item, not selected, and a button that needs a selection.
 std::unique_ptr<ui::TreeListBoxModel> Tree(bool okStartsEnabled) {
   ui::TreeListBoxModel::Options options;
@@ -130,6 +148,8 @@ TEST(AnswerFitting, AGreyedButtonCannotBePressed) {
   EXPECT_EQ(Misfit("TREE_LIST_BOX button:new", *tree), "");
   EXPECT_EQ(Misfit("TREE_LIST_BOX button:cancel", *tree), "");
   EXPECT_EQ(Misfit("TREE_LIST_BOX result:2", *tree), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX result:0", *tree), "") << "that of cancel";
+  EXPECT_EQ(Misfit("TREE_LIST_BOX result:1", *tree), "") << "that of the button new";
   EXPECT_EQ(Misfit("TREE_LIST_BOX select:1 button:details", *tree), "") << "by what it selects";
   EXPECT_EQ(Misfit("TREE_LIST_BOX", *tree), "") << "which stays";
   EXPECT_EQ(Misfit("TREE_LIST_BOX deselect:1", *tree), std::string("the button ok") + greyed);
@@ -138,6 +158,43 @@ TEST(AnswerFitting, AGreyedButtonCannotBePressed) {
   EXPECT_EQ(Misfit("TREE_LIST_BOX", *enabled), "");
   EXPECT_EQ(Misfit("TREE_LIST_BOX button:details", *enabled),
             std::string("the button details") + greyed);
+}
+
+TEST(AnswerFitting, AResultOfGreyedButtonsAloneCannotBe) {
+  ui::TreeListBoxModel tree{ui::TreeListBoxModel::Options()};
+  tree.Add(1, ui::TreeListBoxModel::kNoParent, "one", false);
+  tree.AddButton({"Details", "details", 1, true});
+  const char* const greyed = "the button details cannot be pressed while nothing is selected";
+  EXPECT_EQ(Misfit("TREE_LIST_BOX result:1", tree), greyed);
+  EXPECT_EQ(Misfit("TREE_LIST_BOX result:0", tree), "");
+  EXPECT_EQ(Misfit("TREE_LIST_BOX select:1 result:1", tree), "");
+}
+
+// Whoever confirms a file dialog as it stands gets what its user would get by Enter.
+TEST(AnswerFitting, TheNameThatIsOfferedCounts) {
+  ui::FileDialogModel save(0x2020);
+  save.startPath = "/x/reports/";
+  save.fileName = "report";
+  save.defaultExtension = "txt";
+  const auto withSlashes = [](std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+  };
+  const std::string line = ui::AnswerLine(ui::AnswerOf(save));
+  const std::string whole = "/x/reports/report.txt";
+  EXPECT_EQ(Misfit("FILE_DIALOG", save), "");
+  ASSERT_EQ(save.chosen.size(), 1u);
+  EXPECT_EQ(withSlashes(save.chosen.front()), whole);
+  EXPECT_EQ(Misfit(line, save), "");
+  ASSERT_EQ(save.chosen.size(), 1u);
+  EXPECT_EQ(withSlashes(save.chosen.front()), whole) << line;
+  EXPECT_EQ(Misfit("FILE_DIALOG button:cancel", save), "");
+  EXPECT_EQ(save.chosen, Texts());
+  EXPECT_EQ(Misfit("FILE_DIALOG result:2", save), "");
+  EXPECT_EQ(save.chosen, Texts());
+  EXPECT_EQ(ui::AnswerLine(ui::AnswerOf(save)), "FILE_DIALOG result:2");
+  EXPECT_EQ(Misfit("FILE_DIALOG path:\"a\"", save), "");
+  EXPECT_EQ(save.chosen, Texts{"a"}) << "as it is written";
 }
 
 TEST(AnswerFitting, TheProposedLineFits) {

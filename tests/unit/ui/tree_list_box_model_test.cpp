@@ -152,6 +152,32 @@ TEST(TreeListBoxModel, ButtonsStandAtTheirIndex) {
   EXPECT_TRUE(tree.IsButtonEnabled("third"));
 }
 
+// Answers tell buttons of one name apart, scripts read the name that they gave.
+TEST(TreeListBoxModel, ButtonsOfOneName) {
+  TreeListBoxModel tree{Multiple()};
+  tree.AddButton({"Stop", "cancel", -1, false});
+  tree.AddButton({"Fine", "ok", -1, false});
+  tree.AddButton({"D", "d", -1, true});
+  tree.AddButton({"Other", "d", -1, false});
+  tree.AddButton({"Taken", "d#2", -1, false});
+  tree.AddButton({"", "", -1, false});
+  std::string names;
+  for (const ui::ModalButton& button : tree.Buttons()) names += button.name + ' ';
+  EXPECT_EQ(names, "ok cancel cancel#2 ok#2 d d#2 d#2#2  ");
+  EXPECT_FALSE(tree.IsButtonEnabled("d"));
+  EXPECT_TRUE(tree.IsButtonEnabled("d#2")) << "one that needs no selection";
+  EXPECT_TRUE(tree.IsButtonEnabled("ok#2"));
+  const auto press = [&tree](const char* button) {
+    tree.Begin();
+    EXPECT_TRUE(tree.End(button));
+    return tree.EndName() + ' ' + std::to_string(tree.Result());
+  };
+  EXPECT_EQ(press("cancel"), "cancel 0");
+  EXPECT_EQ(press("cancel#2"), "cancel 1") << "a button that the script has added";
+  EXPECT_EQ(press("ok"), "ok 1");
+  EXPECT_EQ(press("d#2"), "d 1");
+}
+
 TEST(TreeListBoxModel, DepthCostsNoStack) {
   constexpr std::int32_t kLevels = 200000;
   TreeListBoxModel tree{Multiple()};
