@@ -141,8 +141,23 @@ void CommandChecker::CheckUnknown(const CommandAttribute* attribute) {
   around_.findings.Error(attribute->name,
                          std::string(element_->name) + ": unknown " +
                              (isBare ? "modifier " : "parameter ") + base::Quoted(attribute->name) +
-                             DidYouMean(nearest),
+                             (nearest.empty() ? MeantForMain(attribute) : DidYouMean(nearest)),
                          nearest);
+}
+
+// Of commands that belong together one may take as a parameter what the other takes as main value.
+std::string CommandChecker::MeantForMain(const CommandAttribute* attribute) const {
+  if (!command_->main || element_->main.kind != CommandValueKind::kNone) return {};
+  const CommandValue& value = attribute->value;
+  if (KindOfValue(value) != KindOf(command_->main->type)) return {};
+  for (const std::string& other : command_->see) {
+    const reference::Command* const known = reference::Catalogue::Get().Find(other);
+    if (!known || !known->FindParameter(attribute->name)) continue;
+    std::string message = "; what " + other + " calls so is the main value of " + command_->name;
+    if (value.kind != CommandValueKind::kString) return message;
+    return message + ", which stands first: " + command_->name + ' ' + std::string(TextOf(value));
+  }
+  return {};
 }
 
 void CommandChecker::CheckValue(const Parameter& parameter, const CommandValue& value,
@@ -297,7 +312,7 @@ void CommandChecker::CheckMissing(const Parameter& parameter) {
   // When a misspelt parameter was most likely meant for this one, that is the one mistake, and
   // CheckUnknown has told it.
   for (const auto* attribute = element_->attributes; attribute; attribute = attribute->next) {
-    if (!command_->FindParameter(attribute->name) &&
+    if (!parameter.name.empty() && !command_->FindParameter(attribute->name) &&
         base::NearestName(attribute->name, {parameter.name}) == parameter.name) {
       return;
     }

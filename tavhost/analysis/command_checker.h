@@ -34,6 +34,7 @@ class CommandChecker {
 
  private:
   void CheckAttribute(const script::CommandAttribute* attribute);
+  std::string MeantForMain(const script::CommandAttribute* attribute) const;
   void CheckUnknown(const script::CommandAttribute* attribute);  // of no such parameter
   // `at` is what a mistake is shown at.
   void CheckValue(const reference::Parameter& parameter, const script::CommandValue& value,

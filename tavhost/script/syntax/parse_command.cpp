@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <string>
 #include <unordered_set>
 
 #include "tavhost/notation/scan.h"
@@ -37,7 +39,7 @@ CommandElement* Parser::ParseElement(Statement* command) {
       break;
     }
     if (!kel::IsNameStart(*at_)) {
-      if (element->attributes) FailExpected("a parameter or a modifier");
+      if (element->attributes) FailBehindAttribute(*last);
       if (element->main.kind != CommandValueKind::kNone) {
         FailExpected("a parameter, a modifier or the end of the command");
       }
@@ -62,6 +64,17 @@ CommandElement* Parser::ParseElement(Statement* command) {
     if (isTwice) Fail(offset, '"' + std::string(last->name) + "\" stands here twice");
   }
   return element;
+}
+
+// A value behind a name in capitals begins what was meant to be an element of its own.
+void Parser::FailBehindAttribute(const CommandAttribute& last) const {
+  const bool isName = std::all_of(last.name.begin(), last.name.end(),
+                                  [](char byte) { return byte < 'a' || byte > 'z'; });
+  std::string message = "expected a parameter or a modifier, found " + Found();
+  if (isName && last.value.kind == CommandValueKind::kNone && *at_ == '"') {
+    message += "; " + std::string(last.name) + " begins behind \";\" or in a line of its own";
+  }
+  Fail(Offset(), message);
 }
 
 void Parser::ParseAttribute(CommandElement* element, CommandAttribute*& last) {

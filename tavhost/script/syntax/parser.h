@@ -50,6 +50,7 @@ class Parser {
   std::string Found() const;  // what stands here, for error texts
   [[noreturn]] void Fail(std::uint32_t offset, const std::string& message) const;
   [[noreturn]] void FailExpected(const std::string& what) const;
+  [[noreturn]] void FailBehindAttribute(const CommandAttribute& last) const;
   std::uint32_t AddConstant(kel::Value value);
   std::uint32_t AddTextConstant(std::string_view text);
   // The slot of a variable of the function that is being parsed, a new one when it is new.

@@ -103,6 +103,11 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"INFOBOX hide->d", ""}, Case{"INFOBOX hide -> d", ""},
         Case{"INFOBOX \"a\" \\\n title:\"b\"", ""},
         Case{"INFOBOX title:\"a\" \"b\"", "1:19: expected a parameter or a modifier, found \"\"\""},
+        Case{"X e:{ CHECKBOX \"a\" CHECKBOX \"b\" }",
+             "1:29: expected a parameter or a modifier, found \"\"\"; CHECKBOX begins behind \";\" "
+             "or in a line of its own"},
+        Case{"INFOBOX \"a\" yes-no \"b\"",
+             "1:20: expected a parameter or a modifier, found \"\"\""},
         Case{"INFOBOX \"a\" \"b\"",
              "1:13: expected a parameter, a modifier or the end of the command, found \"\"\""},
         Case{"INFOBOX a:1 a:2", "1:13: \"a\" stands here twice"},
