@@ -2,10 +2,13 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QShortcut>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -21,9 +24,36 @@ constexpr long kColumns = 80;
 constexpr long kLines = 24;
 constexpr int kTabColumns = 8;
 
+// What was copied here, with every byte: the plain text beside it has other line ends, and blanks
+// for no-break spaces.
+constexpr QLatin1String kOwnText("application/x-tavhost-text");
+
 // Where Tab is a character of the text, Ctrl+Tab and Ctrl+Shift+Tab leave it.
 class TextEdit final : public QPlainTextEdit {
+ public:
+  // The bytes of what is selected; puts bytes in its place.
+  std::function<std::string(const QTextCursor& selection)> copyBytes;
+  std::function<void(const std::string& bytes)> pasteBytes;
+
  protected:
+  QMimeData* createMimeDataFromSelection() const override {
+    std::unique_ptr<QMimeData> usual(QPlainTextEdit::createMimeDataFromSelection());
+    if (!copyBytes) return usual.release();
+    auto* const mime = new QMimeData;  // the usual one offers nothing beside what it makes itself
+    mime->setText(usual->text());
+    mime->setHtml(usual->html());
+    mime->setData(kOwnText, QByteArray::fromStdString(copyBytes(textCursor())));
+    return mime;
+  }
+
+  void insertFromMimeData(const QMimeData* mime) override {
+    if (!pasteBytes || !mime->hasFormat(kOwnText)) {
+      return QPlainTextEdit::insertFromMimeData(mime);
+    }
+    pasteBytes(mime->data(kOwnText).toStdString());
+    ensureCursorVisible();
+  }
+
   void keyPressEvent(QKeyEvent* event) override {
     const bool leaves = (event->modifiers() & Qt::ControlModifier) != 0;
     const bool isBack = event->key() == Qt::Key_Backtab;
@@ -36,6 +66,12 @@ class TextEdit final : public QPlainTextEdit {
   }
 };
 
+// Not `fromUtf16`, which takes a byte order mark away.
+std::string BytesOf(const std::u16string& text) {
+  return Bytes(
+      QString(reinterpret_cast<const QChar*>(text.data()), static_cast<qsizetype>(text.size())));
+}
+
 std::size_t Count(int number) { return static_cast<std::size_t>(std::max(number, 0)); }
 
 }  // namespace
@@ -43,7 +79,7 @@ std::size_t Count(int number) { return static_cast<std::size_t>(std::max(number,
 TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)),
       box_(model),
-      edit_(new TextEdit),
+      edit_(MakeEdit()),
       find_(new FindBar([this] { return edit_; }, &MarkFound)) {
   edit_->setFont(ChosenFont(edit_->font(), model));
   edit_->setReadOnly(!model.IsEditable());
@@ -82,6 +118,8 @@ TextBoxView::TextBoxView(TextBoxModel& model, QWidget* parent)
   AddShortcuts();
   QObject::connect(edit_->document(), &QTextDocument::contentsChange, this,
                    [this](int position, int, int added) { FollowEdit(position, added); });
+  QObject::connect(edit_->document(), &QTextDocument::undoCommandAdded, this,
+                   [this] { isNewCommand_ = true; });
   QObject::connect(edit_, &QPlainTextEdit::textChanged, this, [this] { find_->Refresh(); });
   ShowModel();
   edit_->setFocus();
@@ -95,6 +133,15 @@ void TextBoxView::TakeDroppedFiles() {
     edit_->insertPlainText(paths.join(QLatin1Char('\n')));
     edit_->setFocus();
   });
+}
+
+QPlainTextEdit* TextBoxView::MakeEdit() {
+  auto* const edit = new TextEdit;
+  if (box_.IsEditable()) {
+    edit->copyBytes = [this](const QTextCursor& selection) { return CopiedBytes(selection); };
+    edit->pasteBytes = [this](const std::string& bytes) { PasteBytes(bytes); };
+  }
+  return edit;
 }
 
 void TextBoxView::AddShortcuts() {
@@ -132,7 +179,11 @@ void TextBoxView::FollowEdit(int position, int added) {
   const QTextDocument& document = *edit_->document();
   const std::size_t count = Count(document.blockCount() - 1);
   const std::size_t depth = Count(document.availableUndoSteps());
-  if (document.isRedoAvailable() && lineEnds_->GoTo(depth, count)) return;
+  // What was done again last leaves nothing to do again, and is no new command either.
+  const bool goes = document.isRedoAvailable() || (couldRedo_ && !isNewCommand_);
+  couldRedo_ = document.isRedoAvailable();
+  isNewCommand_ = false;
+  if (goes && lineEnds_->GoTo(depth, count)) return;
   const int last = document.characterCount() - 1;  // behind the text
   const std::size_t first = Count(document.findBlock(std::min(position, last)).blockNumber());
   const std::size_t end = Count(document.findBlock(std::min(position + added, last)).blockNumber());
@@ -148,9 +199,22 @@ void TextBoxView::ReadModel() {
   // The raw text, as the plain one has no-break spaces replaced.
   const QString text = edit_->document()->toRawText();
   const std::u16string written = lineEnds_->Written(ide_view::Utf16(text));
-  // Not `fromUtf16`, which takes a byte order mark away.
-  box_.text = Bytes(QString(reinterpret_cast<const QChar*>(written.data()),
-                            static_cast<qsizetype>(written.size())));
+  box_.text = BytesOf(written);
+}
+
+std::string TextBoxView::CopiedBytes(const QTextCursor& selection) const {
+  const QString text = selection.selectedText();
+  const QTextBlock first = edit_->document()->findBlock(selection.selectionStart());
+  return BytesOf(lineEnds_->Written(ide_view::Utf16(text), Count(first.blockNumber())));
+}
+
+void TextBoxView::PasteBytes(const std::string& bytes) {
+  const QString text = Editable(bytes);
+  QTextCursor cursor = edit_->textCursor();
+  const QTextDocument& document = *edit_->document();
+  const std::size_t first = Count(document.findBlock(cursor.selectionStart()).blockNumber());
+  cursor.insertText(text);
+  lineEnds_->Put(first, ide_view::Utf16(text), Count(document.availableUndoSteps()));
 }
 
 }  // namespace ui

@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <optional>
+#include <string>
 
 #include "tavhost/qt/find_bar.h"
 #include "tavhost/qt/modal_view.h"
@@ -21,6 +22,9 @@ class TextBoxView final : public ModalView {
  private:
   void ReadModel() override;
 
+  QPlainTextEdit* MakeEdit();
+  std::string CopiedBytes(const QTextCursor& selection) const;
+  void PasteBytes(const std::string& bytes);
   void AddShortcuts();
   void TakeDroppedFiles();
   void FollowEdit(int position, int added);
@@ -31,6 +35,8 @@ class TextBoxView final : public ModalView {
   FindBar* find_;
   QLabel* place_ = nullptr;
   std::optional<LineEnds> lineEnds_;  // of the text in the edit
+  bool couldRedo_ = false;            // after the last change of the text
+  bool isNewCommand_ = false;         // the change under way is one, not a step back or forth
 };
 
 }  // namespace ui

@@ -4,6 +4,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListView>
+#include <QMimeData>
 #include <QPlainTextEdit>
 #include <QTemporaryDir>
 #include <chrono>
@@ -144,6 +145,77 @@ TEST_F(QtWindows, EditFieldTakesWhatIsTyped) {
   });
   EXPECT_EQ(model.EndButton(), "ok");
   EXPECT_EQ(model.text, "after");
+}
+
+// What is pasted counts as it is shown, in one line.
+TEST_F(QtWindows, EditFieldTakesOneLine) {
+  const struct {
+    const char* before;
+    const char* pasted;
+    const char* text;
+  } cases[] = {{"", "a\nb", "a b"},
+               {"",
+                "a\xE2\x80\xA8\xE2\x80\xA9"
+                "b\r",
+                "a  b "},
+               {"x\ny", "", "x\ny"},
+               {"x\ny", "z", "z"}};
+  for (const auto& [before, pasted, text] : cases) {
+    ui::EditFieldModel model("Name");
+    model.text = before;
+    QApplication::clipboard()->setText(QString::fromUtf8(pasted));
+    Run(model, [pasted = pasted](QDialog& dialog) {
+      auto* const field = dialog.findChild<QLineEdit*>(QStringLiteral("field"));
+      ASSERT_TRUE(field);
+      if (*pasted) QTest::keyClick(field, Qt::Key_V, Qt::ControlModifier);
+      QTest::keyClick(field, Qt::Key_Return);
+    });
+    EXPECT_EQ(model.text, text);
+  }
+}
+
+TEST_F(QtWindows, EditBoxKeepsTheBytesOfWhatIsCutAndPasted) {
+  const std::string text =
+      "a\xC2\xA0"
+      "b\r\nc\rd\xE2\x80\xA9"
+      "e\xE2\x80\xA8"
+      "f\n\xFFg\xEF\xBB\xBF\r\r\n";
+  ui::TextBoxModel model(true, false);
+  model.text = text;
+  Run(model, [](QDialog& dialog) {
+    auto* const edit = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    ASSERT_TRUE(edit);
+    const auto press = [edit](Qt::Key key, Qt::KeyboardModifiers more = Qt::NoModifier) {
+      QTest::keyClick(edit, key, Qt::ControlModifier | more);
+    };
+    press(Qt::Key_A);
+    press(Qt::Key_X);
+    EXPECT_EQ(edit->toPlainText(), QString());
+    press(Qt::Key_V);
+    press(Qt::Key_Z);
+    press(Qt::Key_Z, Qt::ShiftModifier);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text, text);
+
+  // A part of it, in the middle of another line; and what comes from elsewhere is as ever.
+  model.text = "1\r2\r\n3";
+  Run(model, [](QDialog& dialog) {
+    auto* const edit = dialog.findChild<QPlainTextEdit*>(QStringLiteral("text"));
+    ASSERT_TRUE(edit);
+    QTest::keyClick(edit, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_Down);
+    QTest::keyClick(edit, Qt::Key_Down, Qt::ShiftModifier);  // "2\r\n"
+    QTest::keyClick(edit, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_TRUE(QApplication::clipboard()->mimeData()->hasText());
+    QTest::keyClick(edit, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_V, Qt::ControlModifier);
+    QApplication::clipboard()->setText(QStringLiteral("x\ny"));
+    QTest::keyClick(edit, Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_V, Qt::ControlModifier);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(model.text, "2\r\n1\r2\r\n3x\r\ny");
 }
 
 TEST_F(QtWindows, EditBoxGivesItsTextAlsoWhenCancelled) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 namespace ui {
 
@@ -123,6 +124,17 @@ void LineEnds::Edit(std::size_t first, std::size_t removed, std::size_t added, s
   Remember(depth);
 }
 
+void LineEnds::Put(std::size_t first, std::u16string_view text, std::size_t depth) {
+  first = std::min(first, count_);
+  const LineEnds put(text);
+  const std::size_t count = std::min(put.count_, count_ - first);
+  std::vector<Run> runs = Part(runs_, 0, first);
+  for (const Run& run : Part(put.runs_, 0, count)) Append(runs, run.end, run.count);
+  for (const Run& run : Part(runs_, first + count, count_)) Append(runs, run.end, run.count);
+  runs_ = std::move(runs);
+  Remember(depth);
+}
+
 bool LineEnds::GoTo(std::size_t depth, std::size_t count) {
   const auto behind = states_.upper_bound(depth);
   if (behind == states_.begin()) return false;
@@ -133,11 +145,12 @@ bool LineEnds::GoTo(std::size_t depth, std::size_t count) {
   return true;
 }
 
-std::u16string LineEnds::Written(std::u16string_view text) const {
+std::u16string LineEnds::Written(std::u16string_view text, std::size_t first) const {
   std::u16string written;
   written.reserve(text.size() + count_);
   std::size_t run = 0;
-  std::size_t used = 0;
+  std::size_t used = first;
+  while (run < runs_.size() && used > runs_[run].count) used -= runs_[run++].count;
   for (const char16_t unit : text) {
     if (unit != u'\u2029') {
       written += unit;

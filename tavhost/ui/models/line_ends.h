@@ -35,12 +35,15 @@ class TAV_HOST_API LineEnds {
   // broken. `depth` is the number of edits that can be taken back now; several with the same depth
   // are taken back together.
   void Edit(std::size_t first, std::size_t removed, std::size_t added, std::size_t depth);
+  // Behind its first `first` line ends stand now those of that text, which has been put there.
+  void Put(std::size_t first, std::u16string_view text, std::size_t depth);
   // Edits were taken back or done again until `depth` of them can be taken back. False, and nothing
   // changed, when no text with `count` line ends was there then or that is too long ago.
   bool GoTo(std::size_t depth, std::size_t count);
 
-  // The text, in which every line end is U+2029, with its own line ends.
-  std::u16string Written(std::u16string_view text) const;
+  // The text, in which every line end is U+2029, with its own line ends. It may be a part of the
+  // whole, before which there are `first` line ends.
+  std::u16string Written(std::u16string_view text, std::size_t first = 0) const;
 
  private:
   // Neighbours of one kind. Most texts are a single run.

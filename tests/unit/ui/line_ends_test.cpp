@@ -48,6 +48,21 @@ TEST(LineEnds, OfOtherLinesStayWhenOneIsTypedIn) {
   EXPECT_EQ(ends.Written(u"a\u2029bx\u2029c\u2029d"), u"a\nbx\rc\u2029d");
 }
 
+TEST(LineEnds, OfWhatIsPutInComeAlong) {
+  LineEnds ends(u"a\nb\rc\nd");
+  ends.Edit(1, 0, 3, 1);  // in "b"
+  ends.Put(1, u"x\r\ny\u2029z\r", 1);
+  EXPECT_EQ(ends.Written(u"a\u2029bx\u2029y\u2029z\u2029\u2029c\u2029d"),
+            u"a\nbx\r\ny\u2029z\r\rc\nd");
+  EXPECT_EQ(ends.Written(u"y\u2029z\u2029\u2029c", 2), u"y\u2029z\r\rc") << "a part";
+  ASSERT_TRUE(ends.GoTo(0, 3));
+  EXPECT_EQ(ends.Written(u"a\u2029b\u2029c\u2029d"), u"a\nb\rc\nd");
+  ASSERT_TRUE(ends.GoTo(1, 6));
+  EXPECT_EQ(ends.At(2), LineEnd::kParagraph) << "done again";
+  ends.Put(5, u"\r\r\r", 2);
+  EXPECT_EQ(ends.Count(), 6u) << "no more than there are";
+}
+
 TEST(LineEnds, ThatAreNewAreThoseOfTheBrokenLine) {
   LineEnds ends(u"a\nb\r\nc\rd");
   ends.Edit(1, 0, 2, 1);  // in "b"
