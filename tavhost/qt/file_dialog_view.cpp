@@ -76,8 +76,48 @@ QString KindOf(FolderView::Purpose purpose) {
   return QStringLiteral("directory");
 }
 
+// Of several files, those that are marked are chosen as they are, as long as their names are what
+// is written: Qt reads them back from there, where quotes part them, and a name can hold quotes.
+class FileDialog final : public QFileDialog {
+ public:
+  using QFileDialog::QFileDialog;
+
+  QStringList Chosen() const { return marked_.isEmpty() ? selectedFiles() : marked_; }
+
+ protected:
+  void accept() override {
+    marked_ = fileMode() == ExistingFiles ? MarkedWithQuotes() : QStringList();
+    if (marked_.isEmpty()) return QFileDialog::accept();
+    QDialog::accept();
+  }
+
+ private:
+  // The paths of what is marked; empty unless names have quotes and nothing else is written.
+  QStringList MarkedWithQuotes() const {
+    const auto* const files = findChild<QListView*>(QStringLiteral("listView"));
+    const auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (!files || !name) return {};
+    QStringList paths;
+    QStringList names;
+    for (const QModelIndex& row : files->selectionModel()->selectedRows()) {
+      const QFileInfo file(row.data(QFileSystemModel::FilePathRole).toString());
+      if (row.parent() != files->rootIndex() || file.isDir()) continue;
+      paths << file.absoluteFilePath();
+      names << file.fileName();
+    }
+    const QChar quote = QLatin1Char('"');
+    const bool hasQuotes = std::any_of(names.begin(), names.end(),
+                                       [quote](const QString& one) { return one.contains(quote); });
+    const QString written =
+        names.size() == 1 ? names.front() : quote + names.join(QStringLiteral("\" \"")) + quote;
+    return hasQuotes && name->text() == written ? paths : QStringList();
+  }
+
+  QStringList marked_;
+};
+
 std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
-  auto dialog = std::make_unique<QFileDialog>(parent);
+  auto dialog = std::make_unique<FileDialog>(parent);
   dialog->setOption(QFileDialog::DontUseNativeDialog);
   JoinLabels(*dialog);
   dialog->setDirectory(start);
@@ -104,7 +144,8 @@ FolderView::FolderView(ModalModel& model, QWidget* parent, const std::string& st
   SetUpColumns();
   new DroppedFiles(dialog,
                    [this](const QStringList& paths, QWidget&, const QPoint&) { GoTo(paths); });
-  QObject::connect(&dialog, &QDialog::accepted, this, [this] { Accept(Widget().selectedFiles()); });
+  QObject::connect(&dialog, &QDialog::accepted, this,
+                   [this] { Accept(static_cast<FileDialog&>(Widget()).Chosen()); });
 }
 
 void FolderView::Accept(const QStringList& chosen) {

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QTreeView>
 #include <QUrl>
+#include <algorithm>
 
 #include "tavhost/qt/places.h"
 #include "tavhost/qt/view_factory.h"
@@ -161,6 +162,46 @@ TEST_F(QtFolders, TypingGoesToANameAndEnterTakesIt) {
   });
   EXPECT_EQ(model.EndButton(), "ok");
   EXPECT_EQ(model.chosen, std::vector<std::string>{Path("c.md").toStdString()});
+}
+
+// Quotes part the names of several files where they are written; they can be part of a name too.
+TEST_F(QtFolders, MarkedFilesWithQuotesInTheirNamesAreChosen) {
+  const QDir folder(folder_.path());
+  ASSERT_TRUE(folder.mkpath(QStringLiteral("quotes")));
+  for (const char* name : {"a\"b.txt", "c.txt", "\"d\""}) {
+    QFile file(Path("quotes/") + QLatin1String(name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  }
+  const std::string start = Path("quotes").toStdString();
+  const auto choose = [&](bool all, const char* typed) {
+    FileDialogModel model(kOpen);
+    model.multiple = true;
+    model.startPath = start;
+    Run(model, [all, typed](QDialog& dialog) {
+      QTreeView& files = *Files(dialog);
+      Names(dialog, 3);
+      files.setFocus();
+      if (all) {
+        QTest::keyClick(&files, Qt::Key_A, Qt::ControlModifier);
+      } else {
+        QTest::keyClicks(&files, QStringLiteral("a"));
+      }
+      if (*typed) {
+        Name(dialog)->setFocus();
+        Name(dialog)->selectAll();
+        QTest::keyClicks(Name(dialog), QLatin1String(typed));
+      }
+      QTest::keyClick(&dialog, Qt::Key_O, Qt::AltModifier);
+      if (dialog.isVisible()) QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    std::vector<std::string> chosen = model.chosen;
+    std::sort(chosen.begin(), chosen.end());
+    return chosen;
+  };
+  using Paths = std::vector<std::string>;
+  EXPECT_EQ(choose(true, ""), (Paths{start + "/\"d\"", start + "/a\"b.txt", start + "/c.txt"}));
+  EXPECT_EQ(choose(false, ""), Paths{start + "/a\"b.txt"});
+  EXPECT_EQ(choose(true, "c.txt"), Paths{start + "/c.txt"}) << "what is written counts";
 }
 
 TEST_F(QtFolders, ColumnsAreSeenAndSortByClicks) {
