@@ -97,8 +97,10 @@ std::unique_ptr<QApplication> MakeApplication(const ModuleHost& host) {
   application->setQuitOnLastWindowClosed(false);
   // Beside our own settings, what Qt keeps of its file dialogs; it would go to those of all
   // programs.
-  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                     QFileInfo(WindowSettings().fileName()).path());
+  if (const std::unique_ptr<QSettings> settings = WindowSettings()) {
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       QFileInfo(settings->fileName()).path());
+  }
   InstallAccessibleRoles();
   QApplication::setLayoutDirection(DirectionOfDesktop(QLocale::system().uiLanguages()));
   QApplication::setStyle(MakeStyle(QApplication::style()->objectName()));

@@ -13,12 +13,16 @@ QString Key(const QString& kind) { return QStringLiteral("folders/") + kind; }
 }  // namespace
 
 QString Find(const QString& kind) {
-  const QString folder = WindowSettings().value(Key(kind)).toString();
+  const std::unique_ptr<QSettings> settings = WindowSettings();
+  const QString folder = settings ? settings->value(Key(kind)).toString() : QString();
   return QDir::isAbsolutePath(folder) && QDir(folder).exists() ? folder : QString();
 }
 
 void Keep(const QString& kind, const QString& folder) {
-  if (folder != Find(kind)) WindowSettings().setValue(Key(kind), folder);
+  if (folder == Find(kind)) return;
+  if (const std::unique_ptr<QSettings> settings = WindowSettings()) {
+    settings->setValue(Key(kind), folder);
+  }
 }
 
 }  // namespace ui::remembered_folders

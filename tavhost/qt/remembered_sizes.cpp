@@ -21,11 +21,16 @@ QSize LargestSize() {
 }  // namespace
 
 std::optional<QSize> Find(const QString& kind) {
-  const QSize size = WindowSettings().value(Key(kind)).toSize();
+  const std::unique_ptr<QSettings> settings = WindowSettings();
+  const QSize size = settings ? settings->value(Key(kind)).toSize() : QSize();
   const bool isSize = !size.isEmpty() && size.boundedTo(LargestSize()) == size;
   return isSize ? std::optional(size) : std::nullopt;
 }
 
-void Keep(const QString& kind, const QSize& size) { WindowSettings().setValue(Key(kind), size); }
+void Keep(const QString& kind, const QSize& size) {
+  if (const std::unique_ptr<QSettings> settings = WindowSettings()) {
+    settings->setValue(Key(kind), size);
+  }
+}
 
 }  // namespace ui::remembered_sizes

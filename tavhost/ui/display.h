@@ -12,8 +12,8 @@ namespace ui {
 TAV_HOST_API bool HasDisplay();
 
 // Whether windows can be made where they would be: the display answers, or none is needed since
-// they are only drawn. Fails with what is wrong. Takes as long as connecting does; what makes
-// windows would end the program where it cannot.
+// they are only drawn, and the program can open what they need. Fails with what is wrong. Takes as
+// long as connecting does; what makes windows would end the program where it cannot.
 base::Result<void> CheckDisplay();
 
 // The platform of windows that the environment asks for; empty: whichever fits the display.

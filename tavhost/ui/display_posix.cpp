@@ -1,12 +1,18 @@
 #include "tavhost/ui/display.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
+#include <vector>
+
+#include "tavhost/base/descriptor_posix.h"
 
 namespace ui {
 
@@ -52,6 +58,21 @@ bool AnswersWayland() {
   return connection != nullptr;
 }
 
+// What the toolkit opens while it starts, its libraries and fonts among it; where it cannot it ends
+// the program.
+constexpr std::size_t kNeededDescriptors = 24;
+
+base::Result<void> CheckDescriptors() {
+  std::vector<base::Descriptor> opened;
+  while (opened.size() < kNeededDescriptors) {
+    opened.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    if (opened.back().IsOpen()) continue;
+    return base::Failure(std::string(std::strerror(errno)) + "; " +
+                         std::to_string(kNeededDescriptors) + " more are needed (ulimit -n)");
+  }
+  return {};
+}
+
 }  // namespace
 
 bool HasDisplay() { return !Variable("DISPLAY").empty() || !Variable("WAYLAND_DISPLAY").empty(); }
@@ -67,6 +88,7 @@ bool IsPlatformSure() {
 }
 
 base::Result<void> CheckDisplay() {
+  if (base::Result<void> descriptors = CheckDescriptors(); !descriptors) return descriptors;
   const std::string_view platform = WantedPlatform();
   const bool isShown = platform.empty()
                            ? HasDisplay()

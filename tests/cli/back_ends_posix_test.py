@@ -66,7 +66,7 @@ ROWS = {
         'FILE_DIALOG open path:"/none" filename:"b.txt" multi-sel -> b\n'
         'for r in (a, b) { print kel_text(r) }',
         "FILE_DIALOG\nFILE_DIALOG button:ok",
-        'endbutton: "ok", path: "/none/report.txt"\nendbutton: "ok", path: ("/none/b.txt")\n'),
+        '(endbutton: "ok", path: "/none/report.txt")\n(endbutton: "ok", path: ("/none/b.txt"))\n'),
     "files that nobody chooses": (
         'FILE_DIALOG open filename:"a.txt" -> a\nDIRECTORY_DIALOG path:"from" -> b\n'
         'IMAGE_PREVIEW_DLG -> c\nIMAGE_PREVIEW_DLG -> d\n'

@@ -12,6 +12,7 @@ from pathlib import Path
 import program
 import sanitizers
 import waiting
+import x_server
 from program import ProgramTest
 
 sys.path.append(str(Path(__file__).resolve().parents[1] / "service"))
@@ -148,3 +149,50 @@ class DescriptorsTest(ProgramTest):
                     self.assertIn(result.code, (1, 4), result)
                     self.assertRegex(result.err, r"^((tavhost|script service): [^\n]*"
                                      r"(open files|cannot be written)[^\n]*\n)+$")
+
+    def test_few_for_windows(self):
+        x_server.skip_without_windows()
+        environment = {**self.environment, "QT_QPA_PLATFORM": "offscreen"}
+        script = 'INFOBOX "a"\nFILE_DIALOG -> r\nprint r.endbutton'
+        ends = set()
+        for count in (8, 9, 12, *range(16, 64, 3)):
+            def limit():
+                resource.setrlimit(resource.RLIMIT_NOFILE, (count, count))
+
+            with self.subTest(count=count):
+                result = self.run_program("run", "--ui", "qt", "--answers", "accept", "-e", script,
+                                          env=environment, preexec_fn=limit)
+                ends.add(result.code)
+                if result.code == 0:
+                    self.assertEqual(result.out, "ok\n", result)
+                    continue
+                self.assertIn(result.code, (1, 2, 4), result)
+                self.assertRegex(result.err, r"^(tavhost: [^\n]*open files[^\n]*\n)+$")
+        self.assertIn(0, ends, "never enough")
+        self.assertGreater(len(ends), 1, "always enough")
+
+
+class SettingsTest(ProgramTest):
+    """What is no file where the user's settings lie stops nobody."""
+
+    @classmethod
+    def setUpClass(cls):
+        x_server.skip_without_windows()
+        server = x_server.XServer()
+        cls.addClassCleanup(server.stop)
+        cls.display = server.display
+
+    def test_a_pipe(self):
+        for name in ("tavhost/windows.ini", "tavhost.ini"):
+            with self.subTest(name):
+                folder = self.folder / "config" / name.replace("/", "-")
+                (folder / "tavhost").mkdir(parents=True)
+                os.mkfifo(folder / name)
+                environment = {**self.environment, "QT_QPA_PLATFORM": "xcb",
+                               "DISPLAY": self.display, "XDG_CONFIG_HOME": str(folder)}
+                # The windows wait for a user until the time is over.
+                result = self.run_program("--timeout", "1", "run", "--ui", "qt", "-e", "FILE_DIALOG",
+                                          env=environment)
+                self.assertEqual(result.code, 124, result)
+                self.assertEqual(result.err.count("windows.ini is no file" if "/" in name
+                                                  else "tavhost.ini is no file"), 1, result.err)
