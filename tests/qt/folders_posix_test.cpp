@@ -164,6 +164,32 @@ TEST_F(QtFolders, TypingGoesToANameAndEnterTakesIt) {
   EXPECT_EQ(model.chosen, std::vector<std::string>{Path("c.md").toStdString()});
 }
 
+// The same as an answer that confirms the dialog as it stands (headless/offered_path.h).
+TEST_F(QtFolders, EnterTakesTheNameThatIsOffered) {
+  const struct {
+    std::uint32_t style;
+    const char* path;
+    const char* name;
+    const char* extension;
+    const char* chosen;
+  } cases[] = {{kOpen, "sub", "inner.txt", "", "sub/inner.txt"},
+               {kSave, "sub/.", "report", "txt", "sub/report.txt"},
+               {kSave, "a/../sub/", "report", ".txt", "sub/report.txt"},
+               {kSave, "", "a.b", "txt", "a.b"},
+               {kOpen, "", "c", "md", "c.md"}};
+  for (const auto& [style, path, name, extension, chosen] : cases) {
+    FileDialogModel model(style);
+    model.startPath = Path(path).toStdString();
+    model.fileName = name;
+    model.defaultExtension = extension;
+    Run(model, [](QDialog& dialog) {
+      QTest::keyClick(Name(dialog), Qt::Key_Return);
+      if (dialog.isVisible()) QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    EXPECT_EQ(model.chosen, std::vector<std::string>{Path(chosen).toStdString()});
+  }
+}
+
 // Quotes part the names of several files where they are written; they can be part of a name too.
 TEST_F(QtFolders, MarkedFilesWithQuotesInTheirNamesAreChosen) {
   const QDir folder(folder_.path());
