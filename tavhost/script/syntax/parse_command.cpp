@@ -1,7 +1,7 @@
-#include <algorithm>
 #include <string>
 #include <unordered_set>
 
+#include "tavhost/base/ascii.h"
 #include "tavhost/notation/scan.h"
 #include "tavhost/script/syntax/parser.h"
 
@@ -68,8 +68,7 @@ CommandElement* Parser::ParseElement(Statement* command) {
 
 // A value behind a name in capitals begins what was meant to be an element of its own.
 void Parser::FailBehindAttribute(const CommandAttribute& last) const {
-  const bool isName = std::all_of(last.name.begin(), last.name.end(),
-                                  [](char byte) { return byte < 'a' || byte > 'z'; });
+  const bool isName = ascii::ToUpper(last.name) == last.name;
   std::string message = "expected a parameter or a modifier, found " + Found();
   if (isName && last.value.kind == CommandValueKind::kNone && *at_ == '"') {
     message += "; " + std::string(last.name) + " begins behind \";\" or in a line of its own";
