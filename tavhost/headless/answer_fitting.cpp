@@ -60,11 +60,6 @@ std::string GreyedButton(const Answer& answer, const ModalModel& window) {
   return greyed;
 }
 
-bool Confirms(const Answer& answer, const ModalModel& window) {
-  if (answer.result) return *answer.result == window.Buttons().front().result;
-  return answer.button.value_or(ImpliedButton(window)) != kCancelButton;
-}
-
 // What each of these has done by the time that something does not fit, it undoes.
 
 base::Result<void> ApplyToList(const Answer& answer, ListBoxModel& list) {
@@ -231,12 +226,7 @@ base::Result<void> ApplyContents(const Answer& answer, ModalModel& window) {
       if (answer.path && answer.path->size() > 1 && !files.AllowsMultiple()) {
         return base::Failure("only one file can be chosen");
       }
-      files.chosen.clear();
-      if (answer.path) {
-        files.chosen = *answer.path;
-      } else if (Confirms(answer, files)) {
-        files.chosen = OfferedPaths(files);
-      }
+      files.chosen = answer.path.value_or(std::vector<std::string>());
       return {};
     }
     case ModalKind::kDirectoryDialog:

@@ -61,12 +61,12 @@ ROWS = {
         'for r in (a, b, c, d, e) { print kel_text(r) }',
         r'FILE_DIALOG path:"C:\\x\\ä.txt"' '\nFILE_DIALOG path:"report"\nFILE_DIALOG\n'
         r'DIRECTORY_DIALOG path:"\xFFto"' '\nIMAGE_DIALOG path:"none.png"', None),
-    "a name that is offered": (
+    "a name that is offered, and nobody takes": (
         'FILE_DIALOG saveas path:"/none" filename:"report" default-ext:"txt" -> a\n'
         'FILE_DIALOG open path:"/none" filename:"b.txt" multi-sel -> b\n'
         'for r in (a, b) { print kel_text(r) }',
         "FILE_DIALOG\nFILE_DIALOG button:ok",
-        '(endbutton: "ok", path: "/none/report.txt")\n(endbutton: "ok", path: ("/none/b.txt"))\n'),
+        '(endbutton: "ok", path: "")\n(endbutton: "ok", path: ())\n'),
     "files that nobody chooses": (
         'FILE_DIALOG open filename:"a.txt" -> a\nDIRECTORY_DIALOG path:"from" -> b\n'
         'IMAGE_PREVIEW_DLG -> c\nIMAGE_PREVIEW_DLG -> d\n'

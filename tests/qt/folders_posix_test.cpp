@@ -164,7 +164,7 @@ TEST_F(QtFolders, TypingGoesToANameAndEnterTakesIt) {
   EXPECT_EQ(model.chosen, std::vector<std::string>{Path("c.md").toStdString()});
 }
 
-// The same as an answer that confirms the dialog as it stands (headless/offered_path.h).
+// The same as the answer that is proposed for the dialog (headless/offered_path.h).
 TEST_F(QtFolders, EnterTakesTheNameThatIsOffered) {
   const struct {
     std::uint32_t style;

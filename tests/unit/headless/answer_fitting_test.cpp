@@ -170,8 +170,8 @@ TEST(AnswerFitting, AResultOfGreyedButtonsAloneCannotBe) {
   EXPECT_EQ(Misfit("TREE_LIST_BOX select:1 result:1", tree), "");
 }
 
-// Whoever confirms a file dialog as it stands gets what its user would get by Enter.
-TEST(AnswerFitting, TheNameThatIsOfferedCounts) {
+// What is proposed is what its user would get by Enter; an answer has to say so.
+TEST(AnswerFitting, TheNameThatIsOfferedIsProposed) {
   ui::FileDialogModel save(0x2020);
   save.startPath = "/x/reports/";
   save.fileName = "report";
@@ -183,8 +183,7 @@ TEST(AnswerFitting, TheNameThatIsOfferedCounts) {
   const std::string line = ui::AnswerLine(ui::AnswerOf(save));
   const std::string whole = "/x/reports/report.txt";
   EXPECT_EQ(Misfit("FILE_DIALOG", save), "");
-  ASSERT_EQ(save.chosen.size(), 1u);
-  EXPECT_EQ(withSlashes(save.chosen.front()), whole);
+  EXPECT_EQ(save.chosen, Texts());
   EXPECT_EQ(Misfit(line, save), "");
   ASSERT_EQ(save.chosen.size(), 1u);
   EXPECT_EQ(withSlashes(save.chosen.front()), whole) << line;
