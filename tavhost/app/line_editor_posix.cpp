@@ -1,16 +1,25 @@
 #include <dlfcn.h>
 #include <editline/readline.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <string_view>
+#include <tl/expected.hpp>
 #include <utility>
 
 #include "tavhost/app/line_editor.h"
+#include "tavhost/base/descriptor_posix.h"
+#include "tavhost/base/file_text.h"
+#include "tavhost/base/report.h"
+#include "tavhost/base/whole_file.h"
 #include "tavhost/headless/terminal_input_posix.h"
 
 namespace app {
@@ -18,6 +27,8 @@ namespace app {
 namespace {
 
 constexpr int kHistoryLength = 2000;
+constexpr std::size_t kMostHistory = std::size_t{1} << 20;   // bytes of it that are read
+constexpr std::string_view kHistoryMark = "_HiStOrY_V2_\n";  // begins a history of libedit's
 // What ends a word for completion: all that cannot stand in a name.
 constexpr char kWordBreaks[] = " \t\n\"\\'`@$><=;|&{}(),:+*/%[]!#.?";
 
@@ -130,6 +141,16 @@ std::string HistoryFile() {
   return folder + "history";
 }
 
+// A file in memory, by whose name libedit reads and writes its history.
+class MemoryFile {
+ public:
+  bool IsOpen() const { return file_.IsOpen(); }
+  std::string Name() const { return "/proc/self/fd/" + std::to_string(file_.Get()); }
+
+ private:
+  base::Descriptor file_{memfd_create("history", MFD_CLOEXEC)};
+};
+
 class TerminalEditor final : public LineEditor {
  public:
   TerminalEditor() : historyFile_(HistoryFile()) {
@@ -141,7 +162,7 @@ class TerminalEditor final : public LineEditor {
     *library.wordBreaks = kWordBreaks;
     *library.attemptedCompletion = CompleteWord;
     library.stifleHistory(kHistoryLength);
-    if (!historyFile_.empty()) library.readHistory(historyFile_.c_str());
+    if (!historyFile_.empty()) ReadHistory();
   }
 
   std::optional<std::string> Read(const std::string& prompt) override {
@@ -157,12 +178,55 @@ class TerminalEditor final : public LineEditor {
     last_ = entry;
     library.addHistory(entry.c_str());
     // At once, so that a crash does not take it along.
-    if (!historyFile_.empty()) library.writeHistory(historyFile_.c_str());
+    if (historyFile_.empty()) return;
+    const base::Result<void> kept = WriteHistory();
+    if (!kept && !std::exchange(isTold_, true)) {
+      report::Line("tavhost: what is typed is not kept: " + kept.error().message);
+    }
   }
 
  private:
+  // Where it cannot be read it stays as it is.
+  void ReadHistory() {
+    base::Result<std::string> text = base::ReadKeptText(historyFile_, kMostHistory);
+    const MemoryFile file;
+    if (!text || !file.IsOpen()) {
+      const std::string reason = text ? std::strerror(errno) : text.error().message;
+      report::Line("tavhost: the history " + historyFile_ + " is neither read nor kept: " + reason);
+      historyFile_.clear();
+      return;
+    }
+    if (text->size() == kMostHistory) {  // of a longer one whole lines are taken
+      text->replace(0, std::min(text->find('\n'), text->size() - 1) + 1, kHistoryMark);
+    }
+    std::FILE* const stream = base::OpenForWriting(file.Name());
+    if (!stream) return;
+    std::fwrite(text->data(), 1, text->size(), stream);
+    std::fclose(stream);
+    library.readHistory(file.Name().c_str());
+  }
+
+  // All of it or none.
+  base::Result<void> WriteHistory() {
+    const MemoryFile file;
+    if (!file.IsOpen()) return base::Failure(std::strerror(errno));
+    if (const int error = library.writeHistory(file.Name().c_str()); error != 0) {
+      return base::Failure(std::strerror(error));
+    }
+    const base::Result<std::string> text = base::ReadFileText(file.Name());
+    if (!text) return tl::unexpected<base::Error>(text.error());
+    // libedit does not tell where it could not write.
+    if (!text->starts_with(kHistoryMark) || !text->ends_with('\n')) {
+      return base::Failure("it cannot be written whole");
+    }
+    base::WholeFile::Options options;
+    options.ownerOnly = true;
+    return base::WriteWholeFile(historyFile_, *text, options);
+  }
+
   std::string historyFile_;
   std::string last_;
+  bool isTold_ = false;  // that the history cannot be written
 };
 
 }  // namespace

@@ -24,4 +24,20 @@ Result<std::string> ReadFileText(const std::string& name) {
   return text;
 }
 
+Result<std::string> ReadKeptText(const std::string& name, std::size_t most) {
+  std::FILE* const file = OpenFileForReading(name);
+  if (!file) {
+    if (errno == ENOENT) return std::string();
+    return Failure(errno == 0 ? "it is no file" : std::strerror(errno));
+  }
+  // Of a shorter file this fails, and reading begins at its beginning.
+  std::fseek(file, -static_cast<long>(most), SEEK_END);
+  std::string text(most, '\0');
+  text.resize(std::fread(text.data(), 1, most, file));
+  const int error = std::ferror(file) ? errno : 0;
+  std::fclose(file);
+  if (error != 0) return Failure(std::strerror(error));
+  return text;
+}
+
 }  // namespace base

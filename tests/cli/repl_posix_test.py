@@ -3,6 +3,7 @@
 import os
 import pty
 import re
+import resource
 import select
 import signal
 import termios
@@ -176,6 +177,61 @@ class TerminalTest(ProgramTest):
         self.assertIn("40", (state / "tavhost/history").read_text())
         for folder in (state.parent, state, state / "tavhost"):
             self.assertEqual(folder.stat().st_mode & 0o777, 0o700)
+
+    def answers_at_the_prompt(self, *arguments):
+        """What is shown before the first prompt; that lines run behind it, and the program ends."""
+        terminal = Terminal(self, "repl", *arguments)
+        before = terminal.wait_for("tav> ")
+        terminal.type("print 40 + 2\n")
+        shown = terminal.wait_for("tav> ")
+        self.assertIn("42\n", shown)
+        terminal.end_input()
+        self.assertEqual(terminal.exit_code(), 0)
+        return before, shown
+
+    def test_a_history_that_is_no_file(self):
+        history = self.folder / ".local/state/tavhost/history"
+        history.parent.mkdir(parents=True)
+        for make in (lambda: os.mkfifo(history), lambda: history.symlink_to("/dev/zero"),
+                     lambda: history.symlink_to("/dev/full"), history.mkdir):
+            make()
+            before = history.lstat()
+            said, shown = self.answers_at_the_prompt()
+            self.assertIn(f"tavhost: the history {history} is neither read nor kept: it is no file",
+                          said)
+            self.assertNotIn("tavhost:", shown)
+            self.assertEqual(history.lstat(), before)
+            history.rmdir() if history.is_dir() else history.unlink()
+
+    def test_of_a_long_history_the_end_is_read(self):
+        history = self.folder / ".local/state/tavhost/history"
+        history.parent.mkdir(parents=True)
+        with open(history, "w", encoding="utf-8") as file:
+            file.write("_HiStOrY_V2_\n")
+            file.truncate(20 << 30)  # takes no room
+            file.seek(0, os.SEEK_END)
+            file.write("\nprint\\0401\nprint\\0407\n")
+        said, _ = self.answers_at_the_prompt()
+        self.assertNotIn("tavhost:", said)
+        self.assertLess(history.stat().st_size, 4 << 20)
+        self.assertIn("print\\0401\nprint\\0407\nprint\\04040\\040+\\0402\n",
+                      history.read_text(encoding="utf-8"))
+
+    def test_a_history_that_cannot_be_written(self):
+        """What it held is not lost, and it is said once."""
+        self.answers_at_the_prompt()
+        history = self.folder / ".local/state/tavhost/history"
+        before = history.read_text(encoding="utf-8")
+        terminal = Terminal(self, "repl")
+        terminal.wait_for("tav> ")
+        resource.prlimit(terminal.pid, resource.RLIMIT_FSIZE, (0, 0))
+        terminal.type("print 40 + 3\n")
+        self.assertIn("tavhost: what is typed is not kept: ", terminal.wait_for("tav> "))
+        terminal.type("print 40 + 4\n")
+        self.assertNotIn("tavhost:", terminal.wait_for("tav> "))
+        terminal.end_input()
+        self.assertEqual(terminal.exit_code(), 0)
+        self.assertEqual(history.read_text(encoding="utf-8"), before)
 
     def test_completion(self):
         terminal = Terminal(self, "repl")

@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <tl/expected.hpp>
 
 #include "tavhost/qt/ide/session_store.h"
@@ -96,6 +99,25 @@ TEST(SessionStoreFullDisk, WhatWasKeptBeforeIsStillThere) {
   const auto lost = last.TakeLost();
   ASSERT_EQ(lost.size(), 1);
   EXPECT_EQ(lost[0].bytes, "typed");
+}
+
+// Whoever opened these would wait for ever, or read for ever.
+TEST(SessionStoreFiles, MayBeNoFiles) {
+  const QTemporaryDir folder;
+  const auto path = [&](const char* name) { return folder.filePath(QLatin1String(name)); };
+  for (const char* const name : {"workbench.ini", "history", "unsaved-1"}) {
+    const std::string file = path(name).toStdString();
+    for (const char* const other : {"", "/dev/zero"}) {
+      ASSERT_EQ(*other ? symlink(other, file.c_str()) : mkfifo(file.c_str(), 0600), 0);
+      SessionStore store(folder.path());
+      store.Settings().setValue(QStringLiteral("a"), 1);
+      EXPECT_TRUE(store.Problem().isEmpty());
+      EXPECT_TRUE(store.ReadHistory().isEmpty());
+      store.AppendHistory("print 1\n");
+      EXPECT_TRUE(store.TakeLost().isEmpty());
+      std::remove(file.c_str());
+    }
+  }
 }
 
 }  // namespace

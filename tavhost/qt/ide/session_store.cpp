@@ -9,6 +9,7 @@
 #include <QUuid>
 #include <tl/expected.hpp>
 
+#include "tavhost/base/file_text.h"
 #include "tavhost/base/whole_file.h"
 #include "tavhost/qt/shown_text.h"
 
@@ -19,7 +20,7 @@ namespace {
 constexpr quint32 kUnsavedForm = 1;
 // What the files may hold; beyond, they were damaged.
 constexpr qint64 kMostSettings = qint64{256} << 10;  // bytes
-constexpr qint64 kMostHistory = qint64{4} << 20;
+constexpr std::size_t kMostHistory = std::size_t{4} << 20;
 constexpr qint64 kMostUnsaved = qint64{1} << 30;
 
 QString Made(const QString& folder) {
@@ -39,15 +40,20 @@ QString DataFolder(const QString& folder) {
               QStringLiteral("/tavhost/workbench"));
 }
 
+// False for what would hold whoever opens it, or never ends: a pipe, a device.
+bool IsFileIfAnything(const QString& path) {
+  const QFileInfo file(path);
+  return !file.exists() || file.isFile() || file.isDir();
+}
+
 // The file of settings. One that cannot be what was kept is put aside: reading it would take more
-// memory and time than a start may.
+// memory and time than a start may. Nothing is kept where it cannot be put aside.
 QString SettingsFile(const QString& folder) {
   QString file = folder + QStringLiteral("/workbench.ini");
-  if (QFileInfo(file).size() <= kMostSettings) return file;
+  if (QFileInfo(file).size() <= kMostSettings && IsFileIfAnything(file)) return file;
   const QString aside = file + QStringLiteral(".damaged");
   QFile::remove(aside);
-  QFile::rename(file, aside);
-  return file;
+  return QFile::rename(file, aside) ? file : QString();
 }
 
 // Only its owner may read what a user typed.
@@ -104,7 +110,8 @@ QString SessionStore::Problem() const {
 
 std::optional<QList<SessionStore::Unsaved>> SessionStore::ReadUnsaved(const QString& path) {
   QFile file(path);
-  if (!file.open(QIODevice::ReadOnly) || file.size() > kMostUnsaved) return std::nullopt;
+  if (!IsFileIfAnything(path) || !file.open(QIODevice::ReadOnly)) return std::nullopt;
+  if (file.size() > kMostUnsaved) return std::nullopt;
   QDataStream stream(&file);
   quint32 form = 0;
   qint32 count = 0;
@@ -156,16 +163,15 @@ base::Result<void> SessionStore::KeepUnsaved(const QList<Unsaved>& texts) {
 }
 
 QByteArray SessionStore::ReadHistory() const {
-  QFile file(HistoryFile());
-  if (!file.open(QIODevice::ReadOnly)) return {};
   // The newest entries stand last; the first line may be cut.
-  if (file.size() > kMostHistory) file.seek(file.size() - kMostHistory);
-  return file.read(kMostHistory);
+  const base::Result<std::string> text = base::ReadKeptText(Bytes(HistoryFile()), kMostHistory);
+  return text ? QByteArray::fromStdString(*text) : QByteArray();
 }
 
 void SessionStore::AppendHistory(const QByteArray& line) {
   QFile file(HistoryFile());
   const bool isNew = !file.exists();
+  if (!IsFileIfAnything(HistoryFile())) return;
   if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) return;
   if (isNew) KeepPrivate(HistoryFile());
   file.write(line);
