@@ -9,6 +9,10 @@ namespace app {
 // A short run does not notice: it begins to look when it first waits or lets events through.
 void EndAtHangUp();
 
+// For a thread that looks from time to time while code runs that may not return: such a hang-up is
+// noticed now, if none was. Waits for nothing.
+void LookForHangUp() noexcept;
+
 // Returns when standard input can be read, or has ended. Where that has to be waited for, such a
 // hang-up ends the program; so does the end of an input that is a terminal which has gone: what was
 // typed until then is only a part.

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <system_error>
 #include <thread>
@@ -25,6 +26,8 @@ bool HasReader(int descriptor) {
 // Standard input and output, or -1. A terminal that has hung up is known as one no longer, so that
 // this is found out at once.
 pollfd watched[] = {{-1, 0, 0}, {-1, 0, 0}};
+
+std::atomic<bool> isWatched{false};  // whether those are known
 
 // On a thread of its own, which ends with the program.
 void WaitForHangUp() {
@@ -55,7 +58,15 @@ void EndAtHangUp() {
   // Of a pipe that is read from, the end of the input is no hang-up.
   if (IsTerminal(STDIN_FILENO)) watched[0].fd = STDIN_FILENO;
   if (IsTerminal(STDOUT_FILENO) || HasReader(STDOUT_FILENO)) watched[1].fd = STDOUT_FILENO;
-  if (watched[0].fd >= 0 || watched[1].fd >= 0) event_loop::OnFirstUse(BeginToWatch);
+  isWatched = watched[0].fd >= 0 || watched[1].fd >= 0;
+  if (isWatched) event_loop::OnFirstUse(BeginToWatch);
+}
+
+void LookForHangUp() noexcept {
+  static std::atomic<bool> isTold{false};
+  if (!isWatched) return;
+  pollfd now[] = {{watched[0].fd, 0, 0}, {watched[1].fd, 0, 0}};
+  if (poll(now, 2, 0) > 0 && !isTold.exchange(true)) kill(getpid(), SIGHUP);
 }
 
 void WaitForInput() {

@@ -6,6 +6,8 @@ namespace app {
 // console goes by a request to terminate.
 void EndAtHangUp() {}
 
+void LookForHangUp() noexcept {}
+
 void WaitForInput() {}
 
 void NoticeHangUp() {}

@@ -12,8 +12,11 @@
 #include <unistd.h>
 
 #include "tavhost/app/exit_codes.h"
+#include "tavhost/app/hang_up.h"
+#include "tavhost/app/interrupts.h"
 #include "tavhost/app/watchdog.h"
 #include "tavhost/base/leftover_file.h"
+#include "tavhost/base/plugin_call.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
 #include "tavhost/base/stop.h"
@@ -114,23 +117,21 @@ void LookFromAside() noexcept {
   _exit(ExitCodeOfStop(reason));
 }
 
-// False when the watched request is done with first.
-bool WaitForEndOf(unsigned watched, timespec time) noexcept {
-  while (round == watched) {
+// Whether the number of the round becomes another one before that time, in milliseconds.
+bool HasChangedWithin(unsigned number, std::int64_t until) noexcept {
+  const timespec time{static_cast<std::time_t>(until / 1000), until % 1000 * 1'000'000};
+  while (round == number) {
     if (sem_clockwait(&roundChanged, CLOCK_MONOTONIC, &time) != 0 && errno == ETIMEDOUT) {
-      return true;
+      return false;
     }
   }
-  return false;
+  return true;
 }
 
-timespec InMilliseconds(long milliseconds) noexcept {
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  const long nanoseconds = time.tv_nsec + milliseconds % 1000 * 1'000'000;
-  time.tv_sec += milliseconds / 1000 + nanoseconds / 1'000'000'000;
-  time.tv_nsec = nanoseconds % 1'000'000'000;
-  return time;
+std::int64_t Milliseconds() noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * std::int64_t{1000} + now.tv_nsec / 1'000'000;
 }
 
 // A thread that takes the signals that stop a run, should no other do so, and ends with the
@@ -140,20 +141,26 @@ void Watch() noexcept {
   sigfillset(&others);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGALRM}) sigdelset(&others, signal);
   pthread_sigmask(SIG_SETMASK, &others, nullptr);
-  constexpr long kLater = 500;  // milliseconds behind the timer, which comes first where it can
+  constexpr int kLater = 500;    // milliseconds behind the timer, which comes first where it can
+  constexpr int kHolding = 250;  // milliseconds between two looks at what a plug-in does to signals
+  unsigned watched = round;
+  unsigned seen = looks;
+  std::int64_t next = 0;  // look at a request; it is not watched yet
   for (;;) {
-    const unsigned watched = round;
-    if (watched % 2 == 0) {
-      sem_wait(&roundChanged);
-      continue;
-    }
-    unsigned seen = looks;
-    long wait = kWatchdogPatience * 1000L + kLater;
-    while (WaitForEndOf(watched, InMilliseconds(wait))) {
-      if (looks == seen) LookFromAside();
+    const std::int64_t now = Milliseconds();
+    if (HasChangedWithin(watched, now + kHolding)) {
+      watched = round;
       seen = looks;
-      wait = kWatchdogAgain * 1000L + kLater;
+      next = now + kWatchdogPatience * 1000 + kLater;
     }
+    if (plugin_call::Scope::Current()) {
+      HoldInterrupts();
+      LookForHangUp();
+    }
+    if (watched % 2 == 0 || Milliseconds() < next) continue;
+    if (looks == seen) LookFromAside();
+    seen = looks;
+    next += kWatchdogAgain * 1000 + kLater;
   }
 }
 

@@ -150,6 +150,17 @@ class ValidateTest(unittest.TestCase):
             code, report = validate(broken(way))
             self.assertEqual((code, report["passed"]), (0, True), report)
 
+    def test_a_caller_that_does_not_care_for_children(self):
+        ignored = signal.signal(signal.SIGCHLD, signal.SIG_IGN)
+        try:
+            process = subprocess.Popen([options.tavhost, "validate", broken("good")],
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                       restore_signals=False, text=True)
+        finally:
+            signal.signal(signal.SIGCHLD, ignored)
+        out, _ = process.communicate(timeout=120)
+        self.assertEqual(process.returncode, 0, out)
+
     def test_every_test_has_an_id_and_a_sentence(self):
         _, report = validate(broken("good"))
         ids = [test["id"] for test in report["tests"]]

@@ -8,6 +8,8 @@ usage: watchdog_test.py [--tavhost PROGRAM] [--plugins FOLDER] [--wine] [unittes
 import argparse
 import concurrent.futures
 import os
+import pty
+import re
 import signal
 import subprocess
 import sys
@@ -27,6 +29,8 @@ PATIENCE = 5  # seconds that the program waits
 SLACK = 2  # that it may take beyond them, on a machine that has other things to do
 SCRIPT = "print 1\nfunc f() {\n  TEST_FIRST\n}\nf()\nprint 2\n"  # TEST_FIRST does not return
 BLOCKING = SCRIPT.replace("TEST_FIRST", "BLOCK_AND_SPIN")
+IGNORING = SCRIPT.replace("TEST_FIRST", "IGNORE_AND_SPIN")
+IGNORING_AND_BLOCKING = SCRIPT.replace("TEST_FIRST", "IGNORE_BLOCK_AND_SPIN")
 
 options = None
 
@@ -66,6 +70,32 @@ class Run:
             self.folder.cleanup()
         seconds = time.monotonic() - self.begin
         return (out or b"").decode(), err.decode(), self.process.returncode, seconds
+
+
+def with_ignored_signals(script):
+    """Those that the code ignores are taken again a moment later; one that comes before is lost."""
+    run = Run("signals", script=script)
+    waiting.until(run.mark.exists, "the plug-in is at work")
+
+    def is_taken():
+        status = Path(f"/proc/{run.process.pid}/status").read_text()
+        ignored = int(re.search(r"SigIgn:\s*(\w+)", status)[1], 16)
+        return not ignored >> (signal.SIGTERM - 1) & 1
+
+    waiting.until(is_taken, "SIGTERM is taken again")
+    return run.stop(signal.SIGTERM)
+
+
+def with_a_hang_up(pair):
+    """Nobody is left to read: the pipe's reader leaves, or the terminal, which is not the one that
+    controls the program, is closed."""
+    reader, writer = pair()
+    run = Run("sleeps-forever", stdout=writer)
+    os.close(writer)
+    waiting.until(run.mark.exists, "the plug-in is at work")
+    run.begin = time.monotonic()
+    os.close(reader)
+    return run.end()
 
 
 def with_a_full_pipe():
@@ -171,6 +201,14 @@ CASES_HERE = {
     "blocks signals": lambda: Run("signals", script=BLOCKING).stop(signal.SIGTERM),
     "blocks signals, time limit":
         lambda: Run("signals", "--timeout", "1.5", script=BLOCKING).end(),
+    "ignores signals": lambda: with_ignored_signals(IGNORING),
+    "ignores signals, time limit":
+        lambda: Run("signals", "--timeout", "1.5", script=IGNORING).end(),
+    "ignores and blocks signals": lambda: with_ignored_signals(IGNORING_AND_BLOCKING),
+    "ignores and blocks signals, time limit":
+        lambda: Run("signals", "--timeout", "1.5", script=IGNORING_AND_BLOCKING).end(),
+    "pipe without a reader": lambda: with_a_hang_up(os.pipe),
+    "terminal that hangs up": lambda: with_a_hang_up(pty.openpty),
     "full pipe": with_a_full_pipe,
     "client": with_a_request,
     "request's time limit": lambda: with_a_request(leaves=False, limit=1),
@@ -236,6 +274,35 @@ class WatchdogTest(unittest.TestCase):
         what = ", command BLOCK_AND_SPIN at a.tav:3"
         self.check("blocks signals", "signals", 143, what)
         self.check("blocks signals, time limit", "signals", 124, what, more=1.5)
+
+    def test_one_that_ignores_signals(self):
+        for what, command in [("ignores", "IGNORE_AND_SPIN"),
+                              ("ignores and blocks", "IGNORE_BLOCK_AND_SPIN")]:
+            place = f", command {command} at a.tav:3"
+            self.check(f"{what} signals", "signals", 143, place)
+            self.check(f"{what} signals, time limit", "signals", 124, place, more=1.5)
+
+    def test_nobody_is_left_to_read(self):
+        self.check("pipe without a reader", "sleeps-forever", 143, out="")
+        self.check("terminal that hangs up", "sleeps-forever", 143, out="")
+
+    def test_an_alarm_is_not_the_end_of_the_time(self):
+        if options.wine:
+            self.skipTest("not under Wine")
+        script = "ALARM\nprint 1\n"
+        self.assertEqual(Run("signals", "--timeout", "100", script=script).end()[:3],
+                         ("1\n", "", 0))
+        script = "ALARM_AGAIN_AND_AGAIN\nprint 1\nMARK\nwhile 1 { }\n"
+        self.assertEqual(Run("signals", "--timeout", "100", script=script).stop(signal.SIGINT)[:3],
+                         ("1\n", "", 130))
+        out, err, code, seconds = Run("signals", "--timeout", "1", script=script).end()
+        self.assertEqual((out, code), ("1\n", 124), err)
+        self.assertGreater(seconds, 1)
+        # One that is sent.
+        run = Run("signals", "--timeout", "100", script="MARK\nwhile 1 { }\n")
+        waiting.until(run.mark.exists, "the script runs")
+        run.process.send_signal(signal.SIGALRM)
+        self.assertEqual(run.stop(signal.SIGINT)[:3], ("", "", 130))
 
     def test_signals_that_a_command_has_left(self):
         """They stop the script that goes on behind it."""
