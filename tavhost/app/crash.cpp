@@ -46,6 +46,7 @@ void TellExit() {
 void ReportExits() {
   script::IsScriptRunning();  // who tells the line is made first, and so is there at the end
   std::atexit(TellExit);
+  AtQuickExit(TellExit);
 }
 
 std::string_view CrashLine(std::string_view cause, bool details) noexcept {

@@ -2,6 +2,7 @@
 #include <sys/time.h>
 
 #include <cstddef>
+#include <cstdlib>
 
 #include "tavhost/app/crash.h"
 #include "tavhost/app/watchdog.h"
@@ -86,6 +87,8 @@ void Handle(int signal) {
 }
 
 }  // namespace
+
+void AtQuickExit(void (*tell)()) noexcept { std::at_quick_exit(tell); }
 
 void ReportCrashes() {
   stack_t stack{};

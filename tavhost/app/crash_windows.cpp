@@ -45,6 +45,9 @@ void HandleAbort(int) { Tell("signal 22 (SIGABRT)"); }
 
 }  // namespace
 
+// The C library here has none.
+void AtQuickExit(void (*)()) noexcept {}
+
 void ReportCrashes() {
   SetUnhandledExceptionFilter(HandleFault);
   std::signal(SIGABRT, HandleAbort);

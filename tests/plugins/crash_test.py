@@ -131,6 +131,17 @@ class CrashTest(unittest.TestCase):
                 1, said, f'tavhost: plug-in "{self.plugin_name()}", command EXIT{where} did not '
                          "return: exit was called; the program ends\n"))
 
+    def test_quick_exit(self):
+        if machine:
+            self.skipTest("there it cannot be seen")
+        plugin = options.plugin.with_name("signals.so")
+        done = subprocess.run([options.tavhost, "--plugin", plugin, "run", "-e",
+                               "print 1\nQUICK_EXIT\nprint 2"],
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
+        self.assertEqual((done.returncode, done.stdout), (1, "1\n"), done)
+        self.assertRegex(done.stderr, "command QUICK_EXIT at <command line>:2 did not return: exit "
+                                      "was called; the program ends\n$")
+
     def test_the_end_of_the_thread(self):
         if machine:
             self.skipTest("there it cannot be seen")
