@@ -22,13 +22,18 @@ QString UserFolder() {
 QString NoFile() {
   const QDir folder(UserFolder());
   for (const QString& path : {kOrganization + QLatin1Char('/') + kName, QString(kOrganization)}) {
-    const QFileInfo file(folder.filePath(path + QStringLiteral(".ini")));
-    if (file.exists() && !file.isFile()) return file.filePath();
+    const QString file = folder.filePath(path + QStringLiteral(".ini"));
+    if (!IsFileIfAnything(file, kMostSettings)) return file;
   }
   return {};
 }
 
 }  // namespace
+
+bool IsFileIfAnything(const QString& path, qint64 most) {
+  const QFileInfo file(path);
+  return !file.exists() || (file.isFile() && file.size() <= most);
+}
 
 std::unique_ptr<QSettings> WindowSettings() {
   static bool isTold = false;
@@ -38,7 +43,7 @@ std::unique_ptr<QSettings> WindowSettings() {
                                        kName);
   }
   if (!std::exchange(isTold, true)) {
-    qWarning("%s is no file: what is liked of windows is neither read nor kept",
+    qWarning("%s is no file, or far too long: what is liked of windows is neither read nor kept",
              qUtf8Printable(other));
   }
   return nullptr;

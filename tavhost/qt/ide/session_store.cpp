@@ -4,14 +4,15 @@
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QStandardPaths>
 #include <QUuid>
+#include <limits>
 #include <tl/expected.hpp>
 
 #include "tavhost/base/file_text.h"
 #include "tavhost/base/whole_file.h"
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/window_settings.h"
 
 namespace ui::ide_view {
 
@@ -19,8 +20,7 @@ namespace {
 
 constexpr quint32 kUnsavedForm = 1;
 // What the files may hold; beyond, they were damaged.
-constexpr qint64 kMostSettings = qint64{256} << 10;  // bytes
-constexpr std::size_t kMostHistory = std::size_t{4} << 20;
+constexpr std::size_t kMostHistory = std::size_t{4} << 20;  // bytes
 constexpr qint64 kMostUnsaved = qint64{1} << 30;
 
 QString Made(const QString& folder) {
@@ -40,17 +40,11 @@ QString DataFolder(const QString& folder) {
               QStringLiteral("/tavhost/workbench"));
 }
 
-// False for what would hold whoever opens it, or never ends: a pipe, a device.
-bool IsFileIfAnything(const QString& path) {
-  const QFileInfo file(path);
-  return !file.exists() || file.isFile() || file.isDir();
-}
-
 // The file of settings. One that cannot be what was kept is put aside: reading it would take more
 // memory and time than a start may. Nothing is kept where it cannot be put aside.
 QString SettingsFile(const QString& folder) {
   QString file = folder + QStringLiteral("/workbench.ini");
-  if (QFileInfo(file).size() <= kMostSettings && IsFileIfAnything(file)) return file;
+  if (IsFileIfAnything(file, kMostSettings)) return file;
   const QString aside = file + QStringLiteral(".damaged");
   QFile::remove(aside);
   return QFile::rename(file, aside) ? file : QString();
@@ -110,8 +104,8 @@ QString SessionStore::Problem() const {
 
 std::optional<QList<SessionStore::Unsaved>> SessionStore::ReadUnsaved(const QString& path) {
   QFile file(path);
-  if (!IsFileIfAnything(path) || !file.open(QIODevice::ReadOnly)) return std::nullopt;
-  if (file.size() > kMostUnsaved) return std::nullopt;
+  if (!IsFileIfAnything(path, kMostUnsaved)) return std::nullopt;
+  if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
   QDataStream stream(&file);
   quint32 form = 0;
   qint32 count = 0;
@@ -171,7 +165,7 @@ QByteArray SessionStore::ReadHistory() const {
 void SessionStore::AppendHistory(const QByteArray& line) {
   QFile file(HistoryFile());
   const bool isNew = !file.exists();
-  if (!IsFileIfAnything(HistoryFile())) return;
+  if (!IsFileIfAnything(HistoryFile(), std::numeric_limits<qint64>::max())) return;
   if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) return;
   if (isNew) KeepPrivate(HistoryFile());
   file.write(line);
