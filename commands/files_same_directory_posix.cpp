@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -84,6 +85,7 @@ bool LiesInDirectoryOf(const SV::String& target, const SV::String& folder,
   std::vector<Id> above;
   if (!ReadAbove(PlainPath(target).GetStr(), above)) return !IsUnreachable();
   const std::unique_ptr<DIR, Closer> directory(opendir(PlainPath(folder).GetStr()));
+  if (!directory && errno == ENOMEM) throw std::bad_alloc();
   if (!directory) return !IsUnreachable() && errno != EINTR;
   while (true) {
     errno = 0;

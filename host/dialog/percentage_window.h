@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "host/sv/window.h"
 
@@ -25,6 +27,12 @@ class TAV_HOST_API TavPercentageWindow : public SV::Window {
   void SetCurrentMessage(const SV::String& message);
   void SetMessage2(const SV::String& message);
   bool IsCancelled();  // whether the user pressed the cancel button
+
+  // Null is as bad as std::bad_alloc: the command ends as the script error that there is no memory.
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory, const std::nothrow_t&) noexcept;
 
  private:
   ui::PercentageWindowModel& Progress();

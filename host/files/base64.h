@@ -6,7 +6,8 @@
 // caller frees with the global operator delete, whether the call succeeded or not; behind its
 // `newLength` bytes stands a NUL. `buffer` is null when none was made.
 
-// Fails when the text would be longer than 2147483647 bytes or memory runs out.
+// Fails when the text would be longer than 2147483647 bytes. Throws std::bad_alloc, as does the
+// other, when memory runs out.
 TAV_HOST_API bool Tav_NewBase64Encode(const char* data, unsigned long length, char*& buffer,
                                       unsigned long& newLength);
 

@@ -10,6 +10,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/text_history.h"
 
@@ -75,12 +76,11 @@ String::Buffer* String::Allocate(long capacity) {
   static_assert(sizeof(Buffer) == kHeader);
   if (capacity == 0) return &empty_.buffer;
   const auto room = static_cast<std::size_t>(capacity);
-  char* block;
-  if (room < kLongText) [[likely]] {
-    block = static_cast<char*>(buffer_memory::Allocate(kHeader + room + 1));
-  } else {
-    block = static_cast<char*>(buffer_memory::Allocate(BlockSize(room))) + Gap(room);
-  }
+  // Noted, since a command that keeps what it can of its work may not let the refusal through.
+  char* block = static_cast<char*>(
+      refused_memory::Noting([room] { return buffer_memory::Allocate(BlockSize(room)); }));
+  if (room >= kLongText) [[unlikely]]
+    block += Gap(room);
   auto* buffer = reinterpret_cast<Buffer*>(block);
   *buffer = {1, 0, static_cast<std::uint32_t>(capacity), 0};
   buffer->Room()[0] = '\0';

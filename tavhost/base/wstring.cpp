@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/utf16.h"
 
@@ -29,10 +30,14 @@ void WString::Convert() const {
 }
 
 WString ConvertUTF8StringToWString(const String& text) {
-  const std::u16string units = utf16::FromUtf8(text.View());
-  return WString(units.data(), static_cast<long>(units.size()));
+  return refused_memory::Noting([&text] {
+    const std::u16string units = utf16::FromUtf8(text.View());
+    return WString(units.data(), static_cast<long>(units.size()));
+  });
 }
 
-String ConvertWStringToUTF8String(const WString& text) { return text.ToUtf8(); }
+String ConvertWStringToUTF8String(const WString& text) {
+  return refused_memory::Noting([&text] { return text.ToUtf8(); });
+}
 
 }  // namespace SV

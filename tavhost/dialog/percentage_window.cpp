@@ -1,6 +1,7 @@
 #include "host/dialog/percentage_window.h"
 
 #include "host/dialog/save_hide.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/ui/models/modal_model.h"
 #include "tavhost/ui/models/percentage_window_model.h"
@@ -18,6 +19,20 @@ TavPercentageWindow::TavPercentageWindow(SV::Window* parent, const SV::String& t
 }
 
 TavPercentageWindow::~TavPercentageWindow() = default;
+
+void* TavPercentageWindow::operator new(std::size_t size, const std::nothrow_t& none) noexcept {
+  void* const memory = ::operator new(size, none);
+  if (!memory) refused_memory::Note();
+  return memory;
+}
+
+void* TavPercentageWindow::operator new(std::size_t size) { return ::operator new(size); }
+
+void TavPercentageWindow::operator delete(void* memory) noexcept { ::operator delete(memory); }
+
+void TavPercentageWindow::operator delete(void* memory, const std::nothrow_t& none) noexcept {
+  ::operator delete(memory, none);
+}
 
 ui::PercentageWindowModel& TavPercentageWindow::Progress() {
   return static_cast<ui::PercentageWindowModel&>(Model());

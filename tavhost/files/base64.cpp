@@ -146,9 +146,11 @@ struct Free {
 // Until it is filled: a stop in between frees it.
 using Buffer = std::unique_ptr<char, Free>;
 
+// Want of memory is no verdict on the text: it is thrown, and false stays what is too large or no
+// base64.
 Buffer NewBuffer(std::size_t bytes) {
-  void* memory = ::operator new(bytes, std::nothrow);
-  if (memory) ExpectFilled(memory, bytes);
+  void* const memory = ::operator new(bytes);
+  ExpectFilled(memory, bytes);
   return Buffer(static_cast<char*>(memory));
 }
 
@@ -159,7 +161,6 @@ bool NewEncoded(const char* data, unsigned long length, char*& buffer, unsigned 
   if (length > kLongest) return false;
   const std::size_t encoded = EncodedLength(length);
   Buffer filled = NewBuffer(encoded + 1);
-  if (!filled) return false;
   Encode(Best(), data, length, filled.get());
   buffer = filled.release();
   buffer[encoded] = '\0';
@@ -171,7 +172,6 @@ bool NewDecoded(const char* data, unsigned long length, char*& buffer, unsigned 
   buffer = nullptr;
   newLength = 0;
   Buffer filled = NewBuffer(length / 4 * std::size_t{3} + 3 + kDecodeSlack + 1);
-  if (!filled) return false;
   const Decoded decoded = Decode(Best(), data, length, filled.get());
   buffer = filled.release();
   buffer[decoded.length] = '\0';

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <tl/expected.hpp>
 #include <utility>
@@ -502,6 +503,7 @@ FolderContents FilesOf(const std::string& folder) {
   contents.readable = !opened.IsOpen() && errno == ENOENT;
   if (!opened.IsOpen()) return contents;
   DIR* const directory = base::Uninterrupted([&] { return fdopendir(opened.Get()); });
+  if (!directory && errno == ENOMEM) throw std::bad_alloc();
   if (!directory) return contents;
   opened.Release();
   const auto next = [directory] {

@@ -1,6 +1,5 @@
 #include "host/files/system_file_manager.h"
 
-#include <new>
 #include <string>
 
 #include "tavhost/base/string_of.h"
@@ -27,12 +26,7 @@ disk::ReadCode ReadFile(SV::String& contents, const SV::String& path) {
 long TavSystemFileManager::readStringFromFile(SV::String& contents, const SV::String& path,
                                               bool binary) {
   trace::Call call("TavSystemFileManager::readStringFromFile", path, binary);
-  disk::ReadCode code;
-  try {
-    code = ReadFile(contents, path);
-  } catch (const std::bad_alloc&) {
-    code = disk::kTooLarge;
-  }
+  const disk::ReadCode code = ReadFile(contents, path);
   if (code != disk::kRead) contents = SV::String();
   return call.Result(static_cast<long>(code));
 }

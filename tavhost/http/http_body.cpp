@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "tavhost/base/refused_memory.h"
+
 namespace http {
 
 void Body::Announce(std::uint64_t length) {
@@ -22,6 +24,7 @@ void Body::MakeRoom(long more) {
     bytes = larger.AllocBuffer(needed <= announced_ ? announced_
                                                     : static_cast<long>(std::min(grown, most)));
   } catch (const std::bad_alloc&) {
+    refused_memory::Take();
     announced_ = 0;  // it may have been too much to say
     bytes = larger.AllocBuffer(needed);
   }
@@ -31,11 +34,7 @@ void Body::MakeRoom(long more) {
 
 char* Body::Room(std::size_t length) {
   if (length > limit_ - Length()) return nullptr;
-  try {
-    MakeRoom(static_cast<long>(length));
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  MakeRoom(static_cast<long>(length));
   // The buffer is this body's alone, so it can be written to where it lies.
   return const_cast<char*>(bytes_.GetStr()) + length_;
 }

@@ -16,7 +16,7 @@ class Body {
   // How much is to come, if that is known, or the most it can be; room is made for all of it at
   // once if there is so much. Memory is only taken for what really comes.
   void Announce(std::uint64_t length);
-  // False when the limit is passed or memory is out.
+  // False when the limit is passed. Throws std::bad_alloc.
   bool Append(const char* data, std::size_t length);
   // Room for so many bytes behind those that are there, to be written before anything else is asked
   // for; Advance tells how many were. Null like Append's false.

@@ -6,6 +6,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/dry_run.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -65,6 +66,7 @@ struct TavHTTPClient::State {
   SV::WString host;
 
   bool Fetch(const std::string& verb);
+  bool FetchRepeatedly(const std::string& verb);  // with the retries
   SV::String DecodedText();
 };
 
@@ -94,13 +96,21 @@ bool TavHTTPClient::State::Fetch(const std::string& verb) {
   return false;
 }
 
+bool TavHTTPClient::State::FetchRepeatedly(const std::string& verb) {
+  for (std::uint32_t attempt = 0; attempt <= retries && !stop::IsRequested(); ++attempt) {
+    if (Fetch(verb)) return true;
+  }
+  return false;
+}
+
 SV::String TavHTTPClient::State::DecodedText() {
   const std::string charsetName = http::CharsetOf(http::FirstField(answer.header, "Content-Type"));
   return rawWanted ? http::TextOf(charsetName, answer.body)
                    : http::TakeTextOf(charsetName, answer.body);
 }
 
-TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
+// Notes it itself: who makes a client may take whatever is thrown for an address that is none.
+TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double)) try
     : state_(std::make_unique<State>()) {
   const std::string text = Utf8(url);
   trace::Call call("TavHTTPClient::TavHTTPClient", http::WithoutUserInfo(text),
@@ -110,6 +120,8 @@ TavHTTPClient::TavHTTPClient(const SV::WString& url, bool (*progress)(double))
   state_->url = *std::move(parsed);
   state_->host = Wide(state_->url.host);
   call.Created("TavHTTPClient", this);
+} catch (const std::bad_alloc&) {
+  refused_memory::Note();
 }
 
 TavHTTPClient::~TavHTTPClient() {
@@ -134,7 +146,7 @@ void TavHTTPClient::SetRetryTimes(std::uint32_t count) {
 
 bool TavHTTPClient::SetProxy(const SV::WString& proxy) {
   trace::Call call(this, "SetProxy", "***");  // it may be a password
-  auto proxies = http::ParseProxyList(Utf8(proxy));
+  auto proxies = refused_memory::Noting([&] { return http::ParseProxyList(Utf8(proxy)); });
   state_->badProxy = !proxies;
   state_->proxies = proxies ? *std::move(proxies) : std::vector<http::Proxy>();
   return call.Result(!state_->badProxy);
@@ -153,11 +165,7 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
     state_->received = 0;
     return call.Result(true);
   }
-  bool complete = false;
-  for (std::uint32_t attempt = 0; !complete && attempt <= state_->retries; ++attempt) {
-    if (stop::IsRequested()) break;
-    complete = state_->Fetch(sent);
-  }
+  const bool complete = refused_memory::Noting([&] { return state_->FetchRepeatedly(sent); });
   if (!complete) state_->answer = http::Answer();
   state_->received = static_cast<std::uint32_t>(state_->answer.body.Len());
   state_->header = Wide(state_->answer.header);
@@ -168,7 +176,8 @@ bool TavHTTPClient::SendHttpRequest(const SV::WString& verb, bool unused) {
 const SV::WString& TavHTTPClient::GetResponseContent() {
   trace::Call call(this, "GetResponseContent");
   if (!state_->decoded) {
-    state_->content = SV::WString::OfUtf8(state_->DecodedText());
+    state_->content =
+        refused_memory::Noting([this] { return SV::WString::OfUtf8(state_->DecodedText()); });
     state_->decoded = true;
   }
   return call.ResultText(state_->content);

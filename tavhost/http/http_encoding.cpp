@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <string>
 
 #include "tavhost/base/ascii.h"
@@ -45,6 +46,7 @@ class Inflater final : public Decoder {
       stream_.next_out = reinterpret_cast<Bytef*>(piece_.data());
       stream_.avail_out = static_cast<uInt>(piece_.size());
       const int result = inflate(&stream_, Z_NO_FLUSH);
+      if (result == Z_MEM_ERROR) throw std::bad_alloc();
       if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return false;
       ended_ = result == Z_STREAM_END;
       if (!body_.Append(piece_.data(), piece_.size() - stream_.avail_out)) return false;
@@ -61,7 +63,9 @@ class Inflater final : public Decoder {
     constexpr int kGzip = MAX_WBITS + 16;
     const bool framed = (first & 0x0F) == Z_DEFLATED && (first >> 4) <= 7;
     const int bits = gzip_ ? kGzip : framed ? MAX_WBITS : -MAX_WBITS;
-    started_ = inflateInit2(&stream_, bits) == Z_OK;
+    const int result = inflateInit2(&stream_, bits);
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    started_ = result == Z_OK;
     return started_;
   }
 

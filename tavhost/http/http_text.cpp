@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <new>
+#include <stdexcept>
 #include <utility>
 
 #include "tavhost/base/ascii.h"
@@ -100,7 +100,7 @@ SV::String Converted(Converter& converter, std::string_view bytes, std::size_t s
                   converter.RoomFor(std::min(slice, bytes.size())));
   const auto write = [&](std::size_t length, auto convert) {
     char* const room = writer.Room(converter.RoomFor(length));
-    if (!room) throw std::bad_alloc();
+    if (!room) throw std::length_error("the answer is too long as a text");
     writer.Advance(static_cast<std::size_t>(convert(room) - room));
   };
   ForEachSlice(bytes, slice, [&](std::string_view next) {

@@ -17,6 +17,7 @@
 #include "tavhost/base/command_end.h"
 #include "tavhost/base/memory_reserve.h"
 #include "tavhost/base/plugin_call.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/stop.h"
 #include "tavhost/base/string_of.h"
 #include "tavhost/base/trace.h"
@@ -24,7 +25,6 @@
 #include "tavhost/loader/library_file.h"
 #include "tavhost/loader/path_text.h"
 #include "tavhost/loader/refusal_texts.h"
-#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/scope.h"
 #include "tavhost/script/ports/command_index.h"
 #include "tavhost/script/ports/message.h"
@@ -61,6 +61,7 @@ template <typename CallPlugin>
 bool Guarded(const Plugin& plugin, const char* command, TavScriptResult& result,
              CallPlugin callPlugin) {
   try {
+    refused_memory::Take();  // what was refused before is nothing of this command's
     command_end::Scope end;
     bool isCommand;
     {
@@ -75,7 +76,7 @@ bool Guarded(const Plugin& plugin, const char* command, TavScriptResult& result,
       }
     }
     end.Returned();
-    if (kel::TakeAllocationRefused()) throw std::bad_alloc();
+    if (refused_memory::Take()) throw std::bad_alloc();
     return isCommand;
   } catch (const stop::Stopped&) {
     throw;
@@ -216,9 +217,11 @@ SV::String Plugin::AllCommands(char separator) {
     SV::String commands;
     functions_.getAllCommands(commands, separator);
     return commands;
+  } catch (const std::bad_alloc&) {
+    refused_memory::Note();
   } catch (...) {
-    return {};
   }
+  return {};
 }
 
 }  // namespace loader

@@ -6,17 +6,4 @@ namespace kel {
 // tests can see that those who make values live with it.
 void FailNextAllocation();
 
-namespace detail {
-extern constinit bool allocationRefused;
-}
-
-// Whether TavKelValue::operator new has returned null since this was asked last. Those who make
-// values leave out what they have no memory for; who called them learns of it here.
-inline bool TakeAllocationRefused() noexcept {
-  if (!detail::allocationRefused) [[likely]]
-    return false;
-  detail::allocationRefused = false;
-  return true;
-}
-
 }  // namespace kel

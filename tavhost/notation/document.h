@@ -26,6 +26,10 @@ class Document {
 
   // The message of the error that there is no memory.
   static constexpr std::string_view kNoMemory = "the text is too large for the memory there is";
+  // Whether an error is that one; with no memory for words it has none.
+  static bool IsWantOfMemory(const base::Error& error) {
+    return error.message.empty() || error.message == kNoMemory;
+  }
 
   // What the tables of one text may take: twice what 1 GiB of records needs.
   static constexpr std::size_t kTableBytes = std::size_t{4} << 30;

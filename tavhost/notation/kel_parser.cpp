@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <tl/expected.hpp>
 #include <utility>
 
@@ -235,7 +236,9 @@ class Reading final : public base::WorkMeter {
 long TavKelParser::Parse() {
   trace::Call call(this, "Parse");
   Reading reading;
-  return call.Result(kel::ParserAccess::Parse(*this, &reading) ? 0L : 1L);
+  const base::Result<void> parsed = kel::ParserAccess::Parse(*this, &reading);
+  if (!parsed && kel::Document::IsWantOfMemory(parsed.error())) throw std::bad_alloc();
+  return call.Result(parsed ? 0L : 1L);
 }
 
 SV::String TavKelParser::GetKelTextOfStrValue(const char* text) {

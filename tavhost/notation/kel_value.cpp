@@ -4,6 +4,7 @@
 #include <new>
 
 #include "tavhost/base/buffer_memory.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/value.h"
@@ -16,8 +17,6 @@ bool failNext = false;
 
 void FailNextAllocation() { failNext = true; }
 
-constinit bool detail::allocationRefused = false;
-
 }  // namespace kel
 
 using kel::Value;
@@ -27,13 +26,13 @@ static_assert(sizeof(TavKelValue) == sizeof(Value) && alignof(TavKelValue) >= al
 void* TavKelValue::operator new(std::size_t size) noexcept {
   if (kel::failNext) [[unlikely]] {
     kel::failNext = false;
-    kel::detail::allocationRefused = true;
+    refused_memory::Note();
     return nullptr;
   }
   try {
     return buffer_memory::Allocate(size);
   } catch (const std::bad_alloc&) {
-    kel::detail::allocationRefused = true;
+    refused_memory::Note();
     return nullptr;
   }
 }

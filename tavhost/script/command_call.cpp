@@ -4,7 +4,7 @@
 #include "host/notation/kel_value.h"
 #include "host/script/script_result.h"
 #include "tavhost/base/memory_reserve.h"
-#include "tavhost/notation/allocation_hook.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/notation/kel_text.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/engine.h"
@@ -94,7 +94,7 @@ ScriptError CommandError(const Command& command, std::string message) {
   }
   if (result.HasError()) [[unlikely]]
     throw CommandError(command, std::string(result.GetError().View()));
-  if (kel::TakeAllocationRefused()) [[unlikely]]
+  if (refused_memory::Take()) [[unlikely]]
     throw std::bad_alloc();
 }
 

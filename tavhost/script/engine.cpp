@@ -8,9 +8,9 @@
 #include "tavhost/base/coarse_clock.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/memory_reserve.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
-#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/freeing.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/script/code_points.h"
@@ -118,7 +118,7 @@ bool Engine::Begin(const RunOptions& options) {
     globals.Clear();
   }
   globals.Set("args", std::move(args));
-  kel::TakeAllocationRefused();  // what was refused before is nothing of this script's
+  refused_memory::Take();  // what was refused before is nothing of this script's
   sinks_ = std::move(sinks);
   step_ = std::move(step);
   lastEvents_ = base::CoarseMilliseconds();

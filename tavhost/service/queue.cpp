@@ -14,8 +14,8 @@
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/event_loop.h"
 #include "tavhost/base/memory_reserve.h"
+#include "tavhost/base/refused_memory.h"
 #include "tavhost/base/string_of.h"
-#include "tavhost/notation/allocation_hook.h"
 #include "tavhost/notation/document.h"
 #include "tavhost/notation/parser_access.h"
 #include "tavhost/notation/scope.h"
@@ -432,7 +432,7 @@ std::string Queue::RunCommand(const Job& job, stop::Reason& reason) {
   TavKelValue variables(TavKelRecord);
   TavScriptResult result(&variables);
   const std::string name(parser.GetCurElemName().View());
-  kel::TakeAllocationRefused();  // what was refused before is nothing of this command's
+  refused_memory::Take();  // what was refused before is nothing of this command's
   Ending ending;
   try {
     if (!ScriptPort::TavScript().Handle(name.c_str(), parser, result)) {
@@ -457,7 +457,7 @@ std::string Queue::RunCommand(const Job& job, stop::Reason& reason) {
   // No runner of scripts is around a single command that would take the stop away.
   reason = stop::Requested();
   stop::Clear();
-  const bool wasRefused = kel::TakeAllocationRefused();
+  const bool wasRefused = refused_memory::Take();
   if (&job == running_.get()) Release(ending.error.has_value() || wasRefused, ending);
   if (wasRefused) throw std::bad_alloc();
   return BuildReply(kel::Value::Of(variables), "", ending, reason);

@@ -64,7 +64,7 @@ Value KelParse(Engine& engine, Value* arguments, std::uint32_t) {
   engine.ChargeBytes(text.View().size());
   if (!parsed) {
     const base::Error& mistake = parsed.error();
-    if (mistake.message == kel::Document::kNoMemory) throw std::bad_alloc();
+    if (kel::Document::IsWantOfMemory(mistake)) throw std::bad_alloc();
     throw ScriptError("kel_parse: line " + std::to_string(mistake.line) + ", column " +
                       std::to_string(mistake.column) + ": " + mistake.message);
   }
