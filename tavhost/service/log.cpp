@@ -5,6 +5,7 @@
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/percent.h"
+#include "tavhost/service/queue.h"
 
 namespace script::service {
 
@@ -79,7 +80,7 @@ std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_vi
   std::string line = DateText(std::chrono::system_clock::now());
   if (format == TavWSLogLong) line += ' ' + entry.client;
   line += ' ' + shown(entry.method) + ' ' + shown(PathOf(entry.target)) + ' ' +
-          std::to_string(entry.status) + ' ' + time;
+          (entry.status == 0 ? "-" : std::to_string(entry.status)) + ' ' + time;
   if (format == TavWSLogLong) {
     line += ' ' + std::to_string(entry.bytes) + " bytes \"" + shown(entry.agent) + '"';
   }
@@ -87,6 +88,7 @@ std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_vi
     line += " cut off at " + std::to_string(entry.cut->at) + " of " +
             std::to_string(entry.cut->length) + " bytes";
   }
+  if (entry.status == 0) line += std::string(" ") + kErrorClientLeft;
   return line;
 }
 

@@ -11,7 +11,7 @@
 
 namespace script::service {
 
-// One answered request.
+// One request: answered, or given up by its client.
 struct LogEntry {
   // Its reply was not taken any further than that.
   struct Cut {
@@ -23,16 +23,17 @@ struct LogEntry {
   std::string method;
   std::string target;
   std::string agent;
-  unsigned status = 0;
+  unsigned status = 0;    // 0: the client left before there was a reply
   std::size_t bytes = 0;  // of the request's body
   std::chrono::microseconds time{};
   std::optional<Cut> cut{};
 };
 
 // `2026-01-31T12:00:00Z POST /script 200 1.5 ms`; the long form adds client, length and program. A
-// reply that was cut has one more: `... 200 30001.5 ms cut off at 4096 of 30000 bytes`.
-// What the client has sent is escaped, so that it cannot forge lines or drive a terminal, and cut
-// where it is long. Neither `secret`, the token, nor what follows a path, nor a body is in it.
+// reply that was cut has one more: `... 200 30001.5 ms cut off at 4096 of 30000 bytes`. A request
+// whose client left before there was a reply: `... POST /script - 1.5 ms the client left`. What the
+// client has sent is escaped, so that it cannot forge lines or drive a terminal, and cut where it
+// is long. Neither `secret`, the token, nor what follows a path, nor a body is in it.
 std::string LogLine(const LogEntry& entry, TavWSLogFormat format, std::string_view secret);
 
 // `2026-01-31T12:00:00Z`.

@@ -153,7 +153,10 @@ void Session::OnRead(const boost::system::error_code& error, std::size_t count) 
 }
 
 void Session::OnLost() {
-  if (job_) state_.options.queue->Abandon(*job_);
+  if (job_) {
+    state_.options.queue->Abandon(*job_);
+    if (open_) Log(0);  // its reply will find nobody
+  }
   Close();
 }
 

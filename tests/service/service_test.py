@@ -768,6 +768,19 @@ class Order(unittest.TestCase):
         self.assertEqual((status, reply["error"]), (200, None))
         self.assertLess(time.monotonic() - begin, 2)
 
+    def test_a_request_whose_client_left_is_in_the_log(self):
+        here = mark(self)
+        with self.service.sent(here.command + "while 1 { }"):
+            here.wait()
+            with self.service.sent("x = 1"):  # waits behind it
+                self.assertTrue(self.service.has_taken_all())
+        left = rb"POST /script - [0-9.]+ ms the client left"
+        waiting.until(lambda: len(re.findall(left, b"".join(self.service.errors))) == 2,
+                      "both are in the log")
+        self.assertEqual(self.service.post("/script", "x = 1")[0], 200)
+        self.service.stop()
+        self.assertEqual(len(re.findall(left, b"".join(self.service.errors))), 2)
+
     def test_clients_that_leave_while_they_wait_keep_nobody_out(self):
         running = self.service.sent("while 1 { }")
         self.addCleanup(running.close)

@@ -44,6 +44,12 @@ TEST(ServiceLog, WhatNeverCameIsADash) {
   EXPECT_EQ(Line(entry), "- - 400 0.0 ms");
 }
 
+TEST(ServiceLog, ARequestWhoseClientLeft) {
+  LogEntry entry = Entry("/script");
+  entry.status = 0;
+  EXPECT_EQ(Line(entry), "POST /script - 1.5 ms the client left");
+}
+
 TEST(ServiceLog, AReplyThatWasCutOff) {
   LogEntry entry = Entry("/script");
   entry.cut = {4096, 30000};
