@@ -240,6 +240,8 @@ class ExamplesTest(ProgramTest):
         self.file("data/c", "")
         out = self.answered("nightly_report", "data", str(self.folder / "r.txt"))
         self.assertIn("  none         1\n  txt          2\nnew since the last report: c\n", out)
+        out = self.answered("nightly_report", "data", "r.txt")
+        self.assertIn("\nnew since the last report: nothing\n", out)
         kept = self.answered("nightly_report", "data", "r.txt", answers=self.file(
             "no.kel", "MESSAGE_BOX button:no\n"))
         self.assertEqual(kept, "kept\n")
