@@ -37,8 +37,15 @@ class Parser {
  public:
   Parser(const SubcommandRow& row, CommandLine& line) : row_(row), line_(line) {}
 
+  // What stands before the name of a subcommand: whose options they are is not known yet.
+  static Parser BeforeName(CommandLine& line) {
+    Parser parser(kIdeRow, line);
+    parser.takesAll_ = true;
+    return parser;
+  }
+
   // Those that stood before its name.
-  base::Result<void> TakeGiven(const std::vector<const OptionRow*>& given) {
+  base::Result<void> CheckGiven(const std::vector<const OptionRow*>& given) {
     for (const OptionRow* const option : given) {
       if (!IsOptionOf(*option, row_.subcommand)) return base::Failure(NotTakenText(*option, row_));
     }
@@ -87,7 +94,7 @@ class Parser {
     if (!option) {
       return base::Failure("unknown option '" + argument.substr(0, nameEnd) + "'" + Nearest(name));
     }
-    if (!IsOptionOf(*option, row_.subcommand)) return base::Failure(NotTakenText(*option, row_));
+    if (!Takes(*option)) return base::Failure(NotTakenText(*option, row_));
     given_.push_back(option);
     const bool hasValue = nameEnd < argument.size();
     if (!option->value) {
@@ -109,10 +116,14 @@ class Parser {
     return {};
   }
 
+  bool Takes(const OptionRow& option) const {
+    return takesAll_ || IsOptionOf(option, row_.subcommand);
+  }
+
   std::string Nearest(std::string_view name) const {
     std::vector<std::string_view> known;
     for (const OptionRow& option : kOptions) {
-      if (IsOptionOf(option, row_.subcommand) && option.name.size() > 2) {
+      if (Takes(option) && option.name.size() > 2) {
         known.push_back(option.name);
       }
     }
@@ -123,6 +134,7 @@ class Parser {
   CommandLine& line_;
   std::vector<const OptionRow*> given_;
   std::size_t at_ = 0;
+  bool takesAll_ = false;
 };
 
 const SubcommandRow* FindSubcommand(std::string_view name) {
@@ -225,16 +237,18 @@ std::variant<CommandLine, int> ParseCommandLine(const std::vector<std::string>& 
   CommandLine line;
   const SubcommandRow* row = &kIdeRow;
   // Options before the subcommand's name; the rest is left for the subcommand.
-  Parser before(*row, line);
+  Parser before = Parser::BeforeName(line);
   base::Result<void> parsed = before.Parse(arguments, 0);
-  if (parsed && !line.operands.empty()) {
+  if (parsed && line.operands.empty()) {
+    parsed = Parser(*row, line).CheckGiven(before.Given());
+  } else if (parsed) {
     const std::vector<std::string> rest = std::exchange(line.operands, {});
     row = FindSubcommand(rest[0]);
     if (!row) return Complain(UnknownSubcommandText(rest[0]), kIdeRow);
     line.subcommand = row->subcommand;
     Parser behind(*row, line);
     parsed = behind.Parse(rest, 1);
-    if (parsed && !line.help) parsed = behind.TakeGiven(before.Given());
+    if (parsed && !line.help) parsed = behind.CheckGiven(before.Given());
   }
   if (!parsed) return Complain(parsed.error().message, *row);
   if (line.help || line.version) {

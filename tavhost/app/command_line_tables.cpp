@@ -263,7 +263,7 @@ void AppendOption(std::string& help, const OptionRow& option) {
   AppendEntry(help, name, option.description);
 }
 
-// Those that can stand before a subcommand's name, under what takes them.
+// Those of several subcommands, under what takes them.
 void AppendAllOptions(std::string& help) {
   for (const unsigned takers : {kAll, kRunning, kWithAnswers}) {
     help += '\n';

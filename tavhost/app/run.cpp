@@ -40,9 +40,11 @@ void SetProgramPath(const CommandLine& line) {
 void TellOptionsBehind(const CommandLine& line, const script::RunOptions& options,
                        std::string_view text) {
   const auto asks = [text](const char* word) { return text.find(word) != std::string_view::npos; };
-  if (line.options.quiet || asks("args") || asks("include")) return;
-  const auto isOption = [](const std::string& argument) {
+  if (asks("args") || asks("include")) return;
+  const auto isOption = [&line](const std::string& argument) {
     const std::string name = argument.substr(0, argument.find('='));
+    // Who is quiet is told all the same of the one whose lack writes and deletes for real.
+    if (line.options.quiet && name != "--dry-run") return false;
     return std::any_of(kOptions.begin(), kOptions.end(), [&name](const OptionRow& row) {
       return row.name == name && IsOptionOf(row, Subcommand::kRun);
     });

@@ -7,14 +7,18 @@
 #include <tl/expected.hpp>
 #include <vector>
 
+#include "tavhost/base/report.h"
 #include "tavhost/loader/child_process.h"
 #include "tavhost/loader/conformance.h"
+#include "tavhost/loader/library_file.h"
 #include "tavhost/loader/path_text.h"
+#include "tavhost/loader/refusal_texts.h"
 
 namespace loader {
 
 namespace {
 
+constexpr int kExitNothingRun = 2;             // as of a script that cannot be read
 constexpr std::chrono::seconds kTimeLimit{5};  // for one test; all together take a second
 
 enum class Verdict { kPassed, kFailed, kCrashed, kTimedOut, kNotRun };
@@ -140,6 +144,11 @@ void PrintText(const std::vector<TestResult>& results) {
 }  // namespace
 
 int RunValidate(const std::string& path, bool json) {
+  const base::Result<void> file = CheckLibraryFile(WholePath(path));
+  if (!file && file.error().message.starts_with(messages::CannotRead(""))) {
+    report::Line("tavhost: plug-in \"" + path + "\" " + file.error().message);
+    return kExitNothingRun;
+  }
   const std::vector<TestResult> results = RunAll(WholePath(path));
   const bool passed = std::all_of(results.begin(), results.end(), [](const TestResult& result) {
     return result.verdict == Verdict::kPassed;

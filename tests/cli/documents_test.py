@@ -55,6 +55,17 @@ class NamesTest(ProgramTest):
                  for name in re.findall(rf"(?<![\w-])({OPTION})", text)}
         return subcommands, names
 
+    def test_the_man_page_has_the_exit_codes_of_the_page_about_the_command_line(self):
+        """Code by code in the same words."""
+        section = (ROOT / "docs/command-line.md").read_text().split("## Exit codes\n")[1]
+        rows = re.findall(r"(?m)^\| (\d+|N) \| (.+) \|$", section.split("\n## ")[0])
+        self.assertGreater(len(rows), 9)
+        told = MAN_PAGE.read_text().split(".SH EXIT STATUS\n")[1].split("\n.SH ")[0]
+        entries = re.findall(r"(?ms)^\.TP\n\.[BI] (\S+)\n(.*?)(?=^\.|\Z)", told)
+        self.assertEqual([(code, plain(text).replace("\n", " ").strip().lower())
+                          for code, text in entries],
+                         [(code, text.replace("`", "").lower() + ".") for code, text in rows])
+
     def test_each_names_every_subcommand(self):
         told = self.help_names()[0]
         self.assertGreater(len(told), 8)

@@ -200,7 +200,18 @@ class PlaceTest(ProgramTest):
         (self.folder / "gone").mkdir()
         result = self.run_program("validate", "x.so", preexec_fn=lambda: (
             os.chdir("gone"), os.rmdir(self.folder / "gone")))
-        self.assertEqual(result.code, 1, result)
+        self.assertEqual(result.code, 2, result)
+
+    def test_a_plugin_to_validate_that_cannot_be_read(self):
+        (self.folder / "folder").mkdir()
+        for path in ("none.so", "folder"):
+            for more in ([], ["--json"]):
+                result = self.run_program("validate", path, *more)
+                self.assertEqual((result.out, result.code), ("", 2), result)
+                self.assertRegex(result.err, f'^tavhost: plug-in "{path}" cannot be read: .+\n$')
+        self.file("a.so", "no library")
+        result = self.run_program("validate", "a.so")
+        self.assertEqual((result.err, result.code), ("", 1), result)
 
 
 class PlacementTest(ProgramTest):
@@ -212,6 +223,23 @@ class PlacementTest(ProgramTest):
         self.expect(["run", "--screen", "800x600", "a.tav"], "800 600 ()\n")
         self.expect(["run", "--screen=800x600", "a.tav"], "800 600 ()\n")
         self.expect(["--quiet", "run", "--screen", "800x600", "a.tav"], "800 600 ()\n")
+
+    def test_options_of_one_subcommand_before_its_name(self):
+        self.file("a.tav", "nothing()\n")
+        self.expect(["-e", "print 1", "run"], "1\n")
+        self.expect(["-eprint 1", "--quiet", "run", "-e", "print args", "x"], '1\n("x")\n')
+        behind = self.run_program("check", "a.tav", "--json")
+        self.assertEqual(behind.code, 1, behind)
+        before = self.run_program("--json", "check", "a.tav")
+        self.assertEqual((before.out, before.code), (behind.out, behind.code))
+        self.assertIn("--port", self.run_program("--port", "0", "serve", "--help").out)
+        self.expect_usage_error(["--port", "x", "serve"],
+                                "--port: must be a port number from 0 to 65535")
+        self.expect_usage_error(["--json", "run", "a.tav"],
+                                "option '--json' is not for run, but for check, commands and "
+                                "validate", "run")
+        self.expect_usage_error(["--port", "0"],
+                                "option '--port' is not for the workbench, but for serve")
 
     def test_the_last_one_counts(self):
         self.file("a.tav", self.SIZE)
@@ -227,8 +255,13 @@ class PlacementTest(ProgramTest):
                 f"tavhost: note: {option} stands behind the script and is its argument, not an "
                 "option of tavhost\n"))
         for arguments in (["a.tav", "--dry-runs"], ["a.tav", "--port=1"], ["--quiet", "a.tav",
-                          "--dry-run"], ["a.tav", "dry-run"]):
+                          "--timeout"], ["a.tav", "dry-run"]):
             self.expect(["run", *arguments])
+        # Without it the script writes and deletes: whoever is quiet is told as well.
+        for option in ("--dry-run", "--dry-run=json"):
+            self.expect(["--quiet", "run", "a.tav", "--timeout", option], err=(
+                f"tavhost: note: {option} stands behind the script and is its argument, not an "
+                "option of tavhost\n"))
         for script in ("args.tav", "more.tav"):
             self.expect(["run", script, "--dry-run"], '("--dry-run")\n')
 
