@@ -19,6 +19,9 @@ namespace {
 alignas(16) char handlerStack[std::size_t{64} << 10];
 
 constexpr int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+// Those that end a program by the system's action and that people and limits send. They do, but
+// what must not outlive the program goes before.
+constexpr int kSentEnds[] = {SIGQUIT, SIGUSR1, SIGUSR2, SIGXCPU};
 
 const char* CauseOf(int signal) {
   switch (signal) {
@@ -76,12 +79,18 @@ void HandleFault(int signal) {
   EndBy(signal);
 }
 
-void Handle(int signal) {
+// No fault, and nothing to tell: whoever sent the signal knows of it.
+void HandleSentEnd(int signal) {
+  LeftoverFile::RemoveAll();
+  EndBy(signal);
+}
+
+void Handle(int signal, void (*handler)(int)) {
   struct sigaction before {};
   sigaction(signal, nullptr, &before);
   if (before.sa_handler != SIG_DFL) return;  // a sanitizer's or a debugger's own
   struct sigaction action {};
-  action.sa_handler = HandleFault;
+  action.sa_handler = handler;
   action.sa_flags = static_cast<int>(SA_NODEFER | SA_ONSTACK);
   sigaction(signal, &action, nullptr);
 }
@@ -98,9 +107,10 @@ void ReportCrashes() {
   sigset_t faults;
   sigemptyset(&faults);
   for (const int signal : kFaults) {
-    Handle(signal);
+    Handle(signal, HandleFault);
     sigaddset(&faults, signal);
   }
+  for (const int signal : kSentEnds) Handle(signal, HandleSentEnd);
   pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);  // the caller may have blocked them
 }
 

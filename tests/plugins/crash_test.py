@@ -142,6 +142,26 @@ class CrashTest(unittest.TestCase):
         self.assertRegex(done.stderr, "command QUICK_EXIT at <command line>:2 did not return: exit "
                                       "was called; the program ends\n$")
 
+    def test_signals_that_are_no_faults(self):
+        """They end the program without a word, and its token goes with it."""
+        if machine:
+            self.skipTest("not under Wine")
+        for number in (signal.SIGQUIT, signal.SIGUSR1, signal.SIGUSR2, signal.SIGXCPU,
+                       signal.SIGABRT):
+            token = self.folder / "token"
+            with self.subTest(number), subprocess.Popen(
+                    [options.tavhost, "serve", "--token-file", token], stdin=subprocess.DEVNULL,
+                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.folder,
+                    env=sanitizers.environment_for_faults()) as process:
+                try:
+                    process.stdout.readline()  # the service has begun
+                    self.assertTrue(token.exists())
+                    process.send_signal(number)
+                    self.assertEqual(process.wait(timeout=30), -number)
+                finally:
+                    process.kill()
+                self.assertFalse(token.exists())
+
     def test_the_end_of_the_thread(self):
         if machine:
             self.skipTest("there it cannot be seen")
