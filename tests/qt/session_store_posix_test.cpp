@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <tl/expected.hpp>
@@ -103,11 +102,10 @@ TEST(SessionStoreFullDisk, WhatWasKeptBeforeIsStillThere) {
 
 // Whoever opened these would wait for ever, or read for ever.
 TEST(SessionStoreFiles, MayBeNoFiles) {
-  const QTemporaryDir folder;
-  const auto path = [&](const char* name) { return folder.filePath(QLatin1String(name)); };
   for (const char* const name : {"workbench.ini", "history", "unsaved-1"}) {
-    const std::string file = path(name).toStdString();
     for (const char* const other : {"", "/dev/zero"}) {
+      const QTemporaryDir folder;
+      const std::string file = folder.filePath(QLatin1String(name)).toStdString();
       ASSERT_EQ(*other ? symlink(other, file.c_str()) : mkfifo(file.c_str(), 0600), 0);
       SessionStore store(folder.path());
       store.Settings().setValue(QStringLiteral("a"), 1);
@@ -115,7 +113,6 @@ TEST(SessionStoreFiles, MayBeNoFiles) {
       EXPECT_TRUE(store.ReadHistory().isEmpty());
       store.AppendHistory("print 1\n");
       EXPECT_TRUE(store.TakeLost().isEmpty());
-      std::remove(file.c_str());
     }
   }
 }
