@@ -329,7 +329,7 @@ bool Run(const Library& curl, Transfer& transfer) {
     if (curl.perform(curl.multi, &running) != CURLM_OK) return false;
     int left = 0;
     if (const CURLMsg* message = curl.infoRead(curl.multi, &left)) {
-      if (message->data.result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+      // Its own word for want of memory also stands for a line of the header that is too long.
       return message->msg == CURLMSG_DONE && message->data.result == CURLE_OK;
     }
     const auto now = Watch::Clock::now();
