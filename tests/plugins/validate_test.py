@@ -235,13 +235,18 @@ class ValidateTest(unittest.TestCase):
                     (program, "is not a shared library"),
                     (machine, "was built for another kind of machine"),
                     (narrow, "was built for another kind of machine"),
-                    (folder / "missing.so", "cannot be read: No such file or directory"),
-                    (folder, "cannot be read: Is a directory"),
                     (Path("/dev/null"), "is not a shared library")):
                 with self.subTest(path.name):
                     report = self.check(path, [("file", "failed", reason)])
                     self.assert_not_run_behind(report, "file")
                     self.check_refused(path, reason)
+            for path, reason in ((folder / "missing.so", "No such file or directory"),
+                                 (folder, "Is a directory")):
+                with self.subTest(path.name):
+                    result = run("validate", path, "--json")
+                    self.assertEqual((result.returncode, result.stdout, result.stderr), (
+                        2, "", f'tavhost: plug-in "{path}" cannot be read: {reason}\n'))
+                    self.check_refused(path, "cannot be read: " + reason)
 
     def test_files_that_are_cut_short(self):
         with tempfile.TemporaryDirectory() as folder:
