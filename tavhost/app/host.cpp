@@ -1,5 +1,6 @@
 #include "tavhost/app/host.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -89,7 +90,9 @@ void TellNotWritten(const std::string& what, std::string_view file, std::string_
 // would otherwise be found out by the first command that needs it, in the middle of the work.
 base::Result<void> CheckFolder(const std::string& option, const std::string& folder) {
   if (folder.empty()) return {};
-  const std::filesystem::path path = loader::ToPath(folder).lexically_normal();
+  std::filesystem::path path = loader::ToPath(folder);
+  // Behind a link `..` leads elsewhere than the text says.
+  if (std::find(path.begin(), path.end(), "..") == path.end()) path = path.lexically_normal();
   std::error_code error;  // what cannot be looked at is not there
   if (std::filesystem::is_directory(path, error)) return {};
   if (std::filesystem::exists(path, error)) {

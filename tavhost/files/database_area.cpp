@@ -140,9 +140,11 @@ std::optional<Stored> Find(std::string_view path, long libraryId) {
 }  // namespace
 
 void SetFolder(const std::string& folder) {
-  chosenFolder = folder.empty() || disk::IsAbsolute(folder)
-                     ? folder
-                     : disk::Join(disk::CurrentFolder(), folder);
+  // Where that cannot be told there is no such folder, as its first use finds out.
+  const std::string reached = disk::WithoutWayUp(folder).value_or(folder);
+  chosenFolder = reached.empty() || disk::IsAbsolute(reached)
+                     ? reached
+                     : disk::Join(disk::CurrentFolder(), reached);
 }
 
 bool IsAreaName(std::string_view path) {

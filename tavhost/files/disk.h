@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,9 @@ bool CanNameFile(const char* path);
 // for a separator.
 bool CanBeWritten(const std::string& path);
 std::string Join(const std::string& folder, const std::string& name);
+// The same place by a path in which no `..` stands behind a name. Behind a link the system goes
+// another way than the text, so this asks where it goes. Nothing when that cannot be told.
+std::optional<std::string> WithoutWayUp(const std::string& path);
 std::string FolderOf(const std::string& path);  // "." for a bare name
 std::string CurrentFolder();                    // empty when it is gone
 std::string UserDataFolder();                   // where this user's programs keep data

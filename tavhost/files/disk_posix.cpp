@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "tavhost/base/file_contents_posix.h"
+#include "tavhost/base/file_names.h"
 #include "tavhost/base/long_work.h"
 #include "tavhost/base/report.h"
 #include "tavhost/base/standard_write.h"
@@ -236,6 +237,11 @@ class PrintedFile : public OutputFile {
   windows::FileId id_;
 };
 
+// What the system's library has allocated.
+struct Freed {
+  void operator()(char* text) const { std::free(text); }
+};
+
 // The folder asked for last, and some on the way to it: those asked for one after the other lie in
 // each other or side by side, and going the whole way again would take longer with each level.
 class OpenWay {
@@ -411,6 +417,7 @@ base::Result<std::unique_ptr<base::WholeFile>> OpenWhole(Name name,
 std::string TemporaryFolder() {
   const char* chosen = std::getenv("TMPDIR");
   std::string folder = chosen && *chosen ? chosen : "/tmp";
+  folder = WithoutWayUp(folder).value_or("/tmp");
   if (folder[0] != '/') folder = Join(CurrentFolder(), folder);
   folder.erase(0, folder.find_first_not_of('/') - 1);  // two in front would name a network share
   return folder[0] == '/' && CanBeWritten(folder) ? folder : "/tmp";
@@ -435,6 +442,22 @@ std::string Join(const std::string& folder, const std::string& name) {
   return folder.empty() || folder.back() == '/' ? folder + name : folder + '/' + name;
 }
 
+std::optional<std::string> WithoutWayUp(const std::string& path) {
+  std::size_t end = 0;  // of the last `..` that stands behind a name
+  bool hasName = false;
+  for (std::size_t at = 0; at < path.size();) {
+    const std::size_t next = std::min(path.find('/', at), path.size());
+    const std::string_view name = std::string_view(path).substr(at, next - at);
+    if (name == ".." && hasName) end = next;
+    hasName |= !name.empty() && !file_names::IsDots(name);
+    at = next + 1;
+  }
+  if (end == 0) return path;
+  const std::unique_ptr<char, Freed> reached(realpath(path.substr(0, end).c_str(), nullptr));
+  if (!reached) return std::nullopt;
+  return end == path.size() ? reached.get() : Join(reached.get(), path.substr(end + 1));
+}
+
 std::string FolderOf(const std::string& path) {
   const auto slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
@@ -442,9 +465,6 @@ std::string FolderOf(const std::string& path) {
 }
 
 std::string CurrentFolder() {
-  struct Freed {
-    void operator()(char* text) const { std::free(text); }
-  };
   const std::unique_ptr<char, Freed> current(getcwd(nullptr, 0));
   return current ? current.get() : "";
 }

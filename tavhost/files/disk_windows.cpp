@@ -270,6 +270,9 @@ std::string Join(const std::string& folder, const std::string& name) {
   return folder.empty() || ends ? folder + name : folder + '\\' + name;
 }
 
+// The system takes `..` from the text itself.
+std::optional<std::string> WithoutWayUp(const std::string& path) { return path; }
+
 std::string FolderOf(const std::string& path) {
   const auto separator = path.find_last_of("\\/");
   return separator == std::string::npos ? "." : path.substr(0, separator + 1);

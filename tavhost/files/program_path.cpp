@@ -1,5 +1,7 @@
 #include "tavhost/files/program_path.h"
 
+#include <optional>
+
 #include "host/files/database_names.h"
 #include "tavhost/base/trace.h"
 #include "tavhost/files/database_area.h"
@@ -8,6 +10,7 @@
 namespace {
 
 std::string programPath;
+bool isReached = true;  // otherwise nobody can tell which folder it is
 
 std::string Resolved(const char* name) {
   if (*name == '\0' || disk::IsAbsolute(name) || database_area::IsAreaName(name)) return name;
@@ -15,7 +18,7 @@ std::string Resolved(const char* name) {
   if (!disk::CanNameFile(name)) return name;
   const std::string folder = programPath.empty() ? disk::CurrentFolder() : programPath;
   // A folder with a `\` in its name would be read as another one when the path comes back.
-  return disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();
+  return isReached && disk::CanBeWritten(folder) ? disk::Join(folder, name) : std::string();
 }
 
 }  // namespace
@@ -23,9 +26,13 @@ std::string Resolved(const char* name) {
 namespace program_path {
 
 void Set(const std::string& folder) {
-  programPath = folder.empty() || disk::IsAbsolute(folder)
-                    ? folder
-                    : disk::Join(disk::CurrentFolder(), folder);
+  // Scripts' paths take `..` from the text, but the script was found as the system goes.
+  const std::optional<std::string> reached = disk::WithoutWayUp(folder);
+  isReached = reached.has_value();
+  programPath = reached.value_or("");
+  if (!programPath.empty() && !disk::IsAbsolute(programPath)) {
+    programPath = disk::Join(disk::CurrentFolder(), programPath);
+  }
 }
 
 void SetFolderOf(const std::string& file) {
