@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <type_traits>
 
+#include "tavhost/base/leased_file_posix.h"
+
 namespace base {
 
 // Makes a call of the system again as long as a signal interrupts it. Not for close. Of a call that
@@ -28,9 +30,12 @@ auto Uninterrupted(Call call) {
   }
 }
 
-// What a slow file system, as one of another machine, may interrupt.
+// What a slow file system, as one of another machine, may interrupt. A file that is opened without
+// waiting for the other end of a pipe (O_NONBLOCK) is waited for where another program holds it.
 inline int OpenAt(int directory, const char* name, int flags, mode_t mode = 0) {
-  return Uninterrupted([=] { return openat(directory, name, flags, mode); });
+  const int file = Uninterrupted([=] { return openat(directory, name, flags, mode); });
+  const bool isLeased = file < 0 && errno == EWOULDBLOCK;
+  return isLeased ? OpenLeased(directory, name, flags, mode) : file;
 }
 
 inline int MakeDirectoryAt(int directory, const char* name, mode_t mode) {

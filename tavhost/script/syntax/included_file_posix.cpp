@@ -22,7 +22,8 @@ std::string IdentityOf(const std::string& name) {
 
 // A pipe or device could keep the parser waiting for ever, or never end.
 base::Result<IncludedFile> ReadIncludedFile(const std::string& name) {
-  const base::Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const base::Descriptor file(
+      base::OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status;
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return base::Failure(std::strerror(errno));
   if (S_ISDIR(status.st_mode)) return base::Failure(std::strerror(EISDIR));
