@@ -209,7 +209,7 @@ class CopySteps : public Steps {
     if ((!created && !flags_.fillExistingFolders) || !IsDirectory(to)) return Directory::kFailed;
     return created ? Directory::kMade : Directory::kEnter;
   }
-  bool Behind(const std::string&, const std::string&) override { return true; }
+  bool Behind(const std::string&, const std::string&) override { return FinishCopy(); }
 
  private:
   CopyFlags flags_;

@@ -67,6 +67,11 @@ TAV_HOST_API void Tav_FindTypesOnly(bool on);
 TAV_HOST_API void Tav_StandAt(HANDLE search, const char* source, unsigned long sourceLength,
                               const char* target, unsigned long targetLength);
 
+// For a command that copies directories: the one made for the entry at which the innermost search
+// stands is given what it is to have in the end, now. FALSE when that could not be stored; what
+// this user may not give, or the file system does not have, is no failure.
+TAV_HOST_API BOOL Tav_FinishDirectory();
+
 // A link to a directory has both the directory and the reparse bit.
 TAV_HOST_API DWORD GetFileAttributesA(LPCSTR path);
 // One level, with the permissions that the process's mask leaves of 0777. A directory made while a

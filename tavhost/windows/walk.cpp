@@ -390,18 +390,25 @@ int DirectoryOf(Search& search) { return DescriptorOf(search.directory); }
 
 namespace {
 
-// Gives a copy what it is to have in the end. Where that fails, on file systems without
-// permissions, the copy stays narrower than it could be.
-void Complete(MadeDirectory& made) {
-  if (!made.wanted || made.isMoved) return;
+// Some file systems have no permissions or times, or a directory has them from elsewhere: it then
+// stays as it is, never more open than it is to be.
+bool IsNotToBeGiven(int error) { return error == EPERM || error == ENOTSUP; }
+
+// Gives a copy what it is to have in the end. False when that fails.
+bool Complete(MadeDirectory& made) {
+  if (!made.wanted || made.isMoved) return true;
+  const DirectoryLook wanted = *made.wanted;
+  made.wanted.reset();
   const int directory = DescriptorOf(made);
-  if (directory < 0) return;
-  const struct timespec times[2] = {{0, UTIME_OMIT}, made.wanted->modified};
-  base::Uninterrupted([&] { return utimensat(directory, ".", times, 0); });
+  if (directory < 0) return false;
+  const struct timespec times[2] = {{0, UTIME_OMIT}, wanted.modified};
+  const int timed = base::Uninterrupted([&] { return utimensat(directory, ".", times, 0); });
+  const bool isTimed = timed == 0 || IsNotToBeGiven(errno);
   constexpr mode_t kTaken = 01777;
-  const mode_t mode = (made.mode & ~kTaken) | (made.wanted->mode & kTaken);
-  if (mode == made.mode) return;
-  base::Uninterrupted([&] { return fchmodat(directory, ".", mode & 07777, 0); });
+  const mode_t mode = (made.mode & ~kTaken) | (wanted.mode & kTaken);
+  if (mode == made.mode) return isTimed;
+  const int given = base::Uninterrupted([&] { return fchmodat(directory, ".", mode & 07777, 0); });
+  return (given == 0 || IsNotToBeGiven(errno)) && isTimed;
 }
 
 // The walk goes on from the entry for which these were made. `above` is where it stands then. After
@@ -436,6 +443,13 @@ void CloseSearch(Search* search) {
   if (!searches.empty()) return;
   ancestors = {};
   work.reset();
+}
+
+bool FinishMade() {
+  if (searches.empty() || stop::IsRequested()) return true;
+  bool areGiven = true;
+  for (const auto& made : searches.back()->made) areGiven &= Complete(*made);
+  return areGiven;
 }
 
 void CountEntry() { work->At(++entriesReturned); }
@@ -601,10 +615,9 @@ bool CompleteMoved(const Place& place, const struct stat& status) {
   const Descriptor copy = directory < 0 ? Descriptor() : OpenDirectoryAt(directory, ".", O_RDONLY);
   if (!copy.IsOpen()) return false;
   const struct timespec times[2] = {{0, UTIME_OMIT}, made->wanted->modified};
-  // Some file systems have no permissions, which the directory then has from elsewhere.
   const bool isGiven = base::Uninterrupted([&] { return futimens(copy.Get(), times); }) == 0 &&
                        base::TakeRightsAsFarAsAllowed(copy.Get(), original.Get(), status);
-  if (!isGiven && errno != EPERM && errno != ENOTSUP) return false;
+  if (!isGiven && !IsNotToBeGiven(errno)) return false;
   made->wanted.reset();
   const bool isNear = made->id.device == IdOf(status).device;
   return isNear || (base::SyncFolder(copy.Get(), ".") && SyncNamesOfMade(copy.Get()));

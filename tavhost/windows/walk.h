@@ -131,6 +131,9 @@ int DirectoryOf(Search& search);
 void EntryReturned(Search& search, std::string_view name, const struct stat* status);
 // Likewise, an entry whose name makes a path lead elsewhere, to `misread`: no call may lead there.
 void EntryMisread(Search& search, std::string_view misread);
+// What was made for the entry at which the innermost search stands gets what it is to have in the
+// end. False when that fails.
+bool FinishMade();
 // Before a search returns its next entry, and when it has none left: on its way up from a deep
 // place a walk meets nothing else. Both throw stop::Stopped.
 void CountEntry();
