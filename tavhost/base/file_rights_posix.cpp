@@ -96,4 +96,13 @@ bool TakeRightsAsFarAsAllowed(int file, int model, const struct stat& status) {
                            (given.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
 }
 
+bool TakeCapabilities(int file, int model) {
+  constexpr const char* kCapabilities = "security.capability";
+  const auto value = ReadAttribute(model, kCapabilities);
+  if (value && WriteAttribute(file, kCapabilities, *value)) return true;
+  // Some belong to a user who has no number here, and are not even told.
+  return errno == ENODATA || errno == ENOTSUP || errno == ENOSYS || errno == EPERM ||
+         errno == EINVAL || errno == EOVERFLOW;
+}
+
 }  // namespace base

@@ -17,4 +17,9 @@ bool TakeRights(int file, int model, const struct stat& status);
 // another owner loses its set-id bits.
 bool TakeRightsAsFarAsAllowed(int file, int model, const struct stat& status);
 
+// Gives a moved file what programs started from it may do, as far as this user may give it and the
+// file system has it. Not for one that gets other contents: the system takes this from a file that
+// is written.
+bool TakeCapabilities(int file, int model);
+
 }  // namespace base

@@ -78,6 +78,18 @@ bool Publish(base::NewFile& copy, const Place& to, bool replace, FileId source) 
   return errno == EEXIST && replace && CheckTarget(to, source, true) && copy.ReplaceName();
 }
 
+// As far as this user may; a link has no rights of its own that could be opened by that. An owner
+// without a number among the users that this program sees cannot be given (EINVAL).
+bool GiveOwner(int directory, const char* link, const struct stat& source) {
+  for (const uid_t user : {source.st_uid, static_cast<uid_t>(-1)}) {
+    const int given = base::Uninterrupted(
+        [&] { return fchownat(directory, link, user, source.st_gid, AT_SYMLINK_NOFOLLOW); });
+    if (given == 0) return true;
+    if (errno != EPERM && errno != EINVAL) return false;
+  }
+  return true;
+}
+
 bool CopyLink(const Place& from, const Place& to, const CopyOptions& options) {
   struct stat link;
   char text[PATH_MAX];
@@ -88,15 +100,9 @@ bool CopyLink(const Place& from, const Place& to, const CopyOptions& options) {
   base::NewFile copy(to.Directory(), to.Name());
   if (!copy.CreateLink(text)) return false;
   if (options.move) {
-    // As far as this user may; a link has no rights of its own that could be opened by that.
     const struct timespec times[2] = {link.st_atim, link.st_mtim};
     const char* const name = copy.TemporaryName();
-    const int owned = base::Uninterrupted([&] {
-      return fchownat(to.Directory(), name, link.st_uid, link.st_gid, AT_SYMLINK_NOFOLLOW);
-    });
-    if (owned != 0 && errno != EPERM) {
-      return false;
-    }
+    if (!GiveOwner(to.Directory(), name, link)) return false;
     const int timed = base::Uninterrupted(
         [&] { return utimensat(to.Directory(), name, times, AT_SYMLINK_NOFOLLOW); });
     if (timed != 0) return false;
@@ -128,7 +134,9 @@ bool OpenReplaced(const Place& to, Replaced& replaced) {
 // read-only attribute where the copy takes that over.
 bool GiveRights(int copy, int from, const struct stat& source, const Replaced& replaced,
                 const CopyOptions& options) {
-  if (options.move) return base::TakeRightsAsFarAsAllowed(copy, from, source);
+  if (options.move) {
+    return base::TakeRightsAsFarAsAllowed(copy, from, source) && base::TakeCapabilities(copy, from);
+  }
   if (!replaced.file.IsOpen()) return true;
   if (!base::TakeRightsAsFarAsAllowed(copy, replaced.file.Get(), replaced.status)) return false;
   if (!options.keepAttributes || !IsReadOnly(source)) return true;

@@ -7,6 +7,7 @@ import pathlib
 import shutil
 import stat
 import struct
+import subprocess
 
 from ground import Broken, write
 from writers import PATIENCE, start
@@ -150,6 +151,54 @@ def moved(runner, folder, is_far):
         expect_look(place / "to" / name, wanted, "moved")
     if (folder / "src").exists():
         raise Broken("the source is still there")
+
+
+def moved_capabilities(runner, folder, is_far):
+    """A moved program may do what it might do before; a copy, and one with other contents, not."""
+    name = "security.capability"
+    may = struct.pack("<IIIII", 0x02000001, 1 << 10, 0, 0, 0)  # effective; to bind low ports
+    place = pathlib.Path(runner.far) / folder.name if is_far else folder
+    make(place / "to", (0, 0), 0o755, is_folder=True)
+    for program in ("moved", "copied", "replaced", "written"):
+        make(folder / program, (ANN, TEAM), 0o755, {name: may})
+    write(folder / "other", "new")
+    run(runner, folder, f"""
+        MOVE_FILES "moved" to:"{place}/to"
+        print ecode
+        COPY_FILES "copied" to:"{place}/to"
+        print ecode
+        FCOPY from:"other" to:"replaced"
+        print ecode
+        FWRITE file:"written" text:"new"
+        print ecode
+    """, "0 0 1 0")
+    for path, wanted in ((place / "to/moved", may), (place / "to/copied", None),
+                         (folder / "replaced", None), (folder / "written", None)):
+        found = os.getxattr(path, name) if name in os.listxattr(path) else None
+        if found != wanted:
+            raise Broken(f"{path}: {found} instead of {wanted}")
+
+
+def moved_without_number(runner, folder, is_far):
+    """The owner of a link or file may have no number among the users whom the program sees: it moves
+    all the same, and is whoever moves it's then."""
+    place = pathlib.Path(runner.far) / folder.name if is_far else folder
+    make(place / "to", (0, 0), 0o755, is_folder=True)
+    make(folder / "file", (ANN, TEAM), 0o644)
+    os.symlink("file", folder / "link")
+    os.lchown(folder / "link", ANN, TEAM)
+    write(folder / "script.tav", f'MOVE_FILES "link" to:"{place}/to"\nprint ecode\n'
+                                 f'MOVE_FILES "file" to:"{place}/to"\nprint ecode\n')
+    done = subprocess.run(["unshare", "--user", "--map-root-user", runner.tavhost, "run",
+                           "script.tav"], cwd=folder, text=True, stdout=subprocess.PIPE,
+                          timeout=PATIENCE)
+    if done.stdout != "0\n0\n":
+        raise Broken(f"said {done.stdout!r}")
+    if os.readlink(place / "to/link") != "file" or os.path.lexists(folder / "link"):
+        raise Broken("the link has not moved")
+    if is_far:
+        for name, mode in (("link", 0o777), ("file", 0o644)):
+            expect_owner(place / "to" / name, (0, 0), mode)
 
 
 def moved_by_a_user(runner, folder, is_far):
@@ -350,8 +399,13 @@ def cases(runner):
         if is_far:
             shutil.rmtree(pathlib.Path(runner.far) / folder.name)
 
-    for case, is_far in itertools.product((moved, moved_by_a_user, copied, special_bits),
-                                          (False, True)):
+    both = [moved, moved_capabilities, moved_by_a_user, copied, special_bits]
+    if subprocess.run(["unshare", "--user", "--map-root-user", "true"],
+                      stderr=subprocess.DEVNULL).returncode == 0:
+        both.append(moved_without_number)
+    else:
+        print("skipped here, where nobody gets users of their own: owners without a number")
+    for case, is_far in itertools.product(both, (False, True)):
         if runner.far or not is_far:
             yield f"rights: {case.__name__}", lambda c=case, f=is_far: in_a_folder(c, f)
     for case in (replaced, replaced_by_a_user, moved_in_vain):
