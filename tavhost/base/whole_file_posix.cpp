@@ -9,6 +9,7 @@
 #include <cstring>
 #include <tl/expected.hpp>
 #include <utility>
+#include <vector>
 
 #include "tavhost/base/file_contents_posix.h"
 #include "tavhost/base/file_rights_posix.h"
@@ -181,10 +182,23 @@ class ReplacingFile final : public WholeFile {
   int error_ = 0;  // why not all is there; it cannot be stored then
 };
 
-// One of the three streams that every program has leads to that file: whoever holds it would go on
-// writing to a file without a name. True as well when that cannot be told.
-bool IsStandardStream(const struct stat& file) {
-  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+// What was open when the program began: its standard streams and what else it was given. All that
+// it opens itself is closed in the programs that it starts.
+std::vector<int> InheritedDescriptors() {
+  constexpr int kMost = 1024;  // the usual limit of open files
+  std::vector<int> inherited = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+  for (int file = STDERR_FILENO + 1; file < kMost; ++file) {
+    const int flags = fcntl(file, F_GETFD);
+    if (flags >= 0 && (flags & FD_CLOEXEC) == 0) inherited.push_back(file);
+  }
+  return inherited;
+}
+
+// Somebody gave this file to the program, open: whoever holds it would go on writing to a file
+// without a name. True as well when that cannot be told.
+bool IsInherited(const struct stat& file) {
+  static const std::vector<int> inherited = InheritedDescriptors();
+  for (const int stream : inherited) {
     struct stat status;
     if (StatusOf(stream, status) != 0) {
       if (errno != EBADF) return true;
@@ -196,7 +210,7 @@ bool IsStandardStream(const struct stat& file) {
 }
 
 bool MustKeepItsPlace(const struct stat& status) {
-  return status.st_nlink > 1 || IsStandardStream(status);
+  return status.st_nlink > 1 || IsInherited(status);
 }
 
 // What stands at the end of a path, links followed.
