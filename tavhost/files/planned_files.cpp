@@ -205,13 +205,32 @@ PlannedFiles::Node* PlannedFiles::MakeNode(Node node) {
 
 std::optional<std::string> PlannedFiles::Reach(disk::Name name) {
   if (name.isScripts && !dir_entry::CanBePath(name.text)) return std::nullopt;
-  const std::string whole = Full(name.text);
+  const std::string whole = ByWayPassed(Full(name.text));
   // In a circle of links the disk knows what fails.
   std::string path = Final(whole, false).value_or(whole);
   const bool isRefused = std::any_of(searches_.begin(), searches_.end(), [&](const auto& search) {
     return !search->itself.empty() && IsWithin(path, search->entryPath);
   });
   if (isRefused || (!closedWay_.empty() && IsWithin(path, closedWay_))) return std::nullopt;
+  return path;
+}
+
+// A tree command reaches a folder outside of the tree, as its target, once: a link on the way there
+// may be taken away meanwhile by the command itself.
+std::string PlannedFiles::ByWayPassed(const std::string& path) {
+  const Passed* nearest = nullptr;
+  for (const Passed& passed : passed_) {
+    const bool isNearer = !nearest || passed.folder.size() > nearest->folder.size();
+    if (isNearer && path.size() > passed.folder.size() && IsWithin(path, passed.folder)) {
+      nearest = &passed;
+    }
+  }
+  if (nearest) return nearest->final + path.substr(nearest->folder.size());
+  if (searches_.size() != 1) return path;
+  const std::string folder = Parted(path).first;
+  const std::optional<std::string> final = Final(folder, true);
+  // Without a link on the way nothing can change.
+  if (final && *final != folder) passed_.push_back({folder, *final});
   return path;
 }
 
@@ -578,7 +597,9 @@ void PlannedFiles::Close(Search* search) {
   const auto found = std::find_if(searches_.rbegin(), searches_.rend(),
                                   [search](const auto& open) { return open.get() == search; });
   if (found != searches_.rend()) searches_.erase(std::next(found).base());
-  if (searches_.empty()) closedWay_.clear();
+  if (!searches_.empty()) return;
+  closedWay_.clear();
+  passed_.clear();
 }
 
 // Whether a search stands at an entry that holds this folder: then a tree would go into itself.

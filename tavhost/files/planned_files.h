@@ -127,8 +127,15 @@ class PlannedFiles {
     std::vector<Stop> stops = {};
   };
 
+  // A folder behind links through which a tree command has gone, and what it was then.
+  struct Passed {
+    std::string folder;
+    std::string final;
+  };
+
   // The whole path that a name means; nothing when it can mean none, or none may be reached now.
   std::optional<std::string> Reach(disk::Name name);
+  std::string ByWayPassed(const std::string& path);
   Way& WayTo(const std::string& path);
   Found Find(const std::string& path);
   // The same, but a link is a link wherever it leads.
@@ -167,6 +174,7 @@ class PlannedFiles {
   std::array<std::string, 4> plainPaths_;
   std::size_t nextPlainPath_ = 0;
   std::vector<std::unique_ptr<Search>> searches_;
+  std::vector<Passed> passed_;           // since the outermost of them was opened
   std::vector<PlannedOutput*> outputs_;  // open, owned by whoever opened them
   std::string closedWay_;                // a link stands where a tree was to go on
   unsigned temporaryFiles_ = 0;
