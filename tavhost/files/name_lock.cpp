@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include "tavhost/base/ascii.h"
 #include "tavhost/base/long_work.h"
@@ -10,6 +11,14 @@
 namespace name_lock {
 
 namespace {
+
+// The numbers of the names that this process has. Never destroyed: locks may outlive static
+// objects.
+std::vector<std::uint64_t>& namesTaken = *new std::vector<std::uint64_t>;
+
+bool IsTakenHere(std::uint64_t number) {
+  return std::find(namesTaken.begin(), namesTaken.end(), number) != namesTaken.end();
+}
 
 // The case of letters makes no difference. Two names with one number would only wait for each
 // other; of 2^61 numbers that will not be.
@@ -36,10 +45,16 @@ Lock::Outcome Try(Lock& lock) {
 
 }  // namespace
 
+Lock::~Lock() {
+  if (taken_ != 0) namesTaken.erase(std::find(namesTaken.begin(), namesTaken.end(), taken_));
+}
+
 std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds kLongestNap{8};
-  std::unique_ptr<Lock> lock = detail::Open(file, OffsetOf(name));
+  const std::uint64_t number = OffsetOf(name);
+  if (IsTakenHere(number)) return nullptr;
+  std::unique_ptr<Lock> lock = detail::Open(file, number);
   if (!lock) return nullptr;
   const Clock::time_point end = Clock::now() + std::chrono::seconds(kLongestWaitSeconds);
   std::chrono::milliseconds nap{1};
@@ -51,6 +66,8 @@ std::unique_ptr<Lock> Take(const std::string& file, std::string_view name) {
     nap = std::min(2 * nap, kLongestNap);
   }
   if (outcome != Lock::Outcome::kTaken) return nullptr;
+  namesTaken.push_back(number);
+  lock->taken_ = number;
   return lock;
 }
 

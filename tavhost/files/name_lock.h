@@ -18,7 +18,10 @@ inline constexpr int kLongestWaitSeconds = 10;
 
 class Lock {
  public:
-  virtual ~Lock() = default;  // gives the name back
+  Lock() = default;
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+  virtual ~Lock();  // gives the name back
   // From now on nobody waits for the name.
   virtual void KeepOpen() = 0;
 
@@ -29,9 +32,14 @@ class Lock {
   virtual bool Share(std::uint64_t offset) = 0;
   // As Try, but only where the system is sure to keep all other programs away.
   virtual bool TryForSure() = 0;
+
+ private:
+  friend std::unique_ptr<Lock> Take(const std::string& file, std::string_view name);
+  std::uint64_t taken_ = 0;  // the number of the name that this process has by it; 0 for none
 };
 
-// Null when another writer keeps the name. `file` is where the locks are, made if need be; its
+// Null when another writer keeps the name, or this process has it already: the command that waited
+// would be the one that is to give it back. `file` is where the locks are, made if need be; its
 // folder is there. Leaves with stop::Stopped when a stop is asked for.
 std::unique_ptr<Lock> Take(const std::string& file, std::string_view name);
 

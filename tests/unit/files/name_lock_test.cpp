@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -47,6 +48,17 @@ TEST_F(NameLock, ANameThatIsKeptIsRefusedAtOnceInAnyCase) {
   first->KeepOpen();
   EXPECT_EQ(name_lock::Take(file_, "0/NAME"), nullptr);
   EXPECT_NE(name_lock::Take(file_, "1/name"), nullptr);
+  first.reset();
+  EXPECT_NE(name_lock::Take(file_, "0/NAME"), nullptr);
+}
+
+TEST_F(NameLock, ANameThatThisProcessHasIsNotWaitedFor) {
+  const auto begin = std::chrono::steady_clock::now();
+  auto first = name_lock::Take(file_, "0/name");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(name_lock::Take(file_, "0/NAME"), nullptr);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin,
+            std::chrono::seconds(name_lock::kLongestWaitSeconds) / 2);
   first.reset();
   EXPECT_NE(name_lock::Take(file_, "0/NAME"), nullptr);
 }
