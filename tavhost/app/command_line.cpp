@@ -104,6 +104,9 @@ class Parser {
     std::string value;
     if (hasValue) {
       value = argument.substr(nameEnd + (isLong ? 1 : 0));
+      if (value.empty() && option->value[0] == '[') {  // else it would count as left out
+        return base::Failure(std::string(option->name) + ": must not be empty");
+      }
     } else if (option->value[0] == '[') {
       // It can be left out, and so never stands by itself.
     } else if (at_ + 1 < arguments.size()) {

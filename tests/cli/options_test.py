@@ -156,6 +156,8 @@ class EmptyTest(ProgramTest):
                                         f"{option}: must not be empty", "run")
                 self.expect_usage_error([*arguments, "run", "a.tav"],
                                         f"{option}: must not be empty")
+        self.expect_usage_error(["run", "--dry-run=", "-e", "print 1"],
+                                "--dry-run: must not be empty", "run")
 
     def test_names(self):
         for subcommand, *operands in (["validate", ""], ["run", ""], ["run", "", "x"],
