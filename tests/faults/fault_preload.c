@@ -16,6 +16,7 @@
 //                   appear    somebody makes the file FAULT_PATH, unless it exists
 //                   replace   somebody puts another file in the place of FAULT_PATH, if it exists
 //                   (the last four act before the call, which is then made)
+//   FAULT_IN=F      only calls of that function count
 //   FAULT_REFUSE=…  what the file system cannot do, separated by commas: renameat2 (without
 //                   replacing), copy_file_range, d_type (directories do not tell entries' types);
 //                   locks, before the first mark, too
@@ -95,6 +96,8 @@ static void Interfere(const char* what) {
 static int Fault(const char* name) {
   halve = 0;
   if (!counting) return 0;
+  const char* only = getenv("FAULT_IN");
+  if (only && strcmp(name, only) != 0) return 0;
   if (calls == sizeof called / sizeof *called) abort();
   called[calls++] = name;
   const char* slow = getenv("FAULT_SLOW");

@@ -1,6 +1,7 @@
 """What docs/files.md promises that a script alone cannot bring about: pipes, links, second names,
 other folders, full disks, programs that end in the middle."""
 import errno
+import fcntl
 import itertools
 import os
 import pathlib
@@ -10,6 +11,7 @@ import shutil
 import signal
 import stat
 import subprocess
+import sys
 import time
 
 from ground import Broken, snapshot, write
@@ -83,6 +85,13 @@ def temporary_names(runner, folder):
     said(runner, folder, "GET_TEMP_FILENAME\nGET_TEMP_FILENAME\n", "", env=environment)
     made = [path.stat() for path in (folder / "told").iterdir()]
     expect("files", [(stat.S_IMODE(one.st_mode), one.st_size) for one in made], [(0o600, 0)] * 2)
+    environment["TMPDIR"] = "/"
+    said(runner, folder, """
+        GET_TEMP_FILENAME
+        print len(split(filename, "/tmp/"))
+        FDELETE file:(filename)
+        print ecode
+    """, "2 1", env=environment)
 
 
 def link_to_a_full_folder(runner, folder):
@@ -223,9 +232,101 @@ THROUGH_LINKS = (
     'print ecode; FILE_EXISTS file:"la/g"; print exists',
     'DELETE_FILES "a"; print ecode; DIR_EXIST path:"la"; print exist; '
     'DIR_REMOVE path:"la"; print ecode',
+    'MOVE_FILES "l*" to:"la"; print ecode; DIR_LIST path:"a"; print files; DIR_LIST path:"."; print files, dirs',
     'FILE_RENAME from:"a" to:"q"; print ecode; FILE_EXISTS file:"la/f"; print exists; '
     'FILE_EXISTS file:"q/f"; print exists',
 )
+
+
+# Holds files as servers of files do; gives back those before "--" when they are asked for.
+HOLDER = """
+import fcntl, os, signal, sys
+
+names = sys.argv[1:]
+kept = names[names.index("--") + 1:]
+held = {os.open(name, os.O_RDWR): name for name in names if name != "--"}
+signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGIO])
+for file in held:
+    fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_WRLCK)
+print("held", flush=True)
+while True:
+    signal.sigwait([signal.SIGIO])
+    for file, name in list(held.items()):
+        if name not in kept and fcntl.fcntl(file, fcntl.F_GETLEASE) != fcntl.F_WRLCK:
+            fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_UNLCK)
+            print(held.pop(file), flush=True)
+            os.close(file)
+"""
+
+
+def leased(runner, folder):
+    """A file that another program holds as file servers do is waited for, until that program gives it
+    back; a stop ends the wait."""
+    names = ["read", "written", "copied", "replaced"]
+    for name in (*names, "kept"):
+        write(folder / name, "old")
+    with subprocess.Popen([sys.executable, "-c", HOLDER, *names, "--", "kept"], cwd=folder,
+                          text=True, stdout=subprocess.PIPE) as holder:
+        try:
+            expect("the holder", holder.stdout.readline(), "held\n")
+            said(runner, folder, """
+                FREAD file:"read"
+                print ecode, text
+                FWRITE file:"written" text:"new" append
+                print ecode
+                FCOPY from:"copied" to:"copy"
+                print ecode
+                FWRITE file:"replaced" text:"new"
+                print ecode
+            """, "0 old 0 1 0")
+            for name, text in (("written", "oldnew"), ("copy", "old"), ("replaced", "new")):
+                expect_text(folder / name, text)
+            expect("given back", [holder.stdout.readline().strip() for _ in names], names)
+            begun = time.monotonic()
+            stopped = subprocess.run([runner.tavhost, "--timeout", "1", "run", "-e",
+                                      'FREAD file:"kept"\nprint "read"\n'], cwd=folder, text=True,
+                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                     timeout=PATIENCE)
+            expect("stopped", stopped.stdout, "")
+            if time.monotonic() - begun > 10:
+                raise Broken("the stop waited for the lease")
+        finally:
+            holder.kill()
+
+
+def open_for_the_program(runner, folder):
+    """A file that was given to the program open is written in place, by its name as well: whoever
+    holds it goes on with the same file."""
+    for name in ("/dev/fd/{}", "/proc/self/fd/{}", "given"):
+        write(folder / "given", "the old text")
+        with open(folder / "given", "r+", encoding="utf-8") as given:
+            said(runner, folder,
+                 f'FWRITE file:"{name.format(given.fileno())}" text:"new"\nprint ecode\n', "0",
+                 pass_fds=[given.fileno()])
+            expect(name, given.read(), "new")
+        expect_text(folder / "given", "new")
+
+
+def mode_of_a_directory(runner, folder):
+    """A copy that could not get its permissions is a failure."""
+    (folder / "to").mkdir()
+    write(folder / "src/file", "x")
+    (folder / "src").chmod(0o711)
+    text = """
+        FILE_EXISTS file:"FAULT-BEGIN"
+        COPY_FILES "src" to:"to"
+        FILE_EXISTS file:"FAULT-END"
+        print ecode
+    """
+    failed = []
+    for function in ("fchmodat", "utimensat"):
+        for number, wanted in ((errno.EIO, "1"), (errno.EPERM, "0")):
+            shutil.rmtree(folder / "to/src", ignore_errors=True)
+            environment = dict(os.environ, LD_PRELOAD=str(runner.library), FAULT_IN=function,
+                               FAULT_AT="1", FAULT_DO=f"error:{number}", FAULT_COUNT=str(folder / "count"))
+            said(runner, folder, text, wanted, env=environment)
+            failed.append((folder / "count").read_text().split()[1])
+    expect("failed calls", failed, ["fchmodat"] * 2 + ["utimensat"] * 2)
 
 
 def dry_run_through_links(runner, folder):
@@ -236,6 +337,8 @@ def dry_run_through_links(runner, folder):
         (folder / "c").mkdir()
         write(folder / "a/f", "f")
         write(folder / "x", "x")
+        for name in ("l1", "lq"):
+            write(folder / name, name)
         for name, leads in (("la", "a"), ("loop", "loop"), ("dang", "none"), ("lx", "x"),
                             ("far", "missing/none"), ("bad", "x/y")):
             os.symlink(leads, folder / name)
@@ -282,6 +385,40 @@ def script_in_an_odd_folder(runner, folder):
                               input=given, stdout=subprocess.PIPE, timeout=PATIENCE)
         expect(f"with {arguments[0]}", done.stdout, "0\n")
         (folder / "here").unlink()
+
+
+def way_up_behind_a_link(runner, folder):
+    """`..` behind a link leads where the system goes: to the folder that holds the script, the
+    temporary files, the area."""
+    (folder / "far/inner").mkdir(parents=True)
+    (folder / "tmp").mkdir()
+    (folder / "far/tmp").mkdir()
+    os.symlink("far/inner", folder / "link")
+    write(folder / "out", "kept")
+    write(folder / "far/script.tav", """
+        FWRITE file:"out" text:"new"
+        print ecode
+        FWRITE file:"db:/k" text:"stored"
+        print ecode
+        GET_TEMP_FILENAME
+        FWRITE file:(filename) text:"temporary"
+        print ecode
+    """)
+    command = ["run", "--db", "link/../area", "link/../script.tav"]
+    environment = dict(os.environ, TMPDIR="link/../tmp")
+    done = subprocess.run([runner.tavhost, *command], cwd=folder, text=True, env=environment,
+                          stdout=subprocess.PIPE, check=True, timeout=PATIENCE).stdout
+    expect("codes", done, "0\n" * 3)
+    expect_text(folder / "out", "kept")
+    expect_text(folder / "far/out", "new")
+    expect_text(folder / "far/area/0/k", "stored")
+    expect("temporary files", (list((folder / "tmp").iterdir()),
+                               [path.read_text() for path in (folder / "far/tmp").iterdir()]),
+           ([], ["temporary"]))
+    write(folder / "far/script.tav", 'FREAD file:"db:/k"\nprint text\n')
+    told = subprocess.run([runner.tavhost, command[0], "--dry-run", *command[1:]], cwd=folder,
+                          text=True, stdout=subprocess.PIPE, check=True, timeout=PATIENCE).stdout
+    expect("read in a dry run", told.splitlines()[0], "stored")
 
 
 def no_look_at_what_is_there(runner, folder):
@@ -365,6 +502,43 @@ def area_of_the_user(runner, folder):
         area = folder / name / "tavhost/db"
         expect_text(area / "0/k", "x")
         expect_text(area / "7/K2", "x")
+
+
+def area_behind_a_link(runner, folder):
+    """Whoever may write into the area's folder may lead a library elsewhere, but no file."""
+    for name in ("area", "elsewhere"):
+        (folder / name).mkdir()
+    write(folder / "outside", "kept")
+    os.symlink("../elsewhere", folder / "area/0")
+    os.symlink("../outside", folder / "elsewhere/link")
+    said(runner, folder, """
+        FWRITE file:"db:/k" text:"stored"
+        print ecode
+        FWRITE file:"db:/link" text:"new"
+        print ecode
+    """, "0 1")
+    expect_text(folder / "elsewhere/k", "stored")
+    expect_text(folder / "outside", "kept")
+
+
+def folder_that_keeps_all(runner, folder):
+    """Where nothing may be taken away a text cannot take its name, and what was there stays."""
+    write(folder / "d/file", "old")
+    write(folder / "other", "other")
+    if subprocess.run(["chattr", "+a", folder / "d"], stderr=subprocess.DEVNULL).returncode != 0:
+        return
+    try:
+        program = start(runner, folder, """
+            try { FWRITE file:"d/file" text:"new" } catch e { print "not stored" }
+            FCOPY from:"other" to:"d/file"
+            print ecode
+        """)
+        printed, _ = program.communicate(timeout=PATIENCE)
+        expect("said", (printed, program.returncode), ("not stored\n0\n", 0))
+        expect_text(folder / "d/file", "old")
+        expect("left behind", len(list((folder / "d").glob(".tavhost-*.tmp"))), 2)
+    finally:
+        subprocess.run(["chattr", "-a", folder / "d"], check=True)
 
 
 def writer_who_never_ends(runner, folder):
@@ -493,9 +667,10 @@ def cases(runner, long, disk):
 
     plain = [pipe_without_reader, pipe_with_slow_reader, temporary_names, link_to_a_full_folder,
              links_of_single_files, names_of_one_file, tree_into_itself_through_a_link,
-             names_with_a_star, script_in_an_odd_folder, no_look_at_what_is_there,
-             stop_drops_what_is_open, plain_appends_at_once, files_that_are_left,
-             area_of_the_user, dry_run_through_links]
+             names_with_a_star, script_in_an_odd_folder, way_up_behind_a_link,
+             no_look_at_what_is_there, stop_drops_what_is_open, plain_appends_at_once, files_that_are_left,
+             area_of_the_user, dry_run_through_links, leased, open_for_the_program,
+             mode_of_a_directory, area_behind_a_link, folder_that_keeps_all]
     if long:
         plain.append(writer_who_never_ends)
     for command, names in itertools.product(
