@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QScreen>
@@ -10,6 +9,7 @@
 #include <algorithm>
 
 #include "tavhost/qt/shown_text.h"
+#include "tavhost/qt/wrapping_row.h"
 
 namespace ui {
 
@@ -36,7 +36,7 @@ QPushButton* MakeButton(const QString& label, const char* name) {
 BrowserView::BrowserView(BrowserModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)),
       panel_(new TablePanel(model.Table(), false)) {
-  auto* const buttons = new QHBoxLayout;
+  auto* const buttons = new WrappingRow(WrappingRow::Wraps::kOnScreen, &Dialog());
   const QString title = Shown(model.Title());
   QPushButton* const search = MakeButton(QStringLiteral("Sea&rch"), "show search");
   QPushButton* const save = MakeButton(QStringLiteral("&Save…"), "save");
@@ -45,12 +45,11 @@ BrowserView::BrowserView(BrowserModel& model, QWidget* parent)
                    [this] { panel_->ShowSearchBar(!panel_->IsSearchBarShown()); });
   QObject::connect(save, &QPushButton::clicked, this, [this, title] { panel_->Save(title); });
   QObject::connect(print, &QPushButton::clicked, this, [this, title] { panel_->Print(title); });
-  for (QPushButton* const button : {search, save, print}) buttons->addWidget(button);
-  buttons->addStretch(1);
-  buttons->addWidget(MakeButtons());
+  for (QPushButton* const button : {search, save, print}) buttons->AddLeading(button);
+  buttons->Add(MakeButtons());
   auto* const layout = new QVBoxLayout(&Dialog());
   layout->addWidget(panel_, 1);
-  layout->addLayout(buttons);
+  layout->addWidget(buttons);
   Dialog().setSizeGripEnabled(true);
   Dialog().setWindowFlag(Qt::WindowMaximizeButtonHint, true);
   if (!model.size) {
@@ -91,14 +90,12 @@ EditBrowserView::EditBrowserView(EditBrowserModel& model, QWidget* parent)
 }
 
 QWidget* EditBrowserView::MakeButtonRow() {
-  auto* const row = new QWidget;
-  auto* const layout = new QHBoxLayout(row);
-  layout->setContentsMargins(0, 0, 0, 0);
+  auto* const row = new WrappingRow(WrappingRow::Wraps::kOnScreen, &Dialog());
   special_[EditBrowserModel::kInsertRow] = MakeButton(QStringLiteral("&Insert row"), "insert row");
   special_[EditBrowserModel::kDeleteRow] = MakeButton(QStringLiteral("&Delete row"), "delete row");
   special_[EditBrowserModel::kSortRows] = MakeButton(QStringLiteral("&Sort"), "sort rows");
   for (int i = 0; i < EditBrowserModel::kSpecialCount; ++i) {
-    layout->addWidget(special_[i]);
+    row->AddLeading(special_[i]);
     special_[i]->setVisible(browser_.showsSpecial[i]);
   }
   const auto connect = [this](EditBrowserModel::Special which, void (EditBrowserView::*act)()) {
@@ -110,8 +107,7 @@ QWidget* EditBrowserView::MakeButtonRow() {
   connect(EditBrowserModel::kInsertRow, &EditBrowserView::InsertRow);
   connect(EditBrowserModel::kDeleteRow, &EditBrowserView::DeleteRows);
   connect(EditBrowserModel::kSortRows, &EditBrowserView::SortRows);
-  layout->addStretch(1);
-  layout->addWidget(MakeButtons());
+  row->Add(MakeButtons());
   return row;
 }
 

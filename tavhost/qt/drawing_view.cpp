@@ -271,6 +271,11 @@ void DrawingView::paintEvent(QPaintEvent*) {
   painter_.Paint(painter, model_.Shown());
 }
 
+QSize DrawingView::NaturalSize() const {
+  constexpr QSizeF kMost(1e5, 1e5);
+  return (bounds_.size() * Scale() + QSizeF(2, 2) * kMargin).boundedTo(kMost).toSize();
+}
+
 void DrawingView::resizeEvent(QResizeEvent*) { UpdateScrollBars(); }
 
 void DrawingView::wheelEvent(QWheelEvent* event) {

@@ -36,6 +36,8 @@ class DrawingView final : public QAbstractScrollArea, private DrawingObserver {
   void SetZoom(double zoom, const QPointF& fixed);
   void ZoomToFit();
   void Print();
+  // All of the drawing, or of what is wrong with it.
+  QSize NaturalSize() const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -1,6 +1,7 @@
 #include "tavhost/qt/find_bar.h"
 
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -11,16 +12,28 @@
 #include <QTextBlock>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "tavhost/qt/ide/theme.h"
+#include "tavhost/qt/wrapping_row.h"
 
 namespace ui {
 
 namespace {
 
-// More are neither counted nor marked.
-constexpr int kMostFound = 5000;
+// More are not counted.
+constexpr qsizetype kMostFound = 5000;
+constexpr int kPieceMilliseconds = 20;  // of looking, before the window is looked after again
+constexpr int kMarkedAround = 200;      // lines above and below those in view
+
+// The lines in view, and some around them.
+std::pair<int, int> MarkedLines(const QPlainTextEdit& edit) {
+  const QRect view = edit.viewport()->rect();
+  const int first = edit.cursorForPosition(view.topLeft()).blockNumber();
+  const int last = edit.cursorForPosition(view.bottomRight()).blockNumber();
+  return {std::max(first - kMarkedAround, 0), last + kMarkedAround};
+}
 
 }  // namespace
 
@@ -79,25 +92,20 @@ FindBar::FindBar(Edit edit, Mark mark, QWidget* parent)
   replaceLine->addWidget(replace_, 1);
   replaceLine->addWidget(replaceOne);
   replaceLine->addWidget(replaceAll);
-  auto* const choices = new QHBoxLayout;
-  choices->addSpacing(labelWidth + findRow->spacing());
-  for (QCheckBox* box : {matchCase_, wholeWords_, expression_}) choices->addWidget(box);
-  choices->addStretch(1);
-  choices->addWidget(close);
+  auto* const choices = new WrappingRow(WrappingRow::Wraps::kInWindow);
+  for (QCheckBox* box : {matchCase_, wholeWords_, expression_}) choices->AddLeading(box);
+  choices->Add(close);
   layout->addLayout(findRow);
   layout->addWidget(replaceRow_);
-  layout->addLayout(choices);
+  layout->addWidget(choices);
   hide();
 
+  marking_.setSingleShot(true);
+  connect(&marking_, &QTimer::timeout, this, [this] { MarkInView(); });
+  connect(&looking_, &QTimer::timeout, this, [this] { LookOn(); });
   connect(find_, &QLineEdit::textChanged, this, [this] { Refresh(); });
-  connect(find_, &QLineEdit::textEdited, this, [this] {
-    QPlainTextEdit* const edited = edit_();
-    if (!findsWhileTyping_ || !edited || find_->text().isEmpty()) return;
-    QTextCursor cursor = edited->textCursor();
-    cursor.setPosition(cursor.selectionStart());
-    edited->setTextCursor(cursor);
-    FindNext(false);
-  });
+  connect(find_, &QLineEdit::textEdited, this,
+          [this] { goes_ = findsWhileTyping_ && !find_->text().isEmpty(); });
   for (QCheckBox* box : {matchCase_, wholeWords_, expression_}) {
     connect(box, &QCheckBox::toggled, this, [this] { Refresh(); });
   }
@@ -124,6 +132,7 @@ void FindBar::Open(bool withReplace) {
 
 void FindBar::Close() {
   hide();
+  looking_.stop();
   if (QPlainTextEdit* const editor = edit_()) {
     mark_(*editor, {});
     editor->setFocus();
@@ -142,51 +151,123 @@ QRegularExpression FindBar::Expression() const {
   return expression;
 }
 
-QList<QTextCursor> FindBar::FindAll(QPlainTextEdit& editor, qsizetype most) const {
-  QList<QTextCursor> found;
-  const QRegularExpression expression = Expression();
-  if (find_->text().isEmpty() || !expression.isValid()) return found;
-  // Lines are searched one by one; a match holds no line feed.
-  for (QTextBlock block = editor.document()->begin(); block.isValid(); block = block.next()) {
-    const QString text = block.text();
-    QRegularExpressionMatchIterator matches = expression.globalMatch(text);
-    while (matches.hasNext()) {
-      const QRegularExpressionMatch match = matches.next();
-      if (match.capturedLength() == 0) continue;
-      QTextCursor cursor(block);
-      cursor.setPosition(block.position() + static_cast<int>(match.capturedStart()));
-      cursor.setPosition(block.position() + static_cast<int>(match.capturedEnd()),
-                         QTextCursor::KeepAnchor);
-      found.append(cursor);
-      if (found.size() == most) return found;
-    }
+// Lines are searched one by one; a match holds no line feed.
+void FindBar::FindIn(const QTextBlock& block, const QRegularExpression& expression,
+                     std::vector<Place>& found) {
+  const QString text = block.text();
+  QRegularExpressionMatchIterator matches = expression.globalMatch(text);
+  while (matches.hasNext()) {
+    const QRegularExpressionMatch match = matches.next();
+    if (match.capturedLength() == 0) continue;
+    found.push_back({block.position() + static_cast<int>(match.capturedStart()),
+                     block.position() + static_cast<int>(match.capturedEnd())});
   }
-  return found;
 }
+
+QList<QTextCursor> FindBar::Cursors(QPlainTextEdit& editor, const std::vector<Place>& places) {
+  QList<QTextCursor> cursors;
+  for (const Place& place : places) {
+    QTextCursor cursor(editor.document());
+    cursor.setPosition(place.begin);
+    cursor.setPosition(place.end, QTextCursor::KeepAnchor);
+    cursors.append(cursor);
+  }
+  return cursors;
+}
+
+bool FindBar::Looks() const { return !find_->text().isEmpty() && Expression().isValid(); }
 
 void FindBar::Refresh() {
   QPlainTextEdit* const editor = edit_();
   if (!isVisible() || !editor) return;
-  mark_(*editor, FindAll(*editor, kMostFound));
+  disconnect(scrolled_);
+  scrolled_ = connect(editor, &QPlainTextEdit::updateRequest, this, [this] {
+    QPlainTextEdit* const shown = edit_();
+    if (!shown || !isVisible()) return;
+    const auto [first, last] = MarkedLines(*shown);
+    // Beyond what is marked, by half of what is marked around the view.
+    if (first + kMarkedAround / 2 < marked_.first || last - kMarkedAround / 2 > marked_.second) {
+      marking_.start(0);
+    }
+  });
+  found_.clear();
+  next_ = Looks() ? 0 : -1;
+  MarkInView();
+  LookOn();
+}
+
+void FindBar::MarkInView() {
+  QPlainTextEdit* const editor = edit_();
+  if (!isVisible() || !editor) return;
+  marked_ = MarkedLines(*editor);
+  std::vector<Place> places;
+  if (Looks()) {
+    const QRegularExpression expression = Expression();
+    QTextBlock block = editor->document()->findBlockByNumber(marked_.first);
+    for (; block.isValid() && block.blockNumber() <= marked_.second; block = block.next()) {
+      FindIn(block, expression, places);
+      if (std::ssize(places) >= kMostFound) break;
+    }
+  }
+  mark_(*editor, Cursors(*editor, places));
+}
+
+// A piece of the text; the next one when events that wait are done with.
+void FindBar::LookOn() {
+  QPlainTextEdit* const editor = edit_();
+  if (!isVisible() || !editor) return looking_.stop();
+  QElapsedTimer time;
+  time.start();
+  const QRegularExpression expression = Expression();
+  QTextBlock block = next_ < 0 ? QTextBlock() : editor->document()->findBlockByNumber(next_);
+  while (block.isValid() && std::ssize(found_) < kMostFound &&
+         time.elapsed() < kPieceMilliseconds) {
+    FindIn(block, expression, found_);
+    block = block.next();
+  }
+  const bool isDone = !block.isValid() || std::ssize(found_) >= kMostFound;
+  next_ = isDone ? -1 : block.blockNumber();
+  if (std::ssize(found_) > kMostFound) found_.resize(kMostFound);
+  if (isDone) {
+    looking_.stop();
+  } else if (!looking_.isActive()) {
+    looking_.start(0);
+  }
+  if (goes_) GoToFirst(*editor, isDone);
   ShowCount();
+}
+
+// The first place behind where the user is, as soon as it is found; that place included, which
+// more characters may fit.
+void FindBar::GoToFirst(QPlainTextEdit& editor, bool isDone) {
+  QTextCursor cursor = editor.textCursor();
+  const auto at = std::lower_bound(found_.begin(), found_.end(), cursor.selectionStart(),
+                                   [](const Place& place, int from) { return place.begin < from; });
+  if (at == found_.end() && !isDone) return;
+  goes_ = false;
+  if (at != found_.end()) {
+    editor.setTextCursor(Cursors(editor, {*at}).front());
+  } else if (!found_.empty()) {
+    FindNext(false);
+  }
 }
 
 void FindBar::ShowCount() {
   QPlainTextEdit* const editor = edit_();
-  const QList<QTextCursor> found = FindAll(*editor, kMostFound);
   if (find_->text().isEmpty()) return count_->clear();
-  const QRegularExpression expression = Expression();
-  if (!expression.isValid()) {
-    return count_->setText(QStringLiteral("not valid"));
+  if (!Expression().isValid()) return count_->setText(QStringLiteral("not valid"));
+  const bool looksOn = next_ >= 0;
+  if (found_.empty()) {
+    return count_->setText(looksOn ? QStringLiteral("\u2026") : QStringLiteral("not found"));
   }
-  if (found.isEmpty()) return count_->setText(QStringLiteral("not found"));
-  const QString total = found.size() == kMostFound ? QStringLiteral("%1+").arg(kMostFound)
-                                                   : QString::number(found.size());
-  for (qsizetype i = 0; i < found.size(); ++i) {
-    if (found[i].selectionStart() == editor->textCursor().selectionStart() &&
-        found[i].selectionEnd() == editor->textCursor().selectionEnd()) {
-      return count_->setText(QStringLiteral("%1 of %2").arg(i + 1).arg(total));
-    }
+  QString total = QString::number(found_.size());
+  if (looksOn || std::ssize(found_) == kMostFound) total += QLatin1Char('+');
+  const QTextCursor cursor = editor->textCursor();
+  const Place place{cursor.selectionStart(), cursor.selectionEnd()};
+  const auto at = std::lower_bound(found_.begin(), found_.end(), place,
+                                   [](auto& a, auto& b) { return a.begin < b.begin; });
+  if (at != found_.end() && at->begin == place.begin && at->end == place.end) {
+    return count_->setText(QStringLiteral("%1 of %2").arg(at - found_.begin() + 1).arg(total));
   }
   count_->setText(QStringLiteral("%1 found").arg(total));
 }
@@ -232,7 +313,8 @@ bool FindBar::FindNext(bool backwards) {
     Open(false);
     return false;
   }
-  const QTextCursor target = FindFrom(*editor, backwards);
+  const bool isKnownNowhere = isVisible() && next_ < 0 && found_.empty();
+  const QTextCursor target = isKnownNowhere ? QTextCursor() : FindFrom(*editor, backwards);
   if (!target.isNull()) editor->setTextCursor(target);
   ShowCount();
   return !target.isNull();
@@ -247,10 +329,11 @@ bool FindBar::Replace() {
   QPlainTextEdit* const editor = edit_();
   if (!editor || editor->isReadOnly()) return false;
   QTextCursor cursor = editor->textCursor();
-  const QList<QTextCursor> found = FindAll(*editor, kMostFound);
-  const bool atOne = std::any_of(found.begin(), found.end(), [&cursor](const QTextCursor& one) {
-    return one.selectionStart() == cursor.selectionStart() &&
-           one.selectionEnd() == cursor.selectionEnd();
+  std::vector<Place> found;
+  const QTextBlock line = editor->document()->findBlock(cursor.selectionStart());
+  if (Looks()) FindIn(line, Expression(), found);
+  const bool atOne = std::any_of(found.begin(), found.end(), [&cursor](const Place& one) {
+    return one.begin == cursor.selectionStart() && one.end == cursor.selectionEnd();
   });
   if (!atOne) return FindNext(false);
   cursor.insertText(Replacement(cursor.selectedText()));
@@ -266,8 +349,11 @@ int FindBar::ReplaceAll() {
   int count = 0;
   QTextCursor all(editor->document());
   all.beginEditBlock();
-  const QList<QTextCursor> found = FindAll(*editor, -1);
-  for (QTextCursor one : found) {
+  std::vector<Place> found;
+  const QRegularExpression expression = Expression();
+  QTextBlock block = Looks() ? editor->document()->begin() : QTextBlock();
+  for (; block.isValid(); block = block.next()) FindIn(block, expression, found);
+  for (QTextCursor one : Cursors(*editor, found)) {
     one.insertText(Replacement(one.selectedText()));
     ++count;
   }

@@ -2,7 +2,10 @@
 
 #include <QFrame>
 #include <QTextCursor>
+#include <QTimer>
 #include <functional>
+#include <utility>
+#include <vector>
 
 class QCheckBox;
 class QLabel;
@@ -10,11 +13,12 @@ class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
 class QRegularExpression;
+class QTextBlock;
 
 namespace ui {
 
-// Finds and replaces in a text edit, and marks all that is found. Which edit it is may change: the
-// bar asks each time.
+// Finds and replaces in a text edit, and marks what is found where it is in view. Which edit it is
+// may change: the bar asks each time.
 class FindBar final : public QFrame {
  public:
   using Edit = std::function<QPlainTextEdit*()>;  // null: none
@@ -41,8 +45,20 @@ class FindBar final : public QFrame {
 
  private:
   QRegularExpression Expression() const;
-  QList<QTextCursor> FindAll(QPlainTextEdit& edit, qsizetype most) const;  // -1: all
-  QTextCursor FindFrom(QPlainTextEdit& edit, bool backwards) const;        // null: nothing
+  struct Place {
+    int begin;
+    int end;
+  };
+
+  // Whether there is something to be looked for.
+  bool Looks() const;
+  static void FindIn(const QTextBlock& block, const QRegularExpression& expression,
+                     std::vector<Place>& found);
+  static QList<QTextCursor> Cursors(QPlainTextEdit& edit, const std::vector<Place>& places);
+  QTextCursor FindFrom(QPlainTextEdit& edit, bool backwards) const;  // null: nothing
+  void MarkInView();
+  void LookOn();
+  void GoToFirst(QPlainTextEdit& edit, bool isDone);
   void ShowCount();
   QString Replacement(const QString& found) const;
 
@@ -56,6 +72,14 @@ class FindBar final : public QFrame {
   QCheckBox* expression_;
   QLabel* count_;
   QWidget* replaceRow_;
+  // A long text is looked through in pieces, so that typing goes on, and a stop.
+  std::vector<Place> found_;  // so far
+  int next_ = -1;             // the line where looking goes on; -1: it is done
+  bool goes_ = false;         // to the first place once it is found
+  QTimer looking_;
+  QTimer marking_;
+  std::pair<int, int> marked_{0, -1};  // the lines whose places are marked
+  QMetaObject::Connection scrolled_;
 };
 
 // Marks the places as the bar's user expects them in an edit that marks nothing else.

@@ -5,7 +5,9 @@
 #include <QImageReader>
 #include <QItemSelectionModel>
 #include <QPainter>
+#include <algorithm>
 
+#include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
 
@@ -14,7 +16,7 @@ namespace ui {
 namespace {
 
 constexpr int kThumbnail = 96;
-constexpr int kPreview = 280;
+constexpr int kPreview = 280;  // on screens that have the room
 constexpr int kKeptThumbnails = 500;
 
 // Scaled down to fit; a null pixmap when the file is no image.
@@ -74,7 +76,8 @@ ImageDialogView::ImageDialogView(ImageDialogModel& model, QWidget* parent)
       thumbnails_(model),
       view_(new QListView),
       preview_(new QLabel),
-      details_(new QLabel) {
+      details_(new QLabel),
+      side_(std::clamp(MostOnScreen(Dialog()).height() / 2, kThumbnail, kPreview)) {
   view_->setObjectName(QStringLiteral("images"));
   view_->setAccessibleName(QStringLiteral("Images"));
   view_->setModel(&thumbnails_);
@@ -86,13 +89,13 @@ ImageDialogView::ImageDialogView(ImageDialogModel& model, QWidget* parent)
   view_->setUniformItemSizes(true);
   view_->setTextElideMode(Qt::ElideMiddle);
   view_->setSelectionMode(QAbstractItemView::SingleSelection);
-  preview_->setFixedSize(kPreview, kPreview);
+  preview_->setFixedSize(side_, side_);
   preview_->setAlignment(Qt::AlignCenter);
   preview_->setFrameShape(QFrame::StyledPanel);
   preview_->setAccessibleName(QStringLiteral("Preview"));
   details_->setTextFormat(Qt::PlainText);
   details_->setWordWrap(true);
-  details_->setFixedWidth(kPreview);
+  details_->setFixedWidth(side_);
   details_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
 
   auto* const side = new QVBoxLayout;
@@ -136,7 +139,7 @@ void ImageDialogView::ShowPreview() {
     return;
   }
   QSize size;
-  const QPixmap pixmap = ReadImage(entry->file, kPreview - 8, qApp->devicePixelRatio(), &size);
+  const QPixmap pixmap = ReadImage(entry->file, side_ - 8, qApp->devicePixelRatio(), &size);
   if (pixmap.isNull()) {
     preview_->setText(QStringLiteral("No preview"));
   } else {
@@ -170,8 +173,10 @@ void ImageDialogView::Search(const QString& text) {
 
 bool ImageDialogView::eventFilter(QObject* object, QEvent* event) {
   if (ModalView::eventFilter(object, event)) return true;
-  return object == view_ && event->type() == QEvent::KeyPress &&
-         ChoosesCurrent(*view_, static_cast<const QKeyEvent&>(*event));
+  if (object != view_ || event->type() != QEvent::KeyPress) return false;
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  BeginTyping(*view_, key);
+  return ChoosesCurrent(*view_, key);
 }
 
 void ImageDialogView::ReadModel() {

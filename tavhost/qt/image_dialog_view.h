@@ -51,6 +51,7 @@ class ImageDialogView final : public ModalView {
   QListView* view_;
   QLabel* preview_;
   QLabel* details_;
+  const int side_;  // of the preview
 };
 
 }  // namespace ui

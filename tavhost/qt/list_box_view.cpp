@@ -17,6 +17,7 @@ constexpr int kColumns = 48;
 constexpr int kLines = 14;
 constexpr int kCaptionLines = 6;
 constexpr int kCheckBoxColumns = 42;
+constexpr int kBesideCheckBox = 10;
 constexpr int kNameColumns = 200;  // what a screen reader says of the list
 constexpr std::size_t kMostShownCheckBoxes = 6;
 // A row of more bytes than any screen shows is cut there, so that drawing it stays fast.
@@ -98,7 +99,7 @@ QWidget* ListBoxView::MakeCheckBoxes() {
   layout->setContentsMargins(0, 0, 0, 0);
   for (const ListBoxModel::CheckBox& box : list_.CheckBoxes()) {
     auto* const widget = new QCheckBox;
-    ShowLabel(*widget, Shown(box.text), kCheckBoxColumns);
+    ShowLabel(*widget, Shown(box.text), std::max(kCheckBoxColumns, LabelColumns(kBesideCheckBox)));
     layout->addWidget(widget);
     checkBoxes_.push_back(widget);
   }
@@ -160,8 +161,10 @@ void ListBoxView::TakeSelection() {
 
 bool ListBoxView::eventFilter(QObject* object, QEvent* event) {
   if (ModalView::eventFilter(object, event)) return true;
-  return object == view_ && event->type() == QEvent::KeyPress &&
-         ChoosesCurrent(*view_, static_cast<const QKeyEvent&>(*event));
+  if (object != view_ || event->type() != QEvent::KeyPress) return false;
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  BeginTyping(*view_, key);
+  return ChoosesCurrent(*view_, key);
 }
 
 // What the search hides the user does not see selected, so it is not returned.

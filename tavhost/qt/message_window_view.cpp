@@ -2,6 +2,7 @@
 
 #include <QScreen>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "tavhost/qt/on_screen.h"
 #include "tavhost/qt/shown_text.h"
@@ -50,7 +51,13 @@ void MessageWindowView::ShowModel() {
   text_->SetText(text);
   // It grows with its text and does not shrink under the user's eyes.
   const QSize before = size();
-  ResizeOnScreen(*this, isVisible() ? before.expandedTo(sizeHint()) : sizeHint());
+  QSize wanted = isVisible() ? before.expandedTo(QSize(sizeHint().width(), 0)) : sizeHint();
+  const QLayout& all = *layout();
+  // A text that wraps needs less height in a wider window than it would like by itself.
+  wanted.setHeight(std::max(
+      isVisible() ? before.height() : 0,
+      all.hasHeightForWidth() ? all.totalHeightForWidth(wanted.width()) : sizeHint().height()));
+  ResizeOnScreen(*this, wanted);
   if (isVisible() && size() != before) MoveOnScreen(*this, pos());
 }
 

@@ -3,8 +3,10 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFileDialog>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -64,6 +66,7 @@ void ModalView::Open(int guardMilliseconds) {
   guardMilliseconds_ = guardMilliseconds;
   sinceOpen_.start();
   Appear();
+  wantedSize_ = dialog_->size();
 }
 
 void ModalView::Appear() {
@@ -85,10 +88,27 @@ void ModalView::PlaceDialog() {
   }
 }
 
+void ModalView::NoteSize(const QSize& before) {
+  const QSize now = dialog_->size();
+  const QSize least = dialog_->minimumSize();
+  const bool grewWider = now.width() > before.width() && now.width() == least.width();
+  const bool grewHigher = now.height() > before.height() && now.height() == least.height();
+  if (!grewWider && now.width() != before.width()) wantedSize_.setWidth(now.width());
+  if (!grewHigher && now.height() != before.height()) wantedSize_.setHeight(now.height());
+}
+
 void ModalView::End(const std::string& button) {
   if (model_.HasEnded()) return;
   ReadModel();
   model_.End(button);
+}
+
+int ModalView::LabelColumns(int beside) const {
+  if (!model_.size) return kMostLabelColumns;
+  const int most = MostOnScreen(*dialog_).width();
+  const int width = static_cast<int>(std::clamp<long>(model_.size->Width(), 0, most));
+  const int column = dialog_->fontMetrics().averageCharWidth();
+  return std::max(kMostLabelColumns, width / column - beside);
 }
 
 QDialogButtonBox* ModalView::MakeButtons() {
@@ -97,7 +117,8 @@ QDialogButtonBox* ModalView::MakeButtons() {
   for (const ModalButton& button : model_.Buttons()) {
     QPushButton* const widget =
         box->addButton(QLatin1Char('&') + Shown(button.label), RoleOf(button.name));
-    if (!IsUsual(button.label)) ShowLabel(*widget, Shown(button.label), kMostLabelColumns);
+    if (!IsUsual(button.label))
+      ShowLabel(*widget, Shown(button.label), LabelColumns(kMostLabelColumns));
     widget->setObjectName(QString::fromStdString(button.name));
     widget->setAutoDefault(true);
     if (button.name == defaultButton) widget->setDefault(true);
@@ -108,6 +129,13 @@ QDialogButtonBox* ModalView::MakeButtons() {
 }
 
 bool ModalView::eventFilter(QObject* object, QEvent* event) {
+  if (object == dialog_.get() && event->type() == QEvent::Resize && sinceOpen_.isValid()) {
+    NoteSize(static_cast<QResizeEvent&>(*event).oldSize());
+  }
+  if (event->type() == QEvent::Show) {
+    // What Qt asks by itself.
+    if (auto* const box = qobject_cast<QMessageBox*>(object)) GiveAccelerators(*box);
+  }
   if (!IsKeyEvent(event->type()) || sinceOpen_.elapsed() >= guardMilliseconds_) return false;
   if (!object->isWidgetType()) return false;
   return static_cast<QWidget*>(object)->window() == dialog_.get();

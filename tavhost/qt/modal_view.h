@@ -27,6 +27,10 @@ class ModalView : public QObject {
   // Puts what the model holds into the widgets.
   virtual void ShowModel() = 0;
 
+  // What the dialog was opened with, and what its user made of it. It grows by itself when more
+  // comes to stand in it: that is no size that anybody wanted.
+  QSize WantedSize() const { return wantedSize_; }
+
  protected:
   ModalView(ModalModel& model, std::unique_ptr<QDialog> dialog);
 
@@ -38,6 +42,9 @@ class ModalView : public QObject {
   // What Open does last: the dialog comes up.
   virtual void Appear();
 
+  // The most of a label, in mean characters, that the window that the script wants has room for
+  // beside so many others.
+  int LabelColumns(int beside) const;
   // The row of the model's buttons; the default one is pressed by Enter.
   QDialogButtonBox* MakeButtons();
 
@@ -45,11 +52,13 @@ class ModalView : public QObject {
 
  private:
   void PlaceDialog();
+  void NoteSize(const QSize& before);
 
   ModalModel& model_;
   std::unique_ptr<QDialog> dialog_;
   QElapsedTimer sinceOpen_;
   int guardMilliseconds_ = 0;
+  QSize wantedSize_;
 };
 
 // The font that a model asks for, based on another; a height that no font has changes no size.

@@ -1,10 +1,14 @@
 #include "tavhost/qt/on_screen.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QDialogButtonBox>
 #include <QFontMetrics>
-#include <QGuiApplication>
+#include <QMainWindow>
 #include <QScreen>
+#include <QScrollArea>
 #include <QStyle>
+#include <QVBoxLayout>
 #include <algorithm>
 
 #include "tavhost/qt/shown_text.h"
@@ -25,14 +29,64 @@ QSize FrameOf(const QWidget& window) {
   return known.expandedTo(QSize(title / 2, title + title / 2));
 }
 
+void StandButtonsInColumn(QWidget& window) {
+  for (QDialogButtonBox* const box : window.findChildren<QDialogButtonBox*>()) {
+    box->setOrientation(Qt::Vertical);
+  }
+}
+
+// Puts all that stands in the window into an area that scrolls; it scrolls to what has the
+// keyboard.
+void ScrollAll(QWidget& window) {
+  QLayout* const layout = window.layout();
+  if (!layout) return;
+  QWidget* const focus = window.focusWidget();
+  auto* const area = new QScrollArea(&window);
+  area->setFrameShape(QFrame::NoFrame);
+  area->setFocusPolicy(Qt::NoFocus);
+  area->setWidgetResizable(true);
+  auto* const content = new QWidget;
+  area->setWidget(content);
+  content->setLayout(layout);
+  auto* const around = new QVBoxLayout(&window);
+  around->setContentsMargins(0, 0, 0, 0);
+  around->addWidget(area);
+  // Also from another area that scrolls in it, which looks to its own view only.
+  QObject::connect(qApp, &QApplication::focusChanged, area, [area](QWidget*, QWidget* now) {
+    if (now && area->widget()->isAncestorOf(now)) area->ensureWidgetVisible(now);
+  });
+  if (focus) focus->setFocus();
+}
+
 }  // namespace
 
 QSize MostOnScreen(const QWidget& window) {
   return window.screen()->availableGeometry().size() - FrameOf(window);
 }
 
+QSize LeastSizeFor(const QWidget& window, const QSize& size) {
+  const QLayout* const layout = window.layout();
+  if (!layout) return size;
+  QSize least = size.expandedTo(layout->totalMinimumSize());
+  if (layout->hasHeightForWidth()) {
+    least.setHeight(std::max(least.height(), layout->totalMinimumHeightForWidth(least.width())));
+  }
+  return least;
+}
+
 void ResizeOnScreen(QWidget& window, const QSize& size) {
-  window.resize(size.boundedTo(MostOnScreen(window)));
+  const QSize most = MostOnScreen(window);
+  const QSize wanted = size.boundedTo(most);
+  const auto fits = [&] {
+    const QSize least = LeastSizeFor(window, wanted);
+    return least.boundedTo(most) == least;
+  };
+  // Docks are laid out by their main window.
+  if (!qobject_cast<QMainWindow*>(&window)) {
+    if (!fits()) StandButtonsInColumn(window);
+    if (!fits()) ScrollAll(window);
+  }
+  window.resize(LeastSizeFor(window, wanted).boundedTo(most));
 }
 
 void MoveOnScreen(QWidget& window, const QPoint& place) {

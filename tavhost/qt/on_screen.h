@@ -14,7 +14,11 @@ namespace ui {
 // The largest size, without its frame, that the window can have for all of it to be seen.
 QSize MostOnScreen(const QWidget& window);
 
-// Gives the window that size, or as much of it as the screen has.
+// That size, larger where what stands in the window needs more.
+QSize LeastSizeFor(const QWidget& window, const QSize& size);
+
+// Gives the window that size, or as much of it as the screen has. What needs more room than that
+// scrolls: nothing of a window is out of reach.
 void ResizeOnScreen(QWidget& window, const QSize& size);
 // Puts the frame there, or as near as the screen ends.
 void MoveOnScreen(QWidget& window, const QPoint& place);

@@ -312,10 +312,10 @@ void QtToolkit::RunModal(ModalModel& window) {
       window.size = SV::Size(remembered->width(), remembered->height());
     }
     view->Open(kKeyGuardMilliseconds);
-    const QSize opened = view->Dialog().size();
+    const QSize opened = view->WantedSize();
     LetUserAnswer(*view);
-    if (remembers && view->Dialog().size() != opened && !view->Dialog().isMaximized()) {
-      remembered_sizes::Keep(kind, view->Dialog().size());
+    if (remembers && view->WantedSize() != opened && !view->Dialog().isMaximized()) {
+      remembered_sizes::Keep(kind, view->WantedSize());
     }
   }
   view->Dialog().hide();

@@ -1,6 +1,5 @@
 #include "tavhost/qt/result_tool_view.h"
 
-#include <QHBoxLayout>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -12,23 +11,20 @@ ResultToolView::ResultToolView(ResultToolModel& model)
     : model_(model),
       shown_(model.Current() ? model.Current() : &nothing_),
       place_(new QLabel),
-      bar_(new QWidget),
+      bar_(new WrappingRow(WrappingRow::Wraps::kInWindow)),
       panel_(new TablePanel(*shown_, false)) {
   using Button = ResultToolModel;
   const auto make = [this](ResultToolModel::Button which, const char* label, const char* name) {
     buttons_[which] = MakeButton(which, QString::fromUtf8(label), name);
     return buttons_[which];
   };
-  auto* const layout = new QHBoxLayout(bar_);
-  layout->setContentsMargins(0, 0, 0, 0);
-  layout->addWidget(make(Button::kPrevious, "‹ Previous", "previous"));
-  layout->addWidget(make(Button::kNext, "Next ›", "next"));
-  layout->addWidget(place_);
-  layout->addStretch(1);
-  layout->addWidget(make(Button::kSearch, "Search", "show search"));
-  layout->addWidget(make(Button::kSave, "Save…", "save"));
-  layout->addWidget(make(Button::kPrint, "Print…", "print"));
-  layout->addWidget(make(Button::kClose, "Close", "close"));
+  bar_->AddLeading(make(Button::kPrevious, "‹ Previous", "previous"));
+  bar_->AddLeading(make(Button::kNext, "Next ›", "next"));
+  bar_->AddLeading(place_);
+  bar_->Add(make(Button::kSearch, "Search", "show search"));
+  bar_->Add(make(Button::kSave, "Save…", "save"));
+  bar_->Add(make(Button::kPrint, "Print…", "print"));
+  bar_->Add(make(Button::kClose, "Close", "close"));
   place_->setObjectName(QStringLiteral("place"));
   const auto connect = [this](ResultToolModel::Button which, auto act) {
     QObject::connect(buttons_[which], &QToolButton::clicked, this, act);

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "tavhost/qt/table_panel.h"
+#include "tavhost/qt/wrapping_row.h"
 #include "tavhost/ui/models/result_tool_model.h"
 
 namespace ui {
@@ -35,7 +36,7 @@ class ResultToolView final : public QWidget, private ResultToolObserver {
   bool isRefreshDue_ = false;
   QToolButton* buttons_[ResultToolModel::kButtonCount];
   QLabel* place_;
-  QWidget* bar_;
+  WrappingRow* bar_;
   TablePanel* panel_;
 };
 

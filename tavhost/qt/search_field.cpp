@@ -68,6 +68,15 @@ void SearchField::keyPressEvent(QKeyEvent* event) {
   ChooseCurrent(list_);
 }
 
+void BeginTyping(QAbstractItemView& list, const QKeyEvent& key) {
+  const bool types = !key.text().isEmpty() && key.text().front().isPrint() &&
+                     (key.modifiers() & (Qt::ControlModifier | Qt::AltModifier)) == 0;
+  if (!types || key.key() == Qt::Key_Space) return;
+  if (IsFirst(list.currentIndex()) && !list.selectionModel()->hasSelection()) {
+    list.selectionModel()->clearCurrentIndex();
+  }
+}
+
 bool ChoosesCurrent(QAbstractItemView& list, const QKeyEvent& key) {
   if (!HasNoModifiers(key) || !IsForCurrent(list, key.key()) || !ChooseCurrent(list)) return false;
   // In a tree these open and close the parent as well.

@@ -21,6 +21,10 @@ class SearchField final : public QLineEdit {
   QAbstractItemView& list_;
 };
 
+// Before a key goes to the list: where nothing is chosen yet, typing looks from the first entry on,
+// that one included.
+void BeginTyping(QAbstractItemView& list, const QKeyEvent& key);
+
 // For lists in which nothing is chosen yet: an arrow key chooses the entry that has the focus, so
 // that the first press does not go past it. False when the key is to do what it always does.
 bool ChoosesCurrent(QAbstractItemView& list, const QKeyEvent& key);

@@ -26,6 +26,11 @@ QWidget* MakeToolWidget(Tool& tool) {
   }
 }
 
+QSize NaturalSizeOf(const QWidget& widget) {
+  const auto* const drawing = dynamic_cast<const DrawingView*>(&widget);
+  return drawing ? drawing->NaturalSize() : widget.sizeHint();
+}
+
 void FlushToolWidget(QWidget& widget) {
   if (auto* const output = dynamic_cast<OutputView*>(&widget)) output->Flush();
 }

@@ -10,5 +10,7 @@ namespace ui {
 QWidget* MakeToolWidget(Tool& tool);
 // Lets a widget made so show at once what it would show a little later.
 void FlushToolWidget(QWidget& widget);
+// As large as it has to be for all of what it shows to be seen.
+QSize NaturalSizeOf(const QWidget& widget);
 
 }  // namespace ui

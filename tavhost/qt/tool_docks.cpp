@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QEvent>
 #include <QHelpEvent>
+#include <QLayout>
+#include <QScrollArea>
 #include <QStyleOptionDockWidget>
 #include <QToolTip>
 #include <algorithm>
@@ -36,6 +38,8 @@ Qt::DockWidgetArea AreaOf(ToolSide side) {
 Qt::Orientation OrderOf(const Tool& tool) {
   return tool.IsVertical() ? Qt::Vertical : Qt::Horizontal;
 }
+
+constexpr int kUsualWidth = 300;  // of a tool with a small content
 
 int Pixels(long size) { return static_cast<int>(std::clamp(size, 0L, 16000L)); }
 
@@ -230,22 +234,66 @@ void ToolDocks::ShowVisible(Tool& tool) {
   ApplySizes(tool);
 }
 
+QSize ToolDocks::LeastOf(const Tool& tool) {
+  const auto& least = tool.IsVertical() ? tool.leastVerticalSize : tool.leastHorizontalSize;
+  if (!least) return QSize(0, 0);
+  return QSize(tool.HasFlag(tool_flags::kMinimumWidth) ? Pixels(least->Width()) : 0,
+               tool.HasFlag(tool_flags::kMinimumHeight) ? Pixels(least->Height()) : 0);
+}
+
+// What the window would need beyond the screen for all of its tools.
+QSize ToolDocks::Excess() {
+  for (const auto& [tool, entry] : entries_) {
+    if (tool->visible) entry.dock->layout()->activate();
+  }
+  window_.layout()->invalidate();
+  const QSize excess = window_.layout()->totalMinimumSize() - MostOnScreen(window_);
+  return excess.expandedTo(QSize(0, 0));
+}
+
+// Minimum sizes count as far as the screen goes.
+void ToolDocks::ApplyMinimums() {
+  std::vector<QWidget*> sized;  // by scripts
+  for (const Tool* const tool : workbench_.InOrder()) {
+    const auto found = entries_.find(tool);
+    if (found == entries_.end() || !tool->visible || LeastOf(*tool).isNull()) continue;
+    sized.push_back(found->second.content);
+    sized.back()->setMinimumSize(LeastOf(*tool));
+  }
+  for (QWidget* const content : sized) {
+    const QSize excess = Excess();
+    if (excess.isNull()) return;
+    content->setMinimumSize((content->minimumSize() - excess).expandedTo(QSize(0, 0)));
+  }
+  if (!Excess().isNull()) ScrollContents();
+}
+
+// What no screen of that size holds at once.
+void ToolDocks::ScrollContents() {
+  for (const auto& [tool, entry] : entries_) {
+    if (!tool->visible || entry.dock->widget() != entry.content) continue;
+    auto* const area = new QScrollArea(entry.dock);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidgetResizable(true);
+    area->setWidget(entry.content);
+    entry.dock->setWidget(area);
+  }
+}
+
 void ToolDocks::ApplySizes(const Tool& tool) {
   const Entry& entry = entries_.at(&tool);
+  ApplyMinimums();
   const bool vertical = tool.IsVertical();
-  const auto& least = vertical ? tool.leastVerticalSize : tool.leastHorizontalSize;
-  if (least) {
-    if (tool.HasFlag(tool_flags::kMinimumWidth))
-      entry.content->setMinimumWidth(Pixels(least->Width()));
-    if (tool.HasFlag(tool_flags::kMinimumHeight)) {
-      entry.content->setMinimumHeight(Pixels(least->Height()));
-    }
-  }
   const auto& preferred = vertical ? tool.verticalSize : tool.horizontalSize;
   if (!preferred || entry.dock->isFloating()) return;
-  // No width and no height is none of the script's choice.
-  if (const int width = Pixels(preferred->Width()); width > 0) {
-    window_.resizeDocks({entry.dock}, {width}, Qt::Horizontal);
+  // No width and no height is none of the script's choice: what it shows has room, beside others.
+  const int width = Pixels(preferred->Width());
+  if (width > 0 || vertical) {
+    const int half = window_.width() / 2;
+    const int usual =
+        std::clamp(NaturalSizeOf(*entry.content).width(), std::min(kUsualWidth, half), half);
+    window_.resizeDocks({entry.dock}, {width > 0 ? width : usual}, Qt::Horizontal);
   }
   if (const int height = Pixels(preferred->Height()); height > 0) {
     window_.resizeDocks({entry.dock}, {height}, Qt::Vertical);

@@ -54,6 +54,10 @@ class ToolDocks final : public QObject, private WorkbenchObserver {
   void ShowTitle(const Tool& tool);
   void Place(const Tool& tool);
   void ShowVisible(Tool& tool);
+  static QSize LeastOf(const Tool& tool);
+  QSize Excess();
+  void ApplyMinimums();
+  void ScrollContents();
   void ApplySizes(const Tool& tool);
   void ShowMiddle();
   std::vector<const Tool*> PlacedBeside(const Tool& tool) const;

@@ -11,6 +11,7 @@
 #include "tavhost/qt/search_field.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/text_block.h"
+#include "tavhost/qt/wrapping_row.h"
 
 namespace ui {
 
@@ -21,7 +22,7 @@ using Handle = TreeListBoxModel::Handle;
 constexpr int kColumns = 56;
 constexpr int kHeadlineLines = 6;
 constexpr int kNameColumns = 200;  // what a screen reader says of the tree
-constexpr int kMostButtonWidth = 2000;
+constexpr int kMargins = 40;       // what stands beside a button in the window
 constexpr long kLines = 20;
 
 constexpr char kHelp[] =
@@ -108,19 +109,23 @@ void TreeListBoxView::SetUpTree() {
   });
 }
 
+// As the script wants it, as far as the screen goes.
+int TreeListBoxView::ButtonWidth() {
+  const int most = MostOnScreen(Dialog()).width() - kMargins;
+  return static_cast<int>(std::min<long>(tree_.buttonWidth, std::max(most, kMargins)));
+}
+
 // What buttons of the width that the script gives hold beside their frames.
 int TreeListBoxView::ButtonColumns() {
   if (tree_.buttonWidth <= 0) return kMostLabelColumns;
   const long column = Dialog().fontMetrics().averageCharWidth();
-  const long columns = std::min<long>(tree_.buttonWidth, kMostButtonWidth) / column - 3;
+  const long columns = ButtonWidth() / column - 3;
   return static_cast<int>(std::max(columns, 1L));
 }
 
 // In the order of the model, which is the script's; not in that of the desktop.
 QWidget* TreeListBoxView::MakeButtonRow() {
-  auto* const row = new QWidget(&Dialog());
-  auto* const layout = new QHBoxLayout(row);
-  layout->setContentsMargins(0, 0, 0, 0);
+  auto* const row = new WrappingRow(WrappingRow::Wraps::kOnScreen, &Dialog());
   if (tree_.Rules().hasHelp) {
     auto* const help = new QPushButton(QStringLiteral("&Help"));
     help->setObjectName(QStringLiteral("help"));
@@ -128,18 +133,17 @@ QWidget* TreeListBoxView::MakeButtonRow() {
     QObject::connect(help, &QPushButton::clicked, this, [help] {
       QWhatsThis::showText(help->mapToGlobal(QPoint(0, 0)), QString::fromLatin1(kHelp), help);
     });
-    layout->addWidget(help);
+    row->AddLeading(help);
   }
-  layout->addStretch(1);
   for (const ModalButton& button : tree_.Buttons()) {
     auto* const widget = new QPushButton;
     ShowLabel(*widget, Shown(button.label), ButtonColumns());
     widget->setObjectName(QString::fromStdString(button.name));
-    layout->addWidget(widget);
+    row->Add(widget);
     // The dialog hears of its default button only from one that stands in it.
     widget->setDefault(button.name == tree_.DefaultButton());
     if (tree_.buttonWidth > 0) {
-      widget->setFixedWidth(static_cast<int>(std::min<long>(tree_.buttonWidth, kMostButtonWidth)));
+      widget->setFixedWidth(ButtonWidth());
     }
     QObject::connect(widget, &QPushButton::clicked, this,
                      [this, name = button.name] { End(name); });
@@ -153,13 +157,13 @@ void TreeListBoxView::LimitSize() {
     return QSize(static_cast<int>(std::clamp(size.Width(), 0L, 16000L)),
                  static_cast<int>(std::clamp(size.Height(), 0L, 16000L)));
   };
-  if (tree_.minimum) Dialog().setMinimumSize(sizeOf(*tree_.minimum));
-  if (tree_.maximum) {
-    Dialog().setMaximumSize(sizeOf(*tree_.maximum)
-                                .expandedTo(Dialog().minimumSize())
-                                .expandedTo(Dialog().minimumSizeHint()));
-  }
-  if (!tree_.Rules().sizeable) Dialog().setFixedSize(sizeOf(*tree_.size));
+  const QSize most = MostOnScreen(Dialog());
+  if (tree_.minimum) Dialog().setMinimumSize(sizeOf(*tree_.minimum).boundedTo(most));
+  const auto fitting = [this, &sizeOf](const SV::Size& size) {
+    return LeastSizeFor(Dialog(), sizeOf(size).expandedTo(Dialog().minimumSize()));
+  };
+  if (tree_.maximum) Dialog().setMaximumSize(fitting(*tree_.maximum));
+  if (!tree_.Rules().sizeable) Dialog().setFixedSize(fitting(*tree_.size).boundedTo(most));
 }
 
 void TreeListBoxView::ShowModel() {
@@ -283,6 +287,7 @@ bool TreeListBoxView::eventFilter(QObject* object, QEvent* event) {
   if (ModalView::eventFilter(object, event)) return true;
   if (object != view_ || event->type() != QEvent::KeyPress) return false;
   auto* const key = static_cast<QKeyEvent*>(event);
+  BeginTyping(*view_, *key);
   // With check boxes the marks are the choice, not where the user is.
   if (!tree_.Rules().checkBoxes && ChoosesCurrent(*view_, *key)) return true;
   if (key->matches(QKeySequence::SelectAll) && tree_.Rules().multiple) {

@@ -25,6 +25,7 @@ class TreeListBoxView final : public ModalView {
 
   void SetUpTree();
   QWidget* MakeButtonRow();
+  int ButtonWidth();
   int ButtonColumns();
   void LimitSize();
   void ShowSelection();

@@ -8,11 +8,13 @@
 #include <QScrollBar>
 #include <QToolTip>
 #include <random>
+#include <tuple>
 
 #include "tavhost/qt/output_view.h"
 #include "tavhost/qt/percentage_window_view.h"
 #include "tavhost/qt/tool_docks.h"
 #include "tavhost/qt/work_window_view.h"
+#include "tavhost/ui/models/drawing_model.h"
 #include "tavhost/ui/models/percentage_window_model.h"
 #include "tavhost/ui/models/text_model.h"
 #include "tavhost/ui/models/work_window_model.h"
@@ -283,6 +285,34 @@ TEST_F(QtDocks, AnOnlyToolStandsAtItsSide) {
     } else {
       EXPECT_EQ(dock.topLeft(), QPoint(0, 0));
     }
+  }
+}
+
+// No width is none of the script's choice: one that shows its content.
+TEST_F(QtDocks, AToolWithoutAWidthIsAsWideAsItsContent) {
+  for (const auto& [natural, least, most] :
+       {std::tuple(50.0, 300, 300), std::tuple(2000.0, 380, 380), std::tuple(270.0, 340, 380)}) {
+    ui::WorkWindowModel model;
+    ui::DrawingModel content;
+    ui::Drawing drawing;
+    drawing.shapes.resize(1);
+    drawing.shapes[0].kind = ui::DrawingShape::Kind::kRectangle;
+    drawing.shapes[0].points = {{0, 0}, {natural, 40}};
+    content.Show(drawing);
+    ui::WorkWindowView view(model);
+    view.resize(760, 460);
+    view.show();
+    Tool& tool = model.workbench.Add("tool", &content, ui::tool_flags::kMinimumWidth);
+    model.workbench.SetLocation(tool, {ToolSide::kRight, 0, 0});
+    for (const auto size : {&Tool::verticalSize, &Tool::leastVerticalSize}) {
+      model.workbench.SetSize(tool, size, SV::Size(0, 200));
+    }
+    model.workbench.SetVisible(tool, true);
+    HandleEvents();
+    const QRect dock = view.Docks().Dock("tool")->geometry();
+    EXPECT_GE(dock.width(), least) << natural;
+    EXPECT_LE(dock.width(), most) << natural;
+    EXPECT_EQ(dock.right(), view.rect().right());
   }
 }
 

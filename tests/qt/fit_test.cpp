@@ -295,7 +295,8 @@ const std::vector<WindowKind>& WindowKinds() {
 
 class Fit : public QtTest {
  protected:
-  static QStringList FaultsIn(const WindowKind& window, const TextKind& text) {
+  static QStringList FaultsIn(const WindowKind& window, const TextKind& text,
+                              QStringList (&find)(QWidget&) = FaultsOf) {
     Opened opened = window.open(text.text);
     if (opened.modal) {
       EXPECT_TRUE(QTest::qWaitForWindowActive(&opened.Window()));
@@ -306,7 +307,7 @@ class Fit : public QtTest {
       EXPECT_TRUE(QTest::qWaitForWindowActive(&opened.Window()));
     }
     QApplication::processEvents();
-    return FaultsOf(opened.Window());
+    return find(opened.Window());
   }
 };
 
@@ -328,6 +329,85 @@ TEST_F(Fit, EveryWindowShowsEveryText) {
             << qPrintable(cell) << ": " << qPrintable(faults.join(QStringLiteral("; ")));
       }
     }
+  }
+}
+
+// On the smallest screens too.
+TEST_F(Fit, EveryControlIsInReach) {
+  Toolkit();
+  QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
+  for (const WindowKind& window : WindowKinds()) {
+    for (const TextKind& text : TextKinds()) {
+      const QStringList faults = FaultsIn(window, text, FaultsOfReach);
+      EXPECT_TRUE(faults.isEmpty()) << window.name << " | " << text.name << ": "
+                                    << qPrintable(faults.join(QStringLiteral("; ")));
+    }
+  }
+}
+
+// Whatever sizes a script gives.
+TEST_F(Fit, NoSizeOfAScriptIsLargerThanTheScreen) {
+  Toolkit();
+  QApplication::setStyle(ui::MakeStyle(QStringLiteral("fusion")));
+  struct Wanted {
+    const char* name;
+    std::optional<SV::Size> least;
+    long buttonWidth;
+    int buttons;
+    bool sizeable;
+  };
+  constexpr long kHuge = 2147483647;
+  const std::vector<Wanted> all{
+      {"a large minimum", SV::Size(2000, 2000), 0, 0, true},
+      {"a huge minimum width", SV::Size(kHuge, 10), 0, 0, true},
+      {"wide buttons", std::nullopt, 3000, 1, true},
+      {"huge buttons", std::nullopt, kHuge, 1, true},
+      {"13 buttons", std::nullopt, 0, 13, true},
+      {"40 buttons", std::nullopt, 0, 40, true},
+      {"40 buttons in a window of one size", std::nullopt, 0, 40, false},
+  };
+  for (const Wanted& wanted : all) {
+    ui::TreeListBoxModel::Options options;
+    options.sizeable = wanted.sizeable;
+    auto model = std::make_unique<ui::TreeListBoxModel>(options);
+    model->minimum = wanted.least;
+    model->buttonWidth = wanted.buttonWidth;
+    for (int i = 0; i < wanted.buttons; ++i) {
+      const std::string name = "button " + std::to_string(i);
+      model->AddButton({name, name, 1 + i, true});
+    }
+    Opened opened = OpenModal(std::move(model), wanted.name);
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&opened.Window()));
+    QApplication::processEvents();
+    const QStringList faults = FaultsOf(opened.Window());
+    EXPECT_TRUE(faults.isEmpty()) << wanted.name << ": "
+                                  << qPrintable(faults.join(QStringLiteral("; ")));
+  }
+}
+
+// The minimum sizes of tools count as far as the screen goes.
+TEST_F(Fit, NoToolMakesTheWorkWindowLargerThanTheScreen) {
+  Toolkit();
+  for (const long width : {1500L, 5000L}) {
+    ui::WorkWindowModel model;
+    ui::TextModel output;
+    ui::DrawingModel drawing;
+    ui::WorkbenchModel& tools = model.workbench;
+    ui::WorkWindowView view(model);
+    view.show();
+    ui::Tool& beside = tools.Add("output", &output, 0);
+    tools.SetVisible(beside, true);
+    ui::Tool& tool = tools.Add("drawing", &drawing,
+                               ui::tool_flags::kMinimumWidth | ui::tool_flags::kMinimumHeight);
+    const SV::Size size(width, width * 3 / 5);
+    tools.SetLocation(tool, {ui::ToolSide::kRight, 0, 0});
+    tools.SetSize(tool, &ui::Tool::leastVerticalSize, size);
+    tools.SetSize(tool, &ui::Tool::leastHorizontalSize, size);
+    tools.SetVisible(tool, true);
+    QApplication::processEvents();
+    const QRect screen = view.screen()->availableGeometry();
+    EXPECT_TRUE(screen.contains(view.frameGeometry()))
+        << view.frameGeometry().width() << "x" << view.frameGeometry().height();
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include "tavhost/ui/models/image_dialog_model.h"
 #include "tavhost/ui/models/list_box_model.h"
+#include "tavhost/ui/models/tree_list_box_model.h"
 #include "tests/qt/qt_fixture.h"
 
 namespace {
@@ -46,6 +47,30 @@ TEST_F(QtLists, TheFirstKeyThatMovesTakesTheFirstEntry) {
       QTest::keyClick(&View(dialog), Qt::Key_Return);
     });
     EXPECT_EQ(images.selected, "image 0.png") << key;
+  }
+}
+
+TEST_F(QtLists, TheFirstLetterFindsTheFirstEntryToo) {
+  for (const auto& [typed, chosen] :
+       {std::pair("a", 0u), std::pair("ap", 0u), std::pair("apr", 1u), std::pair("b", 2u)}) {
+    ui::ListBoxModel list(false);
+    for (const char* const entry : {"apple", "apricot", "banana"}) list.Insert(entry);
+    Run(list, [typed = typed](QDialog& dialog) {
+      QTest::keyClicks(dialog.focusWidget(), QLatin1String(typed));
+      QTest::keyClick(&dialog, Qt::Key_Return);
+    });
+    EXPECT_EQ(list.Selected(), std::vector<std::uint32_t>{chosen}) << typed;
+    ui::TreeListBoxModel tree{ui::TreeListBoxModel::Options()};
+    int id = 0;
+    for (const char* const entry : {"apple", "apricot", "banana"}) {
+      tree.Add(id++, ui::TreeListBoxModel::kNoParent, entry, false);
+    }
+    Run(tree, [typed = typed](QDialog& dialog) {
+      QTest::keyClicks(dialog.focusWidget(), QLatin1String(typed));
+      QTest::keyClick(&dialog, Qt::Key_Return);
+    });
+    ASSERT_EQ(tree.Selected().size(), 1u) << typed;
+    EXPECT_EQ(tree.Selected().front(), tree.Find(static_cast<int>(chosen))) << typed;
   }
 }
 

@@ -118,6 +118,9 @@ void FindUnreachable(QWidget& window, const std::vector<QWidget*>& parts, QStrin
       QTest::keyClick(focus, Qt::Key_Tab, Qt::ControlModifier);
     }
     focus = QApplication::focusWidget();
+    if (focus && focus->visibleRegion().isEmpty()) {
+      faults << NameOf(*focus) + QStringLiteral(" is out of view when it has the keyboard");
+    }
   }
   for (const QWidget* const part : parts) {
     if (WantsTab(*part) && !reached.count(part)) {
@@ -127,6 +130,17 @@ void FindUnreachable(QWidget& window, const std::vector<QWidget*>& parts, QStrin
 }
 
 }  // namespace
+
+QStringList FaultsOfReach(QWidget& window) {
+  QStringList faults;
+  const std::vector<QWidget*> parts = PartsOf(window);
+  FindOffTheScreen(window, faults);
+  FindOutside(window, parts, faults);
+  if (std::any_of(parts.begin(), parts.end(), [](QWidget* part) { return WantsTab(*part); })) {
+    FindUnreachable(window, parts, faults);
+  }
+  return faults;
+}
 
 QStringList FaultsOf(QWidget& window) {
   QStringList faults;

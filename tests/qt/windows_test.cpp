@@ -636,6 +636,21 @@ QWidget* VisibleWindow() {
   return nullptr;
 }
 
+TEST_F(QtWindows, AMessageWindowDoesNotGrowWithAShorterText) {
+  ui::MessageWindowModel model("A text that is so long that its line makes the window a wide one");
+  Toolkit().Show(model);
+  QWidget* const window = VisibleWindow();
+  ASSERT_TRUE(window);
+  const QSize size = window->size();
+  for (const char* const text : {"a shorter text of two or three words", "short"}) {
+    model.text = text;
+    Toolkit().Update(model);
+    QApplication::processEvents();
+    EXPECT_EQ(window->size(), size) << text;
+  }
+  Toolkit().Close(model);
+}
+
 TEST_F(QtWindows, AMessageWindowThatItsUserClosedComesBackWithTheNextText) {
   ui::MessageWindowModel model("one");
   Toolkit().Show(model);
