@@ -116,6 +116,18 @@ class FileDialog final : public QFileDialog {
   QStringList marked_;
 };
 
+// A letter for each label. Those of the button that accepts the dialog gives itself, and changes
+// with what is selected: O, S and, for a directory, C.
+void GiveLetters(QFileDialog& dialog, FolderView::Purpose purpose) {
+  const bool isDirectory = purpose == FolderView::Purpose::kDirectory;
+  dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("Look &in:"));
+  dialog.setLabelText(QFileDialog::FileName,
+                      isDirectory ? QStringLiteral("&Directory:") : QStringLiteral("File &name:"));
+  dialog.setLabelText(QFileDialog::FileType, QStringLiteral("Files of &type:"));
+  dialog.setLabelText(QFileDialog::Reject,
+                      isDirectory ? QStringLiteral("C&ancel") : QStringLiteral("&Cancel"));
+}
+
 std::unique_ptr<QFileDialog> MakeDialog(QWidget* parent, const QString& start) {
   auto dialog = std::make_unique<FileDialog>(parent);
   dialog->setOption(QFileDialog::DontUseNativeDialog);
@@ -140,6 +152,7 @@ FolderView::FolderView(ModalModel& model, QWidget* parent, const std::string& st
       isForUser_(isForUser),
       isFolderGiven_(!start.empty()) {
   QFileDialog& dialog = Widget();
+  GiveLetters(dialog, purpose);
   SetUpPlaces();
   SetUpColumns();
   new DroppedFiles(dialog,
@@ -282,6 +295,7 @@ FileDialogView::FileDialogView(FileDialogModel& model, QWidget* parent, bool isF
       files_(model) {
   QFileDialog& dialog = Widget();
   dialog.setAcceptMode(model.IsSave() ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+  GiveLetters(dialog, model.IsSave() ? Purpose::kSave : Purpose::kOpen);  // the buttons are new
   dialog.setFileMode(model.IsSave()           ? QFileDialog::AnyFile
                      : model.AllowsMultiple() ? QFileDialog::ExistingFiles
                                               : QFileDialog::ExistingFile);
@@ -308,7 +322,11 @@ void FileDialogView::FilterNames() {
   if (!names || !types) return;
   const int chosen = types->currentIndex();
   if (chosen < 0 || static_cast<std::size_t>(chosen) >= files_.filters.size()) return;
-  names->setNameFilters(PatternsOf(files_.filters[static_cast<std::size_t>(chosen)]));
+  const QStringList patterns = PatternsOf(files_.filters[static_cast<std::size_t>(chosen)]);
+  names->setNameFilters(patterns);
+  if (files_.extensionFollowsFilter) {
+    Widget().setDefaultSuffix(patterns.front().section(QLatin1Char('.'), -1));
+  }
 }
 
 FileQuestion FileDialogView::Question() {

@@ -1,7 +1,6 @@
 #include "tavhost/qt/table_panel.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -16,6 +15,7 @@
 #include <tl/expected.hpp>
 
 #include "tavhost/base/whole_file.h"
+#include "tavhost/qt/file_dialog_view.h"
 #include "tavhost/qt/shown_text.h"
 #include "tavhost/qt/table_print.h"
 #include "tavhost/ui/table/table_write.h"
@@ -234,14 +234,15 @@ void TablePanel::keyPressEvent(QKeyEvent* event) {
 }
 
 void TablePanel::Save(const QString& title) {
-  QString kind;
-  QString file = QFileDialog::getSaveFileName(
-      this, QStringLiteral("Save table"), QString(),
-      QStringLiteral("CSV (*.csv);;Tab-separated (*.tsv);;HTML (*.html);;PDF (*.pdf)"), &kind);
-  if (file.isEmpty()) return;
-  if (QFileInfo(file).suffix().isEmpty()) {
-    file += kind.mid(kind.indexOf(QLatin1Char('.'))).chopped(1);
-  }
+  FileDialogModel asked(FileDialogModel::kSaveAs);
+  asked.SetTitle("Save table");
+  asked.filters = {
+      {"CSV", "*.csv"}, {"Tab-separated", "*.tsv"}, {"HTML", "*.html"}, {"PDF", "*.pdf"}};
+  asked.defaultExtension = "csv";
+  asked.extensionFollowsFilter = true;
+  const std::vector<std::string> chosen = AskForFiles(asked, *this);
+  if (chosen.empty()) return;
+  const QString file = Editable(chosen.front());
   if (SaveTo(file, title)) {
     status_->setText(QStringLiteral("Saved as ") + QDir::toNativeSeparators(file));
     return;

@@ -51,6 +51,11 @@ TableView::TableView(TableItems& items, bool editable)
 
   setModel(&items_);  // last: what is told to the headers later, they tell a million rows
 
+  // A press selects the column, unless it sorts the rows: the user stays on theirs then.
+  QObject::disconnect(horizontalHeader(), &QHeaderView::sectionPressed, this, nullptr);
+  QObject::connect(horizontalHeader(), &QHeaderView::sectionPressed, this, [this](int section) {
+    if (!editable_ || !sorts_) selectColumn(section);
+  });
   QObject::connect(horizontalHeader(), &QHeaderView::sectionClicked, this,
                    [this](int section) { SortByHeader(section); });
   QObject::connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { AdjustRows(); });
@@ -167,6 +172,11 @@ void TableView::Expand(const QModelIndexList& indexes, bool expanded) {
   viewport()->update();
 }
 
+std::optional<TableModel::RowId> TableView::IdOfCurrentRow() const {
+  if (!currentIndex().isValid()) return std::nullopt;
+  return items_.Table().IdOf(items_.RowOf(currentIndex()));
+}
+
 // Ascending, descending, as it came. What the header shows is no guide: it turns its arrow before
 // it tells of the click.
 void TableView::SortByHeader(int section) {
@@ -176,12 +186,21 @@ void TableView::SortByHeader(int section) {
   const bool isSame = sorting && sorting->column == column;
   const bool unsorts = isSame && sorting->descending;
   if (editable_) {
+    const auto id = IdOfCurrentRow();
     if (unsorts) {
       items_.UnsortRows();
     } else {
       items_.SortRows(column, isSame);
     }
-    GoTo(items_.index(0, section));
+    // The user stays on the row that they were at, wherever it has gone.
+    const TableModel& table = items_.Table();
+    for (std::uint32_t row = 0; id && row < table.Rows(); ++row) {
+      if (table.IdOf(row) != *id) continue;
+      if (const auto place = items_.Seen().PlaceOf(row)) {
+        GoTo(items_.index(static_cast<int>(*place), section));
+      }
+      break;
+    }
     return;
   }
   const std::uint32_t current = currentIndex().isValid() ? items_.RowOf(currentIndex()) : 0;

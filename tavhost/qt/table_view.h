@@ -30,6 +30,7 @@ class TableView final : public QTableView {
   void GoTo(const QModelIndex& index);
   // Ascending, descending, as it came.
   void SortByHeader(int section);
+  std::optional<TableModel::RowId> IdOfCurrentRow() const;
   // Clicks on titles leave the rows where they are from now on.
   void ForbidSorting();
 

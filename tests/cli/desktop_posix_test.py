@@ -45,6 +45,7 @@ ROWS = {
         'LISTBOX entries:"a b c" extra:{ CHECKBOX "Keep" result-var:"kept" }\n'
             'print endbutton, selection, kept', [
             ("Down Return", "ok a 0"), ("Down Down Return", "ok b 0"), ("Return", "ok  0"),
+            ("type:a Return", "ok a 0"), ("type:b Return", "ok b 0"),
             ("End Tab space Return", "ok c 1"), ("Down Tab Tab space", "ok a 0"),
             ("Tab Tab Tab space", "cancel  0"),
             ("Down Escape", "cancel a 0"), ("alt+c", "cancel  0"), ("alt+o", "ok  0"),
@@ -76,15 +77,18 @@ ROWS = {
     "file dialog": (
         'FILE_DIALOG open\nprint endbutton, path', [
             ("type:script.tav Return", "ok {folder}/script.tav"), ("Escape", "cancel "),
-            ("type:script.tav alt+o", "ok {folder}/script.tav"), ("alt+F4", "cancel ")]),
+            ("type:script.tav alt+o", "ok {folder}/script.tav"), ("alt+F4", "cancel "),
+            ("alt+c", "cancel ")]),
     "save dialog": (
         'FILE_DIALOG saveas default-ext:"txt"\nprint endbutton, path', [
             ("type:new Return", "ok {folder}/new.txt"), ("Escape", "cancel "),
-            ("type:new.tav alt+s", "ok {folder}/new.tav"), ("alt+F4", "cancel ")]),
+            ("type:new.tav alt+s", "ok {folder}/new.tav"), ("alt+F4", "cancel "),
+            ("alt+c", "cancel ")]),
     "directory dialog": (
         'DIRECTORY_DIALOG path:"."\nprint endbutton, path', [
             ("Return", "ok {folder}"), ("type:area Return", "ok {folder}/area"),
-            ("Escape", "cancel ."), ("alt+F4", "cancel .")]),
+            ("Escape", "cancel ."), ("alt+F4", "cancel ."), ("alt+c", "ok {folder}"),
+            ("alt+a", "cancel .")]),
     "image dialog": (
         'IMAGE_PREVIEW_DLG extensions:"png" -> r\nprint kel_text(r)', [
             ("Right Return", r'(ecode: 0, files: "db:\\one.png")'),

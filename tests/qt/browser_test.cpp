@@ -1,12 +1,15 @@
 #include <QApplication>
 #include <QClipboard>
+#include <QComboBox>
 #include <QFile>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableView>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include "tavhost/qt/table_panel.h"
 #include "tavhost/qt/table_print.h"
@@ -259,6 +262,35 @@ TEST_F(QtBrowser, SavesWhatIsSeen) {
   EXPECT_FALSE(panel.SaveTo(folder.filePath(QStringLiteral("no/such/t.csv")), QString()));
 }
 
+// Asked for like every other file to be saved; the ending is that of the kind that is chosen.
+TEST_F(QtBrowser, SaveAsksForAFileAndItsKind) {
+  const auto table = Table("n;v\na;10");
+  QTemporaryDir folder;
+  for (const auto& [kind, ending] : {std::pair(0, "csv"), std::pair(2, "html")}) {
+    ui::TablePanel panel(*table, false);
+    panel.show();
+    bool asked = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&, kind = kind] {
+      auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+      if (!dialog) return;
+      look.stop();
+      asked = true;
+      dialog->setDirectory(folder.path());
+      auto* const types = dialog->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+      for (int i = 0; i < kind; ++i) QTest::keyClick(types, Qt::Key_Down);
+      auto* const name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+      name->clear();
+      QTest::keyClicks(name, QStringLiteral("saved"));
+      QTest::keyClick(name, Qt::Key_Return);
+    });
+    look.start(5);
+    panel.Save(QStringLiteral("T"));
+    EXPECT_TRUE(asked);
+    EXPECT_TRUE(QFile::exists(folder.filePath(QStringLiteral("saved.") + QLatin1String(ending))));
+  }
+}
+
 int CountOf(const std::string& text, const std::string& piece) {
   int count = 0;
   for (std::size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) {
@@ -367,6 +399,22 @@ TEST_F(QtBrowser, ClicksOnATitleOfAnEditedTableSortUpDownAndAsItWas) {
   }
 }
 
+TEST_F(QtBrowser, SortingAnEditedTableStaysOnItsRow) {
+  const auto table = Table("n\n2\n1\n3");
+  EditBrowserModel model(*table);
+  Run(model, [](QDialog& dialog) {
+    ui::TableView& view = View(dialog);
+    for (const char* const order : {"1 2 3 ", "3 2 1 ", "2 1 3 "}) {
+      ClickHeader(view, 0);
+      EXPECT_EQ(Column(view, 0), order);
+      EXPECT_EQ(view.currentIndex().data().toString(), "2") << order;
+      ASSERT_EQ(view.selectionModel()->selectedIndexes().size(), 1);
+      EXPECT_EQ(view.selectionModel()->selectedIndexes().front(), view.currentIndex());
+    }
+    dialog.reject();
+  });
+}
+
 TEST_F(QtBrowser, AChangeEndsTheOrderThatTheTitleShows) {
   const auto table = Table("n;v\na;2\nb;1");
   EditBrowserModel model(*table);
@@ -376,13 +424,13 @@ TEST_F(QtBrowser, AChangeEndsTheOrderThatTheTitleShows) {
     QTest::keyClick(&view, Qt::Key_F2);
     auto* const editor = view.findChild<QLineEdit*>();
     ASSERT_TRUE(editor);
-    QTest::keyClicks(editor, QStringLiteral("5"));
+    QTest::keyClicks(editor, QStringLiteral("0"));
     QTest::keyClick(editor, Qt::Key_Return);
     EXPECT_TRUE(
         QTest::qWaitFor([&] { return view.horizontalHeader()->sortIndicatorSection() == -1; }));
-    EXPECT_EQ(Column(view, 1), "5 2 ");
+    EXPECT_EQ(Column(view, 1), "1 0 ") << "the row that was current is edited, wherever it is";
     ClickHeader(view, 1);
-    EXPECT_EQ(Column(view, 1), "2 5 ");
+    EXPECT_EQ(Column(view, 1), "0 1 ");
     dialog.reject();
   });
 }

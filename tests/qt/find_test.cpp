@@ -44,7 +44,8 @@ TEST_F(QtFind, ALongTextIsLookedThroughInPieces) {
     EXPECT_TRUE(
         QTest::qWaitFor([&] { return Count(dialog) == QLatin1String("1 of 1"); }, kPatience))
         << Count(dialog).toStdString();
-    EXPECT_EQ(edit.extraSelections().size(), 1) << "it is in view, and marked";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return edit.extraSelections().size() == 1; }, kPatience))
+        << "it is in view, and marked";
     dialog.reject();
   });
 }

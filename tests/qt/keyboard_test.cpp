@@ -1,13 +1,18 @@
 #include <QAbstractButton>
 #include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <map>
 #include <set>
 
 #include "tavhost/qt/accelerators.h"
+#include "tavhost/ui/models/directory_dialog_model.h"
+#include "tavhost/ui/models/file_dialog_model.h"
 #include "tavhost/ui/models/list_box_model.h"
 #include "tests/qt/qt_fixture.h"
 #include "tests/qt/sample_windows.h"
@@ -81,10 +86,13 @@ TEST_F(QtKeyboard, NoTwoLettersClashInAnyDialogAndEveryButtonHasOne) {
           for (auto it = letters.begin(); it != letters.end(); ++it) {
             EXPECT_EQ(letters.count(it->first), 1u) << it->first << ": " << it->second;
           }
-          if (!qobject_cast<QFileDialog*>(&dialog)) {
-            for (const QPushButton* const button : dialog.findChildren<QPushButton*>()) {
-              EXPECT_FALSE(button->shortcut().isEmpty()) << button->text().toStdString();
-            }
+          for (const QPushButton* const button : dialog.findChildren<QPushButton*>()) {
+            EXPECT_FALSE(button->shortcut().isEmpty()) << button->text().toStdString();
+          }
+          for (const QLabel* const label : dialog.findChildren<QLabel*>()) {
+            if (!label->buddy()) continue;
+            EXPECT_FALSE(QKeySequence::mnemonic(label->text()).isEmpty())
+                << label->text().toStdString();
           }
           dialog.reject();
         },
@@ -120,6 +128,60 @@ TEST_F(QtKeyboard, TabComesToEveryButtonAndBack) {
       dialog.reject();
     });
   }
+}
+
+TEST_F(QtKeyboard, LettersPressTheButtonsOfFileDialogs) {
+  const QTemporaryDir folder;
+  const std::string start = folder.path().toStdString();
+  for (const std::uint32_t style : {ui::FileDialogModel::kOpen, ui::FileDialogModel::kSaveAs}) {
+    ui::FileDialogModel files(style);
+    files.startPath = start;
+    files.filters = {{"Texts", "*.txt"}, {"All files", "*.*"}};
+    Run(files, [](QDialog& dialog) {
+      QTest::keyClick(&dialog, Qt::Key_T, Qt::AltModifier);
+      EXPECT_EQ(dialog.focusWidget()->objectName(), "fileTypeCombo");
+      QTest::keyClick(&dialog, Qt::Key_I, Qt::AltModifier);
+      EXPECT_EQ(dialog.focusWidget()->objectName(), "lookInCombo");
+      QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier);
+      EXPECT_EQ(dialog.focusWidget()->objectName(), "fileNameEdit");
+      QTest::keyClick(&dialog, Qt::Key_C, Qt::AltModifier);
+    });
+    EXPECT_EQ(files.EndButton(), "cancel");
+  }
+  for (const auto& [key, button] : {std::pair(Qt::Key_A, "cancel"), std::pair(Qt::Key_C, "ok")}) {
+    ui::DirectoryDialogModel directory(start);
+    Run(directory,
+        [key = key](QDialog& dialog) { QTest::keyClick(&dialog, key, Qt::AltModifier); });
+    EXPECT_EQ(directory.EndButton(), button);
+  }
+}
+
+// The box that a file dialog shows by itself.
+TEST_F(QtKeyboard, TheBoxOfAFileThatIsNotThereHasALetter) {
+  const QTemporaryDir folder;
+  ui::FileDialogModel files(ui::FileDialogModel::kOpen);
+  files.startPath = folder.path().toStdString();
+  Run(files, [](QDialog& dialog) {
+    bool found = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+      auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (!box) return;
+      look.stop();
+      found = true;
+      for (const QAbstractButton* const button : box->buttons()) {
+        EXPECT_FALSE(button->shortcut().isEmpty()) << button->text().toStdString();
+      }
+      QTest::keyClick(box, Qt::Key_O, Qt::AltModifier);
+      if (box->isVisible()) box->reject();
+    });
+    look.start(5);
+    auto* const name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    name->setText(QStringLiteral("no such file"));
+    QTest::keyClick(name, Qt::Key_Return);
+    EXPECT_TRUE(found);
+    dialog.reject();
+  });
 }
 
 TEST_F(QtKeyboard, ALetterOfAnOwnTextPressesItsButton) {

@@ -31,6 +31,7 @@ class FileDialogModel final : public ModalModel {
   std::string startPath;
   std::string fileName;  // offered at the start
   std::string defaultExtension;
+  bool extensionFollowsFilter = false;  // the default one becomes that of the filter in force
   std::vector<Filter> filters;
   std::size_t currentFilter = 0;
   // False when no filter has that text.

@@ -69,6 +69,9 @@ class TAV_HOST_API TableModel {
   bool SetCell(std::uint32_t row, std::uint32_t column, std::string_view text);
   bool InsertRow(std::uint32_t row);  // in front of that row; behind the last at Rows()
   bool DeleteRow(std::uint32_t row);
+  // Stays with a row wherever it is moved to.
+  using RowId = std::uint32_t;
+  RowId IdOf(std::uint32_t row) const { return isMoved_ ? rows_[row] : row; }
   bool SortRows(std::uint32_t column, bool descending);
   // Puts the rows back as they were before the sorts that nothing else has followed. False when
   // the last change is no sort.
@@ -125,7 +128,6 @@ class TAV_HOST_API TableModel {
   std::size_t IndexBytes() const;
 
  private:
-  using RowId = std::uint32_t;
   struct Done {
     TableChange change;
     std::string before;        // what the cell held
@@ -142,7 +144,6 @@ class TAV_HOST_API TableModel {
   static std::uint64_t Key(RowId id, std::uint32_t column) {
     return (std::uint64_t{id} << 32) | column;
   }
-  RowId IdOf(std::uint32_t row) const { return isMoved_ ? rows_[row] : row; }
   std::uint32_t ReadRows() const { return text_.Lines() > 0 ? text_.Lines() - 1 : 0; }
   void ListRows();
   void Record(Done done);
