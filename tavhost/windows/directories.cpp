@@ -87,11 +87,6 @@ int RuntimeResult(bool success) { return success ? 0 : -1; }
 
 using windows::replacedFunctions;
 
-BOOL Tav_FinishDirectory() {
-  // What replaces the functions makes no directories.
-  return BOOL{windows::replacedFunctions || windows::FinishMade()};
-}
-
 BOOL CreateDirectoryA(LPCSTR path, SECURITY_ATTRIBUTES* unused) {
   trace::Call call("CreateDirectoryA", path, trace::Object{unused});
   if (replacedFunctions) return call.Result(replacedFunctions->createDirectory(path, unused));
