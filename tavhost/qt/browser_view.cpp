@@ -36,6 +36,9 @@ QPushButton* MakeButton(const QString& label, const char* name) {
 BrowserView::BrowserView(BrowserModel& model, QWidget* parent)
     : ModalView(model, std::make_unique<QDialog>(parent)),
       panel_(new TablePanel(model.Table(), false)) {
+  // Assistive tools read them in the order in which they come into the window.
+  auto* const layout = new QVBoxLayout(&Dialog());
+  layout->addWidget(panel_, 1);
   auto* const buttons = new WrappingRow(WrappingRow::Wraps::kOnScreen, &Dialog());
   const QString title = Shown(model.Title());
   QPushButton* const search = MakeButton(QStringLiteral("Sea&rch"), "show search");
@@ -47,8 +50,6 @@ BrowserView::BrowserView(BrowserModel& model, QWidget* parent)
   QObject::connect(print, &QPushButton::clicked, this, [this, title] { panel_->Print(title); });
   for (QPushButton* const button : {search, save, print}) buttons->AddLeading(button);
   buttons->Add(MakeButtons());
-  auto* const layout = new QVBoxLayout(&Dialog());
-  layout->addWidget(panel_, 1);
   layout->addWidget(buttons);
   Dialog().setSizeGripEnabled(true);
   Dialog().setWindowFlag(Qt::WindowMaximizeButtonHint, true);
