@@ -143,9 +143,9 @@ void Watch() noexcept {
   pthread_sigmask(SIG_SETMASK, &others, nullptr);
   constexpr int kLater = 500;    // milliseconds behind the timer, which comes first where it can
   constexpr int kHolding = 250;  // milliseconds between two looks at what a plug-in does to signals
-  unsigned watched = round;
-  unsigned seen = looks;
-  std::int64_t next = 0;  // look at a request; it is not watched yet
+  unsigned watched = 0;  // no request; one may have come before this thread
+  unsigned seen = 0;
+  std::int64_t next = 0;  // look at the request
   for (;;) {
     const std::int64_t now = Milliseconds();
     if (HasChangedWithin(watched, now + kHolding)) {
