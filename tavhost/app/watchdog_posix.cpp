@@ -143,7 +143,7 @@ void Watch() noexcept {
   pthread_sigmask(SIG_SETMASK, &others, nullptr);
   constexpr int kLater = 500;    // milliseconds behind the timer, which comes first where it can
   constexpr int kHolding = 250;  // milliseconds between two looks at what a plug-in does to signals
-  unsigned watched = 0;  // no request; one may have come before this thread
+  unsigned watched = 0;          // no request; one may have come before this thread
   unsigned seen = 0;
   std::int64_t next = 0;  // look at the request
   for (;;) {
@@ -151,7 +151,7 @@ void Watch() noexcept {
     if (HasChangedWithin(watched, now + kHolding)) {
       watched = round;
       seen = looks;
-      next = now + kWatchdogPatience * 1000 + kLater;
+      next = now + std::int64_t{kWatchdogPatience} * 1000 + kLater;
     }
     if (plugin_call::Scope::Current()) {
       HoldInterrupts();
@@ -160,7 +160,7 @@ void Watch() noexcept {
     if (watched % 2 == 0 || Milliseconds() < next) continue;
     if (looks == seen) LookFromAside();
     seen = looks;
-    next += kWatchdogAgain * 1000 + kLater;
+    next += std::int64_t{kWatchdogAgain} * 1000 + kLater;
   }
 }
 
