@@ -41,6 +41,9 @@ class PlannedFiles {
     // The path of the only entry when it goes by a name to which no path leads.
     std::string itself;
     std::string entryPath;  // of the entry returned last
+
+    // The place at which it stands; empty for a name like `..` beside others.
+    const std::string& Place() const { return itself.empty() ? entryPath : itself; }
   };
 
   PlannedFiles();
@@ -96,6 +99,10 @@ class PlannedFiles {
  private:
   friend class PlannedOutput;
 
+  // Reasons why nothing can be said, whatever was asked.
+  static constexpr const char* kUntold = "it cannot be told what is there";
+  static constexpr const char* kUnreadable = "what is in it cannot be read";
+
   struct ByName {
     bool operator()(const std::string& a, const std::string& b) const;
   };
@@ -133,6 +140,9 @@ class PlannedFiles {
     std::string final;
   };
 
+  // What the disk has at a path.
+  static std::pair<Kind, bool> OnDisk(const std::string& path);
+  static bool IsLink(Kind kind);
   // The whole path that a name means; nothing when it can mean none, or none may be reached now.
   std::optional<std::string> Reach(disk::Name name);
   std::string ByWayPassed(const std::string& path);
